@@ -1,0 +1,77 @@
+# The tasks of every day. Each installs from Debian's packages what it needs and the machine lacks.
+
+PAQUETES := tools/desarrollo/paquetes.sh
+DATOS    ?= datos-demo
+CAPTURAS ?= out/capturas
+FUENTES   = $(shell git ls-files '*.cpp' '*.h')
+
+.PHONY: help run test bench format format-check tidy asan coverage release dev clean
+
+help:
+	@echo "make run       build and open the program (DATOS=folder for other data)"
+	@echo "make test      build everything with warnings as errors and run every test"
+	@echo "make bench     print the speeds, measured on a release build"
+	@echo "make format    put every source into the house's format; format-check only looks"
+	@echo "make tidy      clang-tidy over every source"
+	@echo "make asan      the tests under AddressSanitizer and UndefinedBehaviorSanitizer"
+	@echo "make coverage  which lines the tests reach"
+
+release:
+	@$(PAQUETES) construir ejecutar
+	cmake --preset release
+	cmake --build --preset release
+
+# With a display the program opens on it. Without one the same windows are drawn off-screen into pictures.
+run: release
+	@if [ -n "$$DISPLAY" ] || [ -n "$$WAYLAND_DISPLAY" ]; then \
+	    exec build/release/bin/oficina --datos "$(DATOS)" --crear-demo; \
+	else \
+	    mkdir -p "$(CAPTURAS)" && \
+	    QT_QPA_PLATFORM=offscreen build/release/bin/oficina --datos "$(DATOS)" --crear-demo --capturas "$(CAPTURAS)" && \
+	    echo "No hay pantalla: las ventanas quedan dibujadas en $(abspath $(CAPTURAS))"; \
+	fi
+
+test:
+	@$(PAQUETES) construir pruebas
+	cmake --preset ci
+	cmake --build --preset ci
+	ctest --preset ci
+
+dev:
+	@$(PAQUETES) construir pruebas
+	cmake --preset dev
+	cmake --build --preset dev
+
+bench: release
+	@$(PAQUETES) medir
+	bench/medir.sh build/release/bin
+
+format:
+	@$(PAQUETES) formato
+	clang-format -i $(FUENTES)
+
+format-check:
+	@$(PAQUETES) formato
+	clang-format --dry-run -Werror $(FUENTES)
+
+tidy:
+	@$(PAQUETES) construir tidy
+	cmake --preset tidy
+	cmake --build --preset tidy
+
+asan:
+	@$(PAQUETES) construir pruebas asan
+	cmake --preset asan
+	cmake --build --preset asan
+	ctest --preset asan
+
+coverage:
+	@$(PAQUETES) construir pruebas cobertura
+	cmake --preset coverage
+	cmake --build --preset coverage
+	ctest --preset coverage
+	mkdir -p out/cobertura
+	gcovr --root . --object-directory build/coverage --exclude tests --exclude build --html-details out/cobertura/index.html --print-summary
+
+clean:
+	rm -rf build out

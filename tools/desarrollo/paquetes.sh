@@ -1,0 +1,57 @@
+#!/bin/sh
+# Installs the Debian packages that a task needs and the machine lacks.
+#   paquetes.sh construir|pruebas|ejecutar|medir|formato|tidy|asan|cobertura ...
+set -eu
+
+paquetes_de() {
+    case "$1" in
+        construir) echo "g++ cmake ninja-build ccache qt6-base-dev libgtest-dev libgmock-dev libbenchmark-dev" ;;
+        ejecutar)  echo "qt6-translations-l10n fonts-liberation" ;;
+        pruebas)   echo "qt6-translations-l10n fonts-liberation" ;;
+        medir)     echo "fonts-liberation" ;;
+        formato)   echo "clang-format" ;;
+        tidy)      echo "clang-tidy" ;;
+        asan)      echo "clang libclang-rt-14-dev llvm-14" ;;
+        cobertura) echo "gcovr" ;;
+        *) echo "paquetes.sh: no se conoce la tarea '$1'" >&2; exit 2 ;;
+    esac
+}
+
+faltan=""
+for tarea in "$@"; do
+    for paquete in $(paquetes_de "$tarea"); do
+        estado=$(dpkg-query -W -f='${db:Status-Status}' "$paquete" 2>/dev/null || true)
+        [ "$estado" = "installed" ] || faltan="$faltan $paquete"
+    done
+done
+[ -n "$faltan" ] || exit 0
+
+if ! command -v apt-get >/dev/null 2>&1; then
+    echo "Faltan paquetes y este sistema no tiene apt-get. Instale lo equivalente a:$faltan" >&2
+    exit 1
+fi
+como=""
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null 2>&1; then
+        echo "Faltan paquetes y no hay sudo. Ejecute como administrador: apt-get install$faltan" >&2
+        exit 1
+    fi
+    como="sudo"
+fi
+
+echo "Instalando:$faltan"
+instala() {
+    # shellcheck disable=SC2086  # the list is meant to split
+    $como env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends $faltan >/tmp/agenda-paquetes.$$ 2>&1
+}
+# The lists of a new machine are empty or old: only then is the slower update worth its time.
+if ! instala; then
+    $como apt-get update >/dev/null 2>&1 || true
+    if ! instala; then
+        tail -n 20 /tmp/agenda-paquetes.$$ >&2
+        rm -f /tmp/agenda-paquetes.$$
+        echo "No se han podido instalar los paquetes:$faltan" >&2
+        exit 1
+    fi
+fi
+rm -f /tmp/agenda-paquetes.$$
