@@ -1,0 +1,36 @@
+#pragma once
+
+#include "agenda/Color.h"
+
+#include <memory>
+
+/// The settings of the agenda. Nothing is cached: every getter reads its store and every setter writes it, so that
+/// what another workstation sets counts at once.
+///
+/// First hour, last hour and interval live in the host's table VA_COMUN (program "AGENDA"); a setter whose record is
+/// missing writes nothing, deliberately: only the host creates these records. The others live in CONFIG\VARIOS.INI.
+/// @throws dataset::EDatabaseError, from the table's settings when VA_COMUN cannot be read or written, and from
+/// the setters of the file's settings when it cannot be written.
+class TClassConfAgendaN {
+public:
+    /// Hours 0 to 23; 9 and 20 when missing.
+    [[nodiscard]] int GetHoraInicio() const;
+    void SetHoraInicio(int hora);
+    [[nodiscard]] int GetHoraFin() const;
+    void SetHoraFin(int hora);
+    /// Minutes between the lines of a generated sheet; 30 when missing.
+    [[nodiscard]] int GetIntervalo() const;
+    void SetIntervalo(int minutos);
+    /// Minutes added to the time of a new appointment; 1 when missing.
+    [[nodiscard]] int GetIncrementoMin() const;
+    void SetIncrementoMin(int minutos);
+    /// Whether the notaries' agendas move together by date; true when missing.
+    [[nodiscard]] bool GetSincronizarDia() const;
+    void SetSincronizarDia(bool sincronizar);
+    /// Colour of an outing; a light red when missing or unreadable.
+    [[nodiscard]] TColor GetColorSalida() const;
+    void SetColorSalida(TColor color);
+};
+
+/// The settings object of the module: made when the module is loaded, gone when it is unloaded.
+extern std::unique_ptr<TClassConfAgendaN> goConfAgendaN;

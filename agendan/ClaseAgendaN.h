@@ -1,0 +1,98 @@
+#pragma once
+
+#include "agenda/HoraTexto.h" // IncrementaHora comes along with the engine
+#include "agendan/VistasAgendaN.h"
+#include "dataset/DataSet.h"
+
+#include <QtCore/QDate>
+#include <QtCore/QPointer>
+#include <QtCore/QString>
+
+#include <array>
+#include <memory>
+
+class TClientesRaiz;
+class TDMAgendaN;
+
+/// Engine of the multi-notary agenda: up to five notary tables, one of them the current one, on which every line
+/// operation works. It has no window of its own; it asks for them through IVistasAgendaN.
+///
+/// Operations that return a boolean never throw: a database error cancels the pending change, is logged and gives
+/// false. The searches, ranges and moves say so where they throw.
+class TClassAgendaN {
+public:
+    static constexpr int MaxNotarios = 5;
+    using TTablas = std::array<dataset::DataSet *, MaxNotarios>;
+
+    /// @param propietario  owner of the windows; not owned, may be null.
+    /// @param clientes     the host's client list; not owned, may be null.
+    /// @param tablas       open tables of the host, not owned; with an empty first position the engine opens one table
+    ///                     per notary itself.
+    /// @param vistas       not owned; outlives the engine. Null where no window is ever asked for.
+    /// @throws dataset::EDatabaseError when a notary's table cannot be opened.
+    TClassAgendaN(QObject *propietario, TClientesRaiz *clientes, const TTablas &tablas, IVistasAgendaN *vistas);
+    ~TClassAgendaN();
+    TClassAgendaN(const TClassAgendaN &) = delete;
+    TClassAgendaN &operator=(const TClassAgendaN &) = delete;
+
+    // Notaries
+    /// Deliberate: with tables of the host it is one more than the tables given; it may exceed five.
+    [[nodiscard]] int NumNotarios() const { return m_numNotarios; }
+    /// @param notario 1-based; positions above five mean the fifth. @return null where there is no table.
+    [[nodiscard]] dataset::DataSet *Tabla(int notario) const;
+    /// The table on which line operations work. Asking while there is none is a programming error.
+    [[nodiscard]] dataset::DataSet &TablaActual() const;
+    /// Makes notary `notario`'s table the current one; an empty position changes nothing.
+    void PonNotarioActual(int notario);
+    [[nodiscard]] QString NombreNotario(int notario) const;
+    [[nodiscard]] TClientesRaiz *Clientes() const { return m_clientes; }
+
+    // Day sheets. All of these throw dataset::EDatabaseError when a table cannot be read.
+    /// Builds the day sheet of a date on the current table and shows that day.
+    /// @param preguntar  ask the user first. @return whether the day now holds a line; false when declined.
+    bool InsertaDia(QDate fecha, bool preguntar);
+    /// Shows a date, building missing sheets without a question, on the current table or on all of them.
+    void SincronizarTablasAFecha(QDate fecha, bool todos);
+    /// Restricts the current table to a day. @return whether it holds a line.
+    bool RangoPorFecha(QDate fecha);
+    [[nodiscard]] bool HayRangoPorFecha() const;
+    void CancelaRangoPorFecha();
+    /// Shows the nearest earlier / later day that has lines. @return false, and the same day shown, when there is none.
+    bool AnteriorDia();
+    bool SiguienteDia();
+    /// Searches the current table. With `exacta` false and an empty time: whether the line reached is of that day.
+    bool BuscarPorFecha(QDate fecha, const QString &hora, bool exacta);
+    void OrdenarListaPorFecha();
+
+    // Lines of the current table
+    /// Leaves a new line (SALIDA and AVISO "N") in insert mode.
+    bool Anadir(QDate fecha, const QString &hora);
+    /// Puts the current line in edit mode; says so when the day has none.
+    bool Modificar();
+    /// Deletes the current line. Deliberate: an empty day counts as a successful delete.
+    bool Borrar(bool preguntar);
+    /// Posts the pending insert or edit. On failure the change is cancelled and false returned.
+    bool AceptarAgendaN();
+    bool CancelarAgendaN(bool preguntar);
+    /// Marks the current line as an outing. Deliberate: marking twice puts the mark twice.
+    bool Salida();
+    /// Marks every line of the shown day as absence; the cursor stays on its line.
+    bool Ausente();
+
+    // Windows
+    void FichaAgendaN();
+    void FichaCita(TOperacion operacion);
+
+private:
+    void AbreTablasPropias();
+    void SincronizaTablaActual(QDate fecha);
+    bool MarcaLineaActual(const QString &marca);
+
+    QPointer<QObject> m_propietario;
+    TClientesRaiz *m_clientes = nullptr;
+    IVistasAgendaN *m_vistas = nullptr;
+    int m_numNotarios = 0;
+    std::unique_ptr<TDMAgendaN> m_datos;
+    TTablas m_tablas{};
+    dataset::DataSet *m_tablaActual = nullptr;
+};

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "dataset/Aliases.h"
+#include "dataset/DataSet.h"
+
+namespace dataset {
+
+class DbfStore;
+
+/// A cursor over a shared dBase table, TABLE.DBF in the folder of an alias.
+class DATASET_EXPORT DbfTable : public DataSet {
+    Q_OBJECT
+public:
+    /// @param aliases  must outlive the table; looked at when the table opens.
+    explicit DbfTable(const Aliases &aliases, QObject *parent = nullptr);
+    ~DbfTable() override;
+
+    // Settings for the next open(); changing one of an open table is an EDatabaseError.
+    void setDatabaseName(const QString &alias);
+    [[nodiscard]] QString databaseName() const;
+    void setTableName(const QString &name); ///< with or without ".DBF", any case
+    [[nodiscard]] QString tableName() const;
+    void setOpenReadOnly(bool readOnly);
+    void setDurable(bool durable); ///< default true: a post that has returned survives a power cut
+    /// Makes sure of an index: when the table has no tag of that name it gets one.
+    /// @param name        capitals, at most 10 characters.
+    /// @param expression  such as "DTOS(FECHA)+HORA".
+    void addIndexDefinition(const QString &name, const QString &expression);
+
+private:
+    [[nodiscard]] DbfStore &dbfStore() const;
+};
+
+} // namespace dataset

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "dbase/KeyExpression.h"
+
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace dbase {
+
+/// Name and expression of an index tag.
+struct TagDefinition {
+    std::string name;       ///< capitals, at most 10 characters
+    std::string expression; ///< see KeyExpression
+    bool descending = false;
+};
+
+/// One line of an index. Every record of the table, deleted ones included, stands in it exactly once.
+struct IndexEntry {
+    IndexKey key;
+    RecordNumber record = 0;
+};
+
+/// Ordered access to the records of one table by one tag. Entries are ordered by key, equal keys by record number,
+/// so that lines with the same key stay in the order in which they were added.
+///
+/// A position is an IndexEntry held by the caller; it stays usable when the entry itself has gone (next and prior then
+/// give its neighbours). Owned by the Table, which keeps it right on every write; valid as long as the Table lives.
+class DBASE_EXPORT Index {
+public:
+    virtual ~Index() = default;
+
+    [[nodiscard]] virtual const TagDefinition &definition() const = 0;
+    [[nodiscard]] virtual const KeyExpression &expression() const = 0;
+
+    /// First entry whose key, cut to the length of `prefix`, is `prefix` (exact) - nothing when there is none.
+    virtual Result<std::optional<IndexEntry>> find(std::span<const std::uint8_t> prefix) = 0;
+    /// First entry whose key is at or after `key` (nearest) - nothing past the end.
+    virtual Result<std::optional<IndexEntry>> atOrAfter(std::span<const std::uint8_t> key) = 0;
+
+    virtual Result<std::optional<IndexEntry>> first() = 0;
+    virtual Result<std::optional<IndexEntry>> last() = 0;
+    /// The entry behind / in front of a position, whether or not an entry stands on the position itself.
+    virtual Result<std::optional<IndexEntry>> next(const IndexEntry &position) = 0;
+    virtual Result<std::optional<IndexEntry>> prior(const IndexEntry &position) = 0;
+
+    /// Adds to `out`, in order, the records whose keys lie between two bounds, both included. A bound shorter than the
+    /// key stands for all keys that begin so; an empty bound is no bound.
+    virtual Status collect(std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
+                           std::vector<RecordNumber> &out) = 0;
+};
+
+} // namespace dbase
