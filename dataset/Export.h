@@ -8,5 +8,5 @@
 #        define DATASET_EXPORT __declspec(dllimport)
 #    endif
 #else
-#    define DATASET_EXPORT __attribute__((visibility("default")))
+#    define DATASET_EXPORT [[gnu::visibility("default")]]
 #endif

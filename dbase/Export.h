@@ -10,5 +10,5 @@
 #        define DBASE_EXPORT __declspec(dllimport)
 #    endif
 #else
-#    define DBASE_EXPORT __attribute__((visibility("default")))
+#    define DBASE_EXPORT [[gnu::visibility("default")]]
 #endif

@@ -2,6 +2,7 @@
 
 #include "dbase/Record.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <memory>
@@ -50,8 +51,9 @@ public:
     /// Key of a record, always keyLength() bytes.
     [[nodiscard]] IndexKey keyOf(std::span<const std::uint8_t> record) const;
 
-    /// How many leading bytes of the key depend on the given fields alone, reading the expression from the left: for
-    /// DTOS(FECHA)+HORA, {FECHA} gives 8, {FECHA, HORA} 13, {HORA} 0.
+    /// How many leading bytes of the key say the given fields whole and nothing else, reading the expression from the
+    /// left: for DTOS(FECHA)+HORA, {FECHA} gives 8, {FECHA, HORA} 13, {HORA} 0. A part such as SUBSTR says only a piece
+    /// of its field and ends the count.
     /// @param fieldIndexes  positions in the table's field list, in any order.
     [[nodiscard]] std::size_t leadingLength(std::span<const int> fieldIndexes) const;
     /// The table's fields in the order in which the expression uses them; positions in the field list.

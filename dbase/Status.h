@@ -25,7 +25,7 @@ enum class ErrorKind {
 };
 
 /// Outcome of an operation on a table file: success, or a kind, a Spanish text for the user and where it happened.
-class DBASE_EXPORT [[nodiscard]] Status {
+class [[nodiscard]] DBASE_EXPORT Status {
 public:
     Status() = default;
     /// @param text    Spanish, UTF-8, one sentence without the file's name.

@@ -1,0 +1,320 @@
+#include "dbase/File.h"
+
+#if defined(_WIN32)
+#    define WIN32_LEAN_AND_MEAN
+#    define NOMINMAX
+#    include <windows.h>
+#else
+#    include <cerrno>
+#    include <cstring>
+#    include <fcntl.h>
+#    include <sys/stat.h>
+#    include <unistd.h>
+#endif
+
+namespace dbase {
+
+std::string displayName(const std::filesystem::path &file)
+{
+    const auto text = file.u8string();
+    return {text.begin(), text.end()};
+}
+
+#if defined(_WIN32)
+
+struct File::Native {
+    HANDLE handle = INVALID_HANDLE_VALUE;
+    std::string name;
+    ~Native()
+    {
+        if (handle != INVALID_HANDLE_VALUE)
+            CloseHandle(handle);
+    }
+};
+
+namespace {
+
+Status failure(const std::string &what, const std::string &name)
+{
+    const DWORD code = GetLastError();
+    const bool full = code == ERROR_DISK_FULL || code == ERROR_HANDLE_DISK_FULL;
+    return {full ? ErrorKind::full : ErrorKind::inputOutput,
+            full ? std::string("no queda sitio en el disco") : what + " (error " + std::to_string(code) + ")", name};
+}
+
+OVERLAPPED placeOf(std::uint64_t offset)
+{
+    OVERLAPPED place{};
+    place.Offset = static_cast<DWORD>(offset);
+    place.OffsetHigh = static_cast<DWORD>(offset >> 32U);
+    return place;
+}
+
+} // namespace
+
+Result<File> File::open(const std::filesystem::path &path, Mode mode)
+{
+    auto native = std::make_unique<Native>();
+    native->name = displayName(path);
+    const DWORD access = mode == Mode::readOnly ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
+    native->handle = CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                 mode == Mode::createNew ? CREATE_NEW : OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (native->handle != INVALID_HANDLE_VALUE)
+        return File(std::move(native));
+    switch (GetLastError()) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+        return Status(ErrorKind::notFound, "el fichero no existe", native->name);
+    case ERROR_ACCESS_DENIED:
+    case ERROR_WRITE_PROTECT:
+        return Status(ErrorKind::readOnly, "no hay permiso para abrir el fichero", native->name);
+    case ERROR_FILE_EXISTS:
+        return Status(ErrorKind::invalidArgument, "el fichero ya existe", native->name);
+    default:
+        return failure("no se puede abrir el fichero", native->name);
+    }
+}
+
+Result<FileStamp> File::stamp() const
+{
+    BY_HANDLE_FILE_INFORMATION info{};
+    if (!GetFileInformationByHandle(m_native->handle, &info))
+        return failure("no se puede consultar el fichero", m_native->name);
+    const auto joined = [](DWORD high, DWORD low) { return std::uint64_t{high} << 32U | low; };
+    return FileStamp{joined(info.nFileSizeHigh, info.nFileSizeLow),
+                     static_cast<std::int64_t>(
+                         joined(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime) * 100)};
+}
+
+Result<std::size_t> File::readAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const
+{
+    std::size_t done = 0;
+    while (done < buffer.size()) {
+        OVERLAPPED place = placeOf(offset + done);
+        DWORD count = 0;
+        const auto wanted = static_cast<DWORD>(std::min<std::size_t>(buffer.size() - done, 1U << 30U));
+        if (!ReadFile(m_native->handle, buffer.data() + done, wanted, &count, &place)) {
+            if (GetLastError() == ERROR_HANDLE_EOF)
+                break;
+            return failure("no se puede leer el fichero", m_native->name);
+        }
+        if (count == 0)
+            break;
+        done += count;
+    }
+    return done;
+}
+
+Status File::writeAt(std::uint64_t offset, std::span<const std::uint8_t> bytes)
+{
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        OVERLAPPED place = placeOf(offset + done);
+        DWORD count = 0;
+        const auto wanted = static_cast<DWORD>(std::min<std::size_t>(bytes.size() - done, 1U << 30U));
+        if (!WriteFile(m_native->handle, bytes.data() + done, wanted, &count, &place))
+            return failure("no se puede escribir en el fichero", m_native->name);
+        done += count;
+    }
+    return {};
+}
+
+Status File::truncate(std::uint64_t size)
+{
+    LARGE_INTEGER place{};
+    place.QuadPart = static_cast<LONGLONG>(size);
+    if (!SetFilePointerEx(m_native->handle, place, nullptr, FILE_BEGIN) || !SetEndOfFile(m_native->handle))
+        return failure("no se puede cambiar el tamaño del fichero", m_native->name);
+    return {};
+}
+
+Status File::sync()
+{
+    if (!FlushFileBuffers(m_native->handle))
+        return failure("el disco no ha confirmado la escritura", m_native->name);
+    return {};
+}
+
+Result<bool> File::tryLock(std::uint64_t offset, std::uint64_t length, LockKind kind)
+{
+    OVERLAPPED place = placeOf(offset);
+    const DWORD flags = LOCKFILE_FAIL_IMMEDIATELY | (kind == LockKind::exclusive ? LOCKFILE_EXCLUSIVE_LOCK : 0);
+    if (LockFileEx(m_native->handle, flags, 0, static_cast<DWORD>(length), static_cast<DWORD>(length >> 32U), &place))
+        return true;
+    if (GetLastError() == ERROR_LOCK_VIOLATION || GetLastError() == ERROR_IO_PENDING)
+        return false;
+    return failure("no se puede bloquear el fichero", m_native->name);
+}
+
+void File::unlock(std::uint64_t offset, std::uint64_t length) noexcept
+{
+    OVERLAPPED place = placeOf(offset);
+    UnlockFileEx(m_native->handle, 0, static_cast<DWORD>(length), static_cast<DWORD>(length >> 32U), &place);
+}
+
+#else
+
+struct File::Native {
+    int descriptor = -1;
+    std::string name;
+    ~Native()
+    {
+        if (descriptor >= 0)
+            ::close(descriptor);
+    }
+};
+
+namespace {
+
+// Locks that belong to the open file, not to the process: closing another handle on the same file must not drop them.
+#    if defined(F_OFD_SETLK)
+constexpr int setLockCommand = F_OFD_SETLK;
+#    else
+constexpr int setLockCommand = F_SETLK;
+#    endif
+
+Status failure(const std::string &what, const std::string &name)
+{
+    const int code = errno;
+    if (code == ENOSPC || code == EDQUOT || code == EFBIG)
+        return {ErrorKind::full, "no queda sitio en el disco", name};
+    return {ErrorKind::inputOutput, what + ": " + std::strerror(code), name};
+}
+
+struct flock rangeOf(std::uint64_t offset, std::uint64_t length, short type)
+{
+    struct flock range = {};
+    range.l_type = type;
+    range.l_whence = SEEK_SET;
+    range.l_start = static_cast<off_t>(offset);
+    range.l_len = static_cast<off_t>(length);
+    return range;
+}
+
+constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
+
+} // namespace
+
+Result<File> File::open(const std::filesystem::path &path, Mode mode)
+{
+    auto native = std::make_unique<Native>();
+    native->name = displayName(path);
+    int flags = O_CLOEXEC | (mode == Mode::readOnly ? O_RDONLY : O_RDWR);
+    if (mode == Mode::createNew)
+        flags |= O_CREAT | O_EXCL;
+    do {
+        native->descriptor = ::open(path.c_str(), flags, 0666); // the folder's umask decides
+    } while (native->descriptor < 0 && errno == EINTR);
+    if (native->descriptor >= 0)
+        return File(std::move(native));
+    switch (errno) {
+    case ENOENT:
+    case ENOTDIR:
+        return Status(ErrorKind::notFound, "el fichero no existe", native->name);
+    case EACCES:
+    case EPERM:
+    case EROFS:
+        return Status(ErrorKind::readOnly, "no hay permiso para abrir el fichero", native->name);
+    case EEXIST:
+        return Status(ErrorKind::invalidArgument, "el fichero ya existe", native->name);
+    default:
+        return failure("no se puede abrir el fichero", native->name);
+    }
+}
+
+Result<FileStamp> File::stamp() const
+{
+    struct stat info = {};
+    if (::fstat(m_native->descriptor, &info) != 0)
+        return failure("no se puede consultar el fichero", m_native->name);
+    return FileStamp{static_cast<std::uint64_t>(info.st_size),
+                     std::int64_t{info.st_mtim.tv_sec} * nanosecondsPerSecond + info.st_mtim.tv_nsec};
+}
+
+Result<std::size_t> File::readAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const
+{
+    std::size_t done = 0;
+    while (done < buffer.size()) {
+        const ssize_t count = ::pread(m_native->descriptor, buffer.data() + done, buffer.size() - done,
+                                      static_cast<off_t>(offset + done));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return failure("no se puede leer el fichero", m_native->name);
+        if (count == 0)
+            break;
+        done += static_cast<std::size_t>(count);
+    }
+    return done;
+}
+
+Status File::writeAt(std::uint64_t offset, std::span<const std::uint8_t> bytes)
+{
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t count = ::pwrite(m_native->descriptor, bytes.data() + done, bytes.size() - done,
+                                       static_cast<off_t>(offset + done));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return failure("no se puede escribir en el fichero", m_native->name);
+        done += static_cast<std::size_t>(count);
+    }
+    return {};
+}
+
+Status File::truncate(std::uint64_t size)
+{
+    while (::ftruncate(m_native->descriptor, static_cast<off_t>(size)) != 0) {
+        if (errno != EINTR)
+            return failure("no se puede cambiar el tamaño del fichero", m_native->name);
+    }
+    return {};
+}
+
+Status File::sync()
+{
+#    if defined(__APPLE__)
+    const int outcome = ::fcntl(m_native->descriptor, F_FULLFSYNC);
+#    else
+    const int outcome = ::fdatasync(m_native->descriptor);
+#    endif
+    // Not repeated on any error: what a failed flush covered may have been dropped from the cache.
+    if (outcome != 0)
+        return failure("el disco no ha confirmado la escritura", m_native->name);
+    return {};
+}
+
+Result<bool> File::tryLock(std::uint64_t offset, std::uint64_t length, LockKind kind)
+{
+    struct flock range = rangeOf(offset, length, kind == LockKind::exclusive ? F_WRLCK : F_RDLCK);
+    while (::fcntl(m_native->descriptor, setLockCommand, &range) != 0) {
+        if (errno == EINTR)
+            continue;
+        if (errno == EAGAIN || errno == EACCES)
+            return false;
+        return failure("no se puede bloquear el fichero", m_native->name);
+    }
+    return true;
+}
+
+void File::unlock(std::uint64_t offset, std::uint64_t length) noexcept
+{
+    struct flock range = rangeOf(offset, length, F_UNLCK);
+    while (::fcntl(m_native->descriptor, setLockCommand, &range) != 0 && errno == EINTR) {
+    }
+}
+
+#endif
+
+File::File(std::unique_ptr<Native> native)
+    : m_native(std::move(native))
+{
+}
+File::File(File &&other) noexcept = default;
+File &File::operator=(File &&other) noexcept = default;
+File::~File() = default;
+
+bool File::isOpen() const { return m_native != nullptr; }
+
+} // namespace dbase

@@ -1,0 +1,102 @@
+#pragma once
+
+// The only place of the project with calls to the operating system's files and locks.
+
+#include "dbase/Export.h"
+#include "dbase/Status.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <span>
+
+namespace dbase {
+
+/// A path as UTF-8 for messages.
+[[nodiscard]] std::string displayName(const std::filesystem::path &file);
+
+/// What tells one content of a file from another without reading it; never the only thing a decision rests on.
+struct FileStamp {
+    std::uint64_t size = 0;
+    std::int64_t modified = 0; ///< nanoseconds
+    friend bool operator==(const FileStamp &, const FileStamp &) = default;
+};
+
+/// One open file. Reads and writes name their place; nothing is buffered.
+class File {
+public:
+    enum class Mode { readOnly, readWrite, createNew };
+
+    File() = default;
+    File(File &&other) noexcept;
+    File &operator=(File &&other) noexcept;
+    File(const File &) = delete;
+    File &operator=(const File &) = delete;
+    ~File();
+
+    /// @return notFound, readOnly (no right to write), invalidArgument (createNew on an existing file), inputOutput.
+    static Result<File> open(const std::filesystem::path &path, Mode mode);
+
+    [[nodiscard]] bool isOpen() const;
+    [[nodiscard]] Result<FileStamp> stamp() const;
+
+    /// Reads up to the buffer's size, less only at the end of the file. @return bytes read.
+    Result<std::size_t> readAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const;
+    /// Writes all of it. @return full when the disk is, inputOutput for any other refusal.
+    Status writeAt(std::uint64_t offset, std::span<const std::uint8_t> bytes);
+    Status truncate(std::uint64_t size);
+    /// Returns when the contents have reached the disk. A failure is final for what was written before it.
+    Status sync();
+
+    enum class LockKind { shared, exclusive };
+    /// Takes a byte range without waiting. @return false when somebody else has it.
+    Result<bool> tryLock(std::uint64_t offset, std::uint64_t length, LockKind kind);
+    void unlock(std::uint64_t offset, std::uint64_t length) noexcept;
+
+private:
+    struct Native;
+    explicit File(std::unique_ptr<Native> native);
+    std::unique_ptr<Native> m_native;
+};
+
+/// A byte range held; given back at the end of its life.
+class RangeLock {
+public:
+    RangeLock() = default;
+    RangeLock(File &file, std::uint64_t offset, std::uint64_t length)
+        : m_file(&file)
+        , m_offset(offset)
+        , m_length(length)
+    {
+    }
+    RangeLock(RangeLock &&other) noexcept { swap(other); }
+    RangeLock &operator=(RangeLock &&other) noexcept
+    {
+        swap(other);
+        return *this;
+    }
+    RangeLock(const RangeLock &) = delete;
+    RangeLock &operator=(const RangeLock &) = delete;
+    ~RangeLock() { release(); }
+
+    [[nodiscard]] bool held() const { return m_file != nullptr; }
+    void release() noexcept
+    {
+        if (m_file)
+            m_file->unlock(m_offset, m_length);
+        m_file = nullptr;
+    }
+
+private:
+    void swap(RangeLock &other) noexcept
+    {
+        std::swap(m_file, other.m_file);
+        std::swap(m_offset, other.m_offset);
+        std::swap(m_length, other.m_length);
+    }
+    File *m_file = nullptr;
+    std::uint64_t m_offset = 0;
+    std::uint64_t m_length = 0;
+};
+
+} // namespace dbase
