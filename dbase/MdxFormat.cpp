@@ -1,0 +1,376 @@
+#include "dbase/MdxFormat.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+
+namespace dbase {
+
+namespace {
+
+namespace header {
+constexpr std::size_t version = 0;
+constexpr std::size_t created = 1;
+constexpr std::size_t tableName = 4;
+constexpr std::size_t tableNameSize = 16;
+constexpr std::size_t blockPages = 20;
+constexpr std::size_t blockLength = 22;
+constexpr std::size_t production = 24;
+constexpr std::size_t slotCount = 25;
+constexpr std::size_t slotLength = 26;
+constexpr std::size_t tagCount = 28;
+constexpr std::size_t nextTag = 30;
+constexpr std::size_t language = 31;
+constexpr std::size_t pageCount = 32;
+constexpr std::size_t freePage = 36;
+constexpr std::size_t updated = 44;
+constexpr std::size_t nameTreeTop = 529;
+constexpr std::size_t firstSlot = 544;
+} // namespace header
+
+namespace slot {
+constexpr std::size_t length = 32;
+constexpr std::size_t headerPage = 0;
+constexpr std::size_t name = 4;
+constexpr std::size_t nameSize = 11;
+constexpr std::size_t mark = 15;
+constexpr std::size_t left = 16;
+constexpr std::size_t right = 17;
+constexpr std::size_t above = 18;
+constexpr std::size_t two = 19;
+constexpr std::size_t keyType = 20;
+} // namespace slot
+
+namespace tagHeader {
+constexpr std::size_t rootPage = 0;
+constexpr std::size_t pagesUsed = 4;
+constexpr std::size_t flags = 8;
+constexpr std::size_t keyType = 9;
+constexpr std::size_t language = 11;
+constexpr std::size_t keyLength = 12;
+constexpr std::size_t maxItems = 14;
+constexpr std::size_t isDate = 16;
+constexpr std::size_t itemLength = 18;
+constexpr std::size_t counter = 20;
+constexpr std::size_t unique = 23;
+constexpr std::size_t expression = 24;
+constexpr std::size_t textSize = 220;
+constexpr std::size_t hasFilter = 245;
+constexpr std::size_t hasKeys = 246;
+constexpr std::size_t singleField = 480;
+constexpr std::size_t filter = 762;
+} // namespace tagHeader
+
+constexpr std::uint8_t flagAlways = 0x10;
+constexpr std::uint8_t flagDescending = 0x08;
+constexpr std::uint8_t flagUnique = 0x40;
+constexpr std::uint8_t slotMark = 0x10;
+constexpr std::uint8_t slotsInHeader = 48;
+constexpr int maxIndexKey = 100;
+constexpr std::size_t blockItemsOffset = 8;
+constexpr std::size_t childSize = 4;
+
+std::string textAt(std::span<const std::uint8_t> bytes, std::size_t at, std::size_t size)
+{
+    const auto *from = reinterpret_cast<const char *>(bytes.data() + at); // bytes and chars alias by the standard
+    return {from, std::find(from, from + size, '\0')};
+}
+
+void putText(std::vector<std::uint8_t> &bytes, std::size_t at, const std::string &text, std::size_t size)
+{
+    std::memcpy(bytes.data() + at, text.data(), std::min(text.size(), size - 1));
+}
+
+Date dateAt(std::span<const std::uint8_t> bytes, std::size_t at)
+{
+    return {1900 + bytes[at], bytes[at + 1], bytes[at + 2]};
+}
+
+void putDate(std::vector<std::uint8_t> &bytes, std::size_t at, const Date &date)
+{
+    bytes[at] = static_cast<std::uint8_t>(date.year - 1900);
+    bytes[at + 1] = static_cast<std::uint8_t>(date.month);
+    bytes[at + 2] = static_cast<std::uint8_t>(date.day);
+}
+
+Status damaged(const char *text, std::uint64_t offset) { return {ErrorKind::damaged, text, {}, offset}; }
+
+bool isKeyType(std::uint8_t byte) { return byte == 'C' || byte == 'D' || byte == 'N' || byte == 'F'; }
+
+KeyType keyTypeOf(std::uint8_t byte) { return byte == 'F' ? KeyType::numeric : static_cast<KeyType>(byte); }
+
+bool pageInside(PageNumber page, PageNumber pageCount)
+{
+    return page >= mdxFirstBlock && page % 2 == 0 && page <= pageCount - 2;
+}
+
+} // namespace
+
+Result<MdxHeader> decodeMdxHeader(std::span<const std::uint8_t> bytes, std::uint64_t fileLength)
+{
+    if (bytes.size() < mdxHeaderSize || fileLength < mdxHeaderSize)
+        return damaged("el índice es más corto que su cabecera", 0);
+    if (bytes[header::version] != 2)
+        return Status(ErrorKind::unsupported, "el índice es de una versión que no se conoce", {}, header::version);
+    if (get16(&bytes[header::blockPages]) != 2 || get16(&bytes[header::blockLength]) != mdxBlockSize)
+        return Status(ErrorKind::unsupported, "el índice tiene bloques de otro tamaño", {}, header::blockPages);
+    if (get16(&bytes[header::slotLength]) != slot::length)
+        return damaged("la tabla de órdenes del índice no tiene la forma esperada", header::slotLength);
+    MdxHeader out;
+    out.tableName = textAt(bytes, header::tableName, header::tableNameSize);
+    out.created = dateAt(bytes, header::created);
+    out.updated = dateAt(bytes, header::updated);
+    out.tagCount = get16(&bytes[header::tagCount]);
+    if (out.tagCount > mdxMaxTags)
+        return damaged("el índice dice tener más de 47 órdenes", header::tagCount);
+    out.languageDriver = bytes[header::language];
+    out.pageCount = get32(&bytes[header::pageCount]);
+    if (out.pageCount < mdxFirstBlock || out.pageCount % 2 != 0 ||
+        std::uint64_t{out.pageCount} * mdxPageSize > fileLength)
+        return damaged("el índice dice tener más bloques que el fichero", header::pageCount);
+    out.freePage = get32(&bytes[header::freePage]);
+    if (out.freePage != 0 && !pageInside(out.freePage, out.pageCount))
+        return damaged("la lista de bloques libres del índice sale del fichero", header::freePage);
+    return out;
+}
+
+Result<MdxTag> decodeMdxSlot(std::span<const std::uint8_t> bytes, int number, PageNumber pageCount)
+{
+    const std::size_t at = header::firstSlot + slot::length * static_cast<std::size_t>(number - 1);
+    MdxTag tag;
+    tag.headerPage = get32(&bytes[at + slot::headerPage]);
+    tag.name = textAt(bytes, at + slot::name, slot::nameSize);
+    if (tag.name.empty())
+        return damaged("un orden del índice no tiene nombre", at + slot::name);
+    if (!pageInside(tag.headerPage, pageCount))
+        return damaged("la cabecera de un orden queda fuera del índice", at);
+    return tag;
+}
+
+Status decodeMdxTagHeader(std::span<const std::uint8_t> block, MdxTag &tag, PageNumber pageCount)
+{
+    const std::uint64_t base = std::uint64_t{tag.headerPage} * mdxPageSize;
+    tag.rootPage = get32(&block[tagHeader::rootPage]);
+    if (!pageInside(tag.rootPage, pageCount))
+        return damaged("la raíz de un orden queda fuera del índice", base);
+    if (!isKeyType(block[tagHeader::keyType]))
+        return damaged("un orden del índice tiene claves de un tipo desconocido", base + tagHeader::keyType);
+    tag.keyType = keyTypeOf(block[tagHeader::keyType]);
+    tag.descending = (block[tagHeader::flags] & flagDescending) != 0;
+    tag.unique = (block[tagHeader::flags] & flagUnique) != 0;
+    tag.keyLength = get16(&block[tagHeader::keyLength]);
+    tag.maxItems = get16(&block[tagHeader::maxItems]);
+    tag.itemLength = get16(&block[tagHeader::itemLength]);
+    if (tag.keyLength < 1 || tag.keyLength > maxIndexKey || (tag.keyType == KeyType::date && tag.keyLength != 8) ||
+        (tag.keyType == KeyType::numeric && tag.keyLength != 12))
+        return damaged("un orden del índice tiene claves de una longitud imposible", base + tagHeader::keyLength);
+    if (tag.itemLength < tag.keyLength + 4 || tag.itemLength > 2 * maxIndexKey)
+        return damaged("un orden del índice tiene entradas de una longitud imposible", base + tagHeader::itemLength);
+    const std::size_t used = blockItemsOffset + childSize +
+                             static_cast<std::size_t>(tag.maxItems) * static_cast<std::size_t>(tag.itemLength);
+    if (tag.maxItems < 3 || used > mdxBlockSize)
+        return damaged("un orden del índice no cabe en sus bloques", base + tagHeader::maxItems);
+    tag.changeCounter = block[tagHeader::counter];
+    tag.expression = textAt(block, tagHeader::expression, tagHeader::textSize);
+    if (block[tagHeader::hasFilter] != 0)
+        tag.filter = textAt(block, tagHeader::filter, tagHeader::textSize);
+    return {};
+}
+
+std::vector<std::uint8_t> encodeMdxHeader(const MdxHeader &in, std::span<const MdxTag> tags)
+{
+    std::vector<std::uint8_t> out(mdxHeaderSize, 0);
+    out[header::version] = 2;
+    putDate(out, header::created, in.created);
+    putText(out, header::tableName, in.tableName, header::tableNameSize);
+    put16(&out[header::blockPages], 2);
+    put16(&out[header::blockLength], mdxBlockSize);
+    out[header::production] = 1;
+    out[header::slotCount] = slotsInHeader;
+    put16(&out[header::slotLength], slot::length);
+    put16(&out[header::tagCount], static_cast<std::uint16_t>(tags.size()));
+    out[header::nextTag] = static_cast<std::uint8_t>(tags.size() + 1);
+    out[header::language] = in.languageDriver;
+    put32(&out[header::pageCount], in.pageCount);
+    put32(&out[header::freePage], in.freePage);
+    putDate(out, header::updated, in.updated);
+
+    // The tags' names form a plain search tree in the order of their creation, the first at the top.
+    const auto at = [](std::size_t number) { return header::firstSlot + slot::length * (number - 1); };
+    for (std::size_t number = 1; number <= tags.size(); ++number) {
+        const MdxTag &tag = tags[number - 1];
+        put32(&out[at(number) + slot::headerPage], tag.headerPage);
+        putText(out, at(number) + slot::name, tag.name, slot::nameSize);
+        out[at(number) + slot::mark] = slotMark;
+        out[at(number) + slot::two] = 2;
+        out[at(number) + slot::keyType] = static_cast<std::uint8_t>(tag.keyType);
+        if (number == 1) {
+            out[header::nameTreeTop] = 1;
+            continue;
+        }
+        for (std::size_t node = 1;;) {
+            std::uint8_t &next = out[at(node) + (tag.name < tags[node - 1].name ? slot::left : slot::right)];
+            if (next == 0) {
+                next = static_cast<std::uint8_t>(number);
+                out[at(number) + slot::above] = static_cast<std::uint8_t>(node);
+                break;
+            }
+            node = next;
+        }
+    }
+    return out;
+}
+
+std::vector<std::uint8_t> encodeMdxTagHeader(const MdxTag &tag, std::uint8_t languageDriver, bool singleField)
+{
+    std::vector<std::uint8_t> out(mdxBlockSize, 0);
+    put32(&out[tagHeader::rootPage], tag.rootPage);
+    put32(&out[tagHeader::pagesUsed], 4);
+    out[tagHeader::flags] = static_cast<std::uint8_t>(flagAlways | (tag.descending ? flagDescending : 0) |
+                                                      (tag.unique ? flagUnique : 0));
+    out[tagHeader::keyType] = static_cast<std::uint8_t>(tag.keyType);
+    out[tagHeader::language] = languageDriver;
+    put16(&out[tagHeader::keyLength], static_cast<std::uint16_t>(tag.keyLength));
+    put16(&out[tagHeader::maxItems], static_cast<std::uint16_t>(tag.maxItems));
+    put16(&out[tagHeader::isDate], tag.keyType == KeyType::date ? 1 : 0);
+    put16(&out[tagHeader::itemLength], static_cast<std::uint16_t>(tag.itemLength));
+    out[tagHeader::counter] = tag.changeCounter;
+    out[tagHeader::unique] = tag.unique ? 1 : 0;
+    putText(out, tagHeader::expression, tag.expression, tagHeader::textSize);
+    out[tagHeader::hasFilter] = tag.filter.empty() ? 0 : 1;
+    out[tagHeader::hasKeys] = 1;
+    out[tagHeader::singleField] = singleField ? 1 : 0;
+    putText(out, tagHeader::filter, tag.filter, tagHeader::textSize);
+    return out;
+}
+
+int mdxItemLength(int keyLength) { return (keyLength + 4 + 3) / 4 * 4; }
+
+int mdxItemsPerBlock(int itemLength) { return static_cast<int>(mdxBlockSize - blockItemsOffset - childSize) / itemLength; }
+
+// ---------------------------------------------------------------------------------------------------------------------
+
+namespace {
+
+double doubleOf(const std::uint8_t *bytes)
+{
+    std::uint64_t bits = 0;
+    for (int i = 7; i >= 0; --i)
+        bits = bits << 8U | bytes[i];
+    double value = 0;
+    std::memcpy(&value, &bits, sizeof value);
+    return value;
+}
+
+void putDouble(double value, std::uint8_t *bytes)
+{
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &value, sizeof value);
+    for (int i = 0; i < 8; ++i, bits >>= 8U)
+        bytes[i] = static_cast<std::uint8_t>(bits);
+}
+
+// A decimal key: byte 0 is 34h plus the digits before the point, byte 1 sign, number of digits and 01, then the digits,
+// two to a byte.
+constexpr int decimalDigits = 20;
+constexpr int exponentZero = 0x34;
+
+int compareDecimal(const std::uint8_t *a, const std::uint8_t *b)
+{
+    const auto sign = [](const std::uint8_t *key) {
+        const int digits = (key[1] >> 2) & 0x1F;
+        return digits == 0 ? 0 : (key[1] & 0x80) != 0 ? -1 : 1;
+    };
+    const int signA = sign(a);
+    const int signB = sign(b);
+    if (signA != signB)
+        return signA - signB;
+    if (signA == 0)
+        return 0;
+    const int size = a[0] != b[0] ? a[0] - b[0] : std::memcmp(a + 2, b + 2, 10);
+    return signA > 0 ? size : -size;
+}
+
+void decimalFromDouble(double value, std::uint8_t *out)
+{
+    std::memset(out, 0, 12);
+    out[0] = exponentZero;
+    out[1] = 1;
+    if (value == 0.0 || !std::isfinite(value))
+        return;
+    // Fifteen digits are all that a double has for sure; "d.dddde+xx" gives them and the exponent at once.
+    std::array<char, 32> text{};
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), std::fabs(value), std::chars_format::scientific, 14).ptr;
+    const char *mark = std::find(text.data(), static_cast<const char *>(end), 'e');
+    int exponent = 0;
+    std::from_chars(mark + (mark[1] == '+' ? 2 : 1), end, exponent);
+    std::string digits(1, text[0]);
+    digits.append(text.data() + 2, mark);
+    while (!digits.empty() && digits.back() == '0')
+        digits.pop_back();
+    out[0] = static_cast<std::uint8_t>(exponentZero + exponent + 1);
+    out[1] = static_cast<std::uint8_t>((value < 0 ? 0x80U : 0U) | static_cast<unsigned>(digits.size()) << 2U | 1U);
+    for (std::size_t i = 0; i < digits.size(); ++i) {
+        const auto digit = static_cast<unsigned>(digits[i] - '0');
+        out[2 + i / 2] = static_cast<std::uint8_t>(out[2 + i / 2] | (i % 2 == 0 ? digit << 4U : digit));
+    }
+}
+
+double doubleFromDecimal(const std::uint8_t *key)
+{
+    const int digits = std::min((key[1] >> 2) & 0x1F, decimalDigits);
+    if (digits == 0)
+        return 0;
+    std::string text = (key[1] & 0x80) != 0 ? "-0." : "0.";
+    for (int i = 0; i < digits; ++i)
+        text += static_cast<char>('0' + ((key[2 + i / 2] >> (i % 2 == 0 ? 4 : 0)) & 0x0F) % 10);
+    text += 'e' + std::to_string(key[0] - exponentZero);
+    double value = 0;
+    std::from_chars(text.data(), text.data() + text.size(), value);
+    return value;
+}
+
+// The comparable form of a number: its bits from the highest byte down, with the sign turned so that memcmp orders them.
+void comparableFromDouble(double value, std::uint8_t *out)
+{
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &value, sizeof value);
+    constexpr std::uint64_t signBit = std::uint64_t{1} << 63U;
+    bits = (bits & signBit) != 0 ? ~bits : bits | signBit;
+    for (int i = 7; i >= 0; --i, bits >>= 8U)
+        out[i] = static_cast<std::uint8_t>(bits);
+}
+
+double doubleFromComparable(const std::uint8_t *in)
+{
+    std::uint64_t bits = 0;
+    for (int i = 0; i < 8; ++i)
+        bits = bits << 8U | in[i];
+    constexpr std::uint64_t signBit = std::uint64_t{1} << 63U;
+    bits = (bits & signBit) != 0 ? bits & ~signBit : ~bits;
+    double value = 0;
+    std::memcpy(&value, &bits, sizeof value);
+    return value;
+}
+
+} // namespace
+
+int compareMdxKeys(KeyType type, const std::uint8_t *a, const std::uint8_t *b, std::size_t length)
+{
+    switch (type) {
+    case KeyType::character:
+        break;
+    case KeyType::date: {
+        const double x = doubleOf(a);
+        const double y = doubleOf(b);
+        return x < y ? -1 : x > y ? 1 : 0;
+    }
+    case KeyType::numeric:
+        return compareDecimal(a, b);
+    }
+    return std::memcmp(a, b, length);
+}
+
+} // namespace dbase

@@ -1,0 +1,178 @@
+#include "dbcontrols/DbGridModel.h"
+
+#include <QtCore/QScopedValueRollback>
+
+namespace dbcontrols {
+
+using dataset::DataSet;
+
+DbGridModel::DbGridModel(QObject *parent) : QAbstractTableModel(parent) {}
+
+DbGridModel::~DbGridModel() = default;
+
+void DbGridModel::setDataSource(DataSource *source)
+{
+    if (m_source == source)
+        return;
+    if (m_source)
+        m_source->disconnect(this);
+    m_source = source;
+    if (source) {
+        connect(source, &DataSource::sourceChanged, this, &DbGridModel::reload);
+        connect(source, &DataSource::rowsReset, this, &DbGridModel::reload);
+        connect(source, &DataSource::rowsInserted, this, &DbGridModel::insertRowsFromSource);
+        connect(source, &DataSource::rowsRemoved, this, &DbGridModel::removeRowsFromSource);
+        connect(source, &DataSource::rowsChanged, this, &DbGridModel::announceRows);
+        connect(source, &DataSource::fieldChanged, this, &DbGridModel::announceField);
+        connect(source, &QObject::destroyed, this, &DbGridModel::reload);
+    }
+    reload();
+}
+
+void DbGridModel::setColumns(const QList<GridColumn> &columns)
+{
+    m_columns = columns;
+    reload();
+}
+
+DataSet *DbGridModel::activeSet() const
+{
+    return m_source ? m_source->activeDataSet() : nullptr;
+}
+
+void DbGridModel::reload()
+{
+    const QScopedValueRollback<bool> changing(m_changingRows, true);
+    beginResetModel();
+    const DataSet *const set = activeSet();
+    m_rowCount = set ? set->rowCount() : 0;
+    m_fields.clear();
+    for (const GridColumn &column : std::as_const(m_columns))
+        m_fields.append(set ? set->fieldIndex(column.field) : -1);
+    endResetModel();
+}
+
+void DbGridModel::insertRowsFromSource(int first, int count)
+{
+    if (count <= 0)
+        return;
+    if (first < 0 || first > m_rowCount) { // a notice was missed, perhaps while another data set was shown
+        reload();
+        return;
+    }
+    const QScopedValueRollback<bool> changing(m_changingRows, true);
+    beginInsertRows({}, first, first + count - 1);
+    m_rowCount += count;
+    endInsertRows();
+}
+
+void DbGridModel::removeRowsFromSource(int first, int count)
+{
+    if (count <= 0)
+        return;
+    if (first < 0 || first + count > m_rowCount) {
+        reload();
+        return;
+    }
+    const QScopedValueRollback<bool> changing(m_changingRows, true);
+    beginRemoveRows({}, first, first + count - 1);
+    m_rowCount -= count;
+    endRemoveRows();
+}
+
+void DbGridModel::announceRows(int first, int count)
+{
+    const int last = qMin(first + count, m_rowCount) - 1;
+    if (first >= 0 && last >= first && !m_columns.isEmpty())
+        emit dataChanged(index(first, 0), index(last, static_cast<int>(m_columns.size()) - 1));
+}
+
+void DbGridModel::announceField(int field)
+{
+    const DataSet *const set = activeSet();
+    const int row = set ? set->currentRow() : -1;
+    if (row < 0 || row >= m_rowCount)
+        return;
+    for (int column = 0; column < m_fields.size(); ++column) {
+        if (field < 0 || m_fields.at(column) == field)
+            emit dataChanged(index(row, column), index(row, column));
+    }
+}
+
+int DbGridModel::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : m_rowCount;
+}
+
+int DbGridModel::columnCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(m_columns.size());
+}
+
+QVariant DbGridModel::data(const QModelIndex &index, int role) const
+{
+    if (!index.isValid())
+        return {};
+    if (role == Qt::TextAlignmentRole)
+        return (m_columns.at(index.column()).alignment | Qt::AlignVCenter).toInt();
+    if (role != Qt::DisplayRole && role != Qt::EditRole)
+        return {};
+    const DataSet *const set = activeSet();
+    const int field = m_fields.value(index.column(), -1);
+    // While a batch of notices is under way the data set is already ahead of this model.
+    if (!set || field < 0 || index.row() >= set->rowCount())
+        return {};
+    return set->textAt(index.row(), field);
+}
+
+QVariant DbGridModel::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    if (orientation != Qt::Horizontal || section < 0 || section >= m_columns.size())
+        return {};
+    if (role == Qt::DisplayRole)
+        return m_columns.at(section).title;
+    if (role == Qt::TextAlignmentRole)
+        return (m_columns.at(section).alignment | Qt::AlignVCenter).toInt();
+    return {};
+}
+
+Qt::ItemFlags DbGridModel::flags(const QModelIndex &index) const
+{
+    Qt::ItemFlags flags = QAbstractTableModel::flags(index);
+    if (!index.isValid() || !m_editable)
+        return flags;
+    const DataSet *const set = activeSet();
+    const bool writable = set && !set->isReadOnly() && m_fields.value(index.column(), -1) >= 0;
+    if (writable && !m_columns.at(index.column()).readOnly)
+        flags |= Qt::ItemIsEditable;
+    return flags;
+}
+
+bool DbGridModel::setData(const QModelIndex &index, const QVariant &value, int role)
+{
+    DataSet *const set = activeSet();
+    if (role != Qt::EditRole || !set || !(flags(index) & Qt::ItemIsEditable))
+        return false;
+    try {
+        if (set->currentRow() != index.row())
+            set->setCurrentRow(index.row());
+        if (!set->isEditing())
+            set->edit();
+        set->field(m_fields.at(index.column())).setText(value.toString());
+        return true;
+    } catch (const dataset::EDatabaseError &error) {
+        emit failed(error.text());
+    } catch (const dataset::EConvertError &error) {
+        emit failed(error.text());
+    }
+    return false;
+}
+
+int DbGridModel::fieldWidth(int column) const
+{
+    const DataSet *const set = activeSet();
+    const int field = m_fields.value(column, -1);
+    return set && field >= 0 ? set->fieldInfo(field).width : 0;
+}
+
+} // namespace dbcontrols

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "dbcontrols/DataSource.h"
+#include "dbcontrols/Export.h"
+
+#include <QtCore/QAbstractTableModel>
+#include <QtCore/QList>
+#include <QtCore/QPointer>
+#include <QtCore/QString>
+
+namespace dbcontrols {
+
+/// One column of a grid.
+struct GridColumn {
+    QString title;
+    QString field;
+    int width = 64; ///< device-independent pixels
+    Qt::Alignment alignment = Qt::AlignLeft;
+    bool visible = true;
+    bool readOnly = false;
+};
+
+/// The rows of a data set as a table. It reads a row only when the view asks for it, and keeps a row count of its own
+/// that follows the data set's notices one by one, as the views need it.
+class DBCONTROLS_EXPORT DbGridModel : public QAbstractTableModel {
+    Q_OBJECT
+public:
+    explicit DbGridModel(QObject *parent = nullptr);
+    ~DbGridModel() override;
+
+    /// @param source not owned; may be null.
+    void setDataSource(DataSource *source);
+    [[nodiscard]] DataSource *dataSource() const { return m_source; }
+    void setColumns(const QList<GridColumn> &columns);
+    [[nodiscard]] const QList<GridColumn> &columns() const { return m_columns; }
+    /// Whether cells of columns that are not read-only can be changed; false at first.
+    void setEditable(bool editable) { m_editable = editable; }
+    /// Between the notices of added or removed rows: the view's selection follows by itself, nobody has moved it.
+    [[nodiscard]] bool isChangingRows() const { return m_changingRows; }
+
+    [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
+    [[nodiscard]] int columnCount(const QModelIndex &parent = {}) const override;
+    [[nodiscard]] QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+    [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+    [[nodiscard]] Qt::ItemFlags flags(const QModelIndex &index) const override;
+    /// Puts the line into edit when it is not yet and writes the field; posts nothing.
+    /// @return false, after failed(), when the line is locked or the text does not fit the field's kind.
+    bool setData(const QModelIndex &index, const QVariant &value, int role = Qt::EditRole) override;
+
+    /// Width of a column's field in characters; 0 when it has none.
+    [[nodiscard]] int fieldWidth(int column) const;
+
+signals:
+    /// What was to be written could not be. @param text for the user.
+    void failed(const QString &text);
+
+private:
+    void reload();
+    void insertRowsFromSource(int first, int count);
+    void removeRowsFromSource(int first, int count);
+    void announceRows(int first, int count);
+    void announceField(int field);
+    [[nodiscard]] dataset::DataSet *activeSet() const;
+
+    QPointer<DataSource> m_source;
+    QList<GridColumn> m_columns;
+    QList<int> m_fields; ///< field number of each column, -1 when the data set has none of that name
+    int m_rowCount = 0;
+    bool m_editable = false;
+    bool m_changingRows = false;
+};
+
+} // namespace dbcontrols

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "dbcontrols/Export.h"
+
+#include <functional>
+
+class QPoint;
+class QWidget;
+
+namespace dbcontrols {
+
+/// What the edit menu of a control can do just now; an empty function is shown disabled.
+struct TextCommands {
+    std::function<void()> undo;
+    std::function<void()> cut;
+    std::function<void()> copy;
+    std::function<void()> paste;
+    std::function<void()> selectAll;
+};
+
+/// Shows an edit menu. The one of Qt speaks Spanish only where its translation is installed; this one always does.
+/// @param position in the screen's coordinates.
+DBCONTROLS_EXPORT void showTextMenu(QWidget &control, const QPoint &position, const TextCommands &commands);
+
+} // namespace dbcontrols
