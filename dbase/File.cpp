@@ -311,6 +311,7 @@ File::File(std::unique_ptr<Native> native)
     : m_native(std::move(native))
 {
 }
+File::File() = default;
 File::File(File &&other) noexcept = default;
 File &File::operator=(File &&other) noexcept = default;
 File::~File() = default;

@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <memory>
 #include <span>
+#include <string>
+#include <utility>
 
 namespace dbase {
 
@@ -27,7 +29,7 @@ class File {
 public:
     enum class Mode { readOnly, readWrite, createNew };
 
-    File() = default;
+    File();
     File(File &&other) noexcept;
     File &operator=(File &&other) noexcept;
     File(const File &) = delete;
@@ -80,6 +82,8 @@ public:
     ~RangeLock() { release(); }
 
     [[nodiscard]] bool held() const { return m_file != nullptr; }
+    /// The range stays taken; whoever calls this gives it back.
+    void disown() noexcept { m_file = nullptr; }
     void release() noexcept
     {
         if (m_file)

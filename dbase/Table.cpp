@@ -1,0 +1,127 @@
+#include "dbase/Table.h"
+
+#include "dbase/TableImpl.h"
+
+#include <algorithm>
+
+namespace dbase {
+
+RecordLock::RecordLock(RecordLock &&other) noexcept
+    : m_release(std::exchange(other.m_release, nullptr))
+{
+}
+
+RecordLock &RecordLock::operator=(RecordLock &&other) noexcept
+{
+    if (this != &other) {
+        release();
+        m_release = std::exchange(other.m_release, nullptr);
+    }
+    return *this;
+}
+
+RecordLock::~RecordLock() { release(); }
+
+void RecordLock::release() noexcept
+{
+    if (const auto giveBack = std::exchange(m_release, nullptr))
+        giveBack();
+}
+
+Status Table::create(const std::filesystem::path &file, const TableDefinition &definition)
+{
+    const auto now = std::chrono::floor<std::chrono::days>(std::chrono::system_clock::now());
+    const std::chrono::year_month_day date{now};
+    auto bytes = encodeDbfHeader(definition, {static_cast<int>(date.year()),
+                                              static_cast<int>(static_cast<unsigned>(date.month())),
+                                              static_cast<int>(static_cast<unsigned>(date.day()))});
+    if (!bytes.ok())
+        return {bytes.status().kind(), bytes.status().text(), displayName(file)};
+    auto created = File::open(file, File::Mode::createNew);
+    if (!created.ok())
+        return created.status();
+    bytes.value().push_back(dbfEndMark);
+    Status status = created.value().writeAt(0, bytes.value());
+    return status.ok() ? created.value().sync() : status;
+}
+
+Result<std::unique_ptr<Table>> Table::open(const std::filesystem::path &file, const OpenOptions &options)
+{
+    auto impl = std::make_unique<TableImpl>(file, options);
+    if (const Status status = impl->open(); !status.ok())
+        return status;
+    return std::unique_ptr<Table>(new Table(std::move(impl))); // the constructor is private; owned at once
+}
+
+Table::Table(std::unique_ptr<TableImpl> impl)
+    : m_impl(std::move(impl))
+{
+}
+Table::~Table() = default;
+
+const std::filesystem::path &Table::file() const { return m_impl->path; }
+const std::vector<FieldDefinition> &Table::fields() const { return m_impl->header.fields; }
+CodePage Table::codePage() const { return m_impl->header.codePage; }
+std::size_t Table::recordLength() const { return m_impl->header.recordLength; }
+RecordNumber Table::recordCount() const { return m_impl->header.recordCount; }
+bool Table::isReadOnly() const { return m_impl->readOnly; }
+std::uint64_t Table::version() const { return m_impl->version; }
+
+int Table::fieldIndex(std::string_view name) const
+{
+    const auto same = [name](const FieldDefinition &field) {
+        return std::equal(name.begin(), name.end(), field.name.begin(), field.name.end(),
+                          [](unsigned char a, unsigned char b) { return std::toupper(a) == std::toupper(b); });
+    };
+    const auto &all = fields();
+    const auto found = std::find_if(all.begin(), all.end(), same);
+    return found == all.end() ? -1 : static_cast<int>(found - all.begin());
+}
+
+Status Table::read(RecordNumber number, std::span<std::uint8_t> record) const
+{
+    return m_impl->readRecord(number, record);
+}
+
+Result<RecordNumber> Table::append(std::span<const std::uint8_t> record) { return m_impl->append(record); }
+
+Status Table::update(RecordNumber number, std::span<const std::uint8_t> before, std::span<const std::uint8_t> after)
+{
+    return m_impl->update(number, before, after);
+}
+
+Status Table::erase(RecordNumber number) { return m_impl->erase(number); }
+
+Result<RecordLock> Table::lockRecord(RecordNumber number, std::chrono::milliseconds timeout)
+{
+    if (const Status status = m_impl->takeRecordLock(number, timeout); !status.ok())
+        return status;
+    // The lock may outlive the table, whose closing has given it back already.
+    return RecordLock([impl = m_impl.get(), alive = std::weak_ptr(m_impl->alive), number] {
+        if (!alive.expired())
+            impl->dropRecordLock(number);
+    });
+}
+
+Result<RecordLock> Table::lockRecord(RecordNumber number) { return lockRecord(number, m_impl->options.lockTimeout); }
+
+Result<bool> Table::refresh() { return m_impl->refresh(); }
+
+std::vector<TagDefinition> Table::tags() const
+{
+    std::vector<TagDefinition> out;
+    for (const OwnedIndex &owned : m_impl->indexes)
+        out.push_back(owned.index->definition());
+    return out;
+}
+
+Index *Table::index(std::string_view tag) const { return m_impl->index(tag); }
+Status Table::addTag(const TagDefinition &tag) { return m_impl->addTag(tag); }
+
+Status Table::liveRecords(Index *index, std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
+                          std::vector<RecordNumber> &out) const
+{
+    return m_impl->liveRecords(index, low, high, out);
+}
+
+} // namespace dbase
