@@ -6,10 +6,12 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-namespace dataset {
+namespace dataset
+{
 
 /// The databases of the office: each alias is a name for a folder of tables. A plain value, kept by the host.
-class DATASET_EXPORT Aliases {
+class DATASET_EXPORT Aliases
+{
 public:
     /// Names are compared without regard to case; a second folder for a name replaces the first.
     void add(const QString &name, const QString &folder);

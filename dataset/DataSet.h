@@ -10,7 +10,8 @@
 
 #include <memory>
 
-namespace dataset {
+namespace dataset
+{
 
 class RecordStore;
 class DataSetPrivate;
@@ -30,17 +31,23 @@ using Bookmark = quint32;
 ///                     +------------------> insert -----------------------> browse
 ///
 /// Rules that hold for every kind of data set:
-///  - edit() takes the record's lock on a shared table and reads the record afresh; post() writes, cancel() drops, both
+///  - edit() takes the record's lock on a shared table and reads the record afresh; post() writes, cancel()
+///  drops, both
 ///    give the lock back. A failed post() leaves the state as it was, with what was typed.
-///  - Moving (first, last, next, prior, going to a bookmark or row, a search, a range, close) while a record is being
+///  - Moving (first, last, next, prior, going to a bookmark or row, a search, a range, close) while a record
+///  is being
 ///    edited posts it when it was changed and cancels it otherwise.
-///  - A range restricts first/last/next/prior and the rows to the keys between two bounds, both included. A search looks
-///    at the whole table; outside the range the cursor moves in table order until it is positioned inside again.
-///  - next() on the last record sets eof() and stays there; prior() on the first sets bof(); an empty set has both.
+///  - A range restricts first/last/next/prior and the rows to the keys between two bounds, both included. A
+///  search looks
+///    at the whole table; outside the range the cursor moves in table order until it is positioned inside
+///    again.
+///  - next() on the last record sets eof() and stays there; prior() on the first sets bof(); an empty set has
+///  both.
 ///  - Records deleted or lines written by others are seen at the next refresh, search, range or edit.
 ///
 /// Every operation but the plain queries throws EDatabaseError when it fails, and when the set is not open.
-class DATASET_EXPORT DataSet : public QObject {
+class DATASET_EXPORT DataSet : public QObject
+{
     Q_OBJECT
 public:
     enum class State { inactive, browse, edit, insert };
@@ -53,7 +60,7 @@ public:
     void close(); ///< posts or cancels as a move does; closing a closed set does nothing
     [[nodiscard]] bool isActive() const;
     [[nodiscard]] State state() const;
-    [[nodiscard]] bool isEditing() const; ///< edit or insert
+    [[nodiscard]] bool isEditing() const;  ///< edit or insert
     [[nodiscard]] bool isModified() const; ///< the pending record differs from what was read
     [[nodiscard]] bool isReadOnly() const;
     /// A number of the owner's, 0 at first; the set itself never looks at it.
@@ -80,7 +87,8 @@ public:
     /// @return false, and the cursor where it was, when the record is gone.
     bool goToBookmark(Bookmark bookmark);
 
-    // Rows: the records of the range (or table) in order, as a grid numbers them, from 0. A pending insert is no row.
+    // Rows: the records of the range (or table) in order, as a grid numbers them, from 0. A pending insert is
+    // no row.
     [[nodiscard]] int rowCount() const;
     /// Row of the current record; -1 when there is none or it stands outside the range.
     [[nodiscard]] int currentRow() const;
@@ -97,30 +105,33 @@ public:
     void append(); ///< the same; its place follows from its key
     /// @throws EDatabaseError, kind locked, when another workstation keeps the record.
     void edit();
-    void post(); ///< does nothing in browse state; the cursor stands on the written record afterwards
+    void post();   ///< does nothing in browse state; the cursor stands on the written record afterwards
     void cancel(); ///< does nothing in browse state; after an insert the cursor is where it was before
     void remove(); ///< deletes the current record; the next one, or else the one before, becomes current
 
     // Order, search, range
-    /// Orders by one or more field names, separated by ";", or by the index of that name; empty: order of the file.
+    /// Orders by one or more field names, separated by ";", or by the index of that name; empty: order of the
+    /// file.
     void setIndexFieldNames(const QString &names);
     [[nodiscard]] QString indexFieldNames() const;
-    /// @return true when a line with the key was found. Exact and not found: the cursor stays. Nearest and nothing
-    /// at or after the key: the last line, with eof().
+    /// @return true when a line with the key was found. Exact and not found: the cursor stays. Nearest and
+    /// nothing at or after the key: the last line, with eof().
     bool locate(const Key &key, SearchMode mode);
-    /// Restricts to the keys between the bounds and goes to the first line; a bound that names only the leading fields
-    /// of the order stands for all keys that begin so. @return true when the range holds a line.
+    /// Restricts to the keys between the bounds and goes to the first line; a bound that names only the
+    /// leading fields of the order stands for all keys that begin so. @return true when the range holds a
+    /// line.
     bool setRange(const Key &low, const Key &high);
-    /// Back to the whole table, on the same line; when the range was empty, on the line nearest after its lower bound.
+    /// Back to the whole table, on the same line; when the range was empty, on the line nearest after its
+    /// lower bound.
     void cancelRange();
     [[nodiscard]] bool hasRange() const;
 
-    /// Takes in what others have written, keeps the current line and tells the watchers only what changed. Does
-    /// nothing while a record is being edited.
+    /// Takes in what others have written, keeps the current line and tells the watchers only what changed.
+    /// Does nothing while a record is being edited.
     void refresh();
 
-    /// Watchers are told nothing until enableControls() has been called as often; then they are told once. Prefer
-    /// ControlsGuard.
+    /// Watchers are told nothing until enableControls() has been called as often; then they are told once.
+    /// Prefer ControlsGuard.
     void disableControls();
     void enableControls();
     [[nodiscard]] bool controlsDisabled() const;
@@ -132,8 +143,8 @@ signals:
     void currentChanged();
     /// The current record's field has another value; -1: any of them may.
     void fieldChanged(int field);
-    // The rows have changed already when these come; row numbers are those after the change, for rowsRemoved those
-    // before it. A watcher that keeps its own count follows them in the order in which they come.
+    // The rows have changed already when these come; row numbers are those after the change, for rowsRemoved
+    // those before it. A watcher that keeps its own count follows them in the order in which they come.
     void rowsReset();
     void rowsInserted(int first, int count);
     void rowsRemoved(int first, int count);
@@ -142,16 +153,26 @@ signals:
 protected:
     DataSet(std::unique_ptr<RecordStore> store, QObject *parent);
     [[nodiscard]] RecordStore &store() const;
+    /// The store has lost all its records.
+    void storeEmptied();
 
 private:
     friend class Field;
+    friend class DataSetPrivate;
+    [[nodiscard]] QVariant currentValue(int field) const;
+    void setPendingValue(int field, const QVariant &value);
     std::unique_ptr<DataSetPrivate> d;
 };
 
 /// Stops the notices of a data set for as long as it lives.
-class DATASET_EXPORT ControlsGuard {
+class DATASET_EXPORT ControlsGuard
+{
 public:
-    explicit ControlsGuard(DataSet &dataSet) : m_dataSet(dataSet) { m_dataSet.disableControls(); }
+    explicit ControlsGuard(DataSet &dataSet)
+        : m_dataSet(dataSet)
+    {
+        m_dataSet.disableControls();
+    }
     ~ControlsGuard() { m_dataSet.enableControls(); }
     ControlsGuard(const ControlsGuard &) = delete;
     ControlsGuard &operator=(const ControlsGuard &) = delete;
@@ -161,9 +182,13 @@ private:
 };
 
 /// Cancels the pending insert or edit at the end of its life, unless keep() was called.
-class DATASET_EXPORT PendingEditGuard {
+class DATASET_EXPORT PendingEditGuard
+{
 public:
-    explicit PendingEditGuard(DataSet &dataSet) : m_dataSet(&dataSet) {}
+    explicit PendingEditGuard(DataSet &dataSet)
+        : m_dataSet(&dataSet)
+    {
+    }
     ~PendingEditGuard();
     void keep() { m_dataSet = nullptr; }
     PendingEditGuard(const PendingEditGuard &) = delete;

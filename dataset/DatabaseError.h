@@ -7,10 +7,13 @@
 
 #include <stdexcept>
 
-namespace dataset {
+namespace dataset
+{
 
-/// What every operation of a data set throws when it cannot do its work. what() and text() are fit for the user.
-class DATASET_EXPORT EDatabaseError : public std::runtime_error {
+/// What every operation of a data set throws when it cannot do its work. what() and text() are fit for the
+/// user.
+class DATASET_EXPORT EDatabaseError : public std::runtime_error
+{
 public:
     /// @param text Spanish, for the user.
     explicit EDatabaseError(const QString &text, dbase::ErrorKind kind = dbase::ErrorKind::invalidArgument);
@@ -26,7 +29,8 @@ private:
 };
 
 /// A text that is not the number, date or time it should be.
-class DATASET_EXPORT EConvertError : public std::runtime_error {
+class DATASET_EXPORT EConvertError : public std::runtime_error
+{
 public:
     explicit EConvertError(const QString &text);
     ~EConvertError() override;

@@ -3,12 +3,14 @@
 #include "dataset/Aliases.h"
 #include "dataset/DataSet.h"
 
-namespace dataset {
+namespace dataset
+{
 
 class DbfStore;
 
 /// A cursor over a shared dBase table, TABLE.DBF in the folder of an alias.
-class DATASET_EXPORT DbfTable : public DataSet {
+class DATASET_EXPORT DbfTable : public DataSet
+{
     Q_OBJECT
 public:
     /// @param aliases  must outlive the table; looked at when the table opens.
@@ -27,8 +29,13 @@ public:
     /// @param expression  such as "DTOS(FECHA)+HORA".
     void addIndexDefinition(const QString &name, const QString &expression);
 
+    /// Makes the table's file, empty, with the indexes defined so far; it is not opened. Numbers without a
+    /// width get 20 places. @throws EDatabaseError, also when the file is there already.
+    void createFile(const QList<FieldInfo> &fields);
+
 private:
     [[nodiscard]] DbfStore &dbfStore() const;
+    [[nodiscard]] DbfStore &closedStore() const;
 };
 
 } // namespace dataset

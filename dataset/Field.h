@@ -6,7 +6,8 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
-namespace dataset {
+namespace dataset
+{
 
 class DataSet;
 
@@ -22,11 +23,16 @@ struct FieldInfo {
 
 /// One field of the current record: a light handle, valid as long as its data set is open.
 ///
-/// Reading: with no current record, and for a null (blank) field, the value is empty, 0, false or an invalid date.
-/// Writing: needs the edit or insert state, else EDatabaseError.
-class DATASET_EXPORT Field {
+/// Reading: with no current record, and for a null (blank) field, the value is empty, 0, false or an invalid
+/// date. Writing: needs the edit or insert state, else EDatabaseError.
+class DATASET_EXPORT Field
+{
 public:
-    Field(DataSet &dataSet, int index) : m_dataSet(&dataSet), m_index(index) {}
+    Field(DataSet &dataSet, int index)
+        : m_dataSet(&dataSet)
+        , m_index(index)
+    {
+    }
 
     [[nodiscard]] const FieldInfo &info() const;
     [[nodiscard]] int index() const { return m_index; }
@@ -42,7 +48,8 @@ public:
     [[nodiscard]] double asNumber() const;
     [[nodiscard]] bool asBool() const;
 
-    /// A text field keeps the first characters that fit; other kinds read the text in the form that asText() gives.
+    /// A text field keeps the first characters that fit; other kinds read the text in the form that asText()
+    /// gives.
     /// @throws EConvertError for a text that does not say a value of the field's kind.
     void setText(const QString &text);
     void setDate(QDate date); ///< an invalid date is null

@@ -4,7 +4,8 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
-namespace dataset {
+namespace dataset
+{
 
 /// One field and the value it must have.
 struct KeyPart {

@@ -2,19 +2,23 @@
 
 #include "dataset/DataSet.h"
 
-namespace dataset {
+namespace dataset
+{
 
-/// A table in memory, for carrying rows from one place of the program to another. Without an order its rows stay as
-/// they were appended.
-class DATASET_EXPORT MemTable : public DataSet {
+/// A table in memory, for carrying rows from one place of the program to another. Without an order its rows
+/// stay as they were appended.
+class DATASET_EXPORT MemTable : public DataSet
+{
     Q_OBJECT
 public:
     explicit MemTable(QObject *parent = nullptr);
     ~MemTable() override;
 
-    /// Gives the table its fields and opens it, empty. @throws EDatabaseError when it is open or a name comes twice.
+    /// Gives the table its fields and opens it, empty. @throws EDatabaseError when it is open or a name comes
+    /// twice.
     void create(const QList<FieldInfo> &fields);
-    /// Drops every row; fields, order and the open state stay. A pending change is cancelled, a range dropped.
+    /// Drops every row; fields, order and the open state stay. A pending change is cancelled, a range
+    /// dropped.
     void emptyTable();
 };
 

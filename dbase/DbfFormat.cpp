@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <set>
 
-namespace dbase {
+namespace dbase
+{
 
-namespace {
+namespace
+{
 
 constexpr std::size_t versionOffset = 0;
 constexpr std::size_t headerLengthOffset = 8;
@@ -27,7 +29,10 @@ std::size_t get16(std::span<const std::uint8_t> bytes, std::size_t at)
     return static_cast<std::size_t>(bytes[at] | bytes[at + 1] << 8);
 }
 
-Status damaged(std::string text, std::size_t offset) { return {ErrorKind::damaged, std::move(text), {}, offset}; }
+Status damaged(std::string text, std::size_t offset)
+{
+    return {ErrorKind::damaged, std::move(text), {}, offset};
+}
 Status unsupported(std::string text, std::size_t offset)
 {
     return {ErrorKind::unsupported, std::move(text), {}, offset};
@@ -60,7 +65,10 @@ Status checkVersion(std::uint8_t version)
     }
 }
 
-bool isNameCharacter(std::uint8_t c) { return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_'; }
+bool isNameCharacter(std::uint8_t c)
+{
+    return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+}
 
 /// Width and decimals that a field of the type can have.
 bool isPossibleShape(const FieldDefinition &field)
@@ -74,7 +82,8 @@ bool isPossibleShape(const FieldDefinition &field)
         return field.width == 1;
     case FieldType::numeric:
     case FieldType::floating:
-        return field.width >= 1 && field.width <= 32 && (field.decimals == 0 || field.decimals + 1 < field.width);
+        return field.width >= 1 && field.width <= 32 &&
+               (field.decimals == 0 || field.decimals + 1 < field.width);
     }
     return false;
 }
@@ -83,8 +92,8 @@ Result<FieldDefinition> decodeDescriptor(std::span<const std::uint8_t> bytes, st
 {
     FieldDefinition field;
     for (std::size_t i = 0; i < nameSize && bytes[at + i] != 0; ++i) {
-        const auto c = static_cast<std::uint8_t>(bytes[at + i] >= 'a' && bytes[at + i] <= 'z' ? bytes[at + i] - 0x20
-                                                                                             : bytes[at + i]);
+        const auto c = static_cast<std::uint8_t>(
+            bytes[at + i] >= 'a' && bytes[at + i] <= 'z' ? bytes[at + i] - 0x20 : bytes[at + i]);
         if (i == nameSize - 1 || c < 0x20)
             return damaged("el nombre de un campo no es posible", at);
         field.name += static_cast<char>(c);
@@ -109,7 +118,9 @@ Result<FieldDefinition> decodeDescriptor(std::span<const std::uint8_t> bytes, st
         return damaged("el campo " + field.name + " es de un tipo desconocido", at + typeOffset);
     }
     field.width = bytes[at + widthOffset];
-    field.decimals = field.type == FieldType::numeric || field.type == FieldType::floating ? bytes[at + decimalsOffset] : 0;
+    field.decimals = field.type == FieldType::numeric || field.type == FieldType::floating
+                         ? bytes[at + decimalsOffset]
+                         : 0;
     if (!isPossibleShape(field))
         return damaged("el campo " + field.name + " tiene una anchura imposible", at + widthOffset);
     return field;

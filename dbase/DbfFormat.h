@@ -23,8 +23,8 @@
 //       17    1  decimals
 //       31    1  1 = a tag of the production index is exactly this field
 //
-// Record r starts at header length + (r - 1) * record length: one byte of deletion mark (20h live, 2Ah deleted), then
-// the fields without anything between them. One 1Ah follows the last record.
+// Record r starts at header length + (r - 1) * record length: one byte of deletion mark (20h live, 2Ah
+// deleted), then the fields without anything between them. One 1Ah follows the last record.
 //
 // Example: 03 7E0B15 02000000 2101 9601 ... = level 3/4, 2026-11-21, 2 records, header 289, record 406
 
@@ -34,7 +34,8 @@
 #include <span>
 #include <vector>
 
-namespace dbase {
+namespace dbase
+{
 
 inline constexpr std::size_t dbfFixedHeader = 32;
 inline constexpr std::size_t dbfMaxHeader = 65535;
@@ -58,19 +59,21 @@ struct TableHeader {
 /// How long a header is, from its first dbfFixedHeader bytes. @return damaged when that cannot be.
 Result<std::size_t> dbfHeaderLength(std::span<const std::uint8_t> bytes);
 
-/// Reads a whole header. Refuses what cannot be with the reason: damaged, or unsupported for sound files of other kinds.
+/// Reads a whole header. Refuses what cannot be with the reason: damaged, or unsupported for sound files of
+/// other kinds.
 /// @param bytes       the header, as long as dbfHeaderLength() says or as the file holds.
 Result<TableHeader> decodeDbfHeader(std::span<const std::uint8_t> bytes);
 
-/// The header of a new table. Offsets of the fields are worked out here. @return invalidArgument for fields that a
-/// table cannot have.
+/// The header of a new table. Offsets of the fields are worked out here. @return invalidArgument for fields
+/// that a table cannot have.
 Result<std::vector<std::uint8_t>> encodeDbfHeader(const TableDefinition &definition, Date today);
 
 /// The seven bytes of date and record count.
 [[nodiscard]] std::vector<std::uint8_t> encodeDateAndCount(Date today, RecordNumber count);
 [[nodiscard]] RecordNumber decodeCount(std::span<const std::uint8_t> fourBytes);
 
-/// Whether bytes behind the announced records look like a line of the table: a mark, real dates, no control bytes.
+/// Whether bytes behind the announced records look like a line of the table: a mark, real dates, no control
+/// bytes.
 [[nodiscard]] bool looksLikeRecord(std::span<const std::uint8_t> record, const TableHeader &header);
 
 } // namespace dbase

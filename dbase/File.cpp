@@ -1,18 +1,19 @@
 #include "dbase/File.h"
 
 #if defined(_WIN32)
-#    define WIN32_LEAN_AND_MEAN
-#    define NOMINMAX
-#    include <windows.h>
+#define WIN32_LEAN_AND_MEAN
+#define NOMINMAX
+#include <windows.h>
 #else
-#    include <cerrno>
-#    include <cstring>
-#    include <fcntl.h>
-#    include <sys/stat.h>
-#    include <unistd.h>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #endif
 
-namespace dbase {
+namespace dbase
+{
 
 std::string displayName(const std::filesystem::path &file)
 {
@@ -32,14 +33,16 @@ struct File::Native {
     }
 };
 
-namespace {
+namespace
+{
 
 Status failure(const std::string &what, const std::string &name)
 {
     const DWORD code = GetLastError();
     const bool full = code == ERROR_DISK_FULL || code == ERROR_HANDLE_DISK_FULL;
     return {full ? ErrorKind::full : ErrorKind::inputOutput,
-            full ? std::string("no queda sitio en el disco") : what + " (error " + std::to_string(code) + ")", name};
+            full ? std::string("no queda sitio en el disco") : what + " (error " + std::to_string(code) + ")",
+            name};
 }
 
 OVERLAPPED placeOf(std::uint64_t offset)
@@ -57,8 +60,9 @@ Result<File> File::open(const std::filesystem::path &path, Mode mode)
     auto native = std::make_unique<Native>();
     native->name = displayName(path);
     const DWORD access = mode == Mode::readOnly ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
-    native->handle = CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                 mode == Mode::createNew ? CREATE_NEW : OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    native->handle =
+        CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                    mode == Mode::createNew ? CREATE_NEW : OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (native->handle != INVALID_HANDLE_VALUE)
         return File(std::move(native));
     switch (GetLastError()) {
@@ -81,9 +85,10 @@ Result<FileStamp> File::stamp() const
     if (!GetFileInformationByHandle(m_native->handle, &info))
         return failure("no se puede consultar el fichero", m_native->name);
     const auto joined = [](DWORD high, DWORD low) { return std::uint64_t{high} << 32U | low; };
-    return FileStamp{joined(info.nFileSizeHigh, info.nFileSizeLow),
-                     static_cast<std::int64_t>(
-                         joined(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime) * 100)};
+    return FileStamp{
+        joined(info.nFileSizeHigh, info.nFileSizeLow),
+        static_cast<std::int64_t>(
+            joined(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime) * 100)};
 }
 
 Result<std::size_t> File::readAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const
@@ -138,8 +143,10 @@ Status File::sync()
 Result<bool> File::tryLock(std::uint64_t offset, std::uint64_t length, LockKind kind)
 {
     OVERLAPPED place = placeOf(offset);
-    const DWORD flags = LOCKFILE_FAIL_IMMEDIATELY | (kind == LockKind::exclusive ? LOCKFILE_EXCLUSIVE_LOCK : 0);
-    if (LockFileEx(m_native->handle, flags, 0, static_cast<DWORD>(length), static_cast<DWORD>(length >> 32U), &place))
+    const DWORD flags =
+        LOCKFILE_FAIL_IMMEDIATELY | (kind == LockKind::exclusive ? LOCKFILE_EXCLUSIVE_LOCK : 0);
+    if (LockFileEx(m_native->handle, flags, 0, static_cast<DWORD>(length), static_cast<DWORD>(length >> 32U),
+                   &place))
         return true;
     if (GetLastError() == ERROR_LOCK_VIOLATION || GetLastError() == ERROR_IO_PENDING)
         return false;
@@ -164,14 +171,16 @@ struct File::Native {
     }
 };
 
-namespace {
+namespace
+{
 
-// Locks that belong to the open file, not to the process: closing another handle on the same file must not drop them.
-#    if defined(F_OFD_SETLK)
+// Locks that belong to the open file, not to the process: closing another handle on the same file must not
+// drop them.
+#if defined(F_OFD_SETLK)
 constexpr int setLockCommand = F_OFD_SETLK;
-#    else
+#else
 constexpr int setLockCommand = F_SETLK;
-#    endif
+#endif
 
 Status failure(const std::string &what, const std::string &name)
 {
@@ -274,11 +283,11 @@ Status File::truncate(std::uint64_t size)
 
 Status File::sync()
 {
-#    if defined(__APPLE__)
+#if defined(__APPLE__)
     const int outcome = ::fcntl(m_native->descriptor, F_FULLFSYNC);
-#    else
+#else
     const int outcome = ::fdatasync(m_native->descriptor);
-#    endif
+#endif
     // Not repeated on any error: what a failed flush covered may have been dropped from the cache.
     if (outcome != 0)
         return failure("el disco no ha confirmado la escritura", m_native->name);
@@ -316,6 +325,9 @@ File::File(File &&other) noexcept = default;
 File &File::operator=(File &&other) noexcept = default;
 File::~File() = default;
 
-bool File::isOpen() const { return m_native != nullptr; }
+bool File::isOpen() const
+{
+    return m_native != nullptr;
+}
 
 } // namespace dbase

@@ -12,12 +12,14 @@
 #include <string>
 #include <utility>
 
-namespace dbase {
+namespace dbase
+{
 
 /// A path as UTF-8 for messages.
 [[nodiscard]] std::string displayName(const std::filesystem::path &file);
 
-/// What tells one content of a file from another without reading it; never the only thing a decision rests on.
+/// What tells one content of a file from another without reading it; never the only thing a decision rests
+/// on.
 struct FileStamp {
     std::uint64_t size = 0;
     std::int64_t modified = 0; ///< nanoseconds
@@ -25,7 +27,8 @@ struct FileStamp {
 };
 
 /// One open file. Reads and writes name their place; nothing is buffered.
-class File {
+class File
+{
 public:
     enum class Mode { readOnly, readWrite, createNew };
 
@@ -36,7 +39,8 @@ public:
     File &operator=(const File &) = delete;
     ~File();
 
-    /// @return notFound, readOnly (no right to write), invalidArgument (createNew on an existing file), inputOutput.
+    /// @return notFound, readOnly (no right to write), invalidArgument (createNew on an existing file),
+    /// inputOutput.
     static Result<File> open(const std::filesystem::path &path, Mode mode);
 
     [[nodiscard]] bool isOpen() const;
@@ -62,7 +66,8 @@ private:
 };
 
 /// A byte range held; given back at the end of its life.
-class RangeLock {
+class RangeLock
+{
 public:
     RangeLock() = default;
     RangeLock(File &file, std::uint64_t offset, std::uint64_t length)

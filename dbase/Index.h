@@ -6,7 +6,8 @@
 #include <span>
 #include <vector>
 
-namespace dbase {
+namespace dbase
+{
 
 /// Name and expression of an index tag.
 struct TagDefinition {
@@ -21,19 +22,22 @@ struct IndexEntry {
     RecordNumber record = 0;
 };
 
-/// Ordered access to the records of one table by one tag. Entries are ordered by key, equal keys by record number,
-/// so that lines with the same key stay in the order in which they were added.
+/// Ordered access to the records of one table by one tag. Entries are ordered by key, equal keys by record
+/// number, so that lines with the same key stay in the order in which they were added.
 ///
-/// A position is an IndexEntry held by the caller; it stays usable when the entry itself has gone (next and prior then
-/// give its neighbours). Owned by the Table, which keeps it right on every write; valid as long as the Table lives.
-class DBASE_EXPORT Index {
+/// A position is an IndexEntry held by the caller; it stays usable when the entry itself has gone (next and
+/// prior then give its neighbours). Owned by the Table, which keeps it right on every write; valid as long as
+/// the Table lives.
+class DBASE_EXPORT Index
+{
 public:
     virtual ~Index() = default;
 
     [[nodiscard]] virtual const TagDefinition &definition() const = 0;
     [[nodiscard]] virtual const KeyExpression &expression() const = 0;
 
-    /// First entry whose key, cut to the length of `prefix`, is `prefix` (exact) - nothing when there is none.
+    /// First entry whose key, cut to the length of `prefix`, is `prefix` (exact) - nothing when there is
+    /// none.
     virtual Result<std::optional<IndexEntry>> find(std::span<const std::uint8_t> prefix) = 0;
     /// First entry whose key is at or after `key` (nearest) - nothing past the end.
     virtual Result<std::optional<IndexEntry>> atOrAfter(std::span<const std::uint8_t> key) = 0;
@@ -44,8 +48,8 @@ public:
     virtual Result<std::optional<IndexEntry>> next(const IndexEntry &position) = 0;
     virtual Result<std::optional<IndexEntry>> prior(const IndexEntry &position) = 0;
 
-    /// Adds to `out`, in order, the records whose keys lie between two bounds, both included. A bound shorter than the
-    /// key stands for all keys that begin so; an empty bound is no bound.
+    /// Adds to `out`, in order, the records whose keys lie between two bounds, both included. A bound shorter
+    /// than the key stands for all keys that begin so; an empty bound is no bound.
     virtual Status collect(std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
                            std::vector<RecordNumber> &out) = 0;
 };

@@ -5,10 +5,11 @@
 #include <charconv>
 #include <utility>
 
-namespace dbase {
+namespace dbase
+{
 
-/// Immutable tree of an expression. Every node gives a text, padded to its width only at the very end, except a lone
-/// number or date field.
+/// Immutable tree of an expression. Every node gives a text, padded to its width only at the very end, except
+/// a lone number or date field.
 struct KeyExpression::Node {
     enum class Kind { field, dtos, upper, str, substr, trim, sum };
     Kind kind = Kind::field;
@@ -25,7 +26,8 @@ struct KeyExpression::Node {
     [[nodiscard]] std::string number(std::span<const std::uint8_t> record) const;
 };
 
-namespace {
+namespace
+{
 
 using Node = KeyExpression::Node;
 constexpr int maxDepth = 32;
@@ -55,7 +57,8 @@ std::string comparableNumber(double value)
     return out;
 }
 
-class Parser {
+class Parser
+{
 public:
     Parser(std::string_view text, std::span<const FieldDefinition> fields, CodePage page)
         : m_text(text)
@@ -100,7 +103,8 @@ private:
     {
         skipBlanks();
         std::string out;
-        while (m_at < m_text.size() && (std::isalnum(static_cast<unsigned char>(m_text[m_at])) || m_text[m_at] == '_'))
+        while (m_at < m_text.size() &&
+               (std::isalnum(static_cast<unsigned char>(m_text[m_at])) || m_text[m_at] == '_'))
             out += static_cast<char>(std::toupper(static_cast<unsigned char>(m_text[m_at++])));
         return out;
     }
@@ -172,11 +176,13 @@ private:
             node.field = m_fields[i];
             node.fieldIndex = static_cast<int>(i);
             node.page = m_page;
-            const bool number = node.field.type == FieldType::numeric || node.field.type == FieldType::floating;
+            const bool number =
+                node.field.type == FieldType::numeric || node.field.type == FieldType::floating;
             node.width = number ? 8 : node.field.width;
             return node;
         }
-        return Status(ErrorKind::invalidArgument, "la expresión del índice usa un campo que la tabla no tiene: " + name);
+        return Status(ErrorKind::invalidArgument,
+                      "la expresión del índice usa un campo que la tabla no tiene: " + name);
     }
 
     Result<Node> call(const std::string &name, int depth)
@@ -366,8 +372,9 @@ IndexKey KeyExpression::keyOf(std::span<const std::uint8_t> record) const
 
 std::size_t KeyExpression::leadingLength(std::span<const int> fieldIndexes) const
 {
-    const std::span<const Node> parts =
-        m_root->kind == Node::Kind::sum ? std::span<const Node>(m_root->parts) : std::span<const Node>(m_root.get(), 1);
+    const std::span<const Node> parts = m_root->kind == Node::Kind::sum
+                                            ? std::span<const Node>(m_root->parts)
+                                            : std::span<const Node>(m_root.get(), 1);
     std::size_t length = 0;
     for (const Node &part : parts) {
         const int field = wholeFieldOf(part);

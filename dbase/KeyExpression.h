@@ -10,13 +10,15 @@
 #include <string>
 #include <string_view>
 
-namespace dbase {
+namespace dbase
+{
 
 /// Longest key of an index, in bytes.
 inline constexpr std::size_t maxKeyLength = 100;
 
 /// A key as the index compares it: bytes, ordered by memcmp, then by length.
-class IndexKey {
+class IndexKey
+{
 public:
     IndexKey() = default;
     /// @param bytes at most maxKeyLength; more are cut off.
@@ -35,15 +37,18 @@ private:
 
 /// The expression of an index tag, such as DTOS(FECHA)+HORA, compiled for one table.
 ///
-/// Understood: fields of type C, D, N, F by name; DTOS, UPPER, STR(n[,width[,decimals]]), SUBSTR, LEFT, TRIM, RTRIM,
-/// and "+" between texts. Names and functions in any case. The key of a lone D or N field is made order-preserving
-/// here; how a file stores it is the file's business.
-class DBASE_EXPORT KeyExpression {
+/// Understood: fields of type C, D, N, F by name; DTOS, UPPER, STR(n[,width[,decimals]]), SUBSTR, LEFT, TRIM,
+/// RTRIM, and "+" between texts. Names and functions in any case. The key of a lone D or N field is made
+/// order-preserving here; how a file stores it is the file's business.
+class DBASE_EXPORT KeyExpression
+{
 public:
     /// @param fields  of the table, with their offsets.
-    /// @return unsupported, with the offending word, for anything else than the above; invalidArgument for an unknown
+    /// @return unsupported, with the offending word, for anything else than the above; invalidArgument for an
+    /// unknown
     ///         field or a key longer than maxKeyLength.
-    static Result<KeyExpression> parse(std::string_view text, std::span<const FieldDefinition> fields, CodePage page);
+    static Result<KeyExpression> parse(std::string_view text, std::span<const FieldDefinition> fields,
+                                       CodePage page);
 
     [[nodiscard]] const std::string &text() const { return m_text; }
     /// Bytes of every key.
@@ -51,9 +56,9 @@ public:
     /// Key of a record, always keyLength() bytes.
     [[nodiscard]] IndexKey keyOf(std::span<const std::uint8_t> record) const;
 
-    /// How many leading bytes of the key say the given fields whole and nothing else, reading the expression from the
-    /// left: for DTOS(FECHA)+HORA, {FECHA} gives 8, {FECHA, HORA} 13, {HORA} 0. A part such as SUBSTR says only a piece
-    /// of its field and ends the count.
+    /// How many leading bytes of the key say the given fields whole and nothing else, reading the expression
+    /// from the left: for DTOS(FECHA)+HORA, {FECHA} gives 8, {FECHA, HORA} 13, {HORA} 0. A part such as
+    /// SUBSTR says only a piece of its field and ends the count.
     /// @param fieldIndexes  positions in the table's field list, in any order.
     [[nodiscard]] std::size_t leadingLength(std::span<const int> fieldIndexes) const;
     /// The table's fields in the order in which the expression uses them; positions in the field list.

@@ -6,11 +6,14 @@
 #include <cmath>
 #include <cstring>
 
-namespace dbase {
+namespace dbase
+{
 
-namespace {
+namespace
+{
 
-namespace header {
+namespace header
+{
 constexpr std::size_t version = 0;
 constexpr std::size_t created = 1;
 constexpr std::size_t tableName = 4;
@@ -30,7 +33,8 @@ constexpr std::size_t nameTreeTop = 529;
 constexpr std::size_t firstSlot = 544;
 } // namespace header
 
-namespace slot {
+namespace slot
+{
 constexpr std::size_t length = 32;
 constexpr std::size_t headerPage = 0;
 constexpr std::size_t name = 4;
@@ -43,7 +47,8 @@ constexpr std::size_t two = 19;
 constexpr std::size_t keyType = 20;
 } // namespace slot
 
-namespace tagHeader {
+namespace tagHeader
+{
 constexpr std::size_t rootPage = 0;
 constexpr std::size_t pagesUsed = 4;
 constexpr std::size_t flags = 8;
@@ -74,7 +79,8 @@ constexpr std::size_t childSize = 4;
 
 std::string textAt(std::span<const std::uint8_t> bytes, std::size_t at, std::size_t size)
 {
-    const auto *from = reinterpret_cast<const char *>(bytes.data() + at); // bytes and chars alias by the standard
+    const auto *from =
+        reinterpret_cast<const char *>(bytes.data() + at); // bytes and chars alias by the standard
     return {from, std::find(from, from + size, '\0')};
 }
 
@@ -95,11 +101,20 @@ void putDate(std::vector<std::uint8_t> &bytes, std::size_t at, const Date &date)
     bytes[at + 2] = static_cast<std::uint8_t>(date.day);
 }
 
-Status damaged(const char *text, std::uint64_t offset) { return {ErrorKind::damaged, text, {}, offset}; }
+Status damaged(const char *text, std::uint64_t offset)
+{
+    return {ErrorKind::damaged, text, {}, offset};
+}
 
-bool isKeyType(std::uint8_t byte) { return byte == 'C' || byte == 'D' || byte == 'N' || byte == 'F'; }
+bool isKeyType(std::uint8_t byte)
+{
+    return byte == 'C' || byte == 'D' || byte == 'N' || byte == 'F';
+}
 
-KeyType keyTypeOf(std::uint8_t byte) { return byte == 'F' ? KeyType::numeric : static_cast<KeyType>(byte); }
+KeyType keyTypeOf(std::uint8_t byte)
+{
+    return byte == 'F' ? KeyType::numeric : static_cast<KeyType>(byte);
+}
 
 bool pageInside(PageNumber page, PageNumber pageCount)
 {
@@ -113,9 +128,11 @@ Result<MdxHeader> decodeMdxHeader(std::span<const std::uint8_t> bytes, std::uint
     if (bytes.size() < mdxHeaderSize || fileLength < mdxHeaderSize)
         return damaged("el índice es más corto que su cabecera", 0);
     if (bytes[header::version] != 2)
-        return Status(ErrorKind::unsupported, "el índice es de una versión que no se conoce", {}, header::version);
+        return Status(ErrorKind::unsupported, "el índice es de una versión que no se conoce", {},
+                      header::version);
     if (get16(&bytes[header::blockPages]) != 2 || get16(&bytes[header::blockLength]) != mdxBlockSize)
-        return Status(ErrorKind::unsupported, "el índice tiene bloques de otro tamaño", {}, header::blockPages);
+        return Status(ErrorKind::unsupported, "el índice tiene bloques de otro tamaño", {},
+                      header::blockPages);
     if (get16(&bytes[header::slotLength]) != slot::length)
         return damaged("la tabla de órdenes del índice no tiene la forma esperada", header::slotLength);
     MdxHeader out;
@@ -163,13 +180,17 @@ Status decodeMdxTagHeader(std::span<const std::uint8_t> block, MdxTag &tag, Page
     tag.keyLength = get16(&block[tagHeader::keyLength]);
     tag.maxItems = get16(&block[tagHeader::maxItems]);
     tag.itemLength = get16(&block[tagHeader::itemLength]);
-    if (tag.keyLength < 1 || tag.keyLength > maxIndexKey || (tag.keyType == KeyType::date && tag.keyLength != 8) ||
+    if (tag.keyLength < 1 || tag.keyLength > maxIndexKey ||
+        (tag.keyType == KeyType::date && tag.keyLength != 8) ||
         (tag.keyType == KeyType::numeric && tag.keyLength != 12))
-        return damaged("un orden del índice tiene claves de una longitud imposible", base + tagHeader::keyLength);
+        return damaged("un orden del índice tiene claves de una longitud imposible",
+                       base + tagHeader::keyLength);
     if (tag.itemLength < tag.keyLength + 4 || tag.itemLength > 2 * maxIndexKey)
-        return damaged("un orden del índice tiene entradas de una longitud imposible", base + tagHeader::itemLength);
-    const std::size_t used = blockItemsOffset + childSize +
-                             static_cast<std::size_t>(tag.maxItems) * static_cast<std::size_t>(tag.itemLength);
+        return damaged("un orden del índice tiene entradas de una longitud imposible",
+                       base + tagHeader::itemLength);
+    const std::size_t used =
+        blockItemsOffset + childSize +
+        static_cast<std::size_t>(tag.maxItems) * static_cast<std::size_t>(tag.itemLength);
     if (tag.maxItems < 3 || used > mdxBlockSize)
         return damaged("un orden del índice no cabe en sus bloques", base + tagHeader::maxItems);
     tag.changeCounter = block[tagHeader::counter];
@@ -246,13 +267,20 @@ std::vector<std::uint8_t> encodeMdxTagHeader(const MdxTag &tag, std::uint8_t lan
     return out;
 }
 
-int mdxItemLength(int keyLength) { return (keyLength + 4 + 3) / 4 * 4; }
+int mdxItemLength(int keyLength)
+{
+    return (keyLength + 4 + 3) / 4 * 4;
+}
 
-int mdxItemsPerBlock(int itemLength) { return static_cast<int>(mdxBlockSize - blockItemsOffset - childSize) / itemLength; }
+int mdxItemsPerBlock(int itemLength)
+{
+    return static_cast<int>(mdxBlockSize - blockItemsOffset - childSize) / itemLength;
+}
 
 // ---------------------------------------------------------------------------------------------------------------------
 
-namespace {
+namespace
+{
 
 double doubleOf(const std::uint8_t *bytes)
 {
@@ -272,8 +300,8 @@ void putDouble(double value, std::uint8_t *bytes)
         bytes[i] = static_cast<std::uint8_t>(bits);
 }
 
-// A decimal key: byte 0 is 34h plus the digits before the point, byte 1 sign, number of digits and 01, then the digits,
-// two to a byte.
+// A decimal key: byte 0 is 34h plus the digits before the point, byte 1 sign, number of digits and 01, then
+// the digits, two to a byte.
 constexpr int decimalDigits = 20;
 constexpr int exponentZero = 0x34;
 
@@ -302,7 +330,9 @@ void decimalFromDouble(double value, std::uint8_t *out)
         return;
     // Fifteen digits are all that a double has for sure; "d.dddde+xx" gives them and the exponent at once.
     std::array<char, 32> text{};
-    const auto end = std::to_chars(text.data(), text.data() + text.size(), std::fabs(value), std::chars_format::scientific, 14).ptr;
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), std::fabs(value),
+                                   std::chars_format::scientific, 14)
+                         .ptr;
     const char *mark = std::find(text.data(), static_cast<const char *>(end), 'e');
     int exponent = 0;
     std::from_chars(mark + (mark[1] == '+' ? 2 : 1), end, exponent);
@@ -311,7 +341,8 @@ void decimalFromDouble(double value, std::uint8_t *out)
     while (!digits.empty() && digits.back() == '0')
         digits.pop_back();
     out[0] = static_cast<std::uint8_t>(exponentZero + exponent + 1);
-    out[1] = static_cast<std::uint8_t>((value < 0 ? 0x80U : 0U) | static_cast<unsigned>(digits.size()) << 2U | 1U);
+    out[1] =
+        static_cast<std::uint8_t>((value < 0 ? 0x80U : 0U) | static_cast<unsigned>(digits.size()) << 2U | 1U);
     for (std::size_t i = 0; i < digits.size(); ++i) {
         const auto digit = static_cast<unsigned>(digits[i] - '0');
         out[2 + i / 2] = static_cast<std::uint8_t>(out[2 + i / 2] | (i % 2 == 0 ? digit << 4U : digit));
@@ -332,7 +363,8 @@ double doubleFromDecimal(const std::uint8_t *key)
     return value;
 }
 
-// The comparable form of a number: its bits from the highest byte down, with the sign turned so that memcmp orders them.
+// The comparable form of a number: its bits from the highest byte down, with the sign turned so that memcmp
+// orders them.
 void comparableFromDouble(double value, std::uint8_t *out)
 {
     std::uint64_t bits = 0;

@@ -19,8 +19,8 @@
 //       36    4  first free block as a page number, 0 = none
 //       40    4  0
 //       44    3  date of the last change
-//      512   32  slot 0, not a tag: its byte 17 (529) is the number of the tag at the top of the tree of names
-//      544   32  for each tag 1 to 47, its slot
+//      512   32  slot 0, not a tag: its byte 17 (529) is the number of the tag at the top of the tree of
+//      names 544   32  for each tag 1 to 47, its slot
 //
 // Tag slot
 //        0    4  page of the tag header
@@ -56,8 +56,8 @@
 //        8   ..  k items: 4 bytes (leaf: record number, inner block: page of a child), then the key
 //       ..    4  leaf: 0; inner block: page of the last child, whose keys have no bound
 //
-// An inner item is (child, largest key in that child). Only the four bytes behind the last item tell a leaf from an
-// inner block, so everything there is kept at 0 in leaves.
+// An inner item is (child, largest key in that child). Only the four bytes behind the last item tell a leaf
+// from an inner block, so everything there is kept at 0 in leaves.
 //
 // Example, a leaf with two keys of 13 bytes:
 //   02000000 00000000 02000000 "2024022810:00" 000000 01000000 "2024022909:30" 000000 00000000
@@ -69,7 +69,8 @@
 #include <string>
 #include <vector>
 
-namespace dbase {
+namespace dbase
+{
 
 using PageNumber = std::uint32_t;
 
@@ -122,14 +123,16 @@ Status decodeMdxTagHeader(std::span<const std::uint8_t> block, MdxTag &tag, Page
 /// The file header with all tag slots, mdxHeaderSize bytes, for a new or rebuilt index.
 std::vector<std::uint8_t> encodeMdxHeader(const MdxHeader &header, std::span<const MdxTag> tags);
 /// A tag header, mdxBlockSize bytes.
-std::vector<std::uint8_t> encodeMdxTagHeader(const MdxTag &tag, std::uint8_t languageDriver, bool singleField);
+std::vector<std::uint8_t> encodeMdxTagHeader(const MdxTag &tag, std::uint8_t languageDriver,
+                                             bool singleField);
 
 /// Item length and items per block that a key of that many bytes gives.
 [[nodiscard]] int mdxItemLength(int keyLength);
 [[nodiscard]] int mdxItemsPerBlock(int itemLength);
 
 /// How two keys of a tag stand to each other: negative, 0 or positive.
-[[nodiscard]] int compareMdxKeys(KeyType type, const std::uint8_t *a, const std::uint8_t *b, std::size_t length);
+[[nodiscard]] int compareMdxKeys(KeyType type, const std::uint8_t *a, const std::uint8_t *b,
+                                 std::size_t length);
 
 // Keys as the file stores them, from and to the form in which an Index compares them (see KeyExpression).
 /// @param out  keyLength bytes.

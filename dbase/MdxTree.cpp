@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <cstring>
 
-namespace dbase {
+namespace dbase
+{
 
-namespace {
+namespace
+{
 
 constexpr std::size_t itemsOffset = 8;
 constexpr std::size_t childSize = 4;
@@ -26,18 +28,27 @@ Status MdxCursor::status() const
 {
     if (m_damagedPage == 0)
         return {};
-    return {ErrorKind::damaged, "el índice tiene un bloque imposible", {},
+    return {ErrorKind::damaged,
+            "el índice tiene un bloque imposible",
+            {},
             static_cast<std::uint64_t>(m_damagedPage) * mdxPageSize};
 }
 
 const std::uint8_t *MdxCursor::item(const Step &step, int index) const
 {
-    return step.block + itemsOffset + static_cast<std::size_t>(index) * static_cast<std::size_t>(m_tag.itemLength);
+    return step.block + itemsOffset +
+           static_cast<std::size_t>(index) * static_cast<std::size_t>(m_tag.itemLength);
 }
 
-PageNumber MdxCursor::childOf(const Step &step) const { return get32(item(step, step.position)); }
+PageNumber MdxCursor::childOf(const Step &step) const
+{
+    return get32(item(step, step.position));
+}
 
-bool MdxCursor::atLeaf() const { return get32(item(top(), top().count)) == 0; }
+bool MdxCursor::atLeaf() const
+{
+    return get32(item(top(), top().count)) == 0;
+}
 
 bool MdxCursor::enter(PageNumber page)
 {
@@ -94,7 +105,8 @@ void MdxCursor::descend(std::span<const std::uint8_t> prefix, bool after)
 void MdxCursor::seek(std::span<const std::uint8_t> prefix, bool after)
 {
     descend(prefix, after);
-    // A bound in an inner block may be larger than the last key really there: the entry is then in the next leaf.
+    // A bound in an inner block may be larger than the last key really there: the entry is then in the next
+    // leaf.
     if (m_depth > 0 && !m_valid)
         next();
 }
@@ -163,9 +175,15 @@ void MdxCursor::prior()
     }
 }
 
-const std::uint8_t *MdxCursor::key() const { return item(top(), top().position) + childSize; }
+const std::uint8_t *MdxCursor::key() const
+{
+    return item(top(), top().position) + childSize;
+}
 
-RecordNumber MdxCursor::record() const { return get32(item(top(), top().position)); }
+RecordNumber MdxCursor::record() const
+{
+    return get32(item(top(), top().position));
+}
 
 // ---------------------------------------------------------------------------------------------------------------------
 
@@ -176,7 +194,9 @@ std::size_t MdxTree::itemAt(int index) const
 
 Status MdxTree::outside(PageNumber page) const
 {
-    return {ErrorKind::damaged, "el índice nombra un bloque que no existe", {},
+    return {ErrorKind::damaged,
+            "el índice nombra un bloque que no existe",
+            {},
             static_cast<std::uint64_t>(page) * mdxPageSize};
 }
 
@@ -224,8 +244,8 @@ Status MdxTree::insertItem(const MdxCursor &path, int level, const std::uint8_t 
     return {};
 }
 
-/// The new block becomes the right half and takes over the old block's item in the level above; an item for the left
-/// half goes in front of it.
+/// The new block becomes the right half and takes over the old block's item in the level above; an item for
+/// the left half goes in front of it.
 Status MdxTree::split(const MdxCursor &path, int level, const std::uint8_t *key, std::uint32_t number)
 {
     const MdxCursor::Step &step = path.step(level);
@@ -363,7 +383,8 @@ Status MdxTree::setBound(const MdxCursor &path, int level, const std::uint8_t *k
         std::uint8_t *block = m_store.change(step.page);
         if (!block)
             return outside(step.page);
-        std::memcpy(block + itemAt(step.position) + childSize, copy.data(), static_cast<std::size_t>(m_tag.keyLength));
+        std::memcpy(block + itemAt(step.position) + childSize, copy.data(),
+                    static_cast<std::size_t>(m_tag.keyLength));
         break;
     }
     return {};
@@ -371,7 +392,8 @@ Status MdxTree::setBound(const MdxCursor &path, int level, const std::uint8_t *k
 
 // ---------------------------------------------------------------------------------------------------------------------
 
-namespace {
+namespace
+{
 
 /// A finished block on its way into the level above.
 struct BuiltBlock {

@@ -7,18 +7,22 @@
 #include <span>
 #include <vector>
 
-namespace dbase {
+namespace dbase
+{
 
 /// Where a tree gets its blocks from.
-class BlockSource {
+class BlockSource
+{
 public:
     virtual ~BlockSource() = default;
-    /// The mdxBlockSize bytes of a block; null when the page lies outside the file. Valid until the next change.
+    /// The mdxBlockSize bytes of a block; null when the page lies outside the file. Valid until the next
+    /// change.
     [[nodiscard]] virtual const std::uint8_t *block(PageNumber page) const = 0;
 };
 
 /// Blocks that are being changed; nothing reaches the file before the whole change is ready.
-class BlockStore : public BlockSource {
+class BlockStore : public BlockSource
+{
 public:
     /// The block's bytes for changing; null as above.
     [[nodiscard]] virtual std::uint8_t *change(PageNumber page) = 0;
@@ -30,16 +34,22 @@ public:
 
 /// A place in the leaves of a tree: the way down from the root.
 ///
-/// A cursor reads blocks it was given and believes none of them: pages outside the file, counts beyond the block and
-/// loops end in damaged().
-class MdxCursor {
+/// A cursor reads blocks it was given and believes none of them: pages outside the file, counts beyond the
+/// block and loops end in damaged().
+class MdxCursor
+{
 public:
-    MdxCursor(const BlockSource &source, const MdxTag &tag) : m_source(source), m_tag(tag) {}
+    MdxCursor(const BlockSource &source, const MdxTag &tag)
+        : m_source(source)
+        , m_tag(tag)
+    {
+    }
 
     /// First entry at or after a key; with `after`, first entry behind all equal keys.
     /// @param prefix  at most the tag's key length; a shorter one (type C) is compared over its own length.
     void seek(std::span<const std::uint8_t> prefix, bool after = false);
-    /// The same, but stays in the leaf where the key would go in, if need be behind its last item (then not valid()).
+    /// The same, but stays in the leaf where the key would go in, if need be behind its last item (then not
+    /// valid()).
     void descend(std::span<const std::uint8_t> prefix, bool after);
     void first();
     void last();
@@ -83,9 +93,14 @@ private:
 };
 
 /// Changes the tree of one tag. A change is made in the store; the caller writes the store out afterwards.
-class MdxTree {
+class MdxTree
+{
 public:
-    MdxTree(BlockStore &store, MdxTag &tag) : m_store(store), m_tag(tag) {}
+    MdxTree(BlockStore &store, MdxTag &tag)
+        : m_store(store)
+        , m_tag(tag)
+    {
+    }
 
     /// Puts a key behind all equal ones. @param key  the tag's key length.
     Status insert(std::span<const std::uint8_t> key, RecordNumber record);

@@ -4,9 +4,11 @@
 #include <cstring>
 #include <numeric>
 
-namespace dbase {
+namespace dbase
+{
 
-namespace {
+namespace
+{
 
 constexpr std::size_t numberSize = 4;
 
@@ -88,7 +90,10 @@ Result<std::optional<IndexEntry>> MemoryIndex::atOrAfter(std::span<const std::ui
     return atIfThere(lowerBound(key, 0));
 }
 
-Result<std::optional<IndexEntry>> MemoryIndex::first() { return atIfThere(0); }
+Result<std::optional<IndexEntry>> MemoryIndex::first()
+{
+    return atIfThere(0);
+}
 
 Result<std::optional<IndexEntry>> MemoryIndex::last()
 {

@@ -2,10 +2,13 @@
 
 #include "dbase/Index.h"
 
-namespace dbase {
+namespace dbase
+{
 
-/// An index kept in memory: one sorted array of fixed-width entries. Built when the table opens, kept by its Table.
-class MemoryIndex final : public Index {
+/// An index kept in memory: one sorted array of fixed-width entries. Built when the table opens, kept by its
+/// Table.
+class MemoryIndex final : public Index
+{
 public:
     MemoryIndex(TagDefinition definition, KeyExpression expression);
 
@@ -29,7 +32,10 @@ public:
     void erase(const IndexKey &key, RecordNumber record);
 
 private:
-    [[nodiscard]] const std::uint8_t *entry(std::size_t i) const { return m_entries.data() + i * m_entryLength; }
+    [[nodiscard]] const std::uint8_t *entry(std::size_t i) const
+    {
+        return m_entries.data() + i * m_entryLength;
+    }
     [[nodiscard]] std::size_t size() const { return m_entries.size() / m_entryLength; }
     [[nodiscard]] IndexEntry at(std::size_t i) const;
     [[nodiscard]] std::optional<IndexEntry> atIfThere(std::size_t i) const;
@@ -42,7 +48,8 @@ private:
     TagDefinition m_definition;
     KeyExpression m_expression;
     std::size_t m_keyLength;
-    std::size_t m_entryLength; ///< key, then the record number from its highest byte down: memcmp orders whole entries
+    std::size_t m_entryLength; ///< key, then the record number from its highest byte down: memcmp orders
+                               ///< whole entries
     std::vector<std::uint8_t> m_entries;
 };
 

@@ -6,9 +6,11 @@
 #include <cmath>
 #include <cstring>
 
-namespace dbase {
+namespace dbase
+{
 
-namespace {
+namespace
+{
 
 constexpr std::uint8_t blank = 0x20;
 
@@ -109,7 +111,8 @@ std::optional<bool> readLogical(std::span<const std::uint8_t> record, const Fiel
     }
 }
 
-void writeText(std::span<std::uint8_t> record, const FieldDefinition &field, CodePage page, std::u16string_view text)
+void writeText(std::span<std::uint8_t> record, const FieldDefinition &field, CodePage page,
+               std::u16string_view text)
 {
     const auto bytes = bytesOf(record, field);
     // A character is one byte in all pages, so what lies behind the width cannot reach the field.
@@ -136,9 +139,10 @@ Status writeNumber(std::span<std::uint8_t> record, const FieldDefinition &field,
     if (!std::isfinite(number))
         return {ErrorKind::invalidArgument, "el valor del campo " + field.name + " no es un número"};
     std::array<char, 400> text{}; // the longest double without exponent has 309 digits before the point
-    const auto [end, error] =
-        std::to_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed, field.decimals);
-    std::string_view shown(text.data(), error == std::errc() ? static_cast<std::size_t>(end - text.data()) : 0);
+    const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), number,
+                                            std::chars_format::fixed, field.decimals);
+    std::string_view shown(text.data(),
+                           error == std::errc() ? static_cast<std::size_t>(end - text.data()) : 0);
     if (shown.find_first_not_of("-0.") == std::string_view::npos && !shown.empty() && shown.front() == '-')
         shown.remove_prefix(1); // a rounded "-0.00" is a zero
     if (shown.empty() || shown.size() > bytes.size())
@@ -161,6 +165,9 @@ void writeBlank(std::span<std::uint8_t> record, const FieldDefinition &field)
     std::fill(bytes.begin(), bytes.end(), blank);
 }
 
-std::vector<std::uint8_t> blankRecord(std::size_t length) { return std::vector<std::uint8_t>(length, blank); }
+std::vector<std::uint8_t> blankRecord(std::size_t length)
+{
+    return std::vector<std::uint8_t>(length, blank);
+}
 
 } // namespace dbase

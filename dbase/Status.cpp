@@ -1,6 +1,7 @@
 #include "dbase/Status.h"
 
-namespace dbase {
+namespace dbase
+{
 
 Status::Status(ErrorKind kind, std::string text, std::string file, std::optional<std::uint64_t> offset)
     : m_kind(kind)

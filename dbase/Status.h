@@ -8,7 +8,8 @@
 #include <utility>
 #include <variant>
 
-namespace dbase {
+namespace dbase
+{
 
 /// What went wrong, for the program to decide on; the text of a Status is for people.
 enum class ErrorKind {
@@ -24,8 +25,10 @@ enum class ErrorKind {
     full,            ///< no room: disk, field or file limit
 };
 
-/// Outcome of an operation on a table file: success, or a kind, a Spanish text for the user and where it happened.
-class [[nodiscard]] DBASE_EXPORT Status {
+/// Outcome of an operation on a table file: success, or a kind, a Spanish text for the user and where it
+/// happened.
+class [[nodiscard]] DBASE_EXPORT Status
+{
 public:
     Status() = default;
     /// @param text    Spanish, UTF-8, one sentence without the file's name.
@@ -49,11 +52,19 @@ private:
     std::optional<std::uint64_t> m_offset;
 };
 
-/// A value, or the Status that says why there is none. Asking for the wrong one of the two is a programming error.
-template <class T> class [[nodiscard]] Result {
+/// A value, or the Status that says why there is none. Asking for the wrong one of the two is a programming
+/// error.
+template <class T> class [[nodiscard]] Result
+{
 public:
-    Result(T value) : m_content(std::in_place_index<1>, std::move(value)) {}
-    Result(Status failure) : m_content(std::in_place_index<0>, std::move(failure)) {}
+    Result(T value)
+        : m_content(std::in_place_index<1>, std::move(value))
+    {
+    }
+    Result(Status failure)
+        : m_content(std::in_place_index<0>, std::move(failure))
+    {
+    }
 
     [[nodiscard]] bool ok() const { return m_content.index() == 1; }
     [[nodiscard]] T &value() & { return std::get<1>(m_content); }

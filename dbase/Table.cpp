@@ -4,7 +4,8 @@
 
 #include <algorithm>
 
-namespace dbase {
+namespace dbase
+{
 
 RecordLock::RecordLock(RecordLock &&other) noexcept
     : m_release(std::exchange(other.m_release, nullptr))
@@ -20,7 +21,10 @@ RecordLock &RecordLock::operator=(RecordLock &&other) noexcept
     return *this;
 }
 
-RecordLock::~RecordLock() { release(); }
+RecordLock::~RecordLock()
+{
+    release();
+}
 
 void RecordLock::release() noexcept
 {
@@ -59,19 +63,41 @@ Table::Table(std::unique_ptr<TableImpl> impl)
 }
 Table::~Table() = default;
 
-const std::filesystem::path &Table::file() const { return m_impl->path; }
-const std::vector<FieldDefinition> &Table::fields() const { return m_impl->header.fields; }
-CodePage Table::codePage() const { return m_impl->header.codePage; }
-std::size_t Table::recordLength() const { return m_impl->header.recordLength; }
-RecordNumber Table::recordCount() const { return m_impl->header.recordCount; }
-bool Table::isReadOnly() const { return m_impl->readOnly; }
-std::uint64_t Table::version() const { return m_impl->version; }
+const std::filesystem::path &Table::file() const
+{
+    return m_impl->path;
+}
+const std::vector<FieldDefinition> &Table::fields() const
+{
+    return m_impl->header.fields;
+}
+CodePage Table::codePage() const
+{
+    return m_impl->header.codePage;
+}
+std::size_t Table::recordLength() const
+{
+    return m_impl->header.recordLength;
+}
+RecordNumber Table::recordCount() const
+{
+    return m_impl->header.recordCount;
+}
+bool Table::isReadOnly() const
+{
+    return m_impl->readOnly;
+}
+std::uint64_t Table::version() const
+{
+    return m_impl->version;
+}
 
 int Table::fieldIndex(std::string_view name) const
 {
     const auto same = [name](const FieldDefinition &field) {
-        return std::equal(name.begin(), name.end(), field.name.begin(), field.name.end(),
-                          [](unsigned char a, unsigned char b) { return std::toupper(a) == std::toupper(b); });
+        return std::equal(
+            name.begin(), name.end(), field.name.begin(), field.name.end(),
+            [](unsigned char a, unsigned char b) { return std::toupper(a) == std::toupper(b); });
     };
     const auto &all = fields();
     const auto found = std::find_if(all.begin(), all.end(), same);
@@ -83,14 +109,21 @@ Status Table::read(RecordNumber number, std::span<std::uint8_t> record) const
     return m_impl->readRecord(number, record);
 }
 
-Result<RecordNumber> Table::append(std::span<const std::uint8_t> record) { return m_impl->append(record); }
+Result<RecordNumber> Table::append(std::span<const std::uint8_t> record)
+{
+    return m_impl->append(record);
+}
 
-Status Table::update(RecordNumber number, std::span<const std::uint8_t> before, std::span<const std::uint8_t> after)
+Status Table::update(RecordNumber number, std::span<const std::uint8_t> before,
+                     std::span<const std::uint8_t> after)
 {
     return m_impl->update(number, before, after);
 }
 
-Status Table::erase(RecordNumber number) { return m_impl->erase(number); }
+Status Table::erase(RecordNumber number)
+{
+    return m_impl->erase(number);
+}
 
 Result<RecordLock> Table::lockRecord(RecordNumber number, std::chrono::milliseconds timeout)
 {
@@ -103,9 +136,15 @@ Result<RecordLock> Table::lockRecord(RecordNumber number, std::chrono::milliseco
     });
 }
 
-Result<RecordLock> Table::lockRecord(RecordNumber number) { return lockRecord(number, m_impl->options.lockTimeout); }
+Result<RecordLock> Table::lockRecord(RecordNumber number)
+{
+    return lockRecord(number, m_impl->options.lockTimeout);
+}
 
-Result<bool> Table::refresh() { return m_impl->refresh(); }
+Result<bool> Table::refresh()
+{
+    return m_impl->refresh();
+}
 
 std::vector<TagDefinition> Table::tags() const
 {
@@ -115,8 +154,14 @@ std::vector<TagDefinition> Table::tags() const
     return out;
 }
 
-Index *Table::index(std::string_view tag) const { return m_impl->index(tag); }
-Status Table::addTag(const TagDefinition &tag) { return m_impl->addTag(tag); }
+Index *Table::index(std::string_view tag) const
+{
+    return m_impl->index(tag);
+}
+Status Table::addTag(const TagDefinition &tag)
+{
+    return m_impl->addTag(tag);
+}
 
 Status Table::liveRecords(Index *index, std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
                           std::vector<RecordNumber> &out) const

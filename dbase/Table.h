@@ -11,7 +11,8 @@
 #include <string_view>
 #include <vector>
 
-namespace dbase {
+namespace dbase
+{
 
 /// What Table::create needs to know.
 struct TableDefinition {
@@ -30,8 +31,10 @@ struct OpenOptions {
 
 class TableImpl;
 
-/// A lock on one record, held from edit to post or cancel; given back when the object dies or the table closes.
-class DBASE_EXPORT RecordLock {
+/// A lock on one record, held from edit to post or cancel; given back when the object dies or the table
+/// closes.
+class DBASE_EXPORT RecordLock
+{
 public:
     RecordLock() = default;
     RecordLock(RecordLock &&other) noexcept;
@@ -45,21 +48,26 @@ public:
 
 private:
     friend class Table;
-    explicit RecordLock(std::function<void()> release) : m_release(std::move(release)) {}
+    explicit RecordLock(std::function<void()> release)
+        : m_release(std::move(release))
+    {
+    }
     std::function<void()> m_release;
 };
 
-/// One open dBase table with its indexes. Not for use by several threads at once; several objects, in one process or
-/// in many, may have the same file open and change it at the same time.
+/// One open dBase table with its indexes. Not for use by several threads at once; several objects, in one
+/// process or in many, may have the same file open and change it at the same time.
 ///
-/// Nothing here throws; every failure is a Status with the reason. A file that cannot be right is refused at opening
-/// and left as it was.
-class DBASE_EXPORT Table {
+/// Nothing here throws; every failure is a Status with the reason. A file that cannot be right is refused at
+/// opening and left as it was.
+class DBASE_EXPORT Table
+{
 public:
     /// Makes a new, empty table; an existing file is refused (invalidArgument), never overwritten.
     static Status create(const std::filesystem::path &file, const TableDefinition &definition);
     /// @return notFound, damaged, unsupported, inputOutput. A file without write permission opens read-only.
-    static Result<std::unique_ptr<Table>> open(const std::filesystem::path &file, const OpenOptions &options = {});
+    static Result<std::unique_ptr<Table>> open(const std::filesystem::path &file,
+                                               const OpenOptions &options = {});
 
     Table(const Table &) = delete;
     Table &operator=(const Table &) = delete;
@@ -81,20 +89,24 @@ public:
 
     /// Adds a record behind the last one and to every index. @return its number.
     Result<RecordNumber> append(std::span<const std::uint8_t> record);
-    /// Replaces a record and its keys. @param before  what the caller read; when the file holds something else by now
-    /// nothing is written and the answer is conflict.
-    Status update(RecordNumber number, std::span<const std::uint8_t> before, std::span<const std::uint8_t> after);
+    /// Replaces a record and its keys. @param before  what the caller read; when the file holds something
+    /// else by now nothing is written and the answer is conflict.
+    Status update(RecordNumber number, std::span<const std::uint8_t> before,
+                  std::span<const std::uint8_t> after);
     /// Marks a record deleted. Deleting a deleted record is conflict.
     Status erase(RecordNumber number);
 
-    /// Takes the record's lock, waiting up to `timeout`; locked when somebody else keeps it, the text naming the record.
+    /// Takes the record's lock, waiting up to `timeout`; locked when somebody else keeps it, the text naming
+    /// the record.
     Result<RecordLock> lockRecord(RecordNumber number, std::chrono::milliseconds timeout);
     Result<RecordLock> lockRecord(RecordNumber number); ///< with the time-out of the opening
 
     /// Looks whether other objects or processes have written, and takes their changes into count and indexes.
-    /// @return whether anything may have changed since the last look. Costs a few system calls when nothing has.
+    /// @return whether anything may have changed since the last look. Costs a few system calls when nothing
+    /// has.
     Result<bool> refresh();
-    /// Grows with every change made through this object or met by refresh(); equal numbers mean equal contents.
+    /// Grows with every change made through this object or met by refresh(); equal numbers mean equal
+    /// contents.
     [[nodiscard]] std::uint64_t version() const;
 
     [[nodiscard]] std::vector<TagDefinition> tags() const;
@@ -103,8 +115,8 @@ public:
     /// Adds a tag to the open table (built at once). Does nothing when a tag of that name is there.
     Status addTag(const TagDefinition &tag);
 
-    /// The live records between two bounds of an index (see Index::collect), or of the whole table in the order of the
-    /// file when `index` is null, appended to `out`.
+    /// The live records between two bounds of an index (see Index::collect), or of the whole table in the
+    /// order of the file when `index` is null, appended to `out`.
     Status liveRecords(Index *index, std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
                        std::vector<RecordNumber> &out) const;
 
@@ -113,11 +125,14 @@ private:
     std::unique_ptr<TableImpl> m_impl;
 };
 
-/// The file of table `name` in a folder, found whatever the case of its letters ("AGENDA_N" finds agenda_n.dbf).
-/// The one door for every name that comes from outside: separators, "..", drive letters, device names, blanks at the
-/// ends and links that lead out of the folder are refused (invalidArgument). Answers notFound when there is no file.
-DBASE_EXPORT Result<std::filesystem::path> findTable(const std::filesystem::path &folder, std::string_view name);
+/// The file of table `name` in a folder, found whatever the case of its letters ("AGENDA_N" finds
+/// agenda_n.dbf). The one door for every name that comes from outside: separators, "..", drive letters,
+/// device names, blanks at the ends and links that lead out of the folder are refused (invalidArgument).
+/// Answers notFound when there is no file.
+DBASE_EXPORT Result<std::filesystem::path> findTable(const std::filesystem::path &folder,
+                                                     std::string_view name);
 /// Where a new table of that name goes: NAME.DBF in the folder, after the same checks.
-DBASE_EXPORT Result<std::filesystem::path> newTablePath(const std::filesystem::path &folder, std::string_view name);
+DBASE_EXPORT Result<std::filesystem::path> newTablePath(const std::filesystem::path &folder,
+                                                        std::string_view name);
 
 } // namespace dbase

@@ -4,17 +4,21 @@
 #include <cstring>
 #include <thread>
 
-namespace dbase {
+namespace dbase
+{
 
-namespace {
+namespace
+{
 
 constexpr std::size_t scanChunk = 1U << 20U;
-/// Clocks of file systems tick in steps; a file that changed within this time may change again under the same stamp.
+/// Clocks of file systems tick in steps; a file that changed within this time may change again under the same
+/// stamp.
 constexpr auto stampTick = std::chrono::milliseconds(50);
 constexpr int shortestPauseMs = 5;
 constexpr int longestPauseMs = 30;
 
-/// The date for "last update" in the header: the machine's own clock, as every program of the family writes it.
+/// The date for "last update" in the header: the machine's own clock, as every program of the family writes
+/// it.
 Date today()
 {
     const auto now = std::chrono::system_clock::now();
@@ -25,9 +29,8 @@ Date today()
 
 bool sameText(std::string_view a, std::string_view b)
 {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](unsigned char x, unsigned char y) {
-        return std::toupper(x) == std::toupper(y);
-    });
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](unsigned char x, unsigned char y) { return std::toupper(x) == std::toupper(y); });
 }
 
 } // namespace
@@ -93,18 +96,20 @@ Status TableImpl::readHeader()
     return {};
 }
 
-/// Holds the header's count against the file's length. Only under the change lock may lines that stand behind the
-/// count be adopted: without it they may be somebody's line on its way.
+/// Holds the header's count against the file's length. Only under the change lock may lines that stand behind
+/// the count be adopted: without it they may be somebody's line on its way.
 Status TableImpl::settleCount(bool mayAdopt)
 {
     const auto stamp = m_file.stamp();
     if (!stamp.ok())
         return stamp.status();
     const std::uint64_t size = stamp.value().size;
-    const std::uint64_t inFile = size < header.headerLength ? 0 : (size - header.headerLength) / header.recordLength;
+    const std::uint64_t inFile =
+        size < header.headerLength ? 0 : (size - header.headerLength) / header.recordLength;
     if (inFile < header.recordCount)
         return failure(ErrorKind::damaged, "la tabla dice tener " + std::to_string(header.recordCount) +
-                                               " líneas y el fichero solo contiene " + std::to_string(inFile));
+                                               " líneas y el fichero solo contiene " +
+                                               std::to_string(inFile));
     if (mayAdopt && inFile > header.recordCount)
         return adoptLinesBehindTheCount(static_cast<RecordNumber>(inFile));
     return {};
@@ -129,7 +134,8 @@ Status TableImpl::scan(RecordNumber from,
                        const std::function<void(RecordNumber, std::span<const std::uint8_t>)> &visit) const
 {
     const std::size_t perChunk = std::max<std::size_t>(1, scanChunk / header.recordLength);
-    std::vector<std::uint8_t> buffer(std::min<std::size_t>(perChunk, header.recordCount) * header.recordLength);
+    std::vector<std::uint8_t> buffer(std::min<std::size_t>(perChunk, header.recordCount) *
+                                     header.recordLength);
     for (RecordNumber first = from; first <= header.recordCount;) {
         const auto count =
             static_cast<RecordNumber>(std::min<std::size_t>(perChunk, header.recordCount - first + 1));
@@ -161,8 +167,8 @@ Status TableImpl::readRecord(RecordNumber number, std::span<std::uint8_t> record
 // ---------------------------------------------------------------------------------------------------------------------
 // Locks
 
-Result<RangeLock> TableImpl::waitForLock(std::uint64_t offset, std::uint64_t length, std::chrono::milliseconds timeout,
-                                         const std::string &refusal)
+Result<RangeLock> TableImpl::waitForLock(std::uint64_t offset, std::uint64_t length,
+                                         std::chrono::milliseconds timeout, const std::string &refusal)
 {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     std::uniform_int_distribution<int> pause(shortestPauseMs, longestPauseMs);
@@ -229,12 +235,30 @@ Result<RangeLock> TableImpl::beginChange()
                             "otro puesto está escribiendo en la tabla");
     if (!lock.ok())
         return lock;
-    // Nothing read before the lock counts.
-    if (const auto changed = refresh(); !changed.ok())
-        return changed.status();
+    // Nothing read before the lock counts, and the count least of all.
+    if (const Status status = catchUpForChange(); !status.ok())
+        return status;
     if (const Status status = settleCount(true); !status.ok())
         return status;
     return lock;
+}
+
+/// Takes in what others have written, but puts off the reading of the whole file when only the clock of the
+/// file system leaves a doubt: a row of own writes would read it again and again.
+Status TableImpl::catchUpForChange()
+{
+    const auto stamp = m_file.stamp();
+    if (!stamp.ok())
+        return stamp.status();
+    std::vector<std::uint8_t> dateAndCount(dbfDateAndCount);
+    const auto got = m_file.readAt(dbfDateOffset, dateAndCount);
+    if (!got.ok())
+        return got.status();
+    if (stamp.value() == m_stamp && dateAndCount == m_dateAndCount) {
+        m_scanOwed = m_scanOwed || m_stampDoubtful;
+        return {};
+    }
+    return takeInForeignChanges().status();
 }
 
 Status TableImpl::finishChange()
@@ -255,8 +279,9 @@ Status TableImpl::writeDateAndCount(RecordNumber count)
     header.recordCount = count;
     if (count == known)
         return {};
-    return scan(known + 1,
-                [this](RecordNumber number, std::span<const std::uint8_t> record) { noteRecord(number, record); });
+    return scan(known + 1, [this](RecordNumber number, std::span<const std::uint8_t> record) {
+        noteRecord(number, record);
+    });
 }
 
 Result<RecordNumber> TableImpl::append(std::span<const std::uint8_t> record)
@@ -266,7 +291,8 @@ Result<RecordNumber> TableImpl::append(std::span<const std::uint8_t> record)
     auto lock = beginChange();
     if (!lock.ok())
         return lock.status();
-    // The record and the end mark before the count: a line that is half there is behind the end for everybody.
+    // The record and the end mark before the count: a line that is half there is behind the end for
+    // everybody.
     std::vector<std::uint8_t> bytes(record.begin(), record.end());
     bytes.push_back(dbfEndMark);
     const RecordNumber number = header.recordCount + 1;
@@ -296,8 +322,9 @@ Status TableImpl::update(RecordNumber number, std::span<const std::uint8_t> befo
     if (!status.ok())
         return status;
     if (!std::equal(present.begin(), present.end(), before.begin(), before.end()))
-        return failure(ErrorKind::conflict, isDeleted(present) ? "otro puesto ha borrado la línea mientras tanto"
-                                                               : "otro puesto ha cambiado la línea mientras tanto");
+        return failure(ErrorKind::conflict, isDeleted(present)
+                                                ? "otro puesto ha borrado la línea mientras tanto"
+                                                : "otro puesto ha cambiado la línea mientras tanto");
     status = m_file.writeAt(recordOffset(number), after);
     if (!status.ok())
         return status;
@@ -364,7 +391,7 @@ void TableImpl::noteStamp()
     m_stamp = stamp.value();
     const auto now = std::chrono::system_clock::now().time_since_epoch();
     const std::chrono::nanoseconds age = now - std::chrono::nanoseconds(m_stamp.modified);
-    m_stampDoubtful = age < stampTick;
+    m_stampDoubtful = m_scanOwed || age < stampTick;
 }
 
 Result<bool> TableImpl::refresh()
@@ -380,6 +407,7 @@ Result<bool> TableImpl::refresh()
 Result<bool> TableImpl::takeInForeignChanges()
 {
     // The stamp first: what is written while we look must be looked at again.
+    m_scanOwed = false;
     noteStamp();
     std::vector<std::uint8_t> dateAndCount(dbfDateAndCount);
     const auto got = m_file.readAt(dbfDateOffset, dateAndCount);
@@ -391,14 +419,15 @@ Result<bool> TableImpl::takeInForeignChanges()
     header.recordCount = decodeCount(std::span(dateAndCount).subspan(dbfCountOffset - dbfDateOffset, 4));
     m_dateAndCount = std::move(dateAndCount);
     if (header.recordCount < known)
-        return failure(ErrorKind::damaged, "otro programa ha quitado líneas de la tabla; cierre y vuelva a abrir");
+        return failure(ErrorKind::damaged,
+                       "otro programa ha quitado líneas de la tabla; cierre y vuelva a abrir");
     if (const Status status = settleCount(false); !status.ok()) {
         header.recordCount = known;
         return status;
     }
-    if (const Status status = scan(1, [this](RecordNumber number, std::span<const std::uint8_t> record) {
-            noteRecord(number, record);
-        });
+    if (const Status status =
+            scan(1, [this](RecordNumber number,
+                           std::span<const std::uint8_t> record) { noteRecord(number, record); });
         !status.ok())
         return status;
     ++version;
@@ -437,8 +466,8 @@ Index *TableImpl::index(std::string_view tag) const
     return nullptr;
 }
 
-Status TableImpl::liveRecords(Index *index, std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
-                              std::vector<RecordNumber> &out) const
+Status TableImpl::liveRecords(Index *index, std::span<const std::uint8_t> low,
+                              std::span<const std::uint8_t> high, std::vector<RecordNumber> &out) const
 {
     const std::size_t start = out.size();
     if (index) {

@@ -5,9 +5,11 @@
 #include <array>
 #include <cctype>
 
-namespace dbase {
+namespace dbase
+{
 
-namespace {
+namespace
+{
 
 namespace fs = std::filesystem;
 
@@ -41,8 +43,8 @@ Result<std::string> bareName(std::string_view name)
             return refuse("tiene un carácter que no se admite");
     }
     static constexpr std::array<std::string_view, 4> devices{"CON", "PRN", "AUX", "NUL"};
-    const bool numbered = bare.size() == 4 && (bare.starts_with("COM") || bare.starts_with("LPT")) && bare[3] >= '0' &&
-                          bare[3] <= '9';
+    const bool numbered = bare.size() == 4 && (bare.starts_with("COM") || bare.starts_with("LPT")) &&
+                          bare[3] >= '0' && bare[3] <= '9';
     if (numbered || std::find(devices.begin(), devices.end(), bare) != devices.end())
         return refuse("es el nombre de un dispositivo");
     return bare;
@@ -71,7 +73,8 @@ Result<fs::path> findTable(const fs::path &folder, std::string_view name)
     fs::path found = folder / wanted;
     if (!fs::exists(found, error)) {
         found.clear();
-        for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+        for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+             entry.increment(error)) {
             if (upper(displayName(entry->path().filename())) == wanted) {
                 found = entry->path();
                 break;
@@ -84,7 +87,8 @@ Result<fs::path> findTable(const fs::path &folder, std::string_view name)
         return Status(ErrorKind::invalidArgument, "la tabla " + bare.value() + " lleva fuera de su carpeta",
                       displayName(folder));
     if (!fs::is_regular_file(found, error))
-        return Status(ErrorKind::unsupported, "la tabla " + bare.value() + " no es un fichero", displayName(folder));
+        return Status(ErrorKind::unsupported, "la tabla " + bare.value() + " no es un fichero",
+                      displayName(folder));
     return found;
 }
 

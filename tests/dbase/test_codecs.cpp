@@ -7,11 +7,15 @@
 
 #include <iconv.h>
 
-namespace {
+namespace
+{
 
 using namespace dbase;
 
-std::string asText(std::span<const std::uint8_t> bytes) { return {bytes.begin(), bytes.end()}; }
+std::string asText(std::span<const std::uint8_t> bytes)
+{
+    return {bytes.begin(), bytes.end()};
+}
 
 struct NumberCase {
     const char *name;
@@ -39,7 +43,8 @@ TEST(Record, WritesNumbersRightAlignedOrRefusesThem)
         auto record = blankRecord(static_cast<std::size_t>(c.width) + 1);
         const Status status = writeNumber(record, field, c.number);
         EXPECT_EQ(status.ok(), c.expected != nullptr);
-        EXPECT_EQ(asText(record).substr(1), c.expected ? c.expected : std::string(static_cast<std::size_t>(c.width), ' '));
+        EXPECT_EQ(asText(record).substr(1),
+                  c.expected ? c.expected : std::string(static_cast<std::size_t>(c.width), ' '));
         EXPECT_EQ(readNumber(record, field).has_value(), c.expected != nullptr);
     }
 }
@@ -49,8 +54,9 @@ TEST(Record, ReadsOnlyDatesThatExist)
     static const struct {
         const char *stored;
         bool exists;
-    } cases[] = {{"20240229", true}, {"20230229", false}, {"19000229", false}, {"20000229", true}, {"20241301", false},
-                 {"20240431", false}, {"00000000", false}, {"        ", false}, {"2024 101", false}, {"99991231", true}};
+    } cases[] = {{"20240229", true},  {"20230229", false}, {"19000229", false}, {"20000229", true},
+                 {"20241301", false}, {"20240431", false}, {"00000000", false}, {"        ", false},
+                 {"2024 101", false}, {"99991231", true}};
     const FieldDefinition field{"D", FieldType::date, 8, 0, 1};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.stored);
@@ -100,9 +106,12 @@ TEST(CodePage, ReplacesWhatItLacks)
         const char16_t *text;
         const char *expected;
     } cases[] = {
-        {CodePage::windows1252, u"a\x0101z", "aaz"},     {CodePage::windows1252, u"\xD83D\xDE00!", "?!"},
-        {CodePage::dos437, u"\x00C1lvaro", "Alvaro"},     {CodePage::dos850, u"5 \x20AC", "5 E"},
-        {CodePage::dos850, u"\x201Cs\x00ED\x201D", "\"s\xA1\""}, {CodePage::windows1252, u"a\x001A\nb", "a? b"},
+        {CodePage::windows1252, u"a\x0101z", "aaz"},
+        {CodePage::windows1252, u"\xD83D\xDE00!", "?!"},
+        {CodePage::dos437, u"\x00C1lvaro", "Alvaro"},
+        {CodePage::dos850, u"5 \x20AC", "5 E"},
+        {CodePage::dos850, u"\x201Cs\x00ED\x201D", "\"s\xA1\""},
+        {CodePage::windows1252, u"a\x001A\nb", "a? b"},
     };
     for (const auto &c : cases)
         EXPECT_EQ(encode(c.page, c.text), c.expected);
@@ -119,12 +128,18 @@ TEST(KeyExpression, EvaluatesWhatOfficesUse)
         const char *expression;
         const char *key; // null: refused
     } cases[] = {
-        {"DTOS(FECHA)+HORA", "2024022909:30"}, {"dtos( fecha ) + hora", "2024022909:30"},
-        {"UPPER(NOMBRE)", "A\xD1O X "},         {"LEFT(HORA,2)+SUBSTR(HORA,4,2)", "0930"},
-        {"TRIM(NOMBRE)+HORA", "a\xF1o x09:30 "}, {"STR(CODIGO,8,2)", "   12.50"},
-        {"STR(CODIGO,3)", " 12"},               {"DTOS(HORA)", nullptr},
-        {"FECHA+HORA+1", nullptr},              {"NADIE", nullptr},
-        {"SOUNDEX(NOMBRE)", nullptr},           {"(HORA", nullptr},
+        {"DTOS(FECHA)+HORA", "2024022909:30"},
+        {"dtos( fecha ) + hora", "2024022909:30"},
+        {"UPPER(NOMBRE)", "A\xD1O X "},
+        {"LEFT(HORA,2)+SUBSTR(HORA,4,2)", "0930"},
+        {"TRIM(NOMBRE)+HORA", "a\xF1o x09:30 "},
+        {"STR(CODIGO,8,2)", "   12.50"},
+        {"STR(CODIGO,3)", " 12"},
+        {"DTOS(HORA)", nullptr},
+        {"FECHA+HORA+1", nullptr},
+        {"NADIE", nullptr},
+        {"SOUNDEX(NOMBRE)", nullptr},
+        {"(HORA", nullptr},
         {"", nullptr},
     };
     const auto bytes = std::span(reinterpret_cast<const std::uint8_t *>(record.data()), record.size());

@@ -1,0 +1,520 @@
+#include "dataset/DataSet.h"
+
+#include "dataset/DataSetPrivate.h"
+#include "dataset/FieldText.h"
+
+namespace dataset
+{
+
+DataSet::DataSet(std::unique_ptr<RecordStore> store, QObject *parent)
+    : QObject(parent)
+    , d(std::make_unique<DataSetPrivate>(*this, std::move(store)))
+{
+}
+
+DataSet::~DataSet() = default;
+
+RecordStore &DataSet::store() const
+{
+    return *d->store;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Life
+
+void DataSet::open()
+{
+    if (isActive())
+        return;
+    const Operation operation(*d);
+    d->store->open();
+    try {
+        d->store->setOrder(d->order);
+    } catch (...) {
+        d->store->close();
+        throw;
+    }
+    d->state = State::browse;
+    d->resetNoted = true;
+    d->forgetRows();
+    d->moveToEnd(false);
+}
+
+void DataSet::close()
+{
+    if (!isActive())
+        return;
+    const Operation operation(*d);
+    d->finishEditing();
+    d->goToNowhere();
+    d->ranged = false;
+    d->low.clear();
+    d->high.clear();
+    d->state = State::inactive;
+    d->rows.reset();
+    d->cache.clear();
+    d->resetNoted = true;
+    d->store->close();
+}
+
+bool DataSet::isActive() const
+{
+    return d->state != State::inactive;
+}
+DataSet::State DataSet::state() const
+{
+    return d->state;
+}
+bool DataSet::isEditing() const
+{
+    return d->editing();
+}
+bool DataSet::isModified() const
+{
+    return d->editing() && d->modified;
+}
+bool DataSet::isReadOnly() const
+{
+    return d->store->isReadOnly();
+}
+int DataSet::tag() const
+{
+    return d->tag;
+}
+void DataSet::setTag(int tag)
+{
+    d->tag = tag;
+}
+
+void DataSet::storeEmptied()
+{
+    const Operation operation(*d);
+    d->goToNowhere();
+    d->forgetRows();
+    d->cache.clear();
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Fields
+
+int DataSet::fieldCount() const
+{
+    return static_cast<int>(d->store->fields().size());
+}
+const FieldInfo &DataSet::fieldInfo(int index) const
+{
+    return d->store->fields().at(index);
+}
+
+int DataSet::fieldIndex(QStringView name) const
+{
+    const auto &fields = d->store->fields();
+    for (int i = 0; i < fields.size(); ++i) {
+        if (name.compare(fields[i].name, Qt::CaseInsensitive) == 0)
+            return i;
+    }
+    return -1;
+}
+
+Field DataSet::field(QStringView name)
+{
+    const int index = fieldIndex(name);
+    if (index < 0)
+        throw EDatabaseError(QStringLiteral("La tabla no tiene el campo «%1»").arg(name),
+                             dbase::ErrorKind::notFound);
+    return field(index);
+}
+
+Field DataSet::field(int index)
+{
+    d->requireOpen();
+    if (index < 0 || index >= fieldCount())
+        throw EDatabaseError(QStringLiteral("La tabla no tiene el campo número %1").arg(index));
+    return {*this, index};
+}
+
+QVariant DataSet::currentValue(int field) const
+{
+    if (!isActive() || (d->number == 0 && d->state != State::insert))
+        return {};
+    return d->store->value(d->shown(), field);
+}
+
+void DataSet::setPendingValue(int field, const QVariant &value)
+{
+    if (!isEditing())
+        throw EDatabaseError(QStringLiteral("La línea no se está modificando"));
+    const Operation operation(*d);
+    Record changed = d->pending;
+    d->store->setValue(changed, field, value);
+    // Whoever fills a new line means to keep it, even with a value that looks like a blank.
+    if (d->state == State::insert)
+        d->modified = true;
+    if (changed == d->pending)
+        return;
+    d->pending = std::move(changed);
+    if (d->state == State::edit)
+        d->modified = d->pending != d->record;
+    d->fieldsNoted.insert(field);
+    d->recordsNoted.insert(d->number);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The current record
+
+void DataSet::first()
+{
+    const Operation operation(*d);
+    d->finishEditing();
+    d->moveToEnd(false);
+}
+
+void DataSet::last()
+{
+    const Operation operation(*d);
+    d->finishEditing();
+    d->moveToEnd(true);
+}
+
+void DataSet::next()
+{
+    const Operation operation(*d);
+    d->finishEditing();
+    d->step(true);
+}
+
+void DataSet::prior()
+{
+    const Operation operation(*d);
+    d->finishEditing();
+    d->step(false);
+}
+
+bool DataSet::bof() const
+{
+    return d->bof;
+}
+bool DataSet::eof() const
+{
+    return d->eof;
+}
+
+bool DataSet::isEmpty() const
+{
+    if (!isActive())
+        return true;
+    return d->ranged ? d->rowSet().count() == 0 : !d->store->first();
+}
+
+Bookmark DataSet::bookmark() const
+{
+    return d->number;
+}
+
+bool DataSet::goToBookmark(Bookmark bookmark)
+{
+    const Operation operation(*d);
+    d->finishEditing();
+    if (!d->goTo(bookmark))
+        return false;
+    d->bof = d->eof = false;
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Rows
+
+int DataSet::rowCount() const
+{
+    return d->rowSet().count();
+}
+
+int DataSet::currentRow() const
+{
+    return d->state == State::insert || d->number == 0 ? -1 : d->rowSet().rowOf(d->number);
+}
+
+void DataSet::setCurrentRow(int row)
+{
+    if (row < 0 || row >= rowCount())
+        throw EDatabaseError(QStringLiteral("No hay una línea número %1").arg(row + 1));
+    const Bookmark target = bookmarkAt(row);
+    if (target != d->number || d->state == State::insert)
+        goToBookmark(target);
+}
+
+Bookmark DataSet::bookmarkAt(int row) const
+{
+    const RowSet &rows = d->rowSet();
+    return row < 0 || row >= rows.count() ? 0 : rows.at(row);
+}
+
+int DataSet::rowOf(Bookmark bookmark) const
+{
+    return d->rowSet().rowOf(bookmark);
+}
+
+QVariant DataSet::valueAt(int row, int field) const
+{
+    const Bookmark number = bookmarkAt(row);
+    if (number == 0 || field < 0 || field >= fieldCount())
+        return {};
+    if (number == d->number && d->state == State::edit)
+        return d->store->value(d->pending, field);
+    const Record *record = d->cached(number);
+    return record ? d->store->value(*record, field) : QVariant();
+}
+
+QString DataSet::textAt(int row, int field) const
+{
+    const QVariant value = valueAt(row, field);
+    return value.isValid() ? textOfValue(value, fieldInfo(field)) : QString();
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Changes
+
+void DataSet::insert()
+{
+    const Operation operation(*d);
+    d->finishEditing();
+    if (isReadOnly())
+        throw EDatabaseError(QStringLiteral("La tabla está abierta solo para lectura"),
+                             dbase::ErrorKind::readOnly);
+    d->beforeInsert = d->number;
+    d->placeBeforeInsert = d->place;
+    d->number = 0;
+    d->pending = d->store->blank();
+    d->modified = false;
+    d->state = State::insert;
+    d->allFieldsNoted = true;
+}
+
+void DataSet::append()
+{
+    insert();
+}
+
+void DataSet::edit()
+{
+    d->requireOpen();
+    if (isEditing())
+        return;
+    if (d->number == 0)
+        throw EDatabaseError(QStringLiteral("No hay ninguna línea que modificar"),
+                             dbase::ErrorKind::notFound);
+    const Operation operation(*d);
+    d->store->lock(d->number);
+    try {
+        const Bookmark wanted = d->number;
+        if (d->store->refresh())
+            d->takeInForeignChanges();
+        if (d->number != wanted)
+            throw EDatabaseError(QStringLiteral("Otro puesto ha borrado la línea mientras tanto"),
+                                 dbase::ErrorKind::conflict);
+    } catch (...) {
+        d->store->unlock();
+        throw;
+    }
+    d->pending = d->record;
+    d->modified = false;
+    d->state = State::edit;
+}
+
+void DataSet::post()
+{
+    d->requireOpen();
+    if (!isEditing())
+        return;
+    const Operation operation(*d);
+    Bookmark written = d->number;
+    if (d->state == State::insert)
+        written = d->store->append(d->pending);
+    else if (d->modified)
+        d->store->update(d->number, d->record, d->pending);
+    d->cache.remove(written);
+    d->recordsNoted.insert(written);
+    d->dropPending();
+    d->forgetRows();
+    d->bof = d->eof = false;
+    if (!d->goTo(written))
+        d->goToNeighbour();
+}
+
+void DataSet::cancel()
+{
+    d->requireOpen();
+    if (!isEditing())
+        return;
+    const Operation operation(*d);
+    const bool inserting = d->state == State::insert;
+    d->recordsNoted.insert(d->number);
+    d->dropPending();
+    d->allFieldsNoted = true;
+    if (!inserting || d->goTo(d->beforeInsert))
+        return;
+    // Without a line before the insert there may be one now, and the one before may have gone.
+    d->place = d->placeBeforeInsert;
+    if (d->beforeInsert != 0)
+        d->goToNeighbour();
+    else
+        d->moveToEnd(false);
+}
+
+void DataSet::remove()
+{
+    d->requireOpen();
+    const Operation operation(*d);
+    if (isEditing()) {
+        const bool inserting = d->state == State::insert;
+        cancel();
+        if (inserting)
+            return;
+    }
+    if (d->number == 0)
+        throw EDatabaseError(QStringLiteral("No hay ninguna línea que borrar"), dbase::ErrorKind::notFound);
+    if (d->ranged)
+        d->rowSet(); // the neighbours, while the line is still among them
+    d->store->erase(d->number);
+    d->cache.remove(d->number);
+    d->goToNeighbour();
+    d->forgetRows();
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Order, search, range
+
+void DataSet::setIndexFieldNames(const QString &names)
+{
+    if (!isActive()) {
+        d->order = names;
+        return;
+    }
+    const Operation operation(*d);
+    d->finishEditing();
+    const bool other = d->store->setOrder(names);
+    d->order = names;
+    if (!other)
+        return;
+    d->ranged = false;
+    d->low.clear();
+    d->high.clear();
+    d->resetNoted = true;
+    d->forgetRows();
+    if (!d->goTo(d->number))
+        d->moveToEnd(false);
+}
+
+QString DataSet::indexFieldNames() const
+{
+    return d->order;
+}
+
+bool DataSet::locate(const Key &key, SearchMode mode)
+{
+    const Operation operation(*d);
+    d->finishEditing();
+    if (d->store->refresh())
+        d->takeInForeignChanges();
+    const KeyBounds bounds = d->store->boundsOf(key);
+    if (const auto found = d->search(bounds)) {
+        d->goToPlace(found);
+        d->bof = d->eof = false;
+        return true;
+    }
+    if (mode == SearchMode::exact)
+        return false;
+    const auto nearest = d->store->atOrAfter(bounds.prefix);
+    d->goToPlace(nearest ? nearest : d->store->last());
+    if (d->number != 0) {
+        d->bof = false;
+        d->eof = !nearest;
+    }
+    return false;
+}
+
+bool DataSet::setRange(const Key &low, const Key &high)
+{
+    const Operation operation(*d);
+    d->finishEditing();
+    if (d->store->refresh())
+        d->takeInForeignChanges();
+    const KeyBounds lower = d->store->boundsOf(low);
+    const KeyBounds upper = d->store->boundsOf(high);
+    if (!lower.theRest.isEmpty() || !upper.theRest.isEmpty())
+        throw EDatabaseError(QStringLiteral("El orden de la tabla no permite limitarla por esos campos"));
+    d->ranged = true;
+    d->low = lower.prefix;
+    d->high = upper.prefix;
+    d->resetNoted = true;
+    d->forgetRows();
+    d->moveToEnd(false);
+    return d->number != 0;
+}
+
+void DataSet::cancelRange()
+{
+    const Operation operation(*d);
+    d->finishEditing();
+    if (!d->ranged)
+        return;
+    const std::string lower = std::exchange(d->low, {});
+    d->ranged = false;
+    d->high.clear();
+    d->resetNoted = true;
+    d->forgetRows();
+    d->bof = d->eof = false;
+    if (d->number != 0)
+        return;
+    const auto nearest = d->store->atOrAfter(lower);
+    d->goToPlace(nearest ? nearest : d->store->last());
+    if (d->number != 0)
+        d->eof = !nearest;
+}
+
+bool DataSet::hasRange() const
+{
+    return d->ranged;
+}
+
+void DataSet::refresh()
+{
+    d->requireOpen();
+    if (isEditing() || !d->store->refresh())
+        return;
+    const Operation operation(*d);
+    d->takeInForeignChanges();
+}
+
+void DataSet::disableControls()
+{
+    d->begin();
+    ++d->disabled;
+    --d->depth;
+}
+
+void DataSet::enableControls()
+{
+    if (d->disabled == 0)
+        return;
+    if (--d->disabled == 0 && d->depth == 0)
+        d->tell();
+}
+
+bool DataSet::controlsDisabled() const
+{
+    return d->disabled > 0;
+}
+
+PendingEditGuard::~PendingEditGuard()
+{
+    if (!m_dataSet || !m_dataSet->isActive())
+        return;
+    try {
+        m_dataSet->cancel();
+    } catch (const EDatabaseError &error) {
+        qWarning("Pending change could not be dropped cleanly: %s", error.what());
+    }
+}
+
+} // namespace dataset

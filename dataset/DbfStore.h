@@ -1,0 +1,73 @@
+#pragma once
+
+#include "dataset/Aliases.h"
+#include "dataset/RecordStore.h"
+#include "dbase/Table.h"
+
+namespace dataset
+{
+
+/// Records of a shared dBase table.
+class DbfStore : public RecordStore
+{
+public:
+    explicit DbfStore(const Aliases &aliases)
+        : m_aliases(aliases)
+    {
+    }
+
+    // Settings for the next open()
+    QString databaseName;
+    QString tableName;
+    bool openReadOnly = false;
+    bool durable = true;
+    std::vector<dbase::TagDefinition> tags;
+    [[nodiscard]] const Aliases &aliases() const { return m_aliases; }
+
+    void open() override;
+    void close() override;
+    [[nodiscard]] bool isReadOnly() const override;
+    [[nodiscard]] const QList<FieldInfo> &fields() const override { return m_fields; }
+    [[nodiscard]] Record blank() const override;
+    [[nodiscard]] QVariant value(const Record &record, int field) const override;
+    void setValue(Record &record, int field, const QVariant &value) const override;
+    [[nodiscard]] std::optional<Record> read(Bookmark number) const override;
+    void lock(Bookmark number) override;
+    void unlock() noexcept override;
+    Bookmark append(const Record &record) override;
+    void update(Bookmark number, const Record &before, const Record &after) override;
+    void erase(Bookmark number) override;
+    bool refresh() override;
+    bool setOrder(const QString &names) override;
+    [[nodiscard]] Place placeOf(Bookmark number, const Record &record) const override;
+    [[nodiscard]] KeyBounds boundsOf(const Key &key) const override;
+    [[nodiscard]] std::optional<Place> first() const override;
+    [[nodiscard]] std::optional<Place> last() const override;
+    [[nodiscard]] std::optional<Place> next(const Place &place) const override;
+    [[nodiscard]] std::optional<Place> prior(const Place &place) const override;
+    [[nodiscard]] std::optional<Place> atOrAfter(const std::string &prefix) const override;
+    [[nodiscard]] std::vector<Bookmark> collect(const std::string &low,
+                                                const std::string &high) const override;
+
+private:
+    dbase::Index *indexFor(const QString &names);
+    [[nodiscard]] dbase::Index *indexLeadingWith(const std::vector<int> &fieldIndexes) const;
+    /// The first live record from an entry on, forward or backward.
+    [[nodiscard]] std::optional<Place> liveFrom(dbase::Result<std::optional<dbase::IndexEntry>> entry,
+                                                bool forward) const;
+    [[nodiscard]] std::optional<Place> liveFromNumber(Bookmark number, bool forward) const;
+    [[nodiscard]] bool isLive(Bookmark number) const;
+    [[nodiscard]] const dbase::FieldDefinition &definition(int field) const;
+    /// Does a change of our own and keeps it from looking like somebody else's.
+    template <class Change> auto change(Change &&work);
+
+    const Aliases &m_aliases;
+    std::unique_ptr<dbase::Table> m_table;
+    QList<FieldInfo> m_fields;
+    dbase::Index *m_index = nullptr; ///< of m_table; null: order of the file
+    dbase::RecordLock m_lock;
+    std::uint64_t m_seenVersion = 0;
+    mutable std::vector<std::uint8_t> m_buffer;
+};
+
+} // namespace dataset

@@ -1,0 +1,130 @@
+// Two workstations on one table.
+
+#include "dataset/DatabaseError.h"
+#include "tests/dataset/Tables.h"
+
+#include <QtTest/QSignalSpy>
+
+namespace
+{
+
+using namespace dataset;
+using namespace support;
+
+class SharedTest : public testing::Test
+{
+protected:
+    SharedTest()
+    {
+        mine = shared.opened();
+        for (const char *hour : {"09:00", "09:30", "10:00", "10:30"})
+            addLine(*mine, day(1), hour, hour);
+        theirs = shared.opened();
+        rangeOfDay(*mine, day(1));
+        EXPECT_EQ(mine->rowCount(), 4);
+    }
+    SharedTable shared;
+    std::unique_ptr<DbfTable> mine;
+    std::unique_ptr<DbfTable> theirs;
+};
+
+TEST_F(SharedTest, RefreshTellsOnlyWhatChanged)
+{
+    for (int row = 0; row < mine->rowCount(); ++row)
+        EXPECT_EQ(mine->textAt(row, 2), mine->textAt(row, 1));
+    mine->setCurrentRow(2);
+    QSignalSpy reset(mine.get(), &DataSet::rowsReset);
+    QSignalSpy removed(mine.get(), &DataSet::rowsRemoved);
+    QSignalSpy inserted(mine.get(), &DataSet::rowsInserted);
+    QSignalSpy changed(mine.get(), &DataSet::rowsChanged);
+    QSignalSpy current(mine.get(), &DataSet::currentChanged);
+    const auto total = [&] {
+        return reset.count() + removed.count() + inserted.count() + changed.count() + current.count();
+    };
+    mine->refresh();
+    EXPECT_EQ(total(), 0) << "nobody has written";
+
+    theirs->locate({{"FECHA", day(1)}, {"HORA", "09:30"}}, SearchMode::exact);
+    theirs->edit();
+    theirs->field(u"CONCEPTO").setText("cambiada");
+    theirs->post();
+    addLine(*theirs, day(1), "09:15", "nueva");
+    addLine(*theirs, day(2), "09:15", "otro día");
+    mine->refresh();
+    EXPECT_EQ(inserted.count(), 1);
+    EXPECT_EQ(inserted.value(0), (QVariantList{1, 1}));
+    ASSERT_EQ(changed.count(), 1);
+    EXPECT_EQ(changed.at(0), (QVariantList{2, 1}));
+    EXPECT_EQ(total(), 2);
+    EXPECT_EQ(mine->currentRow(), 3);
+    EXPECT_EQ(concept_(*mine), "10:00") << "the current line is kept";
+
+    // The line on which I stand is deleted by the others.
+    theirs->locate({{"FECHA", day(1)}, {"HORA", "10:00"}}, SearchMode::exact);
+    theirs->remove();
+    mine->refresh();
+    EXPECT_EQ(concept_(*mine), "10:30");
+    EXPECT_EQ(removed.value(0), (QVariantList{3, 1}));
+    EXPECT_EQ(current.count(), 1);
+}
+
+TEST_F(SharedTest, AnEditIsNeverDisturbedAndNeverStale)
+{
+    theirs->first();
+    theirs->edit();
+    theirs->field(u"CONCEPTO").setText("suya");
+    mine->first();
+    EXPECT_THROW(
+        {
+            try {
+                mine->edit();
+            } catch (const EDatabaseError &error) {
+                EXPECT_EQ(error.kind(), dbase::ErrorKind::locked);
+                EXPECT_TRUE(error.text().contains("línea 1"));
+                throw;
+            }
+        },
+        EDatabaseError);
+    EXPECT_EQ(mine->state(), DataSet::State::browse);
+    theirs->post();
+    mine->edit();
+    EXPECT_EQ(concept_(*mine), "suya") << "edit() reads the record afresh";
+    mine->field(u"HORA").setText("09:05");
+    addLine(*theirs, day(1), "08:00", "antes");
+    mine->refresh();
+    EXPECT_EQ(mine->state(), DataSet::State::edit);
+    EXPECT_EQ(mine->field(u"HORA").asText(), "09:05");
+    mine->post();
+    EXPECT_EQ(concept_(*mine), "suya");
+    EXPECT_EQ(mine->currentRow(), 1);
+
+    theirs->first();
+    const Bookmark last = mine->bookmarkAt(4);
+    mine->goToBookmark(last);
+    theirs->goToBookmark(last);
+    theirs->remove();
+    EXPECT_THROW(mine->edit(), EDatabaseError) << "deleted by the other workstation";
+    EXPECT_EQ(mine->state(), DataSet::State::browse);
+}
+
+TEST_F(SharedTest, UntouchedBytesSurviveAnEdit)
+{
+    // Bytes that say nothing to us (here an impossible date) are not ours to tidy up.
+    mine.reset();
+    theirs.reset();
+    std::string content = readFile(shared.file());
+    const std::size_t at = content.find("2026030109:00");
+    ASSERT_NE(at, std::string::npos);
+    content.replace(at, 8, "2026??01");
+    writeFile(shared.file(), content);
+    const auto table = shared.cursor();
+    table->setIndexFieldNames("");
+    table->open();
+    EXPECT_TRUE(table->field(u"FECHA").isNull());
+    table->edit();
+    table->field(u"CONCEPTO").setText("x");
+    table->post();
+    EXPECT_NE(readFile(shared.file()).find("2026??0109:00x"), std::string::npos);
+}
+
+} // namespace
