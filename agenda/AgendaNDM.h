@@ -11,9 +11,10 @@ void PreparaTablaAgendaN(dataset::DbfTable &tabla);
 /// The agenda line's fields, for creating an agenda table.
 [[nodiscard]] const QList<dataset::FieldInfo> &CamposAgendaN();
 
-/// Data module of the multi-notary agenda: five cursors over AGENDA_N tables, whose database is set by whoever opens
-/// them, and the in-memory table of week-report rows.
-class TDMAgendaN : public QObject {
+/// Data module of the multi-notary agenda: five cursors over AGENDA_N tables, whose database is set by
+/// whoever opens them, and the in-memory table of week-report rows.
+class TDMAgendaN : public QObject
+{
     Q_OBJECT
 public:
     /// @param aliases  databases of the host; must outlive the data module.

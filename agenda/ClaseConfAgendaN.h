@@ -4,14 +4,16 @@
 
 #include <memory>
 
-/// The settings of the agenda. Nothing is cached: every getter reads its store and every setter writes it, so that
-/// what another workstation sets counts at once.
+/// The settings of the agenda. Nothing is cached: every getter reads its store and every setter writes it, so
+/// that what another workstation sets counts at once.
 ///
-/// First hour, last hour and interval live in the host's table VA_COMUN (program "AGENDA"); a setter whose record is
-/// missing writes nothing, deliberately: only the host creates these records. The others live in CONFIG\VARIOS.INI.
-/// @throws dataset::EDatabaseError, from the table's settings when VA_COMUN cannot be read or written, and from
-/// the setters of the file's settings when it cannot be written.
-class TClassConfAgendaN {
+/// First hour, last hour and interval live in the host's table VA_COMUN (program "AGENDA"); a setter whose
+/// record is missing writes nothing, deliberately: only the host creates these records. The others live in
+/// CONFIG\VARIOS.INI.
+/// @throws dataset::EDatabaseError, from the table's settings when VA_COMUN cannot be read or written, and
+/// from the setters of the file's settings when it cannot be written.
+class TClassConfAgendaN
+{
 public:
     /// Hours 0 to 23; 9 and 20 when missing.
     [[nodiscard]] int GetHoraInicio() const;

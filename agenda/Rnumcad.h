@@ -3,8 +3,8 @@
 #include <QtCore/QDate>
 #include <QtCore/QString>
 
-/// A number, or a text, padded on the left with "0" to a width; longer ones stay whole. A negative number keeps its
-/// sign in front of the zeros.
+/// A number, or a text, padded on the left with "0" to a width; longer ones stay whole. A negative number
+/// keeps its sign in front of the zeros.
 [[nodiscard]] QString StrCeros(int numero, int ancho);
 [[nodiscard]] QString StrCeros(const QString &texto, int ancho);
 /// The first / last characters of a text, all of it when it is shorter.

@@ -4,11 +4,11 @@
 
 #include <memory>
 
-/// Goes to the line with a key (exact) or to the nearest line at or after it. @return true when a line with the key was
-/// found. @throws dataset::EDatabaseError
+/// Goes to the line with a key (exact) or to the nearest line at or after it. @return true when a line with
+/// the key was found. @throws dataset::EDatabaseError
 bool TBBusca(dataset::DataSet &tabla, const dataset::Key &clave, bool exacta);
-/// Restricts the table to the lines between two keys, both included, and goes to the first. @return true when there is
-/// one. @throws dataset::EDatabaseError
+/// Restricts the table to the lines between two keys, both included, and goes to the first. @return true when
+/// there is one. @throws dataset::EDatabaseError
 bool TBRango(dataset::DataSet &tabla, const dataset::Key &desde, const dataset::Key &hasta);
 /// Posts the pending insert or edit. @throws dataset::EDatabaseError
 void TBPost(dataset::DataSet &tabla);
@@ -21,5 +21,5 @@ void TBIndexa(const QString &campos, dataset::DataSet &tabla);
 /// @param abrir        true opens the table at once.
 /// @param soloLectura  true opens it for reading only.
 /// @throws dataset::EDatabaseError when the alias, the table or the index is missing.
-[[nodiscard]] std::unique_ptr<dataset::DbfTable> CreaTabla(const QString &alias, const QString &tabla,
-                                                           const QString &indice, bool abrir, bool soloLectura);
+[[nodiscard]] std::unique_ptr<dataset::DbfTable>
+CreaTabla(const QString &alias, const QString &tabla, const QString &indice, bool abrir, bool soloLectura);

@@ -5,7 +5,8 @@
 #include <QtCore/QStringList>
 
 /// The host's configuration object.
-class TConfig {
+class TConfig
+{
 public:
     virtual ~TConfig() = default;
     /// Number of notaries of the office; 0 for an office kept under a single notary's data.

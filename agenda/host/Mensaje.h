@@ -24,7 +24,8 @@ struct TMensaje {
 };
 
 /// The host's message boxes. All are modal and return when the user has answered; Esc is "no".
-class IMensaje {
+class IMensaje
+{
 public:
     virtual ~IMensaje() = default;
     /// @return for a question 1 when the user answers yes; for a notice any value.

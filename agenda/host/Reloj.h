@@ -3,7 +3,8 @@
 #include <QtCore/QDate>
 
 /// Where today's date comes from: the system's clock in the office, a fixed day in tests.
-class IReloj {
+class IReloj
+{
 public:
     virtual ~IReloj() = default;
     [[nodiscard]] virtual QDate Hoy() const = 0;

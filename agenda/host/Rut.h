@@ -4,7 +4,8 @@
 #include <QtCore/QString>
 
 /// The host's office routines that need the office's data or the screen.
-class IRut {
+class IRut
+{
 public:
     virtual ~IRut() = default;
     /// @param notario  1-based. @return the alias of the database that holds that notary's AGENDA_N table.

@@ -3,7 +3,8 @@
 class QWidget;
 
 /// The host's input helpers that touch controls.
-class IRvarias {
+class IRvarias
+{
 public:
     virtual ~IRvarias() = default;
     /// Whether a control is a push button; false for none.

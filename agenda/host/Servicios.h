@@ -24,7 +24,8 @@ struct TServicios {
 [[nodiscard]] const TServicios &Servicios();
 
 /// Installs services for as long as it lives; the ones in force before come back afterwards.
-class TServiciosInstalados {
+class TServiciosInstalados
+{
 public:
     explicit TServiciosInstalados(const TServicios &servicios);
     ~TServiciosInstalados();

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "agenda/Color.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
+
+#include <optional>
+
+/// A settings file of sections and keys that other programs of the office share. Nothing is kept between two
+/// calls: each reads the file, and a setter changes that one value and leaves every other byte as it was.
+///
+/// Sections and keys are found in any case; of repeated ones the first counts. Values lose blanks and one
+/// pair of quotes around them. The text of the file is Windows-1252.
+class TFicheroIni
+{
+public:
+    /// @param ruta  the file; folder and file are found whatever the case of their last two names.
+    explicit TFicheroIni(const QString &ruta);
+
+    /// @return nothing when the file, the section or the key is missing.
+    [[nodiscard]] std::optional<QString> Lee(const QString &seccion, const QString &clave) const;
+    /// @return the default also for a text that is not a number.
+    [[nodiscard]] int LeeEntero(const QString &seccion, const QString &clave, int porDefecto) const;
+    [[nodiscard]] bool LeeLogico(const QString &seccion, const QString &clave, bool porDefecto) const;
+
+    /// Writes one value, making file, section and key when missing. A killed process leaves the old file or
+    /// the new one.
+    /// @throws dataset::EDatabaseError when the file cannot be written.
+    void Escribe(const QString &seccion, const QString &clave, const QString &valor);
+    void EscribeEntero(const QString &seccion, const QString &clave, int valor);
+    void EscribeLogico(const QString &seccion, const QString &clave, bool valor);
+
+private:
+    QString m_ruta;
+};
+
+/// The content of such a file with one value changed; pure, for whoever keeps the bytes.
+[[nodiscard]] QByteArray ConValor(const QByteArray &contenido, const QString &seccion, const QString &clave,
+                                  const QString &valor);
+/// The value as it stands in the content.
+[[nodiscard]] std::optional<QString> ValorEn(const QByteArray &contenido, const QString &seccion,
+                                             const QString &clave);

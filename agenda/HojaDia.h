@@ -1,0 +1,44 @@
+#pragma once
+
+#include "dataset/DataSet.h"
+
+#include <QtCore/QDate>
+#include <QtCore/QString>
+
+#include <functional>
+
+// The rules of a day sheet that every engine of the house shares.
+
+/// Marks in front of an appointment's subject.
+inline const QString MarcaSalida = QStringLiteral("[SALIDA]");
+inline const QString MarcaAusente = QStringLiteral("[AUSENTE]");
+
+/// The settings that a day sheet is built from; asked for again at every slot.
+struct TParrilla {
+    std::function<int()> HoraInicio;
+    std::function<int()> HoraFin;   ///< the last hour, included
+    std::function<int()> Intervalo; ///< minutes; 0 or less ends the sheet after its first line
+};
+
+/// Calls `hueco` with hour and minute of every slot of a sheet, in order. Deliberate: past minute 59 the hour
+/// steps once, whatever the interval; an hour of more than two digits ends the sheet.
+void RecorreHuecos(const TParrilla &parrilla, const std::function<void(int hora, int minuto)> &hueco);
+
+/// Restricts a table to the lines of a day; when there are any, the table's tag becomes 1, the mark of an
+/// active range.
+/// @return whether the day has lines. @throws dataset::EDatabaseError
+bool PonRangoDelDia(dataset::DataSet &tabla, QDate fecha);
+[[nodiscard]] bool HayRangoDelDia(const dataset::DataSet &tabla);
+/// Drops the range, and the mark with it.
+void QuitaRangoDelDia(dataset::DataSet &tabla);
+
+enum class TSentido { anterior, siguiente };
+
+/// Goes from the shown day to the nearest one with lines, and shows it.
+/// @param tabla  the table that is looked at; its notices are held back meanwhile.
+/// @param rango  shows a day and tells whether it has lines; called once in every case, with the day shown
+/// before when
+///               there is no other.
+/// @return false when there is no other day. @throws dataset::EDatabaseError, with the day shown before in
+/// place.
+bool VeAOtroDia(dataset::DataSet &tabla, TSentido sentido, const std::function<bool(QDate)> &rango);

@@ -1,0 +1,39 @@
+#include "agenda/Ruttb.h"
+
+#include "agenda/host/Servicios.h"
+
+bool TBBusca(dataset::DataSet &tabla, const dataset::Key &clave, bool exacta)
+{
+    return tabla.locate(clave, exacta ? dataset::SearchMode::exact : dataset::SearchMode::nearest);
+}
+
+bool TBRango(dataset::DataSet &tabla, const dataset::Key &desde, const dataset::Key &hasta)
+{
+    return tabla.setRange(desde, hasta);
+}
+
+void TBPost(dataset::DataSet &tabla)
+{
+    tabla.post();
+}
+void TBDelete(dataset::DataSet &tabla)
+{
+    tabla.remove();
+}
+void TBIndexa(const QString &campos, dataset::DataSet &tabla)
+{
+    tabla.setIndexFieldNames(campos);
+}
+
+std::unique_ptr<dataset::DbfTable> CreaTabla(const QString &alias, const QString &tabla,
+                                             const QString &indice, bool abrir, bool soloLectura)
+{
+    auto cursor = std::make_unique<dataset::DbfTable>(*Servicios().Aliases);
+    cursor->setDatabaseName(alias);
+    cursor->setTableName(tabla);
+    cursor->setIndexFieldNames(indice);
+    cursor->setOpenReadOnly(soloLectura);
+    if (abrir)
+        cursor->open();
+    return cursor;
+}

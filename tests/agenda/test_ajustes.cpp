@@ -1,0 +1,88 @@
+// The settings in their two stores, and the agenda's tables.
+
+#include "dataset/DatabaseError.h"
+#include "tests/support/OficinaDePrueba.h"
+
+namespace
+{
+
+using support::OficinaDePrueba;
+using support::readFile;
+
+TEST(Ajustes, DefaultsWithoutRecordsAndWithoutFile)
+{
+    const OficinaDePrueba oficina;
+    EXPECT_EQ(goConfAgendaN->GetHoraInicio(), 9);
+    EXPECT_EQ(goConfAgendaN->GetHoraFin(), 20);
+    EXPECT_EQ(goConfAgendaN->GetIntervalo(), 30);
+    EXPECT_EQ(goConfAgendaN->GetIncrementoMin(), 1);
+    EXPECT_TRUE(goConfAgendaN->GetSincronizarDia());
+    EXPECT_EQ(goConfAgendaN->GetColorSalida(), TColor{0x00C6C6FF});
+    goConfAgendaN->SetHoraInicio(8);
+    EXPECT_EQ(goConfAgendaN->GetHoraInicio(), 9) << "a missing record is never created";
+    EXPECT_FALSE(std::filesystem::exists(oficina.carpeta() / "CONFIG"));
+}
+
+TEST(Ajustes, EachIsWrittenInItsPlaceAndReadAtOnce)
+{
+    OficinaDePrueba oficina;
+    oficina.ponAjustes(9, 20, 30);
+    TClassConfAgendaN otroPuesto;
+    goConfAgendaN->SetHoraInicio(8);
+    goConfAgendaN->SetHoraFin(14);
+    goConfAgendaN->SetIntervalo(15);
+    EXPECT_EQ(otroPuesto.GetHoraInicio(), 8);
+    EXPECT_EQ(otroPuesto.GetHoraFin(), 14);
+    EXPECT_EQ(otroPuesto.GetIntervalo(), 15);
+    goConfAgendaN->SetIncrementoMin(15);
+    goConfAgendaN->SetSincronizarDia(false);
+    goConfAgendaN->SetColorSalida(0x00C6C5FF);
+    EXPECT_EQ(readFile(oficina.carpeta() / "CONFIG" / "VARIOS.INI"),
+              "[IncrementoMin]\r\nAGENDASALIDA=15\r\n[AGENDA]\r\nSincronizarDia=0\r\n[COLOR]\r\nAGENDASALIDA="
+              "$00C6C5FF\r\n");
+    EXPECT_EQ(otroPuesto.GetIncrementoMin(), 15);
+    EXPECT_FALSE(otroPuesto.GetSincronizarDia());
+    EXPECT_EQ(otroPuesto.GetColorSalida(), TColor{0x00C6C5FF});
+    support::writeFile(oficina.carpeta() / "CONFIG" / "VARIOS.INI", "[COLOR]\r\nAGENDASALIDA=rojizo\r\n");
+    EXPECT_EQ(otroPuesto.GetColorSalida(), TColor{0x00C6C6FF}) << "an unreadable colour gives the default";
+}
+
+TEST(Ajustes, AMissingTablePassesToTheCaller)
+{
+    const OficinaDePrueba oficina;
+    std::filesystem::remove(oficina.carpetaDe("ZENTRA") / "VA_COMUN.DBF");
+    EXPECT_THROW(std::ignore = goConfAgendaN->GetHoraInicio(), dataset::EDatabaseError);
+    EXPECT_THROW(goConfAgendaN->SetIntervalo(10), dataset::EDatabaseError);
+}
+
+TEST(AgendaNDM, CursorsShowLinesByDateAndHour)
+{
+    OficinaDePrueba oficina(2);
+    oficina.linea(2, {2026, 5, 2}, "10:00", "b");
+    oficina.linea(2, {2026, 5, 1}, "11:00", "a");
+    oficina.linea(2, {2026, 5, 2}, "09:30", "c");
+    TDMAgendaN datos(oficina.Aliases, nullptr);
+    dataset::DbfTable &tabla = datos.TAgendaN(2);
+    EXPECT_EQ(&tabla, &datos.TAgendaN2);
+    EXPECT_EQ(tabla.tableName(), "AGENDA_N");
+    EXPECT_EQ(tabla.indexFieldNames(), "FECHA");
+    tabla.setDatabaseName("NOTARIO2");
+    tabla.open();
+    ASSERT_EQ(tabla.fieldCount(), 8);
+    QStringList orden;
+    for (tabla.first(); !tabla.eof(); tabla.next())
+        orden << tabla.field(u"CONCEPTO").asText();
+    EXPECT_EQ(orden, (QStringList{"a", "c", "b"}));
+    tabla.first();
+    tabla.edit();
+    tabla.field(u"CODCLIENTE").setNumber(1234);
+    tabla.field(u"CONCEPTO").setText(QString(300, u'ñ'));
+    tabla.post();
+    EXPECT_EQ(tabla.field(u"CODCLIENTE").asInteger(), 1234);
+    EXPECT_EQ(tabla.field(u"CONCEPTO").asText(), QString(254, u'ñ'));
+    datos.cdsAgendaSemanal.create(CamposAgendaSemanal());
+    EXPECT_EQ(datos.cdsAgendaSemanal.fieldCount(), 16);
+    EXPECT_EQ(datos.cdsAgendaSemanal.fieldInfo(6).name, "CONCEPTO_3");
+}
+
+} // namespace

@@ -1,0 +1,166 @@
+// The settings file that other programs share: what is not ours stays, byte for byte.
+
+#include "agenda/FicheroIni.h"
+#include "dataset/DatabaseError.h"
+#include "tests/support/TempFolder.h"
+
+#include <random>
+#include <thread>
+
+namespace
+{
+
+using support::readFile;
+using support::TempFolder;
+using support::writeFile;
+
+// Comments, order, blanks, repeated keys and sections, 1252 accents, a line without "=", no end of the last
+// line.
+const QByteArray Rara = "; de otra casa \xF1\r\n"
+                        "\r\n"
+                        "[GENERAL]\r\n"
+                        "Ruta=C:\\DATOS\\NUEVO\\x41\r\n"
+                        "Lista=a, b; c\r\n"
+                        "  clave con blancos =  \"  entre comillas  \" \r\n"
+                        "l\xEDnea sin igual\r\n"
+                        "[color]\r\n"
+                        "  agendasalida = $00123456\r\n"
+                        "AGENDASALIDA=clRed\r\n"
+                        ";AGENDASALIDA=comentada\r\n"
+                        "\r\n"
+                        "[COLOR]\r\n"
+                        "OTRO=1\r\n"
+                        "[VAC\xCD"
+                        "A]\r\n"
+                        "[FIN]\r\n"
+                        "ultima=1";
+
+TEST(FicheroIni, ReadsTheFirstOfRepeatedNamesInAnyCase)
+{
+    const struct {
+        const char *seccion;
+        const char *clave;
+        const char *valor; // null: missing
+    } casos[] = {
+        {"general", "RUTA", "C:\\DATOS\\NUEVO\\x41"},
+        {"GENERAL", "lista", "a, b; c"},
+        {"General", "Clave Con Blancos", "  entre comillas  "},
+        {"COLOR", "AgendaSalida", "$00123456"},
+        {"COLOR", "OTRO", nullptr}, // the first of two sections of that name counts
+        {"FIN", "ultima", "1"},
+        {"FIN", "nada", nullptr},
+        {"NADA", "ultima", nullptr},
+        {"GENERAL", "línea sin igual", nullptr},
+    };
+    for (const auto &caso : casos) {
+        const auto valor = ValorEn(Rara, caso.seccion, caso.clave);
+        EXPECT_EQ(valor.has_value(), caso.valor != nullptr) << caso.clave;
+        EXPECT_EQ(valor.value_or(""), caso.valor ? caso.valor : "") << caso.clave;
+    }
+}
+
+TEST(FicheroIni, ChangesOnlyTheBytesOfItsValue)
+{
+    const auto cambiada = [](QByteArray antes, QByteArray despues) {
+        return QByteArray(Rara).replace(antes, despues);
+    };
+    const struct {
+        const char *seccion;
+        const char *clave;
+        const char *valor;
+        QByteArray contenido;
+    } casos[] = {
+        {"COLOR", "AGENDASALIDA", "clBlue", cambiada("agendasalida = $00123456", "agendasalida =clBlue")},
+        {"GENERAL", "nueva", "señal",
+         cambiada("sin igual\r\n", "sin igual\r\nnueva=se\xF1"
+                                   "al\r\n")},
+        {"color", "nueva", "1",
+         cambiada(";AGENDASALIDA=comentada\r\n", ";AGENDASALIDA=comentada\r\nnueva=1\r\n")},
+        {"vacía", "x", "1", cambiada("[FIN]", "x=1\r\n[FIN]")},
+        {"FIN", "otra", "2", Rara + "\r\notra=2\r\n"},
+        {"IncrementoMin", "AGENDASALIDA", "15", Rara + "\r\n[IncrementoMin]\r\nAGENDASALIDA=15\r\n"},
+        {"FIN", "ultima", " a ", cambiada("ultima=1", "ultima=\" a \"")},
+        {"FIN", "ultima", "dos\nlíneas", cambiada("ultima=1", "ultima=dos l\xEDneas")},
+    };
+    for (const auto &caso : casos) {
+        const QByteArray nuevo = ConValor(Rara, caso.seccion, caso.clave, caso.valor);
+        EXPECT_EQ(nuevo, caso.contenido) << caso.clave;
+        EXPECT_EQ(ConValor(nuevo, caso.seccion, caso.clave, caso.valor), nuevo)
+            << "setting twice changes nothing";
+    }
+    EXPECT_EQ(ConValor({}, "S", "k", "v"), "[S]\r\nk=v\r\n");
+    EXPECT_EQ(ConValor("[S]\nz=1\n", "S", "k", "v"), "[S]\nz=1\nk=v\n") << "the file's own line ends";
+}
+
+// Whatever the file holds and whatever is set: it is read back, and no other key changes.
+TEST(FicheroIni, WhatIsSetIsReadBack)
+{
+    std::mt19937 azar(11);
+    const QByteArray letras = "[]=;\"' \r\n\tabcAB1$\xF1\xE1";
+    for (int vez = 0; vez < 3000; ++vez) {
+        QByteArray contenido;
+        for (auto n = azar() % 80; n > 0; --n)
+            contenido.append(letras[qsizetype(azar() % std::size_t(letras.size()))]);
+        QString valor;
+        for (auto n = azar() % 8; n > 0; --n)
+            valor.append(QString::fromUtf8("ab ñ\"'=;[]").at(qsizetype(azar() % 10)));
+        const auto testigo = ValorEn(contenido, "a", "b");
+        const QByteArray nuevo = ConValor(contenido, "Sección", "clave", valor);
+        ASSERT_EQ(ValorEn(nuevo, "SECCIÓN", "CLAVE"), valor) << contenido.toStdString();
+        ASSERT_EQ(ValorEn(nuevo, "a", "b"), testigo);
+        ASSERT_EQ(ConValor(nuevo, "Sección", "clave", valor), nuevo);
+    }
+}
+
+TEST(FicheroIni, FindsTheFileInAnyCaseAndMakesItWhenMissing)
+{
+    const TempFolder carpeta;
+    const QString ruta = QString::fromStdString((carpeta.path() / "CONFIG" / "VARIOS.INI").string());
+    TFicheroIni fichero(ruta);
+    EXPECT_FALSE(fichero.Lee("A", "b"));
+    EXPECT_EQ(fichero.LeeEntero("A", "b", 7), 7);
+    fichero.EscribeEntero("A", "b", 15);
+    EXPECT_EQ(readFile(carpeta.path() / "CONFIG" / "VARIOS.INI"), "[A]\r\nb=15\r\n");
+    std::filesystem::rename(carpeta.path() / "CONFIG", carpeta.path() / "Config");
+    std::filesystem::rename(carpeta.path() / "Config" / "VARIOS.INI",
+                            carpeta.path() / "Config" / "varios.ini");
+    TFicheroIni otro(ruta);
+    EXPECT_EQ(otro.LeeEntero("a", "B", 7), 15);
+    otro.EscribeLogico("A", "c", false);
+    EXPECT_EQ(readFile(carpeta.path() / "Config" / "varios.ini"), "[A]\r\nb=15\r\nc=0\r\n");
+    EXPECT_FALSE(otro.LeeLogico("A", "c", true));
+    writeFile(carpeta.path() / "Config" / "varios.ini", "[A]\r\nb=quince\r\nc=$10\r\n");
+    EXPECT_EQ(otro.LeeEntero("A", "b", 7), 7);
+    EXPECT_EQ(otro.LeeEntero("A", "c", 7), 16);
+}
+
+TEST(FicheroIni, TwoWorkstationsKeepEachOthersValues)
+{
+    const TempFolder carpeta;
+    std::filesystem::create_directories(carpeta.path() / "CONFIG");
+    const QString ruta = QString::fromStdString((carpeta.path() / "CONFIG" / "VARIOS.INI").string());
+    const auto escribe = [&](const QString &clave) {
+        for (int n = 1; n <= 25; ++n)
+            TFicheroIni(ruta).EscribeEntero("S", clave + QString::number(n), n);
+    };
+    std::thread uno([&] { escribe("a"); });
+    std::thread dos([&] { escribe("b"); });
+    uno.join();
+    dos.join();
+    const TFicheroIni fichero(ruta);
+    for (int n = 1; n <= 25; ++n) {
+        EXPECT_EQ(fichero.LeeEntero("S", QString("a%1").arg(n), 0), n);
+        EXPECT_EQ(fichero.LeeEntero("S", QString("b%1").arg(n), 0), n);
+    }
+}
+
+TEST(FicheroIni, SaysWhenItCannotWrite)
+{
+    const TempFolder carpeta;
+    writeFile(carpeta.path() / "CONFIG", "no es una carpeta");
+    TFicheroIni fichero(QString::fromStdString((carpeta.path() / "CONFIG" / "VARIOS.INI").string()));
+    EXPECT_THROW(fichero.EscribeEntero("A", "b", 1), dataset::EDatabaseError);
+    EXPECT_EQ(readFile(carpeta.path() / "CONFIG"), "no es una carpeta");
+}
+
+} // namespace

@@ -1,0 +1,92 @@
+#include "tests/support/OficinaDePrueba.h"
+
+namespace support
+{
+
+using dataset::DbfTable;
+using dataset::FieldKind;
+
+OficinaDePrueba::OficinaDePrueba(int notarios)
+{
+    const auto alias = [this](const QString &nombre) {
+        std::filesystem::create_directories(carpetaDe(nombre.toStdString()));
+        Aliases.add(nombre, QString::fromStdString(carpetaDe(nombre.toStdString()).string()));
+    };
+    alias(QStringLiteral("ZENTRA"));
+    for (int notario = 1; notario <= notarios; ++notario) {
+        alias(Rut.AliasNotario(notario));
+        DbfTable tabla(Aliases);
+        tabla.setDatabaseName(Rut.AliasNotario(notario));
+        PreparaTablaAgendaN(tabla);
+        tabla.createFile(CamposAgendaN());
+    }
+    DbfTable comun(Aliases);
+    comun.setDatabaseName(QStringLiteral("ZENTRA"));
+    comun.setTableName(QStringLiteral("VA_COMUN"));
+    comun.createFile(
+        {{"PROGRAMA", FieldKind::text, 10}, {"NOMBRE", FieldKind::text, 20}, {"VALOR", FieldKind::text, 50}});
+    Config.Cuantos = notarios;
+    Config.Carpeta = QString::fromStdString(carpeta().string()) + u'/';
+    m_servicios = std::make_unique<TServiciosInstalados>(
+        TServicios{&Mensaje, &Rut, &Rvarias, &Config, &Reloj, &Aliases});
+    goConfAgendaN = std::make_unique<TClassConfAgendaN>();
+}
+
+OficinaDePrueba::~OficinaDePrueba()
+{
+    goConfAgendaN.reset();
+}
+
+void OficinaDePrueba::ponAjustes(int inicio, int fin, int intervalo)
+{
+    DbfTable comun(Aliases);
+    comun.setDatabaseName(QStringLiteral("ZENTRA"));
+    comun.setTableName(QStringLiteral("VA_COMUN"));
+    comun.open();
+    const std::pair<const char *, int> ajustes[] = {
+        {"HoraInicio", inicio}, {"HoraFin", fin}, {"intervalo", intervalo}};
+    for (const auto &[nombre, valor] : ajustes) {
+        comun.append();
+        comun.field(u"PROGRAMA").setText("AGENDA");
+        comun.field(u"NOMBRE").setText(nombre);
+        comun.field(u"VALOR").setInteger(valor);
+        comun.post();
+    }
+}
+
+std::unique_ptr<DbfTable> OficinaDePrueba::agenda(int notario, bool durable) const
+{
+    auto tabla = std::make_unique<DbfTable>(Aliases);
+    tabla->setDatabaseName(QStringLiteral("NOTARIO%1").arg(notario));
+    tabla->setDurable(durable);
+    PreparaTablaAgendaN(*tabla);
+    tabla->open();
+    return tabla;
+}
+
+void OficinaDePrueba::linea(int notario, QDate fecha, const QString &hora, const QString &concepto,
+                            const QString &salida)
+{
+    const auto tabla = agenda(notario);
+    tabla->append();
+    tabla->field(u"FECHA").setDate(fecha);
+    tabla->field(u"HORA").setText(hora);
+    tabla->field(u"CONCEPTO").setText(concepto);
+    tabla->field(u"SALIDA").setText(salida);
+    tabla->field(u"AVISO").setText("N");
+    tabla->post();
+}
+
+QStringList OficinaDePrueba::dia(int notario, QDate fecha) const
+{
+    QStringList lineas;
+    const auto tabla = agenda(notario);
+    tabla->setRange({{"FECHA", fecha}}, {{"FECHA", fecha}});
+    for (tabla->first(); !tabla->eof(); tabla->next())
+        lineas << QStringList{tabla->field(u"HORA").asText(), tabla->field(u"CONCEPTO").asText(),
+                              tabla->field(u"SALIDA").asText()}
+                      .join(u' ');
+    return lineas;
+}
+
+} // namespace support
