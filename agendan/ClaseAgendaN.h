@@ -10,27 +10,31 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 
 class TClientesRaiz;
 class TDMAgendaN;
 
-/// Engine of the multi-notary agenda: up to five notary tables, one of them the current one, on which every line
-/// operation works. It has no window of its own; it asks for them through IVistasAgendaN.
+/// Engine of the multi-notary agenda: up to five notary tables, one of them the current one, on which every
+/// line operation works. It has no window of its own; it asks for them through IVistasAgendaN.
 ///
-/// Operations that return a boolean never throw: a database error cancels the pending change, is logged and gives
-/// false. The searches, ranges and moves say so where they throw.
-class TClassAgendaN {
+/// Operations that return a boolean never throw: a database error cancels the pending change, is logged and
+/// gives false. The searches, ranges and moves say so where they throw.
+class TClassAgendaN
+{
 public:
     static constexpr int MaxNotarios = 5;
     using TTablas = std::array<dataset::DataSet *, MaxNotarios>;
 
     /// @param propietario  owner of the windows; not owned, may be null.
     /// @param clientes     the host's client list; not owned, may be null.
-    /// @param tablas       open tables of the host, not owned; with an empty first position the engine opens one table
+    /// @param tablas       open tables of the host, not owned; with an empty first position the engine opens
+    /// one table
     ///                     per notary itself.
     /// @param vistas       not owned; outlives the engine. Null where no window is ever asked for.
     /// @throws dataset::EDatabaseError when a notary's table cannot be opened.
-    TClassAgendaN(QObject *propietario, TClientesRaiz *clientes, const TTablas &tablas, IVistasAgendaN *vistas);
+    TClassAgendaN(QObject *propietario, TClientesRaiz *clientes, const TTablas &tablas,
+                  IVistasAgendaN *vistas);
     ~TClassAgendaN();
     TClassAgendaN(const TClassAgendaN &) = delete;
     TClassAgendaN &operator=(const TClassAgendaN &) = delete;
@@ -57,10 +61,12 @@ public:
     bool RangoPorFecha(QDate fecha);
     [[nodiscard]] bool HayRangoPorFecha() const;
     void CancelaRangoPorFecha();
-    /// Shows the nearest earlier / later day that has lines. @return false, and the same day shown, when there is none.
+    /// Shows the nearest earlier / later day that has lines. @return false, and the same day shown, when
+    /// there is none.
     bool AnteriorDia();
     bool SiguienteDia();
-    /// Searches the current table. With `exacta` false and an empty time: whether the line reached is of that day.
+    /// Searches the current table. With `exacta` false and an empty time: whether the line reached is of that
+    /// day.
     bool BuscarPorFecha(QDate fecha, const QString &hora, bool exacta);
     void OrdenarListaPorFecha();
 
@@ -84,9 +90,10 @@ public:
     void FichaCita(TOperacion operacion);
 
 private:
+    template <class TTrabajo> bool ConGuarda(const char *operacion, TTrabajo &&trabajo);
     void AbreTablasPropias();
     void SincronizaTablaActual(QDate fecha);
-    bool MarcaLineaActual(const QString &marca);
+    std::optional<bool> MarcaLineaActual(const QString &marca);
 
     QPointer<QObject> m_propietario;
     TClientesRaiz *m_clientes = nullptr;

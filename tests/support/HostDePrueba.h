@@ -21,7 +21,7 @@ public:
         QString Texto; ///< whole text, or the question of a Mensaje_SiNo
         QString Titulo;
         int Respuesta = 0;
-        QString Texto2;
+        QString Texto2 = QString(); // an initialiser, so that it may be left out
     };
     ~MensajeDePrueba() override
     {

@@ -1,0 +1,371 @@
+#include "agendan/ClaseAgendaN.h"
+
+#include "agenda/AgendaNDM.h"
+#include "agenda/ClaseConfAgendaN.h"
+#include "agenda/HojaDia.h"
+#include "agenda/Rnumcad.h"
+#include "agenda/Ruttb.h"
+#include "agenda/host/Servicios.h"
+#include "dataset/DatabaseError.h"
+
+#include <QtCore/QLoggingCategory>
+
+#include <algorithm>
+
+using dataset::DataSet;
+
+namespace
+{
+
+Q_LOGGING_CATEGORY(registro, "agenda.motor")
+
+constexpr TClassAgendaN::TTablas::size_type UltimaPosicion = TClassAgendaN::MaxNotarios - 1;
+const QString Atencion = QStringLiteral(" ATENCIÓN");
+const QString AtencionPuntos = QStringLiteral(" ATENCIÓN:");
+
+void Avisa(const QString &texto, const QString &texto2, const QString &titulo)
+{
+    Servicios().Mensaje->Mensajes({TClaseMensaje::aviso, texto, TIconoMensaje::advertencia, titulo, texto2,
+                                   clBtnFace, clBtnText, false});
+}
+
+bool Pregunta(const QString &texto, const QString &titulo)
+{
+    return Servicios().Mensaje->Mensajes({TClaseMensaje::pregunta,
+                                          texto,
+                                          TIconoMensaje::pregunta,
+                                          titulo,
+                                          {},
+                                          clBtnFace,
+                                          clBtnText,
+                                          false}) == RespuestaSi;
+}
+
+/// Drops what is being edited after a failure; a failure of this too is only logged, since the first one is
+/// answered for.
+void CancelaSinPreguntar(DataSet &tabla)
+{
+    try {
+        if (tabla.isActive())
+            tabla.cancel();
+    } catch (const std::exception &error) {
+        qCWarning(registro, "The pending change could not be dropped: %s", error.what());
+    }
+}
+
+} // namespace
+
+/// Runs work on the current table; a failure cancels the pending change, is logged and gives false.
+template <class TTrabajo> bool TClassAgendaN::ConGuarda(const char *operacion, TTrabajo &&trabajo)
+{
+    try {
+        return trabajo();
+    } catch (const std::exception &error) {
+        qCWarning(registro, "%s: %s", operacion, error.what());
+        CancelaSinPreguntar(TablaActual());
+        return false;
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Notaries
+
+TClassAgendaN::TClassAgendaN(QObject *propietario, TClientesRaiz *clientes, const TTablas &tablas,
+                             IVistasAgendaN *vistas)
+    : m_propietario(propietario)
+    , m_clientes(clientes)
+    , m_vistas(vistas)
+    , m_tablas(tablas)
+{
+    if (m_tablas.front()) {
+        const auto vacia = std::find(m_tablas.begin() + 1, m_tablas.end(), nullptr);
+        // One more than the tables given, and deliberately so.
+        m_numNotarios = static_cast<int>(vacia - m_tablas.begin()) + 1;
+    } else {
+        AbreTablasPropias();
+    }
+    m_tablaActual = m_tablas.front();
+}
+
+void TClassAgendaN::AbreTablasPropias()
+{
+    const TServicios &servicios = Servicios();
+    // Without a parent: the engine is the one that deletes it.
+    m_datos = std::make_unique<TDMAgendaN>(*servicios.Aliases, nullptr);
+    const int cuantos = servicios.Config->GetnCuantos();
+    m_numNotarios = cuantos > 0 ? cuantos : 1;
+    for (int notario = 1; notario <= std::min(m_numNotarios, MaxNotarios); ++notario) {
+        dataset::DbfTable &tabla = m_datos->TAgendaN(notario);
+        tabla.setDatabaseName(servicios.Rut->AliasNotario(notario));
+        tabla.setIndexFieldNames(QStringLiteral("FECHA"));
+        tabla.open();
+        m_tablas[static_cast<std::size_t>(notario - 1)] = &tabla;
+    }
+}
+
+TClassAgendaN::~TClassAgendaN()
+{
+    if (!m_datos)
+        return;
+    // The first cursor every time; the others close when the data module goes.
+    for (int posicion = 1; posicion <= std::min(m_numNotarios, MaxNotarios); ++posicion) {
+        try {
+            m_datos->TAgendaN1.close();
+        } catch (const std::exception &error) {
+            qCWarning(registro, "Closing the agenda: %s", error.what());
+            CancelaSinPreguntar(m_datos->TAgendaN1);
+        }
+    }
+}
+
+DataSet *TClassAgendaN::Tabla(int notario) const
+{
+    if (notario < 1)
+        return nullptr;
+    return m_tablas[std::min(static_cast<std::size_t>(notario - 1), UltimaPosicion)];
+}
+
+DataSet &TClassAgendaN::TablaActual() const
+{
+    Q_ASSERT_X(m_tablaActual, "TClassAgendaN", "there is no current table");
+    return *m_tablaActual;
+}
+
+void TClassAgendaN::PonNotarioActual(int notario)
+{
+    if (DataSet *tabla = Tabla(notario))
+        m_tablaActual = tabla;
+}
+
+QString TClassAgendaN::NombreNotario(int notario) const
+{
+    const TConfig &config = *Servicios().Config;
+    if (config.GetnCuantos() != 0)
+        return config.GetNotarios().value(notario - 1);
+    return config.GetDon() + u' ' + config.GetNombre1();
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Day sheets
+
+bool TClassAgendaN::RangoPorFecha(QDate fecha)
+{
+    return PonRangoDelDia(TablaActual(), fecha);
+}
+bool TClassAgendaN::HayRangoPorFecha() const
+{
+    return HayRangoDelDia(TablaActual());
+}
+void TClassAgendaN::CancelaRangoPorFecha()
+{
+    QuitaRangoDelDia(TablaActual());
+}
+
+bool TClassAgendaN::InsertaDia(QDate fecha, bool preguntar)
+{
+    if (preguntar) {
+        const QString dia = Date_Cad(fecha);
+        if (Servicios().Mensaje->Mensaje_SiNo(
+                QStringLiteral("¿Desea añadir una hoja a día de %1 (S/N)?").arg(dia),
+                QStringLiteral("No hay datos a fecha de %1").arg(dia),
+                QStringLiteral("Agenda")) != RespuestaSi)
+            return false;
+    }
+    const dataset::ControlsGuard sinAvisos(TablaActual());
+    CancelaRangoPorFecha();
+    const TParrilla parrilla{[] { return goConfAgendaN->GetHoraInicio(); },
+                             [] { return goConfAgendaN->GetHoraFin(); },
+                             [] { return goConfAgendaN->GetIntervalo(); }};
+    try {
+        RecorreHuecos(parrilla, [&](int hora, int minuto) {
+            const QString hueco = StrCeros(hora, 2) + u':' + StrCeros(minuto, 2);
+            if (!Anadir(fecha, hueco) || !AceptarAgendaN())
+                Avisa(QStringLiteral("Problemas añadiendo hora: %1 Añadala manualmente").arg(hueco), {},
+                      AtencionPuntos);
+        });
+    } catch (...) {
+        RangoPorFecha(fecha); // the settings could not be read: the day, not the whole table, is to be seen
+        throw;
+    }
+    return RangoPorFecha(fecha);
+}
+
+void TClassAgendaN::SincronizaTablaActual(QDate fecha)
+{
+    DataSet &tabla = TablaActual();
+    if (HayRangoPorFecha() && tabla.field(u"FECHA").asDate() == fecha)
+        return;
+    if (!RangoPorFecha(fecha))
+        InsertaDia(fecha, false);
+}
+
+void TClassAgendaN::SincronizarTablasAFecha(QDate fecha, bool todos)
+{
+    if (!todos) {
+        SincronizaTablaActual(fecha);
+        return;
+    }
+    /// Puts the current table back also when one of them fails.
+    struct TVuelve {
+        TClassAgendaN &Motor;
+        DataSet *Tabla;
+        ~TVuelve() { Motor.m_tablaActual = Tabla; }
+    } const vuelve{*this, m_tablaActual};
+    for (int notario = 1; notario <= m_numNotarios; ++notario) {
+        if (!Tabla(notario))
+            continue;
+        PonNotarioActual(notario);
+        SincronizaTablaActual(fecha);
+    }
+}
+
+bool TClassAgendaN::AnteriorDia()
+{
+    return VeAOtroDia(TablaActual(), TSentido::anterior,
+                      [this](QDate fecha) { return RangoPorFecha(fecha); });
+}
+
+bool TClassAgendaN::SiguienteDia()
+{
+    return VeAOtroDia(TablaActual(), TSentido::siguiente,
+                      [this](QDate fecha) { return RangoPorFecha(fecha); });
+}
+
+bool TClassAgendaN::BuscarPorFecha(QDate fecha, const QString &hora, bool exacta)
+{
+    const bool encontrada = TBBusca(TablaActual(), {{"FECHA", fecha}, {"HORA", hora}}, exacta);
+    if (!exacta && hora.isEmpty())
+        return TablaActual().field(u"FECHA").asDate() == fecha;
+    return encontrada;
+}
+
+void TClassAgendaN::OrdenarListaPorFecha()
+{
+    TBIndexa(QStringLiteral("FECHA"), TablaActual());
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Lines
+
+bool TClassAgendaN::Anadir(QDate fecha, const QString &hora)
+{
+    return ConGuarda("Anadir", [&] {
+        DataSet &tabla = TablaActual();
+        tabla.insert();
+        tabla.field(u"FECHA").setDate(fecha);
+        tabla.field(u"HORA").setText(hora);
+        tabla.field(u"SALIDA").setText(QStringLiteral("N"));
+        tabla.field(u"AVISO").setText(QStringLiteral("N"));
+        return true;
+    });
+}
+
+bool TClassAgendaN::Modificar()
+{
+    return ConGuarda("Modificar", [&] {
+        DataSet &tabla = TablaActual();
+        if (tabla.isEmpty()) {
+            Avisa(QStringLiteral("No hay AgendaN introducidos que modificar"),
+                  QStringLiteral("Inserte primero un AgendaN."), Atencion);
+            return false;
+        }
+        tabla.edit();
+        return true;
+    });
+}
+
+bool TClassAgendaN::Borrar(bool preguntar)
+{
+    return ConGuarda("Borrar", [&] {
+        DataSet &tabla = TablaActual();
+        if (tabla.isEmpty()) {
+            Avisa(QStringLiteral("No hay citas para ese día introducidas que borrar"),
+                  QStringLiteral("Inserte primero una."), Atencion);
+            return true;
+        }
+        if (preguntar && !Pregunta(QStringLiteral("¿Desea borrar la cita de las %1 de la base de datos?")
+                                       .arg(tabla.field(u"HORA").asText()),
+                                   Atencion))
+            return false;
+        TBDelete(tabla);
+        return true;
+    });
+}
+
+bool TClassAgendaN::AceptarAgendaN()
+{
+    return ConGuarda("AceptarAgendaN", [&] {
+        TBPost(TablaActual());
+        return true;
+    });
+}
+
+bool TClassAgendaN::CancelarAgendaN(bool preguntar)
+{
+    if (preguntar && !Pregunta(QStringLiteral("¿Desea cancelar la operación?"), AtencionPuntos))
+        return false;
+    CancelaSinPreguntar(TablaActual());
+    return true;
+}
+
+/// @return what AceptarAgendaN said; nothing when a failure came before it.
+std::optional<bool> TClassAgendaN::MarcaLineaActual(const QString &marca)
+{
+    const bool preparada = Modificar() && ConGuarda("Marcar", [&] {
+                               DataSet &tabla = TablaActual();
+                               tabla.field(u"CONCEPTO").setText(marca + tabla.field(u"CONCEPTO").asText());
+                               tabla.field(u"SALIDA").setText(QStringLiteral("S"));
+                               return true;
+                           });
+    if (preparada)
+        return AceptarAgendaN();
+    CancelarAgendaN(false);
+    return {};
+}
+
+bool TClassAgendaN::Salida()
+{
+    return MarcaLineaActual(MarcaSalida).value_or(false);
+}
+
+bool TClassAgendaN::Ausente()
+{
+    DataSet &tabla = TablaActual();
+    const dataset::ControlsGuard sinAvisos(tabla);
+    return ConGuarda("Ausente", [&] {
+        const dataset::Bookmark donde = tabla.bookmark();
+        if (!HayRangoPorFecha())
+            RangoPorFecha(tabla.field(u"FECHA").asDate());
+        // By number: a line that others move or delete meanwhile must not lead the loop astray.
+        std::vector<dataset::Bookmark> lineas;
+        for (int fila = 0; fila < tabla.rowCount(); ++fila)
+            lineas.push_back(tabla.bookmarkAt(fila));
+        bool ultimaAceptada = false;
+        for (const dataset::Bookmark linea : lineas) {
+            if (tabla.goToBookmark(linea))
+                ultimaAceptada = MarcaLineaActual(MarcaAusente).value_or(ultimaAceptada);
+        }
+        if (!tabla.goToBookmark(donde))
+            tabla.first();
+        return ultimaAceptada;
+    });
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Windows
+
+void TClassAgendaN::FichaAgendaN()
+{
+    const auto ficha = m_vistas->CreaFichaAgendaN(m_propietario);
+    for (int notario = 1; notario <= std::min(m_numNotarios, MaxNotarios); ++notario)
+        ficha->PonNotario(notario, NombreNotario(notario), Tabla(notario));
+    ficha->PonMotor(*this);
+    ficha->PonSincronizarDia(goConfAgendaN->GetSincronizarDia());
+    ficha->PCAgendaChange();
+    ficha->ShowModal();
+}
+
+void TClassAgendaN::FichaCita(TOperacion operacion)
+{
+    m_vistas->MuestraFichaCitas(*this, operacion, m_propietario);
+}

@@ -1,0 +1,267 @@
+// The engine's notaries and day sheets.
+
+#include "dataset/DatabaseError.h"
+#include "tests/agendan/Motor.h"
+
+namespace
+{
+
+using dataset::DataSet;
+using support::Lunes;
+using support::MotorTest;
+using support::OficinaDePrueba;
+
+TEST(MotorNotarios, CountTablesAsTheyCome)
+{
+    OficinaDePrueba oficina(5);
+    std::array<std::unique_ptr<dataset::DbfTable>, 5> abiertas;
+    for (int n = 0; n < 5; ++n)
+        abiertas[std::size_t(n)] = oficina.agenda(n + 1);
+    const struct {
+        std::array<bool, 5> dadas;
+        int cuenta;
+    } casos[] = {
+        {{true}, 2},
+        {{true, true}, 3},
+        {{true, true, true, true, true}, 6},
+        {{true, false, true}, 2},
+    };
+    for (const auto &caso : casos) {
+        TClassAgendaN::TTablas tablas{};
+        for (std::size_t n = 0; n < 5; ++n)
+            tablas[n] = caso.dadas[n] ? abiertas[n].get() : nullptr;
+        TClassAgendaN motor(nullptr, nullptr, tablas, nullptr);
+        EXPECT_EQ(motor.NumNotarios(), caso.cuenta);
+        EXPECT_EQ(&motor.TablaActual(), abiertas[0].get());
+        // The empty positions that the count reaches are skipped.
+        motor.SincronizarTablasAFecha(Lunes, true);
+        for (int n = 1; n <= 5; ++n) {
+            if (DataSet *tabla = motor.Tabla(n); tabla && n < caso.cuenta) {
+                EXPECT_EQ(tabla->field(u"FECHA").asDate(), Lunes);
+            }
+        }
+        EXPECT_EQ(&motor.TablaActual(), abiertas[0].get());
+    }
+    for (const auto &tabla : abiertas)
+        EXPECT_TRUE(tabla->isActive()) << "tables of the host stay open";
+}
+
+TEST(MotorNotarios, OpensOneTablePerNotaryUpToFive)
+{
+    const struct {
+        int cuantos, cuenta, abiertas;
+        const char *primero;
+    } casos[] = {{3, 3, 3, "Ana Núñez"}, {0, 1, 1, "Don Íñigo Peña"}, {7, 7, 5, "Ana Núñez"}};
+    for (const auto &caso : casos) {
+        OficinaDePrueba oficina(5);
+        oficina.Config.Cuantos = caso.cuantos;
+        TClassAgendaN motor(nullptr, nullptr, {}, nullptr);
+        EXPECT_EQ(motor.NumNotarios(), caso.cuenta);
+        int abiertas = 0;
+        for (int n = 1; n <= 5; ++n)
+            abiertas += motor.Tabla(n) && motor.Tabla(n)->isActive() ? 1 : 0;
+        EXPECT_EQ(abiertas, caso.abiertas);
+        EXPECT_EQ(motor.NombreNotario(1), caso.primero);
+        motor.PonNotarioActual(caso.abiertas);
+        DataSet *ultima = &motor.TablaActual();
+        motor.SincronizarTablasAFecha(Lunes, true);
+        EXPECT_EQ(&motor.TablaActual(), ultima) << "the current table comes back";
+        for (int n = 1; n <= caso.abiertas; ++n)
+            EXPECT_EQ(oficina.dia(n, Lunes).size(), 24) << n;
+    }
+    OficinaDePrueba oficina(2);
+    oficina.Config.Cuantos = 3;
+    EXPECT_THROW(TClassAgendaN(nullptr, nullptr, {}, nullptr), dataset::EDatabaseError)
+        << "a notary without a table";
+}
+
+TEST_F(MotorTest, BuildsADaySheetFromTheSettings)
+{
+    EXPECT_TRUE(motor().InsertaDia(Lunes, false));
+    QStringList hoja = oficina.dia(1, Lunes);
+    EXPECT_EQ(hoja.size(), 24);
+    EXPECT_EQ(hoja.first(), "09:00  N");
+    EXPECT_EQ(hoja.last(), "20:30  N");
+    EXPECT_EQ(mostrado(), "16/11/2026 09:00");
+    EXPECT_EQ(motor().TablaActual().field(u"AVISO").asText(), "N");
+    EXPECT_TRUE(motor().HayRangoPorFecha());
+    oficina.ponAjustes(9, 9, 45);
+    EXPECT_TRUE(motor().InsertaDia(Lunes.addDays(1), false));
+    EXPECT_EQ(oficina.dia(1, Lunes.addDays(1)), (QStringList{"09:00  N", "09:45  N"}));
+    goConfAgendaN->SetHoraInicio(21);
+    goConfAgendaN->SetHoraFin(20);
+    EXPECT_FALSE(motor().InsertaDia(Lunes.addDays(2), false)) << "start after end: an empty sheet";
+    EXPECT_TRUE(oficina.dia(1, Lunes.addDays(2)).isEmpty());
+    goConfAgendaN->SetHoraInicio(9);
+    goConfAgendaN->SetIntervalo(0);
+    EXPECT_TRUE(motor().InsertaDia(Lunes.addDays(3), false)) << "an interval of 0 ends after the first line";
+    EXPECT_EQ(oficina.dia(1, Lunes.addDays(3)).size(), 1);
+}
+
+TEST_F(MotorTest, AsksBeforeBuildingWhenTold)
+{
+    const QString pregunta = "¿Desea añadir una hoja a día de 16/11/2026 (S/N)?";
+    const QString explicacion = "No hay datos a fecha de 16/11/2026";
+    oficina.Mensaje.espera({pregunta, "Agenda", 0, explicacion});
+    EXPECT_FALSE(motor().InsertaDia(Lunes, true));
+    EXPECT_TRUE(oficina.dia(1, Lunes).isEmpty());
+    oficina.Mensaje.espera({pregunta, "Agenda", 1, explicacion});
+    EXPECT_TRUE(motor().InsertaDia(Lunes, true));
+    EXPECT_EQ(oficina.dia(1, Lunes).size(), 24);
+}
+
+// A table that cannot be written: each line is reported, and the sheet goes on to its end.
+TEST(MotorHoja, ReportsEachLineThatCannotBeAdded)
+{
+    OficinaDePrueba oficina;
+    oficina.linea(1, Lunes, "09:00");
+    oficina.ponAjustes(9, 9, 30);
+    const auto tabla = oficina.agenda(1);
+    tabla->close();
+    tabla->setOpenReadOnly(true);
+    tabla->open();
+    TClassAgendaN motor(nullptr, nullptr, {tabla.get()}, nullptr);
+    for (const char *hora : {"09:00", "09:30"})
+        oficina.Mensaje.espera(
+            {QString("Problemas añadiendo hora: %1 Añadala manualmente").arg(hora), " ATENCIÓN:"});
+    EXPECT_FALSE(motor.InsertaDia(Lunes.addDays(1), false));
+    EXPECT_EQ(tabla->state(), DataSet::State::browse);
+}
+
+TEST_F(MotorTest, TheSettingsTableMissingLeavesTheDayShown)
+{
+    oficina.linea(1, Lunes, "09:00");
+    motor().RangoPorFecha(Lunes);
+    std::filesystem::remove(oficina.carpetaDe("ZENTRA") / "VA_COMUN.DBF");
+    EXPECT_THROW(motor().InsertaDia(Lunes.addDays(1), false), dataset::EDatabaseError);
+    EXPECT_TRUE(motor().TablaActual().hasRange());
+}
+
+TEST_F(MotorTest, SynchronisingLeavesAShownDayAlone)
+{
+    oficina.linea(1, Lunes, "09:00");
+    oficina.linea(1, Lunes, "10:00");
+    motor().SincronizarTablasAFecha(Lunes, false);
+    motor().TablaActual().last();
+    motor().SincronizarTablasAFecha(Lunes, false);
+    EXPECT_EQ(mostrado(), "16/11/2026 10:00") << "the cursor was not sent to the first line";
+    EXPECT_EQ(oficina.dia(1, Lunes).size(), 2) << "an existing day is not built again";
+    motor().CancelaRangoPorFecha();
+    EXPECT_FALSE(motor().HayRangoPorFecha());
+    motor().SincronizarTablasAFecha(Lunes, false);
+    EXPECT_TRUE(motor().HayRangoPorFecha());
+}
+
+TEST_F(MotorTest, StepsFromDayToDayAndStopsAtTheEnds)
+{
+    oficina.linea(1, Lunes, "09:00");
+    oficina.linea(1, Lunes.addDays(5), "09:00");
+    oficina.linea(1, Lunes.addDays(5), "12:00");
+    oficina.linea(1, Lunes.addDays(9), "10:00");
+    motor().RangoPorFecha(Lunes.addDays(5));
+    motor().TablaActual().last();
+    EXPECT_TRUE(motor().AnteriorDia()) << "days without lines are skipped";
+    EXPECT_EQ(mostrado(), "16/11/2026 09:00");
+    EXPECT_EQ(motor().TablaActual().rowCount(), 1);
+    EXPECT_FALSE(motor().AnteriorDia());
+    EXPECT_EQ(mostrado(), "16/11/2026 09:00");
+    EXPECT_TRUE(motor().HayRangoPorFecha()) << "the same day stays shown";
+    EXPECT_FALSE(motor().TablaActual().controlsDisabled());
+    EXPECT_TRUE(motor().SiguienteDia());
+    EXPECT_EQ(mostrado(), "21/11/2026 09:00");
+    EXPECT_TRUE(motor().SiguienteDia());
+    EXPECT_EQ(mostrado(), "25/11/2026 10:00");
+    EXPECT_FALSE(motor().SiguienteDia());
+    EXPECT_EQ(mostrado(), "25/11/2026 10:00");
+    EXPECT_EQ(motor().TablaActual().rowCount(), 1);
+
+    // From a day whose lines have all gone the neighbours are still the nearest days.
+    motor().RangoPorFecha(Lunes.addDays(7));
+    EXPECT_TRUE(motor().TablaActual().isEmpty());
+    EXPECT_TRUE(motor().SiguienteDia());
+    EXPECT_EQ(mostrado(), "25/11/2026 10:00");
+    motor().RangoPorFecha(Lunes.addDays(7));
+    EXPECT_TRUE(motor().AnteriorDia());
+    EXPECT_EQ(mostrado(), "21/11/2026 09:00");
+    motor().RangoPorFecha(Lunes.addDays(30));
+    EXPECT_TRUE(motor().AnteriorDia());
+    EXPECT_EQ(mostrado(), "25/11/2026 10:00");
+    motor().RangoPorFecha(Lunes.addDays(30));
+    EXPECT_FALSE(motor().SiguienteDia());
+}
+
+TEST_F(MotorTest, AnEmptyTableHasNoNeighbours)
+{
+    EXPECT_FALSE(motor().RangoPorFecha(Lunes));
+    EXPECT_FALSE(motor().AnteriorDia());
+    EXPECT_FALSE(motor().SiguienteDia());
+    EXPECT_FALSE(motor().TablaActual().controlsDisabled());
+}
+
+TEST_F(MotorTest, FindsLinesByDateAndHour)
+{
+    oficina.linea(1, Lunes, "09:00");
+    oficina.linea(1, Lunes.addDays(2), "10:00");
+    const struct {
+        QDate fecha;
+        const char *hora;
+        bool exacta, resultado;
+        const char *queda;
+    } casos[] = {
+        {Lunes, "09:00", true, true, "16/11/2026 09:00"},
+        {Lunes.addDays(2), "09:00", true, false, "16/11/2026 09:00"},
+        {Lunes.addDays(2), "09:00", false, false, "18/11/2026 10:00"},
+        {Lunes, "", false, true, "16/11/2026 09:00"},
+        {Lunes.addDays(1), "", false, false, "18/11/2026 10:00"},
+        {Lunes.addDays(2), "10:00", false, true, "18/11/2026 10:00"},
+    };
+    for (const auto &caso : casos) {
+        EXPECT_EQ(motor().BuscarPorFecha(caso.fecha, caso.hora, caso.exacta), caso.resultado) << caso.queda;
+        EXPECT_EQ(mostrado(), caso.queda);
+    }
+    motor().OrdenarListaPorFecha();
+    motor().TablaActual().first();
+    EXPECT_EQ(mostrado(), "16/11/2026 09:00");
+}
+
+/// A window that only notes what the engine does with it.
+struct FichaDeNotas : IFichaAgendaN {
+    explicit FichaDeNotas(QStringList &notas)
+        : Notas(notas)
+    {
+    }
+    void PonNotario(int notario, const QString &nombre, DataSet *tabla) override
+    {
+        Notas << QString("%1 %2 %3").arg(notario).arg(nombre, tabla ? "tabla" : "sin tabla");
+    }
+    void PonMotor(TClassAgendaN &) override { Notas << "motor"; }
+    void PonSincronizarDia(bool marcado) override { Notas << (marcado ? "sincroniza" : "no sincroniza"); }
+    void PCAgendaChange() override { Notas << "cambio"; }
+    void ShowModal() override { Notas << "muestra"; }
+    QStringList &Notas;
+};
+
+struct VistasDeNotas : IVistasAgendaN {
+    std::unique_ptr<IFichaAgendaN> CreaFichaAgendaN(QObject *) override
+    {
+        return std::make_unique<FichaDeNotas>(Notas);
+    }
+    void MuestraFichaCitas(TClassAgendaN &, TOperacion operacion, QObject *) override
+    {
+        Notas << QString("cita %1").arg(static_cast<int>(operacion));
+    }
+    QStringList Notas;
+};
+
+TEST(MotorVentanas, FillsTheWindowAndShowsIt)
+{
+    OficinaDePrueba oficina(2);
+    VistasDeNotas vistas;
+    TClassAgendaN motor(nullptr, nullptr, {}, &vistas);
+    motor.FichaAgendaN();
+    motor.FichaCita(TOperacion::ver);
+    EXPECT_EQ(vistas.Notas, (QStringList{"1 Ana Núñez tabla", "2 Benito Ruiz tabla", "motor", "sincroniza",
+                                         "cambio", "muestra", "cita 3"}));
+}
+
+} // namespace
