@@ -5,7 +5,8 @@
 
 #include <memory>
 
-namespace dataset {
+namespace dataset
+{
 class DataSet;
 }
 class TClassAgendaN;
@@ -14,7 +15,8 @@ class TClassAgendaN;
 enum class TOperacion { nuevo = 0, borrar = 1, modificar = 2, ver = 3 };
 
 /// The agenda window as its engine sees it. Made, filled, shown and freed within one call of the engine.
-class IFichaAgendaN {
+class IFichaAgendaN
+{
 public:
     virtual ~IFichaAgendaN() = default;
     /// Gives tab `notario` (1 to 5) its caption and table and makes it visible.
@@ -29,7 +31,8 @@ public:
 };
 
 /// Where the engine gets its windows from: the screens in the office, doubles in tests.
-class IVistasAgendaN {
+class IVistasAgendaN
+{
 public:
     virtual ~IVistasAgendaN() = default;
     /// @param propietario  owner of the window; may be null.

@@ -4,9 +4,11 @@
 
 #include <QtGui/QContextMenuEvent>
 
-namespace dbcontrols {
+namespace dbcontrols
+{
 
-CellEditor::CellEditor(QWidget *parent) : QLineEdit(parent)
+CellEditor::CellEditor(QWidget *parent)
+    : QLineEdit(parent)
 {
     setFrame(false);
     setAutoFillBackground(true);

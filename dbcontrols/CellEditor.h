@@ -2,10 +2,12 @@
 
 #include <QtWidgets/QLineEdit>
 
-namespace dbcontrols {
+namespace dbcontrols
+{
 
 /// The line edit that opens in a cell. Internal to the grid.
-class CellEditor : public QLineEdit {
+class CellEditor : public QLineEdit
+{
     Q_OBJECT
 public:
     explicit CellEditor(QWidget *parent);

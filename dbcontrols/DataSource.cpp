@@ -1,10 +1,14 @@
 #include "dbcontrols/DataSource.h"
 
-namespace dbcontrols {
+namespace dbcontrols
+{
 
 using dataset::DataSet;
 
-DataSource::DataSource(QObject *parent) : QObject(parent) {}
+DataSource::DataSource(QObject *parent)
+    : QObject(parent)
+{
+}
 
 DataSource::~DataSource() = default;
 

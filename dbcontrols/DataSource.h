@@ -6,11 +6,13 @@
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
 
-namespace dbcontrols {
+namespace dbcontrols
+{
 
-/// The link between a data set and the controls that show it. Controls hang on the source, so the data set can be
-/// changed, or go away, without their knowing.
-class DBCONTROLS_EXPORT DataSource : public QObject {
+/// The link between a data set and the controls that show it. Controls hang on the source, so the data set
+/// can be changed, or go away, without their knowing.
+class DBCONTROLS_EXPORT DataSource : public QObject
+{
     Q_OBJECT
 public:
     explicit DataSource(QObject *parent = nullptr);

@@ -15,12 +15,14 @@
 
 #include <algorithm>
 
-namespace dbcontrols {
+namespace dbcontrols
+{
 
 using dataset::Bookmark;
 using dataset::DataSet;
 
-namespace {
+namespace
+{
 
 QList<int> rowsOf(const QItemSelection &selection)
 {
@@ -54,7 +56,9 @@ bool isMove(int key)
 } // namespace
 
 DbGrid::DbGrid(QWidget *parent)
-    : QTableView(parent), m_model(new DbGridModel(this)), m_reconcile(new QTimer(this))
+    : QTableView(parent)
+    , m_model(new DbGridModel(this))
+    , m_reconcile(new QTimer(this))
 {
     m_reconcile->setSingleShot(true);
     m_reconcile->setInterval(0);
@@ -155,7 +159,8 @@ void DbGrid::currentChanged(const QModelIndex &current, const QModelIndex &previ
     if (current.isValid())
         m_column = current.column();
     const DataSet *const set = activeSet();
-    if (!m_syncing && !m_model->isChangingRows() && current.isValid() && set && set->currentRow() != current.row())
+    if (!m_syncing && !m_model->isChangingRows() && current.isValid() && set &&
+        set->currentRow() != current.row())
         moveDataSet(current.row());
 }
 
@@ -260,7 +265,8 @@ void DbGrid::syncSelection()
         selectionModel()->select(wanted, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
 }
 
-QItemSelectionModel::SelectionFlags DbGrid::selectionCommand(const QModelIndex &index, const QEvent *event) const
+QItemSelectionModel::SelectionFlags DbGrid::selectionCommand(const QModelIndex &index,
+                                                             const QEvent *event) const
 {
     if (m_syncing)
         return QItemSelectionModel::NoUpdate;
@@ -277,9 +283,10 @@ void DbGrid::mousePressEvent(QMouseEvent *event)
 {
     QTableView::mousePressEvent(event);
     // Posting the line that was left may have moved the clicked one away from under the mouse.
-    if (event->button() == Qt::LeftButton && event->modifiers() == Qt::NoModifier && currentIndex().isValid()
-        && indexAt(event->pos()).isValid() && !m_moveFailed)
-        selectionModel()->select(currentIndex(), QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+    if (event->button() == Qt::LeftButton && event->modifiers() == Qt::NoModifier &&
+        currentIndex().isValid() && indexAt(event->pos()).isValid() && !m_moveFailed)
+        selectionModel()->select(currentIndex(),
+                                 QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
 }
 
 void DbGrid::mouseMoveEvent(QMouseEvent *event)
@@ -315,9 +322,9 @@ bool DbGrid::edit(const QModelIndex &index, EditTrigger trigger, QEvent *event)
 {
     const QPersistentModelIndex cell = index; // reading the line afresh may move rows
     if (trigger == AnyKeyPressed && event && !isEditorOpen() && (index.flags() & Qt::ItemIsEditable)) {
-        const bool types = event->type() == QEvent::KeyPress
-                           || (event->type() == QEvent::InputMethod
-                               && !static_cast<QInputMethodEvent *>(event)->commitString().isEmpty());
+        const bool types = event->type() == QEvent::KeyPress ||
+                           (event->type() == QEvent::InputMethod &&
+                            !static_cast<QInputMethodEvent *>(event)->commitString().isEmpty());
         if (types && !beginEdit())
             return true;
     }

@@ -14,23 +14,26 @@
 class QKeyEvent;
 class QTimer;
 
-namespace dbcontrols {
+namespace dbcontrols
+{
 
 class CellEditor;
 class DbGridDelegate;
 
-/// A grid over a data set. Its current row is the data set's current record, both ways: moving in the grid moves the
-/// data set (which posts or cancels a pending edit), moving the data set moves the grid. When a post fails the grid goes
-/// back to the line that could not be written.
+/// A grid over a data set. Its current row is the data set's current record, both ways: moving in the grid
+/// moves the data set (which posts or cancels a pending edit), moving the data set moves the grid. When a
+/// post fails the grid goes back to the line that could not be written.
 ///
-/// Selection: a click selects one line, Ctrl adds or takes away, Shift selects up to the line clicked or moved to; the
-/// arrows alone only move. Lines are remembered by bookmark in the order in which they were selected, so the
-/// selection outlives a refresh and lines that others write or delete.
+/// Selection: a click selects one line, Ctrl adds or takes away, Shift selects up to the line clicked or
+/// moved to; the arrows alone only move. Lines are remembered by bookmark in the order in which they were
+/// selected, so the selection outlives a refresh and lines that others write or delete.
 ///
-/// Editing in place: a typed character, also one made with a dead key, replaces the cell's text; F2 and Enter open
-/// it. The data set is put into edit with the first change and not before. Enter, Tab or leaving the cell put the text
-/// into the field; Esc drops it together with the line's edit. Nothing is posted here but by moving.
-class DBCONTROLS_EXPORT DbGrid : public QTableView {
+/// Editing in place: a typed character, also one made with a dead key, replaces the cell's text; F2 and Enter
+/// open it. The data set is put into edit with the first change and not before. Enter, Tab or leaving the
+/// cell put the text into the field; Esc drops it together with the line's edit. Nothing is posted here but
+/// by moving.
+class DBCONTROLS_EXPORT DbGrid : public QTableView
+{
     Q_OBJECT
 public:
     enum class Mode {
@@ -59,17 +62,18 @@ public:
     /// The selected lines in the order in which they were selected.
     [[nodiscard]] QList<dataset::Bookmark> selectedBookmarks() const;
     [[nodiscard]] bool isEditorOpen() const;
-    /// Closes an open cell editor, its text put into the field. @return false, after failed() and with the editor still
-    /// open, when the field did not take it.
+    /// Closes an open cell editor, its text put into the field. @return false, after failed() and with the
+    /// editor still open, when the field did not take it.
     bool commitEditor();
     /// Drops what was typed into an open cell editor and the pending edit of the line.
     void cancelEditing();
 
 signals:
-    /// Something could not be locked, written or moved; always emitted from the event loop. @param text for the user.
+    /// Something could not be locked, written or moved; always emitted from the event loop. @param text for
+    /// the user.
     void failed(const QString &text);
-    /// A key pressed in the grid or its cell editor, before either acts on it; for Enter in the editor, after the text
-    /// has gone into the field.
+    /// A key pressed in the grid or its cell editor, before either acts on it; for Enter in the editor, after
+    /// the text has gone into the field.
     void keyDown(QKeyEvent *event);
     /// The width or height in which lines are shown has changed, also by a scroll bar that came or went.
     void viewportResized();
@@ -111,7 +115,7 @@ private:
     RowColor m_rowColor;
     Mode m_mode = Mode::cells;
     bool m_enterOpensEditor = true;
-    int m_column = 0; ///< where the current cell was when there was a current line
+    int m_column = 0;       ///< where the current cell was when there was a current line
     bool m_opening = false; ///< the key that opens an editor is on its way into it
     bool m_syncing = false; ///< the grid follows the data set; nobody has moved in it
     bool m_moveFailed = false;

@@ -7,9 +7,11 @@
 #include <QtGui/QPainter>
 #include <QtWidgets/QHeaderView>
 
-namespace dbcontrols {
+namespace dbcontrols
+{
 
-namespace {
+namespace
+{
 
 constexpr int TextMargin = 2;
 
@@ -21,17 +23,23 @@ QColor selectedBackground()
 /// Black or white, whichever stands out more: the background may be any colour, in a light or a dark theme.
 QColor readableOn(const QColor &background)
 {
-    const double brightness = 0.299 * background.red() + 0.587 * background.green() + 0.114 * background.blue();
+    const double brightness =
+        0.299 * background.red() + 0.587 * background.green() + 0.114 * background.blue();
     return brightness > 140 ? Qt::black : Qt::white;
 }
 
 } // namespace
 
-DbGridDelegate::DbGridDelegate(DbGrid &grid) : QStyledItemDelegate(&grid), m_grid(grid) {}
+DbGridDelegate::DbGridDelegate(DbGrid &grid)
+    : QStyledItemDelegate(&grid)
+    , m_grid(grid)
+{
+}
 
 DbGridDelegate::~DbGridDelegate() = default;
 
-void DbGridDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
+void DbGridDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
+                           const QModelIndex &index) const
 {
     QColor background = option.palette.color(QPalette::Base);
     QColor text = option.palette.color(QPalette::Text);

@@ -2,11 +2,15 @@
 
 #include <QtCore/QScopedValueRollback>
 
-namespace dbcontrols {
+namespace dbcontrols
+{
 
 using dataset::DataSet;
 
-DbGridModel::DbGridModel(QObject *parent) : QAbstractTableModel(parent) {}
+DbGridModel::DbGridModel(QObject *parent)
+    : QAbstractTableModel(parent)
+{
+}
 
 DbGridModel::~DbGridModel() = default;
 

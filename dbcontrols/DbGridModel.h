@@ -8,7 +8,8 @@
 #include <QtCore/QPointer>
 #include <QtCore/QString>
 
-namespace dbcontrols {
+namespace dbcontrols
+{
 
 /// One column of a grid.
 struct GridColumn {
@@ -20,9 +21,10 @@ struct GridColumn {
     bool readOnly = false;
 };
 
-/// The rows of a data set as a table. It reads a row only when the view asks for it, and keeps a row count of its own
-/// that follows the data set's notices one by one, as the views need it.
-class DBCONTROLS_EXPORT DbGridModel : public QAbstractTableModel {
+/// The rows of a data set as a table. It reads a row only when the view asks for it, and keeps a row count of
+/// its own that follows the data set's notices one by one, as the views need it.
+class DBCONTROLS_EXPORT DbGridModel : public QAbstractTableModel
+{
     Q_OBJECT
 public:
     explicit DbGridModel(QObject *parent = nullptr);
@@ -35,7 +37,8 @@ public:
     [[nodiscard]] const QList<GridColumn> &columns() const { return m_columns; }
     /// Whether cells of columns that are not read-only can be changed; false at first.
     void setEditable(bool editable) { m_editable = editable; }
-    /// Between the notices of added or removed rows: the view's selection follows by itself, nobody has moved it.
+    /// Between the notices of added or removed rows: the view's selection follows by itself, nobody has moved
+    /// it.
     [[nodiscard]] bool isChangingRows() const { return m_changingRows; }
 
     [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;

@@ -1,18 +1,20 @@
 #include "dbcontrols/DbMemo.h"
 
-#include "dbcontrols/Texts.h"
 #include "dbcontrols/TextMenu.h"
+#include "dbcontrols/Texts.h"
 
 #include <QtCore/QScopedValueRollback>
 #include <QtGui/QContextMenuEvent>
 #include <QtGui/QTextCursor>
 #include <QtWidgets/QScrollBar>
 
-namespace dbcontrols {
+namespace dbcontrols
+{
 
 using dataset::DataSet;
 
-DbMemo::DbMemo(QWidget *parent) : QPlainTextEdit(parent)
+DbMemo::DbMemo(QWidget *parent)
+    : QPlainTextEdit(parent)
 {
     setTabChangesFocus(true);
     // Their menus are Qt's own and would speak English.

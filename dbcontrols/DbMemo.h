@@ -7,11 +7,13 @@
 #include <QtCore/QString>
 #include <QtWidgets/QPlainTextEdit>
 
-namespace dbcontrols {
+namespace dbcontrols
+{
 
-/// A text box over one field of the current record. Typing puts the record into edit and goes into the field at once;
-/// posting is left to others.
-class DBCONTROLS_EXPORT DbMemo : public QPlainTextEdit {
+/// A text box over one field of the current record. Typing puts the record into edit and goes into the field
+/// at once; posting is left to others.
+class DBCONTROLS_EXPORT DbMemo : public QPlainTextEdit
+{
     Q_OBJECT
 public:
     explicit DbMemo(QWidget *parent = nullptr);

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 
-namespace dbcontrols {
+namespace dbcontrols
+{
 
-namespace {
+namespace
+{
 
 bool isDigit(QChar character)
 {
@@ -33,7 +35,8 @@ QList<QString> digitParts(const QString &text)
 Mask::Mask(const QString &mask)
 {
     const QStringList sections = mask.split(QLatin1Char(';'));
-    Q_ASSERT_X(sections.size() < 2 || sections.at(1) == QLatin1String("1"), "Mask", "literals are always stored");
+    Q_ASSERT_X(sections.size() < 2 || sections.at(1) == QLatin1String("1"), "Mask",
+               "literals are always stored");
     if (sections.size() > 2 && !sections.at(2).isEmpty())
         m_blank = sections.at(2).front();
     bool escaped = false;
@@ -72,9 +75,10 @@ bool Mask::isAcceptable(const QString &text) const
     for (int i = 0; i < length(); ++i) {
         const Slot &slot = m_places.at(i);
         const QChar character = text.at(i);
-        const bool fits = slot.place == Place::literal
-                              ? character == slot.literal
-                              : isDigit(character) || (slot.place == Place::optionalDigit && character == m_blank);
+        const bool fits =
+            slot.place == Place::literal
+                ? character == slot.literal
+                : isDigit(character) || (slot.place == Place::optionalDigit && character == m_blank);
         if (!fits)
             return false;
     }

@@ -6,15 +6,17 @@
 #include <QtCore/QList>
 #include <QtCore/QString>
 
-namespace dbcontrols {
+namespace dbcontrols
+{
 
-/// An edit mask in the classic form "places;literals stored;blank": in the places "9" is a digit that may stay blank,
-/// "0" one that must be given, "\" makes the next character a literal, and every other character is a literal. Only
-/// masks that store their literals (";1;") are known, so the text is always as long as the mask and what is seen is
-/// what is kept.
+/// An edit mask in the classic form "places;literals stored;blank": in the places "9" is a digit that may
+/// stay blank, "0" one that must be given, "\" makes the next character a literal, and every other character
+/// is a literal. Only masks that store their literals (";1;") are known, so the text is always as long as the
+/// mask and what is seen is what is kept.
 ///
 /// Pure text work: positions count characters from 0.
-class DBCONTROLS_EXPORT Mask {
+class DBCONTROLS_EXPORT Mask
+{
 public:
     Mask() = default;
     explicit Mask(const QString &mask);
@@ -32,14 +34,14 @@ public:
     [[nodiscard]] int nextPlace(int position) const;
     /// Last place for a digit before a position; -1 when there is none.
     [[nodiscard]] int previousPlace(int position) const;
-    /// One character typed at a position, as in overwriting: a digit or blank fills the next place, a literal's own
-    /// character jumps behind it, anything else changes nothing.
+    /// One character typed at a position, as in overwriting: a digit or blank fills the next place, a
+    /// literal's own character jumps behind it, anything else changes nothing.
     /// @return the position after it, or -1 when the character has no place.
     int type(QString &text, int position, QChar character) const;
     /// Blanks the places of [first, last).
     void blank(QString &text, int first, int last) const;
-    /// Brings a whole text into the mask: parts divided by anything but digits ("1/2/2024"), or as many digits as there
-    /// are places ("01022024"). A one-digit part of two places gets a zero in front.
+    /// Brings a whole text into the mask: parts divided by anything but digits ("1/2/2024"), or as many
+    /// digits as there are places ("01022024"). A one-digit part of two places gets a zero in front.
     /// @return empty when the text does not fit.
     [[nodiscard]] QString fitted(const QString &text) const;
 

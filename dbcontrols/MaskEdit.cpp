@@ -12,19 +12,22 @@
 #include <QtGui/QKeyEvent>
 #include <QtGui/QMouseEvent>
 
-namespace dbcontrols {
+namespace dbcontrols
+{
 
-namespace {
+namespace
+{
 
 bool isPassing(Qt::FocusReason reason)
 {
-    return reason == Qt::PopupFocusReason || reason == Qt::ActiveWindowFocusReason
-           || reason == Qt::MenuBarFocusReason;
+    return reason == Qt::PopupFocusReason || reason == Qt::ActiveWindowFocusReason ||
+           reason == Qt::MenuBarFocusReason;
 }
 
 } // namespace
 
-MaskEdit::MaskEdit(QWidget *parent) : QLineEdit(parent)
+MaskEdit::MaskEdit(QWidget *parent)
+    : QLineEdit(parent)
 {
     setInputMethodHints(Qt::ImhPreferNumbers | Qt::ImhNoPredictiveText);
 }
@@ -40,7 +43,8 @@ void MaskEdit::setMask(const QString &mask)
 
 void MaskEdit::setMaskedText(const QString &text)
 {
-    const QString fitted = text.size() == m_mask.length() && m_mask.isAcceptable(text) ? text : m_mask.fitted(text);
+    const QString fitted =
+        text.size() == m_mask.length() && m_mask.isAcceptable(text) ? text : m_mask.fitted(text);
     setText(fitted.isEmpty() ? m_mask.blankText() : fitted);
     setCursorPosition(m_mask.nextPlace(0));
 }
@@ -122,8 +126,8 @@ void MaskEdit::keyPressEvent(QKeyEvent *event)
     } else if (event->key() == Qt::Key_Delete) {
         const int place = m_mask.nextPlace(cursor);
         blankSelectionOr(place, place + 1, place);
-    } else if (!event->text().isEmpty() && event->text().front().isPrint()
-               && !(event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier))) {
+    } else if (!event->text().isEmpty() && event->text().front().isPrint() &&
+               !(event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier))) {
         type(event->text());
     } else {
         QLineEdit::keyPressEvent(event);

@@ -5,12 +5,14 @@
 
 #include <QtWidgets/QLineEdit>
 
-namespace dbcontrols {
+namespace dbcontrols
+{
 
-/// A line edit with a classic mask (see Mask). Typing overwrites, typed blanks are kept, literals are skipped;
-/// Backspace and Delete blank a place and shift nothing. Qt's own input mask drops blanks and will not let go of a
-/// half-filled field, so it is not used.
-class DBCONTROLS_EXPORT MaskEdit : public QLineEdit {
+/// A line edit with a classic mask (see Mask). Typing overwrites, typed blanks are kept, literals are
+/// skipped; Backspace and Delete blank a place and shift nothing. Qt's own input mask drops blanks and will
+/// not let go of a half-filled field, so it is not used.
+class DBCONTROLS_EXPORT MaskEdit : public QLineEdit
+{
     Q_OBJECT
 public:
     explicit MaskEdit(QWidget *parent = nullptr);
@@ -19,8 +21,8 @@ public:
     /// Sets the mask and empties the field.
     void setMask(const QString &mask);
     [[nodiscard]] const Mask &mask() const { return m_mask; }
-    /// Shows a text, brought into the mask where it can be; anything else empties the field. text() gives it back with
-    /// blanks and literals.
+    /// Shows a text, brought into the mask where it can be; anything else empties the field. text() gives it
+    /// back with blanks and literals.
     void setMaskedText(const QString &text);
     [[nodiscard]] bool isBlank() const { return m_mask.isBlank(text()); }
     [[nodiscard]] bool isAcceptable() const { return m_mask.isAcceptable(text()); }

@@ -3,9 +3,11 @@
 #include <QtGui/QAction>
 #include <QtWidgets/QMenu>
 
-namespace dbcontrols {
+namespace dbcontrols
+{
 
-namespace {
+namespace
+{
 
 void addCommand(QMenu &menu, const QString &text, const std::function<void()> &command)
 {

@@ -7,7 +7,8 @@
 class QPoint;
 class QWidget;
 
-namespace dbcontrols {
+namespace dbcontrols
+{
 
 /// What the edit menu of a control can do just now; an empty function is shown disabled.
 struct TextCommands {
@@ -18,7 +19,8 @@ struct TextCommands {
     std::function<void()> selectAll;
 };
 
-/// Shows an edit menu. The one of Qt speaks Spanish only where its translation is installed; this one always does.
+/// Shows an edit menu. The one of Qt speaks Spanish only where its translation is installed; this one always
+/// does.
 /// @param position in the screen's coordinates.
 DBCONTROLS_EXPORT void showTextMenu(QWidget &control, const QPoint &position, const TextCommands &commands);
 

@@ -1,0 +1,158 @@
+#pragma once
+
+#include "agendan/ClaseAgendaN.h"
+#include "agendan/VistasAgendaN.h"
+#include "dbcontrols/DataSource.h"
+
+#include <QtCore/QEventLoop>
+#include <QtCore/QPointer>
+#include <QtGui/QColor>
+#include <QtWidgets/QMainWindow>
+
+#include <array>
+#include <functional>
+#include <optional>
+
+namespace dbcontrols
+{
+class DbGrid;
+class DbMemo;
+class MaskEdit;
+} // namespace dbcontrols
+
+class QKeyEvent;
+class QLabel;
+class QMenu;
+class QStatusBar;
+class QTimer;
+class QToolBar;
+class TPestanasAgendaN;
+
+/// The window in which the office works the multi-notary agenda. It knows no rule of the agenda: every
+/// command is a call of the engine, made inside one guard that catches what fails and tells the user.
+///
+/// Keys are seen here before the control that has the focus gets them, and none is kept from it. Only what an
+/// open cell editor needs for its own text is left to it alone: Space, Insert and Delete are typed there, and
+/// Esc ends the editing first and closes the window the next time.
+class TFFichaAgendaN : public QMainWindow, public IFichaAgendaN
+{
+    Q_OBJECT
+public:
+    /// @param propietario  the window is centred on it and stays in front of it; may be null. Not the parent:
+    /// the
+    ///                     window belongs to whoever holds the pointer.
+    explicit TFFichaAgendaN(QWidget *propietario);
+    ~TFFichaAgendaN() override;
+
+    // IFichaAgendaN
+    void PonNotario(int notario, const QString &nombre, dataset::DataSet *tabla) override;
+    void PonMotor(TClassAgendaN &motor) override;
+    void PonSincronizarDia(bool marcado) override;
+    void PCAgendaChange() override;
+    void ShowModal() override;
+
+    /// Grid, tab and table of the active page; the first ones when no page is active. The table may be null.
+    [[nodiscard]] dbcontrols::DbGrid *GetDBGAgendaN() const;
+    [[nodiscard]] QWidget *GetTSNotario() const;
+    [[nodiscard]] dataset::DataSet *GetDatosAgendaN() const;
+
+protected:
+    bool eventFilter(QObject *objeto, QEvent *evento) override;
+    void showEvent(QShowEvent *evento) override;
+    void closeEvent(QCloseEvent *evento) override;
+    void resizeEvent(QResizeEvent *evento) override;
+    void changeEvent(QEvent *evento) override;
+
+private:
+    static constexpr int NumPestanas = TClassAgendaN::MaxNotarios;
+    using TOrden = std::function<void()>;
+
+    // FichaAgendaNMontaje.cpp: the window is put together
+    void CreaComandos();
+    QAction *CreaComando(const char *nombre, const QString &titulo, const QString &pista, TOrden orden);
+    QAction *CreaComandoPendiente(const char *nombre, const QString &titulo, const QString &pista);
+    void PonIconos();
+    void CreaBarra();
+    void CreaMenus();
+    void CreaPestanas();
+    void CreaPestana(int pestana);
+    void PreparaRejilla(int pestana);
+    void CreaLineaDeAyuda();
+    void MuestraPistasDe(QMenu &menu);
+    void AjustaMedidasALaLetra();
+
+    // FichaAgendaNComandos.cpp
+    /// Runs a command: what is being typed in a cell goes into its line first, failures are shown, and the
+    /// focus returns to the grid.
+    void Ejecuta(const TOrden &orden);
+    /// Runs something that is not a command; failures are shown. @return false when it failed.
+    bool ConGuarda(const TOrden &orden);
+    void AvisaError(const QString &texto);
+    void Avisa(const QString &texto);
+    void ABorrarExecute();
+    void ASalidaExecute();
+    void AAusenteExecute();
+    void ASincronizarDiaExecute();
+    void ADiaAnteriorExecute();
+    void ADiaSiguienteExecute();
+    void ABuscarDiaExecute();
+    void SincronizaA(QDate fecha);
+    void PorCadaSeleccionada(const std::function<bool()> &orden, const QString &siFalla);
+
+    // FichaAgendaN.cpp: events
+    void FormKeyDown(int tecla);
+    void FormResize();
+    void DBGAgendaN1KeyDown(const QKeyEvent *tecla);
+    [[nodiscard]] std::optional<QColor> ColorDeLinea(int pestana, int linea) const;
+    void LeeColorSalida();
+    void MEFechaEnter();
+    void MEFechaExit();
+    void Timer1Timer();
+    void ActualizaFecha();
+    void MuestraPistaDelFoco(const QWidget *control);
+    [[nodiscard]] QDate FechaActual() const;
+    [[nodiscard]] int Pestana() const;
+    bool AceptaPendiente(int pestana);
+    void Coloca();
+
+    TClassAgendaN *m_motor = nullptr;
+    QPointer<QWidget> m_propietario;
+    QEventLoop m_bucle;
+    bool m_cerrada = true;
+    int m_ordenesEnCurso = 0; ///< the timer keeps still meanwhile: a question may be about the current line
+    int m_pestanaAnterior = 0;
+    QColor m_colorSalida;
+
+    QAction *ANuevo = nullptr;
+    QAction *AModificar = nullptr;
+    QAction *ADetalles = nullptr;
+    QAction *ABorrar = nullptr;
+    QAction *ASalida = nullptr;
+    QAction *AAusente = nullptr;
+    QAction *ASincronizarDia = nullptr;
+    QAction *ADiaAnterior = nullptr;
+    QAction *ADiaSiguiente = nullptr;
+    QAction *ABuscarDia = nullptr;
+    QAction *ACopiarCita = nullptr;
+    QAction *AMoverCita = nullptr;
+    QAction *AContacto = nullptr;
+    QAction *AImprimirDia = nullptr;
+    QAction *AImprimirSemana = nullptr;
+    QAction *AImprimirDiaOficial = nullptr;
+    QAction *AImprimirSemanaOficial = nullptr;
+    QAction *AConfiguracion = nullptr;
+    QAction *ASalir = nullptr;
+
+    QToolBar *TBAgendaN = nullptr;
+    dbcontrols::MaskEdit *MEFecha = nullptr;
+    TPestanasAgendaN *PCAgenda = nullptr;
+    QMenu *PMAgendaN = nullptr;
+    QMenu *PMImprimir = nullptr;
+    QStatusBar *LExplica = nullptr;
+    QLabel *m_pista = nullptr; ///< hint of the control that has the focus
+    QTimer *Timer1 = nullptr;
+    std::array<QWidget *, NumPestanas> TSNotario{};
+    std::array<dbcontrols::DbGrid *, NumPestanas> DBGAgendaN{};
+    std::array<dbcontrols::DbMemo *, NumPestanas> DBMConcepto{};
+    std::array<dbcontrols::DataSource *, NumPestanas> DSAgendaN{};
+};

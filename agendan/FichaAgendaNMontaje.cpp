@@ -1,0 +1,331 @@
+#include "agendan/FichaAgendaN.h"
+
+#include "agendan/IconosAgendaN.h"
+#include "agendan/PestanasAgendaN.h"
+#include "dbcontrols/DbGrid.h"
+#include "dbcontrols/DbMemo.h"
+#include "dbcontrols/MaskEdit.h"
+
+#include <QtGui/QAction>
+#include <QtGui/QKeyEvent>
+#include <QtWidgets/QHeaderView>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QMenu>
+#include <QtWidgets/QMenuBar>
+#include <QtWidgets/QSplitter>
+#include <QtWidgets/QStatusBar>
+#include <QtWidgets/QToolBar>
+#include <QtWidgets/QToolButton>
+#include <QtWidgets/QVBoxLayout>
+
+using dbcontrols::DbGrid;
+using dbcontrols::DbMemo;
+using dbcontrols::GridColumn;
+using dbcontrols::MaskEdit;
+
+namespace
+{
+
+constexpr int ColumnaHora = 0;
+constexpr int AnchoHora = 33;
+constexpr int AnchoFecha = 65;
+constexpr int LadoIcono = 20;
+constexpr int LineasMemo = 3;
+
+QList<GridColumn> ColumnasAgendaN()
+{
+    const auto alinea = Qt::AlignLeft;
+    return {
+        {QStringLiteral("Hora"), QStringLiteral("HORA"), AnchoHora, Qt::AlignHCenter, true, false},
+        {QStringLiteral("Cita"), QStringLiteral("CONCEPTO"), 272, alinea, true, false},
+        {QStringLiteral("Interesado"), QStringLiteral("INTERESADO"), 210, alinea, true, false},
+        {QStringLiteral("Oficial"), QStringLiteral("OFICIAL"), 88, alinea, true, false},
+        {QStringLiteral("Av"), QStringLiteral("AVISO"), 20, alinea, false, false},
+    };
+}
+
+QString Numerado(const char *nombre, int pestana)
+{
+    return QLatin1String(nombre) + QString::number(pestana + 1);
+}
+
+} // namespace
+
+void TFFichaAgendaN::CreaComandos()
+{
+    ANuevo = CreaComandoPendiente("ANuevo", QStringLiteral("&Nuevo"), QStringLiteral("Nueva cita"));
+    AModificar =
+        CreaComandoPendiente("AModificar", QStringLiteral("&Modificar"), QStringLiteral("Modificar cita"));
+    ADetalles = CreaComandoPendiente("ADetalles", QStringLiteral("&Ver Detalles"),
+                                     QStringLiteral("Ver detalles de la cita"));
+    ABorrar = CreaComando("ABorrar", QStringLiteral("&Borrar"),
+                          QStringLiteral("Borrar cita/citas seleccinadas"), [this] { ABorrarExecute(); });
+    ASalida = CreaComando("ASalida", QStringLiteral("&Salida"), QStringLiteral("Salida del notario"),
+                          [this] { ASalidaExecute(); });
+    AAusente =
+        CreaComando("AAusente", QStringLiteral("&Ausente todo el día"),
+                    QStringLiteral("Ausencia del notario para todo el día"), [this] { AAusenteExecute(); });
+    ASincronizarDia =
+        CreaComando("ASincronizarDia", QStringLiteral("Sincronizar &día"),
+                    QStringLiteral("Si esta marcada, cada una de las agendas de cada notario estará "
+                                   "situada en la misma fecha"),
+                    [this] { ASincronizarDiaExecute(); });
+    ASincronizarDia->setCheckable(true);
+    ADiaAnterior = CreaComando("ADiaAnterior", QStringLiteral("Día anterior"),
+                               QStringLiteral("Se selecciona la agenda del día anterior"),
+                               [this] { ADiaAnteriorExecute(); });
+    ADiaSiguiente = CreaComando("ADiaSiguiente", QStringLiteral("Día siguiente"),
+                                QStringLiteral("Se selecciona la agenda del día siguiente"),
+                                [this] { ADiaSiguienteExecute(); });
+    ABuscarDia = CreaComando("ABuscarDia", QStringLiteral("&Buscar día"),
+                             QStringLiteral("Buscar las citas de un día"), [this] { ABuscarDiaExecute(); });
+    ACopiarCita =
+        CreaComandoPendiente("ACopiarCita", QStringLiteral("Copia&r"),
+                             QStringLiteral("Copia la cita o citas seleccionadas a un dia en concreto"));
+    AMoverCita =
+        CreaComandoPendiente("AMoverCita", QStringLiteral("&Mover"),
+                             QStringLiteral("Mueve la cita o citas seleccionadas a un dia en concreto"));
+    AContacto = CreaComandoPendiente("AContacto", QStringLiteral("&Contacto"),
+                                     QStringLiteral("Ficha del cliente con el que se ha citado el notario"));
+    AImprimirDia = CreaComandoPendiente("AImprimirDia", QStringLiteral("&Imprimir un día"),
+                                        QStringLiteral("Imprimir día del notario actual"));
+    AImprimirSemana = CreaComandoPendiente("AImprimirSemana", QStringLiteral("Imprimir una se&mana"),
+                                           QStringLiteral("Imprimir semana del notario actual"));
+    AImprimirDiaOficial =
+        CreaComandoPendiente("AImprimirDiaOficial", QStringLiteral("Imprimir un día por oficial"),
+                             QStringLiteral("Imprimir día del notario actual por oficial"));
+    AImprimirSemanaOficial =
+        CreaComandoPendiente("AImprimirSemanaOficial", QStringLiteral("Imprimir una semana por oficial"),
+                             QStringLiteral("Imprimir semana del notario actual por oficial"));
+    AConfiguracion = CreaComandoPendiente("AConfiguracion", QStringLiteral("Configuración"),
+                                          QStringLiteral("Ficha de configuración de la agenda"));
+    ASalir = new QAction(QStringLiteral("&Salir"), this);
+    ASalir->setObjectName(QStringLiteral("ASalir"));
+    ASalir->setToolTip(QStringLiteral("Cerrar esta ventana"));
+    ASalir->setStatusTip(ASalir->toolTip());
+    connect(ASalir, &QAction::triggered, this, &QWidget::close);
+    PonIconos();
+}
+
+QAction *TFFichaAgendaN::CreaComando(const char *nombre, const QString &titulo, const QString &pista,
+                                     TOrden orden)
+{
+    auto *const comando = new QAction(titulo, this);
+    comando->setObjectName(QLatin1String(nombre));
+    comando->setToolTip(pista);
+    comando->setStatusTip(pista);
+    comando->setMenuRole(QAction::NoRole);
+    connect(comando, &QAction::triggered, this, [this, orden = std::move(orden)] { Ejecuta(orden); });
+    return comando;
+}
+
+QAction *TFFichaAgendaN::CreaComandoPendiente(const char *nombre, const QString &titulo, const QString &pista)
+{
+    // Seen but not to be used: the engine does not offer the operation yet.
+    QAction *const comando = CreaComando(nombre, titulo, pista, [] {});
+    comando->setEnabled(false);
+    return comando;
+}
+
+void TFFichaAgendaN::PonIconos()
+{
+    ADiaAnterior->setIcon(IconoAgendaN(TDibujoAgendaN::anterior));
+    ADiaSiguiente->setIcon(IconoAgendaN(TDibujoAgendaN::siguiente));
+    ANuevo->setIcon(IconoAgendaN(TDibujoAgendaN::nuevo));
+    AModificar->setIcon(IconoAgendaN(TDibujoAgendaN::modificar));
+    ABorrar->setIcon(IconoAgendaN(TDibujoAgendaN::borrar));
+    AImprimirDia->setIcon(IconoAgendaN(TDibujoAgendaN::imprimir));
+    AContacto->setIcon(IconoAgendaN(TDibujoAgendaN::contacto));
+    AConfiguracion->setIcon(IconoAgendaN(TDibujoAgendaN::configuracion));
+    ASalir->setIcon(IconoAgendaN(TDibujoAgendaN::salir));
+}
+
+void TFFichaAgendaN::CreaBarra()
+{
+    MEFecha = new MaskEdit(this);
+    MEFecha->setObjectName(QStringLiteral("MEFecha"));
+    MEFecha->setMask(QStringLiteral("99/99/9999;1; "));
+    MEFecha->setToolTip(QStringLiteral("Agenda del día"));
+    MEFecha->setStatusTip(MEFecha->toolTip());
+    MEFecha->setAccessibleName(QStringLiteral("Fecha de la agenda"));
+    connect(MEFecha, &MaskEdit::focusEntered, this, &TFFichaAgendaN::MEFechaEnter);
+    connect(MEFecha, &MaskEdit::focusLeft, this, &TFFichaAgendaN::MEFechaExit);
+
+    PMImprimir = new QMenu(this);
+    PMImprimir->setObjectName(QStringLiteral("PMImprimir"));
+    PMImprimir->addActions({AImprimirDia, AImprimirSemana, AImprimirDiaOficial, AImprimirSemanaOficial});
+    MuestraPistasDe(*PMImprimir);
+
+    TBAgendaN = new QToolBar(QStringLiteral("Herramientas de la agenda"), this);
+    TBAgendaN->setObjectName(QStringLiteral("TBAgendaN"));
+    TBAgendaN->setAccessibleName(TBAgendaN->windowTitle());
+    TBAgendaN->setMovable(false);
+    TBAgendaN->setContextMenuPolicy(Qt::PreventContextMenu); // nothing to hide or show
+    TBAgendaN->setIconSize({LadoIcono, LadoIcono});
+    TBAgendaN->addAction(ADiaAnterior);
+    TBAgendaN->addWidget(MEFecha);
+    TBAgendaN->addAction(ADiaSiguiente);
+    TBAgendaN->addSeparator();
+    TBAgendaN->addActions({ANuevo, AModificar, ABorrar});
+    TBAgendaN->addSeparator();
+    auto *const imprimir = new QToolButton(TBAgendaN);
+    imprimir->setDefaultAction(AImprimirDia);
+    imprimir->setMenu(PMImprimir);
+    imprimir->setPopupMode(QToolButton::MenuButtonPopup);
+    imprimir->setFocusPolicy(Qt::NoFocus);
+    TBAgendaN->addWidget(imprimir);
+    TBAgendaN->addActions({AContacto, AConfiguracion});
+    TBAgendaN->addSeparator();
+    TBAgendaN->addAction(ASalir);
+    addToolBar(Qt::TopToolBarArea, TBAgendaN);
+}
+
+void TFFichaAgendaN::CreaMenus()
+{
+    QMenu *const citas = menuBar()->addMenu(QStringLiteral("&Citas"));
+    citas->addActions({ANuevo, AModificar, ADetalles, ABorrar, AContacto, ACopiarCita, AMoverCita});
+    citas->addSeparator();
+    citas->addAction(ASalir);
+    QMenu *const agenda = menuBar()->addMenu(QStringLiteral("&Agenda"));
+    agenda->addActions({ASincronizarDia, ADiaAnterior, ADiaSiguiente, ABuscarDia});
+    agenda->addSeparator();
+    agenda->addActions({ASalida, AAusente});
+    agenda->addSeparator();
+    agenda->addActions(PMImprimir->actions());
+    agenda->addSeparator();
+    agenda->addAction(AConfiguracion);
+
+    PMAgendaN = new QMenu(this);
+    PMAgendaN->setObjectName(QStringLiteral("PMAgendaN"));
+    PMAgendaN->addActions({ADetalles, ASincronizarDia});
+    PMAgendaN->addSeparator();
+    PMAgendaN->addActions({ANuevo, AModificar, ABorrar});
+    PMAgendaN->addSeparator();
+    PMAgendaN->addActions({ACopiarCita, AMoverCita});
+    PMAgendaN->addSeparator();
+    PMAgendaN->addActions({ASalida, AAusente});
+    PMAgendaN->addSeparator();
+    PMAgendaN->addActions(PMImprimir->actions());
+    MuestraPistasDe(*PMAgendaN);
+}
+
+void TFFichaAgendaN::MuestraPistasDe(QMenu &menu)
+{
+    // Menus of the menu bar do this by themselves; a pop-up menu is a window of its own and does not.
+    connect(&menu, &QMenu::hovered, this,
+            [this](const QAction *comando) { LExplica->showMessage(comando->statusTip()); });
+    connect(&menu, &QMenu::aboutToHide, this, [this] { LExplica->clearMessage(); });
+}
+
+void TFFichaAgendaN::CreaPestanas()
+{
+    PCAgenda = new TPestanasAgendaN(this);
+    PCAgenda->setObjectName(QStringLiteral("PCAgenda"));
+    PCAgenda->setAccessibleName(QStringLiteral("Notarios"));
+    PCAgenda->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(PCAgenda, &QWidget::customContextMenuRequested, this,
+            [this](const QPoint &lugar) { PMAgendaN->popup(PCAgenda->mapToGlobal(lugar)); });
+    for (int pestana = 0; pestana < NumPestanas; ++pestana)
+        CreaPestana(pestana);
+    for (int pestana = 0; pestana < NumPestanas; ++pestana)
+        PCAgenda->setTabVisible(pestana, false);
+    connect(PCAgenda, &QTabWidget::currentChanged, this, &TFFichaAgendaN::PCAgendaChange);
+    setCentralWidget(PCAgenda);
+}
+
+void TFFichaAgendaN::CreaPestana(int pestana)
+{
+    const auto indice = static_cast<std::size_t>(pestana);
+    DSAgendaN[indice] = new dbcontrols::DataSource(this);
+    DSAgendaN[indice]->setObjectName(Numerado("DSAgendaN", pestana));
+
+    auto *const pagina = new QWidget(PCAgenda);
+    TSNotario[indice] = pagina;
+    pagina->setObjectName(Numerado("TSNotario", pestana));
+    PCAgenda->addTab(pagina, Numerado("Notario &", pestana));
+
+    PreparaRejilla(pestana);
+    DbGrid *const rejilla = DBGAgendaN[indice];
+    auto *const memo = new DbMemo(pagina);
+    DBMConcepto[indice] = memo;
+    memo->setObjectName(Numerado(pestana < 3 ? "DBMConcepto" : "DBMAgendaN", pestana));
+    memo->setAccessibleName(QStringLiteral("Cita de la línea actual"));
+    memo->setReadOnly(true);
+    memo->setField(QStringLiteral("CONCEPTO"));
+    memo->setDataSource(DSAgendaN[indice]);
+
+    auto *const orden = new QVBoxLayout(pagina);
+    orden->setContentsMargins(2, 2, 2, 2);
+    orden->setSpacing(3);
+    if (pestana == 0) {
+        // Deliberate: only the first notary's memo can be made higher.
+        auto *const divisor = new QSplitter(Qt::Vertical, pagina);
+        divisor->setObjectName(QStringLiteral("Splitter1"));
+        divisor->setChildrenCollapsible(false);
+        divisor->addWidget(rejilla);
+        divisor->addWidget(memo);
+        divisor->setStretchFactor(0, 1);
+        divisor->setStretchFactor(1, 0);
+        orden->addWidget(divisor);
+    } else {
+        orden->addWidget(rejilla, 1);
+        orden->addWidget(memo);
+    }
+}
+
+void TFFichaAgendaN::PreparaRejilla(int pestana)
+{
+    const auto indice = static_cast<std::size_t>(pestana);
+    auto *const rejilla = new DbGrid(TSNotario[indice]);
+    DBGAgendaN[indice] = rejilla;
+    rejilla->setObjectName(Numerado("DBGAgendaN", pestana));
+    rejilla->setAccessibleName(QStringLiteral("Citas del notario"));
+    rejilla->setColumns(ColumnasAgendaN());
+    rejilla->setDataSource(DSAgendaN[indice]);
+    rejilla->setRowColor([this, pestana](int linea) { return ColorDeLinea(pestana, linea); });
+    connect(rejilla, &DbGrid::failed, this, &TFFichaAgendaN::AvisaError);
+    connect(rejilla, &DbGrid::viewportResized, this, &TFFichaAgendaN::FormResize);
+    // Deliberate asymmetry: the first notary's lines are edited in place, the others' only on the card.
+    if (pestana == 0) {
+        rejilla->setMode(DbGrid::Mode::cells);
+        rejilla->setEnterOpensEditor(false);
+        rejilla->setToolTip(QStringLiteral("Citas del notario en un día"));
+        rejilla->setStatusTip(rejilla->toolTip());
+        connect(rejilla, &DbGrid::doubleClicked, AModificar, &QAction::trigger);
+        connect(rejilla, &DbGrid::keyDown, this, &TFFichaAgendaN::DBGAgendaN1KeyDown);
+    } else {
+        rejilla->setMode(DbGrid::Mode::rows);
+        connect(rejilla, &DbGrid::doubleClicked, ADetalles, &QAction::trigger);
+    }
+}
+
+void TFFichaAgendaN::CreaLineaDeAyuda()
+{
+    LExplica = statusBar();
+    LExplica->setObjectName(QStringLiteral("LExplica"));
+    LExplica->setAccessibleName(QStringLiteral("Ayuda"));
+    m_pista = new QLabel(LExplica);
+    m_pista->setAccessibleName(QStringLiteral("Explicación"));
+    LExplica->addWidget(m_pista, 1);
+}
+
+void TFFichaAgendaN::AjustaMedidasALaLetra()
+{
+    // The widths were drawn for a small letter; with a larger one date and hour must still be read whole.
+    const QFontMetrics letra = fontMetrics();
+    const int margenes = MEFecha->sizeHint().width() - 17 * letra.horizontalAdvance(QLatin1Char('x'));
+    MEFecha->setFixedWidth(
+        qMax(AnchoFecha, letra.horizontalAdvance(QStringLiteral("00/00/0000")) + qBound(6, margenes, 16)));
+    const int hora = qMax(AnchoHora, letra.horizontalAdvance(QStringLiteral("00:00")) + 2);
+    const int memo = letra.lineSpacing() * LineasMemo + 12;
+    for (std::size_t i = 0; i < DBGAgendaN.size(); ++i) {
+        DBGAgendaN[i]->setColumnWidth(ColumnaHora, hora);
+        DBGAgendaN[i]->verticalHeader()->setDefaultSectionSize(letra.height() + 6);
+        DBMConcepto[i]->setMinimumHeight(letra.lineSpacing() + 12);
+        if (i > 0)
+            DBMConcepto[i]->setFixedHeight(memo);
+    }
+    if (auto *const divisor = findChild<QSplitter *>(QStringLiteral("Splitter1")))
+        divisor->setSizes({10 * memo, memo});
+    FormResize();
+}

@@ -1,0 +1,13 @@
+#include "agendan/VentanasAgendaN.h"
+
+#include "agendan/FichaAgendaN.h"
+
+std::unique_ptr<IFichaAgendaN> TVistasAgendaN::CreaFichaAgendaN(QObject *propietario)
+{
+    return std::make_unique<TFFichaAgendaN>(qobject_cast<QWidget *>(propietario));
+}
+
+void TVistasAgendaN::MuestraFichaCitas(TClassAgendaN & /*motor*/, TOperacion /*operacion*/,
+                                       QObject * /*propietario*/)
+{
+}

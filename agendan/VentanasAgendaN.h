@@ -1,0 +1,12 @@
+#pragma once
+
+#include "agendan/VistasAgendaN.h"
+
+/// The screens of the multi-notary agenda.
+class TVistasAgendaN : public IVistasAgendaN
+{
+public:
+    [[nodiscard]] std::unique_ptr<IFichaAgendaN> CreaFichaAgendaN(QObject *propietario) override;
+    /// There is no card yet; the window keeps the commands that would ask for one disabled.
+    void MuestraFichaCitas(TClassAgendaN &motor, TOperacion operacion, QObject *propietario) override;
+};
