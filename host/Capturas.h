@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QtCore/QObject>
+#include <QtCore/QString>
+
+#include <functional>
+#include <vector>
+
+class QWidget;
+
+/// Works the agenda as a clerk would and draws each window into a picture, for looking at where there is no
+/// display.
+class TCapturas : public QObject
+{
+    Q_OBJECT
+public:
+    /// @param carpeta  where the pictures go; it is made when missing.
+    explicit TCapturas(const QString &carpeta);
+
+    /// Begins; to be called before the agenda is opened. The agenda is closed at the end.
+    void Empieza();
+    /// Draws a window now. @return false when the picture could not be written.
+    bool Dibuja(QWidget &ventana, const QString &nombre);
+    [[nodiscard]] bool Completas() const { return !m_fallo && m_hechas > 0; }
+
+private:
+    void Sigue();
+    [[nodiscard]] QWidget *Delante() const;
+
+    QString m_carpeta;
+    std::vector<std::function<void()>> m_pasos;
+    std::size_t m_siguiente = 0;
+    int m_hechas = 0;
+    bool m_fallo = false;
+};

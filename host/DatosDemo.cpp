@@ -1,0 +1,262 @@
+#include "host/DatosDemo.h"
+
+#include "agenda/AgendaNDM.h"
+#include "agenda/FicheroIni.h"
+#include "agenda/Rnumcad.h"
+#include "dataset/DatabaseError.h"
+#include "host/Configuracion.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QStringList>
+
+#include <random>
+
+using dataset::DbfTable;
+using dataset::FieldKind;
+
+namespace
+{
+
+const QStringList Nombres = {"María", "Antonio", "Carmen",     "José",   "Begoña", "Íñigo",
+                             "Lucía", "Andrés",  "Ángela",     "Martín", "Núria",  "Jesús",
+                             "Elena", "Raúl",    "Concepción", "Óscar",  "Sofía",  "Tomás"};
+const QStringList Apellidos = {"García",  "Núñez",     "Peláez", "Ibáñez",   "Muñoz",     "Rodríguez",
+                               "Castaño", "Güell",     "Sáenz",  "Ortega",   "Villafañe", "Pérez",
+                               "López",   "Domínguez", "Ruiz",   "Quiñones", "Vidal",     "Señor"};
+const QStringList Oficiales = {"Marta Ibáñez", "Luis Peña",  "Rosa Güemes", "Julián Cañas",
+                               "Teresa Ocaña", "Pablo Sáez", "Inés Muñiz"};
+const QStringList Asuntos = {"Firma de escritura de compraventa",
+                             "Testamento abierto",
+                             "Poder general para pleitos",
+                             "Poder notarial (copia autorizada)",
+                             "Aceptación de herencia",
+                             "Cancelación de hipoteca",
+                             "Préstamo hipotecario",
+                             "Constitución de sociedad limitada",
+                             "Acta de notoriedad",
+                             "Capitulaciones matrimoniales",
+                             "Donación de nuda propiedad",
+                             "Ampliación de capital y nombramiento de administrador",
+                             "Acta de manifestaciones",
+                             "Legitimación de firmas",
+                             "Consulta sobre usufructo y legítima",
+                             "Elevación a público de acuerdos sociales",
+                             "División horizontal",
+                             "Declaración de obra nueva"};
+const QStringList Detalles = {"",
+                              "",
+                              "",
+                              "; traen el borrador",
+                              "; falta la nota simple del Registro",
+                              "; acude también el cónyuge",
+                              "; avisar cuando lleguen",
+                              "; llevar dos copias"};
+const QStringList Salidas = {"Firma en la sucursal del banco", "Testamento en el hospital",
+                             "Junta en el Colegio", "Acta de presencia en obra",
+                             "Visita a domicilio, C/ Peñón 14"};
+const QStringList Calles = {"C/ Mayor", "Avda. de España", "Pza. del Pósito", "C/ Muñoz Degraín",
+                            "Paseo de Ronda"};
+const QStringList Poblaciones = {"Logroño", "A Coruña", "Cádiz", "Ávila", "León"};
+
+constexpr int Clientes = 120;
+constexpr int PrimeraHora = 9;
+constexpr int UltimaHora = 20;
+constexpr int Intervalo = 30;
+
+/// Draws from the seed alone: the standard's distributions differ between libraries.
+class TAzar
+{
+public:
+    explicit TAzar(quint32 semilla)
+        : m_motor(semilla)
+    {
+    }
+    int Hasta(int cuantos) { return static_cast<int>(m_motor() % static_cast<quint32>(cuantos)); }
+    bool Ciento(int probabilidad) { return Hasta(100) < probabilidad; }
+    const QString &De(const QStringList &lista) { return lista.at(Hasta(static_cast<int>(lista.size()))); }
+    QString Persona() { return De(Nombres) + u' ' + De(Apellidos) + u' ' + De(Apellidos); }
+
+private:
+    std::mt19937 m_motor;
+};
+
+class TGenerador
+{
+public:
+    TGenerador(const QString &carpeta, const TDemo &demo)
+        : m_carpeta(carpeta)
+        , m_demo(demo)
+        , m_azar(demo.Semilla)
+    {
+    }
+    void Crea();
+
+private:
+    void CreaConfiguracion();
+    void CreaComunes();
+    void CreaAgenda(int notario);
+    void RellenaDia(DbfTable &agenda, QDate fecha);
+    void Anade(DbfTable &tabla, const QList<QVariant> &valores);
+    std::unique_ptr<DbfTable> Nueva(const QString &alias, const QString &nombre,
+                                    const QList<dataset::FieldInfo> &campos);
+
+    QString m_carpeta;
+    TDemo m_demo;
+    TAzar m_azar;
+    dataset::Aliases m_aliases;
+    QStringList m_clientes;
+    QStringList m_notarios;
+};
+
+void TGenerador::Crea()
+{
+    if (QFileInfo::exists(TConfiguracion::FicheroDe(m_carpeta)))
+        throw dataset::EDatabaseError(
+            QStringLiteral("La carpeta «%1» ya contiene una oficina.").arg(m_carpeta));
+    QStringList alias{QStringLiteral("ZENTRA")};
+    for (int notario = 1; notario <= m_demo.Notarios; ++notario) {
+        alias << QStringLiteral("NOTARIO%1").arg(notario);
+        m_notarios << m_azar.Persona();
+    }
+    for (const QString &nombre : std::as_const(alias)) {
+        const QString carpeta = QDir(m_carpeta).absoluteFilePath(nombre);
+        if (!QDir().mkpath(carpeta))
+            throw dataset::EDatabaseError(QStringLiteral("No se puede crear la carpeta «%1».").arg(carpeta));
+        m_aliases.add(nombre, carpeta);
+    }
+    CreaComunes();
+    for (int notario = 1; notario <= m_demo.Notarios; ++notario)
+        CreaAgenda(notario);
+    // Last: a folder with this file is an office, and a half-made one must not pass for it.
+    CreaConfiguracion();
+}
+
+void TGenerador::CreaConfiguracion()
+{
+    TFicheroIni varios(m_carpeta + QStringLiteral("/CONFIG/VARIOS.INI"));
+    varios.Escribe(QStringLiteral("GENERAL"), QStringLiteral("Oficina"),
+                   QStringLiteral("Notaría de demostración"));
+    varios.EscribeEntero(QStringLiteral("IncrementoMin"), QStringLiteral("AGENDASALIDA"), 15);
+    varios.EscribeLogico(QStringLiteral("AGENDA"), QStringLiteral("SincronizarDia"), true);
+    varios.Escribe(QStringLiteral("COLOR"), QStringLiteral("AGENDASALIDA"), QStringLiteral("$00C6C6FF"));
+    TFicheroIni oficina(TConfiguracion::FicheroDe(m_carpeta));
+    const QString seccion = QStringLiteral("Oficina");
+    oficina.EscribeEntero(seccion, QStringLiteral("Notarios"), m_demo.Notarios);
+    oficina.Escribe(seccion, QStringLiteral("AliasZentra"), QStringLiteral("ZENTRA"));
+    oficina.Escribe(seccion, QStringLiteral("Don"), QStringLiteral("D."));
+    oficina.Escribe(seccion, QStringLiteral("Nombre"), m_notarios.value(0));
+    oficina.Escribe(seccion, QStringLiteral("FechaInicio"), Date_Cad(m_demo.Hoy));
+    for (int notario = 1; notario <= m_demo.Notarios; ++notario) {
+        const QString suya = QStringLiteral("Notario%1").arg(notario);
+        oficina.Escribe(suya, QStringLiteral("Nombre"), m_notarios.at(notario - 1));
+        oficina.Escribe(suya, QStringLiteral("Alias"), QStringLiteral("NOTARIO%1").arg(notario));
+    }
+}
+
+std::unique_ptr<DbfTable> TGenerador::Nueva(const QString &alias, const QString &nombre,
+                                            const QList<dataset::FieldInfo> &campos)
+{
+    auto tabla = std::make_unique<DbfTable>(m_aliases);
+    tabla->setDatabaseName(alias);
+    tabla->setTableName(nombre);
+    tabla->setDurable(false); // a demo that a power cut spoils is made again
+    tabla->createFile(campos);
+    tabla->open();
+    return tabla;
+}
+
+void TGenerador::Anade(DbfTable &tabla, const QList<QVariant> &valores)
+{
+    tabla.append();
+    for (int campo = 0; campo < valores.size(); ++campo)
+        tabla.field(campo).setValue(valores.at(campo));
+    tabla.post();
+}
+
+void TGenerador::CreaComunes()
+{
+    const QString zentra = QStringLiteral("ZENTRA");
+    const auto comun = Nueva(
+        zentra, QStringLiteral("VA_COMUN"),
+        {{"PROGRAMA", FieldKind::text, 10}, {"NOMBRE", FieldKind::text, 20}, {"VALOR", FieldKind::text, 60}});
+    Anade(*comun, {"AGENDA", "HoraInicio", Int_Cad(PrimeraHora)});
+    Anade(*comun, {"AGENDA", "HoraFin", Int_Cad(UltimaHora)});
+    Anade(*comun, {"AGENDA", "intervalo", Int_Cad(Intervalo)});
+    Anade(*comun, {"FACTURAS", "Serie", "A"});
+
+    const auto empleados = Nueva(
+        zentra, QStringLiteral("EMPLEADO"),
+        {{"CODIGO", FieldKind::integer, 6}, {"NOMBRE", FieldKind::text, 40}, {"CARGO", FieldKind::text, 30}});
+    for (int i = 0; i < Oficiales.size(); ++i)
+        Anade(*empleados, {i + 1, Oficiales.at(i), i == 0 ? "Oficial mayor" : "Oficial"});
+
+    const auto clientes = Nueva(zentra, QStringLiteral("CLIENTES"),
+                                {{"CODIGO", FieldKind::integer, 8},
+                                 {"NOMBRE", FieldKind::text, 100},
+                                 {"NIF", FieldKind::text, 12},
+                                 {"TELEFONO", FieldKind::text, 15},
+                                 {"DIRECCION", FieldKind::text, 60},
+                                 {"POBLACION", FieldKind::text, 40}});
+    for (int codigo = 1; codigo <= Clientes; ++codigo) {
+        m_clientes << m_azar.Persona();
+        const int numero = 10000000 + m_azar.Hasta(80000000);
+        Anade(*clientes,
+              {codigo, m_clientes.back(),
+               QString::number(numero) + QStringLiteral("TRWAGMYFPDXBNJZSQVHLCKE").at(numero % 23),
+               QStringLiteral("6%1").arg(m_azar.Hasta(100000000), 8, 10, QLatin1Char('0')),
+               m_azar.De(Calles) + QStringLiteral(", %1").arg(1 + m_azar.Hasta(90)), m_azar.De(Poblaciones)});
+    }
+}
+
+void TGenerador::CreaAgenda(int notario)
+{
+    DbfTable agenda(m_aliases);
+    agenda.setDatabaseName(QStringLiteral("NOTARIO%1").arg(notario));
+    agenda.setDurable(false);
+    PreparaTablaAgendaN(agenda);
+    agenda.createFile(CamposAgendaN());
+    agenda.open();
+    const bool grande = notario == 1 && m_demo.AnyosDelPrimero > 0;
+    const QDate ultimo = m_demo.Hoy.addMonths(m_demo.MesesDespues);
+    QDate fecha =
+        grande ? m_demo.Hoy.addYears(-m_demo.AnyosDelPrimero) : m_demo.Hoy.addMonths(-m_demo.MesesAntes);
+    for (; fecha <= ultimo; fecha = fecha.addDays(1)) {
+        if (fecha.dayOfWeek() < 7 && (grande || fecha.dayOfWeek() < 6 || m_azar.Ciento(20)))
+            RellenaDia(agenda, fecha);
+    }
+}
+
+void TGenerador::RellenaDia(DbfTable &agenda, QDate fecha)
+{
+    const bool ausente = m_azar.Ciento(3);
+    for (int minuto = PrimeraHora * 60; minuto < (UltimaHora + 1) * 60; minuto += Intervalo) {
+        const bool comida = minuto >= 14 * 60 && minuto < 16 * 60;
+        const bool ocupada = m_azar.Ciento(comida ? 5 : 55);
+        const bool salida = ocupada && m_azar.Ciento(6);
+        QString concepto;
+        QVariant codigo;
+        QString interesado;
+        if (salida) {
+            concepto = QStringLiteral("[SALIDA]") + m_azar.De(Salidas);
+        } else if (ocupada) {
+            concepto = m_azar.De(Asuntos) + m_azar.De(Detalles);
+            const int cliente = m_azar.Hasta(Clientes);
+            interesado = m_azar.Ciento(70) ? m_clientes.at(cliente) : m_azar.Persona();
+            if (interesado == m_clientes.at(cliente))
+                codigo = cliente + 1;
+        }
+        if (ausente)
+            concepto.prepend(QStringLiteral("[AUSENTE]"));
+        Anade(agenda, {fecha, StrCeros(minuto / 60, 2) + u':' + StrCeros(minuto % 60, 2), concepto, codigo,
+                       interesado, ocupada ? QVariant(m_azar.De(Oficiales)) : QVariant(),
+                       salida || ausente ? "S" : "N", "N"});
+    }
+}
+
+} // namespace
+
+void CreaDatosDemo(const QString &carpeta, const TDemo &demo)
+{
+    TGenerador(carpeta, demo).Crea();
+}

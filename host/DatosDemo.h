@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QtCore/QDate>
+#include <QtCore/QString>
+
+/// What the demo office is to hold.
+struct TDemo {
+    QDate Hoy;
+    quint32 Semilla = 20261121; ///< the same seed and day give the same office
+    int Notarios = 3;
+    int MesesAntes = 3;
+    int MesesDespues = 2;
+    int AnyosDelPrimero = 0; ///< when above 0, the first notary's agenda reaches back so many years
+};
+
+/// Makes an office of invented people in a folder: configuration, shared tables and one agenda per notary,
+/// through the project's own table code. @throws dataset::EDatabaseError, also when the folder holds an
+/// office already.
+void CreaDatosDemo(const QString &carpeta, const TDemo &demo);

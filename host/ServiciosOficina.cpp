@@ -1,0 +1,159 @@
+#include "host/ServiciosOficina.h"
+
+#include "dataset/DbfTable.h"
+#include "host/Dialogos.h"
+
+#include <QtWidgets/QAbstractButton>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QMessageBox>
+#include <QtWidgets/QPushButton>
+
+namespace
+{
+
+constexpr const char *PaletaSinFoco = "paletaSinFoco";
+
+QColor ColorDe(TColor color, const QPalette &paleta)
+{
+    if (color == clBtnFace)
+        return paleta.color(QPalette::Window);
+    if (color == clBtnText)
+        return paleta.color(QPalette::WindowText);
+    return {Rojo(color), Verde(color), Azul(color)};
+}
+
+QMessageBox::Icon IconoDe(TIconoMensaje icono)
+{
+    switch (icono) {
+    case TIconoMensaje::ninguno:
+        return QMessageBox::NoIcon;
+    case TIconoMensaje::informacion:
+        return QMessageBox::Information;
+    case TIconoMensaje::error:
+        return QMessageBox::Critical;
+    case TIconoMensaje::pregunta:
+        return QMessageBox::Question;
+    case TIconoMensaje::advertencia:
+        break;
+    }
+    return QMessageBox::Warning;
+}
+
+/// Yes and no in the given order. @return 1 for yes.
+int Pregunta(QMessageBox &caja, bool primeroSi, bool porDefectoSi)
+{
+    // One role for both: then they stand in the order in which they are added, on every desktop.
+    QAbstractButton *si = nullptr;
+    if (primeroSi)
+        si = caja.addButton(QStringLiteral("&Sí"), QMessageBox::ActionRole);
+    QPushButton *const no = caja.addButton(QStringLiteral("&No"), QMessageBox::ActionRole);
+    if (!primeroSi)
+        si = caja.addButton(QStringLiteral("&Sí"), QMessageBox::ActionRole);
+    caja.setEscapeButton(no);
+    caja.setDefaultButton(porDefectoSi ? qobject_cast<QPushButton *>(si) : no);
+    caja.exec();
+    return caja.clickedButton() == si ? RespuestaSi : 0;
+}
+
+} // namespace
+
+int TMensajeOficina::Mensajes(const TMensaje &mensaje)
+{
+    QMessageBox caja(QApplication::activeWindow());
+    caja.setIcon(IconoDe(mensaje.Icono));
+    caja.setWindowTitle(mensaje.Titulo);
+    caja.setTextFormat(Qt::PlainText);
+    caja.setText(mensaje.Texto);
+    caja.setInformativeText(mensaje.Texto2);
+    QPalette paleta = caja.palette();
+    paleta.setColor(QPalette::Window, ColorDe(mensaje.ColorFondo, paleta));
+    paleta.setColor(QPalette::WindowText, ColorDe(mensaje.ColorTexto, paleta));
+    caja.setPalette(paleta);
+    if (mensaje.Clase != TClaseMensaje::aviso)
+        return Pregunta(caja, true, mensaje.Clase == TClaseMensaje::pregunta);
+    caja.addButton(QStringLiteral("&Aceptar"), QMessageBox::AcceptRole);
+    caja.exec();
+    return 0;
+}
+
+namespace
+{
+
+int PreguntaSuelta(const QString &pregunta, const QString &explicacion, const QString &titulo, bool primeroSi)
+{
+    QMessageBox caja(QApplication::activeWindow());
+    caja.setIcon(QMessageBox::Question);
+    caja.setWindowTitle(titulo);
+    caja.setTextFormat(Qt::PlainText);
+    caja.setText(pregunta);
+    caja.setInformativeText(explicacion);
+    return Pregunta(caja, primeroSi, primeroSi);
+}
+
+} // namespace
+
+int TMensajeOficina::Mensaje_SiNo(const QString &pregunta, const QString &explicacion, const QString &titulo)
+{
+    return PreguntaSuelta(pregunta, explicacion, titulo, true);
+}
+
+int TMensajeOficina::Mensaje_NoSi(const QString &pregunta, const QString &explicacion, const QString &titulo)
+{
+    return PreguntaSuelta(pregunta, explicacion, titulo, false);
+}
+
+void TMensajeOficina::Mensaje_Error(const QString &texto, const QString &titulo)
+{
+    Mensajes({TClaseMensaje::aviso, texto, TIconoMensaje::error, titulo, {}, clBtnFace, clBtnText, false});
+}
+
+bool TRutOficina::PreguntaFecha(QDate &fecha, const QString &indicacion, const QString &titulo)
+{
+    TDialogoFecha dialogo(fecha, indicacion, titulo, QApplication::activeWindow());
+    if (dialogo.exec() != QDialog::Accepted)
+        return false;
+    fecha = dialogo.Fecha();
+    return true;
+}
+
+bool TRutOficina::PreguntaOficial(QString &nombre)
+{
+    dataset::DbfTable empleados(m_aliases);
+    empleados.setDatabaseName(m_config.GetAliasZentra());
+    empleados.setTableName(QStringLiteral("EMPLEADO"));
+    empleados.setOpenReadOnly(true);
+    empleados.open();
+    QStringList nombres;
+    for (empleados.first(); !empleados.eof(); empleados.next())
+        nombres << empleados.field(u"NOMBRE").asText();
+    TDialogoLista dialogo(nombres, nombre, QStringLiteral("Oficiales"), true, QApplication::activeWindow());
+    if (dialogo.exec() != QDialog::Accepted || dialogo.Posicion() < 0)
+        return false;
+    nombre = nombres.at(dialogo.Posicion());
+    return true;
+}
+
+bool TRvariasOficina::EsBoton(const QWidget *control) const
+{
+    return qobject_cast<const QAbstractButton *>(control);
+}
+
+void TRvariasOficina::TomaFocoControl(QWidget &control)
+{
+    if (control.property(PaletaSinFoco).isValid())
+        return;
+    control.setProperty(PaletaSinFoco, control.palette());
+    QPalette marcada = control.palette();
+    marcada.setColor(QPalette::Base, QColor(255, 255, 200));
+    marcada.setColor(QPalette::Text, Qt::black);
+    control.setPalette(marcada);
+}
+
+void TRvariasOficina::DejaFocoControl(QWidget &control)
+{
+    const QVariant antes = control.property(PaletaSinFoco);
+    if (!antes.isValid())
+        return;
+    control.setPalette(antes.value<QPalette>());
+    control.setProperty(PaletaSinFoco, {});
+}

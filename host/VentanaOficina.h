@@ -1,0 +1,45 @@
+#pragma once
+
+#include "host/Clientes.h"
+#include "host/Modulos.h"
+#include "host/ServiciosOficina.h"
+
+#include <QtWidgets/QMainWindow>
+
+#include <functional>
+
+/// The office's databases, services and module, put together and taken apart in order.
+struct TOficina {
+    /// @param hoy  a date to be taken for today; invalid: the system's. @throws dataset::EDatabaseError
+    TOficina(const QString &carpeta, QDate hoy);
+
+    TConfiguracion Config;
+    dataset::Aliases Aliases;
+    TMensajeOficina Mensaje;
+    TRutOficina Rut;
+    TRvariasOficina Rvarias;
+    TRelojSistema Reloj;
+    TServiciosInstalados Servicios;
+    TClientesOficina Clientes;
+    TModuloAgenda Modulo;
+};
+
+/// The shell: what the clerk sees behind the agenda.
+class TVentanaOficina : public QMainWindow
+{
+    Q_OBJECT
+public:
+    /// @param oficina  not owned; outlives the window.
+    explicit TVentanaOficina(TOficina &oficina);
+
+    /// Opens the agenda of every notary on today and returns when it is closed; says what is wrong when it
+    /// cannot.
+    /// @return false when the agenda could not be opened.
+    bool AbreAgenda();
+
+private:
+    QAction *Comando(const QString &titulo, const QString &pista, const std::function<void()> &orden);
+    bool ConGuarda(const std::function<void()> &orden);
+
+    TOficina &m_oficina;
+};

@@ -1,0 +1,124 @@
+#include "agenda/Rnumcad.h"
+#include "dataset/DatabaseError.h"
+#include "host/Arranque.h"
+#include "host/Capturas.h"
+#include "host/DatosDemo.h"
+#include "host/VentanaOficina.h"
+
+#include <QtCore/QCommandLineParser>
+#include <QtCore/QFileInfo>
+#include <QtCore/QLibraryInfo>
+#include <QtCore/QLocale>
+#include <QtCore/QTimer>
+#include <QtCore/QTranslator>
+#include <QtWidgets/QApplication>
+
+#include <cstdio>
+#include <optional>
+
+namespace
+{
+
+struct TOpciones {
+    QString Datos;
+    QString Capturas;
+    bool CrearDemo = false;
+    bool SoloDatos = false;
+    bool MideArranque = false;
+    int Anyos = 0;
+    QDate Hoy;
+};
+
+TOpciones LeeOpciones(const QApplication &programa)
+{
+    QCommandLineParser linea;
+    linea.setApplicationDescription(QStringLiteral("Oficina notarial con su agenda."));
+    linea.addHelpOption();
+    const QCommandLineOption datos("datos", "Carpeta de los datos de la oficina.", "carpeta", "datos-demo");
+    const QCommandLineOption crear("crear-demo",
+                                   "Crea datos de demostración si la carpeta no contiene una oficina.");
+    const QCommandLineOption solo("solo-datos", "Termina después de crear los datos.");
+    const QCommandLineOption anyos("anyos", "Años de agenda del primer notario de la demostración.", "n",
+                                   "0");
+    const QCommandLineOption fecha("fecha", "Fecha que se toma por hoy, dd/mm/aaaa.", "fecha");
+    const QCommandLineOption capturas("capturas", "Dibuja las ventanas en ficheros PNG y termina.",
+                                      "carpeta");
+    const QCommandLineOption mide("mide-arranque", "Mide hasta que la agenda está pintada y termina.");
+    linea.addOptions({datos, crear, solo, anyos, fecha, capturas, mide});
+    linea.process(programa);
+    TOpciones opciones{linea.value(datos),
+                       linea.value(capturas),
+                       linea.isSet(crear),
+                       linea.isSet(solo),
+                       linea.isSet(mide),
+                       linea.value(anyos).toInt(),
+                       {}};
+    if (linea.isSet(fecha))
+        opciones.Hoy = Cad_Date(linea.value(fecha));
+    return opciones;
+}
+
+void PonAspecto(QTranslator &traduccion)
+{
+    // By name, so that widths are the same everywhere; where it is missing its metric twin takes its place.
+    QFont letra(QStringLiteral("Arial"));
+    letra.setPointSize(9);
+    QApplication::setFont(letra);
+    QLocale::setDefault(QLocale(QStringLiteral("es_ES")));
+    if (traduccion.load(QStringLiteral("qtbase_es"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(&traduccion);
+}
+
+void PreparaDatos(const TOpciones &opciones)
+{
+    if (!opciones.CrearDemo || QFileInfo::exists(TConfiguracion::FicheroDe(opciones.Datos)))
+        return;
+    TDemo demo;
+    demo.Hoy = opciones.Hoy.isValid() ? opciones.Hoy : QDate::currentDate();
+    demo.AnyosDelPrimero = opciones.Anyos;
+    CreaDatosDemo(opciones.Datos, demo);
+}
+
+int Trabaja(const TOpciones &opciones, const QElapsedTimer &reloj)
+{
+    PreparaDatos(opciones);
+    if (opciones.SoloDatos)
+        return 0;
+    TOficina oficina(opciones.Datos, opciones.Hoy);
+    TVentanaOficina ventana(oficina);
+    if (opciones.MideArranque) {
+        const TMideArranque medida(reloj);
+        return ventana.AbreAgenda() ? 0 : 1;
+    }
+    ventana.show();
+    if (!opciones.Capturas.isEmpty()) {
+        TCapturas capturas(opciones.Capturas);
+        capturas.Dibuja(ventana, QStringLiteral("oficina"));
+        capturas.Empieza();
+        return ventana.AbreAgenda() && capturas.Completas() ? 0 : 1;
+    }
+    QTimer::singleShot(0, &ventana, &TVentanaOficina::AbreAgenda);
+    return QApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QElapsedTimer reloj;
+    reloj.start();
+    const QApplication programa(argc, argv);
+    QTranslator traduccion;
+    PonAspecto(traduccion);
+    TOpciones opciones;
+    try {
+        opciones = LeeOpciones(programa);
+        return Trabaja(opciones, reloj);
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        const bool sinNadie = opciones.SoloDatos || opciones.MideArranque || !opciones.Capturas.isEmpty();
+        if (!sinNadie)
+            TMensajeOficina().Mensaje_Error(QString::fromUtf8(error.what()), QStringLiteral(" ATENCIÓN:"));
+        return 1;
+    }
+}

@@ -1,0 +1,70 @@
+#include "module/Modulo.h"
+
+#include "agenda/ClaseConfAgendaN.h"
+#include "agendan/ClaseAgendaN.h"
+
+namespace
+{
+
+/// An engine as the host holds it.
+class TAgendaDelModulo : public IAgendaN
+{
+public:
+    TAgendaDelModulo(int &vivas, QObject *propietario, TClientesRaiz *clientes,
+                     const IZenAgenda::TTablas &tablas, IVistasAgendaN *vistas)
+        : m_motor(propietario, clientes, tablas, vistas)
+        , m_vivas(vivas)
+    {
+        ++m_vivas;
+    }
+    ~TAgendaDelModulo() override { --m_vivas; }
+    TAgendaDelModulo(const TAgendaDelModulo &) = delete;
+    TAgendaDelModulo &operator=(const TAgendaDelModulo &) = delete;
+
+    void SincronizarTablasAFecha(QDate fecha, bool todos) override
+    {
+        m_motor.SincronizarTablasAFecha(fecha, todos);
+    }
+    void FichaAgendaN() override { m_motor.FichaAgendaN(); }
+
+private:
+    TClassAgendaN m_motor;
+    int &m_vivas;
+};
+
+} // namespace
+
+TModulo::TModulo() = default;
+
+TModulo::~TModulo()
+{
+    Libera();
+}
+
+bool TModulo::Registra(const TServicios &servicios)
+{
+    if (m_servicios || !servicios.Completos())
+        return false;
+    m_servicios = std::make_unique<TServiciosInstalados>(servicios);
+    goConfAgendaN = std::make_unique<TClassConfAgendaN>();
+    m_vistas = std::make_unique<TVistasAgendaN>();
+    return true;
+}
+
+bool TModulo::Libera()
+{
+    if (m_agendas > 0)
+        return false;
+    m_vistas.reset();
+    goConfAgendaN.reset();
+    m_servicios.reset();
+    return true;
+}
+
+std::unique_ptr<IAgendaN> TModulo::CreaAgendaN(QObject *propietario, TClientesRaiz *clientes,
+                                               const TTablas &tablas)
+{
+    if (!m_servicios)
+        return nullptr;
+    return std::make_unique<TAgendaDelModulo>(m_agendas, propietario, clientes, tablas, m_vistas.get());
+}

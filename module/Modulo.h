@@ -1,0 +1,28 @@
+#pragma once
+
+#include "agendan/VentanasAgendaN.h"
+#include "module/ZenAgenda.h"
+
+#include <memory>
+
+/// The module's one object, made by the loader.
+class TModulo : public QObject, public IZenAgenda
+{
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID IZenAgenda_iid)
+    Q_INTERFACES(IZenAgenda)
+public:
+    TModulo();
+    ~TModulo() override;
+
+    [[nodiscard]] int Version() const override { return VersionInterfaz; }
+    bool Registra(const TServicios &servicios) override;
+    bool Libera() override;
+    [[nodiscard]] std::unique_ptr<IAgendaN> CreaAgendaN(QObject *propietario, TClientesRaiz *clientes,
+                                                        const TTablas &tablas) override;
+
+private:
+    std::unique_ptr<TServiciosInstalados> m_servicios;
+    std::unique_ptr<TVistasAgendaN> m_vistas;
+    int m_agendas = 0; ///< alive
+};

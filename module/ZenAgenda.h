@@ -1,0 +1,59 @@
+#pragma once
+
+#include "agenda/host/Servicios.h"
+#include "dataset/DataSet.h"
+
+#include <QtCore/QDate>
+#include <QtCore/QObject>
+
+#include <array>
+#include <memory>
+
+// What a host needs to know of the loadable module, and all it needs to know.
+//
+// Host and module are built with the same compiler and share the libraries dbase, dataset and dbcontrols;
+// through these interfaces objects and exceptions of those libraries may pass. Whatever the module makes, the
+// module deletes.
+
+/// The multi-notary agenda as the host sees it.
+class IAgendaN
+{
+public:
+    virtual ~IAgendaN() = default;
+    /// Shows a date, building day sheets that are missing, on the first notary's table or on all.
+    /// @throws dataset::EDatabaseError
+    virtual void SincronizarTablasAFecha(QDate fecha, bool todos) = 0;
+    /// Shows the agenda window and returns when the user has closed it. @throws dataset::EDatabaseError
+    virtual void FichaAgendaN() = 0;
+};
+
+/// The module. Registra() once after loading, Libera() once before unloading.
+class IZenAgenda
+{
+public:
+    /// Grows with every change of these interfaces.
+    static constexpr int VersionInterfaz = 1;
+    using TTablas = std::array<dataset::DataSet *, 5>;
+
+    virtual ~IZenAgenda() = default;
+    /// The version that the module was built with; to be compared before anything else is called.
+    [[nodiscard]] virtual int Version() const = 0;
+    /// Takes the host's services, which must stay until Libera(), and makes the settings object.
+    /// @return false when a service is missing or the module is registered already.
+    virtual bool Registra(const TServicios &servicios) = 0;
+    /// Gives everything back in reverse. @return false, with nothing done, while an agenda lives.
+    virtual bool Libera() = 0;
+
+    /// @param propietario  owner of the windows; may be null.
+    /// @param clientes     the host's client list, outliving the agenda; may be null.
+    /// @param tablas       open tables of the host, outliving the agenda; with an empty first position the
+    /// agenda opens
+    ///                     one table per notary itself.
+    /// @return null before Registra(). @throws dataset::EDatabaseError when a notary's table cannot be
+    /// opened.
+    [[nodiscard]] virtual std::unique_ptr<IAgendaN> CreaAgendaN(QObject *propietario, TClientesRaiz *clientes,
+                                                                const TTablas &tablas) = 0;
+};
+
+#define IZenAgenda_iid "agenda.IZenAgenda/1"
+Q_DECLARE_INTERFACE(IZenAgenda, IZenAgenda_iid)
