@@ -317,14 +317,22 @@ void TFFichaAgendaN::FormKeyDown(int tecla)
     }
 }
 
-void TFFichaAgendaN::DBGAgendaN1KeyDown(const QKeyEvent *tecla)
+void TFFichaAgendaN::DBGAgendaN1KeyDown(QKeyEvent *tecla)
 {
     const dbcontrols::DataSource &fuente = *DSAgendaN.front();
     if (!m_motor || Pestana() != 0 || !fuente.activeDataSet())
         return;
     const bool intro = tecla->key() == Qt::Key_Enter || tecla->key() == Qt::Key_Return;
     if (!fuente.isEditing() && EmpiezaEdicion(CodigoDeTecla(*tecla))) {
-        ConGuarda([this] { m_motor->Modificar(); });
+        ConGuarda([this, tecla] {
+            if (m_motor->Modificar())
+                return;
+            tecla->ignore(); // the grid would try, and wait, a second time
+            // About a day without lines the engine has spoken itself.
+            if (!m_motor->TablaActual().isEmpty())
+                Avisa(QStringLiteral(
+                    "No se ha podido modificar la cita: puede que otro puesto la esté usando."));
+        });
     } else if (fuente.isEditing() && intro) {
         ConGuarda([this] {
             // The engine has dropped what was typed, so the clerk must know.

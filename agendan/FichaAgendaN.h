@@ -102,7 +102,7 @@ private:
     // FichaAgendaN.cpp: events
     void FormKeyDown(int tecla);
     void FormResize();
-    void DBGAgendaN1KeyDown(const QKeyEvent *tecla);
+    void DBGAgendaN1KeyDown(QKeyEvent *tecla);
     [[nodiscard]] std::optional<QColor> ColorDeLinea(int pestana, int linea) const;
     void LeeColorSalida();
     void MEFechaEnter();

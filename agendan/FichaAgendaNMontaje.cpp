@@ -14,6 +14,7 @@
 #include <QtWidgets/QMenuBar>
 #include <QtWidgets/QSplitter>
 #include <QtWidgets/QStatusBar>
+#include <QtWidgets/QTabBar>
 #include <QtWidgets/QToolBar>
 #include <QtWidgets/QToolButton>
 #include <QtWidgets/QVBoxLayout>
@@ -222,6 +223,7 @@ void TFFichaAgendaN::CreaPestanas()
     PCAgenda = new TPestanasAgendaN(this);
     PCAgenda->setObjectName(QStringLiteral("PCAgenda"));
     PCAgenda->setAccessibleName(QStringLiteral("Notarios"));
+    PCAgenda->tabBar()->setAccessibleName(PCAgenda->accessibleName());
     PCAgenda->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(PCAgenda, &QWidget::customContextMenuRequested, this,
             [this](const QPoint &lugar) { PMAgendaN->popup(PCAgenda->mapToGlobal(lugar)); });

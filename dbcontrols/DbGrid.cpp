@@ -4,6 +4,7 @@
 #include "dbcontrols/DbGridDelegate.h"
 #include "dbcontrols/Texts.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QScopedValueRollback>
 #include <QtCore/QSet>
 #include <QtCore/QTimer>
@@ -409,6 +410,8 @@ void DbGrid::keyboardSearch(const QString & /*search*/)
 void DbGrid::keyPressEvent(QKeyEvent *event)
 {
     emit keyDown(event);
+    if (!event->isAccepted())
+        return;
     switch (event->key()) {
     case Qt::Key_Enter:
     case Qt::Key_Return:
@@ -428,6 +431,18 @@ void DbGrid::keyPressEvent(QKeyEvent *event)
     default:
         QTableView::keyPressEvent(event);
     }
+}
+
+void DbGrid::inputMethodEvent(QInputMethodEvent *event)
+{
+    // A letter made with a dead key comes finished, without ever being composed; the view would let it fall.
+    const bool finished = !event->commitString().isEmpty() && event->preeditString().isEmpty();
+    if (!finished || isEditorOpen() || !(currentIndex().flags() & Qt::ItemIsEditable)) {
+        QTableView::inputMethodEvent(event);
+        return;
+    }
+    if (beginEdit() && edit(currentIndex(), EditKeyPressed, nullptr))
+        QCoreApplication::sendEvent(m_editor, event);
 }
 
 void DbGrid::focusInEvent(QFocusEvent *event)

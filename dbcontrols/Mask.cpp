@@ -115,12 +115,14 @@ int Mask::type(QString &text, int position, QChar character) const
         text[place] = isDigit(character) ? character : m_blank;
         return nextPlace(place + 1);
     }
+    // The cursor stands behind the literal already when the part before it is full: "24" and then "/".
+    if (isLiteral(position - 1) && m_places.at(position - 1).literal == character)
+        return position;
     for (int i = std::max(position, 0); i < length(); ++i) {
         if (isLiteral(i) && m_places.at(i).literal == character)
             return nextPlace(i + 1);
     }
-    // The cursor stands behind the literal already when the part before it is full: "01" and then "/".
-    return isLiteral(position - 1) && m_places.at(position - 1).literal == character ? position : -1;
+    return -1;
 }
 
 void Mask::blank(QString &text, int first, int last) const

@@ -1,0 +1,248 @@
+// The agenda window: what it shows, and its commands.
+
+#include "tests/agendan/Ventana.h"
+
+#include <QtWidgets/QHeaderView>
+#include <QtWidgets/QMenu>
+#include <QtWidgets/QMenuBar>
+#include <QtWidgets/QPlainTextEdit>
+#include <QtWidgets/QStatusBar>
+
+namespace
+{
+
+using support::Lunes;
+using support::VentanaTest;
+
+const QDate Martes = Lunes.addDays(1);
+
+TEST_F(VentanaTest, ShowsOneTabPerNotaryWithItsGrid)
+{
+    oficina.linea(1, Lunes, "09:00", "Firma");
+    oficina.linea(2, Lunes, "10:00", "Poder");
+    enVentana([&] {
+        EXPECT_EQ(ficha->windowTitle(), "Agenda del día:");
+        EXPECT_EQ(ficha->centralWidget()->width(), 635);
+        for (int n = 0; n < 5; ++n)
+            EXPECT_EQ(pestanas().isTabVisible(n), n < 2);
+        EXPECT_EQ(pestanas().tabText(0), "Ana Núñez");
+        EXPECT_EQ(fecha().text(), "16/11/2026");
+        EXPECT_EQ(rejilla().model()->rowCount(), 1);
+        const struct {
+            const char *titulo;
+            int ancho;
+            bool oculta;
+        } columnas[] = {{"Hora", 33, false},
+                        {"Cita", 272, false},
+                        {"Interesado", 0, false},
+                        {"Oficial", 88, false},
+                        {"Av", 0, true}};
+        for (int c = 0; c < 5; ++c) {
+            EXPECT_EQ(rejilla().model()->headerData(c, Qt::Horizontal, Qt::DisplayRole).toString(),
+                      columnas[c].titulo);
+            EXPECT_EQ(rejilla().isColumnHidden(c), columnas[c].oculta);
+            if (columnas[c].ancho > 0) {
+                EXPECT_EQ(rejilla().columnWidth(c), columnas[c].ancho) << columnas[c].titulo;
+            }
+        }
+        EXPECT_EQ(rejilla().columnWidth(2), rejilla().viewport()->width() - 33 - 272 - 88 - 5);
+        ficha->resize(ficha->width() + 100, ficha->height());
+        QCoreApplication::processEvents();
+        EXPECT_EQ(rejilla().columnWidth(2), rejilla().viewport()->width() - 33 - 272 - 88 - 5);
+        EXPECT_EQ(ficha->findChild<QPlainTextEdit *>("DBMConcepto1")->toPlainText(), "Firma");
+
+        EXPECT_EQ(rejilla().mode(), dbcontrols::DbGrid::Mode::cells);
+        pestanas().setCurrentIndex(1);
+        EXPECT_EQ(rejilla().mode(), dbcontrols::DbGrid::Mode::rows);
+        EXPECT_EQ(celda(0, 1), "Poder");
+        EXPECT_EQ(&motor->TablaActual(), motor->Tabla(2)) << "the engine follows the tab";
+        EXPECT_EQ(ficha->GetDatosAgendaN(), motor->Tabla(2));
+        // Every command says what it does, and those that come later are seen but cannot be used.
+        int comandos = 0;
+        for (const QAction *const uno : ficha->findChildren<QAction *>(QRegularExpression("^A[A-Z]"))) {
+            EXPECT_FALSE(uno->statusTip().isEmpty()) << uno->objectName().toStdString();
+            ++comandos;
+        }
+        EXPECT_EQ(comandos, 19);
+        for (const char *nombre :
+             {"ANuevo", "AModificar", "ADetalles", "ACopiarCita", "AMoverCita", "AContacto", "AImprimirDia",
+              "AImprimirSemana", "AImprimirDiaOficial", "AImprimirSemanaOficial", "AConfiguracion"})
+            EXPECT_FALSE(accion(nombre).isEnabled()) << nombre;
+        EXPECT_EQ(ficha->menuBar()->actions().size(), 2);
+        EXPECT_EQ(accion("ABorrar").statusTip(), "Borrar cita/citas seleccinadas");
+        for (const QWidget *const control : ficha->findChildren<QWidget *>()) {
+            const bool delUsuario = control->focusPolicy() != Qt::NoFocus && control->isVisible();
+            if (delUsuario) {
+                EXPECT_FALSE(control->accessibleName().isEmpty()) << control->metaObject()->className();
+            }
+        }
+    });
+}
+
+TEST_F(VentanaTest, StepsThroughTheDaysAndSaysWhereTheyEnd)
+{
+    for (const QDate dia : {Lunes, Lunes.addDays(3)})
+        oficina.linea(1, dia, "09:00");
+    oficina.linea(2, Lunes, "09:00");
+    enVentana([&] {
+        comando("ADiaSiguiente");
+        EXPECT_EQ(fecha().text(), "19/11/2026");
+        EXPECT_EQ(motor->Tabla(2)->field(u"FECHA").asDate(), Lunes.addDays(3))
+            << "synchronised, its sheet built";
+        oficina.Mensaje.espera({"No hay días posteriores en la agenda de Ana Núñez", " ATENCIÓN:"});
+        comando("ADiaSiguiente");
+        EXPECT_FALSE(accion("ADiaSiguiente").isEnabled());
+        EXPECT_TRUE(accion("ADiaAnterior").isEnabled());
+        comando("ADiaAnterior");
+        EXPECT_TRUE(accion("ADiaSiguiente").isEnabled());
+        EXPECT_EQ(fecha().text(), "16/11/2026");
+        oficina.Mensaje.espera({"No hay días anteriores en la agenda de Ana Núñez", " ATENCIÓN:"});
+        comando("ADiaAnterior");
+        EXPECT_FALSE(accion("ADiaAnterior").isEnabled());
+        EXPECT_EQ(fecha().text(), "16/11/2026");
+        pestanas().setCurrentIndex(1);
+        EXPECT_TRUE(accion("ADiaAnterior").isEnabled()) << "another tab, another agenda";
+
+        accion("ASincronizarDia").trigger(); // off
+        comando("ADiaSiguiente");
+        EXPECT_EQ(motor->Tabla(1)->field(u"FECHA").asDate(), Lunes) << "the others stay";
+        accion("ASincronizarDia").trigger(); // on: all jump to the shown date
+        EXPECT_EQ(motor->Tabla(1)->field(u"FECHA").asDate(), Lunes.addDays(3));
+        EXPECT_TRUE(accion("ASincronizarDia").isChecked());
+    });
+}
+
+TEST_F(VentanaTest, TheDateFieldLeadsToItsDay)
+{
+    oficina.linea(1, Lunes, "09:00");
+    enVentana([&] {
+        fecha().setFocus();
+        EXPECT_EQ(oficina.Rvarias.conFoco, &fecha());
+        fecha().selectAll();
+        teclea("24/11/2026");
+        tecla(Qt::Key_Tab);
+        EXPECT_EQ(oficina.Rvarias.conFoco, nullptr);
+        EXPECT_EQ(oficina.dia(1, {2026, 11, 24}).size(), 24) << "the missing sheet is built";
+        EXPECT_EQ(oficina.dia(2, {2026, 11, 24}).size(), 24) << "for all notaries";
+        EXPECT_EQ(celda(0, 0), "09:00");
+
+        fecha().setFocus();
+        fecha().selectAll();
+        teclea("31/02/2026");
+        oficina.Mensaje.espera({"La fecha introducida no es correcta", " ATENCIÓN:"});
+        tecla(Qt::Key_Tab);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !oficina.Mensaje.pendientes() && fecha().hasFocus(); }));
+        EXPECT_EQ(fecha().text(), "31/02/2026") << "what was typed stays to be mended";
+        EXPECT_EQ(motor->TablaActual().field(u"FECHA").asDate(), QDate(2026, 11, 24));
+
+        // Deleting the text with Delete would ask about the line: the window sees that key first. Backspace
+        // does not.
+        fecha().selectAll();
+        tecla(Qt::Key_Backspace);
+        EXPECT_EQ(fecha().text(), "  /  /    ");
+        tecla(Qt::Key_Tab);
+        EXPECT_EQ(motor->TablaActual().field(u"FECHA").asDate(), QDate(2026, 11, 24))
+            << "an empty date moves nothing";
+
+        fecha().setFocus();
+        fecha().selectAll();
+        teclea("5/1/26");
+        tecla(Qt::Key_Return);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !fecha().hasFocus(); }))
+            << "Enter goes on to the next control";
+        EXPECT_EQ(fecha().text(), "05/01/2026");
+    });
+}
+
+TEST_F(VentanaTest, FindsADayThatIsAskedFor)
+{
+    oficina.linea(1, Lunes, "09:00");
+    enVentana([&] {
+        comando("ABuscarDia");
+        EXPECT_EQ(oficina.Rut.FechaOfrecida, Lunes);
+        EXPECT_EQ(fecha().text(), "16/11/2026") << "cancelled";
+        oficina.Rut.FechaElegida = Martes;
+        comando("ABuscarDia");
+        EXPECT_EQ(fecha().text(), "17/11/2026");
+        EXPECT_EQ(oficina.dia(2, Martes).size(), 24);
+    });
+}
+
+TEST_F(VentanaTest, DeletesOneOrSeveral)
+{
+    for (const char *hora : {"09:00", "10:00", "11:00", "12:00", "13:00"})
+        oficina.linea(1, Lunes, hora, hora);
+    enVentana([&] {
+        pulsa(1);
+        oficina.Mensaje.espera({"¿Desea borrar la cita de las 10:00 de la base de datos?", " ATENCIÓN", 1});
+        tecla(Qt::Key_Delete);
+        EXPECT_EQ(oficina.dia(1, Lunes).size(), 4);
+        EXPECT_EQ(celda(1, 0), "11:00");
+
+        pulsa(3);
+        pulsa(0, Qt::ControlModifier);
+        oficina.Mensaje.espera({"¿Desea borrar las citas seleccionadas?", " ATENCIÓN", 0});
+        tecla(Qt::Key_Delete);
+        EXPECT_EQ(oficina.dia(1, Lunes).size(), 4);
+        EXPECT_EQ(rejilla().selectedBookmarks().size(), 2);
+        oficina.Mensaje.espera({"¿Desea borrar las citas seleccionadas?", " ATENCIÓN", 1});
+        comando("ABorrar");
+        EXPECT_EQ(oficina.dia(1, Lunes), (QStringList{"11:00 11:00 N", "12:00 12:00 N"}));
+        EXPECT_EQ(rejilla().model()->rowCount(), 2);
+    });
+}
+
+TEST_F(VentanaTest, MarksAndColoursOutings)
+{
+    for (const char *hora : {"09:00", "10:00", "11:00"})
+        oficina.linea(1, Lunes, hora, "Firma");
+    goConfAgendaN->SetColorSalida(0x00102030); // asymmetric: red 0x30, green 0x20, blue 0x10
+    enVentana([&] {
+        const auto fondo = [&](int fila) {
+            const QRect donde = rejilla().visualRect(rejilla().model()->index(fila, 1));
+            return rejilla().viewport()->grab().toImage().pixelColor(donde.right() - 6, donde.center().y());
+        };
+        tecla(Qt::Key_Down);
+        comando("ASalida");
+        EXPECT_EQ(oficina.dia(1, Lunes).at(1), "10:00 [SALIDA]Firma S");
+        EXPECT_EQ(fondo(1), QColor(0x30, 0x20, 0x10));
+        EXPECT_EQ(fondo(0), rejilla().palette().color(QPalette::Base));
+        pulsa(2);
+        pulsa(1, Qt::ControlModifier);
+        EXPECT_EQ(fondo(1), QColor(0, 0, 255)) << "a selected outing is blue";
+        comando("ASalida");
+        EXPECT_EQ(oficina.dia(1, Lunes),
+                  (QStringList{"09:00 Firma N", "10:00 [SALIDA][SALIDA]Firma S", "11:00 [SALIDA]Firma S"}));
+        pulsa(0);
+        comando("AAusente");
+        EXPECT_EQ(oficina.dia(1, Lunes).first(), "09:00 [AUSENTE]Firma S");
+        EXPECT_EQ(oficina.dia(1, Lunes).last(), "11:00 [AUSENTE][SALIDA]Firma S");
+        EXPECT_EQ(rejilla().currentIndex().row(), 0);
+    });
+}
+
+TEST_F(VentanaTest, ThePopupMenuAndTheKeysOfTheWindow)
+{
+    oficina.linea(1, Lunes, "09:00");
+    enVentana([&] {
+        auto *const menu = ficha->findChild<QMenu *>("PMAgendaN");
+        QTimer::singleShot(50, menu, [&] {
+            EXPECT_TRUE(menu->isVisible());
+            menu->close();
+        });
+        QContextMenuEvent clic(QContextMenuEvent::Mouse, QPoint(20, 20),
+                               rejilla().viewport()->mapToGlobal(QPoint(20, 20)));
+        QCoreApplication::sendEvent(rejilla().viewport(), &clic);
+        QTest::qWait(80);
+        EXPECT_TRUE(rejilla().hasFocus());
+        tecla(Qt::Key_Return);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !rejilla().hasFocus(); }))
+            << "Enter goes on to the next control";
+        tecla(Qt::Key_Space); // AModificar is not there yet: nothing
+        tecla(Qt::Key_Insert);
+        tecla(Qt::Key_Escape);
+        EXPECT_FALSE(ficha->isVisible());
+    });
+}
+
+} // namespace
