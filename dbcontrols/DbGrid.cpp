@@ -170,7 +170,7 @@ void DbGrid::moveDataSet(int row)
     DataSet *const set = activeSet();
     try {
         // By bookmark: posting the line that is left may move others to another row.
-        if (set->goToBookmark(set->bookmarkAt(row))) {
+        if (set->goToBookmark(m_model->bookmarkAt(row))) {
             syncCurrent();
             return;
         }

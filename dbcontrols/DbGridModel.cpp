@@ -49,7 +49,9 @@ void DbGridModel::reload()
     const QScopedValueRollback<bool> changing(m_changingRows, true);
     beginResetModel();
     const DataSet *const set = activeSet();
-    m_rowCount = set ? set->rowCount() : 0;
+    m_rows.clear();
+    for (int row = 0; set && row < set->rowCount(); ++row)
+        m_rows.append(set->bookmarkAt(row));
     m_fields.clear();
     for (const GridColumn &column : std::as_const(m_columns))
         m_fields.append(set ? set->fieldIndex(column.field) : -1);
@@ -60,13 +62,15 @@ void DbGridModel::insertRowsFromSource(int first, int count)
 {
     if (count <= 0)
         return;
-    if (first < 0 || first > m_rowCount) { // a notice was missed, perhaps while another data set was shown
+    if (first < 0 || first > m_rows.size()) { // a notice was missed, perhaps while another data set was shown
         reload();
         return;
     }
     const QScopedValueRollback<bool> changing(m_changingRows, true);
     beginInsertRows({}, first, first + count - 1);
-    m_rowCount += count;
+    const DataSet *const set = activeSet();
+    for (int row = first; row < first + count; ++row)
+        m_rows.insert(row, set ? set->bookmarkAt(row) : 0);
     endInsertRows();
 }
 
@@ -74,19 +78,19 @@ void DbGridModel::removeRowsFromSource(int first, int count)
 {
     if (count <= 0)
         return;
-    if (first < 0 || first + count > m_rowCount) {
+    if (first < 0 || first + count > m_rows.size()) {
         reload();
         return;
     }
     const QScopedValueRollback<bool> changing(m_changingRows, true);
     beginRemoveRows({}, first, first + count - 1);
-    m_rowCount -= count;
+    m_rows.remove(first, count);
     endRemoveRows();
 }
 
 void DbGridModel::announceRows(int first, int count)
 {
-    const int last = qMin(first + count, m_rowCount) - 1;
+    const int last = qMin(first + count, rowCount()) - 1;
     if (first >= 0 && last >= first && !m_columns.isEmpty())
         emit dataChanged(index(first, 0), index(last, static_cast<int>(m_columns.size()) - 1));
 }
@@ -95,7 +99,7 @@ void DbGridModel::announceField(int field)
 {
     const DataSet *const set = activeSet();
     const int row = set ? set->currentRow() : -1;
-    if (row < 0 || row >= m_rowCount)
+    if (row < 0 || row >= m_rows.size())
         return;
     for (int column = 0; column < m_fields.size(); ++column) {
         if (field < 0 || m_fields.at(column) == field)
@@ -105,7 +109,7 @@ void DbGridModel::announceField(int field)
 
 int DbGridModel::rowCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : m_rowCount;
+    return parent.isValid() ? 0 : static_cast<int>(m_rows.size());
 }
 
 int DbGridModel::columnCount(const QModelIndex &parent) const
@@ -124,9 +128,8 @@ QVariant DbGridModel::data(const QModelIndex &index, int role) const
     const DataSet *const set = activeSet();
     const int field = m_fields.value(index.column(), -1);
     // While a batch of notices is under way the data set is already ahead of this model.
-    if (!set || field < 0 || index.row() >= set->rowCount())
-        return {};
-    return set->textAt(index.row(), field);
+    const int row = set ? set->rowOf(bookmarkAt(index.row())) : -1;
+    return row < 0 || field < 0 ? QVariant() : set->textAt(row, field);
 }
 
 QVariant DbGridModel::headerData(int section, Qt::Orientation orientation, int role) const

@@ -50,6 +50,9 @@ public:
     /// @return false, after failed(), when the line is locked or the text does not fit the field's kind.
     bool setData(const QModelIndex &index, const QVariant &value, int role = Qt::EditRole) override;
 
+    /// The record shown in a row; 0 for a row that is not there.
+    [[nodiscard]] dataset::Bookmark bookmarkAt(int row) const { return m_rows.value(row, 0); }
+
     /// Width of a column's field in characters; 0 when it has none.
     [[nodiscard]] int fieldWidth(int column) const;
 
@@ -68,7 +71,7 @@ private:
     QPointer<DataSource> m_source;
     QList<GridColumn> m_columns;
     QList<int> m_fields; ///< field number of each column, -1 when the data set has none of that name
-    int m_rowCount = 0;
+    QList<dataset::Bookmark> m_rows; ///< as the views know them
     bool m_editable = false;
     bool m_changingRows = false;
 };

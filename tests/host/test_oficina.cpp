@@ -1,0 +1,247 @@
+// The host: demo data, configuration, dialogs, and the module loaded for real.
+
+#include "agenda/AgendaNDM.h"
+#include "dataset/DatabaseError.h"
+#include "host/DatosDemo.h"
+#include "host/Dialogos.h"
+#include "host/VentanaOficina.h"
+#include "tests/support/TempFolder.h"
+
+#include <QtCore/QTimer>
+#include <QtGui/QAction>
+#include <QtTest/QTest>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QMessageBox>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QTabWidget>
+
+namespace
+{
+
+using support::readFile;
+using support::TempFolder;
+using support::writeFile;
+
+const QDate Hoy{2026, 11, 20};
+
+class OficinaTest : public testing::Test
+{
+protected:
+    static void crea(const std::filesystem::path &carpeta, int notarios = 2)
+    {
+        TDemo demo;
+        demo.Hoy = Hoy;
+        demo.Notarios = notarios;
+        demo.MesesAntes = 1;
+        demo.MesesDespues = 1;
+        CreaDatosDemo(QString::fromStdString(carpeta.string()), demo);
+    }
+    void SetUp() override
+    {
+        crea(carpeta.path());
+        guardian.setSingleShot(true);
+        QObject::connect(&guardian, &QTimer::timeout, [] {
+            ADD_FAILURE() << "a window was never closed";
+            for (QWidget *const uno : QApplication::topLevelWidgets())
+                uno->close();
+        });
+        guardian.start(60000);
+    }
+    /// Does something in the window that opens next.
+    static void enDialogo(const std::function<void(QWidget *)> &pasos)
+    {
+        QTimer::singleShot(50, qApp, [pasos] {
+            QWidget *const delante = QApplication::activeModalWidget();
+            if (delante)
+                pasos(delante);
+            else
+                ADD_FAILURE() << "no window has opened";
+        });
+    }
+    [[nodiscard]] QString ruta() const { return QString::fromStdString(carpeta.path().string()); }
+
+    TempFolder carpeta;
+    QTimer guardian;
+};
+
+TEST_F(OficinaTest, TheDemoIsTheSameEveryTimeAndReadsBack)
+{
+    const TempFolder otra;
+    crea(otra.path());
+    EXPECT_EQ(readFile(carpeta.path() / "NOTARIO2" / "AGENDA_N.DBF"),
+              readFile(otra.path() / "NOTARIO2" / "AGENDA_N.DBF"));
+    EXPECT_THROW(crea(carpeta.path()), dataset::EDatabaseError) << "an office is never overwritten";
+
+    const TConfiguracion config(ruta());
+    EXPECT_EQ(config.GetnCuantos(), 2);
+    EXPECT_EQ(config.GetNotarios().size(), 2);
+    EXPECT_EQ(config.AliasNotario(2), "NOTARIO2");
+    const dataset::Aliases aliases = config.Aliases();
+    dataset::DbfTable agenda(aliases);
+    agenda.setDatabaseName("NOTARIO1");
+    PreparaTablaAgendaN(agenda);
+    agenda.open();
+    EXPECT_TRUE(agenda.setRange({{"FECHA", Hoy}}, {{"FECHA", Hoy}}));
+    EXPECT_EQ(agenda.rowCount(), 24);
+    int conEnye = 0;
+    agenda.cancelRange();
+    for (agenda.first(); !agenda.eof(); agenda.next())
+        conEnye += agenda.field(u"INTERESADO").asText().contains(u'ñ') ? 1 : 0;
+    EXPECT_GT(conEnye, 10);
+    dataset::DbfTable comun(aliases);
+    comun.setDatabaseName("ZENTRA");
+    comun.setTableName("VA_COMUN");
+    comun.setIndexFieldNames("PROGRAMA");
+    comun.open();
+    for (const char *nombre : {"HoraInicio", "HoraFin", "intervalo"})
+        EXPECT_TRUE(comun.locate({{"PROGRAMA", "AGENDA"}, {"NOMBRE", nombre}}, dataset::SearchMode::exact))
+            << nombre;
+}
+
+TEST_F(OficinaTest, OpensTheAgendaThroughTheModuleAndLeavesNothing)
+{
+    TOficina oficina(ruta(), Hoy);
+    TVentanaOficina ventana(oficina);
+    ventana.show();
+    const auto antes = QApplication::topLevelWidgets();
+    for (int vez = 0; vez < 2; ++vez) {
+        enDialogo([](QWidget *agenda) {
+            EXPECT_EQ(agenda->windowTitle(), "Agenda del día:");
+            EXPECT_EQ(agenda->findChild<QLineEdit *>("MEFecha")->text(), "20/11/2026");
+            EXPECT_TRUE(agenda->findChild<QTabWidget *>("PCAgenda")->isTabVisible(1));
+            QTest::keyClick(agenda->windowHandle(), Qt::Key_Escape);
+        });
+        EXPECT_TRUE(ventana.AbreAgenda());
+    }
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(QApplication::topLevelWidgets().size(), antes.size());
+
+    // An agenda that lives keeps the module in place.
+    auto agenda = oficina.Modulo->CreaAgendaN(nullptr, nullptr, {});
+    EXPECT_FALSE(oficina.Modulo->Libera());
+    agenda.reset();
+    EXPECT_TRUE(oficina.Modulo->Libera());
+    EXPECT_EQ(oficina.Modulo->CreaAgendaN(nullptr, nullptr, {}), nullptr);
+    EXPECT_TRUE(oficina.Modulo->Registra({&oficina.Mensaje, &oficina.Rut, &oficina.Rvarias, &oficina.Config,
+                                          &oficina.Reloj, &oficina.Aliases}));
+    EXPECT_FALSE(oficina.Modulo->Registra({})) << "twice";
+}
+
+TEST_F(OficinaTest, AMissingOrBrokenTableIsAMessage)
+{
+    const struct {
+        const char *que;
+        std::function<void(const std::filesystem::path &)> rompe;
+        const char *dice;
+    } casos[] = {
+        {"missing", [](const auto &fichero) { std::filesystem::remove(fichero); }, "AGENDA_N"},
+        {"not a table", [](const auto &fichero) { writeFile(fichero, std::string(400, 'x')); }, "dBase"},
+        {"cut short", [](const auto &fichero) { std::filesystem::resize_file(fichero, 5000); }, "líneas"},
+    };
+    TOficina oficina(ruta(), Hoy);
+    TVentanaOficina ventana(oficina);
+    const auto fichero = carpeta.path() / "NOTARIO2" / "AGENDA_N.DBF";
+    const std::string buena = readFile(fichero);
+    for (const auto &caso : casos) {
+        SCOPED_TRACE(caso.que);
+        writeFile(fichero, buena);
+        caso.rompe(fichero);
+        enDialogo([&](QWidget *caja) {
+            EXPECT_EQ(caja->windowTitle(), " ATENCIÓN:");
+            EXPECT_TRUE(qobject_cast<QMessageBox *>(caja)->text().contains(caso.dice))
+                << qobject_cast<QMessageBox *>(caja)->text().toStdString();
+            caja->close();
+        });
+        EXPECT_FALSE(ventana.AbreAgenda());
+    }
+    const TempFolder vacia;
+    EXPECT_THROW(TConfiguracion(QString::fromStdString(vacia.path().string())), dataset::EDatabaseError);
+}
+
+TEST_F(OficinaTest, MessageBoxesKeepTitlesTextsAndButtonOrder)
+{
+    TMensajeOficina mensajes;
+    const auto botones = [](QWidget *caja) {
+        QStringList textos;
+        auto todos = caja->findChildren<QPushButton *>();
+        std::ranges::sort(todos, {}, [](const QPushButton *boton) { return boton->x(); });
+        for (const QPushButton *const boton : todos)
+            textos << boton->text();
+        return textos;
+    };
+    enDialogo([&](QWidget *caja) {
+        EXPECT_EQ(caja->windowTitle(), "Agenda");
+        EXPECT_EQ(qobject_cast<QMessageBox *>(caja)->text(), "¿Sí o no?");
+        EXPECT_EQ(qobject_cast<QMessageBox *>(caja)->informativeText(), "Explicación");
+        EXPECT_EQ(botones(caja), (QStringList{"&Sí", "&No"}));
+        QTest::keyClick(caja->windowHandle(), Qt::Key_Return);
+    });
+    EXPECT_EQ(mensajes.Mensaje_SiNo("¿Sí o no?", "Explicación", "Agenda"), 1);
+    enDialogo([&](QWidget *caja) {
+        EXPECT_EQ(botones(caja), (QStringList{"&No", "&Sí"}));
+        QTest::keyClick(caja->windowHandle(), Qt::Key_Return);
+    });
+    EXPECT_NE(mensajes.Mensaje_NoSi("¿Sí o no?", "", " ATENCIÓN"), 1) << "no is the default";
+    enDialogo([](QWidget *caja) { QTest::keyClick(caja->windowHandle(), Qt::Key_Escape); });
+    TMensaje pregunta;
+    pregunta.Clase = TClaseMensaje::pregunta;
+    pregunta.Texto = "<b>literal</b>";
+    EXPECT_NE(mensajes.Mensajes(pregunta), 1) << "Esc is no";
+}
+
+TEST_F(OficinaTest, AsksForDatesAndClerks)
+{
+    TOficina oficina(ruta(), Hoy);
+    QDate fecha = Hoy;
+    enDialogo([](QWidget *dialogo) {
+        EXPECT_EQ(dialogo->windowTitle(), "Agenda del día:");
+        for (const char letra : std::string("31/02/2027"))
+            QTest::keyClick(dialogo->windowHandle(), letra);
+        enDialogo([](QWidget *aviso) {
+            EXPECT_EQ(qobject_cast<QMessageBox *>(aviso)->text(), "La fecha introducida no es correcta");
+            QTest::keyClick(aviso->windowHandle(), Qt::Key_Return);
+        });
+        QTest::keyClick(dialogo->windowHandle(), Qt::Key_Return);
+        for (const char letra : std::string("28/02/2027"))
+            QTest::keyClick(dialogo->windowHandle(), letra);
+        QTest::keyClick(dialogo->windowHandle(), Qt::Key_Return);
+    });
+    EXPECT_TRUE(oficina.Rut.PreguntaFecha(fecha, "Fecha de la agenda", "Agenda del día:"));
+    EXPECT_EQ(fecha, QDate(2027, 2, 28));
+    enDialogo([](QWidget *dialogo) { QTest::keyClick(dialogo->windowHandle(), Qt::Key_Escape); });
+    EXPECT_FALSE(oficina.Rut.PreguntaFecha(fecha, "Fecha de la agenda", "Agenda del día:"));
+    EXPECT_EQ(fecha, QDate(2027, 2, 28));
+
+    QString oficial = "Ro";
+    enDialogo([](QWidget *dialogo) { QTest::keyClick(dialogo->windowHandle(), Qt::Key_Return); });
+    EXPECT_TRUE(oficina.Rut.PreguntaOficial(oficial));
+    EXPECT_EQ(oficial, "Rosa Güemes");
+
+    QLineEdit edicion;
+    edicion.setText("mar");
+    oficina.Clientes.KeyUpBusqueda(edicion, Qt::Key_R);
+    EXPECT_TRUE(edicion.text().startsWith("Mar")) << edicion.text().toStdString();
+    EXPECT_EQ(edicion.property("Tag").toLongLong(), oficina.Clientes.Codigo());
+    EXPECT_GT(oficina.Clientes.Codigo(), 0);
+    edicion.setText("zzz");
+    oficina.Clientes.ExitBusqueda(edicion, true);
+    EXPECT_EQ(edicion.property("Tag").toInt(), 0);
+}
+
+TEST_F(OficinaTest, TheFocusMarkComesAndGoes)
+{
+    TRvariasOficina entrada;
+    QLineEdit edicion;
+    const QColor antes = edicion.palette().color(QPalette::Base);
+    entrada.TomaFocoControl(edicion);
+    entrada.TomaFocoControl(edicion);
+    EXPECT_NE(edicion.palette().color(QPalette::Base), antes);
+    entrada.DejaFocoControl(edicion);
+    EXPECT_EQ(edicion.palette().color(QPalette::Base), antes);
+    EXPECT_TRUE(entrada.EsBoton(std::make_unique<QPushButton>().get()));
+    EXPECT_FALSE(entrada.EsBoton(&edicion));
+    EXPECT_FALSE(entrada.EsBoton(nullptr));
+}
+
+} // namespace
