@@ -65,17 +65,14 @@ dbase::IndexEntry entryOfPlace(const Place &place)
 /// The part of an index expression that orders by one field.
 std::string keyPartOf(const dbase::FieldDefinition &field, bool alone)
 {
-    switch (field.type) {
-    case dbase::FieldType::date:
-        return alone ? field.name : "DTOS(" + field.name + ")";
-    case dbase::FieldType::numeric:
-    case dbase::FieldType::floating:
-        return alone ? field.name
-                     : "STR(" + field.name + "," + std::to_string(field.width) + "," +
-                           std::to_string(field.decimals) + ")";
-    default:
+    const bool numeric = field.type == dbase::FieldType::numeric || field.type == dbase::FieldType::floating;
+    if (alone || (!numeric && field.type != dbase::FieldType::date))
         return field.name;
-    }
+    std::string part(numeric ? "STR(" : "DTOS(");
+    part.append(field.name);
+    if (numeric)
+        part.append(",").append(std::to_string(field.width)).append(",").append(std::to_string(field.decimals));
+    return part.append(")");
 }
 
 } // namespace
@@ -269,7 +266,9 @@ dbase::Index *DbfStore::indexFor(const QString &names)
                                      .arg(tableName, part.trimmed()),
                                  dbase::ErrorKind::notFound);
         wanted.push_back(field);
-        expression += (expression.empty() ? "" : "+") + keyPartOf(definition(field), parts.size() == 1);
+        if (!expression.empty())
+            expression.append("+");
+        expression.append(keyPartOf(definition(field), parts.size() == 1));
     }
     if (dbase::Index *index = indexLeadingWith(wanted))
         return index;

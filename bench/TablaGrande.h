@@ -1,0 +1,60 @@
+#pragma once
+
+#include "agenda/AgendaNDM.h"
+#include "dataset/DbfTable.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QTemporaryDir>
+
+/// A notary's agenda of twenty years in a folder of its own: 24 lines on each of 6,250 working days, 150,000
+/// in all.
+class TTablaGrande
+{
+public:
+    static constexpr int Dias = 6250;
+    static constexpr int LineasPorDia = 24;
+
+    TTablaGrande()
+    {
+        m_aliases.add(QStringLiteral("NOTARIO1"), m_carpeta.path());
+        const auto tabla = Cursor();
+        tabla->createFile(CamposAgendaN());
+        tabla->open();
+        for (int dia = 0; dia < Dias; ++dia) {
+            for (int hueco = 0; hueco < LineasPorDia; ++hueco)
+                Anade(*tabla, Dia(dia), hueco);
+        }
+    }
+    static QDate Dia(int numero) { return QDate(2006, 1, 2).addDays(numero * 7 / 6); }
+    static void Anade(dataset::DataSet &tabla, QDate fecha, int hueco)
+    {
+        tabla.append();
+        tabla.field(0).setDate(fecha);
+        tabla.field(1).setText(
+            QStringLiteral("%1:%2").arg(9 + hueco / 2, 2, 10, QLatin1Char('0')).arg(hueco % 2 ? "30" : "00"));
+        tabla.field(2).setText(QStringLiteral("Escritura número %1 de compraventa").arg(hueco));
+        tabla.field(4).setText(QStringLiteral("María Núñez Peláez"));
+        tabla.field(6).setText(QStringLiteral("N"));
+        tabla.post();
+    }
+    /// A cursor that is not open yet.
+    std::unique_ptr<dataset::DbfTable> Cursor() const
+    {
+        auto tabla = std::make_unique<dataset::DbfTable>(m_aliases);
+        tabla->setDatabaseName(QStringLiteral("NOTARIO1"));
+        tabla->setDurable(false);
+        PreparaTablaAgendaN(*tabla);
+        return tabla;
+    }
+    std::unique_ptr<dataset::DbfTable> Abierta() const
+    {
+        auto tabla = Cursor();
+        tabla->open();
+        return tabla;
+    }
+    [[nodiscard]] const dataset::Aliases &Aliases() const { return m_aliases; }
+
+private:
+    QTemporaryDir m_carpeta;
+    dataset::Aliases m_aliases;
+};

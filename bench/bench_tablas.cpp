@@ -1,0 +1,117 @@
+// Speeds of the table operations, on an agenda of twenty years.
+
+#include "bench/TablaGrande.h"
+
+#include <benchmark/benchmark.h>
+
+#include <QtCore/QCoreApplication>
+
+#include <thread>
+
+namespace
+{
+
+const TTablaGrande &Grande()
+{
+    static const TTablaGrande grande;
+    return grande;
+}
+
+/// The file's clock must have moved on, or a refresh has to read the file to be sure that nobody wrote.
+void EsperaReposo()
+{
+    std::this_thread::sleep_for(std::chrono::milliseconds(80));
+}
+
+void Abrir(benchmark::State &state)
+{
+    for (auto _ : state)
+        benchmark::DoNotOptimize(Grande().Abierta());
+}
+BENCHMARK(Abrir)->Unit(benchmark::kMillisecond);
+
+void RangoDeUnDia(benchmark::State &state)
+{
+    const auto tabla = Grande().Abierta();
+    EsperaReposo();
+    tabla->refresh();
+    int dia = 0;
+    for (auto _ : state) {
+        dia = (dia + 977) % TTablaGrande::Dias;
+        const QDate fecha = TTablaGrande::Dia(dia);
+        benchmark::DoNotOptimize(
+            tabla->setRange({{"FECHA", fecha}, {"HORA", "00:00"}}, {{"FECHA", fecha}, {"HORA", "23:59"}}));
+    }
+}
+BENCHMARK(RangoDeUnDia)->Unit(benchmark::kMicrosecond);
+
+void BusquedaExacta(benchmark::State &state)
+{
+    const auto tabla = Grande().Abierta();
+    EsperaReposo();
+    tabla->refresh();
+    int dia = 0;
+    for (auto _ : state) {
+        dia = (dia + 977) % TTablaGrande::Dias;
+        benchmark::DoNotOptimize(tabla->locate({{"FECHA", TTablaGrande::Dia(dia)}, {"HORA", "12:30"}},
+                                               dataset::SearchMode::exact));
+    }
+}
+BENCHMARK(BusquedaExacta)->Unit(benchmark::kMicrosecond);
+
+void SiguienteLinea(benchmark::State &state)
+{
+    const auto tabla = Grande().Abierta();
+    for (auto _ : state) {
+        tabla->next();
+        if (tabla->eof())
+            tabla->first();
+    }
+}
+BENCHMARK(SiguienteLinea)->Unit(benchmark::kMicrosecond);
+
+void RefrescoSinNovedad(benchmark::State &state)
+{
+    const auto tabla = Grande().Abierta();
+    EsperaReposo();
+    tabla->refresh();
+    for (auto _ : state)
+        tabla->refresh();
+}
+BENCHMARK(RefrescoSinNovedad)->Unit(benchmark::kMicrosecond);
+
+void RefrescoConUnaLineaAjena(benchmark::State &state)
+{
+    const auto tabla = Grande().Abierta();
+    const auto ajena = Grande().Abierta();
+    int vez = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        ajena->edit();
+        ajena->field(2).setText(QString::number(++vez));
+        ajena->post();
+        state.ResumeTiming();
+        tabla->refresh();
+    }
+}
+BENCHMARK(RefrescoConUnaLineaAjena)->Unit(benchmark::kMillisecond);
+
+void Anadir(benchmark::State &state)
+{
+    const auto tabla = Grande().Abierta();
+    int n = 0;
+    for (auto _ : state)
+        TTablaGrande::Anade(*tabla, QDate(2040, 1, 1).addDays(n / 24), n % 24), ++n;
+}
+BENCHMARK(Anadir)->Unit(benchmark::kMicrosecond)->Iterations(2000);
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication programa(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    Grande(); // made now, not on somebody's time
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

@@ -1,0 +1,19 @@
+#!/bin/sh
+# Prints the speeds of a release build. Usage: medir.sh FOLDER_OF_PROGRAMS
+set -eu
+programas=$1
+export QT_QPA_PLATFORM=offscreen
+datos=$(mktemp -d)
+trap 'rm -rf "$datos"' EXIT
+
+echo "== Tablas (una agenda de 150.000 líneas)"
+"$programas/bench_tablas" --benchmark_counters_tabular=true
+echo
+echo "== Ventana (metas: cambio de día < 16 ms, refresco sin novedad < 0,2 ms)"
+"$programas/bench_ventana"
+echo
+echo "== Arranque hasta la agenda pintada (meta: < 300 ms; 20 años de un notario, 5 veces)"
+"$programas/oficina" --datos "$datos/oficina" --crear-demo --solo-datos --anyos 20 --fecha 20/11/2026
+for vez in 1 2 3 4 5; do
+    "$programas/oficina" --datos "$datos/oficina" --fecha 20/11/2026 --mide-arranque 2>/dev/null
+done
