@@ -57,7 +57,7 @@ format-check:
 tidy:
 	@$(PAQUETES) construir tidy
 	cmake --preset tidy
-	cmake --build --preset tidy
+	cmake --build --preset tidy -- -k 0
 
 asan:
 	@$(PAQUETES) construir pruebas asan

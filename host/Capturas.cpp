@@ -19,6 +19,18 @@ template <class T> T *Pieza(QWidget *ventana, const char *nombre)
     return ventana ? ventana->findChild<T *>(QLatin1String(nombre)) : nullptr;
 }
 
+/// The first line with a subject, so that a picture shows the memo filled.
+QModelIndex PrimeraOcupada(const QTableView &rejilla)
+{
+    constexpr int Cita = 1;
+    const QAbstractItemModel &modelo = *rejilla.model();
+    for (int fila = 0; fila < modelo.rowCount(); ++fila) {
+        if (!modelo.index(fila, Cita).data().toString().isEmpty())
+            return modelo.index(fila, Cita);
+    }
+    return modelo.index(0, Cita);
+}
+
 } // namespace
 
 TCapturas::TCapturas(const QString &carpeta)
@@ -36,6 +48,10 @@ TCapturas::TCapturas(const QString &carpeta)
             dialogo->reject();
     };
     m_pasos = {
+        [this] {
+            if (auto *const rejilla = Pieza<QTableView>(Delante(), "DBGAgendaN1"))
+                rejilla->setCurrentIndex(PrimeraOcupada(*rejilla));
+        },
         [this] { Dibuja(*Delante(), QStringLiteral("agenda")); },
         [this] {
             if (auto *const rejilla = Pieza<QTableView>(Delante(), "DBGAgendaN1")) {

@@ -232,8 +232,8 @@ void TGenerador::RellenaDia(DbfTable &agenda, QDate fecha)
     const bool ausente = m_azar.Ciento(3);
     for (int minuto = PrimeraHora * 60; minuto < (UltimaHora + 1) * 60; minuto += Intervalo) {
         const bool comida = minuto >= 14 * 60 && minuto < 16 * 60;
-        const bool ocupada = m_azar.Ciento(comida ? 5 : 55);
-        const bool salida = ocupada && m_azar.Ciento(6);
+        const bool ocupada = m_azar.Ciento(comida ? 8 : 72);
+        const bool salida = ocupada && m_azar.Ciento(9);
         QString concepto;
         QVariant codigo;
         QString interesado;

@@ -4,6 +4,7 @@
 
 #include <QtCore/QLocale>
 #include <QtGui/QAction>
+#include <QtGui/QScreen>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QMenu>
 #include <QtWidgets/QMenuBar>
@@ -67,6 +68,9 @@ TVentanaOficina::TVentanaOficina(TOficina &oficina)
     setCentralWidget(centro);
     statusBar()->showMessage(QStringLiteral("Datos: ") + oficina.Config.GetPath());
     resize(760, 540);
+    // Placed here and not by the desktop, which would do it after the agenda has been centred on this window.
+    const QRect sitio = screen()->availableGeometry();
+    move(sitio.center() - QPoint(width() / 2, height() / 2));
     abrir->setFocus();
 }
 

@@ -92,6 +92,7 @@ int Trabaja(const TOpciones &opciones, const QElapsedTimer &reloj)
     }
     ventana.show();
     if (!opciones.Capturas.isEmpty()) {
+        QCoreApplication::processEvents(); // laid out and shown, as a clerk would find it
         TCapturas capturas(opciones.Capturas);
         capturas.Dibuja(ventana, QStringLiteral("oficina"));
         capturas.Empieza();
