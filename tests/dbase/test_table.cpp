@@ -77,7 +77,7 @@ TEST_F(TableTest, RefusesWhatCannotBeRightAndLeavesItAsItWas)
     create();
     ASSERT_TRUE(open()->append(line(*open(), 1, "09:00")).ok());
     const std::string good = readFile(file);
-    const auto with = [&](std::size_t at, std::string bytes) {
+    const auto with = [&](std::size_t at, const std::string &bytes) {
         std::string bad = good;
         return bad.replace(at, bytes.size(), bytes);
     };
