@@ -31,10 +31,6 @@ namespace
 
 constexpr QSize AreaCliente{635, 437};
 constexpr int PeriodoRefresco = 5000; // ms
-constexpr int ColumnaHora = 0;
-constexpr int ColumnaCita = 1;
-constexpr int ColumnaInteresado = 2;
-constexpr int ColumnaOficial = 3;
 
 /// The code by which the desktop knows a key: 48..57 the digits, 65..90 the letters, 97..105 the keypad's
 /// digits 1 to 9, 106..111 its operators, 112..122 F1 to F11, and 209 for Ñ. 0 for keys that do not matter

@@ -65,6 +65,11 @@ protected:
 
 private:
     static constexpr int NumPestanas = TClassAgendaN::MaxNotarios;
+    // Columns of every grid
+    static constexpr int ColumnaHora = 0;
+    static constexpr int ColumnaCita = 1;
+    static constexpr int ColumnaInteresado = 2;
+    static constexpr int ColumnaOficial = 3;
     using TOrden = std::function<void()>;
 
     // FichaAgendaNMontaje.cpp: the window is put together

@@ -27,7 +27,6 @@ using dbcontrols::MaskEdit;
 namespace
 {
 
-constexpr int ColumnaHora = 0;
 constexpr int AnchoHora = 33;
 constexpr int AnchoFecha = 65;
 constexpr int LadoIcono = 20;
