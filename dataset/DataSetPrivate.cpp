@@ -195,7 +195,7 @@ const Record *DataSetPrivate::cached(Bookmark wanted) const
         cache.clear();
         cacheForgot = true;
     }
-    return &*cache.insert(wanted, std::move(*fresh));
+    return &*cache.insert(wanted, *fresh);
 }
 
 void DataSetPrivate::recheckCache()

@@ -71,7 +71,10 @@ std::string keyPartOf(const dbase::FieldDefinition &field, bool alone)
     std::string part(numeric ? "STR(" : "DTOS(");
     part.append(field.name);
     if (numeric)
-        part.append(",").append(std::to_string(field.width)).append(",").append(std::to_string(field.decimals));
+        part.append(",")
+            .append(std::to_string(field.width))
+            .append(",")
+            .append(std::to_string(field.decimals));
     return part.append(")");
 }
 

@@ -8,7 +8,11 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
+#if defined(__linux__)
+#include <sys/vfs.h>
+#endif
 #include <unistd.h>
 #endif
 
@@ -153,10 +157,40 @@ Result<bool> File::tryLock(std::uint64_t offset, std::uint64_t length, LockKind 
     return failure("no se puede bloquear el fichero", m_native->name);
 }
 
+Result<bool> File::convertLock(std::uint64_t offset, std::uint64_t length, LockKind kind)
+{
+    unlock(offset, length);
+    return tryLock(offset, length, kind);
+}
+
 void File::unlock(std::uint64_t offset, std::uint64_t length) noexcept
 {
     OVERLAPPED place = placeOf(offset);
     UnlockFileEx(m_native->handle, 0, static_cast<DWORD>(length), static_cast<DWORD>(length >> 32U), &place);
+}
+
+Status File::reserve(std::uint64_t /*offset*/, std::uint64_t /*bytes*/)
+{
+    return {};
+}
+
+bool File::isRemote() const
+{
+    FILE_REMOTE_PROTOCOL_INFO info{};
+    return GetFileInformationByHandleEx(m_native->handle, FileRemoteProtocolInfo, &info, sizeof info) != 0;
+}
+
+// Not mapped: a mapped file cannot be shortened here, not even by the program that packs it.
+Result<Mapping> Mapping::of(const File & /*file*/, std::size_t /*size*/)
+{
+    return Status(ErrorKind::unsupported, "los ficheros no se proyectan en memoria");
+}
+
+Mapping::~Mapping() = default;
+
+Status syncFolder(const std::filesystem::path & /*folder*/)
+{
+    return {};
 }
 
 #else
@@ -307,11 +341,77 @@ Result<bool> File::tryLock(std::uint64_t offset, std::uint64_t length, LockKind 
     return true;
 }
 
+Result<bool> File::convertLock(std::uint64_t offset, std::uint64_t length, LockKind kind)
+{
+    return tryLock(offset, length, kind);
+}
+
 void File::unlock(std::uint64_t offset, std::uint64_t length) noexcept
 {
     struct flock range = rangeOf(offset, length, F_UNLCK);
     while (::fcntl(m_native->descriptor, setLockCommand, &range) != 0 && errno == EINTR) {
     }
+}
+
+Status File::reserve(std::uint64_t offset, std::uint64_t bytes)
+{
+#if defined(__linux__)
+    const auto from = static_cast<off_t>(offset);
+    while (::fallocate(m_native->descriptor, FALLOC_FL_KEEP_SIZE, from, static_cast<off_t>(bytes)) != 0) {
+        if (errno == ENOSPC || errno == EDQUOT || errno == EFBIG)
+            return failure("no queda sitio", m_native->name);
+        if (errno != EINTR)
+            break;
+    }
+#endif
+    return {};
+}
+
+bool File::isRemote() const
+{
+#if defined(__linux__)
+    struct statfs info = {};
+    if (::fstatfs(m_native->descriptor, &info) != 0)
+        return true; // the careful answer
+    constexpr long nfs = 0x6969;
+    constexpr long smb = 0x517B;
+    constexpr long smb2 = 0xFE534D42L;
+    constexpr long cifs = 0xFF534D42L;
+    constexpr long fuse = 0x65735546;
+    const auto type = static_cast<long>(static_cast<unsigned long>(info.f_type) & 0xFFFFFFFFUL);
+    return type == nfs || type == smb || type == smb2 || type == cifs || type == fuse;
+#else
+    return true;
+#endif
+}
+
+Result<Mapping> Mapping::of(const File &file, std::size_t size)
+{
+    void *const data = ::mmap(nullptr, size, PROT_READ, MAP_SHARED, file.m_native->descriptor, 0);
+    if (data == MAP_FAILED)
+        return failure("el fichero no se puede proyectar en memoria", file.m_native->name);
+    Mapping mapping;
+    mapping.m_data = static_cast<const std::uint8_t *>(data);
+    mapping.m_size = size;
+    return mapping;
+}
+
+Mapping::~Mapping()
+{
+    if (m_data)
+        ::munmap(const_cast<std::uint8_t *>(m_data), m_size);
+}
+
+Status syncFolder(const std::filesystem::path &folder)
+{
+    const auto name = displayName(folder);
+    const int descriptor = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        return failure("no se puede abrir la carpeta", name);
+    const bool synced = ::fsync(descriptor) == 0 || errno == EINVAL; // some file systems have nothing to do
+    const Status status = synced ? Status() : failure("el disco no ha confirmado la escritura", name);
+    ::close(descriptor);
+    return status;
 }
 
 #endif

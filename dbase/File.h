@@ -54,16 +54,57 @@ public:
     /// Returns when the contents have reached the disk. A failure is final for what was written before it.
     Status sync();
 
+    /// Makes sure that `bytes` more can be written from `offset` on without the disk becoming full; the size
+    /// stays. Where a file system cannot promise that, it is taken for done. @return full.
+    Status reserve(std::uint64_t offset, std::uint64_t bytes);
+    /// Whether the file lies on another machine: then it must not be mapped, and size and time may be old
+    /// news.
+    [[nodiscard]] bool isRemote() const;
+
     enum class LockKind { shared, exclusive };
     /// Takes a byte range without waiting. @return false when somebody else has it.
     Result<bool> tryLock(std::uint64_t offset, std::uint64_t length, LockKind kind);
+    /// Turns a lock that is held into one of the other kind, in one step where the system can. @return false,
+    /// with the old one perhaps lost, when somebody else is in the way.
+    Result<bool> convertLock(std::uint64_t offset, std::uint64_t length, LockKind kind);
     void unlock(std::uint64_t offset, std::uint64_t length) noexcept;
 
 private:
+    friend class Mapping;
     struct Native;
     explicit File(std::unique_ptr<Native> native);
     std::unique_ptr<Native> m_native;
 };
+
+/// The contents of a file as memory, for reading only; what others write to the file shows in it at once.
+/// Whoever reads it keeps others from shortening the file meanwhile, by a lock.
+class Mapping
+{
+public:
+    Mapping() = default;
+    Mapping(Mapping &&other) noexcept { *this = std::move(other); }
+    Mapping &operator=(Mapping &&other) noexcept
+    {
+        std::swap(m_data, other.m_data);
+        std::swap(m_size, other.m_size);
+        return *this;
+    }
+    Mapping(const Mapping &) = delete;
+    Mapping &operator=(const Mapping &) = delete;
+    ~Mapping();
+
+    /// @return unsupported where files cannot be mapped.
+    static Result<Mapping> of(const File &file, std::size_t size);
+    [[nodiscard]] const std::uint8_t *data() const { return m_data; }
+    [[nodiscard]] std::size_t size() const { return m_size; }
+
+private:
+    const std::uint8_t *m_data = nullptr;
+    std::size_t m_size = 0;
+};
+
+/// Makes names that were added to a folder survive a power cut, where the system needs to be told.
+Status syncFolder(const std::filesystem::path &folder);
 
 /// A byte range held; given back at the end of its life.
 class RangeLock

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <chrono>
 #include <cmath>
 #include <cstring>
 
@@ -333,11 +334,11 @@ void decimalFromDouble(double value, std::uint8_t *out)
     const auto end = std::to_chars(text.data(), text.data() + text.size(), std::fabs(value),
                                    std::chars_format::scientific, 14)
                          .ptr;
-    const char *mark = std::find(text.data(), static_cast<const char *>(end), 'e');
+    const char *mark = std::find<const char *>(text.data(), end, 'e');
     int exponent = 0;
     std::from_chars(mark + (mark[1] == '+' ? 2 : 1), end, exponent);
     std::string digits(1, text[0]);
-    digits.append(text.data() + 2, mark);
+    digits.append(static_cast<const char *>(text.data()) + 2, mark);
     while (!digits.empty() && digits.back() == '0')
         digits.pop_back();
     out[0] = static_cast<std::uint8_t>(exponentZero + exponent + 1);
@@ -403,6 +404,68 @@ int compareMdxKeys(KeyType type, const std::uint8_t *a, const std::uint8_t *b, s
         return compareDecimal(a, b);
     }
     return std::memcmp(a, b, length);
+}
+
+namespace
+{
+
+// A date key is the Julian day number as a double; blank dates stand behind all others.
+constexpr int julianOfUnixEpoch = 2440588;
+constexpr double blankDateKey = 1e300;
+
+double julianOfText(std::span<const std::uint8_t> digits)
+{
+    const FieldDefinition whole{"D", FieldType::date, 8, 0, 0};
+    const auto date = readDate(digits, whole);
+    if (!date)
+        return blankDateKey;
+    const std::chrono::year_month_day day{std::chrono::year(date->year),
+                                          std::chrono::month(static_cast<unsigned>(date->month)),
+                                          std::chrono::day(static_cast<unsigned>(date->day))};
+    return static_cast<double>(std::chrono::sys_days(day).time_since_epoch().count() + julianOfUnixEpoch);
+}
+
+std::vector<std::uint8_t> textOfJulian(double julian)
+{
+    std::vector<std::uint8_t> out(8, 0x20);
+    if (!(julian > 1721425.0 && julian < 5373485.0)) // years 1 to 9999
+        return out;
+    const std::chrono::sys_days days{std::chrono::days(static_cast<int>(julian) - julianOfUnixEpoch)};
+    const std::chrono::year_month_day date{days};
+    unsigned value = static_cast<unsigned>(static_cast<int>(date.year())) * 10000 +
+                     static_cast<unsigned>(date.month()) * 100 + static_cast<unsigned>(date.day());
+    for (std::size_t i = 8; i-- > 0; value /= 10)
+        out[i] = static_cast<std::uint8_t>('0' + value % 10);
+    return out;
+}
+
+} // namespace
+
+void mdxKeyFromIndexKey(KeyType type, std::span<const std::uint8_t> key, std::span<std::uint8_t> out)
+{
+    switch (type) {
+    case KeyType::character:
+        std::copy_n(key.begin(), std::min(key.size(), out.size()), out.begin());
+        return;
+    case KeyType::date:
+        putDouble(julianOfText(key), out.data());
+        return;
+    case KeyType::numeric:
+        decimalFromDouble(doubleFromComparable(key.data()), out.data());
+        return;
+    }
+}
+
+std::vector<std::uint8_t> indexKeyFromMdxKey(KeyType type, std::span<const std::uint8_t> key)
+{
+    if (type == KeyType::date)
+        return textOfJulian(doubleOf(key.data()));
+    std::vector<std::uint8_t> out(key.begin(), key.end());
+    if (type == KeyType::numeric) {
+        out.resize(8);
+        comparableFromDouble(doubleFromDecimal(key.data()), out.data());
+    }
+    return out;
 }
 
 } // namespace dbase

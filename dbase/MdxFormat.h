@@ -62,6 +62,7 @@
 // Example, a leaf with two keys of 13 bytes:
 //   02000000 00000000 02000000 "2024022810:00" 000000 01000000 "2024022909:30" 000000 00000000
 
+#include "dbase/Bytes.h"
 #include "dbase/Record.h"
 
 #include <cstdint>
@@ -134,33 +135,13 @@ std::vector<std::uint8_t> encodeMdxTagHeader(const MdxTag &tag, std::uint8_t lan
 [[nodiscard]] int compareMdxKeys(KeyType type, const std::uint8_t *a, const std::uint8_t *b,
                                  std::size_t length);
 
-// Keys as the file stores them, from and to the form in which an Index compares them (see KeyExpression).
-/// @param out  keyLength bytes.
-void mdxKeyFromIndexKey(KeyType type, std::span<const std::uint8_t> key, std::span<std::uint8_t> out);
-/// Writes the comparable form to `out` (8 bytes for D and N, the key itself for C); returns its length.
-std::size_t indexKeyFromMdxKey(KeyType type, std::span<const std::uint8_t> key, std::span<std::uint8_t> out);
+// Keys as the file stores them, from and to the form in which an Index compares them (see KeyExpression):
+// texts are the same in both, a date is eight digits there and a day number here, a number eight ordered
+// bytes there and digits here.
 
-/// Little-endian integers, by shifts.
-[[nodiscard]] inline std::uint32_t get32(const std::uint8_t *p)
-{
-    return static_cast<std::uint32_t>(p[0]) | static_cast<std::uint32_t>(p[1]) << 8U |
-           static_cast<std::uint32_t>(p[2]) << 16U | static_cast<std::uint32_t>(p[3]) << 24U;
-}
-[[nodiscard]] inline std::uint16_t get16(const std::uint8_t *p)
-{
-    return static_cast<std::uint16_t>(p[0] | p[1] << 8);
-}
-inline void put32(std::uint8_t *p, std::uint32_t value)
-{
-    p[0] = static_cast<std::uint8_t>(value);
-    p[1] = static_cast<std::uint8_t>(value >> 8U);
-    p[2] = static_cast<std::uint8_t>(value >> 16U);
-    p[3] = static_cast<std::uint8_t>(value >> 24U);
-}
-inline void put16(std::uint8_t *p, std::uint16_t value)
-{
-    p[0] = static_cast<std::uint8_t>(value);
-    p[1] = static_cast<std::uint8_t>(value >> 8U);
-}
+/// @param key  the whole comparable key. @param out  the tag's key length.
+void mdxKeyFromIndexKey(KeyType type, std::span<const std::uint8_t> key, std::span<std::uint8_t> out);
+/// The comparable form, as long as the expression's keys.
+[[nodiscard]] std::vector<std::uint8_t> indexKeyFromMdxKey(KeyType type, std::span<const std::uint8_t> key);
 
 } // namespace dbase

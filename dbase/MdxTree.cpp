@@ -203,7 +203,15 @@ Status MdxTree::outside(PageNumber page) const
 Status MdxTree::insert(std::span<const std::uint8_t> key, RecordNumber record)
 {
     MdxCursor path(m_store, m_tag);
-    path.descend(key, true);
+    const auto isEqual = [&] {
+        return path.valid() && compareMdxKeys(m_tag.keyType, path.key(), key.data(), key.size()) == 0;
+    };
+    path.seek(key);
+    while (isEqual() && path.record() < record)
+        path.next();
+    // Behind all equal ones, into the leaf in which other programs would look for the key first.
+    if (!isEqual())
+        path.descend(key, true);
     if (path.damaged())
         return path.status();
     return insertItem(path, path.depth() - 1, key.data(), record);
@@ -398,7 +406,7 @@ namespace
 /// A finished block on its way into the level above.
 struct BuiltBlock {
     PageNumber page = 0;
-    std::size_t lastEntry = 0; ///< index of the entry with its largest key
+    RecordNumber lastRecord = 0; ///< the one with its largest key
 };
 
 PageNumber appendBlock(std::vector<std::uint8_t> &blocks, PageNumber firstPage)
@@ -410,28 +418,31 @@ PageNumber appendBlock(std::vector<std::uint8_t> &blocks, PageNumber firstPage)
 
 } // namespace
 
-PageNumber buildMdxTree(const MdxTag &tag, std::span<const MdxEntry> entries, PageNumber firstPage,
+PageNumber buildMdxTree(const MdxTag &tag, std::span<const std::uint8_t> keys,
+                        std::span<const RecordNumber> order, PageNumber firstPage,
                         std::vector<std::uint8_t> &blocks)
 {
     const auto itemLength = static_cast<std::size_t>(tag.itemLength);
     const auto keyLength = static_cast<std::size_t>(tag.keyLength);
-    const std::size_t start = blocks.size();
-    const PageNumber origin = firstPage - static_cast<PageNumber>(start / mdxPageSize);
+    const PageNumber origin = firstPage - static_cast<PageNumber>(blocks.size() / mdxPageSize);
     const auto perLeaf = static_cast<std::size_t>(std::max(1, tag.maxItems - spareItemsInLeaf));
     const auto childrenPerInner = static_cast<std::size_t>(tag.maxItems - mdxInnerReserve + 1);
+    const auto putKey = [&](std::uint8_t *item, RecordNumber record) {
+        std::memcpy(item + childSize, keys.data() + (record - 1) * keyLength, keyLength);
+    };
 
     std::vector<BuiltBlock> level;
-    for (std::size_t from = 0; from < entries.size() || level.empty(); from += perLeaf) {
-        const std::size_t count = std::min(perLeaf, entries.size() - from);
+    for (std::size_t from = 0; from < order.size() || level.empty(); from += perLeaf) {
+        const std::size_t count = std::min(perLeaf, order.size() - from);
         const PageNumber page = appendBlock(blocks, origin);
         std::uint8_t *block = blocks.data() + blocks.size() - mdxBlockSize;
         put32(block, static_cast<std::uint32_t>(count));
         for (std::size_t i = 0; i < count; ++i) {
             std::uint8_t *item = block + itemsOffset + i * itemLength;
-            put32(item, entries[from + i].record);
-            std::memcpy(item + childSize, entries[from + i].key.data(), keyLength);
+            put32(item, order[from + i]);
+            putKey(item, order[from + i]);
         }
-        level.push_back({page, count > 0 ? from + count - 1 : 0});
+        level.push_back({page, count > 0 ? order[from + count - 1] : 0});
     }
     while (level.size() > 1) {
         std::vector<BuiltBlock> above;
@@ -444,9 +455,9 @@ PageNumber buildMdxTree(const MdxTag &tag, std::span<const MdxEntry> entries, Pa
                 std::uint8_t *item = block + itemsOffset + i * itemLength;
                 put32(item, level[from + i].page);
                 if (i + 1 < children)
-                    std::memcpy(item + childSize, entries[level[from + i].lastEntry].key.data(), keyLength);
+                    putKey(item, level[from + i].lastRecord);
             }
-            above.push_back({page, level[from + children - 1].lastEntry});
+            above.push_back({page, level[from + children - 1].lastRecord});
         }
         level = std::move(above);
     }

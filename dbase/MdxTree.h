@@ -102,7 +102,7 @@ public:
     {
     }
 
-    /// Puts a key behind all equal ones. @param key  the tag's key length.
+    /// Puts a key among equal ones by record number. @param key  the tag's key length.
     Status insert(std::span<const std::uint8_t> key, RecordNumber record);
     /// Takes (key, record) out. @return notFound when it is not there.
     Status remove(std::span<const std::uint8_t> key, RecordNumber record);
@@ -121,17 +121,14 @@ private:
     MdxTag &m_tag;
 };
 
-/// One line of a tree to be built; the key in the file's form.
-struct MdxEntry {
-    std::array<std::uint8_t, 100> key{};
-    RecordNumber record = 0;
-};
-
-/// Builds a whole tree from entries that are in order.
-/// @param firstPage  where the first of the blocks will stand.
+/// Builds a whole tree.
+/// @param keys       of record r from (r - 1) * key length on, in the file's form.
+/// @param order      the records in the order of the tree.
+/// @param firstPage  where the first of the new blocks will stand.
 /// @param blocks     the blocks are added here, one behind the other.
 /// @return the page of the root.
-PageNumber buildMdxTree(const MdxTag &tag, std::span<const MdxEntry> entries, PageNumber firstPage,
+PageNumber buildMdxTree(const MdxTag &tag, std::span<const std::uint8_t> keys,
+                        std::span<const RecordNumber> order, PageNumber firstPage,
                         std::vector<std::uint8_t> &blocks);
 
 } // namespace dbase

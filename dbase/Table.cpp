@@ -45,8 +45,20 @@ Status Table::create(const std::filesystem::path &file, const TableDefinition &d
     if (!created.ok())
         return created.status();
     bytes.value().push_back(dbfEndMark);
-    Status status = created.value().writeAt(0, bytes.value());
-    return status.ok() ? created.value().sync() : status;
+    {
+        File &dbf = created.value();
+        Status status = dbf.writeAt(0, bytes.value());
+        if (status.ok())
+            status = dbf.sync();
+        if (status.ok())
+            status = syncFolder(file.parent_path());
+        if (!status.ok())
+            return status;
+    }
+    // Journal and index are made by the first opening.
+    OpenOptions options;
+    options.tags = definition.tags;
+    return Table::open(file, options).status();
 }
 
 Result<std::unique_ptr<Table>> Table::open(const std::filesystem::path &file, const OpenOptions &options)
@@ -148,10 +160,32 @@ Result<bool> Table::refresh()
 
 std::vector<TagDefinition> Table::tags() const
 {
-    std::vector<TagDefinition> out;
-    for (const OwnedIndex &owned : m_impl->indexes)
-        out.push_back(owned.index->definition());
-    return out;
+    return m_impl->tags();
+}
+
+Status Table::beginGroup()
+{
+    return m_impl->beginGroup();
+}
+Status Table::commitGroup()
+{
+    return m_impl->commitGroup();
+}
+void Table::dropGroup()
+{
+    m_impl->dropGroup();
+}
+Status Table::check()
+{
+    return m_impl->check();
+}
+Status Table::reindex()
+{
+    return m_impl->reindex();
+}
+std::string Table::readOnlyReason() const
+{
+    return m_impl->readOnly ? m_impl->readOnlyReason : std::string();
 }
 
 Index *Table::index(std::string_view tag) const
@@ -166,7 +200,13 @@ Status Table::addTag(const TagDefinition &tag)
 Status Table::liveRecords(Index *index, std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
                           std::vector<RecordNumber> &out) const
 {
-    return m_impl->liveRecords(index, low, high, out);
+    return m_impl->liveRows(index, low, high, out, nullptr);
+}
+
+Status Table::liveRows(Index *index, std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
+                       std::vector<RecordNumber> &out, std::vector<std::uint8_t> &rows) const
+{
+    return m_impl->liveRows(index, low, high, out, &rows);
 }
 
 } // namespace dbase

@@ -115,10 +115,29 @@ public:
     /// Adds a tag to the open table (built at once). Does nothing when a tag of that name is there.
     Status addTag(const TagDefinition &tag);
 
+    /// Starts a group of changes that will be one commit: all of them or none. Others wait until it ends, so
+    /// it lasts milliseconds, never a dialog. New lines can be read at once; the indexes know them after
+    /// commitGroup().
+    Status beginGroup();
+    /// Writes the group. On failure nothing of it is written.
+    Status commitGroup();
+    /// Forgets it; does nothing when there is none.
+    void dropGroup();
+
+    /// Compares every line with every tag of the index file. @return damaged, naming the tag.
+    Status check();
+    /// Writes the index file anew, in its place.
+    Status reindex();
+    /// Why the table takes no changes; empty when it does.
+    [[nodiscard]] std::string readOnlyReason() const;
+
     /// The live records between two bounds of an index (see Index::collect), or of the whole table in the
     /// order of the file when `index` is null, appended to `out`.
     Status liveRecords(Index *index, std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
                        std::vector<RecordNumber> &out) const;
+    /// The same with the records themselves, one behind the other in `rows`; all as at one moment.
+    Status liveRows(Index *index, std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
+                    std::vector<RecordNumber> &out, std::vector<std::uint8_t> &rows) const;
 
 private:
     explicit Table(std::unique_ptr<TableImpl> impl);

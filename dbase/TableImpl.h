@@ -2,6 +2,8 @@
 
 #include "dbase/DbfFormat.h"
 #include "dbase/File.h"
+#include "dbase/Journal.h"
+#include "dbase/MdxFile.h"
 #include "dbase/MemoryIndex.h"
 #include "dbase/Table.h"
 
@@ -21,22 +23,58 @@ inline constexpr std::uint64_t changeLockLength = 2; ///< header and append byte
     return headerLockOffset - number;
 }
 
-/// An index with what it needs to notice that somebody else has changed a record: every record's key by
-/// number.
-struct OwnedIndex {
+class TableImpl;
+
+/// A tag kept in memory alone: for orders that the file has no tag for, and where the index file cannot be
+/// used.
+struct MemoryTag {
     std::unique_ptr<MemoryIndex> index;
-    std::vector<std::uint8_t> keys;
-    [[nodiscard]] std::span<const std::uint8_t> keyOf(RecordNumber number) const
-    {
-        const std::size_t length = index->expression().keyLength();
-        return std::span(keys).subspan((number - 1) * length, length);
-    }
+    std::uint64_t version = 0; ///< of the table when it was built
+};
+
+/// Access to a tag of the index file; every question takes the index lock for as long as it lasts.
+class MdxIndex final : public Index
+{
+public:
+    MdxIndex(TableImpl &table, std::size_t number, TagDefinition definition, KeyExpression expression);
+    [[nodiscard]] const TagDefinition &definition() const override { return m_definition; }
+    [[nodiscard]] const KeyExpression &expression() const override { return m_expression; }
+
+    Result<std::optional<IndexEntry>> find(std::span<const std::uint8_t> prefix) override;
+    Result<std::optional<IndexEntry>> atOrAfter(std::span<const std::uint8_t> key) override;
+    Result<std::optional<IndexEntry>> first() override;
+    Result<std::optional<IndexEntry>> last() override;
+    Result<std::optional<IndexEntry>> next(const IndexEntry &position) override;
+    Result<std::optional<IndexEntry>> prior(const IndexEntry &position) override;
+    Status collect(std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
+                   std::vector<RecordNumber> &out) override;
+    /// collect() for whoever holds the index lock already.
+    Status collectLocked(std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
+                         std::vector<RecordNumber> &out) const;
+    [[nodiscard]] std::size_t number() const { return m_number; }
+
+private:
+    using Move = std::function<void(MdxCursor &)>;
+    Result<std::optional<IndexEntry>> ask(const Move &move);
+    [[nodiscard]] const MdxTag &tag() const;
+    [[nodiscard]] std::vector<std::uint8_t> fileKey(std::span<const std::uint8_t> key) const;
+    [[nodiscard]] IndexEntry entryAt(const MdxCursor &cursor) const;
+    /// How the entry under the cursor stands to a position.
+    [[nodiscard]] int compareKey(const MdxCursor &cursor, std::span<const std::uint8_t> fileKey) const;
+
+    TableImpl &m_table;
+    std::size_t m_number;
+    TagDefinition m_definition;
+    KeyExpression m_expression;
 };
 
 class TableImpl
 {
 public:
     TableImpl(std::filesystem::path path, OpenOptions options);
+    ~TableImpl();
+    TableImpl(const TableImpl &) = delete;
+    TableImpl &operator=(const TableImpl &) = delete;
 
     Status open();
     Status readRecord(RecordNumber number, std::span<std::uint8_t> record) const;
@@ -44,24 +82,34 @@ public:
     Status update(RecordNumber number, std::span<const std::uint8_t> before,
                   std::span<const std::uint8_t> after);
     Status erase(RecordNumber number);
+    Status beginGroup();
+    Status commitGroup();
+    void dropGroup();
     Status takeRecordLock(RecordNumber number, std::chrono::milliseconds timeout);
     void dropRecordLock(RecordNumber number);
     Result<bool> refresh();
     Status addTag(const TagDefinition &tag);
-    [[nodiscard]] Index *index(std::string_view tag) const;
-    Status liveRecords(Index *index, std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
-                       std::vector<RecordNumber> &out) const;
+    [[nodiscard]] std::vector<TagDefinition> tags() const;
+    [[nodiscard]] Index *index(std::string_view tag);
+    Status liveRows(Index *index, std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
+                    std::vector<RecordNumber> &numbers, std::vector<std::uint8_t> *rows);
+    Status check();
+    Status reindex();
 
     std::filesystem::path path;
     std::string name; ///< for messages
     OpenOptions options;
     TableHeader header;
     bool readOnly = false;
+    std::string readOnlyReason;
     std::uint64_t version = 1;
-    std::vector<OwnedIndex> indexes;
     std::shared_ptr<const bool> alive = std::make_shared<const bool>(true); ///< expires with this object
 
 private:
+    friend class MdxIndex;
+    friend class ReadLook;
+    enum class Held { nothing, reading, changing };
+
     [[nodiscard]] Status failure(ErrorKind kind, std::string text) const
     {
         return {kind, std::move(text), name};
@@ -70,34 +118,120 @@ private:
     {
         return header.headerLength + std::uint64_t{number - 1} * header.recordLength;
     }
-    Result<RangeLock> waitForLock(std::uint64_t offset, std::uint64_t length,
-                                  std::chrono::milliseconds timeout, const std::string &refusal);
-    /// The change lock, with everything others have written taken in.
-    Result<RangeLock> beginChange();
-    Status catchUpForChange();
-    Status finishChange();
+
+    // TableOpen.cpp
+    Status openFiles();
     Status readHeader();
-    Status settleCount(bool mayAdopt);
-    Status adoptLinesBehindTheCount(RecordNumber inFile);
-    /// Calls `visit` with every record from `from` to the last one.
+    [[nodiscard]] Status checkCount() const;
+    Status openJournal();
+    Status startJournal();
+    Status joinOthers();
+    Status openIndex();
+    void dropIndexFile();
+    [[nodiscard]] bool soundForReading();
+    Status readTags();
+    Status needTags();
+    Status recover();
+    Status checkpoint(bool closing);
+    void closeInOrder();
+    [[nodiscard]] bool closedAsSeen() const;
+    [[nodiscard]] std::filesystem::path sibling(const char *extension) const;
+
+    // TableLocks.cpp
+    Result<RangeLock> waitForLock(File &file, std::uint64_t offset, std::uint64_t length, File::LockKind kind,
+                                  std::chrono::milliseconds timeout, const std::string &refusal);
+    Status beginRead();
+    void endRead() noexcept;
+    Status beginChange();
+    void endChange() noexcept;
+    Status checkNotLockedElsewhere(RecordNumber number, RangeLock &held);
+    /// Reads the journal's header; true when a commit of somebody who died waits to be finished.
+    Result<bool> lookAtJournal();
+    [[nodiscard]] File &readLockFile();
+
+    // TableChange.cpp
+    Status checkWritable(std::size_t recordSize) const;
+    Status commit(Commit &commit);
+    Status stageKeys(const Commit &commit);
+    Status writeJournal(const Commit &commit);
+    Status apply(const Commit &commit);
+    Status writeRecords(const Commit &commit);
+    Status writeDateAndCount(RecordNumber count);
+    Status writeState();
+    Status finishDeadCommit();
+    Status replay(std::span<const Commit> commits);
+    Status settleCount();
+    Status poison(const Status &cause);
+    void noteCommit(const Commit &commit);
+
+    // TableIndex.cpp
     Status scan(RecordNumber from,
                 const std::function<void(RecordNumber, std::span<const std::uint8_t>)> &visit) const;
-    /// Compares every record with what is known of it. @return whether anything differs.
-    Result<bool> takeInForeignChanges();
-    void noteRecord(RecordNumber number, std::span<const std::uint8_t> record);
+    Result<std::vector<TagKeys>> keysOfAll() const;
+    [[nodiscard]] std::vector<std::uint8_t> fileKeyOf(std::size_t tag,
+                                                      std::span<const std::uint8_t> record) const;
+    /// Makes the index right, by looking first and rewriting it only when it is not.
+    Status repairIndex();
+    Status rewriteIndex(std::vector<MdxTag> tags, std::vector<KeyExpression> expressions);
+    Status makeIndex(std::span<const TagDefinition> wanted);
+    Status buildMemoryTag(MemoryTag &tag);
+    Status addMemoryTag(const TagDefinition &tag);
     void noteStamp();
-    Status checkNotLockedElsewhere(RecordNumber number);
-    Status writeDateAndCount(RecordNumber count);
-    Status checkWritable(std::size_t recordSize) const;
 
-    File m_file;
-    std::vector<bool> m_deleted; ///< by record number - 1
-    std::set<RecordNumber> m_locked;
+    File m_dbf;
+    File m_journal;
+    std::unique_ptr<MdxFile> m_mdx;
+    Mapping m_journalMap;
+    std::vector<std::unique_ptr<MdxIndex>> m_indexes;
+    std::vector<MemoryTag> m_memoryTags;
+
+    JournalHeader m_state;
+    std::vector<std::uint8_t> m_stateBytes; ///< as m_state was read
+    std::uint64_t m_seenCommit = 0;         ///< last one that refresh() knows of
     FileStamp m_stamp;
     bool m_stampDoubtful = true; ///< the file changed so lately that an equal stamp proves nothing
-    bool m_scanOwed = false;     ///< a doubt was put off; only reading the file settles it
+    bool m_lookOwed = false;     ///< others may have written before an own change hid it
     std::vector<std::uint8_t> m_dateAndCount;
+    std::uint64_t m_reservedUpTo = 0;
+    bool m_remote = false;
+
+    Held m_held = Held::nothing;
+    int m_holders = 0;
+    RangeLock m_dbfLock;
+    RangeLock m_mdxLock;
+    RangeLock m_presence;
+    std::set<RecordNumber> m_locked;
+    std::optional<Commit> m_group;
+    Status m_poison;
+    bool m_indexSuspect = false;
     std::minstd_rand m_random;
 };
+
+/// The index lock for reading, with everything finished that a dead writer has left.
+class ReadLook
+{
+public:
+    explicit ReadLook(TableImpl &table)
+        : m_table(table)
+        , m_status(table.beginRead())
+    {
+    }
+    ~ReadLook()
+    {
+        if (m_status.ok())
+            m_table.endRead();
+    }
+    ReadLook(const ReadLook &) = delete;
+    ReadLook &operator=(const ReadLook &) = delete;
+    [[nodiscard]] const Status &status() const { return m_status; }
+
+private:
+    TableImpl &m_table;
+    Status m_status;
+};
+
+/// The date for "last update" in headers: the machine's own clock, as every program of the family writes it.
+[[nodiscard]] Date today();
+[[nodiscard]] bool sameText(std::string_view a, std::string_view b);
 
 } // namespace dbase

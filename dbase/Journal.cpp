@@ -1,0 +1,169 @@
+#include "dbase/Journal.h"
+
+#include "dbase/Bytes.h"
+
+#include <array>
+#include <cstring>
+
+namespace dbase
+{
+
+namespace
+{
+
+constexpr std::array<std::uint8_t, 4> headerMagic{'A', 'G', 'J', '1'};
+constexpr std::array<std::uint8_t, 4> commitMagic{'A', 'G', 'C', '1'};
+constexpr std::size_t headerSumAt = 68;
+constexpr std::size_t commitFixed = 32;
+constexpr std::size_t commitSumAt = 24;
+constexpr std::size_t changeFixed = 8;
+
+constexpr std::array<std::uint32_t, 256> makeSums()
+{
+    std::array<std::uint32_t, 256> table{};
+    for (std::uint32_t i = 0; i < 256; ++i) {
+        std::uint32_t value = i;
+        for (int bit = 0; bit < 8; ++bit)
+            value = (value & 1U) != 0 ? 0xEDB88320U ^ (value >> 1U) : value >> 1U;
+        table[i] = value;
+    }
+    return table;
+}
+
+std::uint32_t checkSum(std::span<const std::uint8_t> bytes, std::uint32_t start = 0)
+{
+    static constexpr auto table = makeSums();
+    std::uint32_t value = ~start;
+    for (const std::uint8_t byte : bytes)
+        value = table[(value ^ byte) & 0xFFU] ^ (value >> 8U);
+    return ~value;
+}
+
+/// The sum with its own field taken for 0.
+std::uint32_t commitSum(std::span<const std::uint8_t> bytes)
+{
+    constexpr std::array<std::uint8_t, 4> zero{};
+    const std::uint32_t front = checkSum(bytes.first(commitSumAt));
+    return checkSum(bytes.subspan(commitSumAt + zero.size()), checkSum(zero, front));
+}
+
+bool begins(std::span<const std::uint8_t> bytes, const std::array<std::uint8_t, 4> &magic)
+{
+    return bytes.size() >= magic.size() && std::memcmp(bytes.data(), magic.data(), magic.size()) == 0;
+}
+
+} // namespace
+
+std::vector<std::uint8_t> encodeJournalHeader(const JournalHeader &header)
+{
+    std::vector<std::uint8_t> out(journalSector, 0);
+    std::memcpy(out.data(), headerMagic.data(), headerMagic.size());
+    put64(&out[4], header.base);
+    put64(&out[12], header.applied);
+    put32(&out[20], header.tail);
+    put32(&out[24], header.indexedRecords);
+    put32(&out[28], header.closedInOrder ? 1 : 0);
+    put64(&out[32], header.tableSize);
+    put64(&out[40], static_cast<std::uint64_t>(header.tableTime));
+    put64(&out[48], header.indexSize);
+    put64(&out[56], static_cast<std::uint64_t>(header.indexTime));
+    put32(&out[64], header.tableRecords);
+    put32(&out[headerSumAt], checkSum(std::span(out).first(headerSumAt)));
+    return out;
+}
+
+std::optional<JournalHeader> decodeJournalHeader(std::span<const std::uint8_t> bytes)
+{
+    if (bytes.size() < journalSector || !begins(bytes, headerMagic) ||
+        get32(&bytes[headerSumAt]) != checkSum(bytes.first(headerSumAt)))
+        return {};
+    JournalHeader header;
+    header.base = get64(&bytes[4]);
+    header.applied = get64(&bytes[12]);
+    header.tail = get32(&bytes[20]);
+    header.indexedRecords = get32(&bytes[24]);
+    header.closedInOrder = get32(&bytes[28]) == 1;
+    header.tableSize = get64(&bytes[32]);
+    header.tableTime = static_cast<std::int64_t>(get64(&bytes[40]));
+    header.indexSize = get64(&bytes[48]);
+    header.indexTime = static_cast<std::int64_t>(get64(&bytes[56]));
+    header.tableRecords = get32(&bytes[64]);
+    if (header.applied < header.base || header.tail < journalSector || header.tail % journalSector != 0)
+        return {};
+    return header;
+}
+
+std::vector<std::uint8_t> encodeCommit(const Commit &commit, std::size_t recordLength)
+{
+    std::size_t size = commitFixed;
+    for (const RecordChange &change : commit.changes)
+        size += changeFixed + change.before.size() + change.after.size();
+    std::vector<std::uint8_t> out(size);
+    std::memcpy(out.data(), commitMagic.data(), commitMagic.size());
+    put32(&out[4], static_cast<std::uint32_t>(size));
+    put64(&out[8], commit.number);
+    put32(&out[16], commit.recordCount);
+    put32(&out[20], static_cast<std::uint32_t>(commit.changes.size()));
+    put32(&out[28], static_cast<std::uint32_t>(recordLength));
+    std::size_t at = commitFixed;
+    for (const RecordChange &change : commit.changes) {
+        put32(&out[at], change.number);
+        put32(&out[at + 4], change.before.empty() ? 0 : 1);
+        at += changeFixed;
+        for (const auto *image : {&change.before, &change.after}) {
+            if (!image->empty())
+                std::memcpy(&out[at], image->data(), image->size());
+            at += image->size();
+        }
+    }
+    put32(&out[commitSumAt], commitSum(out));
+    return out;
+}
+
+bool mayBeCommit(std::span<const std::uint8_t> bytes, std::uint64_t number)
+{
+    return bytes.size() >= commitFixed && begins(bytes, commitMagic) && get64(&bytes[8]) == number;
+}
+
+std::optional<Commit> decodeCommit(std::span<const std::uint8_t> bytes, std::uint64_t number,
+                                   std::size_t recordLength)
+{
+    if (!mayBeCommit(bytes, number))
+        return {};
+    const std::size_t size = get32(&bytes[4]);
+    if (size < commitFixed || size > bytes.size() || get32(&bytes[28]) != recordLength)
+        return {};
+    bytes = bytes.first(size);
+    if (get32(&bytes[commitSumAt]) != commitSum(bytes))
+        return {};
+    Commit commit{number, get32(&bytes[16]), {}};
+    const std::uint32_t changes = get32(&bytes[20]);
+    std::size_t at = commitFixed;
+    for (std::uint32_t i = 0; i < changes; ++i) {
+        if (size - at < changeFixed)
+            return {};
+        RecordChange change;
+        change.number = get32(&bytes[at]);
+        const bool changed = get32(&bytes[at + 4]) == 1;
+        at += changeFixed;
+        if (size - at < recordLength * (changed ? 2 : 1) || change.number == 0)
+            return {};
+        const auto image = [&] {
+            const auto part = bytes.subspan(at, recordLength);
+            at += recordLength;
+            return std::vector<std::uint8_t>(part.begin(), part.end());
+        };
+        if (changed)
+            change.before = image();
+        change.after = image();
+        commit.changes.push_back(std::move(change));
+    }
+    return at == size ? std::optional(std::move(commit)) : std::nullopt;
+}
+
+std::size_t commitRoom(std::size_t encodedSize)
+{
+    return (encodedSize + journalSector - 1) / journalSector * journalSector;
+}
+
+} // namespace dbase

@@ -1,0 +1,91 @@
+#pragma once
+
+// The journal, NAME.JNL, beside a table: what makes every change whole or absent. Everything is
+// little-endian.
+//
+// Header, one sector of 512 bytes, written in one piece
+//   offset size  meaning
+//        0    4  "AGJ1"
+//        4    8  base: number of the last commit that table and index have safely on disk
+//       12    8  applied: number of the last commit that table and index hold
+//       20    4  where the next commit goes
+//       24    4  records that the index knows
+//       28    4  1 = closed in order: table and index are whole and on disk, as the stamps say
+//       32    8  size of the table then
+//       40    8  time of the table then
+//       48    8  size of the index then
+//       56    8  time of the index then
+//       64    4  records of the table then
+//       68    4  check sum of the bytes before
+//
+// Commits, from 512 on, each on a sector boundary
+//        0    4  "AGC1"
+//        4    4  bytes in all
+//        8    8  number
+//       16    4  records of the table afterwards
+//       20    4  number of changes
+//       24    4  check sum of the whole with this field 0
+//       28    4  bytes of a record
+//       32   ..  changes: record number (4), 0 = new, 1 = changed (4), the record before (changed only),
+//       after
+//
+// A commit counts when its check sum is right and its number follows the one in front. It is written and
+// flushed before table and index are touched; the header is written when they have been. So a commit behind
+// the applied one is one whose writer died: whoever finds it does it again, which does no harm.
+
+#include "dbase/Record.h"
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace dbase
+{
+
+inline constexpr std::size_t journalSector = 512;
+/// Size of a new journal; a commit that is longer makes it grow.
+inline constexpr std::size_t journalSize = 256 * 1024;
+
+struct JournalHeader {
+    std::uint64_t base = 0;
+    std::uint64_t applied = 0;
+    std::uint32_t tail = journalSector;
+    std::uint32_t indexedRecords = 0;
+    bool closedInOrder = false;
+    std::uint64_t tableSize = 0;
+    std::int64_t tableTime = 0;
+    std::uint64_t indexSize = 0;
+    std::int64_t indexTime = 0;
+    std::uint32_t tableRecords = 0;
+    friend bool operator==(const JournalHeader &, const JournalHeader &) = default;
+};
+
+/// One record's part in a commit.
+struct RecordChange {
+    RecordNumber number = 0;
+    std::vector<std::uint8_t> before; ///< empty for a new record
+    std::vector<std::uint8_t> after;
+};
+
+struct Commit {
+    std::uint64_t number = 0;
+    RecordNumber recordCount = 0; ///< afterwards
+    std::vector<RecordChange> changes;
+};
+
+[[nodiscard]] std::vector<std::uint8_t> encodeJournalHeader(const JournalHeader &header);
+/// @return nothing for bytes that no journal can hold.
+[[nodiscard]] std::optional<JournalHeader> decodeJournalHeader(std::span<const std::uint8_t> bytes);
+
+[[nodiscard]] std::vector<std::uint8_t> encodeCommit(const Commit &commit, std::size_t recordLength);
+/// The commit that begins at the start of `bytes`. @return nothing when there is none of that number and
+/// record length.
+[[nodiscard]] std::optional<Commit> decodeCommit(std::span<const std::uint8_t> bytes, std::uint64_t number,
+                                                 std::size_t recordLength);
+/// Whether something of that number begins there; cheap, and to be looked at closer when true.
+[[nodiscard]] bool mayBeCommit(std::span<const std::uint8_t> bytes, std::uint64_t number);
+/// Bytes that an encoded commit takes in the file.
+[[nodiscard]] std::size_t commitRoom(std::size_t encodedSize);
+
+} // namespace dbase

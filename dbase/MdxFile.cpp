@@ -1,0 +1,332 @@
+#include "dbase/MdxFile.h"
+
+#include <algorithm>
+#include <cstring>
+#include <numeric>
+
+namespace dbase
+{
+
+namespace
+{
+
+constexpr std::size_t tagRootAt = 0;
+constexpr std::size_t tagCounterAt = 20;
+/// Key length, items in a block, kind and item length of a tag, as its header holds them side by side.
+constexpr std::size_t tagShapeAt = 12;
+constexpr std::size_t tagShapeSize = 8;
+constexpr std::size_t freeLinkAt = 4;
+constexpr std::size_t headerPageCountAt = 32;
+constexpr std::size_t headerUpdatedAt = 44;
+constexpr std::size_t headerTagCountAt = 28;
+
+constexpr std::uint64_t mappingSlack = 4 * 1024 * 1024;
+
+std::uint64_t offsetOf(PageNumber page)
+{
+    return std::uint64_t{page} * mdxPageSize;
+}
+
+} // namespace
+
+MdxFile::MdxFile(File file, std::string name)
+    : m_file(std::move(file))
+    , m_name(std::move(name))
+    , m_mapped(!m_file.isRemote())
+{
+}
+
+Result<std::unique_ptr<MdxFile>> MdxFile::open(const std::filesystem::path &path, File::Mode mode)
+{
+    auto file = File::open(path, mode);
+    if (!file.ok())
+        return file.status();
+    // The constructor is private.
+    return std::unique_ptr<MdxFile>(new MdxFile(std::move(file).value(), displayName(path)));
+}
+
+Status MdxFile::load()
+{
+    const auto stamp = m_file.stamp();
+    if (!stamp.ok())
+        return stamp.status();
+    std::vector<std::uint8_t> bytes(mdxHeaderSize);
+    const auto got = m_file.readAt(0, bytes);
+    if (!got.ok())
+        return got.status();
+    bytes.resize(got.value());
+    const auto named = [this](const Status &status) {
+        return Status(status.kind(), status.text(), m_name, status.offset());
+    };
+    auto header = decodeMdxHeader(bytes, stamp.value().size);
+    if (!header.ok())
+        return named(header.status());
+    m_header = std::move(header).value();
+    m_pagesInFile = m_header.pageCount;
+    m_coveredPages = 0;
+    if (!cover(m_pagesInFile))
+        return {ErrorKind::damaged, "el índice dice tener más bloques que el fichero", m_name};
+    m_read.clear();
+    m_tags.clear();
+    for (int number = 1; number <= m_header.tagCount; ++number) {
+        auto tag = decodeMdxSlot(bytes, number, m_header.pageCount);
+        if (!tag.ok())
+            return named(tag.status());
+        const std::uint8_t *const head = block(tag.value().headerPage);
+        if (!head)
+            return {ErrorKind::damaged, "la cabecera de un orden no se puede leer", m_name};
+        if (const Status status =
+                decodeMdxTagHeader(std::span(head, mdxBlockSize), tag.value(), m_header.pageCount);
+            !status.ok())
+            return named(status);
+        m_tags.push_back(std::move(tag).value());
+    }
+    return {};
+}
+
+/// Makes sure that the blocks up to a page are there and can be seen. Only here is the file mapped anew, so that what
+/// block() has returned stays valid between two looks.
+bool MdxFile::cover(PageNumber pages)
+{
+    if (pages <= m_coveredPages)
+        return true;
+    const auto stamp = m_file.stamp();
+    if (!stamp.ok() || stamp.value().size < offsetOf(pages))
+        return false;
+    if (m_mapped && m_mapping.size() < offsetOf(pages)) {
+        // Longer than the file is now: what it grows by shows up by itself.
+        auto mapping = Mapping::of(m_file, stamp.value().size + mappingSlack);
+        m_mapped = mapping.ok();
+        m_mapping = mapping.ok() ? std::move(mapping).value() : Mapping();
+    }
+    m_coveredPages = pages;
+    return true;
+}
+
+const std::uint8_t *MdxFile::block(PageNumber page) const
+{
+    if (const auto staged = m_staged.find(page); staged != m_staged.end())
+        return staged->second.data();
+    if (page < mdxFirstBlock || page > m_pagesInFile - 2)
+        return nullptr;
+    if (m_mapped && page <= m_coveredPages - 2)
+        return m_mapping.data() + offsetOf(page);
+    const auto [found, added] = m_read.try_emplace(page);
+    if (!added)
+        return found->second.data();
+    const auto got = m_file.readAt(offsetOf(page), found->second);
+    if (got.ok() && got.value() == mdxBlockSize)
+        return found->second.data();
+    m_read.erase(found);
+    return nullptr;
+}
+
+Result<bool> MdxFile::look()
+{
+    m_read.clear();
+    std::array<std::uint8_t, headerPageCountAt + 8> head{};
+    if (m_mapped && m_coveredPages >= mdxFirstBlock) {
+        std::memcpy(head.data(), m_mapping.data(), head.size());
+    } else {
+        const auto got = m_file.readAt(0, head);
+        if (!got.ok())
+            return got.status();
+    }
+    const PageNumber pages = get32(&head[headerPageCountAt]);
+    if (get16(&head[headerTagCountAt]) != m_tags.size() || pages < mdxFirstBlock || pages % 2 != 0)
+        return false;
+    if (!cover(pages))
+        return false;
+    m_header.pageCount = pages;
+    m_pagesInFile = pages;
+    m_header.freePage = get32(&head[headerPageCountAt + 4]);
+    if (m_header.freePage != 0 && !block(m_header.freePage))
+        return false;
+    for (MdxTag &tag : m_tags) {
+        const std::uint8_t *const bytes = block(tag.headerPage);
+        std::array<std::uint8_t, tagShapeSize> shape{};
+        put16(&shape[0], static_cast<std::uint16_t>(tag.keyLength));
+        put16(&shape[2], static_cast<std::uint16_t>(tag.maxItems));
+        put16(&shape[4], tag.keyType == KeyType::date ? 1 : 0);
+        put16(&shape[6], static_cast<std::uint16_t>(tag.itemLength));
+        if (!bytes || std::memcmp(bytes + tagShapeAt, shape.data(), shape.size()) != 0 ||
+            !block(get32(bytes + tagRootAt)))
+            return false;
+        tag.rootPage = get32(bytes + tagRootAt);
+        tag.changeCounter = bytes[tagCounterAt];
+    }
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+
+std::uint8_t *MdxFile::change(PageNumber page)
+{
+    if (const auto staged = m_staged.find(page); staged != m_staged.end())
+        return staged->second.data();
+    const std::uint8_t *const now = block(page);
+    if (!now)
+        return nullptr;
+    Block &copy = m_staged[page];
+    std::memcpy(copy.data(), now, copy.size());
+    return copy.data();
+}
+
+PageNumber MdxFile::allocate()
+{
+    constexpr PageNumber mostPages = 0x7FFFFFFF / mdxPageSize; // other programs count bytes in 31 bits
+    if (const PageNumber freed = m_header.freePage; freed != 0) {
+        if (std::uint8_t *const bytes = change(freed)) {
+            m_header.freePage = get32(bytes + freeLinkAt);
+            std::memset(bytes, 0, mdxBlockSize);
+            return freed;
+        }
+        m_header.freePage = 0;
+    }
+    if (m_header.pageCount >= mostPages)
+        return 0;
+    const PageNumber page = m_header.pageCount;
+    m_header.pageCount += 2;
+    m_staged[page] = Block{};
+    return page;
+}
+
+void MdxFile::release(PageNumber page)
+{
+    std::uint8_t *const bytes = change(page);
+    if (!bytes)
+        return;
+    std::memset(bytes, 0, mdxBlockSize);
+    put32(bytes + freeLinkAt, m_header.freePage);
+    m_header.freePage = page;
+}
+
+std::uint64_t MdxFile::growth() const
+{
+    return offsetOf(m_header.pageCount) - offsetOf(m_pagesInFile);
+}
+
+void MdxFile::drop()
+{
+    m_staged.clear();
+    m_header.pageCount = m_pagesInFile;
+}
+
+Status MdxFile::writeStaged()
+{
+    // Blocks that lie side by side go in one call; the last ones, which nobody knows yet, first.
+    std::vector<std::uint8_t> run;
+    for (auto at = m_staged.rbegin(); at != m_staged.rend();) {
+        PageNumber first = at->first;
+        auto end = std::next(at);
+        while (end != m_staged.rend() && end->first + 2 == first)
+            first = (end++)->first;
+        run.clear();
+        for (auto from = end.base(); from != at.base(); ++from)
+            run.insert(run.end(), from->second.begin(), from->second.end());
+        if (const Status status = m_file.writeAt(offsetOf(first), run); !status.ok())
+            return status;
+        at = end;
+    }
+    return {};
+}
+
+Status MdxFile::write(Date today)
+{
+    for (MdxTag &tag : m_tags) {
+        std::uint8_t *const head = change(tag.headerPage);
+        if (!head)
+            return {ErrorKind::damaged, "la cabecera de un orden no se puede leer"};
+        put32(head + tagRootAt, tag.rootPage);
+        head[tagCounterAt] = ++tag.changeCounter;
+    }
+    Status status = writeStaged();
+    if (!status.ok())
+        return status;
+    std::array<std::uint8_t, headerUpdatedAt + 3 - headerPageCountAt> head{};
+    put32(&head[0], m_header.pageCount);
+    put32(&head[4], m_header.freePage);
+    head[12] = static_cast<std::uint8_t>(today.year - 1900);
+    head[13] = static_cast<std::uint8_t>(today.month);
+    head[14] = static_cast<std::uint8_t>(today.day);
+    status = m_file.writeAt(headerPageCountAt, head);
+    m_pagesInFile = m_header.pageCount;
+    m_staged.clear();
+    m_read.clear();
+    return status;
+}
+
+Status MdxFile::rewrite(const MdxHeader &given, std::span<const MdxTag> tags, std::span<const TagKeys> keys,
+                        std::span<const std::uint8_t> singleField)
+{
+    MdxHeader header = given;
+    header.tagCount = static_cast<int>(tags.size());
+    header.freePage = 0;
+    std::vector<MdxTag> made(tags.begin(), tags.end());
+    std::vector<std::uint8_t> blocks;
+    const auto nextPage = [&blocks] {
+        return mdxFirstBlock + static_cast<PageNumber>(blocks.size() / mdxPageSize);
+    };
+    for (std::size_t number = 0; number < made.size(); ++number) {
+        MdxTag &tag = made[number];
+        tag.headerPage = nextPage();
+        const std::size_t headAt = blocks.size();
+        blocks.resize(blocks.size() + mdxBlockSize, 0);
+        tag.rootPage = buildMdxTree(tag, keys[number].keys, keys[number].order, nextPage(), blocks);
+        ++tag.changeCounter;
+        const auto head = encodeMdxTagHeader(tag, header.languageDriver, singleField[number] != 0);
+        std::memcpy(blocks.data() + headAt, head.data(), head.size());
+    }
+    header.pageCount = nextPage();
+    std::vector<std::uint8_t> image = encodeMdxHeader(header, made);
+    image.insert(image.end(), blocks.begin(), blocks.end());
+    if (const Status status = m_file.reserve(0, image.size()); !status.ok())
+        return status;
+    Status status = m_file.writeAt(0, image);
+    if (status.ok())
+        status = m_file.truncate(image.size());
+    m_staged.clear();
+    return status.ok() ? load() : status;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+
+void orderKeys(const MdxTag &tag, RecordNumber count, TagKeys &keys)
+{
+    const auto length = static_cast<std::size_t>(tag.keyLength);
+    keys.order.resize(count);
+    std::iota(keys.order.begin(), keys.order.end(), RecordNumber{1});
+    const std::uint8_t *const bytes = keys.keys.data();
+    const auto before = [&](RecordNumber a, RecordNumber b) {
+        const int order =
+            compareMdxKeys(tag.keyType, bytes + (a - 1) * length, bytes + (b - 1) * length, length);
+        return order != 0 ? order < 0 : a < b;
+    };
+    if (!std::is_sorted(keys.order.begin(), keys.order.end(), before))
+        std::sort(keys.order.begin(), keys.order.end(), before);
+}
+
+bool holdsExactly(const BlockSource &source, const MdxTag &tag, const TagKeys &keys)
+{
+    const auto length = static_cast<std::size_t>(tag.keyLength);
+    const std::size_t count = length == 0 ? 0 : keys.keys.size() / length;
+    std::vector<bool> seen(count, false);
+    std::size_t entries = 0;
+    std::vector<std::uint8_t> previous;
+    MdxCursor cursor(source, tag);
+    for (cursor.first(); cursor.valid(); cursor.next()) {
+        const RecordNumber record = cursor.record();
+        if (record < 1 || record > count || seen[record - 1])
+            return false; // also ends a walk that goes in circles
+        seen[record - 1] = true;
+        ++entries;
+        if (std::memcmp(cursor.key(), keys.keys.data() + (record - 1) * length, length) != 0)
+            return false;
+        if (!previous.empty() && compareMdxKeys(tag.keyType, previous.data(), cursor.key(), length) > 0)
+            return false;
+        previous.assign(cursor.key(), cursor.key() + length);
+    }
+    return !cursor.damaged() && entries == count;
+}
+
+} // namespace dbase

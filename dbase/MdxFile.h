@@ -1,0 +1,82 @@
+#pragma once
+
+#include "dbase/File.h"
+#include "dbase/MdxTree.h"
+
+#include <map>
+#include <memory>
+
+namespace dbase
+{
+
+/// Every record's key for one tag, in the file's form, and the records in the order of the tag.
+struct TagKeys {
+    std::vector<std::uint8_t> keys; ///< of record r from (r - 1) * key length on
+    std::vector<RecordNumber> order;
+};
+
+/// One open index file. What it shows is only right under the index lock, which is its caller's business;
+/// each time the lock has been taken, look() comes first.
+class MdxFile final : public BlockStore
+{
+public:
+    /// @return notFound, readOnly, inputOutput. Nothing is read yet: load() or rewrite() comes first.
+    static Result<std::unique_ptr<MdxFile>> open(const std::filesystem::path &path, File::Mode mode);
+    /// Reads header and tags, under the index lock. @return damaged or unsupported with the reason.
+    Status load();
+
+    [[nodiscard]] File &file() { return m_file; }
+    [[nodiscard]] const std::vector<MdxTag> &tags() const { return m_tags; }
+    [[nodiscard]] MdxTag &tag(std::size_t number) { return m_tags[number]; }
+    /// More entries than the file has room for.
+    [[nodiscard]] std::size_t mostEntries() const { return std::size_t{m_pagesInFile} * mdxPageSize; }
+    [[nodiscard]] std::uint8_t languageDriver() const { return m_header.languageDriver; }
+
+    /// Takes in where roots and blocks are now. @return whether the tags are still the same ones.
+    Result<bool> look();
+
+    // BlockStore
+    [[nodiscard]] const std::uint8_t *block(PageNumber page) const override;
+    [[nodiscard]] std::uint8_t *change(PageNumber page) override;
+    [[nodiscard]] PageNumber allocate() override;
+    void release(PageNumber page) override;
+
+    /// Writes out everything changed since the last write() or drop(), with roots, counters and header.
+    Status write(Date today);
+    /// Forgets it.
+    void drop();
+    [[nodiscard]] bool changed() const { return !m_staged.empty(); }
+    /// Bytes by which write() will make the file longer.
+    [[nodiscard]] std::uint64_t growth() const;
+
+    /// Puts a whole new index in place of the old one, without a moment at which another program would find
+    /// no file.
+    Status rewrite(const MdxHeader &header, std::span<const MdxTag> tags, std::span<const TagKeys> keys,
+                   std::span<const std::uint8_t> singleField);
+
+private:
+    using Block = std::array<std::uint8_t, mdxBlockSize>;
+    MdxFile(File file, std::string name);
+    bool cover(PageNumber pages);
+    Status writeStaged();
+
+    File m_file;
+    std::string m_name; ///< for messages
+    bool m_mapped = false;
+    Mapping m_mapping;
+    PageNumber m_coveredPages = 0; ///< known to be in the file and, where it is mapped, in the mapping
+    mutable std::map<PageNumber, Block>
+        m_read; ///< where nothing is mapped: blocks read since the last look()
+    std::map<PageNumber, Block> m_staged;
+    MdxHeader m_header;
+    PageNumber m_pagesInFile = 0; ///< before staged blocks
+    std::vector<MdxTag> m_tags;
+};
+
+/// Whether a tag holds exactly the given keys: every record once, in order, nothing else.
+[[nodiscard]] bool holdsExactly(const BlockSource &source, const MdxTag &tag, const TagKeys &keys);
+
+/// Sorts the records of `keys` by key, equal ones by number. @param count  records.
+void orderKeys(const MdxTag &tag, RecordNumber count, TagKeys &keys);
+
+} // namespace dbase

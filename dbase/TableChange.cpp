@@ -1,0 +1,470 @@
+// Changing a table: every change is one commit, in the journal first.
+
+#include "dbase/TableImpl.h"
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+
+namespace dbase
+{
+
+namespace
+{
+
+/// How much room is asked for in advance, so that a full disk is met while nothing has changed yet.
+constexpr std::uint64_t reserveAhead = 64 * 1024;
+
+} // namespace
+
+Status TableImpl::checkWritable(std::size_t recordSize) const
+{
+    if (readOnly)
+        return failure(ErrorKind::readOnly, readOnlyReason);
+    if (recordSize != header.recordLength)
+        return failure(ErrorKind::invalidArgument, "la línea no tiene la longitud de las de la tabla");
+    return {};
+}
+
+Status TableImpl::poison(const Status &cause)
+{
+    m_poison = failure(ErrorKind::inputOutput, "un fallo del disco ha dejado la tabla a medias (" +
+                                                   cause.text() + "); ciérrela y vuelva a abrirla");
+    return cause;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Single changes and groups
+
+Result<RecordNumber> TableImpl::append(std::span<const std::uint8_t> record)
+{
+    Status status = checkWritable(record.size());
+    if (!status.ok())
+        return status;
+    if (m_group) {
+        m_group->changes.push_back({++m_group->recordCount, {}, {record.begin(), record.end()}});
+        return m_group->recordCount;
+    }
+    status = beginChange();
+    if (!status.ok())
+        return status;
+    Commit one{0, header.recordCount + 1, {}};
+    one.changes.push_back({one.recordCount, {}, {record.begin(), record.end()}});
+    status = commit(one);
+    endChange();
+    if (!status.ok())
+        return status;
+    return one.recordCount;
+}
+
+Status TableImpl::update(RecordNumber number, std::span<const std::uint8_t> before,
+                         std::span<const std::uint8_t> after)
+{
+    Status status = checkWritable(after.size());
+    RangeLock record;
+    if (status.ok() && !m_group)
+        status = checkNotLockedElsewhere(number, record);
+    if (status.ok())
+        status = beginChange();
+    if (!status.ok())
+        return status;
+    std::vector<std::uint8_t> present(header.recordLength);
+    status = readRecord(number, present);
+    if (status.ok() && !std::equal(present.begin(), present.end(), before.begin(), before.end()))
+        status = failure(ErrorKind::conflict, isDeleted(present)
+                                                  ? "otro puesto ha borrado la línea mientras tanto"
+                                                  : "otro puesto ha cambiado la línea mientras tanto");
+    if (status.ok()) {
+        RecordChange change{number, std::move(present), {after.begin(), after.end()}};
+        if (m_group) {
+            m_group->changes.push_back(std::move(change));
+        } else {
+            Commit one{0, header.recordCount, {}};
+            one.changes.push_back(std::move(change));
+            status = commit(one);
+        }
+    }
+    endChange();
+    return status;
+}
+
+Status TableImpl::erase(RecordNumber number)
+{
+    std::vector<std::uint8_t> before(header.recordLength);
+    if (const Status status = readRecord(number, before); !status.ok())
+        return status;
+    if (isDeleted(before))
+        return failure(ErrorKind::conflict, "otro puesto ha borrado la línea mientras tanto");
+    std::vector<std::uint8_t> after = before;
+    after[0] = deletedMark;
+    return update(number, before, after);
+}
+
+Status TableImpl::beginGroup()
+{
+    if (m_group)
+        return failure(ErrorKind::invalidArgument, "ya hay un grupo de cambios empezado");
+    if (const Status status = beginChange(); !status.ok())
+        return status;
+    m_group = Commit{0, header.recordCount, {}};
+    return {};
+}
+
+Status TableImpl::commitGroup()
+{
+    if (!m_group)
+        return failure(ErrorKind::invalidArgument, "no hay ningún grupo de cambios empezado");
+    Commit group = std::move(*m_group);
+    m_group.reset();
+    const Status status = group.changes.empty() ? Status() : commit(group);
+    endChange();
+    return status;
+}
+
+void TableImpl::dropGroup()
+{
+    if (!m_group)
+        return;
+    m_group.reset();
+    endChange();
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// A commit, under the change locks
+
+Status TableImpl::commit(Commit &commit)
+{
+    if (commit.recordCount >= headerLockOffset - 0x40000000U)
+        return failure(ErrorKind::full, "la tabla no admite más líneas");
+    commit.number = m_state.applied + 1;
+    Status status = stageKeys(commit);
+    if (!status.ok() && status.kind() != ErrorKind::full) {
+        // The index is not what it should be: it is made anew from the lines, and the keys are tried once
+        // more.
+        m_mdx->drop();
+        m_indexSuspect = true;
+        status = repairIndex();
+        if (status.ok())
+            status = stageKeys(commit);
+    }
+    if (!status.ok()) {
+        if (m_mdx)
+            m_mdx->drop();
+        return status;
+    }
+    const std::uint64_t tableEnd = recordOffset(commit.recordCount) + header.recordLength + 1;
+    if (commit.recordCount > header.recordCount && tableEnd > m_reservedUpTo) {
+        status = m_dbf.reserve(recordOffset(header.recordCount + 1),
+                               tableEnd + reserveAhead - recordOffset(header.recordCount + 1));
+        m_reservedUpTo = tableEnd + reserveAhead;
+    }
+    if (status.ok() && m_mdx && m_mdx->growth() > 0) {
+        const auto stamp = m_mdx->file().stamp();
+        status = stamp.ok() ? m_mdx->file().reserve(stamp.value().size, m_mdx->growth()) : stamp.status();
+    }
+    if (status.ok())
+        status = writeJournal(commit);
+    if (!status.ok()) {
+        if (m_mdx)
+            m_mdx->drop();
+        return status;
+    }
+    status = apply(commit);
+    if (!status.ok())
+        return poison(status); // the commit stands in the journal; the next opener finishes it
+    noteCommit(commit);
+    return {};
+}
+
+/// Prepares the index for a commit; nothing is written yet.
+Status TableImpl::stageKeys(const Commit &commit)
+{
+    if (!m_mdx)
+        return {};
+    for (std::size_t number = 0; number < m_indexes.size(); ++number) {
+        MdxTree tree(*m_mdx, m_mdx->tag(number));
+        for (const RecordChange &change : commit.changes) {
+            const auto now = fileKeyOf(number, change.after);
+            if (!change.before.empty()) {
+                const auto old = fileKeyOf(number, change.before);
+                if (old == now)
+                    continue;
+                if (const Status status = tree.remove(old, change.number); !status.ok())
+                    return status;
+            }
+            if (const Status status = tree.insert(now, change.number); !status.ok())
+                return status;
+        }
+    }
+    return {};
+}
+
+Status TableImpl::writeJournal(const Commit &commit)
+{
+    const std::vector<std::uint8_t> bytes = encodeCommit(commit, header.recordLength);
+    const auto size = m_journal.stamp();
+    if (!size.ok())
+        return size.status();
+    if (m_state.tail + commitRoom(bytes.size()) > std::max<std::uint64_t>(size.value().size, journalSize)) {
+        if (const Status status = checkpoint(false); !status.ok())
+            return status;
+    }
+    if (const std::uint64_t end = m_state.tail + commitRoom(bytes.size()); end > size.value().size) {
+        if (const Status status = m_journal.reserve(size.value().size, end - size.value().size); !status.ok())
+            return status;
+    }
+    if (m_state.closedInOrder) {
+        m_state.closedInOrder = false;
+        Status status = writeState();
+        // Said on disk before the first change, also by a table that flushes nothing else: after a power cut
+        // the next opener must not believe in an index that was only half written.
+        if (status.ok() && !options.durable)
+            status = m_journal.sync();
+        if (!status.ok())
+            return status;
+    }
+    Status status = m_journal.writeAt(m_state.tail, bytes);
+    if (!status.ok())
+        return status;
+    if (options.durable) {
+        status = m_journal.sync();
+        if (!status.ok())
+            return poison(status); // what has reached the disk is not known; the next opener finds out
+    }
+    m_state.tail += static_cast<std::uint32_t>(commitRoom(bytes.size()));
+    return {};
+}
+
+Status TableImpl::apply(const Commit &commit)
+{
+    Status status = writeRecords(commit);
+    if (status.ok())
+        status = writeDateAndCount(commit.recordCount);
+    if (status.ok() && m_mdx && m_mdx->changed())
+        status = m_mdx->write(today());
+    if (!status.ok())
+        return status;
+    m_state.applied = commit.number;
+    m_state.indexedRecords = commit.recordCount;
+    return writeState();
+}
+
+Status TableImpl::writeRecords(const Commit &commit)
+{
+    // New records stand side by side behind the old ones, and the end mark behind them: one call.
+    std::vector<std::uint8_t> added;
+    RecordNumber firstAdded = 0;
+    for (const RecordChange &change : commit.changes) {
+        if (change.before.empty()) {
+            firstAdded = firstAdded == 0 ? change.number : firstAdded;
+            added.insert(added.end(), change.after.begin(), change.after.end());
+            continue;
+        }
+        if (firstAdded != 0 && change.number >= firstAdded) { // a new line of the same group, changed again
+            std::memcpy(added.data() + (change.number - firstAdded) * header.recordLength,
+                        change.after.data(), header.recordLength);
+            continue;
+        }
+        if (const Status status = m_dbf.writeAt(recordOffset(change.number), change.after); !status.ok())
+            return status;
+    }
+    if (firstAdded == 0)
+        return {};
+    added.push_back(dbfEndMark);
+    return m_dbf.writeAt(recordOffset(firstAdded), added);
+}
+
+Status TableImpl::writeDateAndCount(RecordNumber count)
+{
+    const auto bytes = encodeDateAndCount(today(), count);
+    if (bytes == m_dateAndCount)
+        return {};
+    if (const Status status = m_dbf.writeAt(dbfDateOffset, bytes); !status.ok())
+        return status;
+    m_dateAndCount = bytes;
+    header.recordCount = count;
+    return {};
+}
+
+Status TableImpl::writeState()
+{
+    const auto bytes = encodeJournalHeader(m_state);
+    const Status status = m_journal.writeAt(0, bytes);
+    if (status.ok())
+        m_stateBytes = bytes;
+    return status;
+}
+
+void TableImpl::noteCommit(const Commit &commit)
+{
+    header.recordCount = commit.recordCount;
+    const bool onlyOwn = m_seenCommit + 1 == m_state.applied;
+    if (onlyOwn)
+        m_seenCommit = m_state.applied;
+    ++version;
+    for (MemoryTag &tag : m_memoryTags) {
+        if (tag.version + 1 != version)
+            continue; // out of date anyway; built anew when it is next asked
+        for (const RecordChange &change : commit.changes) {
+            if (!change.before.empty())
+                tag.index->erase(tag.index->expression().keyOf(change.before), change.number);
+            tag.index->insert(tag.index->expression().keyOf(change.after), change.number);
+        }
+        tag.version = version;
+    }
+    noteStamp();
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Finishing what others have begun
+
+/// The header's count against the file, under the change locks. Whole lines behind the count are those of a
+/// program that died between line and count.
+Status TableImpl::settleCount()
+{
+    std::vector<std::uint8_t> dateAndCount(dbfDateAndCount);
+    const auto got = m_dbf.readAt(dbfDateOffset, dateAndCount);
+    if (!got.ok())
+        return got.status();
+    if (got.value() != dateAndCount.size())
+        return failure(ErrorKind::damaged, "el fichero se ha quedado sin cabecera");
+    const auto stamp = m_dbf.stamp();
+    if (!stamp.ok())
+        return stamp.status();
+    const RecordNumber announced =
+        decodeCount(std::span(dateAndCount).subspan(dbfCountOffset - dbfDateOffset, 4));
+    const std::uint64_t size = stamp.value().size;
+    const std::uint64_t inFile =
+        size < header.headerLength ? 0 : (size - header.headerLength) / header.recordLength;
+    header.recordCount = announced;
+    if (const Status status = checkCount(); !status.ok())
+        return status;
+    m_lookOwed = m_lookOwed || m_stampDoubtful || stamp.value() != m_stamp;
+    m_dateAndCount = std::move(dateAndCount);
+    header.recordCount = announced;
+    RecordNumber count = announced;
+    std::vector<std::uint8_t> record(header.recordLength);
+    while (count < inFile) {
+        const auto read = m_dbf.readAt(recordOffset(count + 1), record);
+        if (!read.ok())
+            return read.status();
+        if (read.value() != record.size() || !looksLikeRecord(record, header))
+            break;
+        ++count;
+    }
+    return count == announced ? Status() : writeDateAndCount(count);
+}
+
+Status TableImpl::finishDeadCommit()
+{
+    const auto size = m_journal.stamp();
+    if (!size.ok())
+        return size.status();
+    std::vector<std::uint8_t> bytes(size.value().size > m_state.tail ? size.value().size - m_state.tail : 0);
+    const auto got = m_journal.readAt(m_state.tail, bytes);
+    if (!got.ok())
+        return got.status();
+    bytes.resize(got.value());
+    const auto dead = decodeCommit(bytes, m_state.applied + 1, header.recordLength);
+    if (!dead) {
+        // It died while writing it: nothing has been changed. The place must not look like a commit any more.
+        const std::vector<std::uint8_t> nothing(journalSector, 0);
+        return m_journal.writeAt(m_state.tail, nothing);
+    }
+    // That it can be read does not mean that it is on disk: a cut from here on must find it there.
+    const std::vector<std::uint8_t> again = encodeCommit(*dead, header.recordLength);
+    Status status = m_journal.writeAt(m_state.tail, again);
+    if (status.ok())
+        status = m_journal.sync();
+    if (status.ok())
+        status = replay(std::span(&*dead, 1));
+    if (status.ok())
+        status = repairIndex();
+    if (!status.ok())
+        return poison(status);
+    m_state.applied = dead->number;
+    m_state.tail += static_cast<std::uint32_t>(commitRoom(again.size()));
+    m_state.indexedRecords = header.recordCount;
+    ++version;
+    return writeState();
+}
+
+namespace
+{
+
+/// Whether a record, sector by sector of the file, is made of pieces of the given versions alone: then it is
+/// ours, perhaps torn. What is not was written by another program later and stays.
+bool madeOf(std::span<const std::uint8_t> present, std::uint64_t offset,
+            std::span<const std::vector<std::uint8_t>> versions)
+{
+    for (std::size_t from = 0; from < present.size();) {
+        const std::size_t upTo =
+            std::min<std::size_t>(present.size(), from + journalSector - (offset + from) % journalSector);
+        const auto piece = present.subspan(from, upTo - from);
+        const bool known = std::any_of(versions.begin(), versions.end(), [&](const auto &one) {
+            return std::memcmp(one.data() + from, piece.data(), piece.size()) == 0;
+        });
+        if (!known)
+            return false;
+        from = upTo;
+    }
+    return true;
+}
+
+} // namespace
+
+/// Does commits again, oldest first: afterwards every record they name holds the last of its versions.
+Status TableImpl::replay(std::span<const Commit> commits)
+{
+    struct History {
+        std::vector<std::vector<std::uint8_t>> versions;
+        bool unfinishedNew = false; ///< added by a commit whose writer died before it was done
+    };
+    std::map<RecordNumber, History> histories;
+    for (const Commit &one : commits) {
+        for (const RecordChange &change : one.changes) {
+            History &history = histories[change.number];
+            if (history.versions.empty()) {
+                history.versions.push_back(change.before.empty()
+                                               ? std::vector<std::uint8_t>(header.recordLength, 0)
+                                               : change.before);
+                history.unfinishedNew = change.before.empty() && one.number > m_state.applied;
+            }
+            history.versions.push_back(change.after);
+        }
+    }
+    std::vector<std::uint8_t> dateAndCount(dbfDateAndCount);
+    if (const auto got = m_dbf.readAt(dbfDateOffset, dateAndCount); !got.ok())
+        return got.status();
+    const RecordNumber announced =
+        decodeCount(std::span(dateAndCount).subspan(dbfCountOffset - dbfDateOffset, 4));
+    std::vector<std::vector<std::uint8_t>> homeless;
+    for (const auto &[number, history] : histories) {
+        std::vector<std::uint8_t> present(header.recordLength, 0);
+        const auto got = m_dbf.readAt(recordOffset(number), present);
+        if (!got.ok())
+            return got.status();
+        const bool whole = number <= announced && got.value() == present.size();
+        if (whole && !madeOf(present, recordOffset(number), history.versions) &&
+            looksLikeRecord(present, header)) {
+            // Another program has changed the line since, or has taken the number for a line of its own.
+            if (history.unfinishedNew)
+                homeless.push_back(history.versions.back());
+            continue;
+        }
+        if (const Status status = m_dbf.writeAt(recordOffset(number), history.versions.back()); !status.ok())
+            return status;
+    }
+    RecordNumber count = std::max(commits.empty() ? 0 : commits.back().recordCount, announced);
+    for (const auto &line : homeless) {
+        if (const Status status = m_dbf.writeAt(recordOffset(++count), line); !status.ok())
+            return status;
+    }
+    const std::vector<std::uint8_t> end{dbfEndMark};
+    if (const Status status = m_dbf.writeAt(recordOffset(count + 1), end); !status.ok())
+        return status;
+    m_dateAndCount.clear();
+    return writeDateAndCount(count);
+}
+
+} // namespace dbase

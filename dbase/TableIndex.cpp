@@ -1,0 +1,528 @@
+// The indexes of a table: asking them, and making them right again.
+
+#include "dbase/TableImpl.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace dbase
+{
+
+namespace
+{
+
+constexpr std::size_t scanChunk = 1U << 20U;
+/// Clocks of file systems tick in steps; a file that changed within this time may change again under the same
+/// stamp.
+constexpr auto stampTick = std::chrono::milliseconds(50);
+/// Longest run of records that is read in one call when only some of it is wanted.
+constexpr RecordNumber rowsPerRead = 512;
+
+} // namespace
+
+// ---------------------------------------------------------------------------------------------------------------------
+// MdxIndex
+
+MdxIndex::MdxIndex(TableImpl &table, std::size_t number, TagDefinition definition, KeyExpression expression)
+    : m_table(table)
+    , m_number(number)
+    , m_definition(std::move(definition))
+    , m_expression(std::move(expression))
+{
+}
+
+const MdxTag &MdxIndex::tag() const
+{
+    return m_table.m_mdx->tags()[m_number];
+}
+
+std::vector<std::uint8_t> MdxIndex::fileKey(std::span<const std::uint8_t> key) const
+{
+    if (tag().keyType == KeyType::character)
+        return {key.begin(), key.end()};
+    std::vector<std::uint8_t> whole(key.begin(), key.end());
+    whole.resize(m_expression.keyLength(), 0);
+    std::vector<std::uint8_t> out(static_cast<std::size_t>(tag().keyLength));
+    mdxKeyFromIndexKey(tag().keyType, whole, out);
+    return out;
+}
+
+IndexEntry MdxIndex::entryAt(const MdxCursor &cursor) const
+{
+    const std::span<const std::uint8_t> stored(cursor.key(), static_cast<std::size_t>(tag().keyLength));
+    if (tag().keyType == KeyType::character)
+        return {IndexKey(stored), cursor.record()};
+    return {IndexKey(indexKeyFromMdxKey(tag().keyType, stored)), cursor.record()};
+}
+
+int MdxIndex::compareKey(const MdxCursor &cursor, std::span<const std::uint8_t> key) const
+{
+    return compareMdxKeys(tag().keyType, cursor.key(), key.data(), key.size());
+}
+
+Result<std::optional<IndexEntry>> MdxIndex::ask(const Move &move)
+{
+    const ReadLook look(m_table);
+    if (!look.status().ok())
+        return look.status();
+    if (!m_table.m_mdx || m_number >= m_table.m_mdx->tags().size())
+        return m_table.failure(ErrorKind::damaged,
+                               "el índice ha cambiado; cierre la tabla y vuelva a abrirla");
+    MdxCursor cursor(*m_table.m_mdx, tag());
+    move(cursor);
+    if (cursor.damaged()) {
+        m_table.m_indexSuspect = true; // the next look puts it in order
+        const Status status = cursor.status();
+        return Status(status.kind(), status.text(), m_table.name, status.offset());
+    }
+    if (!cursor.valid())
+        return std::optional<IndexEntry>();
+    m_table.header.recordCount = std::max(m_table.header.recordCount, cursor.record());
+    return std::optional(entryAt(cursor));
+}
+
+Result<std::optional<IndexEntry>> MdxIndex::find(std::span<const std::uint8_t> prefix)
+{
+    auto found = atOrAfter(prefix);
+    if (found.ok() && found.value()) {
+        const auto bytes = found.value()->key.bytes();
+        if (bytes.size() < prefix.size() || std::memcmp(bytes.data(), prefix.data(), prefix.size()) != 0)
+            return std::optional<IndexEntry>();
+    }
+    return found;
+}
+
+Result<std::optional<IndexEntry>> MdxIndex::atOrAfter(std::span<const std::uint8_t> key)
+{
+    if (key.empty())
+        return first();
+    return ask([&](MdxCursor &cursor) { cursor.seek(fileKey(key)); });
+}
+
+Result<std::optional<IndexEntry>> MdxIndex::first()
+{
+    return ask([](MdxCursor &cursor) { cursor.first(); });
+}
+
+Result<std::optional<IndexEntry>> MdxIndex::last()
+{
+    return ask([](MdxCursor &cursor) { cursor.last(); });
+}
+
+Result<std::optional<IndexEntry>> MdxIndex::next(const IndexEntry &position)
+{
+    return ask([&](MdxCursor &cursor) {
+        const auto key = fileKey(position.key.bytes());
+        // The entry itself among equal ones; when it has gone, where it would stand.
+        for (cursor.seek(key); cursor.valid() && compareKey(cursor, key) == 0; cursor.next()) {
+            if (cursor.record() == position.record) {
+                cursor.next();
+                return;
+            }
+        }
+        for (cursor.seek(key); cursor.valid() && compareKey(cursor, key) == 0; cursor.next()) {
+            if (cursor.record() > position.record)
+                return;
+        }
+    });
+}
+
+Result<std::optional<IndexEntry>> MdxIndex::prior(const IndexEntry &position)
+{
+    return ask([&](MdxCursor &cursor) {
+        const auto key = fileKey(position.key.bytes());
+        for (cursor.seek(key); cursor.valid() && compareKey(cursor, key) == 0; cursor.next()) {
+            if (cursor.record() == position.record) {
+                cursor.prior();
+                return;
+            }
+        }
+        for (cursor.seek(key); cursor.valid() && compareKey(cursor, key) == 0; cursor.next()) {
+            if (cursor.record() > position.record)
+                break;
+        }
+        if (cursor.valid())
+            cursor.prior();
+        else if (!cursor.damaged())
+            cursor.last();
+    });
+}
+
+Status MdxIndex::collect(std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
+                         std::vector<RecordNumber> &out)
+{
+    const ReadLook look(m_table);
+    return look.status().ok() ? collectLocked(low, high, out) : look.status();
+}
+
+Status MdxIndex::collectLocked(std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
+                               std::vector<RecordNumber> &out) const
+{
+    if (!m_table.m_mdx || m_number >= m_table.m_mdx->tags().size())
+        return m_table.failure(ErrorKind::damaged,
+                               "el índice ha cambiado; cierre la tabla y vuelva a abrirla");
+    const std::vector<std::uint8_t> end = high.empty() ? std::vector<std::uint8_t>() : fileKey(high);
+    MdxCursor cursor(*m_table.m_mdx, tag());
+    if (low.empty())
+        cursor.first();
+    else
+        cursor.seek(fileKey(low));
+    // A tree has no more entries than fit into its file; more than that is a loop of blocks.
+    const std::size_t most = out.size() + m_table.m_mdx->mostEntries();
+    for (; cursor.valid() && (end.empty() || compareKey(cursor, end) <= 0); cursor.next()) {
+        out.push_back(cursor.record());
+        if (out.size() > most)
+            return m_table.failure(ErrorKind::damaged, "el índice da vueltas");
+    }
+    if (!cursor.damaged())
+        return {};
+    m_table.m_indexSuspect = true;
+    return cursor.status();
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Reading lines
+
+Status TableImpl::readRecord(RecordNumber number, std::span<std::uint8_t> record) const
+{
+    if (m_group && number > header.recordCount && number <= m_group->recordCount &&
+        record.size() == header.recordLength) {
+        for (auto change = m_group->changes.rbegin(); change != m_group->changes.rend(); ++change) {
+            if (change->number == number) {
+                std::copy(change->after.begin(), change->after.end(), record.begin());
+                return {};
+            }
+        }
+    }
+    if (number < 1 || number > header.recordCount || record.size() != header.recordLength)
+        return failure(ErrorKind::invalidArgument, "la tabla no tiene la línea " + std::to_string(number));
+    const auto got = m_dbf.readAt(recordOffset(number), record);
+    if (!got.ok())
+        return got.status();
+    if (got.value() != record.size())
+        return failure(ErrorKind::damaged, "el fichero acaba dentro de la línea " + std::to_string(number));
+    return {};
+}
+
+Status TableImpl::scan(RecordNumber from,
+                       const std::function<void(RecordNumber, std::span<const std::uint8_t>)> &visit) const
+{
+    const std::size_t perChunk = std::max<std::size_t>(1, scanChunk / header.recordLength);
+    std::vector<std::uint8_t> buffer(std::min<std::size_t>(perChunk, header.recordCount) *
+                                     header.recordLength);
+    for (RecordNumber first = from; first <= header.recordCount;) {
+        const auto count =
+            static_cast<RecordNumber>(std::min<std::size_t>(perChunk, header.recordCount - first + 1));
+        const auto chunk = std::span(buffer).first(count * header.recordLength);
+        const auto got = m_dbf.readAt(recordOffset(first), chunk);
+        if (!got.ok())
+            return got.status();
+        if (got.value() != chunk.size())
+            return failure(ErrorKind::damaged, "el fichero se ha acortado mientras se leía");
+        for (RecordNumber i = 0; i < count; ++i)
+            visit(first + i, chunk.subspan(i * header.recordLength, header.recordLength));
+        first += count;
+    }
+    return {};
+}
+
+/// The live lines between two bounds, in order; their bytes too when `rows` is given. All under one index
+/// lock.
+Status TableImpl::liveRows(Index *wanted, std::span<const std::uint8_t> low,
+                           std::span<const std::uint8_t> high, std::vector<RecordNumber> &numbers,
+                           std::vector<std::uint8_t> *rows)
+{
+    const ReadLook look(*this);
+    if (!look.status().ok())
+        return look.status();
+    std::vector<RecordNumber> found;
+    if (const auto *const filed = dynamic_cast<const MdxIndex *>(wanted)) {
+        if (const Status status = filed->collectLocked(low, high, found); !status.ok())
+            return status;
+    } else if (wanted) {
+        if (const Status status = wanted->collect(low, high, found); !status.ok())
+            return status;
+    } else {
+        found.resize(header.recordCount);
+        for (RecordNumber number = 1; number <= header.recordCount; ++number)
+            found[number - 1] = number;
+    }
+    const std::size_t length = header.recordLength;
+    std::vector<std::uint8_t> buffer;
+    for (std::size_t at = 0; at < found.size();) {
+        // Lines of one sheet mostly stand side by side in the file: a run of numbers is one read.
+        std::size_t end = at + 1;
+        while (end < found.size() && end - at < rowsPerRead && found[end] == found[end - 1] + 1)
+            ++end;
+        buffer.resize((end - at) * length);
+        std::size_t read = 0;
+        if (found[at] >= 1) {
+            const auto got = m_dbf.readAt(recordOffset(found[at]), buffer);
+            if (!got.ok())
+                return got.status();
+            read = got.value() / length;
+        }
+        if (read < end - at)
+            m_indexSuspect = true; // keys of lines that are not there
+        for (std::size_t i = 0; i < read; ++i) {
+            const auto row = std::span(buffer).subspan(i * length, length);
+            if (isDeleted(row) || row[0] == dbfEndMark)
+                continue;
+            numbers.push_back(found[at + i]);
+            if (rows)
+                rows->insert(rows->end(), row.begin(), row.end());
+            header.recordCount = std::max(header.recordCount, found[at + i]);
+        }
+        at = end;
+    }
+    return {};
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// What others have written
+
+void TableImpl::noteStamp()
+{
+    const auto stamp = m_dbf.stamp();
+    m_stampDoubtful = true;
+    if (!stamp.ok())
+        return;
+    m_stamp = stamp.value();
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    const std::chrono::nanoseconds age = now - std::chrono::nanoseconds(m_stamp.modified);
+    m_stampDoubtful = m_lookOwed || m_remote || age < stampTick;
+}
+
+Result<bool> TableImpl::refresh()
+{
+    if (!m_poison.ok())
+        return m_poison;
+    if (m_held == Held::changing)
+        return false;
+    const auto unfinished = lookAtJournal();
+    if (!unfinished.ok())
+        return unfinished.status();
+    const auto stamp = m_dbf.stamp();
+    if (!stamp.ok())
+        return stamp.status();
+    if (!unfinished.value() && m_state.applied == m_seenCommit && stamp.value() == m_stamp &&
+        !m_stampDoubtful && !m_indexSuspect)
+        return false;
+    // The stamp first: what is written while we look must be looked at again.
+    m_lookOwed = false;
+    noteStamp();
+    const ReadLook look(*this);
+    if (!look.status().ok())
+        return look.status();
+    m_seenCommit = m_state.applied;
+    std::vector<std::uint8_t> dateAndCount(dbfDateAndCount);
+    const auto got = m_dbf.readAt(dbfDateOffset, dateAndCount);
+    if (!got.ok())
+        return got.status();
+    if (got.value() != dateAndCount.size())
+        return failure(ErrorKind::damaged, "el fichero se ha quedado sin cabecera");
+    header.recordCount = decodeCount(std::span(dateAndCount).subspan(dbfCountOffset - dbfDateOffset, 4));
+    // Lines of a program that keeps no index, or keeps it without telling: to be looked into at the next
+    // look.
+    if (m_mdx && !readOnly && m_state.indexedRecords != header.recordCount)
+        m_indexSuspect = true;
+    ++version;
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Tags
+
+std::vector<TagDefinition> TableImpl::tags() const
+{
+    std::vector<TagDefinition> out;
+    for (const MemoryTag &tag : m_memoryTags)
+        out.push_back(tag.index->definition());
+    for (const auto &one : m_indexes)
+        out.push_back(one->definition());
+    return out;
+}
+
+Index *TableImpl::index(std::string_view tag)
+{
+    for (MemoryTag &memory : m_memoryTags) {
+        if (!sameText(memory.index->definition().name, tag))
+            continue;
+        if (memory.version != version && !buildMemoryTag(memory).ok())
+            return nullptr;
+        return memory.index.get();
+    }
+    for (const auto &one : m_indexes) {
+        if (sameText(one->definition().name, tag))
+            return one.get();
+    }
+    return nullptr;
+}
+
+Status TableImpl::buildMemoryTag(MemoryTag &tag)
+{
+    auto fresh = std::make_unique<MemoryIndex>(tag.index->definition(), tag.index->expression());
+    const Status status = scan(1, [&](RecordNumber number, std::span<const std::uint8_t> record) {
+        fresh->addUnsorted(fresh->expression().keyOf(record), number);
+    });
+    if (!status.ok())
+        return status;
+    fresh->finish();
+    *tag.index = std::move(*fresh); // in place: callers hold pointers to it
+    tag.version = version;
+    return {};
+}
+
+Status TableImpl::addMemoryTag(const TagDefinition &tag)
+{
+    auto expression = KeyExpression::parse(tag.expression, header.fields, header.codePage);
+    if (!expression.ok())
+        return failure(expression.status().kind(), expression.status().text());
+    MemoryTag memory{std::make_unique<MemoryIndex>(tag, std::move(expression).value()), 0};
+    const Status status = buildMemoryTag(memory);
+    if (status.ok())
+        m_memoryTags.push_back(std::move(memory));
+    return status;
+}
+
+Status TableImpl::addTag(const TagDefinition &tag)
+{
+    return index(tag.name) ? Status() : addMemoryTag(tag);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Making the index right
+
+std::vector<std::uint8_t> TableImpl::fileKeyOf(std::size_t number, std::span<const std::uint8_t> record) const
+{
+    const MdxTag &tag = m_mdx->tags()[number];
+    std::vector<std::uint8_t> out(static_cast<std::size_t>(tag.keyLength));
+    mdxKeyFromIndexKey(tag.keyType, m_indexes[number]->expression().keyOf(record).bytes(), out);
+    return out;
+}
+
+Result<std::vector<TagKeys>> TableImpl::keysOfAll() const
+{
+    std::vector<TagKeys> all(m_indexes.size());
+    for (std::size_t number = 0; number < all.size(); ++number)
+        all[number].keys.resize(std::size_t{header.recordCount} *
+                                static_cast<std::size_t>(m_mdx->tags()[number].keyLength));
+    const Status status = scan(1, [&](RecordNumber record, std::span<const std::uint8_t> bytes) {
+        for (std::size_t number = 0; number < all.size(); ++number) {
+            const MdxTag &tag = m_mdx->tags()[number];
+            const auto length = static_cast<std::size_t>(tag.keyLength);
+            mdxKeyFromIndexKey(tag.keyType, m_indexes[number]->expression().keyOf(bytes).bytes(),
+                               std::span(all[number].keys).subspan((record - 1) * length, length));
+        }
+    });
+    if (!status.ok())
+        return status;
+    return all;
+}
+
+Status TableImpl::repairIndex()
+{
+    if (m_indexSuspect && !m_mdx) { // there is an index file that cannot be read
+        m_indexSuspect = false;
+        return options.tags.empty() ? Status() : makeIndex(options.tags);
+    }
+    if (!m_mdx)
+        return {};
+    const auto same = m_mdx->look();
+    if (!same.ok())
+        return same.status();
+    auto keys = keysOfAll();
+    if (!keys.ok())
+        return keys.status();
+    bool right = same.value() && m_mdx->languageDriver() == header.languageDriver;
+    for (std::size_t number = 0; right && number < m_indexes.size(); ++number)
+        right = holdsExactly(*m_mdx, m_mdx->tags()[number], keys.value()[number]);
+    if (!right) {
+        std::vector<KeyExpression> expressions;
+        for (const auto &one : m_indexes)
+            expressions.push_back(one->expression());
+        if (const Status status = rewriteIndex(m_mdx->tags(), std::move(expressions)); !status.ok())
+            return status;
+    }
+    m_indexSuspect = false;
+    m_state.indexedRecords = header.recordCount;
+    return {};
+}
+
+Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, std::vector<KeyExpression> expressions)
+{
+    m_indexes.clear();
+    std::vector<TagKeys> keys(tags.size());
+    for (std::size_t number = 0; number < tags.size(); ++number)
+        keys[number].keys.resize(std::size_t{header.recordCount} *
+                                 static_cast<std::size_t>(tags[number].keyLength));
+    Status status = scan(1, [&](RecordNumber record, std::span<const std::uint8_t> bytes) {
+        for (std::size_t number = 0; number < tags.size(); ++number) {
+            const auto length = static_cast<std::size_t>(tags[number].keyLength);
+            mdxKeyFromIndexKey(tags[number].keyType, expressions[number].keyOf(bytes).bytes(),
+                               std::span(keys[number].keys).subspan((record - 1) * length, length));
+        }
+    });
+    if (!status.ok())
+        return status;
+    std::vector<std::uint8_t> single;
+    for (std::size_t number = 0; number < tags.size(); ++number) {
+        orderKeys(tags[number], header.recordCount, keys[number]);
+        const std::vector<int> &used = expressions[number].fieldsUsed();
+        single.push_back(used.size() == 1 && sameText(header.fields[static_cast<std::size_t>(used[0])].name,
+                                                      expressions[number].text())
+                             ? 1
+                             : 0);
+    }
+    MdxHeader head;
+    const std::string stem = displayName(path.stem());
+    head.tableName = stem;
+    std::transform(head.tableName.begin(), head.tableName.end(), head.tableName.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    head.created = today();
+    head.updated = head.created;
+    head.languageDriver = header.languageDriver;
+    status = m_mdx->rewrite(head, tags, keys, single);
+    if (!status.ok())
+        return status;
+    m_state.indexedRecords = header.recordCount;
+    return readTags();
+}
+
+Status TableImpl::check()
+{
+    const ReadLook look(*this);
+    if (!look.status().ok())
+        return look.status();
+    if (!m_mdx)
+        return {};
+    auto keys = keysOfAll();
+    if (!keys.ok())
+        return keys.status();
+    for (std::size_t number = 0; number < m_indexes.size(); ++number) {
+        if (!holdsExactly(*m_mdx, m_mdx->tags()[number], keys.value()[number]))
+            return failure(ErrorKind::damaged, "el orden «" + m_mdx->tags()[number].name +
+                                                   "» no coincide con las líneas de la tabla");
+    }
+    return {};
+}
+
+Status TableImpl::reindex()
+{
+    if (const Status status = beginChange(); !status.ok())
+        return status;
+    Status status;
+    if (m_mdx) {
+        std::vector<KeyExpression> expressions;
+        for (const auto &one : m_indexes)
+            expressions.push_back(one->expression());
+        status = rewriteIndex(m_mdx->tags(), std::move(expressions));
+    }
+    if (status.ok())
+        status = checkpoint(false);
+    ++version;
+    endChange();
+    return status;
+}
+
+} // namespace dbase
