@@ -26,11 +26,14 @@ Status TableImpl::checkWritable(std::size_t recordSize) const
     return {};
 }
 
+/// After a failure in the middle of a commit nothing of this object can be relied on any more; whoever opens
+/// the table next finds the commit in the journal and finishes it. So the caller is told that the change may
+/// or may not be there.
 Status TableImpl::poison(const Status &cause)
 {
     m_poison = failure(ErrorKind::inputOutput, "un fallo del disco ha dejado la tabla a medias (" +
                                                    cause.text() + "); ciérrela y vuelva a abrirla");
-    return cause;
+    return m_poison;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -392,21 +395,21 @@ Status TableImpl::finishDeadCommit()
 namespace
 {
 
-/// Whether a record, sector by sector of the file, is made of pieces of the given versions alone: then it is
-/// ours, perhaps torn. What is not was written by another program later and stays.
+/// Whether a record is made of pieces of the given versions alone: then it is ours, perhaps torn. What is not
+/// was written by another program later and stays. A power cut tears at sectors of the file, a killed writer
+/// at any byte.
 bool madeOf(std::span<const std::uint8_t> present, std::uint64_t offset,
-            std::span<const std::vector<std::uint8_t>> versions)
+            std::span<const std::vector<std::uint8_t>> versions, bool tornAnywhere)
 {
     for (std::size_t from = 0; from < present.size();) {
-        const std::size_t upTo =
-            std::min<std::size_t>(present.size(), from + journalSector - (offset + from) % journalSector);
-        const auto piece = present.subspan(from, upTo - from);
+        const std::size_t room = tornAnywhere ? 1 : journalSector - (offset + from) % journalSector;
+        const auto piece = present.subspan(from, std::min(room, present.size() - from));
         const bool known = std::any_of(versions.begin(), versions.end(), [&](const auto &one) {
             return std::memcmp(one.data() + from, piece.data(), piece.size()) == 0;
         });
         if (!known)
             return false;
-        from = upTo;
+        from += piece.size();
     }
     return true;
 }
@@ -418,7 +421,8 @@ Status TableImpl::replay(std::span<const Commit> commits)
 {
     struct History {
         std::vector<std::vector<std::uint8_t>> versions;
-        bool unfinishedNew = false; ///< added by a commit whose writer died before it was done
+        bool unfinished = false; ///< changed by a commit whose writer died before it was done
+        bool isNew = false;
     };
     std::map<RecordNumber, History> histories;
     for (const Commit &one : commits) {
@@ -428,8 +432,9 @@ Status TableImpl::replay(std::span<const Commit> commits)
                 history.versions.push_back(change.before.empty()
                                                ? std::vector<std::uint8_t>(header.recordLength, 0)
                                                : change.before);
-                history.unfinishedNew = change.before.empty() && one.number > m_state.applied;
+                history.isNew = change.before.empty();
             }
+            history.unfinished = history.unfinished || one.number > m_state.applied;
             history.versions.push_back(change.after);
         }
     }
@@ -445,10 +450,10 @@ Status TableImpl::replay(std::span<const Commit> commits)
         if (!got.ok())
             return got.status();
         const bool whole = number <= announced && got.value() == present.size();
-        if (whole && !madeOf(present, recordOffset(number), history.versions) &&
+        if (whole && !madeOf(present, recordOffset(number), history.versions, history.unfinished) &&
             looksLikeRecord(present, header)) {
             // Another program has changed the line since, or has taken the number for a line of its own.
-            if (history.unfinishedNew)
+            if (history.unfinished && history.isNew)
                 homeless.push_back(history.versions.back());
             continue;
         }

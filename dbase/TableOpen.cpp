@@ -12,7 +12,8 @@ namespace
 {
 
 constexpr std::uint64_t presenceOffset = headerLockOffset;
-constexpr auto joinTimeout = std::chrono::seconds(10);
+/// Beyond the usual patience: another workstation may be putting a large table in order.
+constexpr auto repairPatience = std::chrono::seconds(2);
 constexpr std::uint64_t indexFlagOffset = 28;
 
 bool sameName(const std::filesystem::path &a, const std::filesystem::path &b)
@@ -220,7 +221,7 @@ Status TableImpl::startJournal()
 /// Joins the programs that have the table open; when there are none, first puts everything in order.
 Status TableImpl::joinOthers()
 {
-    const auto deadline = std::chrono::steady_clock::now() + joinTimeout;
+    const auto deadline = std::chrono::steady_clock::now() + options.lockTimeout + repairPatience;
     for (;;) {
         const auto alone = m_journal.tryLock(presenceOffset, 1, File::LockKind::exclusive);
         if (!alone.ok())

@@ -1,15 +1,16 @@
-// agendadriver: a writer and a judge of an agenda table, for tests that kill it, cut its power or make its calls fail.
+// agendadriver: a writer and a judge of an agenda table, for tests that kill it, cut its power or make its
+// calls fail.
 //
-//   agendadriver init DIR                   makes the table, with a counter and three lines that all writers share
-//   agendadriver write DIR ID SEED [OPS]    changes lines and says so; without OPS until it is killed
-//   agendadriver check DIR                  opens (and so repairs) the table and holds it to what it must be; 0 = sound
-//   agendadriver dump DIR                   "key value" of every line
-//   agendadriver hold DIR KEY SECONDS       keeps the lock of a line
+//   agendadriver init DIR                   makes the table, with a counter and three lines that all writers
+//   share agendadriver write DIR ID SEED [OPS]    changes lines and says so; without OPS until it is killed
+//   agendadriver check DIR                  opens (and so repairs) the table and holds it to what it must be;
+//   0 = sound agendadriver dump DIR                   "key value" of every line agendadriver hold DIR KEY
+//   SECONDS       keeps the lock of a line
 //
 // Each change is announced and answered in one line and one write:
 //   TRY op key [value] @ns    ACK op key [value] @ns    NAK op key    UNK op key
-// A line's key stands in OFICIAL, its value in INTERESADO, and CONCEPTO is filled with a pattern made of the value, so that
-// half a line gives itself away. A day sheet is one commit of many lines with one key.
+// A line's key stands in OFICIAL, its value in INTERESADO, and CONCEPTO is filled with a pattern made of the
+// value, so that half a line gives itself away. A day sheet is one commit of many lines with one key.
 
 #include "dbase/Table.h"
 
@@ -18,7 +19,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
-#include <optional>
 #include <random>
 #include <string>
 #include <thread>
@@ -30,7 +30,8 @@
 #include <unistd.h>
 #endif
 
-namespace {
+namespace
+{
 
 using namespace dbase;
 using Bytes = std::vector<std::uint8_t>;
@@ -42,10 +43,14 @@ const char *const counterKey = "counter";
 TableDefinition definition()
 {
     TableDefinition made;
-    made.fields = {{"FECHA", FieldType::date, 8},          {"HORA", FieldType::character, 5},
-                   {"CONCEPTO", FieldType::character, 254}, {"CODCLIENTE", FieldType::floating, 20, 4},
-                   {"INTERESADO", FieldType::character, 100}, {"OFICIAL", FieldType::character, 16},
-                   {"SALIDA", FieldType::character, 1},    {"AVISO", FieldType::character, 1}};
+    made.fields = {{"FECHA", FieldType::date, 8},
+                   {"HORA", FieldType::character, 5},
+                   {"CONCEPTO", FieldType::character, 254},
+                   {"CODCLIENTE", FieldType::floating, 20, 4},
+                   {"INTERESADO", FieldType::character, 100},
+                   {"OFICIAL", FieldType::character, 16},
+                   {"SALIDA", FieldType::character, 1},
+                   {"AVISO", FieldType::character, 1}};
     made.tags = {{"FECHA", "DTOS(FECHA)+HORA"}, {"CLAVE", "OFICIAL"}};
     return made;
 }
@@ -59,8 +64,8 @@ TableDefinition definition()
 void say(const char *verb, const char *op, const std::string &key, const std::string &value)
 {
     const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    const std::string line = std::string(verb) + ' ' + op + ' ' + key + (value.empty() ? "" : " " + value) + " @" +
-                             std::to_string(std::chrono::nanoseconds(now).count()) + '\n';
+    const std::string line = std::string(verb) + ' ' + op + ' ' + key + (value.empty() ? "" : " " + value) +
+                             " @" + std::to_string(std::chrono::nanoseconds(now).count()) + '\n';
     // Past stdio: a killed process must not keep a line in its buffer.
 #if defined(_WIN32)
     if (_write(1, line.data(), static_cast<unsigned>(line.size())) < 0)
@@ -84,21 +89,25 @@ std::string pattern(const std::string &value)
     return text;
 }
 
-class Agenda {
+class Agenda
+{
 public:
-    explicit Agenda(const std::string &folder)
+    Status open(const std::string &folder)
     {
         OpenOptions options;
-        options.lockTimeout = std::chrono::seconds(10);
+        options.lockTimeout = std::chrono::seconds(2);
         options.tags = definition().tags;
         const auto file = findTable(folder, "AGENDA_N");
         if (!file.ok())
-            fail(file.status().message());
+            return file.status();
         auto opened = Table::open(file.value(), options);
         if (!opened.ok())
-            fail(opened.status().message());
+            return opened.status();
         m_table = std::move(opened).value();
+        return m_table->isReadOnly() ? Status(ErrorKind::readOnly, m_table->readOnlyReason()) : Status();
     }
+    void close() { m_table.reset(); }
+    [[nodiscard]] bool isOpen() const { return m_table != nullptr; }
     Table &table() { return *m_table; }
 
     Bytes line(const std::string &key, const std::string &value, std::mt19937 &random)
@@ -126,7 +135,8 @@ public:
     }
     void setText(Bytes &record, Field field, const std::string &text)
     {
-        writeText(record, m_table->fields()[field], m_table->codePage(), std::u16string(text.begin(), text.end()));
+        writeText(record, m_table->fields()[field], m_table->codePage(),
+                  std::u16string(text.begin(), text.end()));
     }
     std::string text(std::span<const std::uint8_t> record, Field field) const
     {
@@ -164,7 +174,8 @@ const char *verbOf(const Status &status)
     }
 }
 
-class Writer {
+class Writer
+{
 public:
     Writer(const std::string &folder, int id, unsigned seed)
         : m_folder(folder)
@@ -175,18 +186,16 @@ public:
 
     void run(long operations)
     {
-        for (long n = 0; operations == 0 || n < operations; ++n) {
-            if (!m_agenda)
-                m_agenda.emplace(m_folder);
+        for (long n = 0; operations == 0 || n < operations; ++n)
             step(n);
-        }
     }
 
 private:
     void step(long n)
     {
         const std::string own = "w" + std::to_string(m_id) + "-" + std::to_string(n);
-        const std::string value = "v" + std::to_string(m_id) + "x" + std::to_string(n) + "x" + std::to_string(m_random() % 1000);
+        const std::string value =
+            "v" + std::to_string(m_id) + "x" + std::to_string(n) + "x" + std::to_string(m_random() % 1000);
         const auto what = m_random() % 100;
         if (what < 10)
             return answer("inc", counterKey, "1", [&] { return increment(); });
@@ -207,10 +216,17 @@ private:
         answer("del", key, {}, [&](const std::string &one) { return remove(one); });
     }
 
-    template <class Work> void answer(const char *op, const std::string &key, const std::string &value, Work &&work)
+    template <class Work>
+    void answer(const char *op, const std::string &key, const std::string &value, Work &&work)
     {
         say("TRY", op, key, value);
-        Status status;
+        Status status = m_agenda.isOpen() ? Status() : m_agenda.open(m_folder);
+        if (!status.ok()) {
+            std::fprintf(stderr, "%s %s: %s\n", op, key.c_str(), status.message().c_str());
+            m_agenda.close();
+            say("NAK", op, key, value);
+            return;
+        }
         if constexpr (std::is_invocable_v<Work>)
             status = work();
         else
@@ -219,22 +235,23 @@ private:
         if (status.ok())
             return;
         std::fprintf(stderr, "%s %s: %s\n", op, key.c_str(), status.message().c_str());
-        // As a window would after a failure of the disk: the table is closed, and opened again for the next change.
+        // As a window would after a failure of the disk: the table is closed, and opened again for the next
+        // change.
         if (status.kind() == ErrorKind::inputOutput || status.kind() == ErrorKind::damaged)
-            m_agenda.reset();
+            m_agenda.close();
     }
 
     Status insert(const std::string &key, const std::string &value)
     {
-        return m_agenda->table().append(m_agenda->line(key, value, m_random)).status();
+        return m_agenda.table().append(m_agenda.line(key, value, m_random)).status();
     }
 
     Status sheet(const std::string &key, const std::string &value)
     {
-        Table &table = m_agenda->table();
+        Table &table = m_agenda.table();
         Status status = table.beginGroup();
         for (int i = 0; status.ok() && i < linesOfSheet; ++i)
-            status = table.append(m_agenda->line(key, value, m_random)).status();
+            status = table.append(m_agenda.line(key, value, m_random)).status();
         if (status.ok())
             return table.commitGroup();
         table.dropGroup();
@@ -244,9 +261,9 @@ private:
     /// Locks a line, reads it afresh, lets `edit` change it and writes it, as edit() and post() do.
     template <class Edit> Status withLine(const std::string &key, Edit &&edit)
     {
-        Table &table = m_agenda->table();
+        Table &table = m_agenda.table();
         Status status;
-        const RecordNumber number = m_agenda->find(key, status);
+        const RecordNumber number = m_agenda.find(key, status);
         if (!status.ok())
             return status;
         if (number == 0)
@@ -258,7 +275,7 @@ private:
         status = table.read(number, before);
         if (!status.ok())
             return status;
-        if (isDeleted(before) || m_agenda->text(before, oficial) != key)
+        if (isDeleted(before) || m_agenda.text(before, oficial) != key)
             return {ErrorKind::notFound, "the line is gone"};
         Bytes after = before;
         edit(after);
@@ -268,16 +285,16 @@ private:
     Status change(const std::string &key, const std::string &value)
     {
         return withLine(key, [&](Bytes &record) {
-            m_agenda->setValue(record, value);
+            m_agenda.setValue(record, value);
             if (m_random() % 4 == 0)
-                m_agenda->setTime(record, m_random);
+                m_agenda.setTime(record, m_random);
         });
     }
 
     Status increment()
     {
         return withLine(counterKey, [&](Bytes &record) {
-            const FieldDefinition &field = m_agenda->table().fields()[codcliente];
+            const FieldDefinition &field = m_agenda.table().fields()[codcliente];
             if (!writeNumber(record, field, readNumber(record, field).value_or(0) + 1).ok())
                 fail("the counter is full");
         });
@@ -291,7 +308,7 @@ private:
     std::string m_folder;
     int m_id;
     std::mt19937 m_random;
-    std::optional<Agenda> m_agenda;
+    Agenda m_agenda;
     std::vector<std::string> m_mine;
 };
 
@@ -312,7 +329,8 @@ std::map<std::string, Seen> readAll(Agenda &agenda)
     if (const Status status = table.liveRecords(nullptr, {}, {}, inFile); !status.ok())
         fail(status.message());
     if (numbers.size() != inFile.size())
-        fail("the index shows " + std::to_string(numbers.size()) + " lines of " + std::to_string(inFile.size()));
+        fail("the index shows " + std::to_string(numbers.size()) + " lines of " +
+             std::to_string(inFile.size()));
     std::map<std::string, Seen> seen;
     for (std::size_t i = 0; i < numbers.size(); ++i) {
         const auto row = std::span(rows).subspan(i * table.recordLength(), table.recordLength());
@@ -321,7 +339,8 @@ std::map<std::string, Seen> readAll(Agenda &agenda)
         if (agenda.text(row, concepto) != pattern(value))
             fail("line " + std::to_string(numbers[i]) + " (" + key + ") is torn");
         if (key == counterKey)
-            value = std::to_string(static_cast<long>(readNumber(row, table.fields()[codcliente]).value_or(0)));
+            value =
+                std::to_string(static_cast<long>(readNumber(row, table.fields()[codcliente]).value_or(0)));
         Seen &one = seen[key];
         if (++one.lines > 1 && (one.value != value || key.back() != 's'))
             fail("key " + key + " stands in the table twice");
@@ -341,7 +360,9 @@ int initTable(const std::string &folder)
         fail(file.status().message());
     if (const Status status = Table::create(file.value(), definition()); !status.ok())
         fail(status.message());
-    Agenda agenda(folder);
+    Agenda agenda;
+    if (const Status status = agenda.open(folder); !status.ok())
+        fail(status.message());
     std::mt19937 random(1);
     for (const char *key : {"shared-a", "shared-b", "shared-c", counterKey}) {
         if (const auto added = agenda.table().append(agenda.line(key, "v0", random)); !added.ok())
@@ -366,7 +387,9 @@ int main(int argc, char **argv)
             .run(words.size() > 4 ? std::atol(words[4].c_str()) : 0);
         return 0;
     }
-    Agenda agenda(folder);
+    Agenda agenda;
+    if (const Status status = agenda.open(folder); !status.ok())
+        fail(status.message());
     if (verb == "check") {
         if (const Status status = agenda.table().check(); !status.ok())
             fail(status.message());
