@@ -25,6 +25,16 @@ const QList<FieldInfo> &CamposAgendaN()
     return campos;
 }
 
+void CompruebaCamposAgendaN(const dataset::DataSet &tabla)
+{
+    for (const FieldInfo &campo : CamposAgendaN()) {
+        if (tabla.fieldIndex(campo.name) < 0)
+            throw dataset::EDatabaseError(
+                QStringLiteral("La tabla de la agenda no tiene el campo «%1»").arg(campo.name),
+                dbase::ErrorKind::unsupported);
+    }
+}
+
 TDMAgendaN::TDMAgendaN(const dataset::Aliases &aliases, QObject *propietario)
     : QObject(propietario)
     , TAgendaN1(aliases)

@@ -11,6 +11,10 @@ void PreparaTablaAgendaN(dataset::DbfTable &tabla);
 /// The agenda line's fields, for creating an agenda table.
 [[nodiscard]] const QList<dataset::FieldInfo> &CamposAgendaN();
 
+/// Makes sure that an open table has the agenda line's fields. @throws dataset::EDatabaseError naming what is
+/// missing.
+void CompruebaCamposAgendaN(const dataset::DataSet &tabla);
+
 /// Data module of the multi-notary agenda: five cursors over AGENDA_N tables, whose database is set by
 /// whoever opens them, and the in-memory table of week-report rows.
 class TDMAgendaN : public QObject

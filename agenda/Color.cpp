@@ -35,6 +35,12 @@ constexpr std::array Nombres = {
     TNombreColor{0xFFFFFF, QLatin1String("clWhite")},
     TNombreColor{0x808080, QLatin1String("clDkGray")},
     TNombreColor{0xC0C0C0, QLatin1String("clLtGray")},
+    TNombreColor{0xC0DCC0, QLatin1String("clMoneyGreen")},
+    TNombreColor{0xF0CAA6, QLatin1String("clSkyBlue")},
+    TNombreColor{0xF0FBFF, QLatin1String("clCream")},
+    TNombreColor{0xA4A0A0, QLatin1String("clMedGray")},
+    TNombreColor{0x1FFFFFFF, QLatin1String("clNone")},
+    TNombreColor{0x20000000, QLatin1String("clDefault")},
     TNombreColor{DelEscritorio + 0, QLatin1String("clScrollBar")},
     TNombreColor{DelEscritorio + 1, QLatin1String("clBackground")},
     TNombreColor{DelEscritorio + 2, QLatin1String("clActiveCaption")},
@@ -60,6 +66,11 @@ constexpr std::array Nombres = {
     TNombreColor{DelEscritorio + 22, QLatin1String("cl3DLight")},
     TNombreColor{DelEscritorio + 23, QLatin1String("clInfoText")},
     TNombreColor{DelEscritorio + 24, QLatin1String("clInfoBk")},
+    TNombreColor{DelEscritorio + 26, QLatin1String("clHotLight")},
+    TNombreColor{DelEscritorio + 27, QLatin1String("clGradientActiveCaption")},
+    TNombreColor{DelEscritorio + 28, QLatin1String("clGradientInactiveCaption")},
+    TNombreColor{DelEscritorio + 29, QLatin1String("clMenuHighlight")},
+    TNombreColor{DelEscritorio + 30, QLatin1String("clMenuBar")},
 };
 
 } // namespace

@@ -54,6 +54,8 @@ void RecorreHuecos(const TParrilla &parrilla, const std::function<void(int, int)
 
 bool PonRangoDelDia(dataset::DataSet &tabla, QDate fecha)
 {
+    if (!fecha.isValid())
+        return false;
     const bool hay =
         TBRango(tabla, {{Fecha, fecha}, {Hora, PrimeraHora}}, {{Fecha, fecha}, {Hora, UltimaHora}});
     if (hay)
@@ -72,9 +74,9 @@ void QuitaRangoDelDia(dataset::DataSet &tabla)
     tabla.setTag(0);
 }
 
-bool VeAOtroDia(dataset::DataSet &tabla, TSentido sentido, const std::function<bool(QDate)> &rango)
+bool VeAOtroDia(dataset::DataSet &tabla, QDate mostrado, TSentido sentido,
+                const std::function<bool(QDate)> &rango)
 {
-    const QDate mostrado = tabla.field(Fecha).asDate();
     const dataset::ControlsGuard sinAvisos(tabla);
     QDate destino;
     try {

@@ -24,8 +24,8 @@ struct TParrilla {
 /// steps once, whatever the interval; an hour of more than two digits ends the sheet.
 void RecorreHuecos(const TParrilla &parrilla, const std::function<void(int hora, int minuto)> &hueco);
 
-/// Restricts a table to the lines of a day; when there are any, the table's tag becomes 1, the mark of an
-/// active range.
+/// Restricts a table to the lines of a day (an invalid date changes nothing); when there are any, the table's
+/// tag becomes 1, the mark of an active range.
 /// @return whether the day has lines. @throws dataset::EDatabaseError
 bool PonRangoDelDia(dataset::DataSet &tabla, QDate fecha);
 [[nodiscard]] bool HayRangoDelDia(const dataset::DataSet &tabla);
@@ -35,10 +35,12 @@ void QuitaRangoDelDia(dataset::DataSet &tabla);
 enum class TSentido { anterior, siguiente };
 
 /// Goes from the shown day to the nearest one with lines, and shows it.
-/// @param tabla  the table that is looked at; its notices are held back meanwhile.
+/// @param tabla     the table that is looked at; its notices are held back meanwhile.
+/// @param mostrado  the day shown now; it may have no lines.
 /// @param rango  shows a day and tells whether it has lines; called once in every case, with the day shown
 /// before when
 ///               there is no other.
 /// @return false when there is no other day. @throws dataset::EDatabaseError, with the day shown before in
 /// place.
-bool VeAOtroDia(dataset::DataSet &tabla, TSentido sentido, const std::function<bool(QDate)> &rango);
+bool VeAOtroDia(dataset::DataSet &tabla, QDate mostrado, TSentido sentido,
+                const std::function<bool(QDate)> &rango);

@@ -1,6 +1,7 @@
 #include "agenda/HoraTexto.h"
 
 #include "agenda/Rnumcad.h"
+#include "agenda/Rvarias.h"
 #include "dataset/DatabaseError.h"
 
 namespace
@@ -17,4 +18,20 @@ QString IncrementaHora(const QString &hora, int minutos)
     const qint64 suma = qint64{horas} * 60 + minutosDeLaHora + minutos;
     const auto delDia = static_cast<int>(((suma % MinutosDelDia) + MinutosDelDia) % MinutosDelDia);
     return StrCeros(delDia / 60, 2) + u':' + StrCeros(delDia % 60, 2);
+}
+
+QString NormalizaHora(const QString &tecleado)
+{
+    QString cifras = QuitaCaracter(tecleado, u' ');
+    const qsizetype separador = cifras.replace(u'.', u':').indexOf(u':');
+    QString horas =
+        separador >= 0 ? cifras.left(separador) : cifras.left(cifras.size() > 2 ? cifras.size() - 2 : 2);
+    QString minutos = separador >= 0      ? cifras.mid(separador + 1)
+                      : cifras.size() > 2 ? cifras.right(2)
+                                          : QString();
+    const bool conForma = EsUnNumero(horas) && horas.size() <= 2 && minutos.size() <= 2 &&
+                          (minutos.isEmpty() || EsUnNumero(minutos)) && (separador < 0 || !minutos.isEmpty());
+    if (!conForma || Cad_Int(horas) > 23 || Cad_Int(minutos) > 59)
+        throw dataset::EConvertError(QStringLiteral("«%1» no es una hora").arg(tecleado));
+    return StrCeros(horas, 2) + u':' + StrCeros(minutos, 2);
 }

@@ -7,3 +7,8 @@
 /// @param minutos  may be negative.
 /// @throws dataset::EConvertError for an hour of 24 or more or a minute of 60 or more.
 [[nodiscard]] QString IncrementaHora(const QString &hora, int minutos);
+
+/// What a clerk types for an hour, as a time text "hh:nn": "9", "9:5", "930", "0930", "9.30" and blanks are
+/// understood.
+/// @throws dataset::EConvertError for anything that is no time of day.
+[[nodiscard]] QString NormalizaHora(const QString &tecleado);

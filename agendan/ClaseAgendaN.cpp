@@ -62,6 +62,7 @@ template <class TTrabajo> bool TClassAgendaN::ConGuarda(const char *operacion, T
         return trabajo();
     } catch (const std::exception &error) {
         qCWarning(registro, "%s: %s", operacion, error.what());
+        m_ultimoError = QString::fromUtf8(error.what());
         CancelaSinPreguntar(TablaActual());
         return false;
     }
@@ -81,6 +82,13 @@ TClassAgendaN::TClassAgendaN(QObject *propietario, TClientesRaiz *clientes, cons
         const auto vacia = std::find(m_tablas.begin() + 1, m_tablas.end(), nullptr);
         // One more than the tables given, and deliberately so.
         m_numNotarios = static_cast<int>(vacia - m_tablas.begin()) + 1;
+        for (DataSet *const tabla : m_tablas) {
+            if (!tabla || !tabla->isActive())
+                continue;
+            CompruebaCamposAgendaN(*tabla);
+            // A day is a range over date and hour; an order that has both is kept as it is.
+            TBIndexa(QStringLiteral("FECHA;HORA"), *tabla);
+        }
     } else {
         AbreTablasPropias();
     }
@@ -99,6 +107,7 @@ void TClassAgendaN::AbreTablasPropias()
         tabla.setDatabaseName(servicios.Rut->AliasNotario(notario));
         tabla.setIndexFieldNames(QStringLiteral("FECHA"));
         tabla.open();
+        CompruebaCamposAgendaN(tabla);
         m_tablas[static_cast<std::size_t>(notario - 1)] = &tabla;
     }
 }
@@ -150,7 +159,15 @@ QString TClassAgendaN::NombreNotario(int notario) const
 
 bool TClassAgendaN::RangoPorFecha(QDate fecha)
 {
+    if (fecha.isValid())
+        m_dias.insert(m_tablaActual, fecha);
     return PonRangoDelDia(TablaActual(), fecha);
+}
+
+QDate TClassAgendaN::DiaMostrado() const
+{
+    const QDate deLaLinea = TablaActual().field(u"FECHA").asDate();
+    return deLaLinea.isValid() ? deLaLinea : m_dias.value(m_tablaActual);
 }
 bool TClassAgendaN::HayRangoPorFecha() const
 {
@@ -221,13 +238,13 @@ void TClassAgendaN::SincronizarTablasAFecha(QDate fecha, bool todos)
 
 bool TClassAgendaN::AnteriorDia()
 {
-    return VeAOtroDia(TablaActual(), TSentido::anterior,
+    return VeAOtroDia(TablaActual(), DiaMostrado(), TSentido::anterior,
                       [this](QDate fecha) { return RangoPorFecha(fecha); });
 }
 
 bool TClassAgendaN::SiguienteDia()
 {
-    return VeAOtroDia(TablaActual(), TSentido::siguiente,
+    return VeAOtroDia(TablaActual(), DiaMostrado(), TSentido::siguiente,
                       [this](QDate fecha) { return RangoPorFecha(fecha); });
 }
 

@@ -5,12 +5,14 @@
 #include "dataset/DataSet.h"
 
 #include <QtCore/QDate>
+#include <QtCore/QHash>
 #include <QtCore/QPointer>
 #include <QtCore/QString>
 
 #include <array>
 #include <memory>
 #include <optional>
+#include <utility>
 
 class TClientesRaiz;
 class TDMAgendaN;
@@ -85,6 +87,10 @@ public:
     /// Marks every line of the shown day as absence; the cursor stays on its line.
     bool Ausente();
 
+    /// What the last failed operation met, for telling the user, and forgets it; empty when none has failed
+    /// since.
+    [[nodiscard]] QString TomaError() { return std::exchange(m_ultimoError, {}); }
+
     // Windows
     void FichaAgendaN();
     void FichaCita(TOperacion operacion);
@@ -93,6 +99,7 @@ private:
     template <class TTrabajo> bool ConGuarda(const char *operacion, TTrabajo &&trabajo);
     void AbreTablasPropias();
     void SincronizaTablaActual(QDate fecha);
+    [[nodiscard]] QDate DiaMostrado() const;
     std::optional<bool> MarcaLineaActual(const QString &marca);
 
     QPointer<QObject> m_propietario;
@@ -102,4 +109,6 @@ private:
     std::unique_ptr<TDMAgendaN> m_datos;
     TTablas m_tablas{};
     dataset::DataSet *m_tablaActual = nullptr;
+    QHash<const dataset::DataSet *, QDate> m_dias; ///< day last shown of each table, for when it has no lines
+    QString m_ultimoError;
 };

@@ -80,13 +80,28 @@ QColor ColorDePantalla(TColor color, const QPalette &paleta)
     if (!(color & DelEscritorio))
         return {Rojo(color), Verde(color), Azul(color)};
     switch (color & ~DelEscritorio) {
+    case 7:  // menu text
     case 8:  // window text
     case 18: // button text
         return paleta.color(QPalette::WindowText);
+    case 2:  // active caption
     case 13: // selection
+    case 26: // link
+    case 29: // selected menu entry
         return paleta.color(QPalette::Highlight);
+    case 0:  // scroll bar
+    case 3:  // inactive caption
+    case 4:  // menu
     case 15: // button face
+    case 22: // light edge
+    case 30: // menu bar
         return paleta.color(QPalette::Button);
+    case 12: // work area
+    case 16: // shadow
+    case 17: // grey text
+        return paleta.color(QPalette::Mid);
+    case 24: // tool tip
+        return paleta.color(QPalette::ToolTipBase);
     default:
         return paleta.color(QPalette::Base);
     }
@@ -288,13 +303,21 @@ void TFFichaAgendaN::FormKeyDown(int tecla)
     case Qt::Key_Return:
         // Posted, so that the control that has the focus still gets the key.
         QMetaObject::invokeMethod(
-            this, [this] { focusNextPrevChild(true); }, Qt::QueuedConnection);
+            this,
+            [this] {
+                if (!GetDBGAgendaN()->isEditorOpen()) // a text that the line did not take waits to be mended
+                    focusNextPrevChild(true);
+            },
+            Qt::QueuedConnection);
         break;
     case Qt::Key_Escape:
-        if (escribiendo)
+        if (escribiendo && GetDBGAgendaN()->isAncestorOf(focusWidget()))
             break;
-        GetDBGAgendaN()->cancelEditing();
-        close();
+        // A line that is being edited is given up first, so that nothing typed goes without being seen to go.
+        if (escribiendo || DSAgendaN[static_cast<std::size_t>(Pestana())]->isEditing())
+            GetDBGAgendaN()->cancelEditing();
+        else
+            close();
         break;
     case Qt::Key_Space:
         if (!escribiendo && !Servicios().Rvarias->EsBoton(focusWidget()) && AModificar->isEnabled())
@@ -343,8 +366,14 @@ void TFFichaAgendaN::DBGAgendaN1KeyDown(QKeyEvent *tecla)
 void TFFichaAgendaN::LeeColorSalida()
 {
     // Kept between commands: the setting is a file, and a paint asks for it once per cell.
-    const QColor color =
-        goConfAgendaN ? ColorDePantalla(goConfAgendaN->GetColorSalida(), palette()) : QColor();
+    QColor color = m_colorSalida;
+    try {
+        if (goConfAgendaN)
+            color = ColorDePantalla(goConfAgendaN->GetColorSalida(), palette());
+    } catch (const std::exception &error) {
+        // A colour is not worth an interruption: the one before does until the file can be read again.
+        qWarning("The colour of outings could not be read: %s", error.what());
+    }
     if (color == m_colorSalida)
         return;
     m_colorSalida = color;

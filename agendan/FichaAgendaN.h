@@ -89,7 +89,10 @@ private:
     // FichaAgendaNComandos.cpp
     /// Runs a command: what is being typed in a cell goes into its line first, failures are shown, and the
     /// focus returns to the grid.
-    void Ejecuta(const TOrden &orden);
+    /// @return false when it was not run, because the cell did not take its text.
+    bool Ejecuta(const TOrden &orden);
+    /// Says what the engine's last operations met, if one failed.
+    void AvisaSiFallo(const QString &que);
     /// Runs something that is not a command; failures are shown. @return false when it failed.
     bool ConGuarda(const TOrden &orden);
     void AvisaError(const QString &texto);
@@ -102,7 +105,7 @@ private:
     void ADiaSiguienteExecute();
     void ABuscarDiaExecute();
     void SincronizaA(QDate fecha);
-    void PorCadaSeleccionada(const std::function<bool()> &orden, const QString &siFalla);
+    void PorCadaSeleccionada(const std::function<bool()> &orden);
 
     // FichaAgendaN.cpp: events
     void FormKeyDown(int tecla);

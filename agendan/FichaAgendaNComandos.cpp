@@ -26,13 +26,25 @@ const QString TituloFecha = QStringLiteral("Agenda del día:");
 
 } // namespace
 
-void TFFichaAgendaN::Ejecuta(const TOrden &orden)
+bool TFFichaAgendaN::Ejecuta(const TOrden &orden)
 {
     if (!m_motor || !GetDBGAgendaN()->commitEditor())
-        return; // what was typed did not fit and is still there; the grid says why
+        return false; // what was typed did not fit and is still there; the grid says why
+    const QPointer<QWidget> conFoco = focusWidget();
+    static_cast<void>(m_motor->TomaError());
     ConGuarda(orden);
     LeeColorSalida();
-    GetDBGAgendaN()->setFocus();
+    if (!conFoco || !conFoco->isVisible())
+        GetDBGAgendaN()->setFocus();
+    return true;
+}
+
+void TFFichaAgendaN::AvisaSiFallo(const QString &que)
+{
+    // Without an error of its own the engine has done what it was asked, or the user has said no.
+    const QString causa = m_motor->TomaError();
+    if (!causa.isEmpty())
+        AvisaError(que + u'\n' + causa);
 }
 
 bool TFFichaAgendaN::ConGuarda(const TOrden &orden)
@@ -72,17 +84,14 @@ void TFFichaAgendaN::Avisa(const QString &texto)
     Servicios().Mensaje->Mensajes(mensaje);
 }
 
-void TFFichaAgendaN::PorCadaSeleccionada(const std::function<bool()> &orden, const QString &siFalla)
+void TFFichaAgendaN::PorCadaSeleccionada(const std::function<bool()> &orden)
 {
     dataset::DataSet *const tabla = GetDatosAgendaN();
-    bool todas = true;
     const QList<Bookmark> seleccion = GetDBGAgendaN()->selectedBookmarks();
     for (const Bookmark linea : seleccion) {
         if (tabla->goToBookmark(linea))
-            todas = orden() && todas;
+            orden();
     }
-    if (!todas)
-        LExplica->showMessage(siFalla);
 }
 
 void TFFichaAgendaN::ABorrarExecute()
@@ -91,6 +100,7 @@ void TFFichaAgendaN::ABorrarExecute()
         return;
     if (GetDBGAgendaN()->selectedBookmarks().size() < 2) {
         m_motor->Borrar(true);
+        AvisaSiFallo(QStringLiteral("No se ha podido borrar la cita."));
         return;
     }
     TMensaje pregunta;
@@ -98,26 +108,29 @@ void TFFichaAgendaN::ABorrarExecute()
     pregunta.Texto = QStringLiteral("¿Desea borrar las citas seleccionadas?");
     pregunta.Icono = TIconoMensaje::pregunta;
     pregunta.Titulo = Atencion;
-    if (Servicios().Mensaje->Mensajes(pregunta) == RespuestaSi)
-        PorCadaSeleccionada([this] { return m_motor->Borrar(false); },
-                            QStringLiteral("No se han podido borrar todas las citas seleccionadas."));
+    if (Servicios().Mensaje->Mensajes(pregunta) != RespuestaSi)
+        return;
+    PorCadaSeleccionada([this] { return m_motor->Borrar(false); });
+    AvisaSiFallo(QStringLiteral("No se han podido borrar todas las citas seleccionadas."));
 }
 
 void TFFichaAgendaN::ASalidaExecute()
 {
     if (!GetDatosAgendaN())
         return;
-    const QString siFalla = QStringLiteral("No se ha podido marcar la salida.");
     if (GetDBGAgendaN()->selectedBookmarks().size() >= 2)
-        PorCadaSeleccionada([this] { return m_motor->Salida(); }, siFalla);
-    else if (!m_motor->Salida())
-        LExplica->showMessage(siFalla);
+        PorCadaSeleccionada([this] { return m_motor->Salida(); });
+    else
+        m_motor->Salida();
+    AvisaSiFallo(QStringLiteral("No se ha podido marcar la salida."));
 }
 
 void TFFichaAgendaN::AAusenteExecute()
 {
-    if (GetDatosAgendaN() && !m_motor->Ausente())
-        LExplica->showMessage(QStringLiteral("No se ha podido marcar la ausencia."));
+    if (!GetDatosAgendaN())
+        return;
+    m_motor->Ausente();
+    AvisaSiFallo(QStringLiteral("No se ha podido marcar la ausencia en todas las líneas."));
 }
 
 void TFFichaAgendaN::ASincronizarDiaExecute()

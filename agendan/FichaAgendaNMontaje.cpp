@@ -1,5 +1,6 @@
 #include "agendan/FichaAgendaN.h"
 
+#include "agenda/HoraTexto.h"
 #include "agendan/IconosAgendaN.h"
 #include "agendan/PestanasAgendaN.h"
 #include "dbcontrols/DbGrid.h"
@@ -36,7 +37,9 @@ QList<GridColumn> ColumnasAgendaN()
 {
     const auto alinea = Qt::AlignLeft;
     return {
-        {QStringLiteral("Hora"), QStringLiteral("HORA"), AnchoHora, Qt::AlignHCenter, true, false},
+        // An hour in another form would fall out of its day, whose range goes by the text.
+        {QStringLiteral("Hora"), QStringLiteral("HORA"), AnchoHora, Qt::AlignHCenter, true, false,
+         NormalizaHora},
         {QStringLiteral("Cita"), QStringLiteral("CONCEPTO"), 272, alinea, true, false},
         {QStringLiteral("Interesado"), QStringLiteral("INTERESADO"), 210, alinea, true, false},
         {QStringLiteral("Oficial"), QStringLiteral("OFICIAL"), 88, alinea, true, false},
@@ -115,7 +118,10 @@ QAction *TFFichaAgendaN::CreaComando(const char *nombre, const QString &titulo, 
     comando->setToolTip(pista);
     comando->setStatusTip(pista);
     comando->setMenuRole(QAction::NoRole);
-    connect(comando, &QAction::triggered, this, [this, orden = std::move(orden)] { Ejecuta(orden); });
+    connect(comando, &QAction::triggered, this, [this, comando, orden = std::move(orden)] {
+        if (!Ejecuta(orden) && comando->isCheckable())
+            comando->setChecked(!comando->isChecked()); // it has flipped already, and nothing came of it
+    });
     return comando;
 }
 

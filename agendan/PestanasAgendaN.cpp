@@ -88,6 +88,8 @@ TPestanasAgendaN::TPestanasAgendaN(QWidget *padre)
 {
     auto *const barra = new TBarraPestanas(this);
     setTabBar(barra);
+    // A click takes the focus, as from any other control: what is being typed elsewhere is then seen to.
+    barra->setFocusPolicy(Qt::StrongFocus);
     setUsesScrollButtons(true);
     // The scroll buttons would give their names in English.
     const QList<QToolButton *> botones = barra->findChildren<QToolButton *>();

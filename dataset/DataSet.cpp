@@ -226,12 +226,12 @@ bool DataSet::goToBookmark(Bookmark bookmark)
 
 int DataSet::rowCount() const
 {
-    return d->rowSet().count();
+    return d->rowSetOrLast().count();
 }
 
 int DataSet::currentRow() const
 {
-    return d->state == State::insert || d->number == 0 ? -1 : d->rowSet().rowOf(d->number);
+    return d->state == State::insert || d->number == 0 ? -1 : d->rowSetOrLast().rowOf(d->number);
 }
 
 void DataSet::setCurrentRow(int row)
@@ -245,13 +245,13 @@ void DataSet::setCurrentRow(int row)
 
 Bookmark DataSet::bookmarkAt(int row) const
 {
-    const RowSet &rows = d->rowSet();
+    const RowSet &rows = d->rowSetOrLast();
     return row < 0 || row >= rows.count() ? 0 : rows.at(row);
 }
 
 int DataSet::rowOf(Bookmark bookmark) const
 {
-    return d->rowSet().rowOf(bookmark);
+    return d->rowSetOrLast().rowOf(bookmark);
 }
 
 QVariant DataSet::valueAt(int row, int field) const
@@ -261,8 +261,14 @@ QVariant DataSet::valueAt(int row, int field) const
         return {};
     if (number == d->number && d->state == State::edit)
         return d->store->value(d->pending, field);
-    const Record *record = d->cached(number);
-    return record ? d->store->value(*record, field) : QVariant();
+    try {
+        const Record *record = d->cached(number);
+        return record ? d->store->value(*record, field) : QVariant();
+    } catch (const EDatabaseError &error) {
+        // Asked while painting: a line that cannot be read now is shown blank, and read again later.
+        qWarning("A row could not be read: %s", error.what());
+        return {};
+    }
 }
 
 QString DataSet::textAt(int row, int field) const

@@ -184,6 +184,18 @@ const RowSet &DataSetPrivate::rowSet() const
     return *rows;
 }
 
+const RowSet &DataSetPrivate::rowSetOrLast() const
+{
+    try {
+        return rowSet();
+    } catch (const EDatabaseError &error) {
+        qWarning("Rows could not be collected: %s", error.what());
+    }
+    if (!rows)
+        rows = std::make_shared<const RowSet>(std::vector<Bookmark>());
+    return *rows; // still stale: the next question tries again
+}
+
 const Record *DataSetPrivate::cached(Bookmark wanted) const
 {
     if (const auto known = cache.constFind(wanted); known != cache.constEnd())

@@ -35,6 +35,8 @@ public:
 
     // Rows
     const RowSet &rowSet() const;
+    /// The same for questions, which must not fail: what cannot be read now is what was read last.
+    const RowSet &rowSetOrLast() const;
     void forgetRows() { rowsStale = true; }
     [[nodiscard]] const Record *cached(Bookmark wanted) const;
     /// Looks which of the cached records have another content by now, and takes that in.

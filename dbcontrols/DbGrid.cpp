@@ -382,8 +382,11 @@ void DbGrid::commitData(QWidget *editor)
 
 void DbGrid::closeEditor(QWidget *editor, QAbstractItemDelegate::EndEditHint hint)
 {
-    if (m_commitFailed && hint != QAbstractItemDelegate::RevertModelCache)
-        return; // what was typed stays before the user's eyes
+    if (m_commitFailed && hint != QAbstractItemDelegate::RevertModelCache) {
+        // What was typed stays before the user's eyes, and under the keys.
+        QMetaObject::invokeMethod(editor, qOverload<>(&QWidget::setFocus), Qt::QueuedConnection);
+        return;
+    }
     m_commitFailed = false;
     m_editor = nullptr;
     QTableView::closeEditor(editor, hint);

@@ -7,6 +7,8 @@
 #include <QtGui/QPainter>
 #include <QtWidgets/QHeaderView>
 
+#include <cmath>
+
 namespace dbcontrols
 {
 
@@ -20,12 +22,18 @@ QColor selectedBackground()
     return {0, 0, 255};
 }
 
-/// Black or white, whichever stands out more: the background may be any colour, in a light or a dark theme.
-QColor readableOn(const QColor &background)
+double brightnessOf(const QColor &color)
 {
-    const double brightness =
-        0.299 * background.red() + 0.587 * background.green() + 0.114 * background.blue();
-    return brightness > 140 ? Qt::black : Qt::white;
+    return 0.299 * color.red() + 0.587 * color.green() + 0.114 * color.blue();
+}
+
+/// The usual text colour where it can be read on a background, which may be any colour; else black or white.
+QColor readableOn(const QColor &background, const QColor &usual)
+{
+    constexpr double enough = 90;
+    if (std::abs(brightnessOf(background) - brightnessOf(usual)) >= enough)
+        return usual;
+    return brightnessOf(background) > 140 ? Qt::black : Qt::white;
 }
 
 } // namespace
@@ -45,7 +53,7 @@ void DbGridDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option
     QColor text = option.palette.color(QPalette::Text);
     if (const std::optional<QColor> color = m_grid.rowColor(index.row())) {
         background = *color;
-        text = readableOn(background);
+        text = readableOn(background, text);
     }
     if (option.state & QStyle::State_Selected) {
         background = selectedBackground();

@@ -165,7 +165,9 @@ bool DbGridModel::setData(const QModelIndex &index, const QVariant &value, int r
             set->setCurrentRow(index.row());
         if (!set->isEditing())
             set->edit();
-        set->field(m_fields.at(index.column())).setText(value.toString());
+        const GridColumn &column = m_columns.at(index.column());
+        const QString text = column.accept ? column.accept(value.toString()) : value.toString();
+        set->field(m_fields.at(index.column())).setText(text);
         return true;
     } catch (const dataset::EDatabaseError &error) {
         emit failed(error.text());

@@ -8,6 +8,8 @@
 #include <QtCore/QPointer>
 #include <QtCore/QString>
 
+#include <functional>
+
 namespace dbcontrols
 {
 
@@ -19,6 +21,9 @@ struct GridColumn {
     Qt::Alignment alignment = Qt::AlignLeft;
     bool visible = true;
     bool readOnly = false;
+    /// What is stored for a typed text; throws EConvertError for one that may not be stored. Empty: the text
+    /// itself.
+    std::function<QString(const QString &)> accept = {};
 };
 
 /// The rows of a data set as a table. It reads a row only when the view asks for it, and keeps a row count of

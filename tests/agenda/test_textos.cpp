@@ -36,6 +36,26 @@ TEST(HoraTexto, StepsAndWraps)
     }
 }
 
+TEST(HoraTexto, TakesWhatAClerkTypes)
+{
+    const struct {
+        const char *tecleado;
+        const char *hora; // null: refused
+    } casos[] = {
+        {"09:30", "09:30"}, {"9:30", "09:30"},  {"9.30", "09:30"},  {"930", "09:30"},   {"0930", "09:30"},
+        {"9", "09:00"},     {"9:5", "09:05"},   {" 9:30", "09:30"}, {"23:59", "23:59"}, {"24:00", nullptr},
+        {"9:60", nullptr},  {"", nullptr},      {"  :  ", nullptr}, {"9:", nullptr},    {"hoy", nullptr},
+        {"12345", nullptr}, {"-1:00", nullptr},
+    };
+    for (const auto &caso : casos) {
+        SCOPED_TRACE(caso.tecleado);
+        if (caso.hora)
+            EXPECT_EQ(NormalizaHora(caso.tecleado), caso.hora);
+        else
+            EXPECT_THROW(std::ignore = NormalizaHora(caso.tecleado), dataset::EConvertError);
+    }
+}
+
 TEST(Huecos, FollowTheSettings)
 {
     const struct {

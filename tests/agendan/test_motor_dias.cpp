@@ -188,6 +188,12 @@ TEST_F(MotorTest, StepsFromDayToDayAndStopsAtTheEnds)
     EXPECT_EQ(mostrado(), "25/11/2026 10:00");
     motor().RangoPorFecha(Lunes.addDays(30));
     EXPECT_FALSE(motor().SiguienteDia());
+    // The emptied day is still the day shown: the way back is open, and what others add to it appears.
+    oficina.linea(1, Lunes.addDays(30), "09:00");
+    motor().TablaActual().refresh();
+    EXPECT_EQ(mostrado(), "16/12/2026 09:00");
+    EXPECT_TRUE(motor().AnteriorDia());
+    EXPECT_EQ(mostrado(), "25/11/2026 10:00");
 }
 
 TEST_F(MotorTest, AnEmptyTableHasNoNeighbours)

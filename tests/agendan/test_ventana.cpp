@@ -7,6 +7,7 @@
 #include <QtWidgets/QMenuBar>
 #include <QtWidgets/QPlainTextEdit>
 #include <QtWidgets/QStatusBar>
+#include <QtWidgets/QTabBar>
 
 namespace
 {
@@ -151,6 +152,21 @@ TEST_F(VentanaTest, TheDateFieldLeadsToItsDay)
         EXPECT_TRUE(QTest::qWaitFor([&] { return !fecha().hasFocus(); }))
             << "Enter goes on to the next control";
         EXPECT_EQ(fecha().text(), "05/01/2026");
+    });
+}
+
+TEST_F(VentanaTest, ADateLeftForAnotherTabCounts)
+{
+    oficina.linea(1, Lunes, "09:00");
+    enVentana([&] {
+        fecha().setFocus();
+        fecha().selectAll();
+        teclea("24/11/2026");
+        QTabBar *const barra = pestanas().tabBar();
+        QTest::mouseClick(barra, Qt::LeftButton, {}, barra->tabRect(1).center());
+        EXPECT_EQ(pestanas().currentIndex(), 1);
+        EXPECT_EQ(oficina.dia(1, {2026, 11, 24}).size(), 24);
+        EXPECT_EQ(fecha().text(), "24/11/2026");
     });
 }
 

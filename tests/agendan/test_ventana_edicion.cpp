@@ -66,6 +66,56 @@ TEST_F(EdicionTest, EscDropsTheEditFirstAndClosesNext)
     });
 }
 
+TEST_F(EdicionTest, EscGivesUpALineThatWasLeftHalfWritten)
+{
+    enVentana([&] {
+        pulsa(0);
+        teclea("Acta");
+        tecla(Qt::Key_Tab); // the text is in its field, the line not yet in the table
+        EXPECT_EQ(tabla().state(), State::edit);
+        tecla(Qt::Key_Escape);
+        EXPECT_TRUE(ficha->isVisible());
+        EXPECT_EQ(tabla().state(), State::browse);
+        EXPECT_EQ(celda(0, 1), "Firma");
+        tecla(Qt::Key_Escape);
+        EXPECT_FALSE(ficha->isVisible());
+    });
+}
+
+TEST_F(EdicionTest, AnHourIsKeptInItsForm)
+{
+    enVentana([&] {
+        pulsa(0, {}, 0);
+        teclea("930");
+        tecla(Qt::Key_Return);
+        EXPECT_EQ(oficina.dia(1, Lunes).first(), "09:30 Firma N");
+        pulsa(0, {}, 0);
+        teclea("25:00");
+        oficina.Mensaje.espera({"«25:00» no es una hora", " ATENCIÓN:"});
+        tecla(Qt::Key_Return);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !oficina.Mensaje.pendientes(); }));
+        tecla(Qt::Key_Escape);
+        EXPECT_EQ(oficina.dia(1, Lunes).first(), "09:30 Firma N");
+    });
+}
+
+TEST_F(EdicionTest, WhatCannotBeDeletedIsSaid)
+{
+    const auto otro = oficina.agenda(1);
+    otro->edit();
+    enVentana([&] {
+        pulsa(0);
+        oficina.Mensaje.espera({"¿Desea borrar la cita de las 09:00 de la base de datos?", " ATENCIÓN", 1});
+        oficina.Mensaje.espera(
+            {"No se ha podido borrar la cita.\n" +
+                 QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string()) +
+                 ": otro puesto está usando la línea 1",
+             " ATENCIÓN:"});
+        comando("ABorrar");
+        EXPECT_EQ(oficina.dia(1, Lunes).size(), 3);
+    });
+}
+
 TEST_F(EdicionTest, TheOtherGridsAreOnlyRead)
 {
     enVentana([&] {
