@@ -188,23 +188,60 @@ bool TClassAgendaN::InsertaDia(QDate fecha, bool preguntar)
                 QStringLiteral("Agenda")) != RespuestaSi)
             return false;
     }
-    const dataset::ControlsGuard sinAvisos(TablaActual());
+    return ConstruyeHoja(fecha, false);
+}
+
+/// @param soloSiFalta  nothing is built when another workstation has built the day in the meantime.
+bool TClassAgendaN::ConstruyeHoja(QDate fecha, bool soloSiFalta)
+{
+    DataSet &tabla = TablaActual();
+    const dataset::ControlsGuard sinAvisos(tabla);
     CancelaRangoPorFecha();
-    const TParrilla parrilla{[] { return goConfAgendaN->GetHoraInicio(); },
-                             [] { return goConfAgendaN->GetHoraFin(); },
-                             [] { return goConfAgendaN->GetIntervalo(); }};
     try {
-        RecorreHuecos(parrilla, [&](int hora, int minuto) {
-            const QString hueco = StrCeros(hora, 2) + u':' + StrCeros(minuto, 2);
-            if (!Anadir(fecha, hueco) || !AceptarAgendaN())
-                Avisa(QStringLiteral("Problemas añadiendo hora: %1 Añadala manualmente").arg(hueco), {},
-                      AtencionPuntos);
-        });
+        try {
+            // The whole sheet is one change of the table: all of its lines or none, and no other workstation
+            // between them.
+            dataset::CommitGroup hoja(tabla);
+            if (soloSiFalta && PonRangoDelDia(tabla, fecha))
+                return RangoPorFecha(fecha);
+            CancelaRangoPorFecha();
+            if (AnadeHuecos(fecha, false)) {
+                hoja.commit();
+                return RangoPorFecha(fecha);
+            }
+        } catch (const dataset::EDatabaseError &error) {
+            qCWarning(registro, "The sheet could not be written as a whole: %s", error.what());
+        }
+        // Line by line then, so that each one that cannot be added is named.
+        AnadeHuecos(fecha, true);
     } catch (...) {
         RangoPorFecha(fecha); // the settings could not be read: the day, not the whole table, is to be seen
         throw;
     }
     return RangoPorFecha(fecha);
+}
+
+/// Adds a line for every slot of a day.
+/// @param avisa  says which lines cannot be added and goes on; otherwise the first of them ends it.
+/// @return whether all were added.
+bool TClassAgendaN::AnadeHuecos(QDate fecha, bool avisa)
+{
+    const TParrilla parrilla{[] { return goConfAgendaN->GetHoraInicio(); },
+                             [] { return goConfAgendaN->GetHoraFin(); },
+                             [] { return goConfAgendaN->GetIntervalo(); }};
+    bool todas = true;
+    RecorreHuecos(parrilla, [&](int hora, int minuto) {
+        if (!todas && !avisa)
+            return;
+        const QString hueco = StrCeros(hora, 2) + u':' + StrCeros(minuto, 2);
+        if (Anadir(fecha, hueco) && AceptarAgendaN())
+            return;
+        todas = false;
+        if (avisa)
+            Avisa(QStringLiteral("Problemas añadiendo hora: %1 Añadala manualmente").arg(hueco), {},
+                  AtencionPuntos);
+    });
+    return todas;
 }
 
 void TClassAgendaN::SincronizaTablaActual(QDate fecha)
@@ -213,7 +250,7 @@ void TClassAgendaN::SincronizaTablaActual(QDate fecha)
     if (HayRangoPorFecha() && tabla.field(u"FECHA").asDate() == fecha)
         return;
     if (!RangoPorFecha(fecha))
-        InsertaDia(fecha, false);
+        ConstruyeHoja(fecha, true);
 }
 
 void TClassAgendaN::SincronizarTablasAFecha(QDate fecha, bool todos)

@@ -98,6 +98,8 @@ public:
 private:
     template <class TTrabajo> bool ConGuarda(const char *operacion, TTrabajo &&trabajo);
     void AbreTablasPropias();
+    bool ConstruyeHoja(QDate fecha, bool soloSiFalta);
+    bool AnadeHuecos(QDate fecha, bool avisa);
     void SincronizaTablaActual(QDate fecha);
     [[nodiscard]] QDate DiaMostrado() const;
     std::optional<bool> MarcaLineaActual(const QString &marca);

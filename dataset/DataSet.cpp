@@ -387,6 +387,47 @@ void DataSet::remove()
     d->forgetRows();
 }
 
+void DataSet::beginGroup()
+{
+    d->finishEditing();
+    if (d->grouped)
+        throw EDatabaseError(QStringLiteral("Ya hay un grupo de cambios empezado"));
+    d->store->beginGroup();
+    d->grouped = true;
+}
+
+void DataSet::commitGroup()
+{
+    if (!d->grouped)
+        return;
+    const Operation operation(*d);
+    d->finishEditing();
+    d->grouped = false;
+    try {
+        d->store->commitGroup();
+    } catch (...) {
+        d->afterGroup();
+        throw;
+    }
+    d->afterGroup();
+}
+
+void DataSet::dropGroup()
+{
+    if (!d->grouped)
+        return;
+    const Operation operation(*d);
+    if (isEditing())
+        d->dropPending();
+    d->grouped = false;
+    d->store->dropGroup();
+    try {
+        d->afterGroup();
+    } catch (const EDatabaseError &error) {
+        qWarning("After a dropped group: %s", error.what());
+    }
+}
+
 // ---------------------------------------------------------------------------------------------------------------------
 // Order, search, range
 

@@ -109,6 +109,13 @@ public:
     void cancel(); ///< does nothing in browse state; after an insert the cursor is where it was before
     void remove(); ///< deletes the current record; the next one, or else the one before, becomes current
 
+    /// Makes the following posts and removals one commit, all of them or none. Others wait meanwhile, so no
+    /// question is asked of the user before commitGroup(). New lines can be read at once; ranges and searches
+    /// find them afterwards. Prefer CommitGroup. @throws EDatabaseError, also when there is a group already.
+    void beginGroup();
+    void commitGroup();
+    void dropGroup(); ///< the changes are undone; does nothing without a group
+
     // Order, search, range
     /// Orders by one or more field names, separated by ";", or by the index of that name; empty: order of the
     /// file.
@@ -176,6 +183,25 @@ public:
     ~ControlsGuard() { m_dataSet.enableControls(); }
     ControlsGuard(const ControlsGuard &) = delete;
     ControlsGuard &operator=(const ControlsGuard &) = delete;
+
+private:
+    DataSet &m_dataSet;
+};
+
+/// A group of changes of a data set, dropped at the end of its life unless commit() was called.
+class DATASET_EXPORT CommitGroup
+{
+public:
+    explicit CommitGroup(DataSet &dataSet)
+        : m_dataSet(dataSet)
+    {
+        m_dataSet.beginGroup();
+    }
+    ~CommitGroup() { m_dataSet.dropGroup(); }
+    /// @throws EDatabaseError, with nothing of the group written.
+    void commit() { m_dataSet.commitGroup(); }
+    CommitGroup(const CommitGroup &) = delete;
+    CommitGroup &operator=(const CommitGroup &) = delete;
 
 private:
     DataSet &m_dataSet;

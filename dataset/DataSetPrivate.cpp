@@ -250,6 +250,14 @@ void DataSetPrivate::takeInForeignChanges()
         moveToEnd(false);
 }
 
+void DataSetPrivate::afterGroup()
+{
+    recheckCache();
+    forgetRows();
+    if (number != 0 && !goTo(number))
+        goToNeighbour();
+}
+
 // ---------------------------------------------------------------------------------------------------------------------
 // Notices
 

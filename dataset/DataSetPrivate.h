@@ -47,6 +47,8 @@ public:
         return state == DataSet::State::edit || state == DataSet::State::insert;
     }
     void takeInForeignChanges();
+    /// The lines of a group are in the table now, or gone.
+    void afterGroup();
 
     // Notices
     void begin();
@@ -65,6 +67,7 @@ public:
     Record record;
     Record pending;
     bool modified = false;
+    bool grouped = false;
     Bookmark beforeInsert = 0;
     Place placeBeforeInsert;
     bool bof = true;

@@ -227,6 +227,21 @@ void DbfStore::erase(Bookmark number)
     require(change([&] { return m_table->erase(number); }));
 }
 
+void DbfStore::beginGroup()
+{
+    require(m_table->beginGroup());
+}
+
+void DbfStore::commitGroup()
+{
+    require(change([&] { return m_table->commitGroup(); }));
+}
+
+void DbfStore::dropGroup() noexcept
+{
+    m_table->dropGroup();
+}
+
 bool DbfStore::refresh()
 {
     require(m_table->refresh().status());

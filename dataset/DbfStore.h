@@ -37,6 +37,9 @@ public:
     Bookmark append(const Record &record) override;
     void update(Bookmark number, const Record &before, const Record &after) override;
     void erase(Bookmark number) override;
+    void beginGroup() override;
+    void commitGroup() override;
+    void dropGroup() noexcept override;
     bool refresh() override;
     bool setOrder(const QString &names) override;
     [[nodiscard]] Place placeOf(Bookmark number, const Record &record) const override;

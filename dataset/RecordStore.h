@@ -63,6 +63,10 @@ public:
     virtual Bookmark append(const Record &record) = 0;
     virtual void update(Bookmark number, const Record &before, const Record &after) = 0;
     virtual void erase(Bookmark number) = 0;
+    /// From here to commitGroup() all changes are one; dropGroup() undoes them.
+    virtual void beginGroup() {}
+    virtual void commitGroup() {}
+    virtual void dropGroup() noexcept {}
     /// Takes in what others have written. @return whether anything may have changed.
     virtual bool refresh() = 0;
 

@@ -84,8 +84,8 @@ Status MdxFile::load()
     return {};
 }
 
-/// Makes sure that the blocks up to a page are there and can be seen. Only here is the file mapped anew, so that what
-/// block() has returned stays valid between two looks.
+/// Makes sure that the blocks up to a page are there and can be seen. Only here is the file mapped anew, so
+/// that what block() has returned stays valid between two looks.
 bool MdxFile::cover(PageNumber pages)
 {
     if (pages <= m_coveredPages)

@@ -93,7 +93,7 @@ std::size_t Table::recordLength() const
 }
 RecordNumber Table::recordCount() const
 {
-    return m_impl->header.recordCount;
+    return m_impl->recordCount();
 }
 bool Table::isReadOnly() const
 {
@@ -178,6 +178,10 @@ void Table::dropGroup()
 Status Table::check()
 {
     return m_impl->check();
+}
+Status Table::pack()
+{
+    return m_impl->pack();
 }
 Status Table::reindex()
 {

@@ -79,7 +79,8 @@ public:
     [[nodiscard]] int fieldIndex(std::string_view name) const;
     [[nodiscard]] CodePage codePage() const;
     [[nodiscard]] std::size_t recordLength() const;
-    /// Records in the file as far as this object has looked, deleted ones included.
+    /// Records in the file as far as this object has looked, deleted ones and those of an open group
+    /// included.
     [[nodiscard]] RecordNumber recordCount() const;
     [[nodiscard]] bool isReadOnly() const;
 
@@ -128,6 +129,10 @@ public:
     Status check();
     /// Writes the index file anew, in its place.
     Status reindex();
+    /// Drops the deleted lines for good; the others get new numbers, so everybody else must have the table
+    /// closed.
+    /// @return locked when somebody has not.
+    Status pack();
     /// Why the table takes no changes; empty when it does.
     [[nodiscard]] std::string readOnlyReason() const;
 

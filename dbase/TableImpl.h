@@ -95,6 +95,11 @@ public:
                     std::vector<RecordNumber> &numbers, std::vector<std::uint8_t> *rows);
     Status check();
     Status reindex();
+    Status pack();
+    [[nodiscard]] RecordNumber recordCount() const
+    {
+        return m_group ? m_group->recordCount : header.recordCount;
+    }
 
     std::filesystem::path path;
     std::string name; ///< for messages
@@ -172,6 +177,7 @@ private:
                                                       std::span<const std::uint8_t> record) const;
     /// Makes the index right, by looking first and rewriting it only when it is not.
     Status repairIndex();
+    Status packAlone();
     Status rewriteIndex(std::vector<MdxTag> tags, std::vector<KeyExpression> expressions);
     Status makeIndex(std::span<const TagDefinition> wanted);
     Status buildMemoryTag(MemoryTag &tag);

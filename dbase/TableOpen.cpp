@@ -15,6 +15,7 @@ constexpr std::uint64_t presenceOffset = headerLockOffset;
 /// Beyond the usual patience: another workstation may be putting a large table in order.
 constexpr auto repairPatience = std::chrono::seconds(2);
 constexpr std::uint64_t indexFlagOffset = 28;
+constexpr std::uint64_t mostRecords = 1'000'000'000; ///< as many lines as the lock bytes have room for
 
 bool sameName(const std::filesystem::path &a, const std::filesystem::path &b)
 {
@@ -559,6 +560,86 @@ Status TableImpl::makeIndex(std::span<const TagDefinition> wanted)
         status = checkpoint(false);
     endChange();
     return status;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Packing
+
+Status TableImpl::pack()
+{
+    if (readOnly)
+        return failure(ErrorKind::readOnly, readOnlyReason);
+    const std::string refusal = "otro puesto tiene abierta la tabla";
+    const auto alone = m_journal.convertLock(presenceOffset, 1, File::LockKind::exclusive);
+    if (!alone.ok())
+        return alone.status();
+    if (!alone.value())
+        return failure(ErrorKind::locked, refusal);
+    Status status = beginChange();
+    if (status.ok()) {
+        // Programs that do not know the journal show themselves by the lines that they hold.
+        auto lines = waitForLock(m_dbf, headerLockOffset - mostRecords, mostRecords,
+                                 File::LockKind::exclusive, options.lockTimeout, refusal);
+        status = lines.ok() ? packAlone() : lines.status();
+        endChange();
+    }
+    const auto joined = m_journal.convertLock(presenceOffset, 1, File::LockKind::shared);
+    return status.ok() ? joined.status() : status;
+}
+
+/// A new file beside the old one, put in its place in one step: a cut leaves the one or the other.
+Status TableImpl::packAlone()
+{
+    Status status = checkpoint(false);
+    if (!status.ok())
+        return status;
+    std::filesystem::path packed = path;
+    packed += ".PCK";
+    std::error_code error;
+    std::filesystem::remove(packed, error); // of a pack that was cut
+    auto made = File::open(packed, File::Mode::createNew);
+    if (!made.ok())
+        return made.status();
+    File out = std::move(made).value();
+    std::vector<std::uint8_t> bytes(header.headerLength);
+    const auto got = m_dbf.readAt(0, bytes);
+    if (!got.ok())
+        return got.status();
+    RecordNumber kept = 0;
+    status = scan(1, [&](RecordNumber /*number*/, std::span<const std::uint8_t> record) {
+        if (isDeleted(record))
+            return;
+        bytes.insert(bytes.end(), record.begin(), record.end());
+        ++kept;
+    });
+    if (!status.ok())
+        return status;
+    bytes.push_back(dbfEndMark);
+    const auto dateAndCount = encodeDateAndCount(today(), kept);
+    std::copy(dateAndCount.begin(), dateAndCount.end(), bytes.begin() + dbfDateOffset);
+    status = out.writeAt(0, bytes);
+    if (status.ok())
+        status = out.sync();
+    if (!status.ok()) {
+        std::filesystem::remove(packed, error);
+        return status;
+    }
+    out = File(); // closed: an open file cannot take another one's place everywhere
+    m_dbfLock.release();
+    m_dbf = File();
+    std::filesystem::rename(packed, path, error);
+    auto reopened = File::open(path, File::Mode::readWrite);
+    if (error || !reopened.ok())
+        return poison(failure(ErrorKind::inputOutput, "la tabla compactada no ha podido ocupar su sitio"));
+    m_dbf = std::move(reopened).value();
+    m_dateAndCount = dateAndCount;
+    header.recordCount = kept;
+    m_reservedUpTo = 0;
+    ++version;
+    status = syncFolder(path.parent_path());
+    if (status.ok() && m_mdx)
+        status = repairIndex();
+    return status.ok() ? checkpoint(false) : status;
 }
 
 } // namespace dbase

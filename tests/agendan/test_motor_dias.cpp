@@ -152,6 +152,17 @@ TEST_F(MotorTest, SynchronisingLeavesAShownDayAlone)
     EXPECT_TRUE(motor().HayRangoPorFecha());
 }
 
+// Two workstations jump to the same new day: the sheet is built once.
+TEST_F(MotorTest, ASheetThatAnotherWorkstationBuiltIsNotBuiltTwice)
+{
+    const auto otraTabla = oficina.agenda(1);
+    TClassAgendaN otro(nullptr, nullptr, {otraTabla.get()}, nullptr);
+    motor().SincronizarTablasAFecha(Lunes, false);
+    otro.SincronizarTablasAFecha(Lunes, false);
+    EXPECT_EQ(oficina.dia(1, Lunes).size(), 24);
+    EXPECT_EQ(otraTabla->rowCount(), 24);
+}
+
 TEST_F(MotorTest, StepsFromDayToDayAndStopsAtTheEnds)
 {
     oficina.linea(1, Lunes, "09:00");

@@ -127,4 +127,27 @@ TEST_F(SharedTest, UntouchedBytesSurviveAnEdit)
     EXPECT_NE(readFile(shared.file()).find("2026??0109:00x"), std::string::npos);
 }
 
+TEST_F(SharedTest, AGroupIsThereWholeOrNotAtAll)
+{
+    {
+        CommitGroup group(*mine);
+        addLine(*mine, day(1), "11:00", "a");
+        addLine(*mine, day(1), "11:30", "b");
+        EXPECT_EQ(concept_(*mine), "b") << "its own lines can be read";
+        EXPECT_THROW(mine->beginGroup(), EDatabaseError);
+    }
+    EXPECT_EQ(mine->rowCount(), 4) << "dropped";
+    EXPECT_TRUE(mine->currentRow() >= 0);
+    theirs->refresh();
+    EXPECT_EQ(theirs->rowCount(), 4);
+    CommitGroup group(*mine);
+    addLine(*mine, day(1), "11:00", "a");
+    addLine(*mine, day(1), "11:30", "b");
+    group.commit();
+    EXPECT_EQ(mine->rowCount(), 6);
+    EXPECT_EQ(concept_(*mine), "b");
+    theirs->refresh();
+    EXPECT_EQ(theirs->rowCount(), 6);
+}
+
 } // namespace

@@ -291,6 +291,27 @@ TEST_F(TableTest, AdoptsALineBehindTheCountAndDropsHalfOne)
     EXPECT_EQ(readFile(file).back(), '\x1A');
 }
 
+TEST_F(TableTest, PackDropsDeletedLinesWhenAlone)
+{
+    create();
+    auto mine = open();
+    for (int d = 1; d <= 9; ++d)
+        ASSERT_TRUE(mine->append(line(*mine, 10 - d, "09:00", u"x")).ok());
+    for (const RecordNumber number : {1U, 4U, 9U})
+        ASSERT_TRUE(mine->erase(number).ok());
+    auto theirs = open();
+    EXPECT_EQ(mine->pack().kind(), ErrorKind::locked);
+    EXPECT_EQ(mine->recordCount(), 9U);
+    theirs.reset();
+    const Status packed = mine->pack();
+    ASSERT_TRUE(packed.ok()) << packed.message();
+    EXPECT_EQ(mine->recordCount(), 6U);
+    EXPECT_EQ(inOrder(*mine), (std::vector<RecordNumber>{6, 5, 4, 3, 2, 1}));
+    EXPECT_TRUE(mine->check().ok());
+    ASSERT_TRUE(mine->append(line(*mine, 20, "09:00", u"y")).ok());
+    EXPECT_EQ(inOrder(*open()).size(), 7U);
+}
+
 TEST_F(TableTest, NamesFromOutsideStayInTheFolder)
 {
     create();
