@@ -48,7 +48,7 @@ Result<RecordNumber> TableImpl::append(std::span<const std::uint8_t> record)
         m_group->changes.push_back({++m_group->recordCount, {}, {record.begin(), record.end()}});
         return m_group->recordCount;
     }
-    status = beginChange();
+    status = beginChange(true);
     if (!status.ok())
         return status;
     Commit one{0, header.recordCount + 1, {}};
@@ -65,7 +65,7 @@ Status TableImpl::update(RecordNumber number, std::span<const std::uint8_t> befo
 {
     Status status = checkWritable(after.size());
     RangeLock record;
-    if (status.ok() && !m_group)
+    if (status.ok() && number <= header.recordCount)
         status = checkNotLockedElsewhere(number, record);
     if (status.ok())
         status = beginChange();
@@ -107,7 +107,7 @@ Status TableImpl::beginGroup()
 {
     if (m_group)
         return failure(ErrorKind::invalidArgument, "ya hay un grupo de cambios empezado");
-    if (const Status status = beginChange(); !status.ok())
+    if (const Status status = beginChange(true); !status.ok())
         return status;
     m_group = Commit{0, header.recordCount, {}};
     return {};
@@ -205,16 +205,14 @@ Status TableImpl::stageKeys(const Commit &commit)
 Status TableImpl::writeJournal(const Commit &commit)
 {
     const std::vector<std::uint8_t> bytes = encodeCommit(commit, header.recordLength);
-    const auto size = m_journal.stamp();
-    if (!size.ok())
-        return size.status();
-    if (m_state.tail + commitRoom(bytes.size()) > std::max<std::uint64_t>(size.value().size, journalSize)) {
+    if (m_state.tail + commitRoom(bytes.size()) > m_journalSize) {
         if (const Status status = checkpoint(false); !status.ok())
             return status;
     }
-    if (const std::uint64_t end = m_state.tail + commitRoom(bytes.size()); end > size.value().size) {
-        if (const Status status = m_journal.reserve(size.value().size, end - size.value().size); !status.ok())
+    if (const std::uint64_t end = m_state.tail + commitRoom(bytes.size()); end > m_journalSize) {
+        if (const Status status = m_journal.reserve(m_journalSize, end - m_journalSize); !status.ok())
             return status;
+        m_journalSize = end;
     }
     if (m_state.closedInOrder) {
         m_state.closedInOrder = false;
@@ -315,22 +313,34 @@ void TableImpl::noteCommit(const Commit &commit)
         }
         tag.version = version;
     }
-    noteStamp();
+    // The stamp stays as it was: the next refresh then looks, also for what others wrote before this.
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
 // Finishing what others have begun
 
-/// The header's count against the file, under the change locks. Whole lines behind the count are those of a
-/// program that died between line and count.
-Status TableImpl::settleCount()
+Status TableImpl::readDateAndCount(std::vector<std::uint8_t> &bytes) const
 {
-    std::vector<std::uint8_t> dateAndCount(dbfDateAndCount);
-    const auto got = m_dbf.readAt(dbfDateOffset, dateAndCount);
+    if (m_headerMap.size() >= dbfFixedHeader) {
+        std::copy_n(m_headerMap.data() + dbfDateOffset, bytes.size(), bytes.begin());
+        return {};
+    }
+    const auto got = m_dbf.readAt(dbfDateOffset, bytes);
     if (!got.ok())
         return got.status();
-    if (got.value() != dateAndCount.size())
-        return failure(ErrorKind::damaged, "el fichero se ha quedado sin cabecera");
+    return got.value() == bytes.size() ? Status()
+                                       : failure(ErrorKind::damaged, "el fichero se ha quedado sin cabecera");
+}
+
+/// The header's count against the file, under the change locks. Whole lines behind the count are those of a
+/// program that died between line and count.
+Status TableImpl::settleCount(bool withLength)
+{
+    std::vector<std::uint8_t> dateAndCount(dbfDateAndCount);
+    if (const Status status = readDateAndCount(dateAndCount); !status.ok())
+        return status;
+    if (dateAndCount == m_dateAndCount && !withLength)
+        return {};
     const auto stamp = m_dbf.stamp();
     if (!stamp.ok())
         return stamp.status();
@@ -342,7 +352,6 @@ Status TableImpl::settleCount()
     header.recordCount = announced;
     if (const Status status = checkCount(); !status.ok())
         return status;
-    m_lookOwed = m_lookOwed || m_stampDoubtful || stamp.value() != m_stamp;
     m_dateAndCount = std::move(dateAndCount);
     header.recordCount = announced;
     RecordNumber count = announced;

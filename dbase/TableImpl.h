@@ -131,6 +131,7 @@ private:
     Status openJournal();
     Status startJournal();
     Status joinOthers();
+    void mapHeader();
     Status openIndex();
     void dropIndexFile();
     [[nodiscard]] bool soundForReading();
@@ -147,7 +148,8 @@ private:
                                   std::chrono::milliseconds timeout, const std::string &refusal);
     Status beginRead();
     void endRead() noexcept;
-    Status beginChange();
+    /// @param adding  new lines are to come: what stands behind the last one must be known.
+    Status beginChange(bool adding = false);
     void endChange() noexcept;
     Status checkNotLockedElsewhere(RecordNumber number, RangeLock &held);
     /// Reads the journal's header; true when a commit of somebody who died waits to be finished.
@@ -165,7 +167,8 @@ private:
     Status writeState();
     Status finishDeadCommit();
     Status replay(std::span<const Commit> commits);
-    Status settleCount();
+    Status settleCount(bool withLength);
+    Status readDateAndCount(std::vector<std::uint8_t> &bytes) const;
     Status poison(const Status &cause);
     void noteCommit(const Commit &commit);
 
@@ -188,6 +191,8 @@ private:
     File m_journal;
     std::unique_ptr<MdxFile> m_mdx;
     Mapping m_journalMap;
+    Mapping m_headerMap; ///< the table's header, which no program ever makes shorter
+    std::uint64_t m_journalSize = 0;
     std::vector<std::unique_ptr<MdxIndex>> m_indexes;
     std::vector<MemoryTag> m_memoryTags;
 
@@ -196,10 +201,10 @@ private:
     std::uint64_t m_seenCommit = 0;         ///< last one that refresh() knows of
     FileStamp m_stamp;
     bool m_stampDoubtful = true; ///< the file changed so lately that an equal stamp proves nothing
-    bool m_lookOwed = false;     ///< others may have written before an own change hid it
     std::vector<std::uint8_t> m_dateAndCount;
     std::uint64_t m_reservedUpTo = 0;
     bool m_remote = false;
+    bool m_opened = false; ///< a table that was refused is left alone at the end, too
 
     Held m_held = Held::nothing;
     int m_holders = 0;

@@ -290,7 +290,7 @@ void TableImpl::noteStamp()
     m_stamp = stamp.value();
     const auto now = std::chrono::system_clock::now().time_since_epoch();
     const std::chrono::nanoseconds age = now - std::chrono::nanoseconds(m_stamp.modified);
-    m_stampDoubtful = m_lookOwed || m_remote || age < stampTick;
+    m_stampDoubtful = m_remote || age < stampTick;
 }
 
 Result<bool> TableImpl::refresh()
@@ -309,18 +309,14 @@ Result<bool> TableImpl::refresh()
         !m_stampDoubtful && !m_indexSuspect)
         return false;
     // The stamp first: what is written while we look must be looked at again.
-    m_lookOwed = false;
     noteStamp();
     const ReadLook look(*this);
     if (!look.status().ok())
         return look.status();
     m_seenCommit = m_state.applied;
     std::vector<std::uint8_t> dateAndCount(dbfDateAndCount);
-    const auto got = m_dbf.readAt(dbfDateOffset, dateAndCount);
-    if (!got.ok())
-        return got.status();
-    if (got.value() != dateAndCount.size())
-        return failure(ErrorKind::damaged, "el fichero se ha quedado sin cabecera");
+    if (const Status status = readDateAndCount(dateAndCount); !status.ok())
+        return status;
     header.recordCount = decodeCount(std::span(dateAndCount).subspan(dbfCountOffset - dbfDateOffset, 4));
     // Lines of a program that keeps no index, or keeps it without telling: to be looked into at the next
     // look.

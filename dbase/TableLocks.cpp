@@ -130,7 +130,7 @@ void TableImpl::endRead() noexcept
     }
 }
 
-Status TableImpl::beginChange()
+Status TableImpl::beginChange(bool adding)
 {
     if (!m_poison.ok())
         return m_poison;
@@ -163,7 +163,7 @@ Status TableImpl::beginChange()
     if (status.ok() && unfinished.value())
         status = finishDeadCommit();
     if (status.ok())
-        status = settleCount();
+        status = settleCount(adding);
     if (status.ok() && m_mdx) {
         const auto same = m_mdx->look();
         status = same.status();
@@ -213,9 +213,10 @@ Status TableImpl::checkNotLockedElsewhere(RecordNumber number, RangeLock &held)
 {
     if (m_locked.contains(number))
         return {};
-    auto lock =
-        waitForLock(m_dbf, recordLockOffset(number), 1, File::LockKind::exclusive, options.lockTimeout,
-                    "otro puesto está usando la línea " + std::to_string(number));
+    // Inside a group the table is held already, and whoever holds the line may be waiting for the table.
+    const auto patience = m_group ? std::chrono::milliseconds(0) : options.lockTimeout;
+    auto lock = waitForLock(m_dbf, recordLockOffset(number), 1, File::LockKind::exclusive, patience,
+                            "otro puesto está usando la línea " + std::to_string(number));
     if (lock.ok())
         held = std::move(lock).value();
     return lock.status();

@@ -51,7 +51,7 @@ TableImpl::~TableImpl()
     dropGroup();
     for (const RecordNumber number : std::set<RecordNumber>(m_locked))
         dropRecordLock(number);
-    if (m_poison.ok() && !readOnly && m_journal.isOpen() && m_held == Held::nothing)
+    if (m_opened && m_poison.ok() && !readOnly && m_journal.isOpen() && m_held == Held::nothing)
         closeInOrder();
 }
 
@@ -89,7 +89,9 @@ Status TableImpl::open()
     m_stampDoubtful = false; // nothing has been shown yet that could be out of date
     if (readOnly && m_mdx && !soundForReading())
         dropIndexFile();
-    return needTags();
+    status = needTags();
+    m_opened = status.ok();
+    return status;
 }
 
 /// Whether an index that cannot be repaired may be believed.
@@ -258,6 +260,15 @@ Status TableImpl::joinOthers()
     return lookAtJournal().status();
 }
 
+void TableImpl::mapHeader()
+{
+    m_headerMap = Mapping();
+    if (m_remote)
+        return;
+    if (auto mapping = Mapping::of(m_dbf, header.headerLength); mapping.ok())
+        m_headerMap = std::move(mapping).value();
+}
+
 /// Whether the last one to close did so in order and nobody has touched the files since.
 bool TableImpl::closedAsSeen() const
 {
@@ -335,7 +346,7 @@ Status TableImpl::recover()
             status = replay(commits);
     }
     if (status.ok())
-        status = settleCount();
+        status = settleCount(true);
     if (status.ok())
         status = repairIndex();
     if (status.ok() && (!commits.empty() || !m_state.closedInOrder)) {
@@ -626,12 +637,14 @@ Status TableImpl::packAlone()
     }
     out = File(); // closed: an open file cannot take another one's place everywhere
     m_dbfLock.release();
+    m_headerMap = Mapping();
     m_dbf = File();
     std::filesystem::rename(packed, path, error);
     auto reopened = File::open(path, File::Mode::readWrite);
     if (error || !reopened.ok())
         return poison(failure(ErrorKind::inputOutput, "la tabla compactada no ha podido ocupar su sitio"));
     m_dbf = std::move(reopened).value();
+    mapHeader();
     m_dateAndCount = dateAndCount;
     header.recordCount = kept;
     m_reservedUpTo = 0;
