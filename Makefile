@@ -3,9 +3,10 @@
 PAQUETES := tools/desarrollo/paquetes.sh
 DATOS    ?= datos-demo
 CAPTURAS ?= out/capturas
+FUZZ_SECONDS ?= 3600
 FUENTES   = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: help run test bench format format-check tidy asan coverage release dev clean
+.PHONY: help run test bench format format-check tidy asan coverage fuzz release dev clean
 
 help:
 	@echo "make run       build and open the program (DATOS=folder for other data)"
@@ -15,6 +16,7 @@ help:
 	@echo "make tidy      clang-tidy over every source"
 	@echo "make asan      the tests under AddressSanitizer and UndefinedBehaviorSanitizer"
 	@echo "make coverage  which lines the tests reach"
+	@echo "make fuzz      arbitrary bytes for what reads files (FUZZ_SECONDS=time for each target)"
 
 release:
 	@$(PAQUETES) construir ejecutar
@@ -72,6 +74,18 @@ coverage:
 	ctest --preset coverage
 	mkdir -p out/cobertura
 	gcovr --root . --object-directory build/coverage --exclude tests --exclude build --html-details out/cobertura/index.html --print-summary
+
+# What is found lands in out/fuzz; an input that has been mended goes into tests/fuzz/corpus.
+fuzz:
+	@$(PAQUETES) construir asan
+	cmake --preset fuzz
+	cmake --build --preset fuzz
+	@for objetivo in $$(ls tests/fuzz/corpus); do \
+	    echo "$$objetivo: $(FUZZ_SECONDS) s"; \
+	    mkdir -p "out/fuzz/$$objetivo" && \
+	    build/fuzz/bin/fuzz_$$objetivo -max_total_time=$(FUZZ_SECONDS) -max_len=16384 -timeout=10 -verbosity=0 \
+	        -artifact_prefix="out/fuzz/$$objetivo-" "out/fuzz/$$objetivo" "tests/fuzz/corpus/$$objetivo" || exit 1; \
+	done
 
 clean:
 	rm -rf build out

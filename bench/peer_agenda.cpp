@@ -101,7 +101,6 @@ struct AgendaPeer : Peer {
             const std::string hour = slot(i);
             std::copy(day.begin(), day.end(), line.begin() + 1);
             std::copy(hour.begin(), hour.end(), line.begin() + 9);
-            line[394] = line[395] = 'N';
             require(in.append(line).status());
         }
         if (batch)

@@ -10,7 +10,8 @@
 //       12    8  applied: number of the last commit that table and index hold
 //       20    4  where the next commit goes
 //       24    4  records that the index knows
-//       28    4  1 = closed in order: table and index are whole and on disk, as the stamps say
+//       28    4  bit 0: closed in order, table and index are whole and on disk, as the stamps say
+//                bit 1: since the base there are commits that must outlive a power cut
 //       32    8  size of the table then
 //       40    8  time of the table then
 //       48    8  size of the index then
@@ -45,7 +46,7 @@ namespace dbase
 
 inline constexpr std::size_t journalSector = 512;
 /// Size of a new journal; a commit that is longer makes it grow.
-inline constexpr std::size_t journalSize = 256 * 1024;
+inline constexpr std::size_t journalSize = 512 * 1024;
 
 struct JournalHeader {
     std::uint64_t base = 0;
@@ -53,6 +54,7 @@ struct JournalHeader {
     std::uint32_t tail = journalSector;
     std::uint32_t indexedRecords = 0;
     bool closedInOrder = false;
+    bool holdsDurable = false;
     std::uint64_t tableSize = 0;
     std::int64_t tableTime = 0;
     std::uint64_t indexSize = 0;

@@ -306,6 +306,31 @@ void orderKeys(const MdxTag &tag, RecordNumber count, TagKeys &keys)
         std::sort(keys.order.begin(), keys.order.end(), before);
 }
 
+namespace
+{
+
+/// Whether every block above an entry bounds it rightly: searches go by the bounds, a walk does not.
+bool boundsHold(const MdxCursor &cursor, const MdxTag &tag)
+{
+    const auto length = static_cast<std::size_t>(tag.keyLength);
+    const auto keyAt = [&](const MdxCursor::Step &step, int item) {
+        return step.block + mdxItemsAt +
+               static_cast<std::size_t>(item) * static_cast<std::size_t>(tag.itemLength) + mdxChildSize;
+    };
+    for (int level = 0; level < cursor.depth() - 1; ++level) {
+        const MdxCursor::Step &step = cursor.step(level);
+        if (step.position < step.count &&
+            compareMdxKeys(tag.keyType, cursor.key(), keyAt(step, step.position), length) > 0)
+            return false;
+        if (step.position > 0 &&
+            compareMdxKeys(tag.keyType, cursor.key(), keyAt(step, step.position - 1), length) < 0)
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
 bool holdsExactly(const BlockSource &source, const MdxTag &tag, const TagKeys &keys)
 {
     const auto length = static_cast<std::size_t>(tag.keyLength);
@@ -323,6 +348,9 @@ bool holdsExactly(const BlockSource &source, const MdxTag &tag, const TagKeys &k
         if (std::memcmp(cursor.key(), keys.keys.data() + (record - 1) * length, length) != 0)
             return false;
         if (!previous.empty() && compareMdxKeys(tag.keyType, previous.data(), cursor.key(), length) > 0)
+            return false;
+        const MdxCursor::Step &leaf = cursor.step(cursor.depth() - 1);
+        if ((leaf.position == 0 || leaf.position == leaf.count - 1) && !boundsHold(cursor, tag))
             return false;
         previous.assign(cursor.key(), cursor.key() + length);
     }

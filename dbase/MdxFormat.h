@@ -79,6 +79,9 @@ inline constexpr std::size_t mdxPageSize = 512;
 inline constexpr std::size_t mdxBlockSize = 1024;
 inline constexpr std::size_t mdxHeaderSize = 2048;
 inline constexpr PageNumber mdxFirstBlock = 4;
+/// In a block, where its items begin; in an item, where its key begins.
+inline constexpr std::size_t mdxItemsAt = 8;
+inline constexpr std::size_t mdxChildSize = 4;
 inline constexpr int mdxMaxTags = 47;
 inline constexpr std::size_t mdxMaxExpression = 219;
 /// Largest number of keys in an inner block that we write: other programs take a full one for a leaf.

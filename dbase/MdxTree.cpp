@@ -9,8 +9,8 @@ namespace dbase
 namespace
 {
 
-constexpr std::size_t itemsOffset = 8;
-constexpr std::size_t childSize = 4;
+constexpr std::size_t itemsOffset = mdxItemsAt;
+constexpr std::size_t childSize = mdxChildSize;
 
 /// Leaves of a rebuilt tree keep a little room, so that the first insertion does not split them at once.
 constexpr int spareItemsInLeaf = 2;
@@ -260,14 +260,19 @@ Status MdxTree::split(const MdxCursor &path, int level, const std::uint8_t *key,
     const bool leaf = level == path.depth() - 1;
     const auto itemLength = static_cast<std::size_t>(m_tag.itemLength);
 
+    // The block as it is by now: a split below has just put its right half's page into it.
+    std::uint8_t *const leftBlock = m_store.change(step.page);
+    if (!leftBlock)
+        return outside(step.page);
+
     // All items with the new one in its place, and behind them the last child.
     std::vector<std::uint8_t> items(static_cast<std::size_t>(step.count + 1) * itemLength + childSize, 0);
     const std::size_t at = static_cast<std::size_t>(step.position) * itemLength;
-    std::memcpy(items.data(), step.block + itemsOffset, at);
+    std::memcpy(items.data(), leftBlock + itemsOffset, at);
     put32(items.data() + at, number);
     std::memcpy(items.data() + at + childSize, key, static_cast<std::size_t>(m_tag.keyLength));
     const std::size_t rest = static_cast<std::size_t>(step.count) * itemLength + childSize - at;
-    std::memcpy(items.data() + at + itemLength, step.block + itemsOffset + at, rest);
+    std::memcpy(items.data() + at + itemLength, leftBlock + itemsOffset + at, rest);
 
     bool atRightEdge = step.position == step.count;
     for (int above = level - 1; above >= 0; --above)
@@ -291,9 +296,6 @@ Status MdxTree::split(const MdxCursor &path, int level, const std::uint8_t *key,
     std::memcpy(bound.data(), items.data() + static_cast<std::size_t>(boundItem) * itemLength + childSize,
                 static_cast<std::size_t>(m_tag.keyLength));
 
-    std::uint8_t *leftBlock = m_store.change(step.page);
-    if (!leftBlock)
-        return outside(step.page);
     std::memset(leftBlock, 0, mdxBlockSize);
     std::memcpy(leftBlock + itemsOffset, items.data(),
                 static_cast<std::size_t>(left) * itemLength + (leaf ? 0 : childSize));

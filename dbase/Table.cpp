@@ -55,10 +55,13 @@ Status Table::create(const std::filesystem::path &file, const TableDefinition &d
         if (!status.ok())
             return status;
     }
-    // Journal and index are made by the first opening.
+    // Journal and index are made by the first opening. A journal that lies there already is that of a table
+    // that has gone.
     OpenOptions options;
     options.tags = definition.tags;
-    return Table::open(file, options).status();
+    auto impl = std::make_unique<TableImpl>(file, options);
+    impl->isNew = true;
+    return impl->open();
 }
 
 Result<std::unique_ptr<Table>> Table::open(const std::filesystem::path &file, const OpenOptions &options)

@@ -206,7 +206,10 @@ Status TableImpl::writeJournal(const Commit &commit)
 {
     const std::vector<std::uint8_t> bytes = encodeCommit(commit, header.recordLength);
     if (m_state.tail + commitRoom(bytes.size()) > m_journalSize) {
-        if (const Status status = checkpoint(false); !status.ok())
+        // Nothing that was promised to outlive a power cut is in the way of the new commits: no need to wait
+        // for the disk.
+        if (const Status status = m_state.holdsDurable || options.durable ? checkpoint(false) : startOver();
+            !status.ok())
             return status;
     }
     if (const std::uint64_t end = m_state.tail + commitRoom(bytes.size()); end > m_journalSize) {
@@ -231,9 +234,18 @@ Status TableImpl::writeJournal(const Commit &commit)
         status = m_journal.sync();
         if (!status.ok())
             return poison(status); // what has reached the disk is not known; the next opener finds out
+        m_state.holdsDurable = true;
     }
     m_state.tail += static_cast<std::uint32_t>(commitRoom(bytes.size()));
     return {};
+}
+
+/// Begins the journal anew without anything flushed.
+Status TableImpl::startOver()
+{
+    m_state.base = m_state.applied;
+    m_state.tail = journalSector;
+    return writeState();
 }
 
 Status TableImpl::apply(const Commit &commit)

@@ -107,6 +107,7 @@ public:
     TableHeader header;
     bool readOnly = false;
     std::string readOnlyReason;
+    bool isNew = false; ///< just created: what an old journal says is not about this table
     std::uint64_t version = 1;
     std::shared_ptr<const bool> alive = std::make_shared<const bool>(true); ///< expires with this object
 
@@ -161,6 +162,7 @@ private:
     Status commit(Commit &commit);
     Status stageKeys(const Commit &commit);
     Status writeJournal(const Commit &commit);
+    Status startOver();
     Status apply(const Commit &commit);
     Status writeRecords(const Commit &commit);
     Status writeDateAndCount(RecordNumber count);

@@ -252,11 +252,15 @@ Status TableImpl::joinOthers()
             !pause.ok() && pause.status().kind() != ErrorKind::locked)
             return pause.status();
     }
-    if (const auto stamp = m_journal.stamp();
-        stamp.ok() && !m_remote && stamp.value().size >= journalSector) {
+    const auto stamp = m_journal.stamp();
+    if (!stamp.ok())
+        return stamp.status();
+    m_journalSize = std::max<std::uint64_t>(stamp.value().size, journalSize);
+    if (!m_remote && stamp.value().size >= journalSector) {
         if (auto mapping = Mapping::of(m_journal, stamp.value().size); mapping.ok())
             m_journalMap = std::move(mapping).value();
     }
+    mapHeader();
     return lookAtJournal().status();
 }
 
@@ -292,7 +296,7 @@ Status TableImpl::recover()
     if (!got.ok())
         return got.status();
     bytes.resize(got.value());
-    const auto state = decodeJournalHeader(bytes);
+    const auto state = isNew ? std::nullopt : decodeJournalHeader(bytes);
     if (state) {
         m_state = *state;
         m_stateBytes = bytes;
@@ -370,6 +374,7 @@ Status TableImpl::checkpoint(bool closing)
     state.tail = journalSector;
     state.indexedRecords = header.recordCount;
     state.closedInOrder = closing;
+    state.holdsDurable = false;
     if (closing) {
         const auto table = m_dbf.stamp();
         const auto index = m_mdx ? m_mdx->file().stamp() : Result<FileStamp>(FileStamp{});

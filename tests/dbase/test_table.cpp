@@ -207,6 +207,39 @@ TEST_F(TableTest, KeepsTheOrderUnderRandomWrites)
     EXPECT_EQ(ranged, expected);
 }
 
+// Sheets of past days, put into a tree whose blocks are full: splits that reach up through several levels.
+TEST_F(TableTest, KeepsTheIndexWhenFullBlocksSplit)
+{
+    create();
+    const auto table = open();
+    const auto sheet = [&](int year, int month, int day) {
+        ASSERT_TRUE(table->beginGroup().ok());
+        for (int slot = 0; slot < 24; ++slot) {
+            auto record = blankRecord(table->recordLength());
+            ASSERT_TRUE(writeDate(record, table->fields()[0], {year, month, day}).ok());
+            const std::string hour = std::to_string(10 + slot / 2) + (slot % 2 != 0 ? ":30" : ":00");
+            writeText(record, table->fields()[1], table->codePage(),
+                      std::u16string(hour.begin(), hour.end()));
+            ASSERT_TRUE(table->append(record).ok());
+        }
+        ASSERT_TRUE(table->commitGroup().ok());
+    };
+    for (int year = 2010; year < 2026; ++year) {
+        for (int month = 1; month <= 12; ++month) {
+            for (int day = 1; day <= 28; day += 2)
+                sheet(year, month, day);
+        }
+    }
+    ASSERT_TRUE(table->reindex().ok()); // as full as blocks get
+    std::mt19937 random(5);
+    for (int n = 0; n < 600; ++n)
+        sheet(2010 + static_cast<int>(random() % 16), 1 + static_cast<int>(random() % 12),
+              2 + 2 * static_cast<int>(random() % 13));
+    const Status status = table->check();
+    EXPECT_TRUE(status.ok()) << status.message();
+    EXPECT_EQ(inOrder(*table).size(), table->recordCount());
+}
+
 TEST_F(TableTest, EqualKeysStayInTheOrderOfAdding)
 {
     create();
@@ -310,6 +343,23 @@ TEST_F(TableTest, PackDropsDeletedLinesWhenAlone)
     EXPECT_TRUE(mine->check().ok());
     ASSERT_TRUE(mine->append(line(*mine, 20, "09:00", u"y")).ok());
     EXPECT_EQ(inOrder(*open()).size(), 7U);
+}
+
+TEST_F(TableTest, AnOldJournalSaysNothingAboutANewTable)
+{
+    create();
+    std::string journal;
+    {
+        const auto table = open();
+        ASSERT_TRUE(table->append(line(*table, 1, "09:00", u"de otra tabla")).ok());
+        journal = readFile(folder.path() / "AGENDA_N.JNL"); // as a killed program leaves it
+    }
+    std::filesystem::remove(file);
+    writeFile(folder.path() / "AGENDA_N.JNL", journal);
+    create();
+    const auto table = open();
+    EXPECT_EQ(table->recordCount(), 0U);
+    EXPECT_TRUE(table->check().ok());
 }
 
 TEST_F(TableTest, NamesFromOutsideStayInTheFolder)

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "tools/agendatool/Dump.h"
+
+#include <filesystem>
+
+namespace agendatool
+{
+
+/// A command line, taken apart.
+struct Arguments {
+    std::string verb;
+    std::filesystem::path folder;
+    std::string table;
+    std::filesystem::path target; ///< file or folder behind the table; empty for verbs that have none
+    DateRange range;
+    DumpFormat format = DumpFormat::csv;
+    bool quiet = false;
+    bool help = false;
+    bool version = false;
+};
+
+/// @return invalidArgument with the reason, in Spanish, for a line that makes no sense.
+dbase::Result<Arguments> parseArguments(const std::vector<std::string> &words);
+
+} // namespace agendatool

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "dbase/Table.h"
+
+#include <iosfwd>
+
+namespace agendatool
+{
+
+/// Days from one to another, both included; an open end is no bound.
+struct DateRange {
+    std::optional<dbase::Date> from;
+    std::optional<dbase::Date> to;
+};
+
+enum class DumpFormat { csv, json };
+
+/// Writes the live lines of a table, UTF-8, in the order of its tag FECHA, or of the file when it has none.
+/// With a bound, lines without a date are left out.
+/// @return invalidArgument for a range over a table without a date FECHA.
+dbase::Status dump(const dbase::Table &table, const DateRange &range, DumpFormat format, std::ostream &out);
+
+} // namespace agendatool

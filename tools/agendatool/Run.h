@@ -1,0 +1,24 @@
+#pragma once
+
+#include <chrono>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+namespace agendatool
+{
+
+// What the program tells its caller.
+inline constexpr int exitDone = 0;
+inline constexpr int exitFailed = 1; ///< damaged, or it could not be done
+inline constexpr int exitUsage = 2;
+inline constexpr int exitBusy = 3; ///< others have the table
+
+/// Does what a command line says.
+/// @param words     the arguments without the program's name; paths in the system's own encoding.
+/// @param patience  how long to wait for others who are writing.
+/// @return one of the exit codes above; the reason of a failure stands in `err`, Spanish, UTF-8.
+int run(const std::vector<std::string> &words, std::ostream &out, std::ostream &err,
+        std::chrono::milliseconds patience = std::chrono::milliseconds(2000));
+
+} // namespace agendatool

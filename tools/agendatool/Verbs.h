@@ -1,0 +1,46 @@
+#pragma once
+
+#include "tools/agendatool/Arguments.h"
+#include "tools/agendatool/Run.h"
+
+namespace agendatool
+{
+
+/// What every verb needs: the command line, where to talk, and how long to wait for others.
+struct Context {
+    const Arguments &args;
+    std::ostream &out;
+    std::ostream &err;
+    std::chrono::milliseconds patience;
+
+    /// Says that something is done, unless asked to be quiet.
+    void note(const std::string &text) const;
+    /// Says why not. @return the exit code that goes with it.
+    [[nodiscard]] int fail(const dbase::Status &status) const;
+};
+
+using OpenTable = std::unique_ptr<dbase::Table>;
+
+/// Opens the table of the command line for writing, which finishes what dead writers have left.
+dbase::Result<OpenTable> openTable(const Context &context);
+/// Opens a file; a table with date and hour of an agenda gets its tag FECHA when it has none.
+dbase::Result<OpenTable> openWithTag(const Context &context, const std::filesystem::path &file);
+/// Compares lines and tags, and reads every field of every live line; says what is wrong.
+[[nodiscard]] int verify(const Context &context, dbase::Table &table);
+/// An old journal beside a table that is not there: its commits would be written into the new table.
+dbase::Status refuseOldJournal(const std::filesystem::path &table);
+
+// The verbs; each answers with its exit code.
+[[nodiscard]] int createTable(const Context &context);
+[[nodiscard]] int showInfo(const Context &context);
+[[nodiscard]] int checkTable(const Context &context);
+[[nodiscard]] int repairTable(const Context &context);
+[[nodiscard]] int reindexTable(const Context &context);
+[[nodiscard]] int packTable(const Context &context);
+[[nodiscard]] int dumpLines(const Context &context);
+[[nodiscard]] int exportLines(const Context &context);
+[[nodiscard]] int importLines(const Context &context);
+[[nodiscard]] int backupTable(const Context &context);
+[[nodiscard]] int restoreTable(const Context &context);
+
+} // namespace agendatool
