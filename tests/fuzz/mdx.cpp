@@ -38,7 +38,7 @@ void changeTree(fuzz::Bytes input, dbase::MdxTag tag)
 {
     fuzz::MemoryBlocks store(input, mostBlocks);
     const auto keyLength = static_cast<std::size_t>(tag.keyLength);
-    for (std::size_t at = 0; at + keyLength <= input.size() && at < 64 * 61; at += 61) {
+    for (std::size_t at = 0; at + keyLength <= input.size() && at < 3904; at += 61) {
         // The last bytes of a file are mostly keys, so some of these are there to be taken out.
         const fuzz::Bytes key = input.subspan(input.size() - keyLength - at, keyLength);
         dbase::MdxTree tree(store, tag);

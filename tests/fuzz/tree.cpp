@@ -6,6 +6,7 @@
 #include <limits>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -42,8 +43,8 @@ void compare(const dbase::BlockSource &source, const dbase::MdxTag &tag, const s
     }
     fuzz::expect(!cursor.valid() && !cursor.damaged(), "and no other behind them");
     cursor.last();
-    for (auto wanted = model.rbegin(); wanted != model.rend(); ++wanted) {
-        fuzz::expect(cursor.valid() && entry() == *wanted, "the tree has every entry in its place, backward");
+    for (const Entry &wanted : std::vector<Entry>(model.rbegin(), model.rend())) {
+        fuzz::expect(cursor.valid() && entry() == wanted, "the tree has every entry in its place, backward");
         cursor.prior();
     }
     fuzz::expect(!cursor.valid() && !cursor.damaged(), "and no other in front of them");
