@@ -46,7 +46,7 @@ namespace dbase
 
 inline constexpr std::size_t journalSector = 512;
 /// Size of a new journal; a commit that is longer makes it grow.
-inline constexpr std::size_t journalSize = 512 * 1024;
+inline constexpr std::size_t journalSize = std::size_t{512} * 1024;
 
 struct JournalHeader {
     std::uint64_t base = 0;

@@ -84,6 +84,30 @@ Status MdxFile::load()
     return {};
 }
 
+bool BlockUse::take(PageNumber page, int owner)
+{
+    const std::size_t block = page / 2;
+    if (page % 2 != 0)
+        return false;
+    if (m_owners.size() <= block)
+        m_owners.resize(block + 1, 0);
+    int &present = m_owners[block];
+    const bool free = present == 0 || (owner != once && present == owner);
+    present = owner;
+    return free;
+}
+
+bool MdxFile::freeListIsApart(BlockUse &use) const
+{
+    for (PageNumber page = m_header.freePage; page != 0;) {
+        const std::uint8_t *const bytes = block(page);
+        if (!bytes || !use.take(page, BlockUse::once))
+            return false; // also ends a list that goes in circles
+        page = get32(bytes + freeLinkAt);
+    }
+    return true;
+}
+
 /// Makes sure that the blocks up to a page are there and can be seen. Only here is the file mapped anew, so
 /// that what block() has returned stays valid between two looks.
 bool MdxFile::cover(PageNumber pages)
@@ -177,7 +201,8 @@ PageNumber MdxFile::allocate()
     constexpr PageNumber mostPages = 0x7FFFFFFF / mdxPageSize; // other programs count bytes in 31 bits
     if (const PageNumber freed = m_header.freePage; freed != 0) {
         if (std::uint8_t *const bytes = change(freed)) {
-            m_header.freePage = get32(bytes + freeLinkAt);
+            const PageNumber link = get32(bytes + freeLinkAt);
+            m_header.freePage = link != freed && link % 2 == 0 && block(link) ? link : 0;
             std::memset(bytes, 0, mdxBlockSize);
             return freed;
         }
@@ -331,8 +356,11 @@ bool boundsHold(const MdxCursor &cursor, const MdxTag &tag)
 
 } // namespace
 
-bool holdsExactly(const BlockSource &source, const MdxTag &tag, const TagKeys &keys)
+bool holdsExactly(const BlockSource &source, const MdxTag &tag, const TagKeys &keys, BlockUse &use)
 {
+    if (!use.take(tag.headerPage, BlockUse::once))
+        return false;
+    const int owner = use.nextOwner();
     const auto length = static_cast<std::size_t>(tag.keyLength);
     const std::size_t count = length == 0 ? 0 : keys.keys.size() / length;
     std::vector<bool> seen(count, false);
@@ -350,6 +378,14 @@ bool holdsExactly(const BlockSource &source, const MdxTag &tag, const TagKeys &k
         if (!previous.empty() && compareMdxKeys(tag.keyType, previous.data(), cursor.key(), length) > 0)
             return false;
         const MdxCursor::Step &leaf = cursor.step(cursor.depth() - 1);
+        if (leaf.position == 0) {
+            for (int level = 0; level < cursor.depth() - 1; ++level) {
+                if (!use.take(cursor.step(level).page, owner))
+                    return false;
+            }
+            if (!use.take(leaf.page, BlockUse::once))
+                return false;
+        }
         if ((leaf.position == 0 || leaf.position == leaf.count - 1) && !boundsHold(cursor, tag))
             return false;
         previous.assign(cursor.key(), cursor.key() + length);

@@ -15,6 +15,20 @@ struct TagKeys {
     std::vector<RecordNumber> order;
 };
 
+/// Which blocks of an index file have been met, and as whose: each belongs to one thing only.
+class BlockUse
+{
+public:
+    static constexpr int once = -1; ///< whoever takes it, nobody may take it again
+    [[nodiscard]] int nextOwner() { return ++m_lastOwner; }
+    /// @return false when the block belongs to something else already.
+    bool take(PageNumber page, int owner);
+
+private:
+    std::vector<int> m_owners;
+    int m_lastOwner = 0;
+};
+
 /// One open index file. What it shows is only right under the index lock, which is its caller's business;
 /// each time the lock has been taken, look() comes first.
 class MdxFile final : public BlockStore
@@ -41,6 +55,8 @@ public:
     [[nodiscard]] PageNumber allocate() override;
     void release(PageNumber page) override;
 
+    /// Whether the blocks of the free list are nothing else as well.
+    [[nodiscard]] bool freeListIsApart(BlockUse &use) const;
     /// Writes out everything changed since the last write() or drop(), with roots, counters and header.
     Status write(Date today);
     /// Forgets it.
@@ -73,8 +89,10 @@ private:
     std::vector<MdxTag> m_tags;
 };
 
-/// Whether a tag holds exactly the given keys: every record once, in order, nothing else.
-[[nodiscard]] bool holdsExactly(const BlockSource &source, const MdxTag &tag, const TagKeys &keys);
+/// Whether a tag holds exactly the given keys: every record once, in order, nothing else, in blocks of its
+/// own.
+[[nodiscard]] bool holdsExactly(const BlockSource &source, const MdxTag &tag, const TagKeys &keys,
+                                BlockUse &use);
 
 /// Sorts the records of `keys` by key, equal ones by number. @param count  records.
 void orderKeys(const MdxTag &tag, RecordNumber count, TagKeys &keys);

@@ -12,6 +12,9 @@ namespace
 constexpr std::size_t itemsOffset = mdxItemsAt;
 constexpr std::size_t childSize = mdxChildSize;
 
+/// Other programs may leave an empty leaf behind; a file made to have millions of them is refused.
+constexpr int mostEmptyLeaves = 64;
+
 /// Leaves of a rebuilt tree keep a little room, so that the first insertion does not split them at once.
 constexpr int spareItemsInLeaf = 2;
 
@@ -138,6 +141,7 @@ void MdxCursor::next()
         m_valid = true;
         return;
     }
+    int empty = 0;
     while (m_depth > 1) {
         --m_depth;
         if (top().position >= top().count)
@@ -145,6 +149,10 @@ void MdxCursor::next()
         ++top().position;
         if (!enter(childOf(top())) || !descendToEdge(true))
             return;
+        if (top().count == 0 && ++empty > mostEmptyLeaves) {
+            fail(top().page);
+            return;
+        }
         if (top().count > 0) {
             m_valid = true;
             return;
@@ -161,6 +169,7 @@ void MdxCursor::prior()
         m_valid = true;
         return;
     }
+    int empty = 0;
     while (m_depth > 1) {
         --m_depth;
         if (top().position <= 0)
@@ -168,6 +177,10 @@ void MdxCursor::prior()
         --top().position;
         if (!enter(childOf(top())) || !descendToEdge(false))
             return;
+        if (top().count == 0 && ++empty > mostEmptyLeaves) {
+            fail(top().page);
+            return;
+        }
         if (top().count > 0) {
             m_valid = true;
             return;
@@ -428,7 +441,7 @@ PageNumber buildMdxTree(const MdxTag &tag, std::span<const std::uint8_t> keys,
     const auto keyLength = static_cast<std::size_t>(tag.keyLength);
     const PageNumber origin = firstPage - static_cast<PageNumber>(blocks.size() / mdxPageSize);
     const auto perLeaf = static_cast<std::size_t>(std::max(1, tag.maxItems - spareItemsInLeaf));
-    const auto childrenPerInner = static_cast<std::size_t>(tag.maxItems - mdxInnerReserve + 1);
+    const auto childrenPerInner = std::size_t(tag.maxItems) - mdxInnerReserve + 1;
     const auto putKey = [&](std::uint8_t *item, RecordNumber record) {
         std::memcpy(item + childSize, keys.data() + (record - 1) * keyLength, keyLength);
     };

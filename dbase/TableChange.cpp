@@ -45,6 +45,12 @@ Result<RecordNumber> TableImpl::append(std::span<const std::uint8_t> record)
     if (!status.ok())
         return status;
     if (m_group) {
+        if (m_group->recordCount == header.recordCount) {
+            status = settleCount(true); // the first new line of the group
+            if (!status.ok())
+                return status;
+            m_group->recordCount = header.recordCount;
+        }
         m_group->changes.push_back({++m_group->recordCount, {}, {record.begin(), record.end()}});
         return m_group->recordCount;
     }
@@ -107,7 +113,7 @@ Status TableImpl::beginGroup()
 {
     if (m_group)
         return failure(ErrorKind::invalidArgument, "ya hay un grupo de cambios empezado");
-    if (const Status status = beginChange(true); !status.ok())
+    if (const Status status = beginChange(); !status.ok())
         return status;
     m_group = Commit{0, header.recordCount, {}};
     return {};

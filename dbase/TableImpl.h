@@ -137,6 +137,8 @@ private:
     void dropIndexFile();
     [[nodiscard]] bool soundForReading();
     Status readTags();
+    [[nodiscard]] bool keysFit(const MdxTag &tag, const KeyExpression &expression) const;
+    [[nodiscard]] KeyType keyTypeOf(const KeyExpression &expression) const;
     Status needTags();
     Status recover();
     Status checkpoint(bool closing);
@@ -171,6 +173,7 @@ private:
     Status replay(std::span<const Commit> commits);
     Status settleCount(bool withLength);
     Status readDateAndCount(std::vector<std::uint8_t> &bytes) const;
+    Status knowOf(RecordNumber number);
     Status poison(const Status &cause);
     void noteCommit(const Commit &commit);
 
@@ -182,6 +185,8 @@ private:
                                                       std::span<const std::uint8_t> record) const;
     /// Makes the index right, by looking first and rewriting it only when it is not.
     Status repairIndex();
+    /// Whether the index file is exactly what the lines say, its blocks used once each.
+    [[nodiscard]] bool indexIsRight(std::span<const TagKeys> keys) const;
     Status packAlone();
     Status rewriteIndex(std::vector<MdxTag> tags, std::vector<KeyExpression> expressions);
     Status makeIndex(std::span<const TagDefinition> wanted);

@@ -77,7 +77,8 @@ Result<std::optional<IndexEntry>> MdxIndex::ask(const Move &move)
     }
     if (!cursor.valid())
         return std::optional<IndexEntry>();
-    m_table.header.recordCount = std::max(m_table.header.recordCount, cursor.record());
+    if (const Status status = m_table.knowOf(cursor.record()); !status.ok())
+        return status;
     return std::optional(entryAt(cursor));
 }
 
@@ -226,6 +227,24 @@ Status TableImpl::scan(RecordNumber from,
     return {};
 }
 
+/// Takes in that the table has grown, when an index names a line beyond the last one known.
+Status TableImpl::knowOf(RecordNumber number)
+{
+    if (number >= 1 && number <= header.recordCount)
+        return {};
+    std::vector<std::uint8_t> dateAndCount(dbfDateAndCount);
+    if (const Status status = readDateAndCount(dateAndCount); !status.ok())
+        return status;
+    const RecordNumber announced =
+        decodeCount(std::span(dateAndCount).subspan(dbfCountOffset - dbfDateOffset, 4));
+    if (number >= 1 && number <= announced) {
+        header.recordCount = announced;
+        return checkCount();
+    }
+    m_indexSuspect = true; // the next look puts it in order
+    return failure(ErrorKind::damaged, "el índice nombra una línea que no existe");
+}
+
 /// The live lines between two bounds, in order; their bytes too when `rows` is given. All under one index
 /// lock.
 Status TableImpl::liveRows(Index *wanted, std::span<const std::uint8_t> low,
@@ -256,7 +275,7 @@ Status TableImpl::liveRows(Index *wanted, std::span<const std::uint8_t> low,
             ++end;
         buffer.resize((end - at) * length);
         std::size_t read = 0;
-        if (found[at] >= 1) {
+        if (knowOf(found[at]).ok() && knowOf(found[end - 1]).ok()) {
             const auto got = m_dbf.readAt(recordOffset(found[at]), buffer);
             if (!got.ok())
                 return got.status();
@@ -271,7 +290,6 @@ Status TableImpl::liveRows(Index *wanted, std::span<const std::uint8_t> low,
             numbers.push_back(found[at + i]);
             if (rows)
                 rows->insert(rows->end(), row.begin(), row.end());
-            header.recordCount = std::max(header.recordCount, found[at + i]);
         }
         at = end;
     }
@@ -416,6 +434,16 @@ Result<std::vector<TagKeys>> TableImpl::keysOfAll() const
     return all;
 }
 
+bool TableImpl::indexIsRight(std::span<const TagKeys> keys) const
+{
+    BlockUse use;
+    for (std::size_t number = 0; number < m_indexes.size(); ++number) {
+        if (!holdsExactly(*m_mdx, m_mdx->tags()[number], keys[number], use))
+            return false;
+    }
+    return m_mdx->freeListIsApart(use);
+}
+
 Status TableImpl::repairIndex()
 {
     if (m_indexSuspect && !m_mdx) { // there is an index file that cannot be read
@@ -430,10 +458,7 @@ Status TableImpl::repairIndex()
     auto keys = keysOfAll();
     if (!keys.ok())
         return keys.status();
-    bool right = same.value() && m_mdx->languageDriver() == header.languageDriver;
-    for (std::size_t number = 0; right && number < m_indexes.size(); ++number)
-        right = holdsExactly(*m_mdx, m_mdx->tags()[number], keys.value()[number]);
-    if (!right) {
+    if (!same.value() || m_mdx->languageDriver() != header.languageDriver || !indexIsRight(keys.value())) {
         std::vector<KeyExpression> expressions;
         for (const auto &one : m_indexes)
             expressions.push_back(one->expression());
@@ -496,10 +521,13 @@ Status TableImpl::check()
     if (!keys.ok())
         return keys.status();
     for (std::size_t number = 0; number < m_indexes.size(); ++number) {
-        if (!holdsExactly(*m_mdx, m_mdx->tags()[number], keys.value()[number]))
+        BlockUse use;
+        if (!holdsExactly(*m_mdx, m_mdx->tags()[number], keys.value()[number], use))
             return failure(ErrorKind::damaged, "el orden «" + m_mdx->tags()[number].name +
                                                    "» no coincide con las líneas de la tabla");
     }
+    if (!indexIsRight(keys.value()))
+        return failure(ErrorKind::damaged, "el índice usa un bloque para dos cosas");
     return {};
 }
 

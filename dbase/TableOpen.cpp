@@ -15,7 +15,8 @@ constexpr std::uint64_t presenceOffset = headerLockOffset;
 /// Beyond the usual patience: another workstation may be putting a large table in order.
 constexpr auto repairPatience = std::chrono::seconds(2);
 constexpr std::uint64_t indexFlagOffset = 28;
-constexpr std::uint64_t mostRecords = 1'000'000'000; ///< as many lines as the lock bytes have room for
+constexpr std::uint64_t largestJournal = 256 * 1024 * 1024; ///< no commit of ours is half as long
+constexpr std::uint64_t mostRecords = 1'000'000'000;        ///< as many lines as the lock bytes have room for
 
 bool sameName(const std::filesystem::path &a, const std::filesystem::path &b)
 {
@@ -110,10 +111,7 @@ bool TableImpl::soundForReading()
         }
     }
     const auto keys = keysOfAll();
-    bool right = keys.ok();
-    for (std::size_t number = 0; right && number < m_indexes.size(); ++number)
-        right = holdsExactly(*m_mdx, m_mdx->tags()[number], keys.value()[number]);
-    return right;
+    return keys.ok() && indexIsRight(keys.value());
 }
 
 Status TableImpl::openFiles()
@@ -134,6 +132,13 @@ Status TableImpl::openFiles()
         status = openJournal();
     if (status.ok())
         status = openIndex();
+    if (status.ok() && readOnly && m_journal.isOpen()) {
+        // Somebody may have made it just now and not have got further; a reader can do without.
+        std::vector<std::uint8_t> bytes(journalSector);
+        const auto got = m_journal.readAt(0, bytes);
+        if (!got.ok() || got.value() != bytes.size() || !decodeJournalHeader(bytes))
+            m_journal = File();
+    }
     if (status.ok() && !readOnly)
         status = joinOthers();
     return status.ok() ? checkCount() : status;
@@ -326,7 +331,7 @@ Status TableImpl::recover()
         endChange();
         return size.status();
     }
-    bytes.resize(size.value().size);
+    bytes.resize(std::min<std::uint64_t>(size.value().size, largestJournal));
     got = m_journal.readAt(0, bytes);
     bytes.resize(got.ok() ? got.value() : 0);
     std::vector<Commit> commits;
@@ -451,6 +456,33 @@ void TableImpl::dropIndexFile()
     m_mdx.reset();
 }
 
+/// Whether a tag's keys have the kind and length that its expression gives.
+bool TableImpl::keysFit(const MdxTag &tag, const KeyExpression &expression) const
+{
+    return tag.keyType == keyTypeOf(expression) &&
+           (tag.keyType != KeyType::character || static_cast<int>(expression.keyLength()) == tag.keyLength);
+}
+
+/// A lone date or number is kept as such; everything else as text.
+KeyType TableImpl::keyTypeOf(const KeyExpression &expression) const
+{
+    const std::vector<int> &used = expression.fieldsUsed();
+    if (used.size() != 1)
+        return KeyType::character;
+    const FieldDefinition &field = header.fields[static_cast<std::size_t>(used[0])];
+    if (!sameText(field.name, expression.text()))
+        return KeyType::character;
+    switch (field.type) {
+    case FieldType::date:
+        return KeyType::date;
+    case FieldType::numeric:
+    case FieldType::floating:
+        return KeyType::numeric;
+    default:
+        return KeyType::character;
+    }
+}
+
 Status TableImpl::readTags()
 {
     m_indexes.clear();
@@ -462,9 +494,8 @@ Status TableImpl::readTags()
                           : tag.unique          ? "no admite claves repetidas"
                           : tag.descending      ? "es descendente"
                                                 : nullptr;
-        if (!why && tag.keyType == KeyType::character &&
-            static_cast<int>(expression.value().keyLength()) != tag.keyLength)
-            why = "sus claves no tienen la longitud de su expresión";
+        if (!why && !keysFit(tag, expression.value()))
+            why = "sus claves no son las de su expresión";
         if (why) {
             // Writing would leave the tag out of date, and other programs trust it.
             readOnly = true;
@@ -544,15 +575,7 @@ Status TableImpl::makeIndex(std::span<const TagDefinition> wanted)
         MdxTag tag;
         tag.name = one.name;
         tag.expression = one.expression;
-        tag.keyType = KeyType::character;
-        const std::vector<int> &used = expression.value().fieldsUsed();
-        if (used.size() == 1 &&
-            sameText(header.fields[static_cast<std::size_t>(used[0])].name, one.expression)) {
-            const FieldType type = header.fields[static_cast<std::size_t>(used[0])].type;
-            tag.keyType = type == FieldType::date                                     ? KeyType::date
-                          : type == FieldType::numeric || type == FieldType::floating ? KeyType::numeric
-                                                                                      : KeyType::character;
-        }
+        tag.keyType = keyTypeOf(expression.value());
         tag.keyLength = tag.keyType == KeyType::date      ? 8
                         : tag.keyType == KeyType::numeric ? 12
                                                           : static_cast<int>(expression.value().keyLength());
