@@ -20,7 +20,7 @@ constexpr std::size_t headerPageCountAt = 32;
 constexpr std::size_t headerUpdatedAt = 44;
 constexpr std::size_t headerTagCountAt = 28;
 
-constexpr std::uint64_t mappingSlack = 4 * 1024 * 1024;
+constexpr std::uint64_t mappingSlack = std::uint64_t{4} * 1024 * 1024;
 
 std::uint64_t offsetOf(PageNumber page)
 {

@@ -13,7 +13,7 @@ namespace
 {
 
 /// How much room is asked for in advance, so that a full disk is met while nothing has changed yet.
-constexpr std::uint64_t reserveAhead = 64 * 1024;
+constexpr std::uint64_t reserveAhead = std::uint64_t{64} * 1024;
 
 } // namespace
 

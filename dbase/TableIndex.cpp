@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <ranges>
 
 namespace dbase
 {
@@ -188,9 +189,9 @@ Status TableImpl::readRecord(RecordNumber number, std::span<std::uint8_t> record
 {
     if (m_group && number > header.recordCount && number <= m_group->recordCount &&
         record.size() == header.recordLength) {
-        for (auto change = m_group->changes.rbegin(); change != m_group->changes.rend(); ++change) {
-            if (change->number == number) {
-                std::copy(change->after.begin(), change->after.end(), record.begin());
+        for (const RecordChange &change : std::views::reverse(m_group->changes)) {
+            if (change.number == number) {
+                std::copy(change.after.begin(), change.after.end(), record.begin());
                 return {};
             }
         }

@@ -217,9 +217,10 @@ Status TableImpl::checkNotLockedElsewhere(RecordNumber number, RangeLock &held)
     const auto patience = m_group ? std::chrono::milliseconds(0) : options.lockTimeout;
     auto lock = waitForLock(m_dbf, recordLockOffset(number), 1, File::LockKind::exclusive, patience,
                             "otro puesto está usando la línea " + std::to_string(number));
-    if (lock.ok())
+    const Status status = lock.status();
+    if (status.ok())
         held = std::move(lock).value();
-    return lock.status();
+    return status;
 }
 
 } // namespace dbase

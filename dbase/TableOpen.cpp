@@ -15,8 +15,9 @@ constexpr std::uint64_t presenceOffset = headerLockOffset;
 /// Beyond the usual patience: another workstation may be putting a large table in order.
 constexpr auto repairPatience = std::chrono::seconds(2);
 constexpr std::uint64_t indexFlagOffset = 28;
-constexpr std::uint64_t largestJournal = 256 * 1024 * 1024; ///< no commit of ours is half as long
-constexpr std::uint64_t mostRecords = 1'000'000'000;        ///< as many lines as the lock bytes have room for
+constexpr std::uint64_t largestJournal =
+    std::uint64_t{256} * 1024 * 1024;                ///< no commit of ours is half as long
+constexpr std::uint64_t mostRecords = 1'000'000'000; ///< as many lines as the lock bytes have room for
 
 bool sameName(const std::filesystem::path &a, const std::filesystem::path &b)
 {
@@ -49,11 +50,17 @@ TableImpl::TableImpl(std::filesystem::path tablePath, OpenOptions openOptions)
 
 TableImpl::~TableImpl()
 {
-    dropGroup();
-    for (const RecordNumber number : std::set<RecordNumber>(m_locked))
-        dropRecordLock(number);
-    if (m_opened && m_poison.ok() && !readOnly && m_journal.isOpen() && m_held == Held::nothing)
-        closeInOrder();
+    try {
+        dropGroup();
+        while (!m_locked.empty())
+            dropRecordLock(*m_locked.begin());
+        if (m_opened && m_poison.ok() && !readOnly && m_journal.isOpen() && m_held == Held::nothing)
+            closeInOrder();
+    } catch (...) {
+        // No memory left: the system frees the locks, and the next opener finds the journal open and looks
+        // for itself.
+        m_opened = false;
+    }
 }
 
 /// The file of that extension beside the table, found whatever its case; where it would go when there is
