@@ -6,7 +6,7 @@ CAPTURAS ?= out/capturas
 FUZZ_SECONDS ?= 3600
 FUENTES   = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: help run test bench format format-check tidy asan coverage fuzz release dev clean
+.PHONY: windows-dbase help run test bench format format-check tidy asan coverage fuzz release dev clean
 
 help:
 	@echo "make run       build and open the program (DATOS=folder for other data)"
@@ -15,6 +15,7 @@ help:
 	@echo "make format    put every source into the house's format; format-check only looks"
 	@echo "make tidy      clang-tidy over every source"
 	@echo "make asan      the tests under AddressSanitizer and UndefinedBehaviorSanitizer"
+	@echo "make windows-dbase   the table files for Windows; their tests under wine where it is installed"
 	@echo "make coverage  which lines the tests reach"
 	@echo "make fuzz      arbitrary bytes for what reads files (FUZZ_SECONDS=time for each target)"
 
@@ -66,6 +67,14 @@ asan:
 	cmake --preset asan
 	cmake --build --preset asan
 	ctest --preset asan
+
+# Runs the tests too where wine is installed.
+windows-dbase:
+	@$(PAQUETES) construir windows
+	cmake --preset windows-dbase
+	cmake --build --preset windows-dbase --target dbase test_dbase
+	@if command -v wine >/dev/null 2>&1; then cd build/windows-dbase/bin && WINEDEBUG=-all wine ./test_dbase.exe; \
+	else echo "No hay wine: compilado, sin ejecutar las pruebas"; fi
 
 coverage:
 	@$(PAQUETES) construir pruebas cobertura

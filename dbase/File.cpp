@@ -1,9 +1,15 @@
 #include "dbase/File.h"
 
 #if defined(_WIN32)
+#if !defined(WIN32_LEAN_AND_MEAN)
 #define WIN32_LEAN_AND_MEAN
+#endif
+#if !defined(NOMINMAX)
 #define NOMINMAX
+#endif
 #include <windows.h>
+
+#include <algorithm>
 #else
 #include <cerrno>
 #include <cstring>

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <ranges>
 
 namespace dbase
 {
@@ -189,11 +188,12 @@ Status TableImpl::readRecord(RecordNumber number, std::span<std::uint8_t> record
 {
     if (m_group && number > header.recordCount && number <= m_group->recordCount &&
         record.size() == header.recordLength) {
-        for (const RecordChange &change : std::views::reverse(m_group->changes)) {
-            if (change.number == number) {
-                std::copy(change.after.begin(), change.after.end(), record.begin());
-                return {};
-            }
+        const auto last =
+            std::find_if(m_group->changes.rbegin(), m_group->changes.rend(),
+                         [number](const RecordChange &change) { return change.number == number; });
+        if (last != m_group->changes.rend()) {
+            std::copy(last->after.begin(), last->after.end(), record.begin());
+            return {};
         }
     }
     if (number < 1 || number > header.recordCount || record.size() != header.recordLength)

@@ -12,6 +12,7 @@ paquetes_de() {
         formato)   echo "clang-format" ;;
         tidy)      echo "clang-tidy" ;;
         asan)      echo "clang libclang-rt-14-dev llvm-14" ;;
+        windows)   echo "g++-mingw-w64-x86-64-posix googletest" ;;
         cobertura) echo "gcovr" ;;
         *) echo "paquetes.sh: no se conoce la tarea '$1'" >&2; exit 2 ;;
     esac
