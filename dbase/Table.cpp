@@ -34,11 +34,7 @@ void RecordLock::release() noexcept
 
 Status Table::create(const std::filesystem::path &file, const TableDefinition &definition)
 {
-    const auto now = std::chrono::floor<std::chrono::days>(std::chrono::system_clock::now());
-    const std::chrono::year_month_day date{now};
-    auto bytes = encodeDbfHeader(definition, {static_cast<int>(date.year()),
-                                              static_cast<int>(static_cast<unsigned>(date.month())),
-                                              static_cast<int>(static_cast<unsigned>(date.day()))});
+    auto bytes = encodeDbfHeader(definition, today());
     if (!bytes.ok())
         return {bytes.status().kind(), bytes.status().text(), displayName(file)};
     auto created = File::open(file, File::Mode::createNew);
@@ -109,11 +105,7 @@ std::uint64_t Table::version() const
 
 int Table::fieldIndex(std::string_view name) const
 {
-    const auto same = [name](const FieldDefinition &field) {
-        return std::equal(
-            name.begin(), name.end(), field.name.begin(), field.name.end(),
-            [](unsigned char a, unsigned char b) { return std::toupper(a) == std::toupper(b); });
-    };
+    const auto same = [name](const FieldDefinition &field) { return sameText(name, field.name); };
     const auto &all = fields();
     const auto found = std::find_if(all.begin(), all.end(), same);
     return found == all.end() ? -1 : static_cast<int>(found - all.begin());

@@ -12,6 +12,11 @@ namespace dbase
 namespace
 {
 
+RecordNumber countIn(std::span<const std::uint8_t> dateAndCount)
+{
+    return decodeCount(dateAndCount.subspan(dbfCountOffset - dbfDateOffset, 4));
+}
+
 /// How much room is asked for in advance, so that a full disk is met while nothing has changed yet.
 constexpr std::uint64_t reserveAhead = std::uint64_t{64} * 1024;
 
@@ -350,6 +355,14 @@ Status TableImpl::readDateAndCount(std::vector<std::uint8_t> &bytes) const
                                        : failure(ErrorKind::damaged, "el fichero se ha quedado sin cabecera");
 }
 
+Result<RecordNumber> TableImpl::announcedCount() const
+{
+    std::vector<std::uint8_t> dateAndCount(dbfDateAndCount);
+    if (const Status status = readDateAndCount(dateAndCount); !status.ok())
+        return status;
+    return countIn(dateAndCount);
+}
+
 /// The header's count against the file, under the change locks. Whole lines behind the count are those of a
 /// program that died between line and count.
 Status TableImpl::settleCount(bool withLength)
@@ -359,22 +372,15 @@ Status TableImpl::settleCount(bool withLength)
         return status;
     if (dateAndCount == m_dateAndCount && !withLength)
         return {};
-    const auto stamp = m_dbf.stamp();
-    if (!stamp.ok())
-        return stamp.status();
-    const RecordNumber announced =
-        decodeCount(std::span(dateAndCount).subspan(dbfCountOffset - dbfDateOffset, 4));
-    const std::uint64_t size = stamp.value().size;
-    const std::uint64_t inFile =
-        size < header.headerLength ? 0 : (size - header.headerLength) / header.recordLength;
+    const RecordNumber announced = countIn(dateAndCount);
     header.recordCount = announced;
-    if (const Status status = checkCount(); !status.ok())
-        return status;
+    const auto inFile = linesInFile();
+    if (!inFile.ok())
+        return inFile.status();
     m_dateAndCount = std::move(dateAndCount);
-    header.recordCount = announced;
     RecordNumber count = announced;
     std::vector<std::uint8_t> record(header.recordLength);
-    while (count < inFile) {
+    while (count < inFile.value()) {
         const auto read = m_dbf.readAt(recordOffset(count + 1), record);
         if (!read.ok())
             return read.status();
@@ -465,11 +471,10 @@ Status TableImpl::replay(std::span<const Commit> commits)
             history.versions.push_back(change.after);
         }
     }
-    std::vector<std::uint8_t> dateAndCount(dbfDateAndCount);
-    if (const auto got = m_dbf.readAt(dbfDateOffset, dateAndCount); !got.ok())
-        return got.status();
-    const RecordNumber announced =
-        decodeCount(std::span(dateAndCount).subspan(dbfCountOffset - dbfDateOffset, 4));
+    const auto inHeader = announcedCount();
+    if (!inHeader.ok())
+        return inHeader.status();
+    const RecordNumber announced = inHeader.value();
     std::vector<std::vector<std::uint8_t>> homeless;
     for (const auto &[number, history] : histories) {
         std::vector<std::uint8_t> present(header.recordLength, 0);

@@ -125,10 +125,10 @@ private:
         return header.headerLength + std::uint64_t{number - 1} * header.recordLength;
     }
 
-    // TableOpen.cpp
+    // TableOpen.cpp, TableRecover.cpp, TableTags.cpp
     Status openFiles();
     Status readHeader();
-    [[nodiscard]] Status checkCount() const;
+    [[nodiscard]] Result<std::uint64_t> linesInFile() const;
     Status openJournal();
     Status startJournal();
     Status joinOthers();
@@ -173,6 +173,7 @@ private:
     Status replay(std::span<const Commit> commits);
     Status settleCount(bool withLength);
     Status readDateAndCount(std::vector<std::uint8_t> &bytes) const;
+    [[nodiscard]] Result<RecordNumber> announcedCount() const;
     Status knowOf(RecordNumber number);
     Status poison(const Status &cause);
     void noteCommit(const Commit &commit);
@@ -180,7 +181,10 @@ private:
     // TableIndex.cpp
     Status scan(RecordNumber from,
                 const std::function<void(RecordNumber, std::span<const std::uint8_t>)> &visit) const;
+    Result<std::vector<TagKeys>> keysOf(std::span<const MdxTag> tags,
+                                        std::span<const KeyExpression> expressions) const;
     Result<std::vector<TagKeys>> keysOfAll() const;
+    [[nodiscard]] std::vector<KeyExpression> expressions() const;
     [[nodiscard]] std::vector<std::uint8_t> fileKeyOf(std::size_t tag,
                                                       std::span<const std::uint8_t> record) const;
     /// Makes the index right, by looking first and rewriting it only when it is not.
@@ -188,7 +192,7 @@ private:
     /// Whether the index file is exactly what the lines say, its blocks used once each.
     [[nodiscard]] bool indexIsRight(std::span<const TagKeys> keys) const;
     Status packAlone();
-    Status rewriteIndex(std::vector<MdxTag> tags, std::vector<KeyExpression> expressions);
+    Status rewriteIndex(std::vector<MdxTag> tags, const std::vector<KeyExpression> &expressions);
     Status makeIndex(std::span<const TagDefinition> wanted);
     Status buildMemoryTag(MemoryTag &tag);
     Status addMemoryTag(const TagDefinition &tag);

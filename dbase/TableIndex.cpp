@@ -233,14 +233,13 @@ Status TableImpl::knowOf(RecordNumber number)
 {
     if (number >= 1 && number <= header.recordCount)
         return {};
-    std::vector<std::uint8_t> dateAndCount(dbfDateAndCount);
-    if (const Status status = readDateAndCount(dateAndCount); !status.ok())
-        return status;
-    const RecordNumber announced =
-        decodeCount(std::span(dateAndCount).subspan(dbfCountOffset - dbfDateOffset, 4));
+    const auto count = announcedCount();
+    if (!count.ok())
+        return count.status();
+    const RecordNumber announced = count.value();
     if (number >= 1 && number <= announced) {
         header.recordCount = announced;
-        return checkCount();
+        return linesInFile().status();
     }
     m_indexSuspect = true; // the next look puts it in order
     return failure(ErrorKind::damaged, "el índice nombra una línea que no existe");
@@ -333,10 +332,10 @@ Result<bool> TableImpl::refresh()
     if (!look.status().ok())
         return look.status();
     m_seenCommit = m_state.applied;
-    std::vector<std::uint8_t> dateAndCount(dbfDateAndCount);
-    if (const Status status = readDateAndCount(dateAndCount); !status.ok())
-        return status;
-    header.recordCount = decodeCount(std::span(dateAndCount).subspan(dbfCountOffset - dbfDateOffset, 4));
+    const auto count = announcedCount();
+    if (!count.ok())
+        return count.status();
+    header.recordCount = count.value();
     // Lines of a program that keeps no index, or keeps it without telling: to be looked into at the next
     // look.
     if (m_mdx && !readOnly && m_state.indexedRecords != header.recordCount)
@@ -416,23 +415,36 @@ std::vector<std::uint8_t> TableImpl::fileKeyOf(std::size_t number, std::span<con
     return out;
 }
 
-Result<std::vector<TagKeys>> TableImpl::keysOfAll() const
+Result<std::vector<TagKeys>> TableImpl::keysOf(std::span<const MdxTag> tags,
+                                               std::span<const KeyExpression> expressions) const
 {
-    std::vector<TagKeys> all(m_indexes.size());
-    for (std::size_t number = 0; number < all.size(); ++number)
+    std::vector<TagKeys> all(tags.size());
+    for (std::size_t number = 0; number < tags.size(); ++number)
         all[number].keys.resize(std::size_t{header.recordCount} *
-                                static_cast<std::size_t>(m_mdx->tags()[number].keyLength));
+                                static_cast<std::size_t>(tags[number].keyLength));
     const Status status = scan(1, [&](RecordNumber record, std::span<const std::uint8_t> bytes) {
-        for (std::size_t number = 0; number < all.size(); ++number) {
-            const MdxTag &tag = m_mdx->tags()[number];
-            const auto length = static_cast<std::size_t>(tag.keyLength);
-            mdxKeyFromIndexKey(tag.keyType, m_indexes[number]->expression().keyOf(bytes).bytes(),
+        for (std::size_t number = 0; number < tags.size(); ++number) {
+            const auto length = static_cast<std::size_t>(tags[number].keyLength);
+            mdxKeyFromIndexKey(tags[number].keyType, expressions[number].keyOf(bytes).bytes(),
                                std::span(all[number].keys).subspan((record - 1) * length, length));
         }
     });
     if (!status.ok())
         return status;
     return all;
+}
+
+std::vector<KeyExpression> TableImpl::expressions() const
+{
+    std::vector<KeyExpression> all;
+    for (const auto &one : m_indexes)
+        all.push_back(one->expression());
+    return all;
+}
+
+Result<std::vector<TagKeys>> TableImpl::keysOfAll() const
+{
+    return keysOf(m_mdx->tags(), expressions());
 }
 
 bool TableImpl::indexIsRight(std::span<const TagKeys> keys) const
@@ -460,10 +472,7 @@ Status TableImpl::repairIndex()
     if (!keys.ok())
         return keys.status();
     if (!same.value() || m_mdx->languageDriver() != header.languageDriver || !indexIsRight(keys.value())) {
-        std::vector<KeyExpression> expressions;
-        for (const auto &one : m_indexes)
-            expressions.push_back(one->expression());
-        if (const Status status = rewriteIndex(m_mdx->tags(), std::move(expressions)); !status.ok())
+        if (const Status status = rewriteIndex(m_mdx->tags(), expressions()); !status.ok())
             return status;
     }
     m_indexSuspect = false;
@@ -471,22 +480,13 @@ Status TableImpl::repairIndex()
     return {};
 }
 
-Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, std::vector<KeyExpression> expressions)
+Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, const std::vector<KeyExpression> &expressions)
 {
+    auto made = keysOf(tags, expressions);
+    if (!made.ok())
+        return made.status();
+    std::vector<TagKeys> &keys = made.value();
     m_indexes.clear();
-    std::vector<TagKeys> keys(tags.size());
-    for (std::size_t number = 0; number < tags.size(); ++number)
-        keys[number].keys.resize(std::size_t{header.recordCount} *
-                                 static_cast<std::size_t>(tags[number].keyLength));
-    Status status = scan(1, [&](RecordNumber record, std::span<const std::uint8_t> bytes) {
-        for (std::size_t number = 0; number < tags.size(); ++number) {
-            const auto length = static_cast<std::size_t>(tags[number].keyLength);
-            mdxKeyFromIndexKey(tags[number].keyType, expressions[number].keyOf(bytes).bytes(),
-                               std::span(keys[number].keys).subspan((record - 1) * length, length));
-        }
-    });
-    if (!status.ok())
-        return status;
     std::vector<std::uint8_t> single;
     for (std::size_t number = 0; number < tags.size(); ++number) {
         orderKeys(tags[number], header.recordCount, keys[number]);
@@ -504,8 +504,7 @@ Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, std::vector<KeyExpressi
     head.created = today();
     head.updated = head.created;
     head.languageDriver = header.languageDriver;
-    status = m_mdx->rewrite(head, tags, keys, single);
-    if (!status.ok())
+    if (const Status status = m_mdx->rewrite(head, tags, keys, single); !status.ok())
         return status;
     m_state.indexedRecords = header.recordCount;
     return readTags();
@@ -538,10 +537,7 @@ Status TableImpl::reindex()
         return status;
     Status status;
     if (m_mdx) {
-        std::vector<KeyExpression> expressions;
-        for (const auto &one : m_indexes)
-            expressions.push_back(one->expression());
-        status = rewriteIndex(m_mdx->tags(), std::move(expressions));
+        status = rewriteIndex(m_mdx->tags(), expressions());
     }
     if (status.ok())
         status = checkpoint(false);

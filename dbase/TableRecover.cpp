@@ -1,0 +1,333 @@
+// The journal's life: what was left unfinished is finished here, by whoever is alone with the files.
+
+#include "dbase/TableImpl.h"
+
+#include <algorithm>
+
+namespace dbase
+{
+
+namespace
+{
+
+constexpr std::uint64_t presenceOffset = headerLockOffset;
+/// Beyond the usual patience: another workstation may be putting a large table in order.
+constexpr auto repairPatience = std::chrono::seconds(2);
+constexpr std::uint64_t largestJournal =
+    std::uint64_t{256} * 1024 * 1024; ///< no commit of ours is half as long
+///< no commit of ours is half as long
+constexpr std::uint64_t mostRecords = 1'000'000'000; ///< as many lines as the lock bytes have room for
+
+} // namespace
+
+Status TableImpl::openJournal()
+{
+    const std::filesystem::path file = sibling(".JNL");
+    auto opened = File::open(file, readOnly ? File::Mode::readOnly : File::Mode::readWrite);
+    if (!opened.ok() && opened.status().kind() == ErrorKind::notFound && !readOnly)
+        opened = File::open(file, File::Mode::createNew);
+    if (!opened.ok() && opened.status().kind() == ErrorKind::invalidArgument) // made by another one just now
+        opened = File::open(file, File::Mode::readWrite);
+    if (!opened.ok()) {
+        if (opened.status().kind() == ErrorKind::inputOutput)
+            return opened.status();
+        if (!readOnly)
+            readOnlyReason = "no se puede escribir en la carpeta de la tabla";
+        readOnly = true; // without a journal nothing is written
+        return {};
+    }
+    m_journal = std::move(opened).value();
+    return {};
+}
+
+/// A journal with nothing in it. Its numbers begin at the clock, beyond any that an old journal of the place
+/// may hold.
+Status TableImpl::startJournal()
+{
+    m_state = {};
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    m_state.base = static_cast<std::uint64_t>(std::chrono::nanoseconds(now).count());
+    m_state.applied = m_state.base;
+    const std::vector<std::uint8_t> empty(journalSize,
+                                          0); // written out, so that later flushes have no lengths to save
+    Status status = m_journal.writeAt(0, empty);
+    if (status.ok())
+        status = writeState();
+    if (status.ok())
+        status = m_journal.sync();
+    return status.ok() ? syncFolder(path.parent_path()) : status;
+}
+
+/// Joins the programs that have the table open; when there are none, first puts everything in order.
+Status TableImpl::joinOthers()
+{
+    const auto deadline = std::chrono::steady_clock::now() + options.lockTimeout + repairPatience;
+    for (;;) {
+        const auto alone = m_journal.tryLock(presenceOffset, 1, File::LockKind::exclusive);
+        if (!alone.ok())
+            return alone.status();
+        if (alone.value()) {
+            m_presence = RangeLock(m_journal, presenceOffset, 1);
+            const Status status = recover();
+            if (!status.ok())
+                return status;
+        }
+        const auto joined = m_presence.held()
+                                ? m_journal.convertLock(presenceOffset, 1, File::LockKind::shared)
+                                : m_journal.tryLock(presenceOffset, 1, File::LockKind::shared);
+        if (!joined.ok())
+            return joined.status();
+        if (joined.value()) {
+            if (!m_presence.held())
+                m_presence = RangeLock(m_journal, presenceOffset, 1);
+            break;
+        }
+        if (std::chrono::steady_clock::now() > deadline)
+            return failure(ErrorKind::locked, "otro puesto está arreglando la tabla");
+        if (const auto pause = waitForLock(m_journal, presenceOffset, 1, File::LockKind::shared,
+                                           std::chrono::milliseconds(200), "");
+            !pause.ok() && pause.status().kind() != ErrorKind::locked)
+            return pause.status();
+    }
+    const auto stamp = m_journal.stamp();
+    if (!stamp.ok())
+        return stamp.status();
+    m_journalSize = std::max<std::uint64_t>(stamp.value().size, journalSize);
+    if (!m_remote && stamp.value().size >= journalSector) {
+        if (auto mapping = Mapping::of(m_journal, stamp.value().size); mapping.ok())
+            m_journalMap = std::move(mapping).value();
+    }
+    mapHeader();
+    return lookAtJournal().status();
+}
+
+void TableImpl::mapHeader()
+{
+    m_headerMap = Mapping();
+    if (m_remote)
+        return;
+    if (auto mapping = Mapping::of(m_dbf, header.headerLength); mapping.ok())
+        m_headerMap = std::move(mapping).value();
+}
+
+/// Whether the last one to close did so in order and nobody has touched the files since.
+bool TableImpl::closedAsSeen() const
+{
+    if (!m_state.closedInOrder || m_state.tableRecords != header.recordCount)
+        return false;
+    const auto table = m_dbf.stamp();
+    if (!table.ok() || table.value() != FileStamp{m_state.tableSize, m_state.tableTime})
+        return false;
+    if (!m_mdx)
+        return m_state.indexSize == 0 && !header.hasProductionIndex;
+    const auto index = m_mdx->file().stamp();
+    return index.ok() && index.value() == FileStamp{m_state.indexSize, m_state.indexTime} &&
+           !m_indexSuspect && m_mdx->languageDriver() == header.languageDriver;
+}
+
+/// Alone with the files: finishes what dead writers have left, and makes the index right.
+Status TableImpl::recover()
+{
+    std::vector<std::uint8_t> bytes(journalSector);
+    auto got = m_journal.readAt(0, bytes);
+    if (!got.ok())
+        return got.status();
+    bytes.resize(got.value());
+    const auto state = isNew ? std::nullopt : decodeJournalHeader(bytes);
+    if (state) {
+        m_state = *state;
+        m_stateBytes = bytes;
+        if (closedAsSeen())
+            return {};
+    } else if (const Status status = startJournal(); !status.ok()) {
+        return status;
+    }
+    // Programs that know nothing of the journal may be at work: the locks that they know keep them out.
+    auto table = waitForLock(m_dbf, headerLockOffset, changeLockLength, File::LockKind::exclusive,
+                             options.lockTimeout, "otro programa está escribiendo en la tabla");
+    if (!table.ok())
+        return table.status();
+    if (m_mdx) {
+        auto index = waitForLock(m_mdx->file(), headerLockOffset, 1, File::LockKind::exclusive,
+                                 options.lockTimeout, "otro programa está usando el índice");
+        if (!index.ok())
+            return index.status();
+        m_mdxLock = std::move(index).value();
+    }
+    m_dbfLock = std::move(table).value();
+    m_held = Held::changing;
+    m_holders = 1;
+
+    const auto size = m_journal.stamp();
+    if (!size.ok()) {
+        endChange();
+        return size.status();
+    }
+    bytes.resize(std::min<std::uint64_t>(size.value().size, largestJournal));
+    got = m_journal.readAt(0, bytes);
+    bytes.resize(got.ok() ? got.value() : 0);
+    std::vector<Commit> commits;
+    std::size_t at = journalSector;
+    while (at + journalSector <= bytes.size()) {
+        auto one = decodeCommit(std::span(bytes).subspan(at), m_state.base + commits.size() + 1,
+                                header.recordLength);
+        if (!one)
+            break;
+        at += commitRoom(encodeCommit(*one, header.recordLength).size());
+        commits.push_back(std::move(*one));
+    }
+    Status status = got.status();
+    if (status.ok() && !commits.empty()) {
+        // That they can be read does not mean that they are on disk: a cut during the repair must find them
+        // there.
+        status = m_journal.writeAt(0, std::span(bytes).first(at));
+        if (status.ok())
+            status = m_journal.sync();
+        if (status.ok())
+            status = replay(commits);
+    }
+    if (status.ok())
+        status = settleCount(true);
+    if (status.ok())
+        status = repairIndex();
+    if (status.ok() && (!commits.empty() || !m_state.closedInOrder)) {
+        m_state.applied = std::max(m_state.applied, m_state.base + commits.size());
+        status = checkpoint(false);
+    }
+    endChange();
+    return status;
+}
+
+/// Under the change locks: table and index safely on disk, the journal empty.
+Status TableImpl::checkpoint(bool closing)
+{
+    Status status = m_dbf.sync();
+    if (status.ok() && m_mdx)
+        status = m_mdx->file().sync();
+    if (!status.ok())
+        return poison(status);
+    JournalHeader state = m_state;
+    state.base = m_state.applied;
+    state.tail = journalSector;
+    state.indexedRecords = header.recordCount;
+    state.closedInOrder = closing;
+    state.holdsDurable = false;
+    if (closing) {
+        const auto table = m_dbf.stamp();
+        const auto index = m_mdx ? m_mdx->file().stamp() : Result<FileStamp>(FileStamp{});
+        if (!table.ok() || !index.ok())
+            return table.ok() ? index.status() : table.status();
+        state.tableSize = table.value().size;
+        state.tableTime = table.value().modified;
+        state.indexSize = index.value().size;
+        state.indexTime = index.value().modified;
+        state.tableRecords = header.recordCount;
+    }
+    m_state = state;
+    status = writeState();
+    // The old commits are about to be written over; the new base must not get lost behind them.
+    return status.ok() ? m_journal.sync() : status;
+}
+
+/// The last one to leave says so, and spares the next one the search.
+void TableImpl::closeInOrder()
+{
+    const auto last = m_journal.convertLock(presenceOffset, 1, File::LockKind::exclusive);
+    if (!last.ok() || !last.value())
+        return;
+    if (const auto unfinished = lookAtJournal(); !unfinished.ok() || unfinished.value())
+        return;
+    if (m_state.closedInOrder && closedAsSeen())
+        return;
+    options.lockTimeout = std::chrono::milliseconds(100); // closing keeps nobody waiting
+    if (!beginChange().ok())
+        return;
+    const Status ignored =
+        checkpoint(true); // on failure the next opener finds the journal open and looks for itself
+    endChange();
+    static_cast<void>(ignored);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Packing
+
+Status TableImpl::pack()
+{
+    if (readOnly)
+        return failure(ErrorKind::readOnly, readOnlyReason);
+    const std::string refusal = "otro puesto tiene abierta la tabla";
+    const auto alone = m_journal.convertLock(presenceOffset, 1, File::LockKind::exclusive);
+    if (!alone.ok())
+        return alone.status();
+    if (!alone.value())
+        return failure(ErrorKind::locked, refusal);
+    Status status = beginChange();
+    if (status.ok()) {
+        // Programs that do not know the journal show themselves by the lines that they hold.
+        auto lines = waitForLock(m_dbf, headerLockOffset - mostRecords, mostRecords,
+                                 File::LockKind::exclusive, options.lockTimeout, refusal);
+        status = lines.ok() ? packAlone() : lines.status();
+        endChange();
+    }
+    const auto joined = m_journal.convertLock(presenceOffset, 1, File::LockKind::shared);
+    return status.ok() ? joined.status() : status;
+}
+
+/// A new file beside the old one, put in its place in one step: a cut leaves the one or the other.
+Status TableImpl::packAlone()
+{
+    Status status = checkpoint(false);
+    if (!status.ok())
+        return status;
+    std::filesystem::path packed = path;
+    packed += ".PCK";
+    std::error_code error;
+    std::filesystem::remove(packed, error); // of a pack that was cut
+    auto made = File::open(packed, File::Mode::createNew);
+    if (!made.ok())
+        return made.status();
+    File out = std::move(made).value();
+    std::vector<std::uint8_t> bytes(header.headerLength);
+    const auto got = m_dbf.readAt(0, bytes);
+    if (!got.ok())
+        return got.status();
+    RecordNumber kept = 0;
+    status = scan(1, [&](RecordNumber /*number*/, std::span<const std::uint8_t> record) {
+        if (isDeleted(record))
+            return;
+        bytes.insert(bytes.end(), record.begin(), record.end());
+        ++kept;
+    });
+    if (!status.ok())
+        return status;
+    bytes.push_back(dbfEndMark);
+    const auto dateAndCount = encodeDateAndCount(today(), kept);
+    std::copy(dateAndCount.begin(), dateAndCount.end(), bytes.begin() + dbfDateOffset);
+    status = out.writeAt(0, bytes);
+    if (status.ok())
+        status = out.sync();
+    if (!status.ok()) {
+        std::filesystem::remove(packed, error);
+        return status;
+    }
+    out = File(); // closed: an open file cannot take another one's place everywhere
+    m_dbfLock.release();
+    m_headerMap = Mapping();
+    m_dbf = File();
+    std::filesystem::rename(packed, path, error);
+    auto reopened = File::open(path, File::Mode::readWrite);
+    if (error || !reopened.ok())
+        return poison(failure(ErrorKind::inputOutput, "la tabla compactada no ha podido ocupar su sitio"));
+    m_dbf = std::move(reopened).value();
+    mapHeader();
+    m_dateAndCount = dateAndCount;
+    header.recordCount = kept;
+    m_reservedUpTo = 0;
+    ++version;
+    status = syncFolder(path.parent_path());
+    if (status.ok() && m_mdx)
+        status = repairIndex();
+    return status.ok() ? checkpoint(false) : status;
+}
+
+} // namespace dbase

@@ -1,0 +1,199 @@
+// The index file of a table and its tags: taking them in, and making those that are missing.
+
+#include "dbase/TableImpl.h"
+
+#include <algorithm>
+
+namespace dbase
+{
+
+namespace
+{
+
+constexpr std::uint64_t indexFlagOffset = 28;
+
+} // namespace
+
+Status TableImpl::openIndex()
+{
+    const std::filesystem::path file = sibling(".MDX");
+    auto opened = MdxFile::open(file, readOnly ? File::Mode::readOnly : File::Mode::readWrite);
+    if (!opened.ok()) {
+        const ErrorKind kind = opened.status().kind();
+        if (kind == ErrorKind::inputOutput)
+            return opened.status();
+        m_indexSuspect = kind != ErrorKind::notFound;
+        return {};
+    }
+    m_mdx = std::move(opened).value();
+    auto lock = waitForLock(m_mdx->file(), headerLockOffset, 1, File::LockKind::shared, options.lockTimeout,
+                            "otro puesto está escribiendo en el índice");
+    if (!lock.ok())
+        return lock.status();
+    m_mdxLock = std::move(lock).value(); // a member, so that it never outlives the file
+    Status status = m_mdx->load();
+    if (status.kind() == ErrorKind::damaged || status.kind() == ErrorKind::unsupported) {
+        m_indexSuspect = true;
+        dropIndexFile();
+        status = {};
+    } else if (status.ok()) {
+        status = readTags();
+    }
+    m_mdxLock.release();
+    return status;
+}
+
+/// The table goes on without its index file.
+void TableImpl::dropIndexFile()
+{
+    m_mdxLock.release();
+    m_indexes.clear();
+    m_mdx.reset();
+}
+
+/// Whether a tag's keys have the kind and length that its expression gives.
+bool TableImpl::keysFit(const MdxTag &tag, const KeyExpression &expression) const
+{
+    return tag.keyType == keyTypeOf(expression) &&
+           (tag.keyType != KeyType::character || static_cast<int>(expression.keyLength()) == tag.keyLength);
+}
+
+/// A lone date or number is kept as such; everything else as text.
+KeyType TableImpl::keyTypeOf(const KeyExpression &expression) const
+{
+    const std::vector<int> &used = expression.fieldsUsed();
+    if (used.size() != 1)
+        return KeyType::character;
+    const FieldDefinition &field = header.fields[static_cast<std::size_t>(used[0])];
+    if (!sameText(field.name, expression.text()))
+        return KeyType::character;
+    switch (field.type) {
+    case FieldType::date:
+        return KeyType::date;
+    case FieldType::numeric:
+    case FieldType::floating:
+        return KeyType::numeric;
+    default:
+        return KeyType::character;
+    }
+}
+
+Status TableImpl::readTags()
+{
+    m_indexes.clear();
+    for (std::size_t number = 0; number < m_mdx->tags().size(); ++number) {
+        const MdxTag &tag = m_mdx->tags()[number];
+        auto expression = KeyExpression::parse(tag.expression, header.fields, header.codePage);
+        const char *why = !expression.ok()      ? "su expresión no se sabe calcular"
+                          : !tag.filter.empty() ? "solo contiene las líneas de un filtro"
+                          : tag.unique          ? "no admite claves repetidas"
+                          : tag.descending      ? "es descendente"
+                                                : nullptr;
+        if (!why && !keysFit(tag, expression.value()))
+            why = "sus claves no son las de su expresión";
+        if (why) {
+            // Writing would leave the tag out of date, and other programs trust it.
+            readOnly = true;
+            readOnlyReason = "el orden «" + tag.name + "» del índice no se puede mantener: " + why;
+            dropIndexFile();
+            return {};
+        }
+        m_indexes.push_back(std::make_unique<MdxIndex>(
+            *this, number, TagDefinition{tag.name, tag.expression, false}, std::move(expression).value()));
+    }
+    return {};
+}
+
+/// Makes the tags that the opener counts on, in the index file where it can be written and in memory
+/// elsewhere.
+Status TableImpl::needTags()
+{
+    std::vector<TagDefinition> missing;
+    for (const TagDefinition &wanted : options.tags) {
+        Index *const known = index(wanted.name);
+        if (!known) {
+            missing.push_back(wanted);
+        } else if (!sameText(known->expression().text(), wanted.expression)) {
+            // The file's tag of that name orders by something else: the caller gets what it asked for, in
+            // memory.
+            if (const Status status = addMemoryTag(wanted); !status.ok())
+                return status;
+        }
+    }
+    if (missing.empty())
+        return {};
+    if (!readOnly)
+        return makeIndex(missing);
+    for (const TagDefinition &wanted : missing) {
+        if (const Status status = addMemoryTag(wanted); !status.ok())
+            return status;
+    }
+    return {};
+}
+
+Status TableImpl::makeIndex(std::span<const TagDefinition> wanted)
+{
+    if (const Status status = beginChange(); !status.ok())
+        return status;
+    Status status;
+    if (!m_mdx) {
+        const std::filesystem::path file = sibling(".MDX");
+        auto made = MdxFile::open(file, File::Mode::createNew);
+        if (!made.ok() && made.status().kind() == ErrorKind::invalidArgument) {
+            // There is one already: it is written anew in its place, others may have it open.
+            made = MdxFile::open(file, File::Mode::readWrite);
+        }
+        if (made.ok()) {
+            m_mdx = std::move(made).value();
+            auto lock = waitForLock(m_mdx->file(), headerLockOffset, 1, File::LockKind::exclusive,
+                                    options.lockTimeout, "otro programa está usando el índice");
+            status = lock.status();
+            if (lock.ok())
+                m_mdxLock = std::move(lock).value();
+        } else {
+            status = made.status();
+        }
+    }
+    std::vector<MdxTag> tags;
+    std::vector<KeyExpression> expressions;
+    if (status.ok()) {
+        tags = m_mdx->tags();
+        for (const auto &known : m_indexes)
+            expressions.push_back(known->expression());
+    }
+    for (const TagDefinition &one : wanted) {
+        auto expression = KeyExpression::parse(one.expression, header.fields, header.codePage);
+        if (!expression.ok()) {
+            status = failure(expression.status().kind(), expression.status().text());
+            break;
+        }
+        MdxTag tag;
+        tag.name = one.name;
+        tag.expression = one.expression;
+        tag.keyType = keyTypeOf(expression.value());
+        tag.keyLength = tag.keyType == KeyType::date      ? 8
+                        : tag.keyType == KeyType::numeric ? 12
+                                                          : static_cast<int>(expression.value().keyLength());
+        tag.itemLength = mdxItemLength(tag.keyLength);
+        tag.maxItems = mdxItemsPerBlock(tag.itemLength);
+        tags.push_back(std::move(tag));
+        expressions.push_back(std::move(expression).value());
+    }
+    if (status.ok() && tags.size() > static_cast<std::size_t>(mdxMaxTags))
+        status = failure(ErrorKind::full, "el índice no admite más órdenes");
+    if (status.ok())
+        status = rewriteIndex(tags, expressions);
+    if (status.ok() && !header.hasProductionIndex) {
+        const std::vector<std::uint8_t> flag{1};
+        status = m_dbf.writeAt(indexFlagOffset, flag);
+        header.hasProductionIndex = status.ok();
+    }
+    if (status.ok())
+        status = syncFolder(path.parent_path());
+    if (status.ok())
+        status = checkpoint(false);
+    endChange();
+    return status;
+}
+
+} // namespace dbase
