@@ -66,7 +66,8 @@ TVentanaOficina::TVentanaOficina(TOficina &oficina)
     orden->addWidget(abrir, 0, Qt::AlignCenter);
     orden->addStretch();
     setCentralWidget(centro);
-    statusBar()->showMessage(QStringLiteral("Datos: ") + oficina.Config.GetPath());
+    // A widget, not a message: hints of commands come and go over it.
+    statusBar()->addWidget(new QLabel(QStringLiteral("Datos: ") + oficina.Config.GetPath(), this));
     resize(760, 540);
     // Placed here and not by the desktop, which would do it after the agenda has been centred on this window.
     const QRect sitio = screen()->availableGeometry();
