@@ -38,7 +38,7 @@ TModulo::TModulo() = default;
 
 TModulo::~TModulo()
 {
-    Libera();
+    TModulo::Libera();
 }
 
 bool TModulo::Registra(const TServicios &servicios)
