@@ -186,8 +186,7 @@ Status MdxIndex::collectLocked(std::span<const std::uint8_t> low, std::span<cons
 
 Status TableImpl::readRecord(RecordNumber number, std::span<std::uint8_t> record) const
 {
-    if (m_group && number > header.recordCount && number <= m_group->recordCount &&
-        record.size() == header.recordLength) {
+    if (m_group && number <= m_group->recordCount && record.size() == header.recordLength) {
         const auto last =
             std::find_if(m_group->changes.rbegin(), m_group->changes.rend(),
                          [number](const RecordChange &change) { return change.number == number; });
@@ -203,6 +202,10 @@ Status TableImpl::readRecord(RecordNumber number, std::span<std::uint8_t> record
         return got.status();
     if (got.value() != record.size())
         return failure(ErrorKind::damaged, "el fichero acaba dentro de la línea " + std::to_string(number));
+    if (m_held == Held::changing) {
+        m_lastRead = number;
+        m_lastBytes.assign(record.begin(), record.end());
+    }
     return {};
 }
 
