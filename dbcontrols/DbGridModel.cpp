@@ -47,9 +47,7 @@ void DbGridModel::reload()
     const QScopedValueRollback<bool> changing(m_changingRows, true);
     beginResetModel();
     const DataSet *const set = activeSet();
-    m_rows.clear();
-    for (int row = 0; set && row < set->rowCount(); ++row)
-        m_rows.append(set->bookmarkAt(row));
+    m_rows = set ? set->rows() : QList<dataset::Bookmark>();
     m_fields.clear();
     for (const GridColumn &column : std::as_const(m_columns))
         m_fields.append(set ? set->fieldIndex(column.field) : -1);
