@@ -92,7 +92,8 @@ public:
     [[nodiscard]] std::vector<TagDefinition> tags() const;
     [[nodiscard]] Index *index(std::string_view tag);
     Status liveRows(Index *index, std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
-                    std::vector<RecordNumber> &numbers, std::vector<std::uint8_t> *rows);
+                    std::vector<RecordNumber> &numbers, std::vector<std::uint8_t> *rows,
+                    std::size_t mostRows);
     Status check();
     Status reindex();
     Status pack();

@@ -248,11 +248,11 @@ Status TableImpl::knowOf(RecordNumber number)
     return failure(ErrorKind::damaged, "el índice nombra una línea que no existe");
 }
 
-/// The live lines between two bounds, in order; their bytes too when `rows` is given. All under one index
-/// lock.
+/// The live lines between two bounds, in order; the bytes of the first ones too when `rows` is given. All
+/// under one index lock.
 Status TableImpl::liveRows(Index *wanted, std::span<const std::uint8_t> low,
                            std::span<const std::uint8_t> high, std::vector<RecordNumber> &numbers,
-                           std::vector<std::uint8_t> *rows)
+                           std::vector<std::uint8_t> *rows, std::size_t mostRows)
 {
     const ReadLook look(*this);
     if (!look.status().ok())
@@ -269,6 +269,7 @@ Status TableImpl::liveRows(Index *wanted, std::span<const std::uint8_t> low,
         for (RecordNumber number = 1; number <= header.recordCount; ++number)
             found[number - 1] = number;
     }
+    const std::size_t already = numbers.size();
     const std::size_t length = header.recordLength;
     std::vector<std::uint8_t> buffer;
     for (std::size_t at = 0; at < found.size();) {
@@ -291,7 +292,7 @@ Status TableImpl::liveRows(Index *wanted, std::span<const std::uint8_t> low,
             if (isDeleted(row) || row[0] == dbfEndMark)
                 continue;
             numbers.push_back(found[at + i]);
-            if (rows)
+            if (rows && numbers.size() - already <= mostRows)
                 rows->insert(rows->end(), row.begin(), row.end());
         }
         at = end;
