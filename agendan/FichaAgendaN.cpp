@@ -279,13 +279,15 @@ void TFFichaAgendaN::MEFechaExit()
     if (m_cerrada || !m_motor)
         return; // the window has closed over a date that nobody has asked for
     QString fecha = MEFecha->text();
+    m_fechaAtendida = true;
     if (QuitaCaracter(QuitaCaracter(fecha, QLatin1Char(' ')), QLatin1Char('/')).isEmpty())
         return;
     if (VerificaFecha(fecha)) {
         MEFecha->setMaskedText(fecha);
-        ConGuarda([this, &fecha] { SincronizaA(Cad_Date(fecha)); });
+        m_fechaAtendida = ConGuarda([this, &fecha] { SincronizaA(Cad_Date(fecha)); });
         return;
     }
+    m_fechaAtendida = false;
     // From the event loop: the focus is on its way to another control and can be called back only when it is
     // there.
     QMetaObject::invokeMethod(

@@ -110,7 +110,8 @@ private:
     /// the focus returns to the grid.
     /// @return false when it was not run, because what was typed could not be kept.
     bool Ejecuta(TAlcance alcance, const TOrden &orden);
-    /// A date that was typed and not left yet counts. @return false when it is none.
+    /// A date that was typed and not left yet counts. @return false, after a message, when its day is not
+    /// shown.
     bool AceptaFecha();
     /// Says what the engine's last operations met, if one failed.
     void AvisaSiFallo(const QString &que);
@@ -165,6 +166,7 @@ private:
     bool m_cerrada = true;
     int m_ordenesEnCurso = 0; ///< the timer keeps still meanwhile: a question may be about the current line
     int m_pestanaAnterior = 0;
+    bool m_fechaAtendida = true; ///< the day of the date field was shown when the field was left
     QStringList m_antesDeEditar; ///< the first notary's line as it was when its editing began
     QColor m_colorSalida;
 

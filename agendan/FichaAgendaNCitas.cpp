@@ -183,7 +183,7 @@ void TFFichaAgendaN::CopiaCitas(TTrasCopiar tras)
     const auto textos = HoraEInteresado(*tabla, lineas);
     const auto sinCopiar =
         m_motor->PorCadaLinea(lineas, [this, destino] { return m_motor->CopiarCita(destino); });
-    QStringList avisos{QueHaFallado(mover ? QStringLiteral("No se ha podido mover, y sigue en este día:")
+    QStringList avisos{QueHaFallado(mover ? QStringLiteral("No se ha podido mover:")
                                           : QStringLiteral("No se ha podido copiar:"),
                                     sinCopiar, textos, m_motor->TomaError())};
     if (mover) {

@@ -3,7 +3,6 @@
 #include "agendan/FichaAgendaN.h"
 
 #include "agenda/Rnumcad.h"
-#include "agenda/Rvarias.h"
 #include "agenda/host/Servicios.h"
 #include "agendan/CalendarioAgendaN.h"
 #include "agendan/PestanasAgendaN.h"
@@ -40,11 +39,10 @@ bool TFFichaAgendaN::Ejecuta(TAlcance alcance, const TOrden &orden)
 
 bool TFFichaAgendaN::AceptaFecha()
 {
-    QString fecha = MEFecha->text();
-    if (!MEFecha->hasFocus() || MEFecha->isBlank() || fecha == Date_Cad(FechaActual()))
+    if (!MEFecha->hasFocus() || MEFecha->text() == Date_Cad(FechaActual()))
         return true;
     GetDBGAgendaN()->setFocus(); // leaving the field is what makes its date count
-    return VerificaFecha(fecha);
+    return m_fechaAtendida;
 }
 
 void TFFichaAgendaN::AvisaSiFallo(const QString &que)

@@ -191,7 +191,7 @@ TEST_F(CitasTest, ALineWithoutItsCopyIsNotDeletedAndIsNamed)
         de("11:00");
         otro->edit(); // in use elsewhere: copied, but cannot be deleted
         oficina.Mensaje.espera(
-            {"No se ha podido mover, y sigue en este día:\n10:00\nOtro puesto ha borrado la línea mientras "
+            {"No se ha podido mover:\n10:00\nOtro puesto ha borrado la línea mientras "
              "tanto\n\nSe ha copiado, pero sigue también en este día:\n11:00 Núñez, Ana\n" +
                  QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string()) +
                  ": otro puesto está usando la línea 3",
@@ -211,7 +211,7 @@ TEST_F(CitasTest, ATableThatCannotBeWrittenLosesNothing)
         pulsa(0);
         otro->beginGroup();
         oficina.Mensaje.espera(
-            {"No se ha podido mover, y sigue en este día:\n09:00\n" +
+            {"No se ha podido mover:\n09:00\n" +
                  QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string()) +
                  ": otro puesto está escribiendo en la tabla",
              " ATENCIÓN:"});
@@ -256,8 +256,16 @@ TEST_F(CitasTest, ADateThatWasTypedCountsBeforeACommand)
         oficina.Mensaje.espera({"La fecha introducida no es correcta", " ATENCIÓN:"});
         comando("AModificar"); // no card
         EXPECT_TRUE(QTest::qWaitFor([&] { return !oficina.Mensaje.pendientes() && fecha().hasFocus(); }));
+
+        // A day that cannot be shown: the command must not fall on the one that is.
+        std::filesystem::remove(oficina.carpetaDe("ZENTRA") / "VA_COMUN.DBF");
         fecha().selectAll();
-        teclea("19/11/2026");
+        teclea("25/11/2026");
+        oficina.Mensaje.espera(
+            {QString::fromStdString(oficina.carpetaDe("ZENTRA").string()) + ": no existe la tabla VA_COMUN",
+             " ATENCIÓN:"});
+        comando("AAusente");
+        EXPECT_EQ(oficina.dia(1, Jueves), QStringList{"17:00 Del jueves N"});
     });
 }
 
