@@ -28,6 +28,7 @@ constexpr QSize AreaDelDialogo{324, 313};
 constexpr QSize TamanyoBoton{88, 28};
 constexpr QSize TamanyoPanel{47, 17};
 constexpr int AnchoMinutos = 33;
+constexpr QMargins MargenesDeGrupo{5, 1, 5, 1};
 constexpr int HorasDeLaLista = 23;
 constexpr TColor RojoClaro = 0x00C6C6FF;
 
@@ -122,8 +123,8 @@ TFConfAgendaN::TFConfAgendaN(QWidget *propietario)
     setWindowTitle(QStringLiteral("Configuracion de la Agenda"));
     setWindowModality(Qt::ApplicationModal);
     auto *const orden = new QVBoxLayout(this);
-    orden->setContentsMargins(8, 8, 8, 8);
-    orden->setSpacing(5);
+    orden->setContentsMargins(6, 4, 6, 6);
+    orden->setSpacing(0);
     orden->addWidget(CreaIntervaloDelDia());
     orden->addWidget(CreaMinutos(QStringLiteral(" Intevalos entre las citas de creación automatica"),
                                  QStringLiteral("Minutos que pasan entre una linea y otra [1..60]"),
@@ -139,6 +140,8 @@ TFConfAgendaN::TFConfAgendaN(QWidget *propietario)
     orden->addWidget(CreaSincronizar());
     orden->addStretch();
     auto *const botones = new QHBoxLayout;
+    botones->setContentsMargins(0, 5, 0, 0);
+    botones->setSpacing(6);
     botones->addStretch();
     botones->addWidget(BAceptar);
     botones->addWidget(BCancelar);
@@ -173,7 +176,8 @@ QGroupBox *TFConfAgendaN::CreaIntervaloDelDia()
     cbHoraComienzo = CreaHoras("cbHoraComienzo", comienzo, 0);
     cbHoraFin = CreaHoras("cbHoraFin", fin, HorasDeLaLista - 1);
     auto *const fila = new QHBoxLayout(grupo);
-    fila->setContentsMargins(8, 4, 8, 6);
+    fila->setContentsMargins(MargenesDeGrupo);
+    fila->setSpacing(3);
     fila->addWidget(new QLabel(comienzo, grupo));
     fila->addWidget(cbHoraComienzo);
     fila->addStretch();
@@ -194,7 +198,7 @@ QGroupBox *TFConfAgendaN::CreaMinutos(const QString &titulo, const QString &rotu
     edicion->setContextMenuPolicy(Qt::NoContextMenu); // Qt's own menu, which may speak English
     edicion->setFixedWidth(qMax(AnchoMinutos, fontMetrics().horizontalAdvance(QStringLiteral("000")) + 14));
     auto *const fila = new QHBoxLayout(grupo);
-    fila->setContentsMargins(8, 4, 8, 6);
+    fila->setContentsMargins(MargenesDeGrupo);
     fila->addWidget(new QLabel(rotulo, grupo));
     fila->addWidget(edicion);
     fila->addStretch();
@@ -210,9 +214,10 @@ QGroupBox *TFConfAgendaN::CreaColor()
     pColorAgendaSalida->PonColor(RojoClaro);
     connect(pColorAgendaSalida, &TPanelColor::clicked, this, &TFConfAgendaN::pColorAgendaSalidaClick);
     auto *const columna = new QVBoxLayout(grupo);
-    columna->setContentsMargins(8, 4, 8, 6);
-    columna->setSpacing(3);
+    columna->setContentsMargins(MargenesDeGrupo);
+    columna->setSpacing(0);
     auto *const fila = new QHBoxLayout;
+    fila->setSpacing(6);
     fila->addWidget(new QLabel(QStringLiteral("Casillas de selección y verificación:"), grupo));
     fila->addWidget(pColorAgendaSalida);
     fila->addStretch();
@@ -232,8 +237,8 @@ QGroupBox *TFConfAgendaN::CreaSincronizar()
         "(Si esta marcada, cada una de las agendas de cada notario estará situada en la misma fecha)"));
     CBSincronizarDia->setAccessibleDescription(nota->text());
     auto *const columna = new QVBoxLayout(gbSincronizar);
-    columna->setContentsMargins(8, 4, 8, 6);
-    columna->setSpacing(3);
+    columna->setContentsMargins(MargenesDeGrupo);
+    columna->setSpacing(0);
     columna->addWidget(CBSincronizarDia);
     columna->addWidget(nota);
     return gbSincronizar;
@@ -316,7 +321,12 @@ bool TFConfAgendaN::FormKeyDown(int tecla)
     case Qt::Key_Enter:
     case Qt::Key_Return:
         QMetaObject::invokeMethod(
-            this, [this] { focusNextChild(); }, Qt::QueuedConnection);
+            this,
+            [this] {
+                focusNextChild();
+                EnsenyaFoco();
+            },
+            Qt::QueuedConnection);
         return true;
     case Qt::Key_Escape:
         BCancelar->click();
@@ -324,6 +334,13 @@ bool TFConfAgendaN::FormKeyDown(int tecla)
     default:
         return false;
     }
+}
+
+void TFConfAgendaN::EnsenyaFoco()
+{
+    // Styles draw the focus of buttons only when it has come with Tab.
+    setAttribute(Qt::WA_KeyboardFocusChange);
+    focusWidget()->update();
 }
 
 void TFConfAgendaN::TomaFoco(QWidget &control)
@@ -404,6 +421,7 @@ void TFConfAgendaN::BAceptarClick()
 void TFConfAgendaN::BCancelarClick()
 {
     BCancelar->setFocus();
+    EnsenyaFoco();
     TMensaje pregunta;
     pregunta.Clase = TClaseMensaje::pregunta;
     pregunta.Texto = QStringLiteral("¿Desea cancelar la operación?");

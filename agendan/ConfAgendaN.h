@@ -64,6 +64,7 @@ private:
     QLabel *CreaNota(const QString &texto);
 
     bool FormKeyDown(int tecla);
+    void EnsenyaFoco();
     void TomaFoco(QWidget &control);
     void DejaFoco(QWidget &control);
     [[nodiscard]] bool EsDeMinutos(const QObject *objeto) const;

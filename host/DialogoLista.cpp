@@ -130,13 +130,13 @@ void TDialogoLista::CreaLista(const QList<TColumnaLista> &columnas)
     titulos->setHighlightSections(false);
     titulos->setVisible(modelo->columnCount() > 1);
     titulos->setStretchLastSection(true);
-    int ancho = TVLista->verticalScrollBar()->sizeHint().width() + 4;
+    int ancho = TVLista->verticalScrollBar()->sizeHint().width() + 2 * TVLista->frameWidth() + 4;
     for (int i = 0; i < modelo->columnCount(); ++i) {
         const int suyo = modelo->Columnas().at(i).Letras * fontMetrics().averageCharWidth() + 12;
         TVLista->setColumnWidth(i, suyo);
         ancho += suyo;
     }
-    TVLista->setMinimumSize(qMin(ancho, 560), 8 * lineas->defaultSectionSize());
+    TVLista->setMinimumSize(qMin(ancho, 620), 8 * lineas->defaultSectionSize());
     connect(TVLista, &QTableView::clicked, this, &TDialogoLista::TomaAMano);
     connect(TVLista, &QTableView::doubleClicked, this,
             [this] { m_opciones.Elegir || !m_ficha ? accept() : MuestraFicha(); });

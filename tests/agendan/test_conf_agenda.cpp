@@ -116,6 +116,7 @@ TEST_F(ConfAgendaTest, EveryControlSaysWhatItIsForInOrder)
                 QAccessible::queryAccessibleInterface(dialogo->focusWidget());
             EXPECT_FALSE(leido->text(QAccessible::Name).isEmpty()) << nombre;
             tecla(Qt::Key_Return); // also on the buttons, which it does not press
+            EXPECT_TRUE(dialogo->testAttribute(Qt::WA_KeyboardFocusChange)) << "the focus is not to be seen";
         }
         EXPECT_EQ(conFoco(), "cbHoraComienzo");
         EXPECT_EQ(pieza<QComboBox>("cbHoraFin").count(), 23);
