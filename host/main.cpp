@@ -98,7 +98,7 @@ int Trabaja(const TOpciones &opciones, const QElapsedTimer &reloj)
     ventana.show();
     if (!opciones.Capturas.isEmpty()) {
         QCoreApplication::processEvents(); // laid out and shown, as a clerk would find it
-        TCapturas capturas(opciones.Capturas);
+        TCapturas capturas(opciones.Capturas, oficina);
         capturas.Dibuja(ventana, QStringLiteral("oficina"));
         capturas.Empieza();
         return ventana.AbreAgenda() && capturas.Completas() ? 0 : 1;
