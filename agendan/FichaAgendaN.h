@@ -104,6 +104,7 @@ private:
     void ADiaAnteriorExecute();
     void ADiaSiguienteExecute();
     void ABuscarDiaExecute();
+    void Imprime(void (TClassAgendaN::*informe)(QDate));
     void SincronizaA(QDate fecha);
     void PorCadaSeleccionada(const std::function<bool()> &orden);
 

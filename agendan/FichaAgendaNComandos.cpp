@@ -180,6 +180,16 @@ void TFFichaAgendaN::ABuscarDiaExecute()
     ActualizaFecha();
 }
 
+void TFFichaAgendaN::Imprime(void (TClassAgendaN::*informe)(QDate))
+{
+    if (!GetDatosAgendaN())
+        return;
+    // A date typed and not left yet is shown first: the sheet's title and its lines are of one day.
+    if (MEFecha->hasFocus())
+        GetDBGAgendaN()->setFocus();
+    (m_motor->*informe)(Cad_Date(MEFecha->text()));
+}
+
 void TFFichaAgendaN::SincronizaA(QDate fecha)
 {
     // On a tab without a table only the others can move, and only together.

@@ -90,16 +90,19 @@ void TFFichaAgendaN::CreaComandos()
                              QStringLiteral("Mueve la cita o citas seleccionadas a un dia en concreto"));
     AContacto = CreaComandoPendiente("AContacto", QStringLiteral("&Contacto"),
                                      QStringLiteral("Ficha del cliente con el que se ha citado el notario"));
-    AImprimirDia = CreaComandoPendiente("AImprimirDia", QStringLiteral("&Imprimir un día"),
-                                        QStringLiteral("Imprimir día del notario actual"));
-    AImprimirSemana = CreaComandoPendiente("AImprimirSemana", QStringLiteral("Imprimir una se&mana"),
-                                           QStringLiteral("Imprimir semana del notario actual"));
-    AImprimirDiaOficial =
-        CreaComandoPendiente("AImprimirDiaOficial", QStringLiteral("Imprimir un día por oficial"),
-                             QStringLiteral("Imprimir día del notario actual por oficial"));
+    AImprimirDia = CreaComando("AImprimirDia", QStringLiteral("&Imprimir un día"),
+                               QStringLiteral("Imprimir día del notario actual"),
+                               [this] { Imprime(&TClassAgendaN::InformeDia); });
+    AImprimirSemana = CreaComando("AImprimirSemana", QStringLiteral("Imprimir una se&mana"),
+                                  QStringLiteral("Imprimir semana del notario actual"),
+                                  [this] { Imprime(&TClassAgendaN::InformeSemana); });
+    AImprimirDiaOficial = CreaComando("AImprimirDiaOficial", QStringLiteral("Imprimir un día por oficial"),
+                                      QStringLiteral("Imprimir día del notario actual por oficial"),
+                                      [this] { Imprime(&TClassAgendaN::InformeDia_PorOficial); });
     AImprimirSemanaOficial =
-        CreaComandoPendiente("AImprimirSemanaOficial", QStringLiteral("Imprimir una semana por oficial"),
-                             QStringLiteral("Imprimir semana del notario actual por oficial"));
+        CreaComando("AImprimirSemanaOficial", QStringLiteral("Imprimir una semana por oficial"),
+                    QStringLiteral("Imprimir semana del notario actual por oficial"),
+                    [this] { Imprime(&TClassAgendaN::InformeSemana_PorOficial); });
     AConfiguracion = CreaComandoPendiente("AConfiguracion", QStringLiteral("Configuración"),
                                           QStringLiteral("Ficha de configuración de la agenda"));
     ASalir = new QAction(QStringLiteral("&Salir"), this);

@@ -27,6 +27,7 @@ struct TMudo : IMensaje, IRut, IRvarias, TConfig, IReloj {
     QString AliasNotario(int) override { return QStringLiteral("NOTARIO1"); }
     bool PreguntaFecha(QDate &, const QString &, const QString &) override { return false; }
     bool PreguntaOficial(QString &) override { return false; }
+    void Visualizador(report::Report &) override {}
     bool EsBoton(const QWidget *) const override { return false; }
     void TomaFocoControl(QWidget &) override {}
     void DejaFocoControl(QWidget &) override {}

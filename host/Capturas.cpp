@@ -1,5 +1,7 @@
 #include "host/Capturas.h"
 
+#include "host/CapturasInformes.h"
+
 #include <QtCore/QDir>
 #include <QtCore/QTimer>
 #include <QtGui/QAction>
@@ -84,6 +86,8 @@ TCapturas::TCapturas(const QString &carpeta)
         cierraDialogo,
         [this] { Delante()->close(); },
     };
+    const auto informes = PasosDeInformes(*this, m_carpeta);
+    m_pasos.insert(m_pasos.end() - 1, informes.begin(), informes.end());
 }
 
 QWidget *TCapturas::Delante() const
@@ -112,7 +116,12 @@ void TCapturas::Sigue()
 bool TCapturas::Dibuja(QWidget &ventana, const QString &nombre)
 {
     const bool bien = ventana.grab().save(QDir(m_carpeta).filePath(nombre + QStringLiteral(".png")));
+    Anota(bien);
+    return bien;
+}
+
+void TCapturas::Anota(bool bien)
+{
     m_fallo = m_fallo || !bien;
     ++m_hechas;
-    return bien;
 }

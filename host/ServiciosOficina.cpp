@@ -2,6 +2,7 @@
 
 #include "dataset/DbfTable.h"
 #include "host/Dialogos.h"
+#include "host/Visualizador.h"
 
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QApplication>
@@ -131,6 +132,11 @@ bool TRutOficina::PreguntaOficial(QString &nombre)
         return false;
     nombre = nombres.at(dialogo.Posicion());
     return true;
+}
+
+void TRutOficina::Visualizador(report::Report &informe)
+{
+    MuestraVisualizador(informe);
 }
 
 bool TRvariasOficina::EsBoton(const QWidget *control) const
