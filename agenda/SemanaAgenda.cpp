@@ -155,10 +155,15 @@ void HazInformeSemana(const TMotorDeSemana &motor, QDate fecha, const std::optio
     vuelveAlDia();
 }
 
+QString OficialDelInforme(const QString &nombre)
+{
+    return StrLeft(nombre, AnchoOficial).trimmed();
+}
+
 std::optional<QString> PreguntaOficialDelInforme()
 {
     QString nombre;
     if (!Servicios().Rut->PreguntaOficial(nombre))
         return std::nullopt;
-    return StrLeft(nombre, AnchoOficial).trimmed();
+    return OficialDelInforme(nombre);
 }

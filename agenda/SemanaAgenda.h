@@ -38,6 +38,7 @@ struct TMotorDeSemana {
 void HazInformeSemana(const TMotorDeSemana &motor, QDate fecha, const std::optional<QString> &oficial,
                       const std::function<void(QDate lunes)> &muestra);
 
-/// Asks the user for a clerk. @return the name as wide as OFICIAL, without blanks at its ends; nothing when
-/// the user cancels.
+/// A clerk's name as reports compare it: as wide as OFICIAL, without blanks at its ends.
+[[nodiscard]] QString OficialDelInforme(const QString &nombre);
+/// Asks the user for a clerk. @return the name as reports compare it; nothing when the user cancels.
 [[nodiscard]] std::optional<QString> PreguntaOficialDelInforme();

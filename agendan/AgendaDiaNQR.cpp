@@ -37,7 +37,7 @@ constexpr std::array<TColumnaDia, 5> ColumnasDia{{
 // Where the frame's edges and the rules between the columns run.
 constexpr double BordeIzquierdo = 18;
 constexpr double BordeDerecho = 703.5;
-constexpr std::array<double, 4> Separadores{54.5, 260.5, 543.5, 679};
+constexpr std::array<double, 4> Separadores{54.5, 260.5, 543.5, 678.5};
 constexpr double Fino = 0.75;
 
 constexpr double AltoCabecera = 82;

@@ -36,7 +36,7 @@ constexpr std::array<TColumnaSemana, 5> ColumnasSemana{{
 }};
 
 constexpr double PasoDia = 341; ///< from one day's block to the next
-constexpr double Borde = 11;    ///< left edge of the first day's block; that of the next is its right edge
+constexpr double Borde = 10.5;  ///< left edge of the first day's block; that of the next is its right edge
 constexpr std::array<double, 4> SeparadoresDia{47, 172, 294.5, 327};
 constexpr double GrosorFino = 0.75;
 constexpr double GrosorDoble = 2;
@@ -89,9 +89,9 @@ void TQRAgendaN::MontaTitulo()
     report::Band &titulo = QR.title;
     titulo.name = QStringLiteral("QRBand1");
     titulo.beforePrint = [this](report::BandPrint &banda) { QRBand1BeforePrint(banda); };
-    titulo.addShape({11, 36, 1023, 43});
-    titulo.addShape({14, 39, 1017, 37}, GrosorDoble);
-    titulo.addShape({17, 42, 1011, 31});
+    titulo.addShape({10.5, 36, 1023, 43});
+    titulo.addShape({13.5, 39, 1017, 37}, GrosorDoble);
+    titulo.addShape({16.5, 42, 1011, 31});
     MontaBloques(titulo, "Bis");
     titulo.addLabel(QStringLiteral("QRLTitulo"), {19, 46, 1006, 23},
                     QStringLiteral("SEMANA DEL ") + FechaCorta(m_lunes) + QStringLiteral(" AL ") +

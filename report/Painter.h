@@ -9,6 +9,7 @@
 #include <deque>
 
 class QPainter;
+class QPen;
 
 namespace report
 {
@@ -36,9 +37,12 @@ private:
         QFont font;
     };
     const QFont &fontFor(const TextPrimitive &text);
+    [[nodiscard]] QPen penFor(double width, QRgb color, Qt::PenCapStyle cap) const;
+    [[nodiscard]] QPointF dotOf(QPointF place, QPointF origin) const;
 
     QPainter &m_painter;
     double m_scale;
+    bool m_coarse;      ///< dots are so large that lines must keep to them
     double m_fontScale; ///< from points on the page to points of the device
     std::deque<KnownFont> m_fonts;
 };

@@ -5,6 +5,7 @@
 #include "report/Paper.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QFileInfo>
 #include <QtCore/QSaveFile>
 #include <QtGui/QPainter>
 #include <QtGui/QPdfWriter>
@@ -57,16 +58,27 @@ private:
     std::optional<PagePainter> m_pages;
 };
 
+/// Why a file cannot be written, for the user where it is one of the usual reasons.
+QString reasonOf(const QSaveFile &target)
+{
+    const QFileInfo folder(QFileInfo(target.fileName()).absolutePath());
+    if (!folder.isDir())
+        return QStringLiteral("la carpeta no existe.");
+    if (!folder.isWritable())
+        return QStringLiteral("no hay permiso para escribir en la carpeta.");
+    return target.errorString();
+}
+
 } // namespace
 
 bool writePdf(Report &report, const QString &file, const Progress &progress)
 {
     QSaveFile target(file);
-    const auto notWritten = [&](const QString &reason) {
-        return EReportError::notWritten(report.name, QDir::toNativeSeparators(file), reason);
+    const auto notWritten = [&] {
+        return EReportError::notWritten(report.name, QDir::toNativeSeparators(file), reasonOf(target));
     };
     if (!target.open(QIODevice::WriteOnly))
-        throw notWritten(target.errorString());
+        throw notWritten();
     bool written = true;
     {
         PdfPages pages(report, target);
@@ -77,7 +89,7 @@ bool writePdf(Report &report, const QString &file, const Progress &progress)
         written = pages.finish() && written;
     }
     if (!written || !target.commit())
-        throw notWritten(target.errorString());
+        throw notWritten();
     return true;
 }
 

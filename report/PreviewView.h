@@ -64,7 +64,7 @@ private:
     std::vector<Page> m_pages;
     PageSetup m_setup;
     double m_zoom = 1;
-    Fit m_fit = Fit::page;
+    Fit m_fit = Fit::width;
     int m_toldPage = 0;
 };
 

@@ -36,7 +36,7 @@ protected:
     void enVentana(const std::function<void()> &pasos)
     {
         TVistasAgendaN vistas;
-        TClassAgendaN engine(nullptr, nullptr, {}, &vistas);
+        TClassAgendaN engine(nullptr, nullptr, {}, &vistas, informes);
         motor = &engine;
         engine.SincronizarTablasAFecha(Lunes, true);
         bool hecho = false;
@@ -117,6 +117,7 @@ protected:
     }
 
     OficinaDePrueba oficina;
+    IInformesAgenda *informes = nullptr;
     TClassAgendaN *motor = nullptr;
     TFFichaAgendaN *ficha = nullptr;
 };
