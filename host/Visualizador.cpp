@@ -48,7 +48,10 @@ public:
         m_ventana.setMinimumDuration(EsperaProgreso);
         m_ventana.setAutoReset(false);
         m_ventana.setAutoClose(false);
-        m_ventana.reset(); // or it would come by its own timer after the work is done
+        // Or it would count from the first notice that is not 0, and come when the work is done.
+        m_ventana.reset();
+        m_ventana.setRange(0, 1);
+        m_ventana.setValue(0);
     }
     [[nodiscard]] report::Progress Aviso()
     {

@@ -9,6 +9,8 @@
 #include <QtCore/QStandardPaths>
 #include <QtCore/QStringList>
 
+#include <algorithm>
+
 namespace support
 {
 
