@@ -73,10 +73,11 @@ template <class TTrabajo> bool TClassAgendaN::ConGuarda(const char *operacion, T
 // Notaries
 
 TClassAgendaN::TClassAgendaN(QObject *propietario, TClientesRaiz *clientes, const TTablas &tablas,
-                             IVistasAgendaN *vistas)
+                             IVistasAgendaN *vistas, IInformesAgenda *informes)
     : m_propietario(propietario)
     , m_clientes(clientes)
     , m_vistas(vistas)
+    , m_informes(informes)
     , m_tablas(tablas)
 {
     if (m_tablas.front()) {

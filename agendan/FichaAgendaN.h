@@ -83,7 +83,6 @@ private:
     enum class TTrasCopiar { nada, borrar };
     QAction *CreaComando(const char *nombre, const QString &titulo, const QString &pista, TAlcance alcance,
                          TOrden orden);
-    QAction *CreaComandoPendiente(const char *nombre, const QString &titulo, const QString &pista);
     void PonIconos();
     void CreaBarra();
     void CreaFecha();
@@ -126,6 +125,7 @@ private:
     bool PreguntaFecha(QDate &fecha);
     void AbreCalendario();
     void VeAlDia(QDate fecha);
+    void Imprime(void (TClassAgendaN::*informe)(QDate));
     void SincronizaA(QDate fecha);
 
     // FichaAgendaNCitas.cpp

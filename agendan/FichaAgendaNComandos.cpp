@@ -161,6 +161,16 @@ void TFFichaAgendaN::AbreCalendario()
     m_calendario->Abre(*MEFecha, escrita.isValid() ? escrita : Servicios().Reloj->Hoy());
 }
 
+void TFFichaAgendaN::Imprime(void (TClassAgendaN::*informe)(QDate))
+{
+    if (!GetDatosAgendaN())
+        return;
+    // A date typed and not left yet is shown first: the sheet's title and its lines are of one day.
+    if (MEFecha->hasFocus())
+        GetDBGAgendaN()->setFocus();
+    (m_motor->*informe)(Cad_Date(MEFecha->text()));
+}
+
 void TFFichaAgendaN::SincronizaA(QDate fecha)
 {
     // On a tab without a table only the others can move, and only together.

@@ -1,5 +1,6 @@
 #include "agendan/FichaAgendaN.h"
 
+#include "agenda/ClaseConfAgendaN.h"
 #include "agenda/HoraTexto.h"
 #include "agendan/IconosAgendaN.h"
 #include "agendan/PestanasAgendaN.h"
@@ -102,18 +103,22 @@ void TFFichaAgendaN::CreaComandosDelDia()
     ABuscarDia =
         CreaComando("ABuscarDia", QStringLiteral("&Buscar día"), QStringLiteral("Buscar las citas de un día"),
                     dias, [this] { ABuscarDiaExecute(); });
-    AImprimirDia = CreaComandoPendiente("AImprimirDia", QStringLiteral("&Imprimir un día"),
-                                        QStringLiteral("Imprimir día del notario actual"));
-    AImprimirSemana = CreaComandoPendiente("AImprimirSemana", QStringLiteral("Imprimir una se&mana"),
-                                           QStringLiteral("Imprimir semana del notario actual"));
-    AImprimirDiaOficial =
-        CreaComandoPendiente("AImprimirDiaOficial", QStringLiteral("Imprimir un día por oficial"),
-                             QStringLiteral("Imprimir día del notario actual por oficial"));
+    AImprimirDia = CreaComando("AImprimirDia", QStringLiteral("&Imprimir un día"),
+                               QStringLiteral("Imprimir día del notario actual"), dias,
+                               [this] { Imprime(&TClassAgendaN::InformeDia); });
+    AImprimirSemana = CreaComando("AImprimirSemana", QStringLiteral("Imprimir una se&mana"),
+                                  QStringLiteral("Imprimir semana del notario actual"), dias,
+                                  [this] { Imprime(&TClassAgendaN::InformeSemana); });
+    AImprimirDiaOficial = CreaComando("AImprimirDiaOficial", QStringLiteral("Imprimir un día por oficial"),
+                                      QStringLiteral("Imprimir día del notario actual por oficial"), dias,
+                                      [this] { Imprime(&TClassAgendaN::InformeDia_PorOficial); });
     AImprimirSemanaOficial =
-        CreaComandoPendiente("AImprimirSemanaOficial", QStringLiteral("Imprimir una semana por oficial"),
-                             QStringLiteral("Imprimir semana del notario actual por oficial"));
-    AConfiguracion = CreaComandoPendiente("AConfiguracion", QStringLiteral("Configuración"),
-                                          QStringLiteral("Ficha de configuración de la agenda"));
+        CreaComando("AImprimirSemanaOficial", QStringLiteral("Imprimir una semana por oficial"),
+                    QStringLiteral("Imprimir semana del notario actual por oficial"), dias,
+                    [this] { Imprime(&TClassAgendaN::InformeSemana_PorOficial); });
+    AConfiguracion = CreaComando("AConfiguracion", QStringLiteral("Configuración"),
+                                 QStringLiteral("Ficha de configuración de la agenda"), dias,
+                                 [this] { goConfAgendaN->FichaConfiguracion(this); });
 }
 
 QAction *TFFichaAgendaN::CreaComando(const char *nombre, const QString &titulo, const QString &pista,
@@ -128,14 +133,6 @@ QAction *TFFichaAgendaN::CreaComando(const char *nombre, const QString &titulo, 
         if (!Ejecuta(alcance, orden) && comando->isCheckable())
             comando->setChecked(!comando->isChecked()); // it has flipped already, and nothing came of it
     });
-    return comando;
-}
-
-QAction *TFFichaAgendaN::CreaComandoPendiente(const char *nombre, const QString &titulo, const QString &pista)
-{
-    // Seen but not to be used: the engine does not offer the operation yet.
-    QAction *const comando = CreaComando(nombre, titulo, pista, TAlcance::dias, [] {});
-    comando->setEnabled(false);
     return comando;
 }
 

@@ -18,6 +18,9 @@ echo
 echo "== Lista de 50.000 clientes (meta: una letra < 16 ms)"
 "$programas/bench_oficina" 2>/dev/null
 echo
+echo "== Impresos a PDF (metas: día < 30 ms, semana < 60 ms, 52 semanas < 2 s)"
+"$programas/bench_informes"
+echo
 echo "== Arranque hasta la agenda pintada (meta: < 300 ms; 20 años de un notario, 5 veces)"
 "$programas/oficina" --datos "$datos/oficina" --crear-demo --solo-datos --anyos 20 --fecha 20/11/2026
 for vez in 1 2 3 4 5; do

@@ -1,5 +1,6 @@
 #include "host/Capturas.h"
 
+#include "host/CapturasInformes.h"
 #include "host/VentanaOficina.h"
 
 #include <QtCore/QDir>
@@ -50,8 +51,8 @@ TCapturas::TCapturas(const QString &carpeta, TOficina &oficina)
 {
     QDir().mkpath(m_carpeta);
     m_pasos = PasosDeLaAgenda();
-    const std::vector<TPaso> dialogos = PasosDeLosDialogos(oficina);
-    m_pasos.insert(m_pasos.end(), dialogos.begin(), dialogos.end());
+    for (const auto &pasos : {PasosDeInformes(*this, m_carpeta), PasosDeLosDialogos(oficina)})
+        m_pasos.insert(m_pasos.end(), pasos.begin(), pasos.end());
     m_pasos.emplace_back([this] { Delante()->close(); });
 }
 
@@ -195,7 +196,12 @@ void TCapturas::Sigue()
 bool TCapturas::Dibuja(QWidget &ventana, const QString &nombre)
 {
     const bool bien = ventana.grab().save(QDir(m_carpeta).filePath(nombre + QStringLiteral(".png")));
+    Anota(bien);
+    return bien;
+}
+
+void TCapturas::Anota(bool bien)
+{
     m_fallo = m_fallo || !bien;
     ++m_hechas;
-    return bien;
 }

@@ -23,6 +23,8 @@ public:
     void Empieza();
     /// Draws a window now. @return false when the picture could not be written.
     bool Dibuja(QWidget &ventana, const QString &nombre);
+    /// Counts something made by a step.
+    void Anota(bool bien);
     [[nodiscard]] bool Completas() const { return !m_fallo && m_hechas > 0; }
 
 private:

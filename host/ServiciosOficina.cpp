@@ -3,6 +3,7 @@
 #include "dataset/DbfTable.h"
 #include "host/DialogoLista.h"
 #include "host/Dialogos.h"
+#include "host/Visualizador.h"
 
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QApplication>
@@ -150,6 +151,11 @@ bool TRutOficina::PreguntaOficial(QString &nombre)
         return false;
     nombre = empleados.field(campo).asText();
     return true;
+}
+
+void TRutOficina::Visualizador(report::Report &informe)
+{
+    MuestraVisualizador(informe);
 }
 
 bool TRvariasOficina::EsBoton(const QWidget *control) const

@@ -60,7 +60,7 @@ protected:
     /// Opens the agenda on Monday, runs the steps in it and closes it.
     void enVentana(const std::function<void()> &pasos)
     {
-        TClassAgendaN engine(nullptr, clientes, {}, &vistas);
+        TClassAgendaN engine(nullptr, clientes, {}, &vistas, informes);
         motor = &engine;
         engine.SincronizarTablasAFecha(Lunes, true);
         bool hecho = false;
@@ -148,6 +148,7 @@ protected:
     OficinaDePrueba oficina;
     VistasDePrueba vistas;
     TClientesRaiz *clientes = nullptr; ///< of the test
+    IInformesAgenda *informes = nullptr;
     TClassAgendaN *motor = nullptr;
     TFFichaAgendaN *ficha = nullptr;
 };

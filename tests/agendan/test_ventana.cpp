@@ -58,16 +58,13 @@ TEST_F(VentanaTest, ShowsOneTabPerNotaryWithItsGrid)
         EXPECT_EQ(celda(0, 1), "Poder");
         EXPECT_EQ(&motor->TablaActual(), motor->Tabla(2)) << "the engine follows the tab";
         EXPECT_EQ(ficha->GetDatosAgendaN(), motor->Tabla(2));
-        // Every command says what it does, and those that come later are seen but cannot be used.
+        // Every command says what it does.
         int comandos = 0;
         for (const QAction *const uno : ficha->findChildren<QAction *>(QRegularExpression("^A[A-Z]"))) {
             EXPECT_FALSE(uno->statusTip().isEmpty()) << uno->objectName().toStdString();
             ++comandos;
         }
         EXPECT_EQ(comandos, 19);
-        for (const char *nombre : {"AImprimirDia", "AImprimirSemana", "AImprimirDiaOficial",
-                                   "AImprimirSemanaOficial", "AConfiguracion"})
-            EXPECT_FALSE(accion(nombre).isEnabled()) << nombre;
         EXPECT_EQ(ficha->menuBar()->actions().size(), 2);
         EXPECT_EQ(accion("ABorrar").statusTip(), "Borrar cita/citas seleccinadas");
         for (const QWidget *const control : ficha->findChildren<QWidget *>()) {

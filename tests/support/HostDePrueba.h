@@ -82,11 +82,19 @@ public:
     bool PreguntaOficial(QString &nombre) override
     {
         nombre = OficialElegido;
-        return !OficialElegido.isEmpty();
+        return !OficialElegido.isNull();
+    }
+    void Visualizador(report::Report &informe) override
+    {
+        if (EnVisualizador)
+            EnVisualizador(informe);
+        else
+            ADD_FAILURE() << "unexpected preview";
     }
     QDate FechaOfrecida;
-    QDate FechaElegida; ///< invalid: the user cancels
-    QString OficialElegido;
+    QDate FechaElegida;     ///< invalid: the user cancels
+    QString OficialElegido; ///< null: the user cancels
+    std::function<void(report::Report &)> EnVisualizador;
 };
 
 /// Marks focus by a property, so that a test can see it.
