@@ -69,6 +69,7 @@
 #include "dbase/Record.h"
 
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string>
 #include <vector>
@@ -158,7 +159,8 @@ inline constexpr std::uint8_t mdxAllKinds = mdxFlagDescending | mdxFlagDistinct 
 // A descending tag holds its keys the other way round, from the largest down: first leaf, bounds and all.
 inline int MdxTag::compare(const std::uint8_t *a, const std::uint8_t *b, std::size_t length) const
 {
-    const int order = compareMdxKeys(keyType, a, b, length);
+    const int order = keyType == KeyType::character ? std::memcmp(a, b, length) // nearly all of them
+                                                    : compareMdxKeys(keyType, a, b, length);
     return descending ? -order : order;
 }
 
