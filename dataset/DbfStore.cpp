@@ -286,11 +286,13 @@ bool DbfStore::refresh()
 dbase::Index *DbfStore::indexLeadingWith(const std::vector<int> &fieldIndexes) const
 {
     for (const dbase::TagDefinition &tag : m_table->tags()) {
+        if (tag.descending || tag.unique || !tag.filter.empty())
+            continue; // not that order, or not all lines
         dbase::Index *index = m_table->index(tag.name);
         const std::vector<int> &used = index->expression().fieldsUsed();
         // Every further field must add to what the key says, or the order is not the one asked for.
         std::size_t said = 0;
-        bool good = !tag.descending && used.size() >= fieldIndexes.size();
+        bool good = used.size() >= fieldIndexes.size();
         for (std::size_t i = 0; good && i < fieldIndexes.size(); ++i) {
             const std::size_t more = index->expression().leadingLength(std::span(fieldIndexes).first(i + 1));
             good = used[i] == fieldIndexes[i] && more > said;

@@ -13,6 +13,13 @@ namespace dbase
 struct TagKeys {
     std::vector<std::uint8_t> keys; ///< of record r from (r - 1) * key length on
     std::vector<RecordNumber> order;
+    std::vector<bool> leftOut; ///< of record r at r - 1: whether the tag does without it; empty: it has all
+
+    void leaveOut(RecordNumber record, RecordNumber count)
+    {
+        leftOut.resize(count, false);
+        leftOut[record - 1] = true;
+    }
 };
 
 /// Which blocks of an index file have been met, and as whose: each belongs to one thing only.
@@ -95,12 +102,13 @@ private:
     std::vector<MdxTag> m_tags;
 };
 
-/// Whether a tag holds exactly the given keys: every record once, in order, nothing else, in blocks of its
-/// own.
+/// Whether a tag holds exactly the given keys: every record that is not left out once, in order, nothing
+/// else, in blocks of its own.
 [[nodiscard]] bool holdsExactly(const BlockSource &source, const MdxTag &tag, const TagKeys &keys,
                                 BlockUse &use);
 
-/// Sorts the records of `keys` by key, equal ones by number. @param count  records.
+/// Puts the records that are not left out into the order of the tag, equal keys by number.
+/// @param count  records of the table.
 void orderKeys(const MdxTag &tag, RecordNumber count, TagKeys &keys);
 
 } // namespace dbase

@@ -200,16 +200,25 @@ Status TableImpl::stageKeys(const Commit &commit)
     if (!m_mdx)
         return {};
     for (std::size_t number = 0; number < m_indexes.size(); ++number) {
+        const TagRule &rule = m_indexes[number]->rule();
+        if (rule.unique) {
+            if (const Status status = stageUnique(number, commit); !status.ok())
+                return status;
+            continue;
+        }
         MdxTree tree(*m_mdx, m_mdx->tag(number));
         for (const RecordChange &change : commit.changes) {
-            const auto now = fileKeyOf(number, change.after);
-            if (!change.before.empty()) {
+            const bool stays = rule.accepts(change.after);
+            const auto now = stays ? fileKeyOf(number, change.after) : std::vector<std::uint8_t>();
+            if (!change.before.empty() && rule.accepts(change.before)) {
                 const auto old = fileKeyOf(number, change.before);
                 if (old == now)
                     continue;
                 if (const Status status = tree.remove(old, change.number); !status.ok())
                     return status;
             }
+            if (!stays)
+                continue;
             if (const Status status = tree.insert(now, change.number); !status.ok())
                 return status;
         }
@@ -334,10 +343,17 @@ void TableImpl::noteCommit(const Commit &commit)
     for (MemoryTag &tag : m_memoryTags) {
         if (tag.version + 1 != version)
             continue; // out of date anyway; built anew when it is next asked
+        const TagRule &rule = tag.index->rule();
+        if (rule.unique) {
+            // Who takes over a key stands in the lines; a failure to read them shows when the tag is asked.
+            static_cast<void>(buildMemoryTag(tag).ok());
+            continue;
+        }
         for (const RecordChange &change : commit.changes) {
-            if (!change.before.empty())
-                tag.index->erase(tag.index->expression().keyOf(change.before), change.number);
-            tag.index->insert(tag.index->expression().keyOf(change.after), change.number);
+            if (!change.before.empty() && rule.accepts(change.before))
+                tag.index->erase(rule.expression.keyOf(change.before), change.number);
+            if (rule.accepts(change.after))
+                tag.index->insert(rule.expression.keyOf(change.after), change.number);
         }
         tag.version = version;
     }

@@ -36,9 +36,10 @@ struct MemoryTag {
 class MdxIndex final : public Index
 {
 public:
-    MdxIndex(TableImpl &table, std::size_t number, TagDefinition definition, KeyExpression expression);
+    MdxIndex(TableImpl &table, std::size_t number, TagDefinition definition, TagRule rule);
     [[nodiscard]] const TagDefinition &definition() const override { return m_definition; }
-    [[nodiscard]] const KeyExpression &expression() const override { return m_expression; }
+    [[nodiscard]] const KeyExpression &expression() const override { return m_rule.expression; }
+    [[nodiscard]] const TagRule &rule() const { return m_rule; }
 
     Result<std::optional<IndexEntry>> find(std::span<const std::uint8_t> prefix) override;
     Result<std::optional<IndexEntry>> atOrAfter(std::span<const std::uint8_t> key) override;
@@ -65,7 +66,7 @@ private:
     TableImpl &m_table;
     std::size_t m_number;
     TagDefinition m_definition;
-    KeyExpression m_expression;
+    TagRule m_rule;
 };
 
 class TableImpl
@@ -136,10 +137,13 @@ private:
     void mapHeader();
     Status openIndex();
     void dropIndexFile();
+    void goOnWithoutIndexFile();
     [[nodiscard]] bool soundForReading();
     Status readTags();
+    [[nodiscard]] std::string whyNotKept(const MdxTag &tag, const Result<TagRule> &rule) const;
     [[nodiscard]] bool keysFit(const MdxTag &tag, const KeyExpression &expression) const;
     [[nodiscard]] KeyType keyTypeOf(const KeyExpression &expression) const;
+    [[nodiscard]] MdxTag newTag(const TagDefinition &wanted, const KeyExpression &expression) const;
     Status needTags();
     Status recover();
     Status checkpoint(bool closing);
@@ -165,6 +169,13 @@ private:
     Status checkWritable(std::size_t recordSize) const;
     Status commit(Commit &commit);
     Status stageKeys(const Commit &commit);
+    // TableUnique.cpp
+    struct UniqueChange;
+    Status stageUnique(std::size_t number, const Commit &commit);
+    Status settleHolder(std::size_t number, const KeyHolder &candidate, UniqueChange &change,
+                        std::span<const std::uint8_t> key);
+    Status findHeirs(std::size_t number, UniqueChange &change);
+    bool findHeirsByTag(std::size_t number, UniqueChange &change);
     Status writeJournal(const Commit &commit);
     Status startOver();
     Status apply(const Commit &commit);
@@ -182,11 +193,11 @@ private:
 
     // TableIndex.cpp
     Status scan(RecordNumber from,
-                const std::function<void(RecordNumber, std::span<const std::uint8_t>)> &visit) const;
-    Result<std::vector<TagKeys>> keysOf(std::span<const MdxTag> tags,
-                                        std::span<const KeyExpression> expressions) const;
+                const std::function<void(RecordNumber, std::span<const std::uint8_t>)> &visit,
+                RecordNumber upTo = 0) const;
+    Result<std::vector<TagKeys>> keysOf(std::span<const MdxTag> tags, std::span<const TagRule> rules) const;
     Result<std::vector<TagKeys>> keysOfAll() const;
-    [[nodiscard]] std::vector<KeyExpression> expressions() const;
+    [[nodiscard]] std::vector<TagRule> rules() const;
     [[nodiscard]] std::vector<std::uint8_t> fileKeyOf(std::size_t tag,
                                                       std::span<const std::uint8_t> record) const;
     /// Makes the index right, by looking first and rewriting it only when it is not.
@@ -194,7 +205,7 @@ private:
     /// Whether the index file is exactly what the lines say, its blocks used once each.
     [[nodiscard]] bool indexIsRight(std::span<const TagKeys> keys) const;
     Status packAlone();
-    Status rewriteIndex(std::vector<MdxTag> tags, const std::vector<KeyExpression> &expressions);
+    Status rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRule> &rules);
     Status makeIndex(std::span<const TagDefinition> wanted);
     Status buildMemoryTag(MemoryTag &tag);
     Status addMemoryTag(const TagDefinition &tag);
@@ -231,6 +242,7 @@ private:
     mutable std::vector<std::uint8_t> m_lastBytes;
     Status m_poison;
     bool m_indexSuspect = false;
+    bool m_indexUnused = false; ///< there is an index file, but its tags are not believed
     std::minstd_rand m_random;
 };
 

@@ -18,16 +18,22 @@ constexpr auto stampTick = std::chrono::milliseconds(50);
 /// Longest run of records that is read in one call when only some of it is wanted.
 constexpr RecordNumber rowsPerRead = 512;
 
+std::string_view asText(std::span<const std::uint8_t> bytes)
+{
+    return {reinterpret_cast<const char *>(bytes.data()),
+            bytes.size()}; // bytes and chars alias by the standard
+}
+
 } // namespace
 
 // ---------------------------------------------------------------------------------------------------------------------
 // MdxIndex
 
-MdxIndex::MdxIndex(TableImpl &table, std::size_t number, TagDefinition definition, KeyExpression expression)
+MdxIndex::MdxIndex(TableImpl &table, std::size_t number, TagDefinition definition, TagRule rule)
     : m_table(table)
     , m_number(number)
     , m_definition(std::move(definition))
-    , m_expression(std::move(expression))
+    , m_rule(std::move(rule))
 {
 }
 
@@ -41,7 +47,7 @@ std::vector<std::uint8_t> MdxIndex::fileKey(std::span<const std::uint8_t> key) c
     if (tag().keyType == KeyType::character)
         return {key.begin(), key.end()};
     std::vector<std::uint8_t> whole(key.begin(), key.end());
-    whole.resize(m_expression.keyLength(), 0);
+    whole.resize(expression().keyLength(), 0);
     std::vector<std::uint8_t> out(static_cast<std::size_t>(tag().keyLength));
     mdxKeyFromIndexKey(tag().keyType, whole, out);
     return out;
@@ -57,7 +63,7 @@ IndexEntry MdxIndex::entryAt(const MdxCursor &cursor) const
 
 int MdxIndex::compareKey(const MdxCursor &cursor, std::span<const std::uint8_t> key) const
 {
-    return compareMdxKeys(tag().keyType, cursor.key(), key.data(), key.size());
+    return tag().compare(cursor.key(), key.data(), key.size());
 }
 
 Result<std::optional<IndexEntry>> MdxIndex::ask(const Move &move)
@@ -210,14 +216,14 @@ Status TableImpl::readRecord(RecordNumber number, std::span<std::uint8_t> record
 }
 
 Status TableImpl::scan(RecordNumber from,
-                       const std::function<void(RecordNumber, std::span<const std::uint8_t>)> &visit) const
+                       const std::function<void(RecordNumber, std::span<const std::uint8_t>)> &visit,
+                       RecordNumber upTo) const
 {
+    const RecordNumber last = upTo == 0 ? header.recordCount : std::min(upTo, header.recordCount);
     const std::size_t perChunk = std::max<std::size_t>(1, scanChunk / header.recordLength);
-    std::vector<std::uint8_t> buffer(std::min<std::size_t>(perChunk, header.recordCount) *
-                                     header.recordLength);
-    for (RecordNumber first = from; first <= header.recordCount;) {
-        const auto count =
-            static_cast<RecordNumber>(std::min<std::size_t>(perChunk, header.recordCount - first + 1));
+    std::vector<std::uint8_t> buffer(std::min<std::size_t>(perChunk, last) * header.recordLength);
+    for (RecordNumber first = from; first <= last;) {
+        const auto count = static_cast<RecordNumber>(std::min<std::size_t>(perChunk, last - first + 1));
         const auto chunk = std::span(buffer).first(count * header.recordLength);
         const auto got = m_dbf.readAt(recordOffset(first), chunk);
         if (!got.ok())
@@ -379,12 +385,24 @@ Index *TableImpl::index(std::string_view tag)
 
 Status TableImpl::buildMemoryTag(MemoryTag &tag)
 {
-    auto fresh = std::make_unique<MemoryIndex>(tag.index->definition(), tag.index->expression());
+    const TagRule &rule = tag.index->rule();
+    auto fresh = std::make_unique<MemoryIndex>(tag.index->definition(), rule);
+    KeyHolders holders;
     const Status status = scan(1, [&](RecordNumber number, std::span<const std::uint8_t> record) {
-        fresh->addUnsorted(fresh->expression().keyOf(record), number);
+        if (!rule.accepts(record))
+            return;
+        const IndexKey key = rule.expression.keyOf(record);
+        if (rule.unique)
+            holders.offer(asText(key.bytes()), {number, !isDeleted(record)});
+        else
+            fresh->addUnsorted(key, number);
     });
     if (!status.ok())
         return status;
+    for (const auto &[key, holder] : holders.all())
+        fresh->addUnsorted(
+            IndexKey(std::span(reinterpret_cast<const std::uint8_t *>(key.data()), key.size())),
+            holder.record);
     fresh->finish();
     *tag.index = std::move(*fresh); // in place: callers hold pointers to it
     tag.version = version;
@@ -393,13 +411,13 @@ Status TableImpl::buildMemoryTag(MemoryTag &tag)
 
 Status TableImpl::addMemoryTag(const TagDefinition &tag)
 {
-    auto expression = KeyExpression::parse(tag.expression, header.fields, header.codePage);
-    if (!expression.ok())
-        return failure(expression.status().kind(), expression.status().text());
-    MemoryTag memory{std::make_unique<MemoryIndex>(tag, std::move(expression).value()), 0};
+    auto rule = TagRule::of(tag, header.fields, header.codePage);
+    if (!rule.ok())
+        return failure(rule.status().kind(), rule.status().text());
+    MemoryTag memory{std::make_unique<MemoryIndex>(tag, std::move(rule).value()), 0};
     const Status status = buildMemoryTag(memory);
     if (status.ok())
-        m_memoryTags.push_back(std::move(memory));
+        m_memoryTags.insert(m_memoryTags.begin(), std::move(memory)); // before one of the same name
     return status;
 }
 
@@ -420,35 +438,51 @@ std::vector<std::uint8_t> TableImpl::fileKeyOf(std::size_t number, std::span<con
 }
 
 Result<std::vector<TagKeys>> TableImpl::keysOf(std::span<const MdxTag> tags,
-                                               std::span<const KeyExpression> expressions) const
+                                               std::span<const TagRule> rules) const
 {
     std::vector<TagKeys> all(tags.size());
+    std::vector<KeyHolders> holders(tags.size());
     for (std::size_t number = 0; number < tags.size(); ++number)
         all[number].keys.resize(std::size_t{header.recordCount} *
                                 static_cast<std::size_t>(tags[number].keyLength));
     const Status status = scan(1, [&](RecordNumber record, std::span<const std::uint8_t> bytes) {
         for (std::size_t number = 0; number < tags.size(); ++number) {
+            const TagRule &rule = rules[number];
+            if (!rule.accepts(bytes)) {
+                all[number].leaveOut(record, header.recordCount);
+                continue;
+            }
             const auto length = static_cast<std::size_t>(tags[number].keyLength);
-            mdxKeyFromIndexKey(tags[number].keyType, expressions[number].keyOf(bytes).bytes(),
-                               std::span(all[number].keys).subspan((record - 1) * length, length));
+            const auto key = std::span(all[number].keys).subspan((record - 1) * length, length);
+            mdxKeyFromIndexKey(tags[number].keyType, rule.expression.keyOf(bytes).bytes(), key);
+            if (rule.unique)
+                holders[number].offer(asText(key), {record, !isDeleted(bytes)});
         }
     });
     if (!status.ok())
         return status;
+    for (std::size_t number = 0; number < tags.size(); ++number) {
+        const auto length = static_cast<std::size_t>(tags[number].keyLength);
+        for (RecordNumber record = 1; rules[number].unique && record <= header.recordCount; ++record) {
+            const auto key = std::span(all[number].keys).subspan((record - 1) * length, length);
+            if (!holders[number].holds(asText(key), record))
+                all[number].leaveOut(record, header.recordCount);
+        }
+    }
     return all;
 }
 
-std::vector<KeyExpression> TableImpl::expressions() const
+std::vector<TagRule> TableImpl::rules() const
 {
-    std::vector<KeyExpression> all;
+    std::vector<TagRule> all;
     for (const auto &one : m_indexes)
-        all.push_back(one->expression());
+        all.push_back(one->rule());
     return all;
 }
 
 Result<std::vector<TagKeys>> TableImpl::keysOfAll() const
 {
-    return keysOf(m_mdx->tags(), expressions());
+    return keysOf(m_mdx->tags(), rules());
 }
 
 bool TableImpl::indexIsRight(std::span<const TagKeys> keys) const
@@ -476,7 +510,7 @@ Status TableImpl::repairIndex()
     if (!keys.ok())
         return keys.status();
     if (!same.value() || m_mdx->languageDriver() != header.languageDriver || !indexIsRight(keys.value())) {
-        if (const Status status = rewriteIndex(m_mdx->tags(), expressions()); !status.ok())
+        if (const Status status = rewriteIndex(m_mdx->tags(), rules()); !status.ok())
             return status;
     }
     m_indexSuspect = false;
@@ -484,9 +518,9 @@ Status TableImpl::repairIndex()
     return {};
 }
 
-Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, const std::vector<KeyExpression> &expressions)
+Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRule> &rules)
 {
-    auto made = keysOf(tags, expressions);
+    auto made = keysOf(tags, rules);
     if (!made.ok())
         return made.status();
     std::vector<TagKeys> &keys = made.value();
@@ -494,9 +528,9 @@ Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, const std::vector<KeyEx
     std::vector<std::uint8_t> single;
     for (std::size_t number = 0; number < tags.size(); ++number) {
         orderKeys(tags[number], header.recordCount, keys[number]);
-        const std::vector<int> &used = expressions[number].fieldsUsed();
+        const std::vector<int> &used = rules[number].expression.fieldsUsed();
         single.push_back(used.size() == 1 && sameText(header.fields[static_cast<std::size_t>(used[0])].name,
-                                                      expressions[number].text())
+                                                      rules[number].expression.text())
                              ? 1
                              : 0);
     }
@@ -520,7 +554,9 @@ Status TableImpl::check()
     if (!look.status().ok())
         return look.status();
     if (!m_mdx)
-        return {};
+        return m_indexUnused
+                   ? failure(ErrorKind::damaged, "el índice no se ha podido comprobar: " + readOnlyReason)
+                   : Status();
     auto keys = keysOfAll();
     if (!keys.ok())
         return keys.status();
@@ -541,7 +577,7 @@ Status TableImpl::reindex()
         return status;
     Status status;
     if (m_mdx) {
-        status = rewriteIndex(m_mdx->tags(), expressions());
+        status = rewriteIndex(m_mdx->tags(), rules());
     }
     if (status.ok())
         status = checkpoint(false);
