@@ -354,6 +354,14 @@ bool boundsHold(const MdxCursor &cursor, const MdxTag &tag)
     return true;
 }
 
+/// Other programs count the digits of a number differently: one number has several keys.
+bool sameKey(const MdxTag &tag, const std::uint8_t *a, const std::uint8_t *b)
+{
+    const auto length = static_cast<std::size_t>(tag.keyLength);
+    return tag.keyType == KeyType::numeric ? compareMdxKeys(tag.keyType, a, b, length) == 0
+                                           : std::memcmp(a, b, length) == 0;
+}
+
 } // namespace
 
 bool holdsExactly(const BlockSource &source, const MdxTag &tag, const TagKeys &keys, BlockUse &use)
@@ -373,7 +381,7 @@ bool holdsExactly(const BlockSource &source, const MdxTag &tag, const TagKeys &k
             return false; // also ends a walk that goes in circles
         seen[record - 1] = true;
         ++entries;
-        if (std::memcmp(cursor.key(), keys.keys.data() + (record - 1) * length, length) != 0)
+        if (!sameKey(tag, cursor.key(), keys.keys.data() + (record - 1) * length))
             return false;
         if (!previous.empty() && compareMdxKeys(tag.keyType, previous.data(), cursor.key(), length) > 0)
             return false;
