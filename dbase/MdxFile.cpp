@@ -63,6 +63,7 @@ Status MdxFile::load()
         return named(header.status());
     m_header = std::move(header).value();
     m_pagesInFile = m_header.pageCount;
+    forgetLost();
     m_coveredPages = 0;
     if (!cover(m_pagesInFile))
         return {ErrorKind::damaged, "el índice dice tener más bloques que el fichero", m_name};
@@ -127,14 +128,34 @@ bool MdxFile::cover(PageNumber pages)
     return true;
 }
 
+/// After another program has made the file shorter: it is mapped anew.
+void MdxFile::forgetLost()
+{
+    if (!m_mapping.lost())
+        return;
+    m_mapping = Mapping();
+    m_coveredPages = 0;
+}
+
+bool MdxFile::inFile(PageNumber page) const
+{
+    return page >= mdxFirstBlock && page <= m_pagesInFile - 2;
+}
+
 const std::uint8_t *MdxFile::block(PageNumber page) const
 {
     if (const auto staged = m_staged.find(page); staged != m_staged.end())
         return staged->second.data();
-    if (page < mdxFirstBlock || page > m_pagesInFile - 2)
+    if (!inFile(page))
         return nullptr;
-    if (m_mapped && page <= m_coveredPages - 2)
-        return m_mapping.data() + offsetOf(page);
+    if (m_mapped && page <= m_coveredPages - 2) {
+        const std::uint8_t *const mapped = m_mapping.data() + offsetOf(page);
+        if (get32(mapped) != 0)
+            return mapped;
+        // A block of no entries is rare; where the file has become shorter every block looks like one.
+        const auto stamp = m_file.stamp();
+        return stamp.ok() && stamp.value().size >= offsetOf(page + 2) ? mapped : nullptr;
+    }
     const auto [found, added] = m_read.try_emplace(page);
     if (!added)
         return found->second.data();
@@ -148,6 +169,7 @@ const std::uint8_t *MdxFile::block(PageNumber page) const
 Result<bool> MdxFile::look()
 {
     m_read.clear();
+    forgetLost();
     std::array<std::uint8_t, headerPageCountAt + 8> head{};
     if (m_mapped && m_coveredPages >= mdxFirstBlock) {
         std::memcpy(head.data(), m_mapping.data(), head.size());
@@ -164,7 +186,7 @@ Result<bool> MdxFile::look()
     m_header.pageCount = pages;
     m_pagesInFile = pages;
     m_header.freePage = get32(&head[headerPageCountAt + 4]);
-    if (m_header.freePage != 0 && !block(m_header.freePage))
+    if (m_header.freePage != 0 && !inFile(m_header.freePage))
         return false;
     for (MdxTag &tag : m_tags) {
         const std::uint8_t *const bytes = block(tag.headerPage);

@@ -210,7 +210,7 @@ Status TableImpl::stageKeys(const Commit &commit)
                 return status;
         }
     }
-    return {};
+    return m_mdx->shortened() ? failure(ErrorKind::damaged, "otro programa ha acortado el índice") : Status();
 }
 
 Status TableImpl::writeJournal(const Commit &commit)
@@ -346,7 +346,9 @@ Status TableImpl::readDateAndCount(std::vector<std::uint8_t> &bytes) const
 {
     if (m_headerMap.size() >= dbfFixedHeader) {
         std::copy_n(m_headerMap.data() + dbfDateOffset, bytes.size(), bytes.begin());
-        return {};
+        // No month: where another program has cut the file off, what was there reads as zeros.
+        if (bytes[1] != 0 && !m_headerMap.lost())
+            return {};
     }
     const auto got = m_dbf.readAt(dbfDateOffset, bytes);
     if (!got.ok())

@@ -175,6 +175,7 @@ private:
     Status readDateAndCount(std::vector<std::uint8_t> &bytes) const;
     [[nodiscard]] Result<RecordNumber> announcedCount() const;
     Status knowOf(RecordNumber number);
+    Status afterReading(const MdxCursor &cursor);
     Status poison(const Status &cause);
     void noteCommit(const Commit &commit);
 

@@ -70,16 +70,14 @@ Result<std::optional<IndexEntry>> MdxIndex::ask(const Move &move)
                                "el índice ha cambiado; cierre la tabla y vuelva a abrirla");
     MdxCursor cursor(*m_table.m_mdx, tag());
     move(cursor);
-    if (cursor.damaged()) {
-        m_table.m_indexSuspect = true; // the next look puts it in order
-        const Status status = cursor.status();
-        return Status(status.kind(), status.text(), m_table.name, status.offset());
-    }
-    if (!cursor.valid())
-        return std::optional<IndexEntry>();
-    if (const Status status = m_table.knowOf(cursor.record()); !status.ok())
+    auto entry = cursor.valid() ? std::optional(entryAt(cursor)) : std::nullopt;
+    if (const Status status = m_table.afterReading(cursor); !status.ok())
         return status;
-    return std::optional(entryAt(cursor));
+    if (!entry)
+        return entry;
+    if (const Status status = m_table.knowOf(entry->record); !status.ok())
+        return status;
+    return entry;
 }
 
 Result<std::optional<IndexEntry>> MdxIndex::find(std::span<const std::uint8_t> prefix)
@@ -175,10 +173,21 @@ Status MdxIndex::collectLocked(std::span<const std::uint8_t> low, std::span<cons
         if (out.size() > most)
             return m_table.failure(ErrorKind::damaged, "el índice da vueltas");
     }
+    return m_table.afterReading(cursor);
+}
+
+/// Whether what a cursor has read may be believed; if not, the next look puts the index in order.
+Status TableImpl::afterReading(const MdxCursor &cursor)
+{
+    if (m_mdx->shortened()) {
+        m_indexSuspect = true;
+        return failure(ErrorKind::damaged, "otro programa ha acortado el índice mientras se leía");
+    }
     if (!cursor.damaged())
         return {};
-    m_table.m_indexSuspect = true;
-    return cursor.status();
+    m_indexSuspect = true;
+    const Status status = cursor.status();
+    return {status.kind(), status.text(), name, status.offset()};
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -454,7 +463,7 @@ bool TableImpl::indexIsRight(std::span<const TagKeys> keys) const
         if (!holdsExactly(*m_mdx, m_mdx->tags()[number], keys[number], use))
             return false;
     }
-    return m_mdx->freeListIsApart(use);
+    return m_mdx->freeListIsApart(use) && !m_mdx->shortened();
 }
 
 Status TableImpl::repairIndex()
