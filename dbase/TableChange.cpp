@@ -216,6 +216,12 @@ Status TableImpl::stageKeys(const Commit &commit)
 Status TableImpl::writeJournal(const Commit &commit)
 {
     const std::vector<std::uint8_t> bytes = encodeCommit(commit, header.recordLength);
+    if (header.recordCount < m_state.tableRecords) {
+        // Another program has packed the table: what the journal says is about lines that have other numbers
+        // now.
+        if (const Status status = checkpoint(false); !status.ok())
+            return status;
+    }
     if (m_state.tail + commitRoom(bytes.size()) > m_journalSize) {
         // Nothing that was promised to outlive a power cut is in the way of the new commits: no need to wait
         // for the disk.
@@ -408,6 +414,12 @@ Status TableImpl::finishDeadCommit()
         // It died while writing it: nothing has been changed. The place must not look like a commit any more.
         const std::vector<std::uint8_t> nothing(journalSector, 0);
         return m_journal.writeAt(m_state.tail, nothing);
+    }
+    if (const auto cut = isCutBack(); !cut.ok() || cut.value()) {
+        return cut.ok() ? failure(ErrorKind::damaged,
+                                  "la tabla ha perdido líneas mientras estaba abierta; ciérrela "
+                                  "en todos los puestos y vuelva a abrirla")
+                        : cut.status();
     }
     // That it can be read does not mean that it is on disk: a cut from here on must find it there.
     const std::vector<std::uint8_t> again = encodeCommit(*dead, header.recordLength);

@@ -107,6 +107,7 @@ public:
     TableHeader header;
     bool readOnly = false;
     std::string readOnlyReason;
+    std::string notice; ///< what opening has found that somebody should know
     bool isNew = false; ///< just created: what an old journal says is not about this table
     std::uint64_t version = 1;
     std::shared_ptr<const bool> alive = std::make_shared<const bool>(true); ///< expires with this object
@@ -141,6 +142,8 @@ private:
     [[nodiscard]] KeyType keyTypeOf(const KeyExpression &expression) const;
     Status needTags();
     Status recover();
+    [[nodiscard]] Result<bool> isCutBack() const;
+    Status setJournalAside(std::span<const std::uint8_t> journal);
     Status checkpoint(bool closing);
     void closeInOrder();
     [[nodiscard]] bool closedAsSeen() const;
