@@ -14,7 +14,7 @@ using support::readFile;
 using support::TempFolder;
 using support::writeFile;
 
-constexpr int linesInTable = 3000; // an index of many blocks on two levels
+constexpr int linesToCut = 3000; // an index of many blocks on two levels
 
 class CutFiles : public testing::Test
 {
@@ -34,10 +34,10 @@ protected:
         ASSERT_TRUE(Table::create(dbf, definition).ok());
         open();
         ASSERT_TRUE(table->beginGroup().ok());
-        for (int number = 0; number < linesInTable; ++number)
+        for (int number = 0; number < linesToCut; ++number)
             ASSERT_TRUE(table->append(line(number)).ok());
         ASSERT_TRUE(table->commitGroup().ok());
-        const auto key = table->index("FECHA")->expression().keyOf(line(linesInTable / 2));
+        const auto key = table->index("FECHA")->expression().keyOf(line(linesToCut / 2));
         someKey.assign(key.bytes().begin(), key.bytes().end());
     }
 
@@ -117,14 +117,14 @@ TEST_F(CutFiles, AnIndexCutOffIsToldOrMadeAnew)
 {
     const auto whole = std::filesystem::file_size(mdx);
     ASSERT_GT(whole, 60U * 1024);
-    std::size_t lines = linesInTable;
+    std::size_t lines = linesToCut;
     for (const std::uintmax_t size :
          {std::uintmax_t{0}, std::uintmax_t{100}, std::uintmax_t{2048}, std::uintmax_t{5 * 1024}, whole / 2,
           whole / 2 + 300, whole - 1024, whole - 512}) {
         for (const Reading how : {Reading::seek, Reading::range, Reading::everything, Reading::change}) {
             SCOPED_TRACE(std::to_string(size) + " bytes, reading " + std::to_string(static_cast<int>(how)));
             std::filesystem::resize_file(mdx, size);
-            const Status first = ask(*table, how, someKey, line(linesInTable), lines);
+            const Status first = ask(*table, how, someKey, line(linesToCut), lines);
             lines = table->recordCount();
             if (!first.ok()) {
                 EXPECT_EQ(first.kind(), ErrorKind::damaged) << first.message();
@@ -145,10 +145,10 @@ TEST_F(CutFiles, AnIndexThatWasShortForAMomentIsReadAsItIsNow)
     const std::string good = readFile(mdx);
     for (const Reading how : {Reading::seek, Reading::everything}) {
         std::filesystem::resize_file(mdx, 8192);
-        std::ignore = ask(*table, how, someKey, {}, linesInTable);
+        std::ignore = ask(*table, how, someKey, {}, linesToCut);
         writeFile(mdx, good);
-        std::ignore = ask(*table, how, someKey, {}, linesInTable);
-        expectWhole(linesInTable);
+        std::ignore = ask(*table, how, someKey, {}, linesToCut);
+        expectWhole(linesToCut);
     }
 }
 
@@ -160,9 +160,8 @@ TEST_F(CutFiles, ATableCutOffIsRefusedAndNotWrittenTo)
         for (const Reading how : {Reading::change, Reading::refresh, Reading::everything}) {
             SCOPED_TRACE(std::to_string(size) + " bytes, reading " + std::to_string(static_cast<int>(how)));
             std::filesystem::resize_file(dbf, size);
-            const Status status = how == Reading::everything
-                                      ? table->read(linesInTable, record)
-                                      : ask(*table, how, someKey, line(0), linesInTable);
+            const Status status = how == Reading::everything ? table->read(linesToCut, record)
+                                                             : ask(*table, how, someKey, line(0), linesToCut);
             if (how != Reading::refresh) {
                 EXPECT_EQ(status.kind(), ErrorKind::damaged) << status.message();
             }
@@ -171,7 +170,7 @@ TEST_F(CutFiles, ATableCutOffIsRefusedAndNotWrittenTo)
         }
     }
     open(); // the content is back: so is the table
-    expectWhole(linesInTable);
+    expectWhole(linesToCut);
 }
 
 TEST_F(CutFiles, AJournalCutOffIsToldUntilTheTableIsOpenedAgain)
@@ -179,12 +178,12 @@ TEST_F(CutFiles, AJournalCutOffIsToldUntilTheTableIsOpenedAgain)
     for (const std::uintmax_t size : {0, 50}) {
         std::filesystem::resize_file(jnl, size);
         for (const Reading how : {Reading::seek, Reading::range, Reading::change, Reading::refresh}) {
-            const Status status = ask(*table, how, someKey, line(0), linesInTable);
+            const Status status = ask(*table, how, someKey, line(0), linesToCut);
             EXPECT_EQ(status.kind(), ErrorKind::damaged) << status.message();
             EXPECT_NE(status.message().find("diario"), std::string::npos) << status.message();
         }
         open();
-        expectWhole(linesInTable);
+        expectWhole(linesToCut);
     }
 }
 
