@@ -52,8 +52,12 @@ public:
     Status collectLocked(std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
                          std::vector<RecordNumber> &out) const;
     [[nodiscard]] std::size_t number() const { return m_number; }
+    /// The tags have been read anew, and another object stands for this one's; callers may still hold it.
+    void retire() { m_retired = true; }
 
 private:
+    /// Whether the file still has the tag in its place.
+    [[nodiscard]] bool isThere() const;
     using Move = std::function<void(MdxCursor &)>;
     Result<std::optional<IndexEntry>> ask(const Move &move);
     [[nodiscard]] const MdxTag &tag() const;
@@ -66,6 +70,7 @@ private:
     std::size_t m_number;
     TagDefinition m_definition;
     KeyExpression m_expression;
+    bool m_retired = false;
 };
 
 class TableImpl
@@ -136,6 +141,7 @@ private:
     void mapHeader();
     Status openIndex();
     void dropIndexFile();
+    void retireIndexes();
     [[nodiscard]] bool soundForReading();
     Status readTags();
     [[nodiscard]] bool keysFit(const MdxTag &tag, const KeyExpression &expression) const;
@@ -209,6 +215,8 @@ private:
     Mapping m_headerMap; ///< the table's header, which no program ever makes shorter
     std::uint64_t m_journalSize = 0;
     std::vector<std::unique_ptr<MdxIndex>> m_indexes;
+    std::vector<std::unique_ptr<MdxIndex>>
+        m_retiredIndexes; ///< of before a repair; callers hold pointers to them
     std::vector<MemoryTag> m_memoryTags;
 
     JournalHeader m_state;

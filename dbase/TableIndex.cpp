@@ -36,6 +36,13 @@ const MdxTag &MdxIndex::tag() const
     return m_table.m_mdx->tags()[m_number];
 }
 
+bool MdxIndex::isThere() const
+{
+    if (!m_table.m_mdx || m_number >= m_table.m_mdx->tags().size())
+        return false;
+    return !m_retired || (tag().name == m_definition.name && tag().expression == m_definition.expression);
+}
+
 std::vector<std::uint8_t> MdxIndex::fileKey(std::span<const std::uint8_t> key) const
 {
     if (tag().keyType == KeyType::character)
@@ -65,7 +72,7 @@ Result<std::optional<IndexEntry>> MdxIndex::ask(const Move &move)
     const ReadLook look(m_table);
     if (!look.status().ok())
         return look.status();
-    if (!m_table.m_mdx || m_number >= m_table.m_mdx->tags().size())
+    if (!isThere())
         return m_table.failure(ErrorKind::damaged,
                                "el índice ha cambiado; cierre la tabla y vuelva a abrirla");
     MdxCursor cursor(*m_table.m_mdx, tag());
@@ -157,7 +164,7 @@ Status MdxIndex::collect(std::span<const std::uint8_t> low, std::span<const std:
 Status MdxIndex::collectLocked(std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
                                std::vector<RecordNumber> &out) const
 {
-    if (!m_table.m_mdx || m_number >= m_table.m_mdx->tags().size())
+    if (!isThere())
         return m_table.failure(ErrorKind::damaged,
                                "el índice ha cambiado; cierre la tabla y vuelva a abrirla");
     const std::vector<std::uint8_t> end = high.empty() ? std::vector<std::uint8_t>() : fileKey(high);
@@ -495,7 +502,7 @@ Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, const std::vector<KeyEx
     if (!made.ok())
         return made.status();
     std::vector<TagKeys> &keys = made.value();
-    m_indexes.clear();
+    retireIndexes();
     std::vector<std::uint8_t> single;
     for (std::size_t number = 0; number < tags.size(); ++number) {
         orderKeys(tags[number], header.recordCount, keys[number]);

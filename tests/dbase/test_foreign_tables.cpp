@@ -179,7 +179,8 @@ protected:
     {
         const Status status = const_cast<Table &>(table).check();
         EXPECT_TRUE(status.ok()) << status.message();
-        for (const auto &[tag, order] : dump.orders) {
+        for (const auto &[name, order] : dump.orders) {
+            const std::string tag = name; // clang 14 takes no binding into a lambda
             SCOPED_TRACE(tag);
             Index *const index = table.index(tag);
             ASSERT_NE(index, nullptr);
