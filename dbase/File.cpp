@@ -178,6 +178,15 @@ void File::unlock(std::uint64_t offset, std::uint64_t length) noexcept
     UnlockFileEx(m_native->handle, 0, static_cast<DWORD>(length), static_cast<DWORD>(length >> 32U), &place);
 }
 
+Result<bool> File::isLockedElsewhere(std::uint64_t offset, std::uint64_t length)
+{
+    // The system has no question for this: it is tried.
+    const auto got = tryLock(offset, length, LockKind::exclusive);
+    if (got.ok() && got.value())
+        unlock(offset, length);
+    return got.ok() ? Result<bool>(!got.value()) : got;
+}
+
 Status File::reserve(std::uint64_t /*offset*/, std::uint64_t /*bytes*/)
 {
     return {};
@@ -226,8 +235,10 @@ namespace
 // drop them.
 #if defined(F_OFD_SETLK)
 constexpr int setLockCommand = F_OFD_SETLK;
+constexpr int askLockCommand = F_OFD_GETLK;
 #else
 constexpr int setLockCommand = F_SETLK;
+constexpr int askLockCommand = F_GETLK;
 #endif
 
 Status failure(const std::string &what, const std::string &name)
@@ -365,6 +376,16 @@ void File::unlock(std::uint64_t offset, std::uint64_t length) noexcept
     struct flock range = rangeOf(offset, length, F_UNLCK);
     while (::fcntl(m_native->descriptor, setLockCommand, &range) != 0 && errno == EINTR) {
     }
+}
+
+Result<bool> File::isLockedElsewhere(std::uint64_t offset, std::uint64_t length)
+{
+    struct flock range = rangeOf(offset, length, F_WRLCK);
+    while (::fcntl(m_native->descriptor, askLockCommand, &range) != 0) {
+        if (errno != EINTR)
+            return failure("no se puede consultar el bloqueo", m_native->name);
+    }
+    return range.l_type != F_UNLCK;
 }
 
 Status File::reserve(std::uint64_t offset, std::uint64_t bytes)

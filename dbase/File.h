@@ -68,6 +68,8 @@ public:
     /// with the old one perhaps lost, when somebody else is in the way.
     Result<bool> convertLock(std::uint64_t offset, std::uint64_t length, LockKind kind);
     void unlock(std::uint64_t offset, std::uint64_t length) noexcept;
+    /// Whether somebody else holds a lock on a byte range; takes none.
+    Result<bool> isLockedElsewhere(std::uint64_t offset, std::uint64_t length);
 
 private:
     friend class Mapping;

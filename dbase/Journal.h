@@ -36,6 +36,7 @@
 
 #include "dbase/Record.h"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -76,11 +77,13 @@ struct Commit {
     std::vector<RecordChange> changes;
 };
 
-[[nodiscard]] std::vector<std::uint8_t> encodeJournalHeader(const JournalHeader &header);
+using JournalHeaderBytes = std::array<std::uint8_t, journalSector>;
+[[nodiscard]] JournalHeaderBytes encodeJournalHeader(const JournalHeader &header);
 /// @return nothing for bytes that no journal can hold.
 [[nodiscard]] std::optional<JournalHeader> decodeJournalHeader(std::span<const std::uint8_t> bytes);
 
-[[nodiscard]] std::vector<std::uint8_t> encodeCommit(const Commit &commit, std::size_t recordLength);
+/// @param out  receives the bytes; given, so that one buffer serves commit after commit.
+void encodeCommit(const Commit &commit, std::size_t recordLength, std::vector<std::uint8_t> &out);
 /// The commit that begins at the start of `bytes`. @return nothing when there is none of that number and
 /// record length.
 [[nodiscard]] std::optional<Commit> decodeCommit(std::span<const std::uint8_t> bytes, std::uint64_t number,

@@ -20,6 +20,7 @@ constexpr std::size_t headerPageCountAt = 32;
 constexpr std::size_t headerUpdatedAt = 44;
 constexpr std::size_t headerTagCountAt = 28;
 
+constexpr std::size_t mostSpare = 16; ///< blocks
 constexpr std::uint64_t mappingSlack = std::uint64_t{4} * 1024 * 1024;
 
 std::uint64_t offsetOf(PageNumber page)
@@ -62,6 +63,7 @@ Status MdxFile::load()
     if (!header.ok())
         return named(header.status());
     m_header = std::move(header).value();
+    std::copy_n(bytes.begin() + headerPageCountAt, m_countsSeen.size(), m_countsSeen.begin());
     m_pagesInFile = m_header.pageCount;
     forgetLost();
     m_coveredPages = 0;
@@ -170,7 +172,7 @@ Result<bool> MdxFile::look()
 {
     m_read.clear();
     forgetLost();
-    std::array<std::uint8_t, headerPageCountAt + 8> head{};
+    std::array<std::uint8_t, headerUpdatedAt + 3> head{};
     if (m_mapped && m_coveredPages >= mdxFirstBlock) {
         std::memcpy(head.data(), m_mapping.data(), head.size());
     } else {
@@ -186,6 +188,7 @@ Result<bool> MdxFile::look()
     m_header.pageCount = pages;
     m_pagesInFile = pages;
     m_header.freePage = get32(&head[headerPageCountAt + 4]);
+    std::copy_n(head.begin() + headerPageCountAt, m_countsSeen.size(), m_countsSeen.begin());
     if (m_header.freePage != 0 && !inFile(m_header.freePage))
         return false;
     for (MdxTag &tag : m_tags) {
@@ -206,6 +209,23 @@ Result<bool> MdxFile::look()
 
 // ---------------------------------------------------------------------------------------------------------------------
 
+MdxFile::Block &MdxFile::stage(PageNumber page)
+{
+    if (m_spare.empty())
+        return m_staged[page];
+    auto node = std::move(m_spare.back());
+    m_spare.pop_back();
+    node.key() = page;
+    return m_staged.insert(std::move(node)).position->second;
+}
+
+void MdxFile::unstage()
+{
+    while (!m_staged.empty() && m_spare.size() < mostSpare)
+        m_spare.push_back(m_staged.extract(m_staged.begin()));
+    m_staged.clear();
+}
+
 std::uint8_t *MdxFile::change(PageNumber page)
 {
     if (const auto staged = m_staged.find(page); staged != m_staged.end())
@@ -213,7 +233,7 @@ std::uint8_t *MdxFile::change(PageNumber page)
     const std::uint8_t *const now = block(page);
     if (!now)
         return nullptr;
-    Block &copy = m_staged[page];
+    Block &copy = stage(page);
     std::memcpy(copy.data(), now, copy.size());
     return copy.data();
 }
@@ -234,7 +254,7 @@ PageNumber MdxFile::allocate()
         return 0;
     const PageNumber page = m_header.pageCount;
     m_header.pageCount += 2;
-    m_staged[page] = Block{};
+    stage(page).fill(0);
     return page;
 }
 
@@ -255,7 +275,7 @@ std::uint64_t MdxFile::growth() const
 
 void MdxFile::drop()
 {
-    m_staged.clear();
+    unstage();
     m_header.pageCount = m_pagesInFile;
 }
 
@@ -268,10 +288,14 @@ Status MdxFile::writeStaged()
         auto end = std::next(at);
         while (end != m_staged.rend() && end->first + 2 == first)
             first = (end++)->first;
-        run.clear();
-        for (auto from = end.base(); from != at.base(); ++from)
-            run.insert(run.end(), from->second.begin(), from->second.end());
-        if (const Status status = m_file.writeAt(offsetOf(first), run); !status.ok())
+        std::span<const std::uint8_t> bytes = at->second;
+        if (std::next(at) != end) {
+            run.clear();
+            for (auto from = end.base(); from != at.base(); ++from)
+                run.insert(run.end(), from->second.begin(), from->second.end());
+            bytes = run;
+        }
+        if (const Status status = m_file.writeAt(offsetOf(first), bytes); !status.ok())
             return status;
         at = end;
     }
@@ -290,15 +314,18 @@ Status MdxFile::write(Date today)
     Status status = writeStaged();
     if (!status.ok())
         return status;
-    std::array<std::uint8_t, headerUpdatedAt + 3 - headerPageCountAt> head{};
+    Counts head = m_countsSeen;
     put32(&head[0], m_header.pageCount);
     put32(&head[4], m_header.freePage);
     head[12] = static_cast<std::uint8_t>(today.year - 1900);
     head[13] = static_cast<std::uint8_t>(today.month);
     head[14] = static_cast<std::uint8_t>(today.day);
-    status = m_file.writeAt(headerPageCountAt, head);
+    if (head != m_countsSeen)
+        status = m_file.writeAt(headerPageCountAt, head);
+    if (status.ok())
+        m_countsSeen = head;
     m_pagesInFile = m_header.pageCount;
-    m_staged.clear();
+    unstage();
     m_read.clear();
     return status;
 }
@@ -332,7 +359,7 @@ Status MdxFile::rewrite(const MdxHeader &given, std::span<const MdxTag> tags, st
     Status status = m_file.writeAt(0, image);
     if (status.ok())
         status = m_file.truncate(image.size());
-    m_staged.clear();
+    unstage();
     return status.ok() ? load() : status;
 }
 

@@ -79,6 +79,8 @@ private:
     bool cover(PageNumber pages);
     void forgetLost();
     [[nodiscard]] bool inFile(PageNumber page) const;
+    [[nodiscard]] Block &stage(PageNumber page);
+    void unstage();
     Status writeStaged();
 
     File m_file;
@@ -89,7 +91,11 @@ private:
     mutable std::map<PageNumber, Block>
         m_read; ///< where nothing is mapped: blocks read since the last look()
     std::map<PageNumber, Block> m_staged;
+    std::vector<std::map<PageNumber, Block>::node_type> m_spare; ///< of staged blocks, to be used again
     MdxHeader m_header;
+    /// Number of pages, first free one, four bytes that are nobody's, date of the last change.
+    using Counts = std::array<std::uint8_t, 15>;
+    Counts m_countsSeen{};        ///< as they stand in the file
     PageNumber m_pagesInFile = 0; ///< before staged blocks
     std::vector<MdxTag> m_tags;
 };

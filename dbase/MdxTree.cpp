@@ -105,6 +105,15 @@ void MdxCursor::descend(std::span<const std::uint8_t> prefix, bool after)
     m_valid = top().position < top().count;
 }
 
+bool MdxCursor::followsSmaller(std::span<const std::uint8_t> key, RecordNumber record) const
+{
+    if (damaged() || m_depth == 0 || top().position == 0)
+        return false;
+    const std::uint8_t *const before = item(top(), top().position - 1);
+    return get32(before) < record ||
+           compareMdxKeys(m_tag.keyType, before + childSize, key.data(), key.size()) != 0;
+}
+
 void MdxCursor::seek(std::span<const std::uint8_t> prefix, bool after)
 {
     descend(prefix, after);
@@ -219,6 +228,10 @@ Status MdxTree::insert(std::span<const std::uint8_t> key, RecordNumber record)
     const auto isEqual = [&] {
         return path.valid() && compareMdxKeys(m_tag.keyType, path.key(), key.data(), key.size()) == 0;
     };
+    // The usual case first: no equal key, or only those of earlier lines, in the leaf where searches arrive.
+    path.descend(key, true);
+    if (path.followsSmaller(key, record))
+        return insertItem(path, path.depth() - 1, key.data(), record);
     path.seek(key);
     while (isEqual() && path.record() < record)
         path.next();

@@ -83,7 +83,11 @@ Status TableImpl::update(RecordNumber number, std::span<const std::uint8_t> befo
     if (!status.ok())
         return status;
     std::vector<std::uint8_t> present(header.recordLength);
-    status = readRecord(number, present);
+    if (m_lastRead == number) // read a moment ago under these same locks
+        present = m_lastBytes;
+    else
+        status = readRecord(number, present);
+    m_lastRead = 0;
     if (status.ok() && !std::equal(present.begin(), present.end(), before.begin(), before.end()))
         status = failure(ErrorKind::conflict, isDeleted(present)
                                                   ? "otro puesto ha borrado la línea mientras tanto"
@@ -215,7 +219,8 @@ Status TableImpl::stageKeys(const Commit &commit)
 
 Status TableImpl::writeJournal(const Commit &commit)
 {
-    const std::vector<std::uint8_t> bytes = encodeCommit(commit, header.recordLength);
+    encodeCommit(commit, header.recordLength, m_commitBytes);
+    const std::span<const std::uint8_t> bytes = m_commitBytes;
     if (header.recordCount < m_state.tableRecords) {
         // Another program has packed the table: what the journal says is about lines that have other numbers
         // now.
@@ -422,7 +427,8 @@ Status TableImpl::finishDeadCommit()
                         : cut.status();
     }
     // That it can be read does not mean that it is on disk: a cut from here on must find it there.
-    const std::vector<std::uint8_t> again = encodeCommit(*dead, header.recordLength);
+    std::vector<std::uint8_t> again;
+    encodeCommit(*dead, header.recordLength, again);
     Status status = m_journal.writeAt(m_state.tail, again);
     if (status.ok())
         status = m_journal.sync();

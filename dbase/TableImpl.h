@@ -97,7 +97,8 @@ public:
     [[nodiscard]] std::vector<TagDefinition> tags() const;
     [[nodiscard]] Index *index(std::string_view tag);
     Status liveRows(Index *index, std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
-                    std::vector<RecordNumber> &numbers, std::vector<std::uint8_t> *rows);
+                    std::vector<RecordNumber> &numbers, std::vector<std::uint8_t> *rows,
+                    std::size_t mostRows);
     Status check();
     Status reindex();
     Status pack();
@@ -166,6 +167,7 @@ private:
     Status checkNotLockedElsewhere(RecordNumber number, RangeLock &held);
     /// Reads the journal's header; true when a commit of somebody who died waits to be finished.
     Result<bool> lookAtJournal();
+    void takeState(const JournalHeader &state, std::span<const std::uint8_t> bytes);
     [[nodiscard]] File &readLockFile();
 
     // TableChange.cpp
@@ -220,8 +222,9 @@ private:
     std::vector<MemoryTag> m_memoryTags;
 
     JournalHeader m_state;
-    std::vector<std::uint8_t> m_stateBytes; ///< as m_state was read
-    std::uint64_t m_seenCommit = 0;         ///< last one that refresh() knows of
+    JournalHeaderBytes m_stateBytes{};       ///< as m_state was read
+    std::vector<std::uint8_t> m_commitBytes; ///< last commit as it was written
+    std::uint64_t m_seenCommit = 0;          ///< last one that refresh() knows of
     FileStamp m_stamp;
     bool m_stampDoubtful = true; ///< the file changed so lately that an equal stamp proves nothing
     std::vector<std::uint8_t> m_dateAndCount;
@@ -236,6 +239,8 @@ private:
     RangeLock m_presence;
     std::set<RecordNumber> m_locked;
     std::optional<Commit> m_group;
+    mutable RecordNumber m_lastRead = 0; ///< line last read under the change locks, 0 for none
+    mutable std::vector<std::uint8_t> m_lastBytes;
     Status m_poison;
     bool m_indexSuspect = false;
     std::minstd_rand m_random;

@@ -202,8 +202,7 @@ Status TableImpl::afterReading(const MdxCursor &cursor)
 
 Status TableImpl::readRecord(RecordNumber number, std::span<std::uint8_t> record) const
 {
-    if (m_group && number > header.recordCount && number <= m_group->recordCount &&
-        record.size() == header.recordLength) {
+    if (m_group && number <= m_group->recordCount && record.size() == header.recordLength) {
         const auto last =
             std::find_if(m_group->changes.rbegin(), m_group->changes.rend(),
                          [number](const RecordChange &change) { return change.number == number; });
@@ -219,6 +218,10 @@ Status TableImpl::readRecord(RecordNumber number, std::span<std::uint8_t> record
         return got.status();
     if (got.value() != record.size())
         return failure(ErrorKind::damaged, "el fichero acaba dentro de la línea " + std::to_string(number));
+    if (m_held == Held::changing) {
+        m_lastRead = number;
+        m_lastBytes.assign(record.begin(), record.end());
+    }
     return {};
 }
 
@@ -261,11 +264,11 @@ Status TableImpl::knowOf(RecordNumber number)
     return failure(ErrorKind::damaged, "el índice nombra una línea que no existe");
 }
 
-/// The live lines between two bounds, in order; their bytes too when `rows` is given. All under one index
-/// lock.
+/// The live lines between two bounds, in order; the bytes of the first ones too when `rows` is given. All
+/// under one index lock.
 Status TableImpl::liveRows(Index *wanted, std::span<const std::uint8_t> low,
                            std::span<const std::uint8_t> high, std::vector<RecordNumber> &numbers,
-                           std::vector<std::uint8_t> *rows)
+                           std::vector<std::uint8_t> *rows, std::size_t mostRows)
 {
     const ReadLook look(*this);
     if (!look.status().ok())
@@ -282,6 +285,7 @@ Status TableImpl::liveRows(Index *wanted, std::span<const std::uint8_t> low,
         for (RecordNumber number = 1; number <= header.recordCount; ++number)
             found[number - 1] = number;
     }
+    const std::size_t already = numbers.size();
     const std::size_t length = header.recordLength;
     std::vector<std::uint8_t> buffer;
     for (std::size_t at = 0; at < found.size();) {
@@ -304,7 +308,7 @@ Status TableImpl::liveRows(Index *wanted, std::span<const std::uint8_t> low,
             if (isDeleted(row) || row[0] == dbfEndMark)
                 continue;
             numbers.push_back(found[at + i]);
-            if (rows)
+            if (rows && numbers.size() - already <= mostRows)
                 rows->insert(rows->end(), row.begin(), row.end());
         }
         at = end;

@@ -105,8 +105,7 @@ bool TableImpl::soundForReading()
         const auto state =
             got.ok() && got.value() == bytes.size() ? decodeJournalHeader(bytes) : std::nullopt;
         if (state) {
-            m_state = *state;
-            m_stateBytes = bytes;
+            takeState(*state, bytes);
             if (closedAsSeen())
                 return true;
         }

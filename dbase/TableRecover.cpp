@@ -135,8 +135,7 @@ Status TableImpl::recover()
     bytes.resize(got.value());
     const auto state = isNew ? std::nullopt : decodeJournalHeader(bytes);
     if (state) {
-        m_state = *state;
-        m_stateBytes = bytes;
+        takeState(*state, bytes);
         if (closedAsSeen())
             return {};
     } else if (const Status status = startJournal(); !status.ok()) {
@@ -173,7 +172,8 @@ Status TableImpl::recover()
                                 header.recordLength);
         if (!one)
             break;
-        at += commitRoom(encodeCommit(*one, header.recordLength).size());
+        encodeCommit(*one, header.recordLength, m_commitBytes);
+        at += commitRoom(m_commitBytes.size());
         commits.push_back(std::move(*one));
     }
     Status status = got.status();
