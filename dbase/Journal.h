@@ -16,7 +16,7 @@
 //       40    8  time of the table then
 //       48    8  size of the index then
 //       56    8  time of the index then
-//       64    4  records of the table then
+//       64    4  records that the table has had on disk for sure, since the last flush
 //       68    4  check sum of the bytes before
 //
 // Commits, from 512 on, each on a sector boundary
@@ -60,7 +60,7 @@ struct JournalHeader {
     std::int64_t tableTime = 0;
     std::uint64_t indexSize = 0;
     std::int64_t indexTime = 0;
-    std::uint32_t tableRecords = 0;
+    std::uint32_t tableRecords = 0; ///< on disk for sure; only another program makes the table shorter
     friend bool operator==(const JournalHeader &, const JournalHeader &) = default;
 };
 

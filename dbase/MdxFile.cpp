@@ -57,6 +57,7 @@ Status MdxFile::load()
     m_header = std::move(header).value();
     std::copy_n(bytes.begin() + mdxHeader::pageCount, m_countsSeen.size(), m_countsSeen.begin());
     m_pagesInFile = m_header.pageCount;
+    forgetLost();
     m_coveredPages = 0;
     if (!cover(m_pagesInFile))
         return {ErrorKind::damaged, "el índice dice tener más bloques que el fichero", m_name};
@@ -121,14 +122,34 @@ bool MdxFile::cover(PageNumber pages)
     return true;
 }
 
+/// After another program has made the file shorter: it is mapped anew.
+void MdxFile::forgetLost()
+{
+    if (!m_mapping.lost())
+        return;
+    m_mapping = Mapping();
+    m_coveredPages = 0;
+}
+
+bool MdxFile::inFile(PageNumber page) const
+{
+    return page >= mdxFirstBlock && page <= m_pagesInFile - 2;
+}
+
 const std::uint8_t *MdxFile::block(PageNumber page) const
 {
     if (const auto staged = m_staged.find(page); staged != m_staged.end())
         return staged->second.data();
-    if (page < mdxFirstBlock || page > m_pagesInFile - 2)
+    if (!inFile(page))
         return nullptr;
-    if (m_mapped && page <= m_coveredPages - 2)
-        return m_mapping.data() + offsetOf(page);
+    if (m_mapped && page <= m_coveredPages - 2) {
+        const std::uint8_t *const mapped = m_mapping.data() + offsetOf(page);
+        if (get32(mapped) != 0)
+            return mapped;
+        // A block of no entries is rare; where the file has become shorter every block looks like one.
+        const auto stamp = m_file.stamp();
+        return stamp.ok() && stamp.value().size >= offsetOf(page + 2) ? mapped : nullptr;
+    }
     const auto [found, added] = m_read.try_emplace(page);
     if (!added)
         return found->second.data();
@@ -142,6 +163,7 @@ const std::uint8_t *MdxFile::block(PageNumber page) const
 Result<bool> MdxFile::look()
 {
     m_read.clear();
+    forgetLost();
     std::array<std::uint8_t, mdxHeader::updated + 3> head{};
     if (m_mapped && m_coveredPages >= mdxFirstBlock) {
         std::memcpy(head.data(), m_mapping.data(), head.size());
@@ -159,7 +181,7 @@ Result<bool> MdxFile::look()
     m_pagesInFile = pages;
     m_header.freePage = get32(&head[mdxHeader::freePage]);
     std::copy_n(head.begin() + mdxHeader::pageCount, m_countsSeen.size(), m_countsSeen.begin());
-    if (m_header.freePage != 0 && !block(m_header.freePage))
+    if (m_header.freePage != 0 && !inFile(m_header.freePage))
         return false;
     for (MdxTag &tag : m_tags) {
         const std::uint8_t *const bytes = block(tag.headerPage);
@@ -375,6 +397,14 @@ bool boundsHold(const MdxCursor &cursor, const MdxTag &tag)
     return true;
 }
 
+/// Other programs count the digits of a number differently: one number has several keys.
+bool sameKey(const MdxTag &tag, const std::uint8_t *a, const std::uint8_t *b)
+{
+    const auto length = static_cast<std::size_t>(tag.keyLength);
+    return tag.keyType == KeyType::numeric ? compareMdxKeys(tag.keyType, a, b, length) == 0
+                                           : std::memcmp(a, b, length) == 0;
+}
+
 } // namespace
 
 bool holdsExactly(const BlockSource &source, const MdxTag &tag, const TagKeys &keys, BlockUse &use)
@@ -395,7 +425,7 @@ bool holdsExactly(const BlockSource &source, const MdxTag &tag, const TagKeys &k
             return false; // also ends a walk that goes in circles
         seen[record - 1] = true;
         ++entries;
-        if (std::memcmp(cursor.key(), keys.keys.data() + (record - 1) * length, length) != 0)
+        if (!sameKey(tag, cursor.key(), keys.keys.data() + (record - 1) * length))
             return false;
         if (!previous.empty() && tag.compare(previous.data(), cursor.key(), length) > 0)
             return false;

@@ -55,6 +55,9 @@ public:
 
     /// Takes in where roots and blocks are now. @return whether the tags are still the same ones.
     Result<bool> look();
+    /// Whether another program has made the file shorter since the last look(), and blocks that are gone were
+    /// read as empty ones.
+    [[nodiscard]] bool shortened() const { return m_mapping.lost(); }
 
     // BlockStore
     [[nodiscard]] const std::uint8_t *block(PageNumber page) const override;
@@ -81,6 +84,8 @@ private:
     using Block = std::array<std::uint8_t, mdxBlockSize>;
     MdxFile(File file, std::string name);
     bool cover(PageNumber pages);
+    void forgetLost();
+    [[nodiscard]] bool inFile(PageNumber page) const;
     [[nodiscard]] Block &stage(PageNumber page);
     void unstage();
     Status writeStaged();

@@ -186,6 +186,10 @@ std::string Table::readOnlyReason() const
 {
     return m_impl->readOnly ? m_impl->readOnlyReason : std::string();
 }
+std::string Table::notice() const
+{
+    return m_impl->notice;
+}
 
 Index *Table::index(std::string_view tag) const
 {

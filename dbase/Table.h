@@ -136,6 +136,8 @@ public:
     Status pack();
     /// Why the table takes no changes; empty when it does.
     [[nodiscard]] std::string readOnlyReason() const;
+    /// What opening has found and done that the user should be told; mostly empty.
+    [[nodiscard]] std::string notice() const;
 
     /// The live records between two bounds of an index (see Index::collect), or of the whole table in the
     /// order of the file when `index` is null, appended to `out`.

@@ -223,13 +223,19 @@ Status TableImpl::stageKeys(const Commit &commit)
                 return status;
         }
     }
-    return {};
+    return m_mdx->shortened() ? failure(ErrorKind::damaged, "otro programa ha acortado el índice") : Status();
 }
 
 Status TableImpl::writeJournal(const Commit &commit)
 {
     encodeCommit(commit, header.recordLength, m_commitBytes);
     const std::span<const std::uint8_t> bytes = m_commitBytes;
+    if (header.recordCount < m_state.tableRecords) {
+        // Another program has packed the table: what the journal says is about lines that have other numbers
+        // now.
+        if (const Status status = checkpoint(false); !status.ok())
+            return status;
+    }
     if (m_state.tail + commitRoom(bytes.size()) > m_journalSize) {
         // Nothing that was promised to outlive a power cut is in the way of the new commits: no need to wait
         // for the disk.
@@ -367,7 +373,9 @@ Status TableImpl::readDateAndCount(std::vector<std::uint8_t> &bytes) const
 {
     if (m_headerMap.size() >= dbfFixedHeader) {
         std::copy_n(m_headerMap.data() + dbfDateOffset, bytes.size(), bytes.begin());
-        return {};
+        // No month: where another program has cut the file off, what was there reads as zeros.
+        if (bytes[1] != 0 && !m_headerMap.lost())
+            return {};
     }
     const auto got = m_dbf.readAt(dbfDateOffset, bytes);
     if (!got.ok())
@@ -427,6 +435,12 @@ Status TableImpl::finishDeadCommit()
         // It died while writing it: nothing has been changed. The place must not look like a commit any more.
         const std::vector<std::uint8_t> nothing(journalSector, 0);
         return m_journal.writeAt(m_state.tail, nothing);
+    }
+    if (const auto cut = isCutBack(); !cut.ok() || cut.value()) {
+        return cut.ok() ? failure(ErrorKind::damaged,
+                                  "la tabla ha perdido líneas mientras estaba abierta; ciérrela "
+                                  "en todos los puestos y vuelva a abrirla")
+                        : cut.status();
     }
     // That it can be read does not mean that it is on disk: a cut from here on must find it there.
     std::vector<std::uint8_t> again;

@@ -53,8 +53,12 @@ public:
     Status collectLocked(std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
                          std::vector<RecordNumber> &out) const;
     [[nodiscard]] std::size_t number() const { return m_number; }
+    /// The tags have been read anew, and another object stands for this one's; callers may still hold it.
+    void retire() { m_retired = true; }
 
 private:
+    /// Whether the file still has the tag in its place.
+    [[nodiscard]] bool isThere() const;
     using Move = std::function<void(MdxCursor &)>;
     Result<std::optional<IndexEntry>> ask(const Move &move);
     [[nodiscard]] const MdxTag &tag() const;
@@ -67,6 +71,7 @@ private:
     std::size_t m_number;
     TagDefinition m_definition;
     TagRule m_rule;
+    bool m_retired = false;
 };
 
 class TableImpl
@@ -109,6 +114,7 @@ public:
     TableHeader header;
     bool readOnly = false;
     std::string readOnlyReason;
+    std::string notice; ///< what opening has found that somebody should know
     bool isNew = false; ///< just created: what an old journal says is not about this table
     std::uint64_t version = 1;
     std::shared_ptr<const bool> alive = std::make_shared<const bool>(true); ///< expires with this object
@@ -138,6 +144,7 @@ private:
     Status openIndex();
     void dropIndexFile();
     void goOnWithoutIndexFile();
+    void retireIndexes();
     [[nodiscard]] bool soundForReading();
     Status readTags();
     [[nodiscard]] std::string whyNotKept(const MdxTag &tag, const Result<TagRule> &rule) const;
@@ -146,6 +153,8 @@ private:
     [[nodiscard]] MdxTag newTag(const TagDefinition &wanted, const KeyExpression &expression) const;
     Status needTags();
     Status recover();
+    [[nodiscard]] Result<bool> isCutBack() const;
+    Status setJournalAside(std::span<const std::uint8_t> journal);
     Status checkpoint(bool closing);
     void closeInOrder();
     [[nodiscard]] bool closedAsSeen() const;
@@ -188,6 +197,7 @@ private:
     Status readDateAndCount(std::vector<std::uint8_t> &bytes) const;
     [[nodiscard]] Result<RecordNumber> announcedCount() const;
     Status knowOf(RecordNumber number);
+    Status afterReading(const MdxCursor &cursor);
     Status poison(const Status &cause);
     void noteCommit(const Commit &commit);
 
@@ -218,6 +228,8 @@ private:
     Mapping m_headerMap; ///< the table's header, which no program ever makes shorter
     std::uint64_t m_journalSize = 0;
     std::vector<std::unique_ptr<MdxIndex>> m_indexes;
+    std::vector<std::unique_ptr<MdxIndex>>
+        m_retiredIndexes; ///< of before a repair; callers hold pointers to them
     std::vector<MemoryTag> m_memoryTags;
 
     JournalHeader m_state;

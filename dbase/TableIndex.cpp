@@ -42,6 +42,13 @@ const MdxTag &MdxIndex::tag() const
     return m_table.m_mdx->tags()[m_number];
 }
 
+bool MdxIndex::isThere() const
+{
+    if (!m_table.m_mdx || m_number >= m_table.m_mdx->tags().size())
+        return false;
+    return !m_retired || (tag().name == m_definition.name && tag().expression == m_definition.expression);
+}
+
 std::vector<std::uint8_t> MdxIndex::fileKey(std::span<const std::uint8_t> key) const
 {
     if (tag().keyType == KeyType::character)
@@ -71,21 +78,19 @@ Result<std::optional<IndexEntry>> MdxIndex::ask(const Move &move)
     const ReadLook look(m_table);
     if (!look.status().ok())
         return look.status();
-    if (!m_table.m_mdx || m_number >= m_table.m_mdx->tags().size())
+    if (!isThere())
         return m_table.failure(ErrorKind::damaged,
                                "el índice ha cambiado; cierre la tabla y vuelva a abrirla");
     MdxCursor cursor(*m_table.m_mdx, tag());
     move(cursor);
-    if (cursor.damaged()) {
-        m_table.m_indexSuspect = true; // the next look puts it in order
-        const Status status = cursor.status();
-        return Status(status.kind(), status.text(), m_table.name, status.offset());
-    }
-    if (!cursor.valid())
-        return std::optional<IndexEntry>();
-    if (const Status status = m_table.knowOf(cursor.record()); !status.ok())
+    auto entry = cursor.valid() ? std::optional(entryAt(cursor)) : std::nullopt;
+    if (const Status status = m_table.afterReading(cursor); !status.ok())
         return status;
-    return std::optional(entryAt(cursor));
+    if (!entry)
+        return entry;
+    if (const Status status = m_table.knowOf(entry->record); !status.ok())
+        return status;
+    return entry;
 }
 
 Result<std::optional<IndexEntry>> MdxIndex::find(std::span<const std::uint8_t> prefix)
@@ -165,7 +170,7 @@ Status MdxIndex::collect(std::span<const std::uint8_t> low, std::span<const std:
 Status MdxIndex::collectLocked(std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
                                std::vector<RecordNumber> &out) const
 {
-    if (!m_table.m_mdx || m_number >= m_table.m_mdx->tags().size())
+    if (!isThere())
         return m_table.failure(ErrorKind::damaged,
                                "el índice ha cambiado; cierre la tabla y vuelva a abrirla");
     const std::vector<std::uint8_t> end = high.empty() ? std::vector<std::uint8_t>() : fileKey(high);
@@ -181,10 +186,21 @@ Status MdxIndex::collectLocked(std::span<const std::uint8_t> low, std::span<cons
         if (out.size() > most)
             return m_table.failure(ErrorKind::damaged, "el índice da vueltas");
     }
+    return m_table.afterReading(cursor);
+}
+
+/// Whether what a cursor has read may be believed; if not, the next look puts the index in order.
+Status TableImpl::afterReading(const MdxCursor &cursor)
+{
+    if (m_mdx->shortened()) {
+        m_indexSuspect = true;
+        return failure(ErrorKind::damaged, "otro programa ha acortado el índice mientras se leía");
+    }
     if (!cursor.damaged())
         return {};
-    m_table.m_indexSuspect = true;
-    return cursor.status();
+    m_indexSuspect = true;
+    const Status status = cursor.status();
+    return {status.kind(), status.text(), name, status.offset()};
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -492,7 +508,7 @@ bool TableImpl::indexIsRight(std::span<const TagKeys> keys) const
         if (!holdsExactly(*m_mdx, m_mdx->tags()[number], keys[number], use))
             return false;
     }
-    return m_mdx->freeListIsApart(use);
+    return m_mdx->freeListIsApart(use) && !m_mdx->shortened();
 }
 
 Status TableImpl::repairIndex()
@@ -524,7 +540,7 @@ Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRu
     if (!made.ok())
         return made.status();
     std::vector<TagKeys> &keys = made.value();
-    m_indexes.clear();
+    retireIndexes();
     std::vector<std::uint8_t> single;
     for (std::size_t number = 0; number < tags.size(); ++number) {
         orderKeys(tags[number], header.recordCount, keys[number]);

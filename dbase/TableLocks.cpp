@@ -57,6 +57,8 @@ Result<bool> TableImpl::lookAtJournal()
         return false;
     std::vector<std::uint8_t> own;
     std::span<const std::uint8_t> bytes;
+    if (m_journalMap.lost())
+        m_journalMap = Mapping(); // another program has cut the journal off
     if (m_journalMap.size() >= journalSector) {
         bytes = {m_journalMap.data(), m_journalMap.size()};
     } else {

@@ -43,11 +43,22 @@ Status TableImpl::openIndex()
     return status;
 }
 
+/// An index may be in the middle of a question when a repair reads the tags anew, and callers keep pointers:
+/// nothing of it is thrown away before the table is closed.
+void TableImpl::retireIndexes()
+{
+    for (auto &index : m_indexes) {
+        index->retire();
+        m_retiredIndexes.push_back(std::move(index));
+    }
+    m_indexes.clear();
+}
+
 /// The table goes on without its index file.
 void TableImpl::dropIndexFile()
 {
     m_mdxLock.release();
-    m_indexes.clear();
+    retireIndexes();
     m_mdx.reset();
 }
 
@@ -114,7 +125,7 @@ std::string TableImpl::whyNotKept(const MdxTag &tag, const Result<TagRule> &rule
 
 Status TableImpl::readTags()
 {
-    m_indexes.clear();
+    retireIndexes();
     std::string refusal;
     for (std::size_t number = 0; number < m_mdx->tags().size(); ++number) {
         const MdxTag &tag = m_mdx->tags()[number];

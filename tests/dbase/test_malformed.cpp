@@ -25,6 +25,8 @@ constexpr std::size_t slotAt = 544;
 constexpr std::size_t itemsAt = 8;
 constexpr std::size_t itemLength = 20;
 constexpr std::size_t dateAndCountEnd = 8;
+/// Of the processor: nothing may go in circles. A clock that ticks in milliseconds counts waiting, too.
+constexpr std::clock_t patience = CLOCKS_PER_SEC > 1000 ? CLOCKS_PER_SEC : 60 * CLOCKS_PER_SEC;
 
 std::string le16(unsigned value)
 {
@@ -165,7 +167,7 @@ protected:
             EXPECT_TRUE(table->check().ok()) << table->check().message();
             expectWalks(*table, lines);
         }
-        EXPECT_LT(std::clock() - start, CLOCKS_PER_SEC);
+        EXPECT_LT(std::clock() - start, patience);
         expectLines(before);
         const auto again = open();
         ASSERT_TRUE(again);
@@ -352,7 +354,7 @@ TEST_F(Malformed, ADamageThatOpeningDoesNotSeeEndsInANamedFailure)
             EXPECT_TRUE(table->check().ok()) << table->check().message();
             expectWalks(*table, table->recordCount());
         }
-        EXPECT_LT(std::clock() - start, CLOCKS_PER_SEC);
+        EXPECT_LT(std::clock() - start, patience);
         expectLines(good.dbf);
     }
 }
