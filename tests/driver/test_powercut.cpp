@@ -141,7 +141,19 @@ TEST(PowerCut, AfterAWriterDiedInTheMiddleAndOthersWentOn)
                           .fault = Fault{{}, call, EIO, true, true}};
         const Recording recording = record(scene);
         EXPECT_TRUE(recording.faultMet) << call;
-        expectNoFailure(cut(scene, recording, 4, 1));
+        expectNoFailure(cut(scene, recording, 5, 1));
+    }
+}
+
+/// The dead one left half a line, cut in mid-sector; a cut may bring that half back after others have mended
+/// it.
+TEST(PowerCut, AfterOthersFinishedHalfALine)
+{
+    // In its third change, of a line that lies across the edge of a sector.
+    for (int write = 8; write <= 11; ++write) {
+        const Scene scene{
+            .seed = 148, .writers = 2, .changes = 6, .fault = Fault{Call::write, write, EIO, true, true}};
+        expectNoFailure(cut(scene, record(scene), 14, 0));
     }
 }
 
