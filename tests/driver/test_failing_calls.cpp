@@ -142,6 +142,51 @@ TEST(FailingCalls, DamageNothingAndAreTold)
     std::cout << faults << " faults\n";
 }
 
+/// Adds a line as a program does that keeps no index.
+void addForeignLine(const std::filesystem::path &file)
+{
+    constexpr std::size_t headerLength = 289;
+    constexpr std::size_t recordLength = 406;
+    constexpr std::size_t keyAt = 388;
+    std::string bytes = support::readFile(file);
+    std::string line = bytes.substr(headerLength, recordLength);
+    line.replace(keyAt, 16, "foreign         ");
+    bytes.replace(bytes.size() - 1, 1, line + '\x1A');
+    ++bytes[4];
+    support::writeFile(file, bytes);
+}
+
+/// The index is written anew in the middle of a question, and that fails: the object goes on, and the next
+/// question puts it in order.
+TEST(FailingCalls, LeaveAnIndexThatCanBeRepaired)
+{
+    const Image start = newTable();
+    for (const Call call : {Call::write, Call::read, Call::reserve, Call::size, Call::look}) {
+        int number = 1;
+        for (bool met = true; met; ++number) {
+            SCOPED_TRACE("call " + std::to_string(static_cast<int>(call)) + ", " + std::to_string(number));
+            const support::TempFolder folder;
+            writeImage(folder.path(), start);
+            filecalls::watch(folder.path(), false);
+            AgendaTable agenda;
+            ASSERT_TRUE(agenda.open(folder.path(), patience).ok());
+            addForeignLine(folder.path() / "AGENDA_N.DBF");
+            filecalls::fail(Fault{call, number, ENOSPC, false, false});
+            std::ignore = agenda.table().refresh();
+            std::ignore = agenda.find("foreign");
+            met = filecalls::faultMet();
+            filecalls::fail({});
+            std::ignore = agenda.table().refresh();
+            const auto found = agenda.find("foreign");
+            EXPECT_TRUE(found.ok()) << found.status().message();
+            EXPECT_EQ(found.ok() ? found.value() : 0, 5U);
+            EXPECT_TRUE(agenda.table().check().ok());
+            filecalls::unwatch();
+        }
+        EXPECT_GT(number, 2) << "no such call in a repair";
+    }
+}
+
 /// A table that took a failed flush for done would not tell; the test above must see that.
 TEST(FailingCalls, FindAPlantedFault)
 {
