@@ -223,10 +223,13 @@ extern "C" {
 
 int open(const char *path, int flags, ...)
 {
-    va_list rest;
-    va_start(rest, flags);
-    const mode_t rights = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
-    va_end(rest);
+    mode_t rights = 0;
+    if ((flags & O_CREAT) != 0) {
+        va_list rest;
+        va_start(rest, flags);
+        rights = va_arg(rest, mode_t); // NOLINT(clang-analyzer-valist.Uninitialized): begun just above
+        va_end(rest);
+    }
     return openFile(path, flags, rights);
 }
 

@@ -18,6 +18,11 @@ std::string firstValue(const std::string &key)
     return key.starts_with("shared-") ? "v0" : "";
 }
 
+std::string saying(std::string text, const std::string &value, const char *what)
+{
+    return text.append(" is \"").append(value).append("\", ").append(what);
+}
+
 } // namespace
 
 void Told::lines(int writer, std::string_view text)
@@ -103,12 +108,12 @@ std::vector<std::string> Told::compare(const Contents &found) const
                 wrong.push_back("the counter is " + value + ", told " + std::to_string(sure) + " to " +
                                 std::to_string(perhaps));
         } else if (!mayStand(changes, firstValue(key), value)) {
-            wrong.push_back(key + " is \"" + value + "\", which is not the last that was told");
+            wrong.push_back(saying(key, value, "which is not the last that was told"));
         }
     }
     for (const auto &[key, value] : found) {
         if (!m_changes.contains(key) && value != firstValue(key))
-            wrong.push_back(key + " is \"" + value + "\", and nobody wrote it");
+            wrong.push_back(saying(key, value, "and nobody wrote it"));
     }
     for (const char *key : {"shared-a", "shared-b", "shared-c", counterKey}) {
         if (!found.contains(key))
