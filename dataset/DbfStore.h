@@ -31,6 +31,7 @@ public:
     [[nodiscard]] Record blank() const override;
     [[nodiscard]] QVariant value(const Record &record, int field) const override;
     void setValue(Record &record, int field, const QVariant &value) const override;
+    [[nodiscard]] bool canKeep(QChar character) const override;
     [[nodiscard]] std::optional<Record> read(Bookmark number) const override;
     void lock(Bookmark number) override;
     void unlock() noexcept override;

@@ -56,6 +56,9 @@ public:
     /// @param value  null or of the kind's own type; a text is cut to the field.
     virtual void setValue(Record &record, int field, const QVariant &value) const = 0;
 
+    /// Whether a text keeps this character as it is.
+    [[nodiscard]] virtual bool canKeep(QChar /*character*/) const { return true; }
+
     /// @return nothing when the record is gone.
     [[nodiscard]] virtual std::optional<Record> read(Bookmark number) const = 0;
     virtual void lock(Bookmark number) = 0;
