@@ -1,9 +1,9 @@
 // Speeds that the clerk feels: a day change and the refresh with nothing new, in the window, painted.
 
 #include "agenda/ClaseConfAgendaN.h"
-#include "agenda/host/Servicios.h"
 #include "agendan/ClaseAgendaN.h"
 #include "agendan/FichaAgendaN.h"
+#include "bench/HostMudo.h"
 #include "bench/TablaGrande.h"
 
 #include <benchmark/benchmark.h>
@@ -17,30 +17,6 @@
 
 namespace
 {
-
-// A host that says nothing and is asked nothing while days go by.
-struct TMudo : IMensaje, IRut, IRvarias, TConfig, IReloj {
-    int Mensajes(const TMensaje &) override { return 0; }
-    int Mensaje_SiNo(const QString &, const QString &, const QString &) override { return 0; }
-    int Mensaje_NoSi(const QString &, const QString &, const QString &) override { return 0; }
-    void Mensaje_Error(const QString &, const QString &) override {}
-    QString AliasNotario(int) override { return QStringLiteral("NOTARIO1"); }
-    bool PreguntaFecha(QDate &, const QString &, const QString &) override { return false; }
-    bool PreguntaOficial(QString &) override { return false; }
-    bool EsBoton(const QWidget *) const override { return false; }
-    void TomaFocoControl(QWidget &) override {}
-    void DejaFocoControl(QWidget &) override {}
-    int GetnCuantos() const override { return 1; }
-    QString GetAliasZentra() const override { return QStringLiteral("NOTARIO1"); }
-    QString GetNombre1() const override { return {}; }
-    QString GetDon() const override { return {}; }
-    QStringList GetNotarios() const override { return {QStringLiteral("Ana Núñez")}; }
-    QString GetPath() const override { return QDir::tempPath() + u'/'; }
-    QDate GetAgenda_FechaInicio() const override { return {}; }
-    void SetAgenda_FechaInicio(QDate) override {}
-    QString GetPrnOtros() const override { return {}; }
-    QDate Hoy() const override { return {2026, 11, 20}; }
-};
 
 /// The window over the big table, on a day in its middle.
 struct TEscena {
@@ -66,7 +42,7 @@ struct TEscena {
         goConfAgendaN.reset();
     }
     TTablaGrande Tabla;
-    TMudo Mudo;
+    THostMudo Mudo;
     TServiciosInstalados Servicios{{&Mudo, &Mudo, &Mudo, &Mudo, &Mudo, &Tabla.Aliases()}};
     std::unique_ptr<TClassAgendaN> Motor;
     TFFichaAgendaN Ficha{nullptr};
