@@ -11,6 +11,9 @@
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QPushButton>
 
+#include <array>
+#include <utility>
+
 using dataset::DataSet;
 
 namespace

@@ -68,7 +68,9 @@ template <class TPasos> double AbreFicha(TOficina &oficina, TPasos &&pasos)
     double segundos = 0;
     QTimer::singleShot(0, qApp, [&] {
         auto *const ficha = qobject_cast<TFFichaCitas *>(QApplication::activeModalWidget());
-        QCoreApplication::processEvents(); // the posted key is among them
+        // The key that begins the change is posted when the card is shown.
+        if (!QTest::qWaitFor([&] { return oficina.Motor->TablaActual().isEditing(); }))
+            qFatal("the card did not begin its change");
         ficha->repaint();
         segundos = std::chrono::duration<double>(TReloj::now() - antes).count();
         pasos(*ficha);

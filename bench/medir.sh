@@ -12,6 +12,9 @@ echo
 echo "== Ventana (metas: cambio de día < 16 ms, refresco sin novedad < 0,2 ms)"
 "$programas/bench_ventana"
 echo
+echo "== Ficha (metas: abierta < 50 ms; aceptar con doce huecos < 20 ms, duradera < 60 ms)"
+"$programas/bench_ficha"
+echo
 echo "== Arranque hasta la agenda pintada (meta: < 300 ms; 20 años de un notario, 5 veces)"
 "$programas/oficina" --datos "$datos/oficina" --crear-demo --solo-datos --anyos 20 --fecha 20/11/2026
 for vez in 1 2 3 4 5; do
