@@ -541,7 +541,6 @@ Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRu
     if (!made.ok())
         return made.status();
     std::vector<TagKeys> &keys = made.value();
-    retireIndexes();
     std::vector<std::uint8_t> single;
     for (std::size_t number = 0; number < tags.size(); ++number) {
         orderKeys(tags[number], header.recordCount, keys[number]);
@@ -559,8 +558,10 @@ Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRu
     head.created = today();
     head.updated = head.created;
     head.languageDriver = header.languageDriver;
-    if (const Status status = m_mdx->rewrite(head, tags, keys, single); !status.ok())
+    if (const Status status = m_mdx->rewrite(head, tags, keys, single); !status.ok()) {
+        m_indexSuspect = true; // it may be half written; the rules of the tags stay known for the next time
         return status;
+    }
     m_state.indexedRecords = header.recordCount;
     return readTags();
 }
