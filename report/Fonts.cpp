@@ -70,8 +70,10 @@ double TextMeasure::width(const QString &text) const
 /// How many characters from the beginning fit into a line; at least one letter.
 qsizetype TextMeasure::fitting(QStringView text, double lineWidth) const
 {
+    if (width(text.toString()) <= lineWidth + slack)
+        return text.size(); // most of them
     qsizetype fits = 0;
-    qsizetype tooMany = text.size() + 1;
+    qsizetype tooMany = text.size();
     while (tooMany - fits > 1) {
         const qsizetype middle = fits + (tooMany - fits) / 2;
         if (width(text.first(middle).toString()) <= lineWidth + slack)
