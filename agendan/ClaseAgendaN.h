@@ -6,10 +6,12 @@
 
 #include <QtCore/QDate>
 #include <QtCore/QHash>
+#include <QtCore/QList>
 #include <QtCore/QPointer>
 #include <QtCore/QString>
 
 #include <array>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -92,6 +94,19 @@ public:
     bool Salida();
     /// Marks every line of the shown day as absence; the cursor stays on its line.
     bool Ausente();
+    /// Copies the current line to another date of the same notary, at the same hour, as one line more:
+    /// nothing is replaced there and no sheet is built. The cursor stays on the line, and the shown day too.
+    /// @return false, with nothing written, when there is no line to copy or no line can be added.
+    /// @throws dataset::EDatabaseError when the copy cannot be written; nothing is left pending.
+    bool CopiarCita(QDate destino);
+
+    /// Goes to each of several lines of the current table, in the order given, and runs an operation on it.
+    /// All that they change is one commit; when that cannot be written, every line is tried as a commit of
+    /// its own, so that one bad line does not hold up the others. To be called with nothing being edited.
+    /// @param operacion  asks the user nothing; false or an exception: it has failed on this line.
+    /// @return the lines on which it failed, in that order; TomaError() tells what the last of them met.
+    QList<dataset::Bookmark> PorCadaLinea(const QList<dataset::Bookmark> &lineas,
+                                          const std::function<bool()> &operacion);
 
     /// What the last failed operation met, for telling the user, and forgets it; empty when none has failed
     /// since.
@@ -119,6 +134,7 @@ private:
     void SincronizaTablaActual(QDate fecha);
     [[nodiscard]] QDate DiaMostrado() const;
     std::optional<bool> MarcaLineaActual(const QString &marca);
+    void VuelveALaLinea(dataset::Bookmark linea, QDate fecha, const QString &hora) noexcept;
     void MuestraInformeDia(QDate fecha, const std::optional<QString> &oficial);
     void MuestraInformeSemana(QDate fecha, const std::optional<QString> &oficial);
     /// The data module's week rows; an engine over the host's tables has some of its own.

@@ -11,13 +11,17 @@ struct THostMudo : IMensaje, IRut, IRvarias, TConfig, IReloj {
     int Mensaje_NoSi(const QString &, const QString &, const QString &) override { return 0; }
     void Mensaje_Error(const QString &, const QString &) override {}
     QString AliasNotario(int) override { return QStringLiteral("NOTARIO1"); }
-    bool PreguntaFecha(QDate &, const QString &, const QString &) override { return false; }
+    bool PreguntaFecha(QDate &fecha, const QString &, const QString &) override
+    {
+        fecha = Destino;
+        return Destino.isValid();
+    }
     bool PreguntaOficial(QString &) override { return false; }
     void Visualizador(report::Report &) override {}
     bool EsBoton(const QWidget *) const override { return false; }
     void TomaFocoControl(QWidget &) override {}
     void DejaFocoControl(QWidget &) override {}
-    int GetnCuantos() const override { return 1; }
+    int GetnCuantos() const override { return Cuantos; }
     QString GetAliasZentra() const override { return QStringLiteral("NOTARIO1"); }
     QString GetNombre1() const override { return {}; }
     QString GetDon() const override { return {}; }
@@ -27,4 +31,7 @@ struct THostMudo : IMensaje, IRut, IRvarias, TConfig, IReloj {
     void SetAgenda_FechaInicio(QDate) override {}
     QString GetPrnOtros() const override { return {}; }
     QDate Hoy() const override { return {2026, 11, 20}; }
+
+    QDate Destino;   ///< answer to the question for a date; invalid: cancelled
+    int Cuantos = 1; ///< notaries; all have the same table, and what is measured does not know
 };

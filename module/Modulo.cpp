@@ -38,7 +38,7 @@ TModulo::TModulo() = default;
 
 TModulo::~TModulo()
 {
-    Libera();
+    TModulo::Libera();
 }
 
 bool TModulo::Registra(const TServicios &servicios)
@@ -46,7 +46,8 @@ bool TModulo::Registra(const TServicios &servicios)
     if (m_servicios || !servicios.Completos())
         return false;
     m_servicios = std::make_unique<TServiciosInstalados>(servicios);
-    goConfAgendaN = std::make_unique<TClassConfAgendaN>();
+    m_vistaConfiguracion = std::make_unique<TVistaConfiguracion>();
+    goConfAgendaN = std::make_unique<TClassConfAgendaN>(m_vistaConfiguracion.get());
     m_vistas = std::make_unique<TVistasAgendaN>();
     m_informes = std::make_unique<TInformesAgendaN>();
     return true;
@@ -59,6 +60,7 @@ bool TModulo::Libera()
     m_informes.reset();
     m_vistas.reset();
     goConfAgendaN.reset();
+    m_vistaConfiguracion.reset();
     m_servicios.reset();
     return true;
 }

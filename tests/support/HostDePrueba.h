@@ -128,9 +128,11 @@ public:
     [[nodiscard]] QDate GetAgenda_FechaInicio() const override { return FechaInicio; }
     void SetAgenda_FechaInicio(QDate fecha) override { FechaInicio = fecha; }
     [[nodiscard]] QString GetPrnOtros() const override { return {}; }
+    [[nodiscard]] QString GetFicheroVentanas() const override { return FicheroVentanas; }
 
     int Cuantos = 3;
     QString Carpeta;
+    QString FicheroVentanas; ///< empty: windows remember nothing
     QDate FechaInicio;
 };
 
