@@ -341,7 +341,8 @@ Result<bool> TableImpl::refresh()
 {
     if (!m_poison.ok())
         return m_poison;
-    if (m_held == Held::changing)
+    // A group that has changed nothing yet may still look; one that has goes by what it knows.
+    if (m_held == Held::changing && !(m_group && m_group->changes.empty()))
         return false;
     const auto unfinished = lookAtJournal();
     if (!unfinished.ok())
@@ -571,7 +572,7 @@ Status TableImpl::check()
         return look.status();
     if (!m_mdx)
         return m_indexUnused
-                   ? failure(ErrorKind::damaged, "el índice no se ha podido comprobar: " + readOnlyReason)
+                   ? failure(ErrorKind::unsupported, "el índice no se ha podido comprobar: " + readOnlyReason)
                    : Status();
     auto keys = keysOfAll();
     if (!keys.ok())
