@@ -71,6 +71,8 @@ public:
     bool RangoPorFecha(QDate fecha);
     [[nodiscard]] bool HayRangoPorFecha() const;
     void CancelaRangoPorFecha();
+    /// The day that RangoPorFecha was last asked for on the current table; invalid before the first time.
+    [[nodiscard]] QDate DiaPedido() const { return m_dias.value(m_tablaActual); }
     /// Shows the nearest earlier / later day that has lines. @return false, and the same day shown, when
     /// there is none.
     bool AnteriorDia();
