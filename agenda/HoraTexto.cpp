@@ -4,9 +4,38 @@
 #include "agenda/Rvarias.h"
 #include "dataset/DatabaseError.h"
 
+#include <QtCore/QStringList>
+
+#include <utility>
+
 namespace
 {
 constexpr qint64 MinutosDelDia = qint64{24} * 60;
+
+int ParteDeHora(const QString &parte)
+{
+    const QString texto = parte.trimmed();
+    if (texto.isEmpty())
+        return 0;
+    bool vale = false;
+    const int numero = texto.toInt(&vale);
+    if (!vale)
+        throw dataset::EConvertError(QStringLiteral("«%1» no es un número entero").arg(parte));
+    return numero;
+}
+
+/// Hour and minute.
+std::pair<int, int> PartesDeHora(const QString &hora)
+{
+    const QString malFormada = QStringLiteral("FORMATO DE HORA INCORRECTO");
+    const QStringList partes = hora.split(u':', Qt::SkipEmptyParts);
+    if (partes.size() != 2)
+        throw dataset::EConvertError(malFormada);
+    const std::pair<int, int> leida{ParteDeHora(partes.at(0)), ParteDeHora(partes.at(1))};
+    if (leida.first < 0 || leida.first > 24 || leida.second < 0 || leida.second > 60)
+        throw dataset::EConvertError(malFormada);
+    return leida;
+}
 } // namespace
 
 QString IncrementaHora(const QString &hora, int minutos)
@@ -18,6 +47,15 @@ QString IncrementaHora(const QString &hora, int minutos)
     const qint64 suma = qint64{horas} * 60 + minutosDeLaHora + minutos;
     const auto delDia = static_cast<int>(((suma % MinutosDelDia) + MinutosDelDia) % MinutosDelDia);
     return StrCeros(delDia / 60, 2) + u':' + StrCeros(delDia % 60, 2);
+}
+
+int CompararHoras(const QString &a, const QString &b)
+{
+    if (a == b)
+        return 0;
+    const auto una = PartesDeHora(a);
+    const auto otra = PartesDeHora(b);
+    return una > otra ? 1 : una < otra ? -1 : 0;
 }
 
 QString NormalizaHora(const QString &tecleado)

@@ -8,6 +8,14 @@
 /// @throws dataset::EConvertError for an hour of 24 or more or a minute of 60 or more.
 [[nodiscard]] QString IncrementaHora(const QString &hora, int minutos);
 
+/// Compares two time texts: hours first, then minutes. One part may be blank and counts 0 then.
+///
+/// Deliberate: the bounds are lax, so that 24:60 passes, and two equal texts are not checked at all.
+/// @return 1 when `a` is later, -1 when it is earlier, 0 for the same time.
+/// @throws dataset::EConvertError "FORMATO DE HORA INCORRECTO" for a text that is not two parts around ":" or
+/// is out of bounds; another text for a part that is no number.
+[[nodiscard]] int CompararHoras(const QString &a, const QString &b);
+
 /// What a clerk types for an hour, as a time text "hh:nn": "9", "9:5", "930", "0930", "9.30" and blanks are
 /// understood.
 /// @throws dataset::EConvertError for anything that is no time of day.

@@ -133,6 +133,11 @@ Field DataSet::field(int index)
     return {*this, index};
 }
 
+bool DataSet::canKeep(QChar character) const
+{
+    return d->store->canKeep(character);
+}
+
 QVariant DataSet::currentValue(int field) const
 {
     if (!isActive() || (d->number == 0 && d->state != State::insert))

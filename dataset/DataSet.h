@@ -74,6 +74,8 @@ public:
     /// @throws EDatabaseError when there is no such field.
     [[nodiscard]] Field field(QStringView name);
     [[nodiscard]] Field field(int index);
+    /// Whether a text field keeps this very character; a table lacks what its code page lacks.
+    [[nodiscard]] bool canKeep(QChar character) const;
 
     // The current record
     void first();

@@ -187,6 +187,11 @@ void DbfStore::setValue(Record &record, int field, const QVariant &value) const
     }
 }
 
+bool DbfStore::canKeep(QChar character) const
+{
+    return !m_table || dbase::canEncode(m_table->codePage(), character.unicode());
+}
+
 bool DbfStore::read(Bookmark number, Record &record) const
 {
     if (number < 1 || number > m_table->recordCount())

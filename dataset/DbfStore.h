@@ -33,6 +33,7 @@ public:
     [[nodiscard]] Record blank() const override;
     [[nodiscard]] QVariant value(const Record &record, int field) const override;
     void setValue(Record &record, int field, const QVariant &value) const override;
+    [[nodiscard]] bool canKeep(QChar character) const override;
     [[nodiscard]] bool read(Bookmark number, Record &record) const override;
     [[nodiscard]] bool readRow(Bookmark number, Record &record) const override;
     void lock(Bookmark number) override;

@@ -56,6 +56,9 @@ public:
     /// @param value  null or of the kind's own type; a text is cut to the field.
     virtual void setValue(Record &record, int field, const QVariant &value) const = 0;
 
+    /// Whether a text keeps this character as it is.
+    [[nodiscard]] virtual bool canKeep(QChar /*character*/) const { return true; }
+
     /// Reads a record as it now is. @param record  takes it in, and keeps its memory for the next one.
     /// @return false, with anything in `record`, when it is gone.
     [[nodiscard]] virtual bool read(Bookmark number, Record &record) const = 0;

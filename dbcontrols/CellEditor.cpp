@@ -25,16 +25,7 @@ void CellEditor::fill(const QString &text)
 
 void CellEditor::contextMenuEvent(QContextMenuEvent *event)
 {
-    TextCommands commands;
-    if (isUndoAvailable())
-        commands.undo = [this] { undo(); };
-    if (hasSelectedText()) {
-        commands.cut = [this] { cut(); };
-        commands.copy = [this] { copy(); };
-    }
-    commands.paste = [this] { paste(); };
-    commands.selectAll = [this] { selectAll(); };
-    showTextMenu(*this, event->globalPos(), commands);
+    showTextMenu(*this, event->globalPos());
 }
 
 } // namespace dbcontrols

@@ -47,4 +47,14 @@ bool DataSource::isEditing() const
     return state() == DataSet::State::edit || state() == DataSet::State::insert;
 }
 
+void DataSource::requireEditing() const
+{
+    if (isEditing())
+        return;
+    DataSet *const set = activeDataSet();
+    if (!set || !m_autoEdit)
+        throw dataset::EDatabaseError(QStringLiteral("La línea no se está modificando"));
+    set->edit();
+}
+
 } // namespace dbcontrols

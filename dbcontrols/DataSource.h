@@ -26,6 +26,12 @@ public:
     /// State of the data set; inactive without one.
     [[nodiscard]] dataset::DataSet::State state() const;
     [[nodiscard]] bool isEditing() const;
+    /// Whether typing into a control puts the record into edit by itself; true at first. Without it a control
+    /// refuses what is typed while nobody has begun a change.
+    void setAutoEdit(bool autoEdit) { m_autoEdit = autoEdit; }
+    /// Makes sure of the edit or insert state, by itself where that is allowed.
+    /// @throws dataset::EDatabaseError when the record cannot be changed now.
+    void requireEditing() const;
 
 signals:
     /// Another data set, none, or the same one opened or closed: everything shown is out of date.
@@ -41,6 +47,7 @@ signals:
 
 private:
     QPointer<dataset::DataSet> m_dataSet;
+    bool m_autoEdit = true;
 };
 
 } // namespace dbcontrols

@@ -1,5 +1,6 @@
 #include "dbcontrols/DbMemo.h"
 
+#include "dbcontrols/FieldLink.h"
 #include "dbcontrols/TextMenu.h"
 #include "dbcontrols/Texts.h"
 #include "dbcontrols/Watching.h"
@@ -77,6 +78,20 @@ void DbMemo::keepWithinField()
     setTextCursor(cursor);
 }
 
+void DbMemo::dropForeignCharacters(const DataSet &set)
+{
+    const QString text = toPlainText();
+    const QString kept = keptBy(set, text);
+    if (kept == text)
+        return;
+    const auto position = static_cast<int>(keptBy(set, text.left(textCursor().position())).size());
+    const QScopedValueRollback<bool> loading(m_loading, true);
+    setPlainText(kept);
+    QTextCursor cursor = textCursor();
+    cursor.setPosition(position);
+    setTextCursor(cursor);
+}
+
 void DbMemo::store()
 {
     DataSet *const set = m_source ? m_source->activeDataSet() : nullptr;
@@ -85,10 +100,10 @@ void DbMemo::store()
     QString error;
     try {
         const QScopedValueRollback<bool> storing(m_storing, true);
-        if (!set->isEditing())
-            set->edit();
+        m_source->requireEditing();
         if (set->field(m_field).asText() != m_shown)
             throw dataset::EDatabaseError(changedElsewhere());
+        dropForeignCharacters(*set);
         keepWithinField();
         set->field(m_field).setText(toPlainText());
         m_shown = set->field(m_field).asText();

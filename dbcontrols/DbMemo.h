@@ -11,7 +11,8 @@ namespace dbcontrols
 {
 
 /// A text box over one field of the current record. Typing puts the record into edit and goes into the field
-/// at once; posting is left to others.
+/// at once; posting is left to others. What is too long for the field, or not in the table's code page, is
+/// not taken.
 class DBCONTROLS_EXPORT DbMemo : public QPlainTextEdit
 {
     Q_OBJECT
@@ -36,6 +37,7 @@ private:
     void load();
     void store();
     void keepWithinField();
+    void dropForeignCharacters(const dataset::DataSet &set);
 
     QPointer<DataSource> m_source;
     QString m_field;

@@ -125,6 +125,18 @@ int Mask::type(QString &text, int position, QChar character) const
     return -1;
 }
 
+void Mask::padPart(QString &text, int position, QChar character) const
+{
+    const int first = position - 1;
+    const bool twoPlaces = first >= 0 && !isLiteral(first) && !isLiteral(position) &&
+                           (first == 0 || isLiteral(first - 1)) && isLiteral(position + 1);
+    if (!twoPlaces || m_places.at(position + 1).literal != character || !isDigit(text.at(first)) ||
+        isDigit(text.at(position)))
+        return;
+    text[position] = text.at(first);
+    text[first] = QLatin1Char('0');
+}
+
 void Mask::blank(QString &text, int first, int last) const
 {
     for (int i = std::max(first, 0); i < std::min(last, length()); ++i) {

@@ -38,6 +38,10 @@ public:
     /// literal's own character jumps behind it, anything else changes nothing.
     /// @return the position after it, or -1 when the character has no place.
     int type(QString &text, int position, QChar character) const;
+    /// Before a literal is typed behind the only digit of a two-place part: the digit moves to the second
+    /// place and a zero stands in front ("9" and ":" give "09:"). Anything else changes nothing.
+    /// @param position  the cursor's, behind that digit.
+    void padPart(QString &text, int position, QChar character) const;
     /// Blanks the places of [first, last).
     void blank(QString &text, int first, int last) const;
     /// Brings a whole text into the mask: parts divided by anything but digits ("1/2/2024"), or as many

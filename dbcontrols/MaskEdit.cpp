@@ -73,6 +73,8 @@ void MaskEdit::type(const QString &characters)
         m_mask.blank(changed, cursor, selectionEnd());
     }
     for (const QChar character : characters) {
+        if (m_zeroPadding)
+            m_mask.padPart(changed, cursor, character);
         const int after = m_mask.type(changed, cursor, character);
         if (after >= 0)
             cursor = after;

@@ -27,6 +27,9 @@ public:
     [[nodiscard]] bool isBlank() const { return m_mask.isBlank(text()); }
     [[nodiscard]] bool isAcceptable() const { return m_mask.isAcceptable(text()); }
     void clearText();
+    /// A part of two places that is left with one digit, by typing the literal behind it, gets a zero in
+    /// front. Off at first.
+    void setZeroPadding(bool padding) { m_zeroPadding = padding; }
 
 signals:
     void focusEntered();
@@ -50,6 +53,7 @@ private:
     void apply(const QString &text, int cursor);
 
     Mask m_mask;
+    bool m_zeroPadding = false;
 };
 
 } // namespace dbcontrols

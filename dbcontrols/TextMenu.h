@@ -4,6 +4,7 @@
 
 #include <functional>
 
+class QLineEdit;
 class QPoint;
 class QWidget;
 
@@ -23,5 +24,9 @@ struct TextCommands {
 /// does.
 /// @param position in the screen's coordinates.
 DBCONTROLS_EXPORT void showTextMenu(QWidget &control, const QPoint &position, const TextCommands &commands);
+/// The same for a plain line edit, with the commands that it offers just now.
+DBCONTROLS_EXPORT void showTextMenu(QLineEdit &edit, const QPoint &position);
+/// Gives a line edit this menu instead of Qt's.
+DBCONTROLS_EXPORT void useTextMenu(QLineEdit &edit);
 
 } // namespace dbcontrols

@@ -36,6 +36,47 @@ TEST(HoraTexto, StepsAndWraps)
     }
 }
 
+TEST(HoraTexto, Compares)
+{
+    const QString malFormada = "FORMATO DE HORA INCORRECTO";
+    const struct {
+        const char *a;
+        const char *b;
+        int resultado;
+        QString error; // empty: none
+    } casos[] = {
+        {"09:00", "09:00", 0, {}},
+        {"09:30", "09:00", 1, {}},
+        {"09:00", "10:00", -1, {}},
+        {"10:00", "09:59", 1, {}},
+        {"24:60", "09:00", 1, {}},
+        {"x", "x", 0, {}},
+        {" 9:00", "9 :  ", 0, {}},
+        {"  : 1", "0:00", 1, {}},
+        {"9::30", ":9:30", 0, {}},
+        {"9", "09:00", 0, malFormada},
+        {"09:00", "9", 0, malFormada},
+        {":", "09:00", 0, malFormada},
+        {"1:2:3", "09:00", 0, malFormada},
+        {"25:00", "09:00", 0, malFormada},
+        {"09:61", "09:00", 0, malFormada},
+        {"-1:00", "09:00", 0, malFormada},
+        {"", "09:00", 0, malFormada},
+        {"09.30", "09:00", 0, malFormada},
+        {"ab:00", "09:00", 0, "«ab» no es un número entero"},
+    };
+    for (const auto &caso : casos) {
+        SCOPED_TRACE(std::string(caso.a) + " / " + caso.b);
+        QString error;
+        try {
+            EXPECT_EQ(CompararHoras(caso.a, caso.b), caso.resultado);
+        } catch (const dataset::EConvertError &fallo) {
+            error = fallo.text();
+        }
+        EXPECT_EQ(error, caso.error);
+    }
+}
+
 TEST(HoraTexto, TakesWhatAClerkTypes)
 {
     const struct {
