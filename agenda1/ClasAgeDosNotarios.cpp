@@ -285,7 +285,7 @@ bool TAgenda::AusenteDeDos(const QString &notario)
     DataSet &tabla2 = Tabla2();
     const QString interesado = QStringLiteral("INTERESADO") + notario;
     const dataset::ControlsGuard sinAvisos(tabla2);
-    PorCadaLinea(tabla2, [&] {
+    RecorreLineas(tabla2, [&] {
         tabla2.edit();
         const bool quita = tabla2.field(u"SALIDA").asText() == notario;
         tabla2.field(interesado).setText(quita ? QString() : QStringLiteral("AUSENCIA"));

@@ -7,6 +7,5 @@ class TVistasAgendaN : public IVistasAgendaN
 {
 public:
     [[nodiscard]] std::unique_ptr<IFichaAgendaN> CreaFichaAgendaN(QObject *propietario) override;
-    /// There is no card yet; the window keeps the commands that would ask for one disabled.
     void MuestraFichaCitas(TClassAgendaN &motor, TOperacion operacion, QObject *propietario) override;
 };

@@ -21,6 +21,9 @@ echo
 echo "== Impresos a PDF (metas: día < 30 ms, semana < 60 ms, 52 semanas < 2 s)"
 "$programas/bench_informes"
 echo
+echo "== Ficha (metas: abierta < 50 ms; aceptar con doce huecos < 20 ms, duradera < 60 ms)"
+"$programas/bench_ficha"
+echo
 echo "== Arranque hasta la agenda pintada (meta: < 300 ms; 20 años de un notario, 5 veces)"
 "$programas/oficina" --datos "$datos/oficina" --crear-demo --solo-datos --anyos 20 --fecha 20/11/2026
 for vez in 1 2 3 4 5; do

@@ -1,0 +1,198 @@
+// Date, time and interested party of the card: what is typed in them, and how the record shows in them.
+
+#include "agenda/Rnumcad.h"
+#include "agenda/Rvarias.h"
+#include "agenda/host/Servicios.h"
+#include "agendan/FichaCita.h"
+#include "agendan/GuardaVentana.h"
+#include "dbcontrols/CalendarPopup.h"
+#include "dbcontrols/DbEdit.h"
+#include "dbcontrols/MaskEdit.h"
+#include "dbcontrols/UpperCaseValidator.h"
+
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QPushButton>
+
+namespace
+{
+
+constexpr const char *Tag = "Tag";
+constexpr int AnchoHoraTexto = 5;
+constexpr int AnchoInteresado = 100;
+const QString ListaDeClientes = QStringLiteral("Lista de clientes");
+
+} // namespace
+
+// Mirrors
+
+void TFFichaCitas::MuestraFecha()
+{
+    MEFecha->setMaskedText(DBEFecha->text());
+}
+
+void TFFichaCitas::MuestraHora()
+{
+    // As it stands in the record, also where it is no time: to be mended it must be seen.
+    const QString hora = DBEHora->text().leftJustified(AnchoHoraTexto);
+    if (hora.size() == AnchoHoraTexto && hora.at(2) == u':')
+        MEHora->setText(hora);
+    else
+        MEHora->setMaskedText(hora);
+}
+
+void TFFichaCitas::MuestraInteresado()
+{
+    // The capitals are for what is typed; a name in the record stays as it is.
+    EInteresado->setValidator(nullptr);
+    EInteresado->setText(DBEInteresado->text());
+    EInteresado->setCursorPosition(0);
+    EInteresado->setValidator(m_mayusculas);
+}
+
+void TFFichaCitas::MuestraCodCliente()
+{
+    EjecutaConGuarda([this] {
+        dataset::DataSet *const tabla = DSAgendaN->activeDataSet();
+        EInteresado->setProperty(Tag, tabla ? tabla->field(u"CODCLIENTE").asInteger() : 0);
+    });
+}
+
+// Date and time
+
+void TFFichaCitas::MEFechaExit()
+{
+    m_fechaRechazada = false;
+    DejaFoco(*MEFecha);
+    if (m_conFoco == BCancelar)
+        return;
+    QString fecha = MEFecha->text();
+    if (QuitaCaracter(QuitaCaracter(fecha, u' '), u'/').isEmpty())
+        return;
+    if (VerificaFecha(fecha)) {
+        DBEFecha->putText(fecha);
+        MuestraFecha();
+        return;
+    }
+    MuestraFecha();
+    m_fechaRechazada = true;
+    // From the event loop: the focus is on its way to another control, perhaps under a pressed mouse button,
+    // and can be called back only when it is there.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            AvisaAlUsuario(QStringLiteral("La fecha introducida no es correcta"));
+            PonFoco(*MEFecha);
+            MEFecha->selectAll();
+        },
+        Qt::QueuedConnection);
+}
+
+void TFFichaCitas::MEHoraExit()
+{
+    DejaFoco(*MEHora);
+    if (m_conFoco == BCancelar)
+        return;
+    // Deliberate: no check of what it says.
+    EjecutaConGuarda([this] { Tabla().field(u"HORA").setText(MEHora->text()); });
+}
+
+void TFFichaCitas::AbreCalendario()
+{
+    if (!m_calendario) {
+        m_calendario = new dbcontrols::CalendarPopup(this);
+        m_calendario->setObjectName(QStringLiteral("Calendario"));
+        connect(m_calendario, &dbcontrols::CalendarPopup::chosen, this, [this](QDate dia) {
+            PonFoco(*MEFecha);
+            MEFecha->setMaskedText(Date_Cad(dia)); // goes into the record when the field is left, as typed
+            MEFecha->selectAll();
+        });
+    }
+    QString fecha = MEFecha->text();
+    QDate dia = Servicios().Reloj->Hoy();
+    if (VerificaFecha(fecha))
+        dia = Cad_Date(fecha);
+    m_calendario->open(*MEFecha, dia);
+}
+
+// Interested party
+
+qint64 TFFichaCitas::TagDelInteresado() const
+{
+    return EInteresado->property(Tag).toLongLong();
+}
+
+void TFFichaCitas::EInteresadoEnter()
+{
+    EInteresado->setMaxLength(AnchoInteresado);
+    m_tecleandoInteresado = false;
+    EjecutaConGuarda([this] { m_codigoAlEntrar = Tabla().field(u"CODCLIENTE").asInteger(); });
+}
+
+void TFFichaCitas::EInteresadoKeyUp(int tecla)
+{
+    if (!Editando() || m_conFoco != EInteresado)
+        return;
+    if (tecla == Qt::Key_Down) {
+        BInteresadoClick();
+        return;
+    }
+    EjecutaConGuarda([this, tecla] {
+        TClientesRaiz *const clientes = m_motor->Clientes();
+        if (!clientes)
+            return;
+        clientes->KeyUpBusqueda(*EInteresado, tecla);
+        if (const qint64 codigo = TagDelInteresado())
+            Tabla().field(u"CODCLIENTE").setInteger(codigo);
+    });
+}
+
+void TFFichaCitas::EInteresadoExit()
+{
+    DejaFoco(*EInteresado);
+    if (m_conFoco == BCancelar)
+        return;
+    EjecutaConGuarda([this] {
+        TClientesRaiz *const clientes = m_motor->Clientes();
+        if (!clientes)
+            return;
+        if (EInteresado->text() != clientes->Nombre())
+            clientes->ExitBusqueda(*EInteresado, true);
+        if (const qint64 codigo = TagDelInteresado()) {
+            EscribeInteresado(clientes->Nombre(), codigo);
+            return;
+        }
+        // The name stays as it was, so a code that the search has put in on the way goes out again.
+        const QString tecleado = EInteresado->text();
+        if (Tabla().field(u"CODCLIENTE").asInteger() != m_codigoAlEntrar)
+            Tabla().field(u"CODCLIENTE").setInteger(m_codigoAlEntrar);
+        EInteresado->setProperty(Tag, 0);
+        if (tecleado != DBEInteresado->text())
+            m_avisoAyuda =
+                QStringLiteral("«%1» no está en la lista de clientes: el interesado no cambia").arg(tecleado);
+    });
+}
+
+void TFFichaCitas::EscribeInteresado(const QString &nombre, qint64 codigo)
+{
+    Tabla().field(u"INTERESADO").setText(nombre);
+    Tabla().field(u"CODCLIENTE").setInteger(codigo);
+}
+
+void TFFichaCitas::BInteresadoClick()
+{
+    EjecutaConGuarda([this] {
+        TClientesRaiz *const clientes = m_motor->Clientes();
+        if (!clientes)
+            return;
+        /// The list is told that the lookup is over also when it failed.
+        struct TFin {
+            TClientesRaiz &Clientes;
+            ~TFin() { Clientes.FinBusqueda(); }
+        } const fin{*clientes};
+        if (const qint64 codigo = Tabla().field(u"CODCLIENTE").asInteger())
+            clientes->MuestraFicha(codigo);
+        // Deliberate: the initial text is the card's caption, not the party typed.
+        else if (clientes->Elige(ListaDeClientes, windowTitle()))
+            EscribeInteresado(clientes->Nombre(), clientes->Codigo());
+    });
+}

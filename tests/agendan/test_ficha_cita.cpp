@@ -1,0 +1,516 @@
+// The appointment card: states, keys, mirrors, party, and what other workstations do meanwhile.
+
+#include "tests/agendan/Ficha.h"
+
+#include "tests/support/TempFolder.h"
+
+#include <QtCore/QLoggingCategory>
+#include <QtGui/QAccessible>
+#include <QtGui/QClipboard>
+#include <QtWidgets/QCalendarWidget>
+#include <QtWidgets/QLabel>
+
+namespace
+{
+
+using support::FichaTest;
+using support::Lunes;
+using support::Martes;
+using State = dataset::DataSet::State;
+
+const QString Cancelar = "¿Desea cancelar la operación?";
+
+class CitaTest : public FichaTest
+{
+protected:
+    CitaTest()
+    {
+        linea(Lunes, "09:00", "Firma");
+        linea(Lunes, "10:00", "Poder");
+    }
+    /// Another program's hand in the file, without any lock.
+    void enElFichero(std::size_t registro, std::size_t lugar, char byte) const
+    {
+        const auto fichero = oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF";
+        std::string bytes = support::readFile(fichero);
+        const auto palabra = [&bytes](std::size_t i) {
+            return static_cast<std::size_t>(static_cast<unsigned char>(bytes[i])) |
+                   static_cast<std::size_t>(static_cast<unsigned char>(bytes[i + 1])) << 8;
+        };
+        bytes[palabra(8) + (registro - 1) * palabra(10) + lugar] = byte;
+        support::writeFile(fichero, bytes);
+    }
+};
+
+TEST_F(CitaTest, OpensForWhatItIsAskedFor)
+{
+    enFicha(TOperacion::ver, [&] {
+        EXPECT_FALSE(editando());
+        EXPECT_EQ(ficha->windowTitle(), "Ficha de Citas");
+        EXPECT_EQ(texto("MEFecha"), "16/11/2026");
+        EXPECT_EQ(texto("MEHora"), "09:00");
+        EXPECT_EQ(control<QPlainTextEdit>("DBMConcepto").toPlainText(), "Firma");
+        EXPECT_EQ(control<QComboBox>("DBCBSalida").currentText(), "N");
+        const auto &oficiales = control<QComboBox>("DBCBOficial");
+        EXPECT_EQ(oficiales.count(), 3) << "neither sorted nor rid of doubles";
+        EXPECT_EQ(oficiales.itemText(1), "Julián Cañas de la Serna");
+        EXPECT_EQ(conFoco(), "BModificar");
+        EXPECT_EQ(control<QLabel>("LExplica").text(), "Modifica los datos del expediente");
+    });
+    enFicha(TOperacion::modificar, [&] {
+        EXPECT_TRUE(editando());
+        EXPECT_EQ(tabla().state(), State::edit);
+        EXPECT_EQ(conFoco(), "MEFecha");
+        EXPECT_TRUE(control("MEHoraFin").isVisible());
+    });
+    goConfAgendaN->SetIncrementoMin(15);
+    enFicha(TOperacion::nuevo, [&] {
+        EXPECT_TRUE(editando());
+        EXPECT_EQ(tabla().state(), State::insert);
+        EXPECT_EQ(texto("MEHora"), "09:15");
+        EXPECT_EQ(texto("MEFecha"), "16/11/2026");
+        EXPECT_EQ(conFoco(), "MEFecha");
+    });
+    oficina.Mensaje.espera({"¿Desea borrar la cita de las 09:00 de la base de datos?", " ATENCIÓN", 1});
+    enFicha(TOperacion::borrar, [&] {
+        EXPECT_FALSE(editando());
+        EXPECT_EQ(texto("MEHora"), "10:00") << "the line behind it is shown";
+    });
+    EXPECT_EQ(dia(Lunes), QStringList{"10:00 Poder"});
+    EXPECT_EQ(dia(Martes), QStringList());
+}
+
+TEST_F(CitaTest, DeletingFromADayWithoutLinesSaysSo)
+{
+    motor().RangoPorFecha(Martes);
+    enLunes = false;
+    oficina.Mensaje.espera({"No hay citas introducidos para borrar", " ATENCIÓN", 0, "Inserte primero una."});
+    enFicha(TOperacion::borrar, [&] { EXPECT_FALSE(editando()); });
+    oficina.Mensaje.espera(
+        {"No hay AgendaN introducidos que modificar", " ATENCIÓN", 0, "Inserte primero un AgendaN."});
+    enFicha(TOperacion::modificar, [&] { EXPECT_FALSE(editando()); });
+}
+
+TEST_F(CitaTest, AReadOnlyTableIsOnlyShown)
+{
+    dataset::DbfTable solo(oficina.Aliases);
+    solo.setDatabaseName("NOTARIO1");
+    PreparaTablaAgendaN(solo);
+    solo.setOpenReadOnly(true);
+    solo.open();
+    tablas[0] = &solo;
+    enFicha(TOperacion::nuevo, [&] {
+        for (const char *boton : {"BNuevo", "BModificar", "BBorrar", "BAceptar"})
+            EXPECT_FALSE(control(boton).isEnabled()) << boton;
+        EXPECT_EQ(conFoco(), "BSalir");
+        for (const Qt::Key key : {Qt::Key_Insert, Qt::Key_Delete})
+            tecla(key);
+        EXPECT_EQ(solo.state(), State::browse);
+        EXPECT_EQ(texto("MEHora"), "09:00");
+    });
+}
+
+TEST_F(CitaTest, WhatIsTypedReachesTheLine)
+{
+    enFicha(TOperacion::nuevo, [&] {
+        teclea("17/11/2026");
+        tecla(Qt::Key_Return);
+        teclea("11:30");
+        tecla(Qt::Key_Return);
+        EXPECT_EQ(conFoco(), "MEHoraFin");
+        tecla(Qt::Key_Return);
+        EXPECT_EQ(conFoco(), "DBCBOficial");
+        teclea("inés peña");
+        tecla(Qt::Key_Return);
+        EXPECT_EQ(conFoco(), "EInteresado");
+        teclea("mar");
+        tecla(Qt::Key_Return);
+        EXPECT_EQ(conFoco(), "DBMConcepto");
+        teclea("Acta de Ávila");
+        tecla(Qt::Key_Return);
+        EXPECT_EQ(conFoco(), "BAceptar");
+        tecla(Qt::Key_Space);
+        EXPECT_FALSE(editando());
+        EXPECT_EQ(conFoco(), "BModificar");
+    });
+    const auto agenda = oficina.agenda(1);
+    agenda->last();
+    const std::pair<const char16_t *, QString> campos[] = {
+        {u"FECHA", "17/11/2026"},       {u"HORA", "11:30"},  {u"OFICIAL", "INÉS PEÑA"},
+        {u"CONCEPTO", "Acta de Ávila"}, {u"SALIDA", "N"},    {u"AVISO", "N"},
+        {u"INTERESADO", "MARÍA NÚÑEZ"}, {u"CODCLIENTE", "7"}};
+    for (const auto &[campo, esperado] : campos)
+        EXPECT_EQ(agenda->field(campo).asText(), esperado);
+    EXPECT_EQ(tabla().field(u"FECHA").asDate(), Lunes) << "after the card the shown day's line is current";
+}
+
+TEST_F(CitaTest, TheClerkIsWrittenInCapitalsAndWithinTheField)
+{
+    enFicha(TOperacion::modificar, [&] {
+        auto &oficial = control<QComboBox>("DBCBOficial");
+        oficial.setFocus();
+        teclea("ju");
+        EXPECT_EQ(oficial.currentText(), "JULIÁN CAÑAS DE ") << "completed from the list";
+        EXPECT_EQ(tabla().field(u"OFICIAL").asText(), "JULIÁN CAÑAS DE");
+        escribe("DBCBOficial", " ");
+        tecla(Qt::Key_Backspace);
+        tecla(Qt::Key_Down);
+        EXPECT_EQ(tabla().field(u"OFICIAL").asText(), "ROSA GÜEMES");
+        escribe("DBCBOficial", "pilar €ñ☃ abcdefghijkl");
+        EXPECT_EQ(tabla().field(u"OFICIAL").asText(), "PILAR €Ñ ABCDEFG");
+        escribe("DBMConcepto", "a☃b");
+        EXPECT_EQ(tabla().field(u"CONCEPTO").asText(), "ab");
+        EXPECT_EQ(control<QPlainTextEdit>("DBMConcepto").toPlainText(), "ab");
+    });
+}
+
+TEST_F(CitaTest, TheDateIsCheckedOnLeaving)
+{
+    const struct {
+        const char *tecleado;
+        const char *fecha;
+        bool mala;
+    } casos[] = {
+        {"17112026", "17/11/2026", false},  {"5/1/27", "05/01/2027", false},
+        {"31/02/2026", "16/11/2026", true}, {"        ", "16/11/2026", false},
+        {"17/11/202", "16/11/2026", true},
+    };
+    for (const auto &caso : casos) {
+        SCOPED_TRACE(caso.tecleado);
+        enFicha(TOperacion::modificar, [&] {
+            escribe("MEFecha", QString(caso.tecleado).leftJustified(10));
+            if (caso.mala)
+                oficina.Mensaje.espera({"La fecha introducida no es correcta", " ATENCIÓN:"});
+            tecla(Qt::Key_Tab);
+            EXPECT_EQ(tabla().field(u"FECHA").asText(), caso.fecha);
+            EXPECT_EQ(conFoco(), caso.mala ? "MEFecha" : "MEHora");
+            if (caso.mala) {
+                EXPECT_EQ(texto("MEFecha"), caso.fecha);
+            }
+        });
+    }
+}
+
+TEST_F(CitaTest, ABadDateIsNotAcceptedBehindTheClerksBack)
+{
+    for (const bool conRaton : {true, false}) {
+        enFicha(TOperacion::modificar, [&] {
+            escribe("MEFecha", "31/02/2026");
+            oficina.Mensaje.espera({"La fecha introducida no es correcta", " ATENCIÓN:"});
+            if (conRaton)
+                pulsa("BAceptar");
+            else
+                tecla(Qt::Key_A, Qt::AltModifier);
+            QTest::qWait(150); // a shortcut presses its button for a tenth of a second
+            EXPECT_TRUE(editando());
+            EXPECT_EQ(conFoco(), "MEFecha");
+            EXPECT_FALSE(control<QAbstractButton>("BAceptar").isDown());
+            escribe("MEFecha", "18/11/2026");
+            pulsa("BAceptar");
+            EXPECT_FALSE(editando());
+        });
+        EXPECT_EQ(dia(Lunes).size(), conRaton ? 1 : 0);
+    }
+    EXPECT_EQ(dia(Lunes.addDays(2)), QStringList({"09:00 Firma", "10:00 Poder"}));
+}
+
+TEST_F(CitaTest, TheTimeGoesInAsItStands)
+{
+    const struct {
+        const char *tecleado;
+        const char *hora;
+    } casos[] = {{"     ", "  :"}, {"9999", "99:99"}, {" 930", " 9:30"}, {"9:30", "09:30"}, {"930 ", "93:0"}};
+    for (const auto &caso : casos) {
+        enFicha(TOperacion::modificar, [&] {
+            escribe("MEHora", caso.tecleado);
+            const QString visto = texto("MEHora");
+            tecla(Qt::Key_Tab);
+            EXPECT_EQ(tabla().field(u"HORA").asText(), caso.hora);
+            EXPECT_EQ(texto("MEHora"), visto) << "and shows as it stands";
+        });
+    }
+}
+
+TEST_F(CitaTest, EscCancelsFirstAndClosesNext)
+{
+    enFicha(TOperacion::modificar, [&] {
+        escribe("DBMConcepto", "Otra cosa");
+        escribe("MEFecha", "20/11/2026");
+        oficina.Mensaje.espera({Cancelar, " ATENCIÓN:", 0});
+        tecla(Qt::Key_Escape);
+        EXPECT_TRUE(editando());
+        EXPECT_EQ(conFoco(), "MEFecha") << "back to what was being typed";
+        EXPECT_EQ(texto("MEFecha"), "20/11/2026");
+        EXPECT_EQ(tabla().field(u"FECHA").asDate(), Lunes) << "on the way to cancel nothing is checked";
+        pulsa("BAceptar");
+        EXPECT_EQ(dia(Martes.addDays(3)), QStringList{"09:00 Otra cosa"});
+
+        tecla(Qt::Key_Space);
+        ASSERT_TRUE(editando());
+        escribe("MEFecha", "31/02/2026");
+        oficina.Mensaje.espera({Cancelar, " ATENCIÓN:", 1});
+        pulsa("BCancelar");
+        EXPECT_FALSE(editando());
+        EXPECT_EQ(tabla().state(), State::browse);
+        EXPECT_EQ(texto("MEFecha"), "20/11/2026") << "the record's date is shown again";
+        EXPECT_EQ(conFoco(), "BModificar");
+        tecla(Qt::Key_Escape);
+        EXPECT_FALSE(ficha->isVisible());
+    });
+}
+
+TEST_F(CitaTest, WhatWasLeftForCancelIsLookedAtWhenTheClerkGoesOnInstead)
+{
+    enFicha(TOperacion::modificar, [&] {
+        escribe("MEFecha", "20/11/2026");
+        control("BCancelar").setFocus();
+        EXPECT_EQ(tabla().field(u"FECHA").asDate(), Lunes);
+        pulsa("BAceptar");
+        EXPECT_EQ(dia(Martes.addDays(3)), QStringList{"09:00 Firma"});
+    });
+}
+
+TEST_F(CitaTest, ClosedByItsFrameWhileEditingItAsks)
+{
+    enFicha(TOperacion::modificar, [&] {
+        escribe("DBMConcepto", "Otra cosa");
+        oficina.Mensaje.espera({Cancelar, " ATENCIÓN:", 0});
+        ficha->close();
+        EXPECT_TRUE(ficha->isVisible());
+        EXPECT_EQ(tabla().field(u"CONCEPTO").asText(), "Otra cosa");
+        oficina.Mensaje.espera({Cancelar, " ATENCIÓN:", 1});
+        ficha->close();
+        EXPECT_FALSE(ficha->isVisible());
+        EXPECT_EQ(tabla().state(), State::browse);
+    });
+    EXPECT_EQ(dia(Lunes), QStringList({"09:00 Firma", "10:00 Poder"}));
+}
+
+TEST_F(CitaTest, InATextSpaceInsertAndDeleteBelongToTheText)
+{
+    enFicha(TOperacion::modificar, [&] {
+        escribe("DBMConcepto", "a b");
+        tecla(Qt::Key_Insert);
+        tecla(Qt::Key_Home);
+        tecla(Qt::Key_Delete);
+        EXPECT_EQ(tabla().field(u"CONCEPTO").asText(), " b");
+        escribe("DBCBOficial", "x y");
+        tecla(Qt::Key_Home);
+        tecla(Qt::Key_Delete);
+        EXPECT_EQ(tabla().field(u"OFICIAL").asText(), " Y");
+        EXPECT_TRUE(editando());
+        escribe("DBMConcepto", "uno");
+        tecla(Qt::Key_Return);
+        EXPECT_EQ(tabla().field(u"CONCEPTO").asText(), "uno") << "Enter moves on and leaves no mark";
+        QGuiApplication::clipboard()->setText("dos\ntres");
+        control("DBMConcepto").setFocus();
+        tecla(Qt::Key_A, Qt::ControlModifier);
+        tecla(Qt::Key_V, Qt::ControlModifier);
+        EXPECT_EQ(tabla().field(u"CONCEPTO").asText(), "dos tres") << "a field has no line ends";
+    });
+}
+
+TEST_F(CitaTest, KeysWhileBrowsing)
+{
+    enFicha(TOperacion::ver, [&] {
+        control("BSalir").setFocus();
+        oficina.Mensaje.espera({"¿Desea borrar la cita de las 09:00 de la base de datos?", " ATENCIÓN", 0});
+        tecla(Qt::Key_Delete);
+        EXPECT_FALSE(editando());
+        tecla(Qt::Key_Return);
+        EXPECT_EQ(conFoco(), "BModificar") << "disabled controls are stepped over";
+        tecla(Qt::Key_Space);
+        EXPECT_TRUE(editando());
+        EXPECT_EQ(texto("MEFecha"), "16/11/2026") << "the blank is not typed into the date";
+        oficina.Mensaje.espera({Cancelar, " ATENCIÓN:", 1});
+        tecla(Qt::Key_Escape);
+        tecla(Qt::Key_Insert);
+        EXPECT_EQ(tabla().state(), State::insert);
+        oficina.Mensaje.espera({Cancelar, " ATENCIÓN:", 1});
+        tecla(Qt::Key_Escape);
+        control("BSalir").setFocus();
+        tecla(Qt::Key_Space);
+        EXPECT_FALSE(ficha->isVisible()) << "on another button a blank presses that button";
+    });
+    EXPECT_EQ(dia(Lunes).size(), 2);
+}
+
+TEST_F(CitaTest, ThePartyIsLookedUpInTheClientList)
+{
+    enFicha(TOperacion::modificar, [&] {
+        escribe("EInteresado", "ped");
+        EXPECT_EQ(texto("EInteresado"), "PED");
+        EXPECT_EQ(tabla().field(u"CODCLIENTE").asInteger(), 8);
+        EXPECT_EQ(tabla().field(u"INTERESADO").asText(), "");
+        tecla(Qt::Key_Tab);
+        EXPECT_EQ(clientes.llamadas, QStringList{"sale PED 1"});
+        EXPECT_EQ(tabla().field(u"INTERESADO").asText(), "PEDRO SÁENZ");
+        EXPECT_EQ(texto("EInteresado"), "PEDRO SÁENZ");
+        EXPECT_EQ(control("EInteresado").property("Tag").toInt(), 8);
+
+        // Not in the list: the name in the line stays, and the code with it.
+        clientes.llamadas.clear();
+        escribe("EInteresado", "marx");
+        EXPECT_EQ(tabla().field(u"CODCLIENTE").asInteger(), 7) << "on the way it was Mar...";
+        tecla(Qt::Key_Tab);
+        EXPECT_EQ(clientes.llamadas, QStringList{"sale MARX 1"});
+        EXPECT_EQ(tabla().field(u"INTERESADO").asText(), "PEDRO SÁENZ");
+        EXPECT_EQ(tabla().field(u"CODCLIENTE").asInteger(), 8);
+        EXPECT_EQ(control<QLabel>("LExplica").text(),
+                  "«MARX» no está en la lista de clientes: el interesado no cambia");
+
+        // With a client the button shows it, without one it lets choose.
+        clientes.llamadas.clear();
+        pulsa("BInteresado");
+        EXPECT_EQ(clientes.llamadas, QStringList({"ficha 8", "fin"}));
+        tabla().field(u"CODCLIENTE").setInteger(0);
+        clientes.llamadas.clear();
+        control("EInteresado").setFocus();
+        tecla(Qt::Key_Down);
+        EXPECT_EQ(clientes.llamadas, QStringList({"elige Lista de clientes|Ficha de Citas", "fin"}));
+        EXPECT_EQ(tabla().field(u"INTERESADO").asText(), "PEDRO SÁENZ");
+        clientes.elegido = 7;
+        pulsa("BInteresado");
+        EXPECT_EQ(texto("EInteresado"), "MARÍA NÚÑEZ");
+        EXPECT_EQ(tabla().field(u"CODCLIENTE").asInteger(), 7);
+    });
+}
+
+TEST_F(CitaTest, FocusIsMarkedAndExplained)
+{
+    enFicha(TOperacion::modificar, [&] {
+        for (const char *nombre :
+             {"MEFecha", "MEHora", "MEHoraFin", "DBCBOficial", "EInteresado", "DBMConcepto"}) {
+            EXPECT_EQ(conFoco(), nombre);
+            EXPECT_EQ(oficina.Rvarias.conFoco, &control(nombre));
+            EXPECT_EQ(control<QLabel>("LExplica").text(), control(nombre).statusTip());
+            tecla(Qt::Key_Tab);
+        }
+        EXPECT_EQ(oficina.Rvarias.conFoco, nullptr);
+        EXPECT_EQ(conFoco(), "BAceptar");
+        for (const QWidget *const uno : ficha->findChildren<QWidget *>()) {
+            if (uno->isVisible() && uno->focusPolicy() != Qt::NoFocus && !uno->focusProxy() &&
+                !uno->objectName().startsWith("qt_")) {
+                EXPECT_FALSE(QAccessible::queryAccessibleInterface(const_cast<QWidget *>(uno))
+                                 ->text(QAccessible::Name)
+                                 .isEmpty())
+                    << uno->objectName().toStdString();
+            }
+        }
+    });
+}
+
+TEST_F(CitaTest, TheCalendarFillsTheDate)
+{
+    enFicha(TOperacion::modificar, [&] {
+        QTimer::singleShot(0, ficha, [] {
+            QWidget *const dias = QApplication::focusWidget();
+            ASSERT_TRUE(dias && qobject_cast<QCalendarWidget *>(dias->parentWidget()));
+            QTest::keyClick(dias, Qt::Key_Right);
+            QTest::keyClick(dias, Qt::Key_Return);
+        });
+        tecla(Qt::Key_F4);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return texto("MEFecha") == "17/11/2026"; }));
+        EXPECT_TRUE(QTest::qWaitFor([&] { return conFoco() == "MEFecha"; }));
+        EXPECT_EQ(tabla().field(u"FECHA").asDate(), Lunes) << "it counts when the field is left";
+        tecla(Qt::Key_Tab);
+        EXPECT_EQ(tabla().field(u"FECHA").asDate(), Martes);
+    });
+}
+
+// Other workstations
+
+TEST_F(CitaTest, ALineInUseElsewhereIsSaid)
+{
+    const auto otro = oficina.agenda(1);
+    otro->edit();
+    oficina.Mensaje.espera(
+        {"No se ha podido modificar la cita.\n" +
+             QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string()) +
+             ": otro puesto está usando la línea 1",
+         " ATENCIÓN:"});
+    enFicha(TOperacion::modificar, [&] {
+        EXPECT_FALSE(editando());
+        otro->cancel();
+        tecla(Qt::Key_Space);
+        EXPECT_TRUE(editando());
+    });
+}
+
+/// Runs an accept that fails; the message must end as given.
+class FalloTest : public CitaTest
+{
+protected:
+    void aceptaConFallo(const QString &causa, const QString &destino)
+    {
+        oficina.Mensaje.espera(
+            {"No se ha podido guardar la cita.\n" +
+                 QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string()) + ": " +
+                 causa + '\n' + destino,
+             " ATENCIÓN:"});
+        pulsa("BAceptar");
+        EXPECT_TRUE(editando());
+        EXPECT_EQ(control<QPlainTextEdit>("DBMConcepto").toPlainText(), "Larga historia");
+        EXPECT_EQ(texto("MEHora"), "11:00");
+    }
+    const QString sigue = "Lo que ha escrito sigue en la ficha: puede aceptarlo de nuevo.";
+};
+
+TEST_F(FalloTest, WhatCannotBeWrittenNowIsKeptAndWrittenLater)
+{
+    const auto otro = oficina.agenda(1);
+    for (const TOperacion operacion : {TOperacion::nuevo, TOperacion::modificar}) {
+        enFicha(operacion, [&] {
+            escribe("MEHora", "11:00");
+            escribe("DBMConcepto", "Larga historia");
+            otro->beginGroup();
+            aceptaConFallo("otro puesto está escribiendo en la tabla", sigue);
+            otro->dropGroup();
+            pulsa("BAceptar");
+            EXPECT_FALSE(editando());
+        });
+    }
+    EXPECT_EQ(dia(Lunes), QStringList({"10:00 Poder", "11:00 Larga historia", "11:00 Larga historia"}));
+}
+
+TEST_F(FalloTest, ALineDeletedElsewhereComesBackAsANewOne)
+{
+    enFicha(TOperacion::modificar, [&] {
+        escribe("MEHora", "11:00");
+        escribe("DBMConcepto", "Larga historia");
+        enElFichero(1, 0, '*');
+        aceptaConFallo("otro puesto ha borrado la línea mientras tanto",
+                       "Lo que ha escrito está ahora en una cita nueva: puede aceptarla.");
+        EXPECT_EQ(tabla().state(), State::insert);
+        pulsa("BAceptar");
+        EXPECT_FALSE(editando());
+    });
+    EXPECT_EQ(dia(Lunes), QStringList({"10:00 Poder", "11:00 Larga historia"}));
+}
+
+TEST_F(FalloTest, ALineChangedElsewhereKeepsBothChanges)
+{
+    enFicha(TOperacion::modificar, [&] {
+        escribe("MEHora", "11:00");
+        escribe("DBMConcepto", "Larga historia");
+        const std::size_t oficial = 1 + 8 + 5 + 254 + 20 + 100;
+        enElFichero(1, oficial, 'X');
+        aceptaConFallo("otro puesto ha cambiado la línea mientras tanto", sigue);
+        EXPECT_EQ(tabla().field(u"OFICIAL").asText(), "X");
+        pulsa("BAceptar");
+        EXPECT_FALSE(editando());
+    });
+    EXPECT_EQ(dia(Lunes), QStringList({"10:00 Poder", "11:00 Larga historia"}));
+}
+
+TEST_F(CitaTest, WithoutTheListOfClerksANameCanStillBeTyped)
+{
+    std::filesystem::remove(oficina.carpetaDe("ZENTRA") / "EMPLEADO.DBF");
+    enFicha(TOperacion::ver, [&] {
+        EXPECT_TRUE(
+            control<QLabel>("LExplica").text().startsWith("No se ha podido leer la lista de oficiales: "));
+        EXPECT_EQ(control<QComboBox>("DBCBOficial").count(), 0);
+    });
+}
+
+} // namespace
