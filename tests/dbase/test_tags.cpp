@@ -452,7 +452,7 @@ TEST_F(Tags, AreTheSameForEveryWayOfOpening)
 TEST_F(Tags, AFullLeafOfAnotherProgramIsKept)
 {
     constexpr int fullLeaf = 127;
-    constexpr std::size_t headAt = 2048;
+    constexpr std::size_t tagHeadAt = 2048;
     const auto own = folder.path() / "LLENA.DBF";
     TableDefinition made;
     made.fields = {{"GRUPO", FieldType::character, 2}};
@@ -470,9 +470,9 @@ TEST_F(Tags, AFullLeafOfAnotherProgramIsKept)
         for (int number = 0; number < fullLeaf; ++number)
             ASSERT_TRUE(table->append(lineOf(*table, number)).ok());
     }
-    std::string index = empty.substr(0, headAt + 1024);
-    index[headAt] = 6; // the root behind its tag's header
-    index[headAt + 14] = static_cast<char>(fullLeaf);
+    std::string index = empty.substr(0, tagHeadAt + 1024);
+    index[tagHeadAt] = 6; // the root behind its tag's header
+    index[tagHeadAt + 14] = static_cast<char>(fullLeaf);
     index[32] = 8;
     index += static_cast<char>(fullLeaf) + std::string(7, '\0');
     for (int number = 0; number < fullLeaf; ++number)
