@@ -25,7 +25,10 @@ release:
 	cmake --build --preset release
 
 # With a display the program opens on it. Without one the same windows are drawn off-screen into pictures.
-run: release
+run:
+	@$(PAQUETES) construir ejecutar
+	cmake --preset release
+	cmake --build --preset release --target oficina ZenAgenda
 	@if [ -n "$$DISPLAY" ] || [ -n "$$WAYLAND_DISPLAY" ]; then \
 	    exec build/release/bin/oficina --datos "$(DATOS)" --crear-demo; \
 	else \

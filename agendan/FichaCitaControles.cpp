@@ -192,7 +192,9 @@ void TFFichaCitas::BInteresadoClick()
         if (const qint64 codigo = Tabla().field(u"CODCLIENTE").asInteger())
             clientes->MuestraFicha(codigo);
         // Deliberate: the initial text is the card's caption, not the party typed.
-        else if (clientes->Elige(ListaDeClientes, windowTitle()))
+        else if (clientes->Elige(ListaDeClientes, windowTitle())) {
             EscribeInteresado(clientes->Nombre(), clientes->Codigo());
+            m_codigoAlEntrar = clientes->Codigo(); // what the party field goes back to from here on
+        }
     });
 }
