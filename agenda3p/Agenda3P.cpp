@@ -90,7 +90,8 @@ bool TAgenda3P::RangoPorFecha(QDate fecha)
     if (fecha.isValid())
         m_dia = fecha;
     bool todas = true;
-    for (DataSet *const tabla : m_tablas) {
+    for (int notario = 1; notario <= m_numNotarios; ++notario) {
+        DataSet *const tabla = Tabla(notario);
         if (tabla && !PonRangoDelDia(*tabla, fecha))
             todas = false;
     }
@@ -117,8 +118,8 @@ bool TAgenda3P::InsertaDia(QDate fecha, bool preguntar)
         return false;
     try {
         // The slots of a whole sheet go table by table: one commit each, instead of one a line.
-        for (DataSet *const tabla : m_tablas) {
-            if (tabla)
+        for (int notario = 1; notario <= m_numNotarios; ++notario) {
+            if (DataSet *const tabla = Tabla(notario))
                 AnadeHojaDelDia(*tabla, fecha, false);
         }
     } catch (...) {

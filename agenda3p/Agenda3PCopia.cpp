@@ -7,6 +7,7 @@
 
 #include <QtCore/QLoggingCategory>
 
+#include <deque>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -59,7 +60,7 @@ public:
         for (DataSet *const tabla : motor.m_tablas) {
             if (!tabla)
                 continue;
-            tabla->disableControls();
+            m_quietas.emplace_back(*tabla);
             m_lineas.emplace_back(tabla, tabla->bookmark());
         }
         if (m_conRango)
@@ -78,7 +79,6 @@ public:
             } catch (const std::exception &error) {
                 qCWarning(registroCopia, "The day shown before could not be put back: %s", error.what());
             }
-            tabla->enableControls();
         }
     }
     TSitio(const TSitio &) = delete;
@@ -88,6 +88,7 @@ private:
     TAgenda3P &m_motor;
     QDate m_dia;
     bool m_conRango;
+    std::deque<dataset::ControlsGuard> m_quietas; ///< go last, after every table is where it was
     std::vector<std::pair<DataSet *, dataset::Bookmark>> m_lineas;
 };
 
@@ -127,8 +128,8 @@ void TAgenda3P::PegaFila(QDate fecha, const QString &hora)
 
 void TAgenda3P::PegaDesplazado(QDate fecha, int minutos, bool desplaza)
 {
-    const TSitio vuelve(*this);
     try {
+        const TSitio vuelve(*this);
         for (m_buffer->first(); !m_buffer->eof(); m_buffer->next()) {
             const QString hora = m_buffer->field(u"HORA").asText();
             PegaFila(fecha, desplaza ? HoraDe(MinutosDe(hora).value_or(0) + minutos) : hora);
