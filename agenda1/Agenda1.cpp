@@ -23,7 +23,7 @@ namespace
 {
 
 constexpr int ColumnaConcepto = 1;
-constexpr int ColumnasDeUno = 5;
+constexpr int ColumnasDeLaRejilla = 5;
 constexpr TColor Rojo255 = 255;
 const QString Problemas = QStringLiteral("Problemas al modificar la cita");
 const QString Fuera = QStringLiteral("S");
@@ -143,7 +143,7 @@ void TFAgenda::showEvent(QShowEvent *evento)
 void TFAgenda::FormResize()
 {
     int otras = 0;
-    for (int columna = 0; columna < ColumnasDeUno; ++columna)
+    for (int columna = 0; columna < ColumnasDeLaRejilla; ++columna)
         otras += columna == ColumnaConcepto ? 0 : m_rejilla->columnWidth(columna);
     // Where there is no room for it the grid scrolls; its title at least is read whole.
     const int minimo = m_rejilla->horizontalHeader()->sectionSizeHint(ColumnaConcepto);

@@ -16,7 +16,7 @@ constexpr double AltoLinea = 27; ///< two lines of text; 24 of them fit a page, 
 constexpr double LetraTitulo = 11;
 constexpr double LetraCabecera = 8;
 constexpr QRgb Gris = 0xFFEDEDEDU;
-constexpr QRgb Rojo = 0xFFFF0000U; // colour 255
+constexpr QRgb RojoDeSalida = 0xFFFF0000U; // colour 255
 
 double Derecha(const TColumnaQR &columna)
 {
@@ -28,7 +28,7 @@ void PonColorDeSalida(report::BandPrint &banda, dataset::DataSet &datos)
 {
     const bool salida = datos.field(u"SALIDA").asText().trimmed() == QLatin1String("S");
     for (report::DataField &campo : banda.band.fields)
-        campo.style.color = salida ? Rojo : report::black;
+        campo.style.color = salida ? RojoDeSalida : report::black;
 }
 
 void PonGruesas(report::Band &banda, std::span<const TColumnaQR> columnas,

@@ -223,10 +223,12 @@ void TVentanaAgenda::Monta()
         antes = control;
     }
     setTabOrder(antes, BAceptar);
-    // The colour of an outing must be read on the resting panel too.
-    QPalette paleta = PActualiza->palette();
-    paleta.setColor(QPalette::Disabled, QPalette::Text, paleta.color(QPalette::Active, QPalette::Text));
-    PActualiza->setPalette(paleta);
+    // The resting panel and the resting day are read all the same.
+    for (QWidget *const parte : std::initializer_list<QWidget *>{PActualiza, m_rejilla}) {
+        QPalette paleta = parte->palette();
+        paleta.setColor(QPalette::Disabled, QPalette::Text, paleta.color(QPalette::Active, QPalette::Text));
+        parte->setPalette(paleta);
+    }
     PonEscribible(false);
 }
 

@@ -15,10 +15,11 @@ namespace
 constexpr int AnchoDeNombre = 50;
 
 /// @return null when there is no such table.
-std::unique_ptr<DbfTable> AbreUnica(const dataset::Aliases &aliases)
+std::unique_ptr<DbfTable> AbreUnica(const dataset::Aliases &aliases, bool duradera = true)
 {
     auto tabla = std::make_unique<DbfTable>(aliases);
     PreparaTablaAgenda(*tabla);
+    tabla->setDurable(duradera);
     try {
         tabla->open();
     } catch (const dataset::EDatabaseError &error) {
@@ -39,16 +40,16 @@ bool TieneAjustes(DbfTable &tabla)
 
 std::unique_ptr<DbfTable> CreaAgendaUnica(const dataset::Aliases &aliases, const TAjustesUnica &ajustes)
 {
-    auto tabla = AbreUnica(aliases);
+    auto tabla = AbreUnica(aliases, ajustes.Duradera);
     if (!tabla) {
         const QString carpeta = aliases.folderOf(QStringLiteral("DB"));
         if (!QDir().mkpath(carpeta))
             throw dataset::EDatabaseError(
                 QStringLiteral("No se puede crear la carpeta «%1».").arg(QDir::toNativeSeparators(carpeta)));
-        tabla = std::make_unique<DbfTable>(aliases);
-        PreparaTablaAgenda(*tabla);
-        tabla->createFile(CamposAgenda());
-        tabla->open();
+        DbfTable nueva(aliases);
+        PreparaTablaAgenda(nueva);
+        nueva.createFile(CamposAgenda());
+        tabla = AbreUnica(aliases, ajustes.Duradera);
     }
     if (TieneAjustes(*tabla))
         return tabla;

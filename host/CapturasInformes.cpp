@@ -9,6 +9,7 @@
 #include <QtGui/QAction>
 #include <QtGui/QImage>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QMenu>
 
 #include <memory>
 
@@ -49,8 +50,8 @@ TPasos Pasos(TCapturas &capturas, const QString &carpeta, const QList<TInformeDe
         pasos.emplace_back([pedido, comando = informe.Comando] {
             auto *const ventana = QApplication::activeModalWidget();
             auto *const accion = ventana->findChild<QAction *>(QLatin1String(comando));
-            *pedido = accion != nullptr;
-            if (accion)
+            *pedido = accion && !accion->menu(); // one with a menu only holds the reports
+            if (*pedido)
                 QTimer::singleShot(0, accion, &QAction::trigger); // the preview is modal
         });
         pasos.emplace_back([pedido, &capturas, nombre = informe.Nombre] {

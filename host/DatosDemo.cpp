@@ -267,6 +267,7 @@ void TGenerador::RellenaDia(DbfTable &agenda, QDate fecha)
 void TGenerador::CreaUnica()
 {
     TAjustesUnica ajustes;
+    ajustes.Duradera = false; // a demo that a power cut spoils is made again
     if (m_demo.Convenio)
         ajustes.Notarios = {m_notarios.value(0), m_demo.Notarios > 1 ? m_notarios.at(1) : m_azar.Persona()};
     const auto agenda = CreaAgendaUnica(m_aliases, ajustes);

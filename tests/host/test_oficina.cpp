@@ -189,4 +189,36 @@ TEST_F(OficinaTest, TheFocusMarkComesAndGoes)
     EXPECT_FALSE(entrada.EsBoton(nullptr));
 }
 
+TEST_F(OficinaTest, TheSingleTableAgendaIsOfferedWhereThereIsNone)
+{
+    TOficina oficina(ruta(), Hoy);
+    TVentanaOficina ventana(oficina);
+    ventana.show();
+    const auto abre = [&](const QString &titulo, const std::function<void(QWidget *)> &dentro = {}) {
+        enDialogo([=](QWidget *agenda) {
+            EXPECT_EQ(agenda->windowTitle(), titulo);
+            if (dentro)
+                dentro(agenda);
+            else
+                QTest::keyClick(agenda->windowHandle(), Qt::Key_Escape);
+        });
+        EXPECT_TRUE(ventana.AbreAgendaUnica());
+    };
+    abre("Agenda del día"); // the demo's
+    std::filesystem::remove_all(carpeta.path() / "DB");
+    abre("Agenda única"); // declined: nothing is made
+    EXPECT_FALSE(std::filesystem::exists(carpeta.path() / "DB"));
+    // Accepted: the settings row is there, and the next question is about the day's sheet.
+    abre("Agenda única", [](QWidget *pregunta) {
+        enDialogo([](QWidget *hoja) {
+            EXPECT_EQ(qobject_cast<QMessageBox *>(hoja)->text(),
+                      "¿Desea añadir una hoja a día de 20/11/2026 (S/N)?");
+            QTest::keyClick(hoja->windowHandle(), Qt::Key_Escape);
+        });
+        QTest::keyClick(pregunta->windowHandle(), Qt::Key_Return);
+    });
+    EXPECT_TRUE(std::filesystem::exists(carpeta.path() / "DB" / "AGENDA.DBF"));
+    abre("Agenda");
+}
+
 } // namespace
