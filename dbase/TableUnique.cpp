@@ -19,7 +19,8 @@ constexpr int mostLinesByTag = 256;
 
 using Key = std::vector<std::uint8_t>;
 
-/// The order of bytes. Through texts, because g++ 12 warns of lengths that no vector has when it compares two.
+/// The order of bytes. Through texts, because g++ 12 warns of lengths that no vector has when it compares
+/// two.
 struct KeyLess {
     bool operator()(const Key &a, const Key &b) const { return text(a) < text(b); }
     static std::string_view text(const Key &key)
