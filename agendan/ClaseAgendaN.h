@@ -18,6 +18,7 @@
 #include <utility>
 
 class IInformesAgenda;
+enum class TClaseInforme;
 class TClientesRaiz;
 class TDMAgendaN;
 namespace dataset
@@ -137,8 +138,7 @@ private:
     [[nodiscard]] QDate DiaMostrado() const;
     std::optional<bool> MarcaLineaActual(const QString &marca);
     void VuelveALaLinea(dataset::Bookmark linea, QDate fecha, const QString &hora) noexcept;
-    void MuestraInformeDia(QDate fecha, const std::optional<QString> &oficial);
-    void MuestraInformeSemana(QDate fecha, const std::optional<QString> &oficial);
+    void MuestraInforme(TClaseInforme clase, QDate fecha);
     /// The data module's week rows; an engine over the host's tables has some of its own.
     [[nodiscard]] dataset::MemTable &SemanaDeInforme();
 
