@@ -98,6 +98,56 @@ void DibujaSalir(QPainter &pintor, const QColor &tinta)
     pintor.drawPolyline(QPolygonF{{11, 5}, {14, 8}, {11, 11}});
 }
 
+void DibujaLimpiar(QPainter &pintor, const QColor &tinta)
+{
+    pintor.setPen(Trazo(tinta, 1.2));
+    pintor.setBrush(QColor(Azul.red(), Azul.green(), Azul.blue(), 90));
+    pintor.drawPolygon(QPolygonF{{2, 10}, {8.5, 3}, {13, 7}, {6.8, 13.6}, {5, 13.6}});
+    pintor.drawLine(QPointF(5.2, 6.6), QPointF(9.8, 10.6));
+    pintor.drawLine(QPointF(6.8, 14.2), QPointF(14, 14.2));
+}
+
+void DibujaSalida(QPainter &pintor, const QColor &tinta)
+{
+    pintor.setPen(Trazo(tinta, 1.2));
+    pintor.drawPolyline(QPolygonF{{2.5, 14}, {2.5, 6.5}, {7, 2.5}, {11.5, 6.5}});
+    pintor.drawLine(QPointF(2.5, 14), QPointF(6, 14));
+    pintor.setPen(Trazo(Rojo, 2));
+    pintor.drawLine(QPointF(6.5, 10.5), QPointF(13.8, 10.5));
+    pintor.drawPolyline(QPolygonF{{11.2, 7.8}, {14, 10.5}, {11.2, 13.2}});
+}
+
+void DibujaAusente(QPainter &pintor, const QColor &tinta)
+{
+    DibujaContacto(pintor, tinta);
+    pintor.setPen(Trazo(Rojo, 2));
+    pintor.drawLine(QPointF(2, 2), QPointF(14, 14));
+}
+
+void DibujaHoja(QPainter &pintor, const QPointF &esquina)
+{
+    pintor.drawRect(QRectF(esquina, QSizeF(7.5, 9.5)));
+    for (int renglon = 1; renglon <= 3; ++renglon)
+        pintor.drawLine(esquina + QPointF(1.8, renglon * 2.4), esquina + QPointF(5.7, renglon * 2.4));
+}
+
+void DibujaCopiar(QPainter &pintor, const QColor &tinta)
+{
+    pintor.setPen(Trazo(tinta, 1.1));
+    pintor.drawPolyline(QPolygonF{{4.5, 11}, {2, 11}, {2, 1.5}, {9.5, 1.5}, {9.5, 3.5}});
+    pintor.setBrush(QColor(Azul.red(), Azul.green(), Azul.blue(), 90));
+    DibujaHoja(pintor, {6, 5});
+}
+
+void DibujaPegar(QPainter &pintor, const QColor &tinta)
+{
+    pintor.setPen(Trazo(tinta, 1.1));
+    pintor.drawPolyline(QPolygonF{{5, 13.5}, {2, 13.5}, {2, 3}, {11.5, 3}, {11.5, 4.5}});
+    pintor.drawRect(QRectF(4.6, 1.4, 4.4, 2.4));
+    pintor.setBrush(QColor(Verde.red(), Verde.green(), Verde.blue(), 90));
+    DibujaHoja(pintor, {6.5, 5.5});
+}
+
 void Dibuja(QPainter &pintor, TDibujoAgendaN dibujo, const QColor &tinta)
 {
     switch (dibujo) {
@@ -113,6 +163,16 @@ void Dibuja(QPainter &pintor, TDibujoAgendaN dibujo, const QColor &tinta)
         return DibujaBorrar(pintor);
     case TDibujoAgendaN::imprimir:
         return DibujaImprimir(pintor, tinta);
+    case TDibujoAgendaN::limpiar:
+        return DibujaLimpiar(pintor, tinta);
+    case TDibujoAgendaN::salida:
+        return DibujaSalida(pintor, tinta);
+    case TDibujoAgendaN::ausente:
+        return DibujaAusente(pintor, tinta);
+    case TDibujoAgendaN::copiar:
+        return DibujaCopiar(pintor, tinta);
+    case TDibujoAgendaN::pegar:
+        return DibujaPegar(pintor, tinta);
     case TDibujoAgendaN::contacto:
         return DibujaContacto(pintor, tinta);
     case TDibujoAgendaN::configuracion:

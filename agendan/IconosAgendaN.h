@@ -10,6 +10,11 @@ enum class TDibujoAgendaN {
     modificar,
     borrar,
     imprimir,
+    limpiar,
+    salida,
+    ausente,
+    copiar,
+    pegar,
     contacto,
     configuracion,
     salir

@@ -6,6 +6,7 @@
 #include <QtCore/QDir>
 #include <QtCore/QTimer>
 #include <QtGui/QAction>
+#include <QtGui/QKeyEvent>
 #include <QtGui/QPalette>
 #include <QtGui/QPixmap>
 #include <QtWidgets/QAbstractButton>
@@ -52,8 +53,8 @@ TCapturas::TCapturas(const QString &carpeta, TOficina &oficina)
 {
     QDir().mkpath(m_carpeta);
     m_pasos = PasosDeLaAgenda();
-    for (const auto &pasos :
-         {PasosDeInformes(*this, m_carpeta), PasosDeLaUnica(oficina), PasosDeLosDialogos(oficina)})
+    for (const auto &pasos : {PasosDeInformes(*this, m_carpeta), PasosDeLaUnica(oficina),
+                              PasosDeLaConjunta(oficina), PasosDeLosDialogos(oficina)})
         m_pasos.insert(m_pasos.end(), pasos.begin(), pasos.end());
     m_pasos.emplace_back([this] { Delante()->close(); });
 }
@@ -156,6 +157,33 @@ std::vector<TCapturas::TPaso> TCapturas::PasosDeLaUnica(TOficina &oficina)
     };
     pasos.insert(pasos.end(), resto.begin(), resto.end());
     return pasos;
+}
+
+std::vector<TCapturas::TPaso> TCapturas::PasosDeLaConjunta(TOficina &oficina)
+{
+    const auto teclea = [this](int tecla) {
+        return [this, tecla] {
+            if (auto *const rejilla = Pieza<QTableView>(Delante(), "RejillaConjunta")) {
+                QKeyEvent pulsada(QEvent::KeyPress, tecla, Qt::NoModifier);
+                QApplication::sendEvent(rejilla, &pulsada);
+            }
+        };
+    };
+    const QPalette claro = QApplication::palette();
+    return {
+        Abre([&oficina] { oficina.MuestraAgendaConjunta(nullptr); }),
+        [this] {
+            if (auto *const rejilla = Pieza<QTableView>(Delante(), "RejillaConjunta"))
+                rejilla->setCurrentIndex(rejilla->model()->index(2, 0));
+        },
+        Retrata(QStringLiteral("agenda-conjunta")),
+        teclea(Qt::Key_F2),
+        Retrata(QStringLiteral("agenda-conjunta-edicion")),
+        [] { QApplication::setPalette(PaletaOscura()); },
+        Retrata(QStringLiteral("agenda-conjunta-oscuro")),
+        [claro] { QApplication::setPalette(claro); },
+        [this] { Delante()->close(); },
+    };
 }
 
 std::vector<TCapturas::TPaso> TCapturas::PasosDeLosDialogos(TOficina &oficina)

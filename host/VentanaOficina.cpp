@@ -1,6 +1,7 @@
 #include "host/VentanaOficina.h"
 
 #include "dataset/DatabaseError.h"
+#include "host/AgendaConjunta.h"
 #include "host/AgendaUnica.h"
 
 #include <QtCore/QLocale>
@@ -13,6 +14,8 @@
 #include <QtWidgets/QStatusBar>
 #include <QtWidgets/QVBoxLayout>
 
+#include <algorithm>
+
 TOficina::TOficina(const QString &carpeta, QDate hoy)
     : Config(carpeta)
     , Aliases(Config.Aliases())
@@ -22,6 +25,26 @@ TOficina::TOficina(const QString &carpeta, QDate hoy)
     , Clientes(Aliases, Config.GetAliasZentra())
     , Modulo({&Mensaje, &Rut, &Rvarias, &Config, &Reloj, &Aliases})
 {
+}
+
+QStringList TOficina::NombresDeNotarios() const
+{
+    QStringList nombres = Config.GetNotarios();
+    if (nombres.isEmpty())
+        nombres << Config.GetDon() + u' ' + Config.GetNombre1();
+    const int cuantos = std::max(1, Config.GetnCuantos());
+    while (nombres.size() < cuantos)
+        nombres << QStringLiteral("Notario %1").arg(nombres.size() + 1);
+    return nombres.mid(0, cuantos);
+}
+
+void TOficina::MuestraAgendaConjunta(QWidget *propietario)
+{
+    const auto motor = Modulo->CreaAgenda3P(propietario, {}, {});
+    TFAgendaConjunta ventana(*motor, &Clientes,
+                             {NombresDeNotarios(), [this] { return Modulo->ColorSalida(); }}, propietario);
+    ventana.VeAlDia(Reloj.Hoy());
+    ventana.ShowModal();
 }
 
 TVentanaOficina::TVentanaOficina(TOficina &oficina)
@@ -37,6 +60,10 @@ TVentanaOficina::TVentanaOficina(TOficina &oficina)
                                    QStringLiteral("Abrir la agenda de una sola tabla, de uno o dos notarios"),
                                    [this] { AbreAgendaUnica(); });
     unica->setShortcut(Qt::Key_F3);
+    QAction *const conjunta = Comando(QStringLiteral("Agenda con&junta..."),
+                                      QStringLiteral("Ver el día de todos los notarios a la vez"),
+                                      [this] { AbreAgendaConjunta(); });
+    conjunta->setShortcut(Qt::Key_F4);
     QAction *const ajustes = Comando(QStringLiteral("C&onfiguración de la agenda única..."),
                                      QStringLiteral("Cambiar las horas y los notarios de la agenda única"),
                                      [this] { ConfiguraAgendaUnica(); });
@@ -46,7 +73,7 @@ TVentanaOficina::TVentanaOficina(TOficina &oficina)
     QAction *const salir =
         Comando(QStringLiteral("&Salir"), QStringLiteral("Cerrar el programa"), [this] { close(); });
     QMenu *const menu = menuBar()->addMenu(QStringLiteral("&Oficina"));
-    menu->addActions({agenda, unica, ajustes, clientes});
+    menu->addActions({agenda, conjunta, unica, ajustes, clientes});
     menu->addSeparator();
     menu->addAction(salir);
 
@@ -59,10 +86,7 @@ TVentanaOficina::TVentanaOficina(TOficina &oficina)
     grande.setPointSizeF(grande.pointSizeF() * 1.5);
     fecha->setFont(grande);
     fecha->setAlignment(Qt::AlignCenter);
-    QStringList notarios = oficina.Config.GetNotarios();
-    if (notarios.isEmpty())
-        notarios << oficina.Config.GetDon() + u' ' + oficina.Config.GetNombre1();
-    auto *const nombres = new QLabel(notarios.join(u'\n'), centro);
+    auto *const nombres = new QLabel(oficina.NombresDeNotarios().join(u'\n'), centro);
     nombres->setAlignment(Qt::AlignCenter);
     auto *const abrir = new QPushButton(QStringLiteral("Abrir la &agenda (F2)"), centro);
     connect(abrir, &QPushButton::clicked, agenda, &QAction::trigger);
@@ -118,6 +142,11 @@ bool TVentanaOficina::AbreAgendaUnica()
         if (PreparaAgendaUnica(m_oficina.Aliases))
             m_oficina.Modulo->CreaAgenda1(this, m_oficina.Reloj.Hoy())->IAgenda();
     });
+}
+
+bool TVentanaOficina::AbreAgendaConjunta()
+{
+    return ConGuarda([this] { m_oficina.MuestraAgendaConjunta(this); });
 }
 
 bool TVentanaOficina::ConfiguraAgendaUnica()

@@ -13,6 +13,12 @@ struct TOficina {
     /// @param hoy  a date to be taken for today; invalid: the system's. @throws dataset::EDatabaseError
     TOficina(const QString &carpeta, QDate hoy);
 
+    /// As many names as the office counts notaries.
+    [[nodiscard]] QStringList NombresDeNotarios() const;
+    /// Shows today of all notaries side by side and returns when the window is closed.
+    /// @throws dataset::EDatabaseError
+    void MuestraAgendaConjunta(QWidget *propietario);
+
     TConfiguracion Config;
     dataset::Aliases Aliases;
     TMensajeOficina Mensaje;
@@ -39,6 +45,8 @@ public:
     /// Opens the single-table agenda on today, and its settings; where there is none yet it is offered first.
     /// @return false when it could not be opened.
     bool AbreAgendaUnica();
+    /// Opens the day of all notaries side by side. @return false when it could not be opened.
+    bool AbreAgendaConjunta();
     bool ConfiguraAgendaUnica();
 
 private:

@@ -3,6 +3,7 @@
 #include "agenda/ClaseConfAgendaN.h"
 #include "agenda/host/Constanteszen.h"
 #include "agenda1/ClasAge.h"
+#include "agenda3p/Agenda3P.h"
 #include "agendan/ClaseAgendaN.h"
 
 namespace
@@ -62,6 +63,24 @@ private:
     int &m_vivas;
 };
 
+class TAgenda3PDelModulo : public TAgenda3P
+{
+public:
+    TAgenda3PDelModulo(int &vivas, QObject *propietario, QDate fecha, const IZenAgenda::TTablas &tablas,
+                       IInformesAgenda *informes)
+        : TAgenda3P(propietario, fecha, tablas, informes)
+        , m_vivas(vivas)
+    {
+        ++m_vivas;
+    }
+    ~TAgenda3PDelModulo() override { --m_vivas; }
+    TAgenda3PDelModulo(const TAgenda3PDelModulo &) = delete;
+    TAgenda3PDelModulo &operator=(const TAgenda3PDelModulo &) = delete;
+
+private:
+    int &m_vivas;
+};
+
 } // namespace
 
 TModulo::TModulo() = default;
@@ -114,4 +133,16 @@ std::unique_ptr<IAgenda1> TModulo::CreaAgenda1(QObject *propietario, QDate fecha
         return nullptr;
     return std::make_unique<TAgendaUnicaDelModulo>(m_agendas, propietario, fecha, m_vistas1.get(),
                                                    m_informes1.get());
+}
+
+std::unique_ptr<IAgenda3P> TModulo::CreaAgenda3P(QObject *propietario, QDate fecha, const TTablas &tablas)
+{
+    if (!m_servicios)
+        return nullptr;
+    return std::make_unique<TAgenda3PDelModulo>(m_agendas, propietario, fecha, tablas, m_informes.get());
+}
+
+quint32 TModulo::ColorSalida() const
+{
+    return goConfAgendaN->GetColorSalida();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "agenda/host/Servicios.h"
+#include "agenda3p/IAgenda3P.h"
 #include "dataset/DataSet.h"
 
 #include <QtCore/QDate>
@@ -45,7 +46,7 @@ class IZenAgenda
 {
 public:
     /// Grows with every change of these interfaces.
-    static constexpr int VersionInterfaz = 3;
+    static constexpr int VersionInterfaz = 4;
     using TTablas = std::array<dataset::DataSet *, 5>;
 
     virtual ~IZenAgenda() = default;
@@ -70,6 +71,17 @@ public:
     /// @param fecha        the working day.
     /// @return null before Registra().
     [[nodiscard]] virtual std::unique_ptr<IAgenda1> CreaAgenda1(QObject *propietario, QDate fecha) = 0;
+    /// The engine of several tables, for a screen of the host's own.
+    /// @param propietario  owner of the report windows; may be null.
+    /// @param fecha        the day shown first, whose sheet is made after asking; invalid: none yet.
+    /// @param tablas       as for CreaAgendaN().
+    /// @return null before Registra(). @throws dataset::EDatabaseError when a notary's table cannot be
+    /// opened.
+    [[nodiscard]] virtual std::unique_ptr<IAgenda3P> CreaAgenda3P(QObject *propietario, QDate fecha,
+                                                                  const TTablas &tablas) = 0;
+    /// The colour of outings, as the office has it now: 0x00BBGGRR, or a colour of the desktop by number.
+    /// Only between Registra() and Libera(). @throws dataset::EDatabaseError
+    [[nodiscard]] virtual quint32 ColorSalida() const = 0;
 };
 
 #define IZenAgenda_iid "agenda.IZenAgenda/1"
