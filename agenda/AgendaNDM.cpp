@@ -27,7 +27,12 @@ const QList<FieldInfo> &CamposAgendaN()
 
 void CompruebaCamposAgendaN(const dataset::DataSet &tabla)
 {
-    for (const FieldInfo &campo : CamposAgendaN()) {
+    CompruebaCampos(tabla, CamposAgendaN());
+}
+
+void CompruebaCampos(const dataset::DataSet &tabla, const QList<FieldInfo> &campos)
+{
+    for (const FieldInfo &campo : campos) {
         if (tabla.fieldIndex(campo.name) < 0)
             throw dataset::EDatabaseError(
                 QStringLiteral("La tabla de la agenda no tiene el campo «%1»").arg(campo.name),

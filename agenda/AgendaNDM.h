@@ -14,6 +14,8 @@ void PreparaTablaAgendaN(dataset::DbfTable &tabla);
 /// Makes sure that an open table has the agenda line's fields. @throws dataset::EDatabaseError naming what is
 /// missing.
 void CompruebaCamposAgendaN(const dataset::DataSet &tabla);
+/// The same for a list of fields.
+void CompruebaCampos(const dataset::DataSet &tabla, const QList<dataset::FieldInfo> &campos);
 
 /// Data module of the multi-notary agenda: five cursors over AGENDA_N tables, whose database is set by
 /// whoever opens them, and the in-memory table of week-report rows.

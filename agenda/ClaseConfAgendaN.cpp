@@ -5,6 +5,9 @@
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
 
+#include <algorithm>
+#include <limits>
+
 std::unique_ptr<TClassConfAgendaN> goConfAgendaN;
 
 namespace
@@ -38,7 +41,17 @@ bool BuscaAjuste(dataset::DbfTable &comun, const QString &nombre)
 int LeeDeComun(const QString &nombre, int porDefecto)
 {
     const auto comun = AbreComun();
-    return BuscaAjuste(*comun, nombre) ? static_cast<int>(comun->field(u"VALOR").asInteger()) : porDefecto;
+    if (!BuscaAjuste(*comun, nombre))
+        return porDefecto;
+    try {
+        using Limites = std::numeric_limits<int>;
+        return static_cast<int>(
+            std::clamp<qint64>(comun->field(u"VALOR").asInteger(), Limites::min(), Limites::max()));
+    } catch (const dataset::EConvertError &error) {
+        // Raised, it would shut the user out of the dialog in which the value can be put right.
+        qWarning("The setting %s is not a number: %s", qUtf8Printable(nombre), error.what());
+        return porDefecto;
+    }
 }
 
 void EscribeEnComun(const QString &nombre, int valor)
@@ -49,6 +62,13 @@ void EscribeEnComun(const QString &nombre, int valor)
     comun->edit();
     comun->field(u"VALOR").setInteger(valor);
     TBPost(*comun);
+}
+
+constexpr int UltimaHora = 23; // of the dialog's lists, which begin with hour 1
+
+int IndiceDeHora(int hora)
+{
+    return hora >= 1 && hora <= UltimaHora ? hora - 1 : -1;
 }
 
 TFicheroIni Fichero()
@@ -112,4 +132,27 @@ TColor TClassConfAgendaN::GetColorSalida() const
 void TClassConfAgendaN::SetColorSalida(TColor color)
 {
     Fichero().Escribe(SeccionColor, ClaveSalida, ColorATexto(color));
+}
+
+void TClassConfAgendaN::FichaConfiguracion(QObject *propietario)
+{
+    if (!m_vista)
+        return;
+    TAjustesEnPantalla ajustes;
+    ajustes.ColorSalida = GetColorSalida();
+    ajustes.IndiceHoraComienzo = IndiceDeHora(GetHoraInicio());
+    ajustes.IndiceHoraFin = IndiceDeHora(GetHoraFin());
+    ajustes.IntervaloHoras = Int_Cad(GetIntervalo());
+    ajustes.IncrementoMin = Int_Cad(GetIncrementoMin());
+    ajustes.SincronizarDia = GetSincronizarDia();
+    ajustes.SincronizarVisible =
+        !propietario || qstrcmp(propietario->metaObject()->className(), "TFAgendaZen") != 0;
+    if (!m_vista->EditaAjustes(ajustes, propietario))
+        return;
+    SetColorSalida(ajustes.ColorSalida);
+    SetHoraInicio(ajustes.IndiceHoraComienzo + 1);
+    SetHoraFin(ajustes.IndiceHoraFin + 1);
+    SetIntervalo(Cad_Int(ajustes.IntervaloHoras));
+    SetIncrementoMin(Cad_Int(ajustes.IncrementoMin));
+    SetSincronizarDia(ajustes.SincronizarDia);
 }

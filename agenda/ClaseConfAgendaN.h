@@ -1,6 +1,7 @@
 #pragma once
 
 #include "agenda/Color.h"
+#include "agenda/VistaConfiguracion.h"
 
 #include <memory>
 
@@ -15,6 +16,12 @@
 class TClassConfAgendaN
 {
 public:
+    /// @param vista  where FichaConfiguracion() gets its dialog from; not owned, outlives this; may be null.
+    explicit TClassConfAgendaN(IVistaConfiguracion *vista = nullptr)
+        : m_vista(vista)
+    {
+    }
+
     /// Hours 0 to 23; 9 and 20 when missing.
     [[nodiscard]] int GetHoraInicio() const;
     void SetHoraInicio(int hora);
@@ -32,6 +39,15 @@ public:
     /// Colour of an outing; a light red when missing or unreadable.
     [[nodiscard]] TColor GetColorSalida() const;
     void SetColorSalida(TColor color);
+
+    /// Shows the settings dialog and, when the user accepts, writes every setting. An hour that is none of 1
+    /// to 23 shows as no choice and is then stored as 0. Does nothing without a view.
+    /// @param propietario  owner of the dialog; may be null. A window of the class TFAgendaZen has one agenda
+    /// only and gets no choice about synchronising.
+    void FichaConfiguracion(QObject *propietario);
+
+private:
+    IVistaConfiguracion *m_vista;
 };
 
 /// The settings object of the module: made when the module is loaded, gone when it is unloaded.

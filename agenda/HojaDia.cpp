@@ -2,6 +2,8 @@
 
 #include "agenda/Ruttb.h"
 
+#include <vector>
+
 namespace
 {
 
@@ -72,6 +74,29 @@ void QuitaRangoDelDia(dataset::DataSet &tabla)
 {
     tabla.cancelRange();
     tabla.setTag(0);
+}
+
+bool BuscaLineaDeFecha(dataset::DataSet &tabla, QDate fecha, const QString &hora, bool exacta)
+{
+    const bool encontrada = TBBusca(tabla, {{Fecha, fecha}, {Hora, hora}}, exacta);
+    if (!exacta && hora.isEmpty())
+        return tabla.field(Fecha).asDate() == fecha;
+    return encontrada;
+}
+
+void PorCadaLinea(dataset::DataSet &tabla, const std::function<void()> &trabajo)
+{
+    const dataset::Bookmark donde = tabla.bookmark();
+    // By number: a line that others move or delete meanwhile must not lead the loop astray.
+    std::vector<dataset::Bookmark> lineas;
+    for (int fila = 0; fila < tabla.rowCount(); ++fila)
+        lineas.push_back(tabla.bookmarkAt(fila));
+    for (const dataset::Bookmark linea : lineas) {
+        if (tabla.goToBookmark(linea))
+            trabajo();
+    }
+    if (!tabla.goToBookmark(donde))
+        tabla.first();
 }
 
 bool VeAOtroDia(dataset::DataSet &tabla, QDate mostrado, TSentido sentido,

@@ -32,6 +32,14 @@ bool PonRangoDelDia(dataset::DataSet &tabla, QDate fecha);
 /// Drops the range, and the mark with it.
 void QuitaRangoDelDia(dataset::DataSet &tabla);
 
+/// Searches a table for a date and hour. With `exacta` false and an empty time: whether the line reached is
+/// of that day. @throws dataset::EDatabaseError
+bool BuscaLineaDeFecha(dataset::DataSet &tabla, QDate fecha, const QString &hora, bool exacta);
+
+/// Runs work on every line of the table's range, in order; lines that are gone meanwhile are left out. The
+/// cursor goes back to where it stood, or to the first line. @throws dataset::EDatabaseError
+void PorCadaLinea(dataset::DataSet &tabla, const std::function<void()> &trabajo);
+
 enum class TSentido { anterior, siguiente };
 
 /// Goes from the shown day to the nearest one with lines, and shows it.

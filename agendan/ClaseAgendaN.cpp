@@ -9,6 +9,7 @@
 #include "dataset/DatabaseError.h"
 
 #include <QtCore/QLoggingCategory>
+#include <QtCore/QScopeGuard>
 
 #include <algorithm>
 
@@ -72,10 +73,11 @@ template <class TTrabajo> bool TClassAgendaN::ConGuarda(const char *operacion, T
 // Notaries
 
 TClassAgendaN::TClassAgendaN(QObject *propietario, TClientesRaiz *clientes, const TTablas &tablas,
-                             IVistasAgendaN *vistas)
+                             IVistasAgendaN *vistas, IInformesAgenda *informes)
     : m_propietario(propietario)
     , m_clientes(clientes)
     , m_vistas(vistas)
+    , m_informes(informes)
     , m_tablas(tablas)
 {
     if (m_tablas.front()) {
@@ -403,6 +405,86 @@ bool TClassAgendaN::Ausente()
             tabla.first();
         return ultimaAceptada;
     });
+}
+
+/// Back to the line that was current, in every case; without it, to the first one of the shown day.
+void TClassAgendaN::VuelveALaLinea(dataset::Bookmark linea, QDate fecha, const QString &hora) noexcept
+{
+    try {
+        // By number first: of two lines with the same hour a search finds the first.
+        if (!TablaActual().goToBookmark(linea) && !BuscarPorFecha(fecha, hora, true))
+            TablaActual().first();
+    } catch (const std::exception &error) {
+        qCWarning(registro, "The line that was copied could not be found again: %s", error.what());
+    }
+}
+
+bool TClassAgendaN::CopiarCita(QDate destino)
+{
+    DataSet &tabla = TablaActual();
+    const dataset::ControlsGuard sinAvisos(tabla);
+    // What is being typed is part of the line, and must not be lost with a copy that fails.
+    if (tabla.isModified())
+        TBPost(tabla);
+    const dataset::Bookmark origen = tabla.bookmark();
+    if (origen == 0 || !destino.isValid())
+        return false;
+    const QString concepto = tabla.field(u"CONCEPTO").asText();
+    const QString interesado = tabla.field(u"INTERESADO").asText();
+    const qint64 codCliente = tabla.field(u"CODCLIENTE").asInteger();
+    const QString oficial = tabla.field(u"OFICIAL").asText();
+    const QString salida = tabla.field(u"SALIDA").asText();
+    const QString aviso = tabla.field(u"AVISO").asText();
+    const QString hora = tabla.field(u"HORA").asText();
+    const QDate fecha = tabla.field(u"FECHA").asDate();
+    const auto vuelve = qScopeGuard([&] { VuelveALaLinea(origen, fecha, hora); });
+
+    if (!Anadir(destino, {}))
+        return false;
+    dataset::PendingEditGuard pendiente(tabla);
+    tabla.field(u"CONCEPTO").setText(concepto);
+    tabla.field(u"INTERESADO").setText(interesado);
+    tabla.field(u"CODCLIENTE").setInteger(codCliente);
+    tabla.field(u"OFICIAL").setText(oficial);
+    tabla.field(u"SALIDA").setText(salida);
+    tabla.field(u"AVISO").setText(aviso);
+    tabla.field(u"HORA").setText(hora);
+    TBPost(tabla);
+    pendiente.keep();
+    return true;
+}
+
+QList<dataset::Bookmark> TClassAgendaN::PorCadaLinea(const QList<dataset::Bookmark> &lineas,
+                                                     const std::function<bool()> &operacion)
+{
+    DataSet &tabla = TablaActual();
+    const dataset::ControlsGuard sinAvisos(tabla);
+    const auto recorre = [&] {
+        QList<dataset::Bookmark> fallidas;
+        for (const dataset::Bookmark linea : lineas) {
+            const bool hecha = ConGuarda("PorCadaLinea", [&] {
+                if (!tabla.goToBookmark(linea))
+                    throw dataset::EDatabaseError(
+                        QStringLiteral("Otro puesto ha borrado la línea mientras tanto"),
+                        dbase::ErrorKind::conflict);
+                return operacion();
+            });
+            if (!hecha)
+                fallidas.append(linea);
+        }
+        return fallidas;
+    };
+    if (lineas.size() > 1) {
+        try {
+            dataset::CommitGroup juntas(tabla);
+            const QList<dataset::Bookmark> fallidas = recorre();
+            juntas.commit();
+            return fallidas;
+        } catch (const dataset::EDatabaseError &error) {
+            qCWarning(registro, "The lines could not be written as a whole: %s", error.what());
+        }
+    }
+    return recorre();
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

@@ -6,16 +6,23 @@
 
 #include <QtCore/QDate>
 #include <QtCore/QHash>
+#include <QtCore/QList>
 #include <QtCore/QPointer>
 #include <QtCore/QString>
 
 #include <array>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <utility>
 
+class IInformesAgenda;
 class TClientesRaiz;
 class TDMAgendaN;
+namespace dataset
+{
+class MemTable;
+}
 
 /// Engine of the multi-notary agenda: up to five notary tables, one of them the current one, on which every
 /// line operation works. It has no window of its own; it asks for them through IVistasAgendaN.
@@ -34,9 +41,10 @@ public:
     /// one table
     ///                     per notary itself.
     /// @param vistas       not owned; outlives the engine. Null where no window is ever asked for.
+    /// @param informes     the same, for its reports.
     /// @throws dataset::EDatabaseError when a notary's table cannot be opened.
     TClassAgendaN(QObject *propietario, TClientesRaiz *clientes, const TTablas &tablas,
-                  IVistasAgendaN *vistas);
+                  IVistasAgendaN *vistas, IInformesAgenda *informes = nullptr);
     ~TClassAgendaN();
     TClassAgendaN(const TClassAgendaN &) = delete;
     TClassAgendaN &operator=(const TClassAgendaN &) = delete;
@@ -88,6 +96,19 @@ public:
     bool Salida();
     /// Marks every line of the shown day as absence; the cursor stays on its line.
     bool Ausente();
+    /// Copies the current line to another date of the same notary, at the same hour, as one line more:
+    /// nothing is replaced there and no sheet is built. The cursor stays on the line, and the shown day too.
+    /// @return false, with nothing written, when there is no line to copy or no line can be added.
+    /// @throws dataset::EDatabaseError when the copy cannot be written; nothing is left pending.
+    bool CopiarCita(QDate destino);
+
+    /// Goes to each of several lines of the current table, in the order given, and runs an operation on it.
+    /// All that they change is one commit; when that cannot be written, every line is tried as a commit of
+    /// its own, so that one bad line does not hold up the others. To be called with nothing being edited.
+    /// @param operacion  asks the user nothing; false or an exception: it has failed on this line.
+    /// @return the lines on which it failed, in that order; TomaError() tells what the last of them met.
+    QList<dataset::Bookmark> PorCadaLinea(const QList<dataset::Bookmark> &lineas,
+                                          const std::function<bool()> &operacion);
 
     /// What the last failed operation met, for telling the user, and forgets it; empty when none has failed
     /// since.
@@ -97,6 +118,16 @@ public:
     void FichaAgendaN();
     void FichaCita(TOperacion operacion);
 
+    // Reports of the current table, each shown until the user closes it. Those by clerk ask for the clerk
+    // first, and do nothing when the user cancels. What the table or the report layer throws passes on, with
+    // the table's range and controls as they were.
+    /// @param fecha  the day shown: the sheet's title; its lines are those that the table holds.
+    void InformeDia(QDate fecha);
+    void InformeDia_PorOficial(QDate fecha);
+    /// The week, Monday to Saturday, that holds the date or ends on it; the table shows the date afterwards.
+    void InformeSemana(QDate fecha);
+    void InformeSemana_PorOficial(QDate fecha);
+
 private:
     template <class TTrabajo> bool ConGuarda(const char *operacion, TTrabajo &&trabajo);
     void AbreTablasPropias();
@@ -105,12 +136,19 @@ private:
     void SincronizaTablaActual(QDate fecha);
     [[nodiscard]] QDate DiaMostrado() const;
     std::optional<bool> MarcaLineaActual(const QString &marca);
+    void VuelveALaLinea(dataset::Bookmark linea, QDate fecha, const QString &hora) noexcept;
+    void MuestraInformeDia(QDate fecha, const std::optional<QString> &oficial);
+    void MuestraInformeSemana(QDate fecha, const std::optional<QString> &oficial);
+    /// The data module's week rows; an engine over the host's tables has some of its own.
+    [[nodiscard]] dataset::MemTable &SemanaDeInforme();
 
     QPointer<QObject> m_propietario;
     TClientesRaiz *m_clientes = nullptr;
     IVistasAgendaN *m_vistas = nullptr;
+    IInformesAgenda *m_informes = nullptr;
     int m_numNotarios = 0;
     std::unique_ptr<TDMAgendaN> m_datos;
+    std::unique_ptr<dataset::MemTable> m_semanaPropia;
     TTablas m_tablas{};
     dataset::DataSet *m_tablaActual = nullptr;
     QHash<const dataset::DataSet *, QDate> m_dias; ///< day last shown of each table, for when it has no lines

@@ -13,12 +13,9 @@
 #include <QtCore/QTimer>
 #include <QtGui/QAction>
 #include <QtGui/QCloseEvent>
-#include <QtGui/QKeyEvent>
-#include <QtGui/QScreen>
 #include <QtGui/QWindow>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QLabel>
-#include <QtWidgets/QMenuBar>
 #include <QtWidgets/QStatusBar>
 #include <QtWidgets/QTabBar>
 
@@ -29,50 +26,7 @@ using dbcontrols::MaskEdit;
 namespace
 {
 
-constexpr QSize AreaCliente{635, 437};
 constexpr int PeriodoRefresco = 5000; // ms
-
-/// The code by which the desktop knows a key: 48..57 the digits, 65..90 the letters, 97..105 the keypad's
-/// digits 1 to 9, 106..111 its operators, 112..122 F1 to F11, and 209 for Ñ. 0 for keys that do not matter
-/// here.
-int CodigoDeTecla(const QKeyEvent &tecla)
-{
-    const int qt = tecla.key();
-    const bool tecladoNumerico = tecla.modifiers() & Qt::KeypadModifier;
-    if (qt >= Qt::Key_0 && qt <= Qt::Key_9)
-        return tecladoNumerico ? 96 + (qt - Qt::Key_0) : 48 + (qt - Qt::Key_0);
-    if (qt >= Qt::Key_A && qt <= Qt::Key_Z)
-        return 65 + (qt - Qt::Key_A);
-    if (qt >= Qt::Key_F1 && qt <= Qt::Key_F11)
-        return 112 + (qt - Qt::Key_F1);
-    if (qt == Qt::Key_Ntilde)
-        return 209;
-    if (!tecladoNumerico)
-        return 0;
-    switch (qt) {
-    case Qt::Key_Asterisk:
-        return 106;
-    case Qt::Key_Plus:
-        return 107;
-    case Qt::Key_Minus:
-        return 109;
-    case Qt::Key_Period:
-    case Qt::Key_Comma:
-        return 110;
-    case Qt::Key_Slash:
-        return 111;
-    default:
-        return 0;
-    }
-}
-
-bool EmpiezaEdicion(int codigo)
-{
-    // Deliberate: the range 97..122 was meant for small letters and lets keypad keys and F1..F11 through as
-    // well.
-    return (codigo >= 48 && codigo <= 57) || (codigo >= 65 && codigo <= 90) ||
-           (codigo >= 97 && codigo <= 122) || codigo == 209 || codigo == 241;
-}
 
 QColor ColorDePantalla(TColor color, const QPalette &paleta)
 {
@@ -125,8 +79,7 @@ TFFichaAgendaN::TFFichaAgendaN(QWidget *propietario)
     Timer1->setObjectName(QStringLiteral("Timer1"));
     Timer1->setInterval(PeriodoRefresco);
     connect(Timer1, &QTimer::timeout, this, &TFFichaAgendaN::Timer1Timer);
-    connect(qApp, &QApplication::focusChanged, this,
-            [this](const QWidget * /*antes*/, const QWidget *ahora) { MuestraPistaDelFoco(ahora); });
+    connect(qApp, &QApplication::focusChanged, this, &TFFichaAgendaN::CambiaFoco);
     setTabOrder(MEFecha, PCAgenda->tabBar());
     QWidget *anterior = PCAgenda->tabBar();
     for (std::size_t i = 0; i < DBGAgendaN.size(); ++i) {
@@ -138,8 +91,10 @@ TFFichaAgendaN::TFFichaAgendaN(QWidget *propietario)
 
 TFFichaAgendaN::~TFFichaAgendaN()
 {
-    // While the pages go, the tab control would still tell of other tabs becoming the current one.
+    // While the pages go, the tab control would still tell of other tabs becoming the current one, and the
+    // focus of its way from one control to another.
     PCAgenda->disconnect(this);
+    qApp->disconnect(this);
 }
 
 void TFFichaAgendaN::PonNotario(int notario, const QString &nombre, DataSet *tabla)
@@ -150,7 +105,7 @@ void TFFichaAgendaN::PonNotario(int notario, const QString &nombre, DataSet *tab
     PCAgenda->PonRotulo(notario - 1, nombre);
     DBGAgendaN[indice]->setAccessibleName(QStringLiteral("Citas de ") + nombre);
     DSAgendaN[indice]->setDataSet(tabla);
-    PCAgenda->setTabVisible(notario - 1, true);
+    PonPestanaALaVista(notario - 1, true);
     if (!PCAgenda->isTabVisible(PCAgenda->currentIndex()))
         PCAgenda->setCurrentIndex(notario - 1);
 }
@@ -158,6 +113,7 @@ void TFFichaAgendaN::PonNotario(int notario, const QString &nombre, DataSet *tab
 void TFFichaAgendaN::PonMotor(TClassAgendaN &motor)
 {
     m_motor = &motor;
+    AContacto->setEnabled(motor.Clientes() != nullptr);
 }
 
 void TFFichaAgendaN::PonSincronizarDia(bool marcado)
@@ -208,22 +164,6 @@ void TFFichaAgendaN::ShowModal()
     Timer1->stop();
 }
 
-void TFFichaAgendaN::Coloca()
-{
-    ensurePolished();
-    resize(AreaCliente.width(), AreaCliente.height() + menuBar()->sizeHint().height());
-    winId(); // gives the window a handle, so that it can be put in front of its owner
-    const QWidget *const propietario = m_propietario ? m_propietario->window() : nullptr;
-    const QScreen *const pantalla = propietario ? propietario->screen() : screen();
-    const QRect disponible = pantalla->availableGeometry();
-    QRect lugar = frameGeometry();
-    lugar.moveCenter(propietario ? propietario->frameGeometry().center() : disponible.center());
-    move(qMax(disponible.left(), qMin(lugar.left(), disponible.right() - lugar.width() + 1)),
-         qMax(disponible.top(), qMin(lugar.top(), disponible.bottom() - lugar.height() + 1)));
-    if (propietario && propietario->windowHandle())
-        windowHandle()->setTransientParent(propietario->windowHandle());
-}
-
 void TFFichaAgendaN::showEvent(QShowEvent *evento)
 {
     QMainWindow::showEvent(evento);
@@ -243,6 +183,7 @@ void TFFichaAgendaN::closeEvent(QCloseEvent *evento)
         }
     }
     m_cerrada = true;
+    RecuerdaLugar();
     evento->accept();
     m_bucle.quit();
 }
@@ -264,101 +205,11 @@ void TFFichaAgendaN::resizeEvent(QResizeEvent *evento)
     FormResize();
 }
 
-void TFFichaAgendaN::FormResize()
-{
-    for (DbGrid *const rejilla : DBGAgendaN) {
-        if (!rejilla)
-            continue; // a grid tells its size while its neighbours are still being made
-        const int ocupado = rejilla->columnWidth(ColumnaHora) + rejilla->columnWidth(ColumnaCita) +
-                            rejilla->columnWidth(ColumnaOficial);
-        rejilla->setColumnWidth(ColumnaInteresado, qMax(20, rejilla->viewport()->width() - ocupado - 5));
-    }
-}
-
 void TFFichaAgendaN::changeEvent(QEvent *evento)
 {
     QMainWindow::changeEvent(evento);
     if (evento->type() == QEvent::FontChange && Timer1)
         AjustaMedidasALaLetra();
-}
-
-// Keys
-
-bool TFFichaAgendaN::eventFilter(QObject *objeto, QEvent *evento)
-{
-    if (evento->type() == QEvent::KeyPress && objeto == windowHandle() &&
-        !QApplication::activePopupWidget()) {
-        const QWidget *const modal = QApplication::activeModalWidget();
-        if (!modal || modal == this)
-            FormKeyDown(static_cast<QKeyEvent *>(evento)->key());
-    }
-    return QMainWindow::eventFilter(objeto, evento);
-}
-
-void TFFichaAgendaN::FormKeyDown(int tecla)
-{
-    const bool escribiendo = GetDBGAgendaN()->isEditorOpen() && !MEFecha->hasFocus();
-    switch (tecla) {
-    case Qt::Key_Enter:
-    case Qt::Key_Return:
-        // Posted, so that the control that has the focus still gets the key.
-        QMetaObject::invokeMethod(
-            this,
-            [this] {
-                if (!GetDBGAgendaN()->isEditorOpen()) // a text that the line did not take waits to be mended
-                    focusNextPrevChild(true);
-            },
-            Qt::QueuedConnection);
-        break;
-    case Qt::Key_Escape:
-        if (escribiendo && GetDBGAgendaN()->isAncestorOf(focusWidget()))
-            break;
-        // A line that is being edited is given up first, so that nothing typed goes without being seen to go.
-        if (escribiendo || DSAgendaN[static_cast<std::size_t>(Pestana())]->isEditing())
-            GetDBGAgendaN()->cancelEditing();
-        else
-            close();
-        break;
-    case Qt::Key_Space:
-        if (!escribiendo && !Servicios().Rvarias->EsBoton(focusWidget()) && AModificar->isEnabled())
-            AModificar->trigger();
-        break;
-    case Qt::Key_Insert:
-        if (!escribiendo && ANuevo->isEnabled())
-            ANuevo->trigger();
-        break;
-    case Qt::Key_Delete:
-        if (!escribiendo && ABorrar->isEnabled())
-            ABorrar->trigger();
-        break;
-    default:
-        break;
-    }
-}
-
-void TFFichaAgendaN::DBGAgendaN1KeyDown(QKeyEvent *tecla)
-{
-    const dbcontrols::DataSource &fuente = *DSAgendaN.front();
-    if (!m_motor || Pestana() != 0 || !fuente.activeDataSet())
-        return;
-    const bool intro = tecla->key() == Qt::Key_Enter || tecla->key() == Qt::Key_Return;
-    if (!fuente.isEditing() && EmpiezaEdicion(CodigoDeTecla(*tecla))) {
-        ConGuarda([this, tecla] {
-            if (m_motor->Modificar())
-                return;
-            tecla->ignore(); // the grid would try, and wait, a second time
-            // About a day without lines the engine has spoken itself.
-            if (!m_motor->TablaActual().isEmpty())
-                Avisa(QStringLiteral(
-                    "No se ha podido modificar la cita: puede que otro puesto la esté usando."));
-        });
-    } else if (fuente.isEditing() && intro) {
-        ConGuarda([this] {
-            // The engine has dropped what was typed, so the clerk must know.
-            if (!m_motor->AceptarAgendaN())
-                Avisa(QStringLiteral("No se ha podido guardar la cita."));
-        });
-    }
 }
 
 // Colours, date field, timer
@@ -394,15 +245,22 @@ void TFFichaAgendaN::PCAgendaChange()
     if (!m_motor)
         return;
     // A line left half written on the tab before would stay locked for the other workstations.
-    const int anterior = std::exchange(m_pestanaAnterior, Pestana());
-    if (anterior != Pestana())
-        AceptaPendiente(anterior);
+    const int anterior = m_pestanaAnterior;
+    if (anterior != Pestana() && !AceptaPendiente(anterior)) {
+        PCAgenda->setCurrentIndex(anterior); // back to what could not be written
+        DBGAgendaN[static_cast<std::size_t>(anterior)]->setFocus();
+        return;
+    }
+    m_pestanaAnterior = Pestana();
     ConGuarda([this] {
         m_motor->PonNotarioActual(Pestana() + 1);
         ActualizaFecha();
     });
     ADiaAnterior->setEnabled(true);
     ADiaSiguiente->setEnabled(true);
+    // The grid that had the focus has gone with its page.
+    if (!m_cerrada && !PCAgenda->tabBar()->hasFocus() && !MEFecha->hasFocus())
+        GetDBGAgendaN()->setFocus();
 }
 
 void TFFichaAgendaN::ActualizaFecha()
@@ -421,13 +279,15 @@ void TFFichaAgendaN::MEFechaExit()
     if (m_cerrada || !m_motor)
         return; // the window has closed over a date that nobody has asked for
     QString fecha = MEFecha->text();
+    m_fechaAtendida = true;
     if (QuitaCaracter(QuitaCaracter(fecha, QLatin1Char(' ')), QLatin1Char('/')).isEmpty())
         return;
     if (VerificaFecha(fecha)) {
         MEFecha->setMaskedText(fecha);
-        ConGuarda([this, &fecha] { SincronizaA(Cad_Date(fecha)); });
+        m_fechaAtendida = ConGuarda([this, &fecha] { SincronizaA(Cad_Date(fecha)); });
         return;
     }
+    m_fechaAtendida = false;
     // From the event loop: the focus is on its way to another control and can be called back only when it is
     // there.
     QMetaObject::invokeMethod(
@@ -452,6 +312,17 @@ void TFFichaAgendaN::Timer1Timer()
         LExplica->showMessage(error.text(), PeriodoRefresco);
     }
     LeeColorSalida();
+}
+
+void TFFichaAgendaN::CambiaFoco(QWidget *antes, QWidget *ahora)
+{
+    for (dbcontrols::DbMemo *const memo : DBMConcepto) {
+        if (memo == antes)
+            Servicios().Rvarias->DejaFocoControl(*memo);
+        if (memo == ahora)
+            Servicios().Rvarias->TomaFocoControl(*memo);
+    }
+    MuestraPistaDelFoco(ahora);
 }
 
 void TFFichaAgendaN::MuestraPistaDelFoco(const QWidget *control)

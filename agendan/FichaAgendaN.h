@@ -6,6 +6,7 @@
 
 #include <QtCore/QEventLoop>
 #include <QtCore/QPointer>
+#include <QtCore/QStringList>
 #include <QtGui/QColor>
 #include <QtWidgets/QMainWindow>
 
@@ -26,6 +27,8 @@ class QMenu;
 class QStatusBar;
 class QTimer;
 class QToolBar;
+class QToolButton;
+class TCalendarioAgendaN;
 class TPestanasAgendaN;
 
 /// The window in which the office works the multi-notary agenda. It knows no rule of the agenda: every
@@ -74,54 +77,88 @@ private:
 
     // FichaAgendaNMontaje.cpp: the window is put together
     void CreaComandos();
-    QAction *CreaComando(const char *nombre, const QString &titulo, const QString &pista, TOrden orden);
-    QAction *CreaComandoPendiente(const char *nombre, const QString &titulo, const QString &pista);
+    void CreaComandosDelDia();
+    /// What a command works on, and so where the keys go afterwards: to the line, or where they were.
+    enum class TAlcance { citas, dias };
+    enum class TTrasCopiar { nada, borrar };
+    QAction *CreaComando(const char *nombre, const QString &titulo, const QString &pista, TAlcance alcance,
+                         TOrden orden);
     void PonIconos();
     void CreaBarra();
+    void CreaFecha();
     void CreaMenus();
     void CreaPestanas();
     void CreaPestana(int pestana);
+    void PonPestanaALaVista(int pestana, bool aLaVista);
     void PreparaRejilla(int pestana);
     void CreaLineaDeAyuda();
     void MuestraPistasDe(QMenu &menu);
+
+    // FichaAgendaNLugar.cpp: place, size and widths
+    void Coloca();
+    void ColocaSobreElPropietario();
+    bool RecuperaLugar();
+    void RecuerdaLugar() const;
+    void FormResize();
     void AjustaMedidasALaLetra();
+    /// A length of the drawing, which is of 96 dots to the inch, on this screen.
+    [[nodiscard]] int Escalado(int puntos) const;
 
     // FichaAgendaNComandos.cpp
-    /// Runs a command: what is being typed in a cell goes into its line first, failures are shown, and the
-    /// focus returns to the grid.
-    /// @return false when it was not run, because the cell did not take its text.
-    bool Ejecuta(const TOrden &orden);
+    /// Runs a command: what is being typed is kept first (a date, a cell, its line), failures are shown, and
+    /// the focus returns to the grid.
+    /// @return false when it was not run, because what was typed could not be kept.
+    bool Ejecuta(TAlcance alcance, const TOrden &orden);
+    /// A date that was typed and not left yet counts. @return false, after a message, when its day is not
+    /// shown.
+    bool AceptaFecha();
     /// Says what the engine's last operations met, if one failed.
     void AvisaSiFallo(const QString &que);
     /// Runs something that is not a command; failures are shown. @return false when it failed.
     bool ConGuarda(const TOrden &orden);
     void AvisaError(const QString &texto);
     void Avisa(const QString &texto);
-    void ABorrarExecute();
-    void ASalidaExecute();
-    void AAusenteExecute();
     void ASincronizarDiaExecute();
     void ADiaAnteriorExecute();
     void ADiaSiguienteExecute();
     void ABuscarDiaExecute();
+    bool PreguntaFecha(QDate &fecha);
+    void AbreCalendario();
+    void VeAlDia(QDate fecha);
+    void Imprime(void (TClassAgendaN::*informe)(QDate));
     void SincronizaA(QDate fecha);
-    void PorCadaSeleccionada(const std::function<bool()> &orden);
+
+    // FichaAgendaNCitas.cpp
+    /// The selected lines in the order of the selection when there are two or more, else the current one.
+    [[nodiscard]] QList<dataset::Bookmark> LineasDeLaOrden() const;
+    void FichaCita(TOperacion operacion);
+    void ABorrarExecute();
+    void ASalidaExecute();
+    void AAusenteExecute();
+    void CopiaCitas(TTrasCopiar tras);
+    void AContactoExecute();
+
+    // FichaAgendaNTeclas.cpp
+    void FormKeyDown(int tecla);
+    void DBGAgendaN1KeyDown(QKeyEvent *tecla);
+    void EmpiezaAEditar(QKeyEvent &tecla);
+    void GuardaLinea();
+    [[nodiscard]] QStringList TextosDeLaLinea() const;
+    bool VuelveAEscribir(const QStringList &antes, const QStringList &escrito);
 
     // FichaAgendaN.cpp: events
-    void FormKeyDown(int tecla);
-    void FormResize();
-    void DBGAgendaN1KeyDown(QKeyEvent *tecla);
     [[nodiscard]] std::optional<QColor> ColorDeLinea(int pestana, int linea) const;
     void LeeColorSalida();
     void MEFechaEnter();
     void MEFechaExit();
     void Timer1Timer();
     void ActualizaFecha();
+    void CambiaFoco(QWidget *antes, QWidget *ahora);
     void MuestraPistaDelFoco(const QWidget *control);
     [[nodiscard]] QDate FechaActual() const;
     [[nodiscard]] int Pestana() const;
+    /// Puts what is being typed on a tab into its table. @return false, after a message, when it stays there.
     bool AceptaPendiente(int pestana);
-    void Coloca();
 
     TClassAgendaN *m_motor = nullptr;
     QPointer<QWidget> m_propietario;
@@ -129,6 +166,8 @@ private:
     bool m_cerrada = true;
     int m_ordenesEnCurso = 0; ///< the timer keeps still meanwhile: a question may be about the current line
     int m_pestanaAnterior = 0;
+    bool m_fechaAtendida = true; ///< the day of the date field was shown when the field was left
+    QStringList m_antesDeEditar; ///< the first notary's line as it was when its editing began
     QColor m_colorSalida;
 
     QAction *ANuevo = nullptr;
@@ -153,6 +192,8 @@ private:
 
     QToolBar *TBAgendaN = nullptr;
     dbcontrols::MaskEdit *MEFecha = nullptr;
+    QToolButton *BCalendario = nullptr;
+    TCalendarioAgendaN *m_calendario = nullptr;
     TPestanasAgendaN *PCAgenda = nullptr;
     QMenu *PMAgendaN = nullptr;
     QMenu *PMImprimir = nullptr;

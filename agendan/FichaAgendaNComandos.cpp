@@ -1,7 +1,10 @@
+// How commands are run, and those that go from day to day.
+
 #include "agendan/FichaAgendaN.h"
 
 #include "agenda/Rnumcad.h"
 #include "agenda/host/Servicios.h"
+#include "agendan/CalendarioAgendaN.h"
 #include "agendan/PestanasAgendaN.h"
 #include "dataset/DatabaseError.h"
 #include "dbcontrols/DbGrid.h"
@@ -12,31 +15,34 @@
 #include <QtGui/QAction>
 #include <QtWidgets/QStatusBar>
 
-using dataset::Bookmark;
-
 namespace
 {
 
 Q_LOGGING_CATEGORY(registro, "agendan.ventanas")
 
-const QString Atencion = QStringLiteral(" ATENCIÓN");
 const QString AtencionDosPuntos = QStringLiteral(" ATENCIÓN:");
-const QString IndicacionFecha = QStringLiteral("Fecha de la agenda");
-const QString TituloFecha = QStringLiteral("Agenda del día:");
 
 } // namespace
 
-bool TFFichaAgendaN::Ejecuta(const TOrden &orden)
+bool TFFichaAgendaN::Ejecuta(TAlcance alcance, const TOrden &orden)
 {
-    if (!m_motor || !GetDBGAgendaN()->commitEditor())
-        return false; // what was typed did not fit and is still there; the grid says why
+    if (!m_motor || (alcance == TAlcance::citas && !AceptaFecha()) || !AceptaPendiente(Pestana()))
+        return false; // what was typed is still there, and the reason has been told
     const QPointer<QWidget> conFoco = focusWidget();
     static_cast<void>(m_motor->TomaError());
     ConGuarda(orden);
     LeeColorSalida();
-    if (!conFoco || !conFoco->isVisible())
+    if (alcance == TAlcance::citas || !conFoco || !conFoco->isVisible())
         GetDBGAgendaN()->setFocus();
     return true;
+}
+
+bool TFFichaAgendaN::AceptaFecha()
+{
+    if (!MEFecha->hasFocus() || MEFecha->text() == Date_Cad(FechaActual()))
+        return true;
+    GetDBGAgendaN()->setFocus(); // leaving the field is what makes its date count
+    return m_fechaAtendida;
 }
 
 void TFFichaAgendaN::AvisaSiFallo(const QString &que)
@@ -84,55 +90,6 @@ void TFFichaAgendaN::Avisa(const QString &texto)
     Servicios().Mensaje->Mensajes(mensaje);
 }
 
-void TFFichaAgendaN::PorCadaSeleccionada(const std::function<bool()> &orden)
-{
-    dataset::DataSet *const tabla = GetDatosAgendaN();
-    const QList<Bookmark> seleccion = GetDBGAgendaN()->selectedBookmarks();
-    for (const Bookmark linea : seleccion) {
-        if (tabla->goToBookmark(linea))
-            orden();
-    }
-}
-
-void TFFichaAgendaN::ABorrarExecute()
-{
-    if (!GetDatosAgendaN())
-        return;
-    if (GetDBGAgendaN()->selectedBookmarks().size() < 2) {
-        m_motor->Borrar(true);
-        AvisaSiFallo(QStringLiteral("No se ha podido borrar la cita."));
-        return;
-    }
-    TMensaje pregunta;
-    pregunta.Clase = TClaseMensaje::pregunta;
-    pregunta.Texto = QStringLiteral("¿Desea borrar las citas seleccionadas?");
-    pregunta.Icono = TIconoMensaje::pregunta;
-    pregunta.Titulo = Atencion;
-    if (Servicios().Mensaje->Mensajes(pregunta) != RespuestaSi)
-        return;
-    PorCadaSeleccionada([this] { return m_motor->Borrar(false); });
-    AvisaSiFallo(QStringLiteral("No se han podido borrar todas las citas seleccionadas."));
-}
-
-void TFFichaAgendaN::ASalidaExecute()
-{
-    if (!GetDatosAgendaN())
-        return;
-    if (GetDBGAgendaN()->selectedBookmarks().size() >= 2)
-        PorCadaSeleccionada([this] { return m_motor->Salida(); });
-    else
-        m_motor->Salida();
-    AvisaSiFallo(QStringLiteral("No se ha podido marcar la salida."));
-}
-
-void TFFichaAgendaN::AAusenteExecute()
-{
-    if (!GetDatosAgendaN())
-        return;
-    m_motor->Ausente();
-    AvisaSiFallo(QStringLiteral("No se ha podido marcar la ausencia en todas las líneas."));
-}
-
 void TFFichaAgendaN::ASincronizarDiaExecute()
 {
     // The command has flipped its mark already. Taking the mark away moves nothing.
@@ -174,10 +131,44 @@ void TFFichaAgendaN::ABuscarDiaExecute()
     QDate fecha = QDate::fromString(MEFecha->text(), QStringLiteral("dd/MM/yyyy"));
     if (!fecha.isValid())
         fecha = Servicios().Reloj->Hoy();
-    if (!Servicios().Rut->PreguntaFecha(fecha, IndicacionFecha, TituloFecha))
-        return;
+    if (PreguntaFecha(fecha))
+        VeAlDia(fecha);
+}
+
+bool TFFichaAgendaN::PreguntaFecha(QDate &fecha)
+{
+    return Servicios().Rut->PreguntaFecha(fecha, QStringLiteral("Fecha de la agenda"),
+                                          QStringLiteral("Agenda del día:"));
+}
+
+void TFFichaAgendaN::VeAlDia(QDate fecha)
+{
     SincronizaA(fecha);
     ActualizaFecha();
+}
+
+void TFFichaAgendaN::AbreCalendario()
+{
+    if (!m_calendario) {
+        m_calendario = new TCalendarioAgendaN(this);
+        connect(m_calendario, &TCalendarioAgendaN::Elegida, this, [this](QDate fecha) {
+            if (m_motor && AceptaPendiente(Pestana()))
+                ConGuarda([this, fecha] { VeAlDia(fecha); });
+            GetDBGAgendaN()->setFocus();
+        });
+    }
+    const QDate escrita = QDate::fromString(MEFecha->text(), QStringLiteral("dd/MM/yyyy"));
+    m_calendario->Abre(*MEFecha, escrita.isValid() ? escrita : Servicios().Reloj->Hoy());
+}
+
+void TFFichaAgendaN::Imprime(void (TClassAgendaN::*informe)(QDate))
+{
+    if (!GetDatosAgendaN())
+        return;
+    // A date typed and not left yet is shown first: the sheet's title and its lines are of one day.
+    if (MEFecha->hasFocus())
+        GetDBGAgendaN()->setFocus();
+    (m_motor->*informe)(Cad_Date(MEFecha->text()));
 }
 
 void TFFichaAgendaN::SincronizaA(QDate fecha)

@@ -1,5 +1,6 @@
 #include "agendan/FichaAgendaN.h"
 
+#include "agenda/ClaseConfAgendaN.h"
 #include "agenda/HoraTexto.h"
 #include "agendan/IconosAgendaN.h"
 #include "agendan/PestanasAgendaN.h"
@@ -28,18 +29,12 @@ using dbcontrols::MaskEdit;
 namespace
 {
 
-constexpr int AnchoHora = 33;
-constexpr int AnchoFecha = 65;
-constexpr int LadoIcono = 20;
-constexpr int LineasMemo = 3;
-
 QList<GridColumn> ColumnasAgendaN()
 {
     const auto alinea = Qt::AlignLeft;
     return {
         // An hour in another form would fall out of its day, whose range goes by the text.
-        {QStringLiteral("Hora"), QStringLiteral("HORA"), AnchoHora, Qt::AlignHCenter, true, false,
-         NormalizaHora},
+        {QStringLiteral("Hora"), QStringLiteral("HORA"), 33, Qt::AlignHCenter, true, false, NormalizaHora},
         {QStringLiteral("Cita"), QStringLiteral("CONCEPTO"), 272, alinea, true, false},
         {QStringLiteral("Interesado"), QStringLiteral("INTERESADO"), 210, alinea, true, false},
         {QStringLiteral("Oficial"), QStringLiteral("OFICIAL"), 88, alinea, true, false},
@@ -56,52 +51,32 @@ QString Numerado(const char *nombre, int pestana)
 
 void TFFichaAgendaN::CreaComandos()
 {
-    ANuevo = CreaComandoPendiente("ANuevo", QStringLiteral("&Nuevo"), QStringLiteral("Nueva cita"));
-    AModificar =
-        CreaComandoPendiente("AModificar", QStringLiteral("&Modificar"), QStringLiteral("Modificar cita"));
-    ADetalles = CreaComandoPendiente("ADetalles", QStringLiteral("&Ver Detalles"),
-                                     QStringLiteral("Ver detalles de la cita"));
-    ABorrar = CreaComando("ABorrar", QStringLiteral("&Borrar"),
-                          QStringLiteral("Borrar cita/citas seleccinadas"), [this] { ABorrarExecute(); });
-    ASalida = CreaComando("ASalida", QStringLiteral("&Salida"), QStringLiteral("Salida del notario"),
+    using enum TAlcance;
+    const auto cita = [this](TOperacion operacion) { return [this, operacion] { FichaCita(operacion); }; };
+    ANuevo = CreaComando("ANuevo", QStringLiteral("&Nuevo"), QStringLiteral("Nueva cita"), citas,
+                         cita(TOperacion::nuevo));
+    AModificar = CreaComando("AModificar", QStringLiteral("&Modificar"), QStringLiteral("Modificar cita"),
+                             citas, cita(TOperacion::modificar));
+    ADetalles = CreaComando("ADetalles", QStringLiteral("&Ver Detalles"),
+                            QStringLiteral("Ver detalles de la cita"), citas, cita(TOperacion::ver));
+    ABorrar =
+        CreaComando("ABorrar", QStringLiteral("&Borrar"), QStringLiteral("Borrar cita/citas seleccinadas"),
+                    citas, [this] { ABorrarExecute(); });
+    ASalida = CreaComando("ASalida", QStringLiteral("&Salida"), QStringLiteral("Salida del notario"), citas,
                           [this] { ASalidaExecute(); });
-    AAusente =
-        CreaComando("AAusente", QStringLiteral("&Ausente todo el día"),
-                    QStringLiteral("Ausencia del notario para todo el día"), [this] { AAusenteExecute(); });
-    ASincronizarDia =
-        CreaComando("ASincronizarDia", QStringLiteral("Sincronizar &día"),
-                    QStringLiteral("Si esta marcada, cada una de las agendas de cada notario estará "
-                                   "situada en la misma fecha"),
-                    [this] { ASincronizarDiaExecute(); });
-    ASincronizarDia->setCheckable(true);
-    ADiaAnterior = CreaComando("ADiaAnterior", QStringLiteral("Día anterior"),
-                               QStringLiteral("Se selecciona la agenda del día anterior"),
-                               [this] { ADiaAnteriorExecute(); });
-    ADiaSiguiente = CreaComando("ADiaSiguiente", QStringLiteral("Día siguiente"),
-                                QStringLiteral("Se selecciona la agenda del día siguiente"),
-                                [this] { ADiaSiguienteExecute(); });
-    ABuscarDia = CreaComando("ABuscarDia", QStringLiteral("&Buscar día"),
-                             QStringLiteral("Buscar las citas de un día"), [this] { ABuscarDiaExecute(); });
-    ACopiarCita =
-        CreaComandoPendiente("ACopiarCita", QStringLiteral("Copia&r"),
-                             QStringLiteral("Copia la cita o citas seleccionadas a un dia en concreto"));
-    AMoverCita =
-        CreaComandoPendiente("AMoverCita", QStringLiteral("&Mover"),
-                             QStringLiteral("Mueve la cita o citas seleccionadas a un dia en concreto"));
-    AContacto = CreaComandoPendiente("AContacto", QStringLiteral("&Contacto"),
-                                     QStringLiteral("Ficha del cliente con el que se ha citado el notario"));
-    AImprimirDia = CreaComandoPendiente("AImprimirDia", QStringLiteral("&Imprimir un día"),
-                                        QStringLiteral("Imprimir día del notario actual"));
-    AImprimirSemana = CreaComandoPendiente("AImprimirSemana", QStringLiteral("Imprimir una se&mana"),
-                                           QStringLiteral("Imprimir semana del notario actual"));
-    AImprimirDiaOficial =
-        CreaComandoPendiente("AImprimirDiaOficial", QStringLiteral("Imprimir un día por oficial"),
-                             QStringLiteral("Imprimir día del notario actual por oficial"));
-    AImprimirSemanaOficial =
-        CreaComandoPendiente("AImprimirSemanaOficial", QStringLiteral("Imprimir una semana por oficial"),
-                             QStringLiteral("Imprimir semana del notario actual por oficial"));
-    AConfiguracion = CreaComandoPendiente("AConfiguracion", QStringLiteral("Configuración"),
-                                          QStringLiteral("Ficha de configuración de la agenda"));
+    AAusente = CreaComando("AAusente", QStringLiteral("&Ausente todo el día"),
+                           QStringLiteral("Ausencia del notario para todo el día"), citas,
+                           [this] { AAusenteExecute(); });
+    ACopiarCita = CreaComando("ACopiarCita", QStringLiteral("Copia&r"),
+                              QStringLiteral("Copia la cita o citas seleccionadas a un dia en concreto"),
+                              citas, [this] { CopiaCitas(TTrasCopiar::nada); });
+    AMoverCita = CreaComando("AMoverCita", QStringLiteral("&Mover"),
+                             QStringLiteral("Mueve la cita o citas seleccionadas a un dia en concreto"),
+                             citas, [this] { CopiaCitas(TTrasCopiar::borrar); });
+    AContacto = CreaComando("AContacto", QStringLiteral("&Contacto"),
+                            QStringLiteral("Ficha del cliente con el que se ha citado el notario"), citas,
+                            [this] { AContactoExecute(); });
+    CreaComandosDelDia();
     ASalir = new QAction(QStringLiteral("&Salir"), this);
     ASalir->setObjectName(QStringLiteral("ASalir"));
     ASalir->setToolTip(QStringLiteral("Cerrar esta ventana"));
@@ -110,26 +85,54 @@ void TFFichaAgendaN::CreaComandos()
     PonIconos();
 }
 
+void TFFichaAgendaN::CreaComandosDelDia()
+{
+    using enum TAlcance;
+    ASincronizarDia =
+        CreaComando("ASincronizarDia", QStringLiteral("Sincronizar &día"),
+                    QStringLiteral("Si esta marcada, cada una de las agendas de cada notario estará "
+                                   "situada en la misma fecha"),
+                    dias, [this] { ASincronizarDiaExecute(); });
+    ASincronizarDia->setCheckable(true);
+    ADiaAnterior = CreaComando("ADiaAnterior", QStringLiteral("Día anterior"),
+                               QStringLiteral("Se selecciona la agenda del día anterior"), dias,
+                               [this] { ADiaAnteriorExecute(); });
+    ADiaSiguiente = CreaComando("ADiaSiguiente", QStringLiteral("Día siguiente"),
+                                QStringLiteral("Se selecciona la agenda del día siguiente"), dias,
+                                [this] { ADiaSiguienteExecute(); });
+    ABuscarDia =
+        CreaComando("ABuscarDia", QStringLiteral("&Buscar día"), QStringLiteral("Buscar las citas de un día"),
+                    dias, [this] { ABuscarDiaExecute(); });
+    AImprimirDia = CreaComando("AImprimirDia", QStringLiteral("&Imprimir un día"),
+                               QStringLiteral("Imprimir día del notario actual"), dias,
+                               [this] { Imprime(&TClassAgendaN::InformeDia); });
+    AImprimirSemana = CreaComando("AImprimirSemana", QStringLiteral("Imprimir una se&mana"),
+                                  QStringLiteral("Imprimir semana del notario actual"), dias,
+                                  [this] { Imprime(&TClassAgendaN::InformeSemana); });
+    AImprimirDiaOficial = CreaComando("AImprimirDiaOficial", QStringLiteral("Imprimir un día por oficial"),
+                                      QStringLiteral("Imprimir día del notario actual por oficial"), dias,
+                                      [this] { Imprime(&TClassAgendaN::InformeDia_PorOficial); });
+    AImprimirSemanaOficial =
+        CreaComando("AImprimirSemanaOficial", QStringLiteral("Imprimir una semana por oficial"),
+                    QStringLiteral("Imprimir semana del notario actual por oficial"), dias,
+                    [this] { Imprime(&TClassAgendaN::InformeSemana_PorOficial); });
+    AConfiguracion = CreaComando("AConfiguracion", QStringLiteral("Configuración"),
+                                 QStringLiteral("Ficha de configuración de la agenda"), dias,
+                                 [this] { goConfAgendaN->FichaConfiguracion(this); });
+}
+
 QAction *TFFichaAgendaN::CreaComando(const char *nombre, const QString &titulo, const QString &pista,
-                                     TOrden orden)
+                                     TAlcance alcance, TOrden orden)
 {
     auto *const comando = new QAction(titulo, this);
     comando->setObjectName(QLatin1String(nombre));
     comando->setToolTip(pista);
     comando->setStatusTip(pista);
     comando->setMenuRole(QAction::NoRole);
-    connect(comando, &QAction::triggered, this, [this, comando, orden = std::move(orden)] {
-        if (!Ejecuta(orden) && comando->isCheckable())
+    connect(comando, &QAction::triggered, this, [this, comando, alcance, orden = std::move(orden)] {
+        if (!Ejecuta(alcance, orden) && comando->isCheckable())
             comando->setChecked(!comando->isChecked()); // it has flipped already, and nothing came of it
     });
-    return comando;
-}
-
-QAction *TFFichaAgendaN::CreaComandoPendiente(const char *nombre, const QString &titulo, const QString &pista)
-{
-    // Seen but not to be used: the engine does not offer the operation yet.
-    QAction *const comando = CreaComando(nombre, titulo, pista, [] {});
-    comando->setEnabled(false);
     return comando;
 }
 
@@ -146,7 +149,7 @@ void TFFichaAgendaN::PonIconos()
     ASalir->setIcon(IconoAgendaN(TDibujoAgendaN::salir));
 }
 
-void TFFichaAgendaN::CreaBarra()
+void TFFichaAgendaN::CreaFecha()
 {
     MEFecha = new MaskEdit(this);
     MEFecha->setObjectName(QStringLiteral("MEFecha"));
@@ -154,9 +157,25 @@ void TFFichaAgendaN::CreaBarra()
     MEFecha->setToolTip(QStringLiteral("Agenda del día"));
     MEFecha->setStatusTip(MEFecha->toolTip());
     MEFecha->setAccessibleName(QStringLiteral("Fecha de la agenda"));
+    MEFecha->setAccessibleDescription(QStringLiteral("F4 o Alt y flecha abajo abren el calendario"));
+    MEFecha->installEventFilter(this);
     connect(MEFecha, &MaskEdit::focusEntered, this, &TFFichaAgendaN::MEFechaEnter);
     connect(MEFecha, &MaskEdit::focusLeft, this, &TFFichaAgendaN::MEFechaExit);
 
+    BCalendario = new QToolButton(this);
+    BCalendario->setObjectName(QStringLiteral("BCalendario"));
+    BCalendario->setArrowType(Qt::DownArrow);
+    BCalendario->setAutoRaise(true);
+    BCalendario->setFocusPolicy(Qt::NoFocus); // the field opens it by key; the order of the controls stays
+    BCalendario->setToolTip(QStringLiteral("Calendario (F4 en la fecha)"));
+    BCalendario->setStatusTip(BCalendario->toolTip());
+    BCalendario->setAccessibleName(QStringLiteral("Calendario"));
+    connect(BCalendario, &QToolButton::clicked, this, &TFFichaAgendaN::AbreCalendario);
+}
+
+void TFFichaAgendaN::CreaBarra()
+{
+    CreaFecha();
     PMImprimir = new QMenu(this);
     PMImprimir->setObjectName(QStringLiteral("PMImprimir"));
     PMImprimir->addActions({AImprimirDia, AImprimirSemana, AImprimirDiaOficial, AImprimirSemanaOficial});
@@ -167,9 +186,9 @@ void TFFichaAgendaN::CreaBarra()
     TBAgendaN->setAccessibleName(TBAgendaN->windowTitle());
     TBAgendaN->setMovable(false);
     TBAgendaN->setContextMenuPolicy(Qt::PreventContextMenu); // nothing to hide or show
-    TBAgendaN->setIconSize({LadoIcono, LadoIcono});
     TBAgendaN->addAction(ADiaAnterior);
     TBAgendaN->addWidget(MEFecha);
+    TBAgendaN->addWidget(BCalendario);
     TBAgendaN->addAction(ADiaSiguiente);
     TBAgendaN->addSeparator();
     TBAgendaN->addActions({ANuevo, AModificar, ABorrar});
@@ -235,9 +254,16 @@ void TFFichaAgendaN::CreaPestanas()
     for (int pestana = 0; pestana < NumPestanas; ++pestana)
         CreaPestana(pestana);
     for (int pestana = 0; pestana < NumPestanas; ++pestana)
-        PCAgenda->setTabVisible(pestana, false);
+        PonPestanaALaVista(pestana, false);
     connect(PCAgenda, &QTabWidget::currentChanged, this, &TFFichaAgendaN::PCAgendaChange);
     setCentralWidget(PCAgenda);
+}
+
+void TFFichaAgendaN::PonPestanaALaVista(int pestana, bool aLaVista)
+{
+    // Also disabled when hidden: Ctrl+Tab stops at hidden tabs otherwise.
+    PCAgenda->setTabVisible(pestana, aLaVista);
+    PCAgenda->setTabEnabled(pestana, aLaVista);
 }
 
 void TFFichaAgendaN::CreaPestana(int pestana)
@@ -258,6 +284,7 @@ void TFFichaAgendaN::CreaPestana(int pestana)
     memo->setObjectName(Numerado(pestana < 3 ? "DBMConcepto" : "DBMAgendaN", pestana));
     memo->setAccessibleName(QStringLiteral("Cita de la línea actual"));
     memo->setReadOnly(true);
+    memo->setTabChangesFocus(true);
     memo->setField(QStringLiteral("CONCEPTO"));
     memo->setDataSource(DSAgendaN[indice]);
 
@@ -300,6 +327,10 @@ void TFFichaAgendaN::PreparaRejilla(int pestana)
         rejilla->setStatusTip(rejilla->toolTip());
         connect(rejilla, &DbGrid::doubleClicked, AModificar, &QAction::trigger);
         connect(rejilla, &DbGrid::keyDown, this, &TFFichaAgendaN::DBGAgendaN1KeyDown);
+        connect(DSAgendaN[indice], &dbcontrols::DataSource::stateChanged, this, [this] {
+            if (DSAgendaN.front()->state() == dataset::DataSet::State::edit)
+                m_antesDeEditar = TextosDeLaLinea();
+        });
     } else {
         rejilla->setMode(DbGrid::Mode::rows);
         connect(rejilla, &DbGrid::doubleClicked, ADetalles, &QAction::trigger);
@@ -314,25 +345,4 @@ void TFFichaAgendaN::CreaLineaDeAyuda()
     m_pista = new QLabel(LExplica);
     m_pista->setAccessibleName(QStringLiteral("Explicación"));
     LExplica->addWidget(m_pista, 1);
-}
-
-void TFFichaAgendaN::AjustaMedidasALaLetra()
-{
-    // The widths were drawn for a small letter; with a larger one date and hour must still be read whole.
-    const QFontMetrics letra = fontMetrics();
-    const int margenes = MEFecha->sizeHint().width() - 17 * letra.horizontalAdvance(QLatin1Char('x'));
-    MEFecha->setFixedWidth(
-        qMax(AnchoFecha, letra.horizontalAdvance(QStringLiteral("00/00/0000")) + qBound(6, margenes, 16)));
-    const int hora = qMax(AnchoHora, letra.horizontalAdvance(QStringLiteral("00:00")) + 2);
-    const int memo = letra.lineSpacing() * LineasMemo + 12;
-    for (std::size_t i = 0; i < DBGAgendaN.size(); ++i) {
-        DBGAgendaN[i]->setColumnWidth(ColumnaHora, hora);
-        DBGAgendaN[i]->verticalHeader()->setDefaultSectionSize(letra.height() + 6);
-        DBMConcepto[i]->setMinimumHeight(letra.lineSpacing() + 12);
-        if (i > 0)
-            DBMConcepto[i]->setFixedHeight(memo);
-    }
-    if (auto *const divisor = findChild<QSplitter *>(QStringLiteral("Splitter1")))
-        divisor->setSizes({10 * memo, memo});
-    FormResize();
 }

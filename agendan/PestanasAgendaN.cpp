@@ -90,6 +90,9 @@ TPestanasAgendaN::TPestanasAgendaN(QWidget *padre)
     setTabBar(barra);
     // A click takes the focus, as from any other control: what is being typed elsewhere is then seen to.
     barra->setFocusPolicy(Qt::StrongFocus);
+    // The bar alone: as a stop of its own the tab control would send Tab back to it, past the date field.
+    setFocusProxy(nullptr);
+    setFocusPolicy(Qt::NoFocus);
     setUsesScrollButtons(true);
     // The scroll buttons would give their names in English.
     const QList<QToolButton *> botones = barra->findChildren<QToolButton *>();

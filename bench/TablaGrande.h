@@ -6,6 +6,23 @@
 #include <QtCore/QDir>
 #include <QtCore/QTemporaryDir>
 
+#include <thread>
+
+/// The file's clock must have moved on, or a refresh has to read the file to be sure that nobody wrote.
+inline void EsperaReposo()
+{
+    std::this_thread::sleep_for(std::chrono::milliseconds(80));
+}
+
+/// Gives the current line another subject.
+inline void CambiaUnaLinea(dataset::DataSet &tabla)
+{
+    static int vez = 0;
+    tabla.edit();
+    tabla.field(2).setText(QString::number(++vez));
+    tabla.post();
+}
+
 /// A notary's agenda of twenty years in a folder of its own: 24 lines on each of 6,250 working days, 150,000
 /// in all.
 class TTablaGrande
@@ -16,8 +33,8 @@ public:
 
     TTablaGrande()
     {
-        m_aliases.add(QStringLiteral("NOTARIO1"), m_carpeta.path());
-        const auto tabla = Cursor();
+        m_aliases.add(Alias(), m_carpeta.path());
+        const auto tabla = Cursor(m_aliases);
         tabla->createFile(CamposAgendaN());
         tabla->open();
         for (int dia = 0; dia < Dias; ++dia) {
@@ -37,18 +54,20 @@ public:
         tabla.field(6).setText(QStringLiteral("N"));
         tabla.post();
     }
-    /// A cursor that is not open yet.
-    std::unique_ptr<dataset::DbfTable> Cursor() const
+    /// The database in which the table lies.
+    static QString Alias() { return QStringLiteral("NOTARIO1"); }
+    /// A cursor that is not open yet, over the table of any folder.
+    static std::unique_ptr<dataset::DbfTable> Cursor(const dataset::Aliases &aliases)
     {
-        auto tabla = std::make_unique<dataset::DbfTable>(m_aliases);
-        tabla->setDatabaseName(QStringLiteral("NOTARIO1"));
+        auto tabla = std::make_unique<dataset::DbfTable>(aliases);
+        tabla->setDatabaseName(Alias());
         tabla->setDurable(false);
         PreparaTablaAgendaN(*tabla);
         return tabla;
     }
     std::unique_ptr<dataset::DbfTable> Abierta() const
     {
-        auto tabla = Cursor();
+        auto tabla = Cursor(m_aliases);
         tabla->open();
         return tabla;
     }

@@ -52,7 +52,7 @@ void DataSet::close()
     d->high.clear();
     d->state = State::inactive;
     d->rows.reset();
-    d->cache.clear();
+    d->shownRecords.clear();
     d->resetNoted = true;
     d->store->close();
 }
@@ -91,7 +91,7 @@ void DataSet::storeEmptied()
     const Operation operation(*d);
     d->goToNowhere();
     d->forgetRows();
-    d->cache.clear();
+    d->shownRecords.clear();
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -254,6 +254,11 @@ Bookmark DataSet::bookmarkAt(int row) const
     return row < 0 || row >= rows.count() ? 0 : rows.at(row);
 }
 
+QList<Bookmark> DataSet::rows() const
+{
+    return d->rowSetOrLast().numbers();
+}
+
 int DataSet::rowOf(Bookmark bookmark) const
 {
     return d->rowSetOrLast().rowOf(bookmark);
@@ -267,7 +272,7 @@ QVariant DataSet::valueAt(int row, int field) const
     if (number == d->number && d->state == State::edit)
         return d->store->value(d->pending, field);
     try {
-        const Record *record = d->cached(number);
+        const Record *record = d->rowRecord(number);
         return record ? d->store->value(*record, field) : QVariant();
     } catch (const EDatabaseError &error) {
         // Asked while painting: a line that cannot be read now is shown blank, and read again later.
@@ -293,7 +298,6 @@ void DataSet::insert()
         throw EDatabaseError(QStringLiteral("La tabla está abierta solo para lectura"),
                              dbase::ErrorKind::readOnly);
     d->beforeInsert = d->number;
-    d->placeBeforeInsert = d->place;
     d->number = 0;
     d->pending = d->store->blank();
     d->modified = false;
@@ -343,7 +347,7 @@ void DataSet::post()
         written = d->store->append(d->pending);
     else if (d->modified)
         d->store->update(d->number, d->record, d->pending);
-    d->cache.remove(written);
+    d->shownRecords.forget(written);
     d->recordsNoted.insert(written);
     d->dropPending();
     d->forgetRows();
@@ -365,7 +369,6 @@ void DataSet::cancel()
     if (!inserting || d->goTo(d->beforeInsert))
         return;
     // Without a line before the insert there may be one now, and the one before may have gone.
-    d->place = d->placeBeforeInsert;
     if (d->beforeInsert != 0)
         d->goToNeighbour();
     else
@@ -387,7 +390,7 @@ void DataSet::remove()
     if (d->ranged)
         d->rowSet(); // the neighbours, while the line is still among them
     d->store->erase(d->number);
-    d->cache.remove(d->number);
+    d->shownRecords.forget(d->number);
     d->goToNeighbour();
     d->forgetRows();
 }

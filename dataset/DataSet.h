@@ -96,6 +96,9 @@ public:
     [[nodiscard]] int currentRow() const;
     void setCurrentRow(int row);
     [[nodiscard]] Bookmark bookmarkAt(int row) const;
+    /// The bookmarks of all rows in order; shared with the set, so the list costs nothing until it is
+    /// changed.
+    [[nodiscard]] QList<Bookmark> rows() const;
     [[nodiscard]] int rowOf(Bookmark bookmark) const; ///< -1 when not in the range
     /// Value of a field in a row, without moving; on the row being edited, what has been typed so far.
     [[nodiscard]] QVariant valueAt(int row, int field) const;

@@ -7,12 +7,6 @@
 namespace dataset
 {
 
-namespace
-{
-// Enough for every line that a grid shows at a time, and small in memory.
-constexpr qsizetype cacheLimit = 1024;
-} // namespace
-
 DataSetPrivate::DataSetPrivate(DataSet &owner, std::unique_ptr<RecordStore> recordStore)
     : q(owner)
     , store(std::move(recordStore))
@@ -40,6 +34,8 @@ void DataSetPrivate::dropPending()
 {
     if (state == DataSet::State::edit)
         store->unlock();
+    if (state == DataSet::State::insert)
+        number = beforeInsert;
     pending = {};
     modified = false;
     state = DataSet::State::browse;
@@ -50,19 +46,26 @@ void DataSetPrivate::dropPending()
 
 bool DataSetPrivate::goTo(Bookmark target)
 {
-    if (target == 0)
+    if (target == 0 || !store->read(target, incoming))
         return false;
-    auto found = store->read(target);
-    if (!found)
-        return false;
-    number = target;
-    record = std::move(*found);
-    place = store->placeOf(number, record);
-    if (const auto known = cache.find(number); known != cache.end() && *known != record) {
-        *known = record;
-        recordsNoted.insert(number);
-    }
+    arriveAt(target);
     return true;
+}
+
+bool DataSetPrivate::goToRow(Bookmark target)
+{
+    if (!store->readRow(target, incoming))
+        return false;
+    arriveAt(target);
+    return true;
+}
+
+void DataSetPrivate::arriveAt(Bookmark target)
+{
+    number = target;
+    std::swap(record, incoming);
+    if (shownRecords.replace(number, record))
+        recordsNoted.insert(number);
 }
 
 void DataSetPrivate::goToPlace(const std::optional<Place> &target)
@@ -74,19 +77,13 @@ void DataSetPrivate::goToPlace(const std::optional<Place> &target)
 void DataSetPrivate::goToNowhere()
 {
     number = 0;
-    place = {};
     record = {};
     bof = eof = true;
 }
 
-bool DataSetPrivate::insideRange() const
-{
-    return !ranged || (number != 0 && rowSet().rowOf(number) >= 0);
-}
-
 void DataSetPrivate::goToNeighbour()
 {
-    const Place gone = place;
+    const Place gone = place();
     bof = eof = false;
     if (!ranged) {
         if (const auto behind = store->next(gone); behind && goTo(behind->number))
@@ -98,11 +95,11 @@ void DataSetPrivate::goToNeighbour()
     const RowSet &all = rowSet();
     const int row = all.rowOf(gone.number);
     for (int after = row + 1; row >= 0 && after < all.count(); ++after) {
-        if (goTo(all.at(after)))
+        if (goToRow(all.at(after)))
             return;
     }
     for (int before = row - 1; before >= 0; --before) {
-        if (goTo(all.at(before)))
+        if (goToRow(all.at(before)))
             return;
     }
     if (row < 0) {
@@ -122,7 +119,7 @@ void DataSetPrivate::moveToEnd(bool forward)
     }
     const RowSet &all = rowSet();
     for (int i = 0; i < all.count(); ++i) {
-        if (goTo(all.at(forward ? all.count() - 1 - i : i)))
+        if (goToRow(all.at(forward ? all.count() - 1 - i : i)))
             return;
     }
     goToNowhere();
@@ -133,13 +130,14 @@ void DataSetPrivate::step(bool forward)
     if (number == 0)
         return;
     bool moved = false;
-    if (ranged && insideRange()) {
+    const int here = ranged ? rowSet().rowOf(number) : -1;
+    if (here >= 0) {
         const RowSet &all = rowSet();
-        for (int row = all.rowOf(number) + (forward ? 1 : -1); !moved && row >= 0 && row < all.count();
-             row += forward ? 1 : -1)
-            moved = goTo(all.at(row));
+        const int way = forward ? 1 : -1;
+        for (int row = here + way; !moved && row >= 0 && row < all.count(); row += way)
+            moved = goToRow(all.at(row));
     } else {
-        auto target = forward ? store->next(place) : store->prior(place);
+        const auto target = forward ? store->next(place()) : store->prior(place());
         moved = target && goTo(target->number);
     }
     (forward ? eof : bof) = !moved;
@@ -162,9 +160,9 @@ bool DataSetPrivate::recordHas(const Record &candidate, const QList<KeyPart> &pa
 std::optional<Place> DataSetPrivate::search(const KeyBounds &bounds) const
 {
     auto found = store->atOrAfter(bounds.prefix);
+    Record candidate;
     while (found && found->key.starts_with(bounds.prefix)) {
-        const auto candidate = store->read(found->number);
-        if (candidate && recordHas(*candidate, bounds.theRest))
+        if (store->read(found->number, candidate) && recordHas(candidate, bounds.theRest))
             return found;
         found = store->next(*found);
     }
@@ -196,51 +194,29 @@ const RowSet &DataSetPrivate::rowSetOrLast() const
     return *rows; // still stale: the next question tries again
 }
 
-const Record *DataSetPrivate::cached(Bookmark wanted) const
+const Record *DataSetPrivate::rowRecord(Bookmark wanted)
 {
-    if (const auto known = cache.constFind(wanted); known != cache.constEnd())
-        return &*known;
-    auto fresh = store->read(wanted);
-    if (!fresh)
+    if (const Record *const known = shownRecords.find(wanted))
+        return known;
+    Record fresh;
+    if (!store->readRow(wanted, fresh))
         return nullptr;
-    if (cache.size() >= cacheLimit) {
-        cache.clear();
-        cacheForgot = true;
-    }
-    return &*cache.insert(wanted, *fresh);
-}
-
-void DataSetPrivate::recheckCache()
-{
-    everyRecordNoted = everyRecordNoted || cacheForgot;
-    for (auto known = cache.begin(); known != cache.end();) {
-        auto fresh = store->read(known.key());
-        if (fresh && *fresh == *known) {
-            ++known;
-            continue;
-        }
-        recordsNoted.insert(known.key());
-        if (!fresh) {
-            known = cache.erase(known);
-            continue;
-        }
-        *known = std::move(*fresh);
-        ++known;
-    }
+    // Who was shown it before, and hears of the change only now, need not be the one that asks.
+    if (shownRecords.replace(wanted, fresh))
+        recordsNoted.insert(wanted);
+    return &shownRecords.keep(wanted, std::move(fresh));
 }
 
 /// The store has met other people's writing: brings the current line up to date and has the rows collected
 /// anew.
 void DataSetPrivate::takeInForeignChanges()
 {
-    recheckCache();
+    shownRecords.recheck(*store, recordsNoted);
     if (number != 0) {
-        auto fresh = store->read(number);
-        if (!fresh) {
+        if (!store->read(number, incoming)) {
             goToNeighbour();
-        } else if (*fresh != record) {
-            record = std::move(*fresh);
-            place = store->placeOf(number, record);
+        } else if (incoming != record) {
+            std::swap(record, incoming);
             allFieldsNoted = true;
             recordsNoted.insert(number);
         }
@@ -252,7 +228,7 @@ void DataSetPrivate::takeInForeignChanges()
 
 void DataSetPrivate::afterGroup()
 {
-    recheckCache();
+    shownRecords.recheck(*store, recordsNoted);
     forgetRows();
     if (number != 0 && !goTo(number))
         goToNeighbour();
@@ -280,11 +256,9 @@ void DataSetPrivate::tellRows()
 {
     const auto before = std::exchange(toldRows, nullptr);
     const bool reset = std::exchange(resetNoted, false);
-    const bool every = std::exchange(everyRecordNoted, false);
     const QSet<Bookmark> changed = std::exchange(recordsNoted, {});
     if (reset) {
-        cache.clear();
-        cacheForgot = false;
+        shownRecords.clear();
         if (rowsStale)
             rows.reset();
         emit q.rowsReset();
@@ -301,10 +275,6 @@ void DataSetPrivate::tellRows()
             emit q.rowsRemoved(run.first, run.count);
         for (const RowRun &run : changes.inserted)
             emit q.rowsInserted(run.first, run.count);
-    }
-    if (every && after->count() > 0) {
-        emit q.rowsChanged(0, after->count());
-        return;
     }
     std::vector<int> rowsOfChanged;
     for (const Bookmark one : changed) {

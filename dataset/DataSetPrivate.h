@@ -2,8 +2,8 @@
 
 #include "dataset/RecordStore.h"
 #include "dataset/RowChanges.h"
+#include "dataset/ShownRecords.h"
 
-#include <QtCore/QHash>
 #include <QtCore/QSet>
 
 namespace dataset
@@ -21,15 +21,20 @@ public:
     void finishEditing();
     void dropPending();
 
-    // The cursor. Each brings `number`, `record` and `place` into line.
+    // The cursor. Each brings `number` and `record` into line.
     bool goTo(Bookmark target);
+    /// The same for a row, which may come as it was when the rows were collected.
+    bool goToRow(Bookmark target);
+    /// Takes in a record that has been read into `incoming`.
+    void arriveAt(Bookmark target);
+    /// Where the current record stands in the order; usable as well when it has just gone.
+    [[nodiscard]] Place place() const { return number == 0 ? Place() : store->placeOf(number, record); }
     void goToPlace(const std::optional<Place> &target);
     void goToNowhere();
     /// After the current record went away: the next one, or else the one before.
     void goToNeighbour();
     void moveToEnd(bool forward);
     void step(bool forward);
-    [[nodiscard]] bool insideRange() const;
     [[nodiscard]] bool recordHas(const Record &candidate, const QList<KeyPart> &parts) const;
     std::optional<Place> search(const KeyBounds &bounds) const;
 
@@ -38,9 +43,8 @@ public:
     /// The same for questions, which must not fail: what cannot be read now is what was read last.
     const RowSet &rowSetOrLast() const;
     void forgetRows() { rowsStale = true; }
-    [[nodiscard]] const Record *cached(Bookmark wanted) const;
-    /// Looks which of the cached records have another content by now, and takes that in.
-    void recheckCache();
+    /// The record of a row, for showing it; null when it is gone.
+    [[nodiscard]] const Record *rowRecord(Bookmark wanted);
     [[nodiscard]] const Record &shown() const { return editing() ? pending : record; }
     [[nodiscard]] bool editing() const
     {
@@ -63,13 +67,12 @@ public:
     QString order;
 
     Bookmark number = 0; ///< current record; 0: none
-    Place place;
-    Record record;
+    Record record;       ///< what it held when it was read; with an insert pending, the record before it
+    Record incoming;     ///< being read
     Record pending;
     bool modified = false;
     bool grouped = false;
     Bookmark beforeInsert = 0;
-    Place placeBeforeInsert;
     bool bof = true;
     bool eof = true;
 
@@ -79,8 +82,7 @@ public:
 
     mutable std::shared_ptr<const RowSet> rows;
     mutable bool rowsStale = true;
-    mutable QHash<Bookmark, Record> cache;
-    mutable bool cacheForgot = false; ///< some row may have been shown whose record is no longer in the cache
+    ShownRecords shownRecords;
 
     // Noted since the watchers were last told
     int depth = 0;
@@ -92,7 +94,6 @@ public:
     bool allFieldsNoted = false;
     QSet<int> fieldsNoted;
     QSet<Bookmark> recordsNoted;
-    bool everyRecordNoted = false;
 };
 
 /// One operation: what it changes is told at its end, also when it fails half-way.

@@ -25,6 +25,9 @@ template <class T> T require(dbase::Result<T> result)
     return std::move(result).value();
 }
 
+// A day of many short slots, and some more; 100 kB of an agenda's lines.
+constexpr std::size_t mostRowsAhead = 256;
+
 FieldKind kindOf(const dbase::FieldDefinition &field)
 {
     switch (field.type) {
@@ -105,6 +108,7 @@ void DbfStore::close()
 {
     m_lock.release();
     m_index = nullptr;
+    m_ahead = {};
     m_table.reset();
 }
 
@@ -188,15 +192,43 @@ bool DbfStore::canKeep(QChar character) const
     return !m_table || dbase::canEncode(m_table->codePage(), character.unicode());
 }
 
-std::optional<Record> DbfStore::read(Bookmark number) const
+bool DbfStore::read(Bookmark number, Record &record) const
 {
     if (number < 1 || number > m_table->recordCount())
-        return {};
-    Record record{std::vector<std::uint8_t>(m_table->recordLength()), {}};
+        return false;
+    record.bytes.resize(m_table->recordLength());
     require(m_table->read(number, record.bytes));
-    if (dbase::isDeleted(record.bytes))
+    // A row that has been seen as it is now is not shown again as it was.
+    if (const auto row = ahead(number); !row.empty())
+        std::ranges::copy(record.bytes, row.begin());
+    return !dbase::isDeleted(record.bytes);
+}
+
+std::span<std::uint8_t> DbfStore::ahead(Bookmark number) const
+{
+    if (m_ahead.version != m_table->version())
         return {};
-    return record;
+    // Rows are mostly asked for one after the other.
+    const auto begin = m_ahead.numbers.begin();
+    const auto last = begin + static_cast<std::ptrdiff_t>(m_ahead.last);
+    auto found = std::find(last, m_ahead.numbers.end(), number);
+    if (found == m_ahead.numbers.end()) {
+        found = std::find(begin, last, number);
+        if (found == last)
+            return {};
+    }
+    m_ahead.last = static_cast<std::size_t>(found - begin);
+    const std::size_t length = m_table->recordLength();
+    return std::span(m_ahead.bytes).subspan(m_ahead.last * length, length);
+}
+
+bool DbfStore::readRow(Bookmark number, Record &record) const
+{
+    const auto row = ahead(number);
+    if (row.empty())
+        return read(number, record);
+    record.bytes.assign(row.begin(), row.end());
+    return !dbase::isDeleted(record.bytes);
 }
 
 void DbfStore::lock(Bookmark number)
@@ -259,11 +291,13 @@ bool DbfStore::refresh()
 dbase::Index *DbfStore::indexLeadingWith(const std::vector<int> &fieldIndexes) const
 {
     for (const dbase::TagDefinition &tag : m_table->tags()) {
+        if (tag.descending || tag.unique || !tag.filter.empty())
+            continue; // not that order, or not all lines
         dbase::Index *index = m_table->index(tag.name);
         const std::vector<int> &used = index->expression().fieldsUsed();
         // Every further field must add to what the key says, or the order is not the one asked for.
         std::size_t said = 0;
-        bool good = !tag.descending && used.size() >= fieldIndexes.size();
+        bool good = used.size() >= fieldIndexes.size();
         for (std::size_t i = 0; good && i < fieldIndexes.size(); ++i) {
             const std::size_t more = index->expression().leadingLength(std::span(fieldIndexes).first(i + 1));
             good = used[i] == fieldIndexes[i] && more > said;
@@ -314,33 +348,30 @@ Place DbfStore::placeOf(Bookmark number, const Record &record) const
 KeyBounds DbfStore::boundsOf(const Key &key) const
 {
     Record pattern = blank();
-    std::vector<int> covered;
-    KeyBounds bounds;
+    std::vector<int> fields;
+    QVariantList values;
     for (const KeyPart &part : key) {
         const int field = m_table->fieldIndex(part.field.toStdString());
         if (field < 0)
             throw EDatabaseError(
                 QStringLiteral("La tabla «%1» no tiene el campo «%2»").arg(tableName, part.field),
                 dbase::ErrorKind::notFound);
-        const QVariant value = valueForField(part.value, m_fields[field]);
-        setValue(pattern, field, value);
-        covered.push_back(field);
-        if (!m_index || m_index->expression().leadingLength(covered) == 0)
-            bounds.theRest.append({part.field, value});
+        fields.push_back(field);
+        values.append(valueForField(part.value, m_fields[field]));
+        setValue(pattern, field, values.back());
     }
-    if (!m_index)
-        return bounds;
-    const std::size_t length = m_index->expression().leadingLength(covered);
-    bounds.prefix = asText(m_index->expression().keyOf(pattern.bytes).bytes().first(length));
-    bounds.theRest.clear();
-    for (std::size_t i = 0; i < covered.size(); ++i) {
-        std::vector<int> others = covered;
-        others.erase(others.begin() + static_cast<std::ptrdiff_t>(i));
+    KeyBounds bounds;
+    const std::size_t length = m_index ? m_index->expression().leadingLength(fields) : 0;
+    if (length > 0)
+        bounds.prefix = asText(m_index->expression().keyOf(pattern.bytes).bytes().first(length));
+    for (std::size_t i = 0; i < fields.size(); ++i) {
         // A part is covered when the prefix is shorter without it.
-        if (m_index->expression().leadingLength(others) == length)
-            bounds.theRest.append(
-                {key[static_cast<qsizetype>(i)].field,
-                 valueForField(key[static_cast<qsizetype>(i)].value, m_fields[covered[i]])});
+        const int field = std::exchange(fields[i], -1);
+        const bool covered = length > 0 && m_index->expression().leadingLength(fields) < length;
+        fields[i] = field;
+        const auto part = static_cast<qsizetype>(i);
+        if (!covered)
+            bounds.theRest.append({key[part].field, values[part]});
     }
     return bounds;
 }
@@ -403,7 +434,14 @@ std::optional<Place> DbfStore::atOrAfter(const std::string &prefix) const
 std::vector<Bookmark> DbfStore::collect(const std::string &low, const std::string &high) const
 {
     std::vector<Bookmark> numbers;
-    require(m_table->liveRecords(m_index, asBytes(low), asBytes(high), numbers));
+    m_ahead = {};
+    std::vector<std::uint8_t> bytes;
+    require(m_table->liveRows(m_index, asBytes(low), asBytes(high), numbers, bytes, mostRowsAhead));
+    m_ahead.numbers.assign(numbers.begin(),
+                           numbers.begin() +
+                               std::ssize(bytes) / static_cast<std::ptrdiff_t>(m_table->recordLength()));
+    m_ahead.bytes = std::move(bytes);
+    m_ahead.version = m_table->version();
     return numbers;
 }
 

@@ -4,6 +4,8 @@
 #include "dataset/RecordStore.h"
 #include "dbase/Table.h"
 
+#include <span>
+
 namespace dataset
 {
 
@@ -32,7 +34,8 @@ public:
     [[nodiscard]] QVariant value(const Record &record, int field) const override;
     void setValue(Record &record, int field, const QVariant &value) const override;
     [[nodiscard]] bool canKeep(QChar character) const override;
-    [[nodiscard]] std::optional<Record> read(Bookmark number) const override;
+    [[nodiscard]] bool read(Bookmark number, Record &record) const override;
+    [[nodiscard]] bool readRow(Bookmark number, Record &record) const override;
     void lock(Bookmark number) override;
     void unlock() noexcept override;
     Bookmark append(const Record &record) override;
@@ -54,6 +57,17 @@ public:
                                                 const std::string &high) const override;
 
 private:
+    /// The first rows collected, as they came: a day sheet is walked without asking the file again. Good for
+    /// as long as nobody is known to have written since.
+    struct RowsAhead {
+        std::uint64_t version = 0; ///< of the table
+        std::vector<Bookmark> numbers;
+        std::vector<std::uint8_t> bytes; ///< one record behind the other
+        std::size_t last = 0;            ///< the place asked for last
+    };
+    /// The bytes of a row that was collected ahead; none when it was not, or when they may be out of date.
+    [[nodiscard]] std::span<std::uint8_t> ahead(Bookmark number) const;
+
     dbase::Index *indexFor(const QString &names);
     [[nodiscard]] dbase::Index *indexLeadingWith(const std::vector<int> &fieldIndexes) const;
     /// The first live record from an entry on, forward or backward.
@@ -72,6 +86,7 @@ private:
     dbase::RecordLock m_lock;
     std::uint64_t m_seenVersion = 0;
     mutable std::vector<std::uint8_t> m_buffer;
+    mutable RowsAhead m_ahead;
 };
 
 } // namespace dataset

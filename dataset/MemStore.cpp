@@ -99,10 +99,13 @@ void MemStore::setValue(Record &record, int field, const QVariant &value) const
     record.values[field] = kept;
 }
 
-std::optional<Record> MemStore::read(Bookmark number) const
+bool MemStore::read(Bookmark number, Record &record) const
 {
     const auto found = m_records.find(number);
-    return found == m_records.end() ? std::nullopt : std::optional(found->second);
+    if (found == m_records.end())
+        return false;
+    record = found->second;
+    return true;
 }
 
 Bookmark MemStore::append(const Record &record)

@@ -25,7 +25,7 @@ public:
         return record.values[field];
     }
     void setValue(Record &record, int field, const QVariant &value) const override;
-    [[nodiscard]] std::optional<Record> read(Bookmark number) const override;
+    [[nodiscard]] bool read(Bookmark number, Record &record) const override;
     void lock(Bookmark) override {}
     void unlock() noexcept override {}
     Bookmark append(const Record &record) override;

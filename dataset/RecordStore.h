@@ -59,8 +59,11 @@ public:
     /// Whether a text keeps this character as it is.
     [[nodiscard]] virtual bool canKeep(QChar /*character*/) const { return true; }
 
-    /// @return nothing when the record is gone.
-    [[nodiscard]] virtual std::optional<Record> read(Bookmark number) const = 0;
+    /// Reads a record as it now is. @param record  takes it in, and keeps its memory for the next one.
+    /// @return false, with anything in `record`, when it is gone.
+    [[nodiscard]] virtual bool read(Bookmark number, Record &record) const = 0;
+    /// The same for a row, which may come as it was when the rows were collected.
+    [[nodiscard]] virtual bool readRow(Bookmark number, Record &record) const { return read(number, record); }
     virtual void lock(Bookmark number) = 0;
     virtual void unlock() noexcept = 0;
     virtual Bookmark append(const Record &record) = 0;
@@ -83,7 +86,8 @@ public:
     [[nodiscard]] virtual std::optional<Place> prior(const Place &place) const = 0;
     /// First record whose key is at or after the prefix.
     [[nodiscard]] virtual std::optional<Place> atOrAfter(const std::string &prefix) const = 0;
-    /// Records between two bounds, both included, in order; an empty bound is none, a short one a prefix.
+    /// Records between two bounds, both included, in order; an empty bound is none, a short one a prefix. The
+    /// first of them may be kept for readRow().
     [[nodiscard]] virtual std::vector<Bookmark> collect(const std::string &low,
                                                         const std::string &high) const = 0;
 };

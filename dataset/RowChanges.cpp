@@ -5,23 +5,39 @@
 namespace dataset
 {
 
-RowSet::RowSet(std::vector<Bookmark> numbers)
-    : m_numbers(std::move(numbers))
+namespace
 {
-    if (m_numbers.empty())
-        return;
+// A day sheet is looked through faster than a table is built.
+constexpr qsizetype fewRows = 64;
+} // namespace
+
+void RowSet::buildLookup() const
+{
     const auto [low, high] = std::ranges::minmax(m_numbers);
     m_lowest = low;
     m_rows.assign(high - low + 1, -1);
-    for (std::size_t row = 0; row < m_numbers.size(); ++row)
+    for (qsizetype row = 0; row < m_numbers.size(); ++row)
         m_rows[m_numbers[row] - low] = static_cast<int>(row);
 }
 
 int RowSet::rowOf(Bookmark number) const
 {
+    // Rows are mostly asked for one after the other.
+    for (qsizetype row = std::max<qsizetype>(m_last - 1, 0); row < std::min(m_last + 2, m_numbers.size());
+         ++row) {
+        if (m_numbers[row] == number)
+            return static_cast<int>(m_last = row);
+    }
+    if (m_numbers.size() <= fewRows)
+        return static_cast<int>(m_numbers.indexOf(number));
+    if (m_rows.empty())
+        buildLookup();
     if (number < m_lowest || number - m_lowest >= m_rows.size())
         return -1;
-    return m_rows[number - m_lowest];
+    const int row = m_rows[number - m_lowest];
+    if (row >= 0)
+        m_last = row;
+    return row;
 }
 
 namespace
@@ -71,16 +87,16 @@ RowChanges rowChanges(const RowSet &before, const RowSet &after)
     const auto start = oldMiddle - old.begin();
     std::ptrdiff_t tail = 0;
     while (tail < std::min(std::ssize(old), std::ssize(now)) - start &&
-           old[old.size() - 1 - std::size_t(tail)] == now[now.size() - 1 - std::size_t(tail)])
+           old[old.size() - 1 - tail] == now[now.size() - 1 - tail])
         ++tail;
 
     std::vector<int> survivors; // old rows of the middle, as the new order has them
     for (auto row = start; row < std::ssize(now) - tail; ++row) {
-        if (const int oldRow = before.rowOf(now[std::size_t(row)]); oldRow >= 0)
+        if (const int oldRow = before.rowOf(now[row]); oldRow >= 0)
             survivors.push_back(oldRow);
     }
     const std::vector<bool> kept = longestAscending(survivors);
-    std::vector<bool> stays(old.size(), false);
+    std::vector<bool> stays(std::size_t(old.size()), false);
     for (std::size_t i = 0; i < survivors.size(); ++i)
         stays[std::size_t(survivors[i])] = kept[i];
 
@@ -91,7 +107,7 @@ RowChanges rowChanges(const RowSet &before, const RowSet &after)
             removed.push_back(static_cast<int>(row));
     }
     for (auto row = start; row < std::ssize(now) - tail; ++row) {
-        const int oldRow = before.rowOf(now[std::size_t(row)]);
+        const int oldRow = before.rowOf(now[row]);
         if (oldRow < 0 || !stays[std::size_t(oldRow)])
             inserted.push_back(static_cast<int>(row));
     }

@@ -2,26 +2,33 @@
 
 #include "dataset/DataSet.h"
 
-#include <memory>
+#include <QtCore/QList>
+
 #include <vector>
 
 namespace dataset
 {
 
-/// The rows of a data set at one moment.
+/// The rows of a data set at one moment. Where a record stands is worked out when it is first asked for.
 class RowSet
 {
 public:
-    explicit RowSet(std::vector<Bookmark> numbers);
+    explicit RowSet(const std::vector<Bookmark> &numbers)
+        : m_numbers(numbers.begin(), numbers.end())
+    {
+    }
     [[nodiscard]] int count() const { return static_cast<int>(m_numbers.size()); }
-    [[nodiscard]] Bookmark at(int row) const { return m_numbers[static_cast<std::size_t>(row)]; }
+    [[nodiscard]] Bookmark at(int row) const { return m_numbers[row]; }
     [[nodiscard]] int rowOf(Bookmark number) const; ///< -1 when it is no row
-    [[nodiscard]] const std::vector<Bookmark> &numbers() const { return m_numbers; }
+    [[nodiscard]] const QList<Bookmark> &numbers() const { return m_numbers; }
 
 private:
-    std::vector<Bookmark> m_numbers;
-    std::vector<int> m_rows; ///< by record number less m_lowest; -1 elsewhere
-    Bookmark m_lowest = 0;
+    void buildLookup() const;
+
+    QList<Bookmark> m_numbers;
+    mutable qsizetype m_last = 0;    ///< the row asked for last
+    mutable std::vector<int> m_rows; ///< by record number less m_lowest; -1 elsewhere
+    mutable Bookmark m_lowest = 0;
 };
 
 struct RowRun {

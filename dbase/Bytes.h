@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstdint>
 
 namespace dbase
@@ -33,6 +34,25 @@ inline void put64(std::uint8_t *p, std::uint64_t value)
 {
     put32(p, static_cast<std::uint32_t>(value));
     put32(p + 4, static_cast<std::uint32_t>(value >> 32U));
+}
+
+// A number as eight bytes that memcmp orders: its bits from the highest byte down, the sign turned.
+
+inline void putComparable(double value, std::uint8_t *p)
+{
+    constexpr std::uint64_t signBit = std::uint64_t{1} << 63U;
+    auto bits = std::bit_cast<std::uint64_t>(value);
+    bits = (bits & signBit) != 0 ? ~bits : bits | signBit;
+    for (int i = 7; i >= 0; --i, bits >>= 8U)
+        p[i] = static_cast<std::uint8_t>(bits);
+}
+[[nodiscard]] inline double doubleOfComparable(const std::uint8_t *p)
+{
+    constexpr std::uint64_t signBit = std::uint64_t{1} << 63U;
+    std::uint64_t bits = 0;
+    for (int i = 0; i < 8; ++i)
+        bits = bits << 8U | p[i];
+    return std::bit_cast<double>((bits & signBit) != 0 ? bits & ~signBit : ~bits);
 }
 
 } // namespace dbase

@@ -68,6 +68,8 @@ public:
     /// with the old one perhaps lost, when somebody else is in the way.
     Result<bool> convertLock(std::uint64_t offset, std::uint64_t length, LockKind kind);
     void unlock(std::uint64_t offset, std::uint64_t length) noexcept;
+    /// Whether somebody else holds a lock on a byte range; takes none.
+    Result<bool> isLockedElsewhere(std::uint64_t offset, std::uint64_t length);
 
 private:
     friend class Mapping;
@@ -76,8 +78,12 @@ private:
     std::unique_ptr<Native> m_native;
 };
 
+struct MappedRange;
+
 /// The contents of a file as memory, for reading only; what others write to the file shows in it at once.
-/// Whoever reads it keeps others from shortening the file meanwhile, by a lock.
+/// Locks keep our own programs from shortening the file meanwhile. When another program does it all the same,
+/// what was there reads as zeros and lost() says so: whoever has read asks afterwards, and believes nothing
+/// of it when the answer is yes.
 class Mapping
 {
 public:
@@ -87,20 +93,24 @@ public:
     {
         std::swap(m_data, other.m_data);
         std::swap(m_size, other.m_size);
+        std::swap(m_range, other.m_range);
         return *this;
     }
     Mapping(const Mapping &) = delete;
     Mapping &operator=(const Mapping &) = delete;
     ~Mapping();
 
-    /// @return unsupported where files cannot be mapped.
+    /// @return unsupported where files cannot be mapped, or too many are already.
     static Result<Mapping> of(const File &file, std::size_t size);
+    /// Whether something was read that the file no longer has; stays so until the file is mapped anew.
+    [[nodiscard]] bool lost() const;
     [[nodiscard]] const std::uint8_t *data() const { return m_data; }
     [[nodiscard]] std::size_t size() const { return m_size; }
 
 private:
     const std::uint8_t *m_data = nullptr;
     std::size_t m_size = 0;
+    MappedRange *m_range = nullptr; ///< known to the system's signals
 };
 
 /// Makes names that were added to a folder survive a power cut, where the system needs to be told.

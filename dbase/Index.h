@@ -14,16 +14,23 @@ struct TagDefinition {
     std::string name;       ///< capitals, at most 10 characters
     std::string expression; ///< see KeyExpression
     bool descending = false;
+    bool unique = false;  ///< of the lines with the same key only one: the first live one, or else the first
+    std::string filter{}; ///< only the lines that it accepts, see FilterExpression; empty: all
 };
 
-/// One line of an index. Every record of the table, deleted ones included, stands in it exactly once.
+/// Whether two tags hold the same lines in the same order, whatever their names.
+[[nodiscard]] DBASE_EXPORT bool sameOrder(const TagDefinition &a, const TagDefinition &b);
+
+/// One line of an index. Every record of the table, deleted ones included, stands in it exactly once, unless
+/// its tag is unique or has a filter.
 struct IndexEntry {
     IndexKey key;
     RecordNumber record = 0;
 };
 
-/// Ordered access to the records of one table by one tag. Entries are ordered by key, equal keys by record
-/// number, so that lines with the same key stay in the order in which they were added.
+/// Ordered access to the records of one table by one tag. Entries are ordered by key (descending tags: from
+/// the largest down), equal keys by record number, so that lines with the same key stay in the order in which
+/// they were added.
 ///
 /// A position is an IndexEntry held by the caller; it stays usable when the entry itself has gone (next and
 /// prior then give its neighbours). Owned by the Table, which keeps it right on every write; valid as long as
@@ -50,6 +57,7 @@ public:
 
     /// Adds to `out`, in order, the records whose keys lie between two bounds, both included. A bound shorter
     /// than the key stands for all keys that begin so; an empty bound is no bound.
+    /// @param low, high  as the index meets them: in a descending one `low` is the larger key.
     virtual Status collect(std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
                            std::vector<RecordNumber> &out) = 0;
 };

@@ -16,7 +16,7 @@
 //       40    8  time of the table then
 //       48    8  size of the index then
 //       56    8  time of the index then
-//       64    4  records of the table then
+//       64    4  records that the table has had on disk for sure, since the last flush
 //       68    4  check sum of the bytes before
 //
 // Commits, from 512 on, each on a sector boundary
@@ -36,6 +36,7 @@
 
 #include "dbase/Record.h"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -59,7 +60,7 @@ struct JournalHeader {
     std::int64_t tableTime = 0;
     std::uint64_t indexSize = 0;
     std::int64_t indexTime = 0;
-    std::uint32_t tableRecords = 0;
+    std::uint32_t tableRecords = 0; ///< on disk for sure; only another program makes the table shorter
     friend bool operator==(const JournalHeader &, const JournalHeader &) = default;
 };
 
@@ -76,11 +77,13 @@ struct Commit {
     std::vector<RecordChange> changes;
 };
 
-[[nodiscard]] std::vector<std::uint8_t> encodeJournalHeader(const JournalHeader &header);
+using JournalHeaderBytes = std::array<std::uint8_t, journalSector>;
+[[nodiscard]] JournalHeaderBytes encodeJournalHeader(const JournalHeader &header);
 /// @return nothing for bytes that no journal can hold.
 [[nodiscard]] std::optional<JournalHeader> decodeJournalHeader(std::span<const std::uint8_t> bytes);
 
-[[nodiscard]] std::vector<std::uint8_t> encodeCommit(const Commit &commit, std::size_t recordLength);
+/// @param out  receives the bytes; given, so that one buffer serves commit after commit.
+void encodeCommit(const Commit &commit, std::size_t recordLength, std::vector<std::uint8_t> &out);
 /// The commit that begins at the start of `bytes`. @return nothing when there is none of that number and
 /// record length.
 [[nodiscard]] std::optional<Commit> decodeCommit(std::span<const std::uint8_t> bytes, std::uint64_t number,

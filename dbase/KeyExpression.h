@@ -13,8 +13,13 @@
 namespace dbase
 {
 
+struct ExpressionNode;
+
 /// Longest key of an index, in bytes.
 inline constexpr std::size_t maxKeyLength = 100;
+
+/// The key of a lone date field is its digits; without a date all its bytes are this one, behind all others.
+inline constexpr std::uint8_t blankDateByte = 0xFF;
 
 /// A key as the index compares it: bytes, ordered by memcmp, then by length.
 class IndexKey
@@ -64,14 +69,12 @@ public:
     /// The table's fields in the order in which the expression uses them; positions in the field list.
     [[nodiscard]] const std::vector<int> &fieldsUsed() const { return m_fieldsUsed; }
 
-    struct Node;
-
 private:
     KeyExpression() = default;
     std::string m_text;
     std::size_t m_keyLength = 0;
     std::vector<int> m_fieldsUsed;
-    std::shared_ptr<const Node> m_root; // immutable after parse, hence shareable between copies
+    std::shared_ptr<const ExpressionNode> m_root; // immutable after parse, hence shareable between copies
 };
 
 } // namespace dbase

@@ -1,5 +1,7 @@
 #include "dbase/MdxFile.h"
 
+#include "dbase/MdxOffsets.h"
+
 #include <algorithm>
 #include <cstring>
 #include <numeric>
@@ -10,16 +12,7 @@ namespace dbase
 namespace
 {
 
-constexpr std::size_t tagRootAt = 0;
-constexpr std::size_t tagCounterAt = 20;
-/// Key length, items in a block, kind and item length of a tag, as its header holds them side by side.
-constexpr std::size_t tagShapeAt = 12;
-constexpr std::size_t tagShapeSize = 8;
-constexpr std::size_t freeLinkAt = 4;
-constexpr std::size_t headerPageCountAt = 32;
-constexpr std::size_t headerUpdatedAt = 44;
-constexpr std::size_t headerTagCountAt = 28;
-
+constexpr std::size_t mostSpare = 16; ///< blocks
 constexpr std::uint64_t mappingSlack = std::uint64_t{4} * 1024 * 1024;
 
 std::uint64_t offsetOf(PageNumber page)
@@ -62,7 +55,9 @@ Status MdxFile::load()
     if (!header.ok())
         return named(header.status());
     m_header = std::move(header).value();
+    std::copy_n(bytes.begin() + mdxHeader::pageCount, m_countsSeen.size(), m_countsSeen.begin());
     m_pagesInFile = m_header.pageCount;
+    forgetLost();
     m_coveredPages = 0;
     if (!cover(m_pagesInFile))
         return {ErrorKind::damaged, "el índice dice tener más bloques que el fichero", m_name};
@@ -103,7 +98,7 @@ bool MdxFile::freeListIsApart(BlockUse &use) const
         const std::uint8_t *const bytes = block(page);
         if (!bytes || !use.take(page, BlockUse::once))
             return false; // also ends a list that goes in circles
-        page = get32(bytes + freeLinkAt);
+        page = get32(bytes + mdxBlock::freeLink);
     }
     return true;
 }
@@ -127,14 +122,34 @@ bool MdxFile::cover(PageNumber pages)
     return true;
 }
 
+/// After another program has made the file shorter: it is mapped anew.
+void MdxFile::forgetLost()
+{
+    if (!m_mapping.lost())
+        return;
+    m_mapping = Mapping();
+    m_coveredPages = 0;
+}
+
+bool MdxFile::inFile(PageNumber page) const
+{
+    return page >= mdxFirstBlock && page <= m_pagesInFile - 2;
+}
+
 const std::uint8_t *MdxFile::block(PageNumber page) const
 {
     if (const auto staged = m_staged.find(page); staged != m_staged.end())
         return staged->second.data();
-    if (page < mdxFirstBlock || page > m_pagesInFile - 2)
+    if (!inFile(page))
         return nullptr;
-    if (m_mapped && page <= m_coveredPages - 2)
-        return m_mapping.data() + offsetOf(page);
+    if (m_mapped && page <= m_coveredPages - 2) {
+        const std::uint8_t *const mapped = m_mapping.data() + offsetOf(page);
+        if (get32(mapped) != 0)
+            return mapped;
+        // A block of no entries is rare; where the file has become shorter every block looks like one.
+        const auto stamp = m_file.stamp();
+        return stamp.ok() && stamp.value().size >= offsetOf(page + 2) ? mapped : nullptr;
+    }
     const auto [found, added] = m_read.try_emplace(page);
     if (!added)
         return found->second.data();
@@ -148,7 +163,8 @@ const std::uint8_t *MdxFile::block(PageNumber page) const
 Result<bool> MdxFile::look()
 {
     m_read.clear();
-    std::array<std::uint8_t, headerPageCountAt + 8> head{};
+    forgetLost();
+    std::array<std::uint8_t, mdxHeader::updated + 3> head{};
     if (m_mapped && m_coveredPages >= mdxFirstBlock) {
         std::memcpy(head.data(), m_mapping.data(), head.size());
     } else {
@@ -156,33 +172,53 @@ Result<bool> MdxFile::look()
         if (!got.ok())
             return got.status();
     }
-    const PageNumber pages = get32(&head[headerPageCountAt]);
-    if (get16(&head[headerTagCountAt]) != m_tags.size() || pages < mdxFirstBlock || pages % 2 != 0)
+    const PageNumber pages = get32(&head[mdxHeader::pageCount]);
+    if (get16(&head[mdxHeader::tagCount]) != m_tags.size() || pages < mdxFirstBlock || pages % 2 != 0)
         return false;
     if (!cover(pages))
         return false;
     m_header.pageCount = pages;
     m_pagesInFile = pages;
-    m_header.freePage = get32(&head[headerPageCountAt + 4]);
-    if (m_header.freePage != 0 && !block(m_header.freePage))
+    m_header.freePage = get32(&head[mdxHeader::freePage]);
+    std::copy_n(head.begin() + mdxHeader::pageCount, m_countsSeen.size(), m_countsSeen.begin());
+    if (m_header.freePage != 0 && !inFile(m_header.freePage))
         return false;
     for (MdxTag &tag : m_tags) {
         const std::uint8_t *const bytes = block(tag.headerPage);
-        std::array<std::uint8_t, tagShapeSize> shape{};
+        std::array<std::uint8_t, mdxTagHeader::shapeSize> shape{};
         put16(&shape[0], static_cast<std::uint16_t>(tag.keyLength));
         put16(&shape[2], static_cast<std::uint16_t>(tag.maxItems));
         put16(&shape[4], tag.keyType == KeyType::date ? 1 : 0);
         put16(&shape[6], static_cast<std::uint16_t>(tag.itemLength));
-        if (!bytes || std::memcmp(bytes + tagShapeAt, shape.data(), shape.size()) != 0 ||
-            !block(get32(bytes + tagRootAt)))
+        if (!bytes || std::memcmp(bytes + mdxTagHeader::keyLength, shape.data(), shape.size()) != 0 ||
+            (bytes[mdxTagHeader::flags] & mdxAllKinds) != mdxKindFlags(tag) ||
+            (bytes[mdxTagHeader::hasFilter] != 0) != tag.filtered ||
+            !block(get32(bytes + mdxTagHeader::rootPage)))
             return false;
-        tag.rootPage = get32(bytes + tagRootAt);
-        tag.changeCounter = bytes[tagCounterAt];
+        tag.rootPage = get32(bytes + mdxTagHeader::rootPage);
+        tag.changeCounter = bytes[mdxTagHeader::counter];
     }
     return true;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
+
+MdxFile::Block &MdxFile::stage(PageNumber page)
+{
+    if (m_spare.empty())
+        return m_staged[page];
+    auto node = std::move(m_spare.back());
+    m_spare.pop_back();
+    node.key() = page;
+    return m_staged.insert(std::move(node)).position->second;
+}
+
+void MdxFile::unstage()
+{
+    while (!m_staged.empty() && m_spare.size() < mostSpare)
+        m_spare.push_back(m_staged.extract(m_staged.begin()));
+    m_staged.clear();
+}
 
 std::uint8_t *MdxFile::change(PageNumber page)
 {
@@ -191,7 +227,7 @@ std::uint8_t *MdxFile::change(PageNumber page)
     const std::uint8_t *const now = block(page);
     if (!now)
         return nullptr;
-    Block &copy = m_staged[page];
+    Block &copy = stage(page);
     std::memcpy(copy.data(), now, copy.size());
     return copy.data();
 }
@@ -201,7 +237,7 @@ PageNumber MdxFile::allocate()
     constexpr PageNumber mostPages = 0x7FFFFFFF / mdxPageSize; // other programs count bytes in 31 bits
     if (const PageNumber freed = m_header.freePage; freed != 0) {
         if (std::uint8_t *const bytes = change(freed)) {
-            const PageNumber link = get32(bytes + freeLinkAt);
+            const PageNumber link = get32(bytes + mdxBlock::freeLink);
             m_header.freePage = link != freed && link % 2 == 0 && block(link) ? link : 0;
             std::memset(bytes, 0, mdxBlockSize);
             return freed;
@@ -212,7 +248,7 @@ PageNumber MdxFile::allocate()
         return 0;
     const PageNumber page = m_header.pageCount;
     m_header.pageCount += 2;
-    m_staged[page] = Block{};
+    stage(page).fill(0);
     return page;
 }
 
@@ -222,7 +258,7 @@ void MdxFile::release(PageNumber page)
     if (!bytes)
         return;
     std::memset(bytes, 0, mdxBlockSize);
-    put32(bytes + freeLinkAt, m_header.freePage);
+    put32(bytes + mdxBlock::freeLink, m_header.freePage);
     m_header.freePage = page;
 }
 
@@ -233,7 +269,7 @@ std::uint64_t MdxFile::growth() const
 
 void MdxFile::drop()
 {
-    m_staged.clear();
+    unstage();
     m_header.pageCount = m_pagesInFile;
 }
 
@@ -246,10 +282,14 @@ Status MdxFile::writeStaged()
         auto end = std::next(at);
         while (end != m_staged.rend() && end->first + 2 == first)
             first = (end++)->first;
-        run.clear();
-        for (auto from = end.base(); from != at.base(); ++from)
-            run.insert(run.end(), from->second.begin(), from->second.end());
-        if (const Status status = m_file.writeAt(offsetOf(first), run); !status.ok())
+        std::span<const std::uint8_t> bytes = at->second;
+        if (std::next(at) != end) {
+            run.clear();
+            for (auto from = end.base(); from != at.base(); ++from)
+                run.insert(run.end(), from->second.begin(), from->second.end());
+            bytes = run;
+        }
+        if (const Status status = m_file.writeAt(offsetOf(first), bytes); !status.ok())
             return status;
         at = end;
     }
@@ -262,21 +302,24 @@ Status MdxFile::write(Date today)
         std::uint8_t *const head = change(tag.headerPage);
         if (!head)
             return {ErrorKind::damaged, "la cabecera de un orden no se puede leer"};
-        put32(head + tagRootAt, tag.rootPage);
-        head[tagCounterAt] = ++tag.changeCounter;
+        put32(head + mdxTagHeader::rootPage, tag.rootPage);
+        head[mdxTagHeader::counter] = ++tag.changeCounter;
     }
     Status status = writeStaged();
     if (!status.ok())
         return status;
-    std::array<std::uint8_t, headerUpdatedAt + 3 - headerPageCountAt> head{};
+    Counts head = m_countsSeen;
     put32(&head[0], m_header.pageCount);
     put32(&head[4], m_header.freePage);
     head[12] = static_cast<std::uint8_t>(today.year - 1900);
     head[13] = static_cast<std::uint8_t>(today.month);
     head[14] = static_cast<std::uint8_t>(today.day);
-    status = m_file.writeAt(headerPageCountAt, head);
+    if (head != m_countsSeen)
+        status = m_file.writeAt(mdxHeader::pageCount, head);
+    if (status.ok())
+        m_countsSeen = head;
     m_pagesInFile = m_header.pageCount;
-    m_staged.clear();
+    unstage();
     m_read.clear();
     return status;
 }
@@ -310,7 +353,7 @@ Status MdxFile::rewrite(const MdxHeader &given, std::span<const MdxTag> tags, st
     Status status = m_file.writeAt(0, image);
     if (status.ok())
         status = m_file.truncate(image.size());
-    m_staged.clear();
+    unstage();
     return status.ok() ? load() : status;
 }
 
@@ -321,10 +364,11 @@ void orderKeys(const MdxTag &tag, RecordNumber count, TagKeys &keys)
     const auto length = static_cast<std::size_t>(tag.keyLength);
     keys.order.resize(count);
     std::iota(keys.order.begin(), keys.order.end(), RecordNumber{1});
+    if (!keys.leftOut.empty())
+        std::erase_if(keys.order, [&](RecordNumber record) { return keys.leftOut[record - 1]; });
     const std::uint8_t *const bytes = keys.keys.data();
     const auto before = [&](RecordNumber a, RecordNumber b) {
-        const int order =
-            compareMdxKeys(tag.keyType, bytes + (a - 1) * length, bytes + (b - 1) * length, length);
+        const int order = tag.compare(bytes + (a - 1) * length, bytes + (b - 1) * length, length);
         return order != 0 ? order < 0 : a < b;
     };
     if (!std::is_sorted(keys.order.begin(), keys.order.end(), before))
@@ -339,19 +383,26 @@ bool boundsHold(const MdxCursor &cursor, const MdxTag &tag)
 {
     const auto length = static_cast<std::size_t>(tag.keyLength);
     const auto keyAt = [&](const MdxCursor::Step &step, int item) {
-        return step.block + mdxItemsAt +
-               static_cast<std::size_t>(item) * static_cast<std::size_t>(tag.itemLength) + mdxChildSize;
+        return step.block + mdxBlock::items +
+               static_cast<std::size_t>(item) * static_cast<std::size_t>(tag.itemLength) +
+               mdxBlock::childSize;
     };
     for (int level = 0; level < cursor.depth() - 1; ++level) {
         const MdxCursor::Step &step = cursor.step(level);
-        if (step.position < step.count &&
-            compareMdxKeys(tag.keyType, cursor.key(), keyAt(step, step.position), length) > 0)
+        if (step.position < step.count && tag.compare(cursor.key(), keyAt(step, step.position), length) > 0)
             return false;
-        if (step.position > 0 &&
-            compareMdxKeys(tag.keyType, cursor.key(), keyAt(step, step.position - 1), length) < 0)
+        if (step.position > 0 && tag.compare(cursor.key(), keyAt(step, step.position - 1), length) < 0)
             return false;
     }
     return true;
+}
+
+/// Other programs count the digits of a number differently: one number has several keys.
+bool sameKey(const MdxTag &tag, const std::uint8_t *a, const std::uint8_t *b)
+{
+    const auto length = static_cast<std::size_t>(tag.keyLength);
+    return tag.keyType == KeyType::numeric ? compareMdxKeys(tag.keyType, a, b, length) == 0
+                                           : std::memcmp(a, b, length) == 0;
 }
 
 } // namespace
@@ -363,8 +414,9 @@ bool holdsExactly(const BlockSource &source, const MdxTag &tag, const TagKeys &k
     const int owner = use.nextOwner();
     const auto length = static_cast<std::size_t>(tag.keyLength);
     const std::size_t count = length == 0 ? 0 : keys.keys.size() / length;
-    std::vector<bool> seen(count, false);
-    std::size_t entries = 0;
+    std::vector<bool> seen = keys.leftOut; // a line that does not belong into the tag is one too many
+    seen.resize(count, false);
+    auto entries = static_cast<std::size_t>(std::count(seen.begin(), seen.end(), true));
     std::vector<std::uint8_t> previous;
     MdxCursor cursor(source, tag);
     for (cursor.first(); cursor.valid(); cursor.next()) {
@@ -373,9 +425,9 @@ bool holdsExactly(const BlockSource &source, const MdxTag &tag, const TagKeys &k
             return false; // also ends a walk that goes in circles
         seen[record - 1] = true;
         ++entries;
-        if (std::memcmp(cursor.key(), keys.keys.data() + (record - 1) * length, length) != 0)
+        if (!sameKey(tag, cursor.key(), keys.keys.data() + (record - 1) * length))
             return false;
-        if (!previous.empty() && compareMdxKeys(tag.keyType, previous.data(), cursor.key(), length) > 0)
+        if (!previous.empty() && tag.compare(previous.data(), cursor.key(), length) > 0)
             return false;
         const MdxCursor::Step &leaf = cursor.step(cursor.depth() - 1);
         if (leaf.position == 0) {

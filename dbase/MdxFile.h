@@ -13,6 +13,13 @@ namespace dbase
 struct TagKeys {
     std::vector<std::uint8_t> keys; ///< of record r from (r - 1) * key length on
     std::vector<RecordNumber> order;
+    std::vector<bool> leftOut; ///< of record r at r - 1: whether the tag does without it; empty: it has all
+
+    void leaveOut(RecordNumber record, RecordNumber count)
+    {
+        leftOut.resize(count, false);
+        leftOut[record - 1] = true;
+    }
 };
 
 /// Which blocks of an index file have been met, and as whose: each belongs to one thing only.
@@ -48,6 +55,9 @@ public:
 
     /// Takes in where roots and blocks are now. @return whether the tags are still the same ones.
     Result<bool> look();
+    /// Whether another program has made the file shorter since the last look(), and blocks that are gone were
+    /// read as empty ones.
+    [[nodiscard]] bool shortened() const { return m_mapping.lost(); }
 
     // BlockStore
     [[nodiscard]] const std::uint8_t *block(PageNumber page) const override;
@@ -74,6 +84,10 @@ private:
     using Block = std::array<std::uint8_t, mdxBlockSize>;
     MdxFile(File file, std::string name);
     bool cover(PageNumber pages);
+    void forgetLost();
+    [[nodiscard]] bool inFile(PageNumber page) const;
+    [[nodiscard]] Block &stage(PageNumber page);
+    void unstage();
     Status writeStaged();
 
     File m_file;
@@ -84,17 +98,22 @@ private:
     mutable std::map<PageNumber, Block>
         m_read; ///< where nothing is mapped: blocks read since the last look()
     std::map<PageNumber, Block> m_staged;
+    std::vector<std::map<PageNumber, Block>::node_type> m_spare; ///< of staged blocks, to be used again
     MdxHeader m_header;
+    /// Number of pages, first free one, four bytes that are nobody's, date of the last change.
+    using Counts = std::array<std::uint8_t, 15>;
+    Counts m_countsSeen{};        ///< as they stand in the file
     PageNumber m_pagesInFile = 0; ///< before staged blocks
     std::vector<MdxTag> m_tags;
 };
 
-/// Whether a tag holds exactly the given keys: every record once, in order, nothing else, in blocks of its
-/// own.
+/// Whether a tag holds exactly the given keys: every record that is not left out once, in order, nothing
+/// else, in blocks of its own.
 [[nodiscard]] bool holdsExactly(const BlockSource &source, const MdxTag &tag, const TagKeys &keys,
                                 BlockUse &use);
 
-/// Sorts the records of `keys` by key, equal ones by number. @param count  records.
+/// Puts the records that are not left out into the order of the tag, equal keys by number.
+/// @param count  records of the table.
 void orderKeys(const MdxTag &tag, RecordNumber count, TagKeys &keys);
 
 } // namespace dbase

@@ -1,7 +1,10 @@
 #include "dbase/MdxFormat.h"
+#include "dbase/KeyExpression.h"
+#include "dbase/MdxOffsets.h"
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
 #include <chrono>
 #include <cmath>
@@ -13,70 +16,10 @@ namespace dbase
 namespace
 {
 
-namespace header
-{
-constexpr std::size_t version = 0;
-constexpr std::size_t created = 1;
-constexpr std::size_t tableName = 4;
-constexpr std::size_t tableNameSize = 16;
-constexpr std::size_t blockPages = 20;
-constexpr std::size_t blockLength = 22;
-constexpr std::size_t production = 24;
-constexpr std::size_t slotCount = 25;
-constexpr std::size_t slotLength = 26;
-constexpr std::size_t tagCount = 28;
-constexpr std::size_t nextTag = 30;
-constexpr std::size_t language = 31;
-constexpr std::size_t pageCount = 32;
-constexpr std::size_t freePage = 36;
-constexpr std::size_t updated = 44;
-constexpr std::size_t nameTreeTop = 529;
-constexpr std::size_t firstSlot = 544;
-} // namespace header
-
-namespace slot
-{
-constexpr std::size_t length = 32;
-constexpr std::size_t headerPage = 0;
-constexpr std::size_t name = 4;
-constexpr std::size_t nameSize = 11;
-constexpr std::size_t mark = 15;
-constexpr std::size_t left = 16;
-constexpr std::size_t right = 17;
-constexpr std::size_t above = 18;
-constexpr std::size_t two = 19;
-constexpr std::size_t keyType = 20;
-} // namespace slot
-
-namespace tagHeader
-{
-constexpr std::size_t rootPage = 0;
-constexpr std::size_t pagesUsed = 4;
-constexpr std::size_t flags = 8;
-constexpr std::size_t keyType = 9;
-constexpr std::size_t language = 11;
-constexpr std::size_t keyLength = 12;
-constexpr std::size_t maxItems = 14;
-constexpr std::size_t isDate = 16;
-constexpr std::size_t itemLength = 18;
-constexpr std::size_t counter = 20;
-constexpr std::size_t unique = 23;
-constexpr std::size_t expression = 24;
-constexpr std::size_t textSize = 220;
-constexpr std::size_t hasFilter = 245;
-constexpr std::size_t hasKeys = 246;
-constexpr std::size_t singleField = 480;
-constexpr std::size_t filter = 762;
-} // namespace tagHeader
-
 constexpr std::uint8_t flagAlways = 0x10;
-constexpr std::uint8_t flagDescending = 0x08;
-constexpr std::uint8_t flagUnique = 0x40;
 constexpr std::uint8_t slotMark = 0x10;
 constexpr std::uint8_t slotsInHeader = 48;
 constexpr int maxIndexKey = 100;
-constexpr std::size_t blockItemsOffset = 8;
-constexpr std::size_t childSize = 4;
 
 std::string textAt(std::span<const std::uint8_t> bytes, std::size_t at, std::size_t size)
 {
@@ -128,40 +71,40 @@ Result<MdxHeader> decodeMdxHeader(std::span<const std::uint8_t> bytes, std::uint
 {
     if (bytes.size() < mdxHeaderSize || fileLength < mdxHeaderSize)
         return damaged("el índice es más corto que su cabecera", 0);
-    if (bytes[header::version] != 2)
+    if (bytes[mdxHeader::version] != 2)
         return Status(ErrorKind::unsupported, "el índice es de una versión que no se conoce", {},
-                      header::version);
-    if (get16(&bytes[header::blockPages]) != 2 || get16(&bytes[header::blockLength]) != mdxBlockSize)
+                      mdxHeader::version);
+    if (get16(&bytes[mdxHeader::blockPages]) != 2 || get16(&bytes[mdxHeader::blockLength]) != mdxBlockSize)
         return Status(ErrorKind::unsupported, "el índice tiene bloques de otro tamaño", {},
-                      header::blockPages);
-    if (get16(&bytes[header::slotLength]) != slot::length)
-        return damaged("la tabla de órdenes del índice no tiene la forma esperada", header::slotLength);
+                      mdxHeader::blockPages);
+    if (get16(&bytes[mdxHeader::slotLength]) != mdxSlot::length)
+        return damaged("la tabla de órdenes del índice no tiene la forma esperada", mdxHeader::slotLength);
     MdxHeader out;
-    out.tableName = textAt(bytes, header::tableName, header::tableNameSize);
-    out.created = dateAt(bytes, header::created);
-    out.updated = dateAt(bytes, header::updated);
-    out.tagCount = get16(&bytes[header::tagCount]);
+    out.tableName = textAt(bytes, mdxHeader::tableName, mdxHeader::tableNameSize);
+    out.created = dateAt(bytes, mdxHeader::created);
+    out.updated = dateAt(bytes, mdxHeader::updated);
+    out.tagCount = get16(&bytes[mdxHeader::tagCount]);
     if (out.tagCount > mdxMaxTags)
-        return damaged("el índice dice tener más de 47 órdenes", header::tagCount);
-    out.languageDriver = bytes[header::language];
-    out.pageCount = get32(&bytes[header::pageCount]);
+        return damaged("el índice dice tener más de 47 órdenes", mdxHeader::tagCount);
+    out.languageDriver = bytes[mdxHeader::language];
+    out.pageCount = get32(&bytes[mdxHeader::pageCount]);
     if (out.pageCount < mdxFirstBlock || out.pageCount % 2 != 0 ||
         std::uint64_t{out.pageCount} * mdxPageSize > fileLength)
-        return damaged("el índice dice tener más bloques que el fichero", header::pageCount);
-    out.freePage = get32(&bytes[header::freePage]);
+        return damaged("el índice dice tener más bloques que el fichero", mdxHeader::pageCount);
+    out.freePage = get32(&bytes[mdxHeader::freePage]);
     if (out.freePage != 0 && !pageInside(out.freePage, out.pageCount))
-        return damaged("la lista de bloques libres del índice sale del fichero", header::freePage);
+        return damaged("la lista de bloques libres del índice sale del fichero", mdxHeader::freePage);
     return out;
 }
 
 Result<MdxTag> decodeMdxSlot(std::span<const std::uint8_t> bytes, int number, PageNumber pageCount)
 {
-    const std::size_t at = header::firstSlot + slot::length * static_cast<std::size_t>(number - 1);
+    const std::size_t at = mdxHeader::firstSlot + mdxSlot::length * static_cast<std::size_t>(number - 1);
     MdxTag tag;
-    tag.headerPage = get32(&bytes[at + slot::headerPage]);
-    tag.name = textAt(bytes, at + slot::name, slot::nameSize);
+    tag.headerPage = get32(&bytes[at + mdxSlot::headerPage]);
+    tag.name = textAt(bytes, at + mdxSlot::name, mdxSlot::nameSize);
     if (tag.name.empty())
-        return damaged("un orden del índice no tiene nombre", at + slot::name);
+        return damaged("un orden del índice no tiene nombre", at + mdxSlot::name);
     if (!pageInside(tag.headerPage, pageCount))
         return damaged("la cabecera de un orden queda fuera del índice", at);
     return tag;
@@ -170,73 +113,77 @@ Result<MdxTag> decodeMdxSlot(std::span<const std::uint8_t> bytes, int number, Pa
 Status decodeMdxTagHeader(std::span<const std::uint8_t> block, MdxTag &tag, PageNumber pageCount)
 {
     const std::uint64_t base = std::uint64_t{tag.headerPage} * mdxPageSize;
-    tag.rootPage = get32(&block[tagHeader::rootPage]);
+    tag.rootPage = get32(&block[mdxTagHeader::rootPage]);
     if (!pageInside(tag.rootPage, pageCount))
         return damaged("la raíz de un orden queda fuera del índice", base);
-    if (!isKeyType(block[tagHeader::keyType]))
-        return damaged("un orden del índice tiene claves de un tipo desconocido", base + tagHeader::keyType);
-    tag.keyType = keyTypeOf(block[tagHeader::keyType]);
-    tag.descending = (block[tagHeader::flags] & flagDescending) != 0;
-    tag.unique = (block[tagHeader::flags] & flagUnique) != 0;
-    tag.keyLength = get16(&block[tagHeader::keyLength]);
-    tag.maxItems = get16(&block[tagHeader::maxItems]);
-    tag.itemLength = get16(&block[tagHeader::itemLength]);
+    if (!isKeyType(block[mdxTagHeader::keyType]))
+        return damaged("un orden del índice tiene claves de un tipo desconocido",
+                       base + mdxTagHeader::keyType);
+    tag.keyType = keyTypeOf(block[mdxTagHeader::keyType]);
+    tag.descending = (block[mdxTagHeader::flags] & mdxFlagDescending) != 0;
+    tag.unique = (block[mdxTagHeader::flags] & mdxFlagUnique) != 0;
+    tag.distinct = (block[mdxTagHeader::flags] & mdxFlagDistinct) != 0;
+    tag.keyLength = get16(&block[mdxTagHeader::keyLength]);
+    tag.maxItems = get16(&block[mdxTagHeader::maxItems]);
+    tag.itemLength = get16(&block[mdxTagHeader::itemLength]);
     if (tag.keyLength < 1 || tag.keyLength > maxIndexKey ||
         (tag.keyType == KeyType::date && tag.keyLength != 8) ||
         (tag.keyType == KeyType::numeric && tag.keyLength != 12))
         return damaged("un orden del índice tiene claves de una longitud imposible",
-                       base + tagHeader::keyLength);
+                       base + mdxTagHeader::keyLength);
     if (tag.itemLength < tag.keyLength + 4 || tag.itemLength > 2 * maxIndexKey)
         return damaged("un orden del índice tiene entradas de una longitud imposible",
-                       base + tagHeader::itemLength);
+                       base + mdxTagHeader::itemLength);
     const std::size_t used =
-        blockItemsOffset + childSize +
+        mdxBlock::items + // some programs fill a leaf to its last byte
         static_cast<std::size_t>(tag.maxItems) * static_cast<std::size_t>(tag.itemLength);
     if (tag.maxItems < 3 || used > mdxBlockSize)
-        return damaged("un orden del índice no cabe en sus bloques", base + tagHeader::maxItems);
-    tag.changeCounter = block[tagHeader::counter];
-    tag.expression = textAt(block, tagHeader::expression, tagHeader::textSize);
-    if (block[tagHeader::hasFilter] != 0)
-        tag.filter = textAt(block, tagHeader::filter, tagHeader::textSize);
+        return damaged("un orden del índice no cabe en sus bloques", base + mdxTagHeader::maxItems);
+    tag.changeCounter = block[mdxTagHeader::counter];
+    tag.expression = textAt(block, mdxTagHeader::expression, mdxTagHeader::textSize);
+    tag.filtered = block[mdxTagHeader::hasFilter] != 0;
+    if (tag.filtered)
+        tag.filter = textAt(block, mdxTagHeader::filter, mdxTagHeader::textSize);
     return {};
 }
 
 std::vector<std::uint8_t> encodeMdxHeader(const MdxHeader &in, std::span<const MdxTag> tags)
 {
     std::vector<std::uint8_t> out(mdxHeaderSize, 0);
-    out[header::version] = 2;
-    putDate(out, header::created, in.created);
-    putText(out, header::tableName, in.tableName, header::tableNameSize);
-    put16(&out[header::blockPages], 2);
-    put16(&out[header::blockLength], mdxBlockSize);
-    out[header::production] = 1;
-    out[header::slotCount] = slotsInHeader;
-    put16(&out[header::slotLength], slot::length);
-    put16(&out[header::tagCount], static_cast<std::uint16_t>(tags.size()));
-    out[header::nextTag] = static_cast<std::uint8_t>(tags.size() + 1);
-    out[header::language] = in.languageDriver;
-    put32(&out[header::pageCount], in.pageCount);
-    put32(&out[header::freePage], in.freePage);
-    putDate(out, header::updated, in.updated);
+    out[mdxHeader::version] = 2;
+    putDate(out, mdxHeader::created, in.created);
+    putText(out, mdxHeader::tableName, in.tableName, mdxHeader::tableNameSize);
+    put16(&out[mdxHeader::blockPages], 2);
+    put16(&out[mdxHeader::blockLength], mdxBlockSize);
+    out[mdxHeader::production] = 1;
+    out[mdxHeader::slotCount] = slotsInHeader;
+    put16(&out[mdxHeader::slotLength], mdxSlot::length);
+    put16(&out[mdxHeader::tagCount], static_cast<std::uint16_t>(tags.size()));
+    out[mdxHeader::nextTag] = static_cast<std::uint8_t>(tags.size() + 1);
+    out[mdxHeader::language] = in.languageDriver;
+    put32(&out[mdxHeader::pageCount], in.pageCount);
+    put32(&out[mdxHeader::freePage], in.freePage);
+    putDate(out, mdxHeader::updated, in.updated);
 
     // The tags' names form a plain search tree in the order of their creation, the first at the top.
-    const auto at = [](std::size_t number) { return header::firstSlot + slot::length * (number - 1); };
+    const auto at = [](std::size_t number) { return mdxHeader::firstSlot + mdxSlot::length * (number - 1); };
     for (std::size_t number = 1; number <= tags.size(); ++number) {
         const MdxTag &tag = tags[number - 1];
-        put32(&out[at(number) + slot::headerPage], tag.headerPage);
-        putText(out, at(number) + slot::name, tag.name, slot::nameSize);
-        out[at(number) + slot::mark] = slotMark;
-        out[at(number) + slot::two] = 2;
-        out[at(number) + slot::keyType] = static_cast<std::uint8_t>(tag.keyType);
+        put32(&out[at(number) + mdxSlot::headerPage], tag.headerPage);
+        putText(out, at(number) + mdxSlot::name, tag.name, mdxSlot::nameSize);
+        out[at(number) + mdxSlot::mark] = slotMark;
+        out[at(number) + mdxSlot::two] = 2;
+        out[at(number) + mdxSlot::keyType] = static_cast<std::uint8_t>(tag.keyType);
         if (number == 1) {
-            out[header::nameTreeTop] = 1;
+            out[mdxHeader::nameTreeTop] = 1;
             continue;
         }
         for (std::size_t node = 1;;) {
-            std::uint8_t &next = out[at(node) + (tag.name < tags[node - 1].name ? slot::left : slot::right)];
+            std::uint8_t &next =
+                out[at(node) + (tag.name < tags[node - 1].name ? mdxSlot::left : mdxSlot::right)];
             if (next == 0) {
                 next = static_cast<std::uint8_t>(number);
-                out[at(number) + slot::above] = static_cast<std::uint8_t>(node);
+                out[at(number) + mdxSlot::above] = static_cast<std::uint8_t>(node);
                 break;
             }
             node = next;
@@ -248,23 +195,22 @@ std::vector<std::uint8_t> encodeMdxHeader(const MdxHeader &in, std::span<const M
 std::vector<std::uint8_t> encodeMdxTagHeader(const MdxTag &tag, std::uint8_t languageDriver, bool singleField)
 {
     std::vector<std::uint8_t> out(mdxBlockSize, 0);
-    put32(&out[tagHeader::rootPage], tag.rootPage);
-    put32(&out[tagHeader::pagesUsed], 4);
-    out[tagHeader::flags] = static_cast<std::uint8_t>(flagAlways | (tag.descending ? flagDescending : 0) |
-                                                      (tag.unique ? flagUnique : 0));
-    out[tagHeader::keyType] = static_cast<std::uint8_t>(tag.keyType);
-    out[tagHeader::language] = languageDriver;
-    put16(&out[tagHeader::keyLength], static_cast<std::uint16_t>(tag.keyLength));
-    put16(&out[tagHeader::maxItems], static_cast<std::uint16_t>(tag.maxItems));
-    put16(&out[tagHeader::isDate], tag.keyType == KeyType::date ? 1 : 0);
-    put16(&out[tagHeader::itemLength], static_cast<std::uint16_t>(tag.itemLength));
-    out[tagHeader::counter] = tag.changeCounter;
-    out[tagHeader::unique] = tag.unique ? 1 : 0;
-    putText(out, tagHeader::expression, tag.expression, tagHeader::textSize);
-    out[tagHeader::hasFilter] = tag.filter.empty() ? 0 : 1;
-    out[tagHeader::hasKeys] = 1;
-    out[tagHeader::singleField] = singleField ? 1 : 0;
-    putText(out, tagHeader::filter, tag.filter, tagHeader::textSize);
+    put32(&out[mdxTagHeader::rootPage], tag.rootPage);
+    put32(&out[mdxTagHeader::pagesUsed], 4);
+    out[mdxTagHeader::flags] = static_cast<std::uint8_t>(flagAlways | mdxKindFlags(tag));
+    out[mdxTagHeader::keyType] = static_cast<std::uint8_t>(tag.keyType);
+    out[mdxTagHeader::language] = languageDriver;
+    put16(&out[mdxTagHeader::keyLength], static_cast<std::uint16_t>(tag.keyLength));
+    put16(&out[mdxTagHeader::maxItems], static_cast<std::uint16_t>(tag.maxItems));
+    put16(&out[mdxTagHeader::isDate], tag.keyType == KeyType::date ? 1 : 0);
+    put16(&out[mdxTagHeader::itemLength], static_cast<std::uint16_t>(tag.itemLength));
+    out[mdxTagHeader::counter] = tag.changeCounter;
+    out[mdxTagHeader::unique] = tag.unique ? 1 : 0;
+    putText(out, mdxTagHeader::expression, tag.expression, mdxTagHeader::textSize);
+    out[mdxTagHeader::hasFilter] = tag.filter.empty() ? 0 : 1;
+    out[mdxTagHeader::hasKeys] = 1;
+    out[mdxTagHeader::singleField] = singleField ? 1 : 0;
+    putText(out, mdxTagHeader::filter, tag.filter, mdxTagHeader::textSize);
     return out;
 }
 
@@ -275,7 +221,7 @@ int mdxItemLength(int keyLength)
 
 int mdxItemsPerBlock(int itemLength)
 {
-    return static_cast<int>(mdxBlockSize - blockItemsOffset - childSize) / itemLength;
+    return static_cast<int>(mdxBlockSize - mdxBlock::items - mdxBlock::childSize) / itemLength;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -285,20 +231,7 @@ namespace
 
 double doubleOf(const std::uint8_t *bytes)
 {
-    std::uint64_t bits = 0;
-    for (int i = 7; i >= 0; --i)
-        bits = bits << 8U | bytes[i];
-    double value = 0;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
-}
-
-void putDouble(double value, std::uint8_t *bytes)
-{
-    std::uint64_t bits = 0;
-    std::memcpy(&bits, &value, sizeof value);
-    for (int i = 0; i < 8; ++i, bits >>= 8U)
-        bytes[i] = static_cast<std::uint8_t>(bits);
+    return std::bit_cast<double>(get64(bytes));
 }
 
 // A decimal key: byte 0 is 34h plus the digits before the point, byte 1 sign, number of digits and 01, then
@@ -364,30 +297,6 @@ double doubleFromDecimal(const std::uint8_t *key)
     return value;
 }
 
-// The comparable form of a number: its bits from the highest byte down, with the sign turned so that memcmp
-// orders them.
-void comparableFromDouble(double value, std::uint8_t *out)
-{
-    std::uint64_t bits = 0;
-    std::memcpy(&bits, &value, sizeof value);
-    constexpr std::uint64_t signBit = std::uint64_t{1} << 63U;
-    bits = (bits & signBit) != 0 ? ~bits : bits | signBit;
-    for (int i = 7; i >= 0; --i, bits >>= 8U)
-        out[i] = static_cast<std::uint8_t>(bits);
-}
-
-double doubleFromComparable(const std::uint8_t *in)
-{
-    std::uint64_t bits = 0;
-    for (int i = 0; i < 8; ++i)
-        bits = bits << 8U | in[i];
-    constexpr std::uint64_t signBit = std::uint64_t{1} << 63U;
-    bits = (bits & signBit) != 0 ? bits & ~signBit : ~bits;
-    double value = 0;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
-}
-
 } // namespace
 
 int compareMdxKeys(KeyType type, const std::uint8_t *a, const std::uint8_t *b, std::size_t length)
@@ -427,7 +336,7 @@ double julianOfText(std::span<const std::uint8_t> digits)
 
 std::vector<std::uint8_t> textOfJulian(double julian)
 {
-    std::vector<std::uint8_t> out(8, 0x20);
+    std::vector<std::uint8_t> out(8, blankDateByte);
     if (!(julian > 1721425.0 && julian < 5373485.0)) // years 1 to 9999
         return out;
     const std::chrono::sys_days days{std::chrono::days(static_cast<int>(julian) - julianOfUnixEpoch)};
@@ -448,10 +357,10 @@ void mdxKeyFromIndexKey(KeyType type, std::span<const std::uint8_t> key, std::sp
         std::copy_n(key.begin(), std::min(key.size(), out.size()), out.begin());
         return;
     case KeyType::date:
-        putDouble(julianOfText(key), out.data());
+        put64(out.data(), std::bit_cast<std::uint64_t>(julianOfText(key)));
         return;
     case KeyType::numeric:
-        decimalFromDouble(doubleFromComparable(key.data()), out.data());
+        decimalFromDouble(doubleOfComparable(key.data()), out.data());
         return;
     }
 }
@@ -463,7 +372,7 @@ std::vector<std::uint8_t> indexKeyFromMdxKey(KeyType type, std::span<const std::
     std::vector<std::uint8_t> out(key.begin(), key.end());
     if (type == KeyType::numeric) {
         out.resize(8);
-        comparableFromDouble(doubleFromDecimal(key.data()), out.data());
+        putComparable(doubleFromDecimal(key.data()), out.data());
     }
     return out;
 }

@@ -59,6 +59,9 @@
 // An inner item is (child, largest key in that child). Only the four bytes behind the last item tell a leaf
 // from an inner block, so everything there is kept at 0 in leaves.
 //
+// A descending tag holds its keys from the largest down: "largest" above then reads "smallest". A unique tag
+// holds one record for a key. Where the block has no room for four bytes behind its last item it is a leaf.
+//
 // Example, a leaf with two keys of 13 bytes:
 //   02000000 00000000 02000000 "2024022810:00" 000000 01000000 "2024022909:30" 000000 00000000
 
@@ -66,6 +69,7 @@
 #include "dbase/Record.h"
 
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string>
 #include <vector>
@@ -79,9 +83,6 @@ inline constexpr std::size_t mdxPageSize = 512;
 inline constexpr std::size_t mdxBlockSize = 1024;
 inline constexpr std::size_t mdxHeaderSize = 2048;
 inline constexpr PageNumber mdxFirstBlock = 4;
-/// In a block, where its items begin; in an item, where its key begins.
-inline constexpr std::size_t mdxItemsAt = 8;
-inline constexpr std::size_t mdxChildSize = 4;
 inline constexpr int mdxMaxTags = 47;
 inline constexpr std::size_t mdxMaxExpression = 219;
 /// Largest number of keys in an inner block that we write: other programs take a full one for a leaf.
@@ -107,12 +108,17 @@ struct MdxTag {
     KeyType keyType = KeyType::character;
     bool descending = false;
     bool unique = false;
+    bool distinct = false; ///< refuses a second line with a key, which no table here can promise
+    bool filtered = false; ///< says to have a filter
     int keyLength = 0;
     int itemLength = 0;
     int maxItems = 0;
     std::uint8_t changeCounter = 0;
     std::string expression;
     std::string filter; ///< empty: none
+
+    /// How two keys stand to each other in this tag, over the first `length` bytes: negative, 0 or positive.
+    [[nodiscard]] int compare(const std::uint8_t *a, const std::uint8_t *b, std::size_t length) const;
 };
 
 /// @param bytes       at least mdxHeaderSize bytes from the start of the file.
@@ -134,9 +140,29 @@ std::vector<std::uint8_t> encodeMdxTagHeader(const MdxTag &tag, std::uint8_t lan
 [[nodiscard]] int mdxItemLength(int keyLength);
 [[nodiscard]] int mdxItemsPerBlock(int itemLength);
 
-/// How two keys of a tag stand to each other: negative, 0 or positive.
+/// How two keys stand to each other by what they say: negative, 0 or positive.
 [[nodiscard]] int compareMdxKeys(KeyType type, const std::uint8_t *a, const std::uint8_t *b,
                                  std::size_t length);
+
+inline constexpr std::uint8_t mdxFlagDescending = 0x08;
+inline constexpr std::uint8_t mdxFlagDistinct = 0x20;
+inline constexpr std::uint8_t mdxFlagUnique = 0x40;
+inline constexpr std::uint8_t mdxAllKinds = mdxFlagDescending | mdxFlagDistinct | mdxFlagUnique;
+
+/// What a tag is, as the flags in its header say it.
+[[nodiscard]] inline std::uint8_t mdxKindFlags(const MdxTag &tag)
+{
+    return static_cast<std::uint8_t>((tag.descending ? mdxFlagDescending : 0) |
+                                     (tag.distinct ? mdxFlagDistinct : 0) | (tag.unique ? mdxFlagUnique : 0));
+}
+
+// A descending tag holds its keys the other way round, from the largest down: first leaf, bounds and all.
+inline int MdxTag::compare(const std::uint8_t *a, const std::uint8_t *b, std::size_t length) const
+{
+    const int order = keyType == KeyType::character ? std::memcmp(a, b, length) // nearly all of them
+                                                    : compareMdxKeys(keyType, a, b, length);
+    return descending ? -order : order;
+}
 
 // Keys as the file stores them, from and to the form in which an Index compares them (see KeyExpression):
 // texts are the same in both, a date is eight digits there and a day number here, a number eight ordered

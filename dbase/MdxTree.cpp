@@ -1,5 +1,7 @@
 #include "dbase/MdxTree.h"
 
+#include "dbase/MdxOffsets.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -9,8 +11,8 @@ namespace dbase
 namespace
 {
 
-constexpr std::size_t itemsOffset = mdxItemsAt;
-constexpr std::size_t childSize = mdxChildSize;
+constexpr std::size_t itemsOffset = mdxBlock::items;
+constexpr std::size_t childSize = mdxBlock::childSize;
 
 /// Other programs may leave an empty leaf behind; a file made to have millions of them is refused.
 constexpr int mostEmptyLeaves = 64;
@@ -50,7 +52,8 @@ PageNumber MdxCursor::childOf(const Step &step) const
 
 bool MdxCursor::atLeaf() const
 {
-    return get32(item(top(), top().count)) == 0;
+    const std::uint8_t *const behind = item(top(), top().count);
+    return behind + childSize > top().block + mdxBlockSize || get32(behind) == 0; // no room for a child
 }
 
 bool MdxCursor::enter(PageNumber page)
@@ -89,8 +92,7 @@ void MdxCursor::descend(std::span<const std::uint8_t> prefix, bool after)
         int high = step.count;
         while (low < high) {
             const int middle = (low + high) / 2;
-            const int order =
-                compareMdxKeys(m_tag.keyType, item(step, middle) + childSize, prefix.data(), prefix.size());
+            const int order = m_tag.compare(item(step, middle) + childSize, prefix.data(), prefix.size());
             if (order < 0 || (after && order == 0))
                 low = middle + 1;
             else
@@ -103,6 +105,15 @@ void MdxCursor::descend(std::span<const std::uint8_t> prefix, bool after)
             return;
     }
     m_valid = top().position < top().count;
+}
+
+bool MdxCursor::followsSmaller(std::span<const std::uint8_t> key, RecordNumber record) const
+{
+    if (damaged() || m_depth == 0 || top().position == 0)
+        return false;
+    const std::uint8_t *const before = item(top(), top().position - 1);
+    return get32(before) < record ||
+           compareMdxKeys(m_tag.keyType, before + childSize, key.data(), key.size()) != 0;
 }
 
 void MdxCursor::seek(std::span<const std::uint8_t> prefix, bool after)
@@ -217,8 +228,12 @@ Status MdxTree::insert(std::span<const std::uint8_t> key, RecordNumber record)
 {
     MdxCursor path(m_store, m_tag);
     const auto isEqual = [&] {
-        return path.valid() && compareMdxKeys(m_tag.keyType, path.key(), key.data(), key.size()) == 0;
+        return path.valid() && m_tag.compare(path.key(), key.data(), key.size()) == 0;
     };
+    // The usual case first: no equal key, or only those of earlier lines, in the leaf where searches arrive.
+    path.descend(key, true);
+    if (path.followsSmaller(key, record))
+        return insertItem(path, path.depth() - 1, key.data(), record);
     path.seek(key);
     while (isEqual() && path.record() < record)
         path.next();
@@ -234,7 +249,7 @@ Status MdxTree::remove(std::span<const std::uint8_t> key, RecordNumber record)
 {
     MdxCursor path(m_store, m_tag);
     for (path.seek(key); path.valid(); path.next()) {
-        if (compareMdxKeys(m_tag.keyType, path.key(), key.data(), key.size()) != 0)
+        if (m_tag.compare(path.key(), key.data(), key.size()) != 0)
             break;
         if (path.record() == record)
             return removeAt(path);
@@ -248,7 +263,8 @@ Status MdxTree::insertItem(const MdxCursor &path, int level, const std::uint8_t 
 {
     const MdxCursor::Step &step = path.step(level);
     const bool leaf = level == path.depth() - 1;
-    const int limit = leaf ? m_tag.maxItems : m_tag.maxItems - mdxInnerReserve;
+    const int limit = leaf ? std::min(m_tag.maxItems, mdxItemsPerBlock(m_tag.itemLength))
+                           : m_tag.maxItems - mdxInnerReserve;
     if (step.count >= limit)
         return split(path, level, key, number);
 
@@ -284,7 +300,7 @@ Status MdxTree::split(const MdxCursor &path, int level, const std::uint8_t *key,
     std::memcpy(items.data(), leftBlock + itemsOffset, at);
     put32(items.data() + at, number);
     std::memcpy(items.data() + at + childSize, key, static_cast<std::size_t>(m_tag.keyLength));
-    const std::size_t rest = static_cast<std::size_t>(step.count) * itemLength + childSize - at;
+    const std::size_t rest = static_cast<std::size_t>(step.count) * itemLength + (leaf ? 0 : childSize) - at;
     std::memcpy(items.data() + at + itemLength, leftBlock + itemsOffset + at, rest);
 
     bool atRightEdge = step.position == step.count;

@@ -51,6 +51,8 @@ public:
     /// The same, but stays in the leaf where the key would go in, if need be behind its last item (then not
     /// valid()).
     void descend(std::span<const std::uint8_t> prefix, bool after);
+    /// Behind descend(): whether the entry before the cursor, in the same leaf, comes before (key, record).
+    [[nodiscard]] bool followsSmaller(std::span<const std::uint8_t> key, RecordNumber record) const;
     void first();
     void last();
     void next();

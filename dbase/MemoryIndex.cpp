@@ -26,10 +26,10 @@ RecordNumber getNumber(const std::uint8_t *at)
 
 } // namespace
 
-MemoryIndex::MemoryIndex(TagDefinition definition, KeyExpression expression)
+MemoryIndex::MemoryIndex(TagDefinition definition, TagRule rule)
     : m_definition(std::move(definition))
-    , m_expression(std::move(expression))
-    , m_keyLength(m_expression.keyLength())
+    , m_rule(std::move(rule))
+    , m_keyLength(m_rule.expression.keyLength())
     , m_entryLength(m_keyLength + numberSize)
 {
 }

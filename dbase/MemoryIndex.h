@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dbase/Index.h"
+#include "dbase/TagRule.h"
 
 namespace dbase
 {
@@ -10,10 +10,11 @@ namespace dbase
 class MemoryIndex final : public Index
 {
 public:
-    MemoryIndex(TagDefinition definition, KeyExpression expression);
+    MemoryIndex(TagDefinition definition, TagRule rule);
 
     [[nodiscard]] const TagDefinition &definition() const override { return m_definition; }
-    [[nodiscard]] const KeyExpression &expression() const override { return m_expression; }
+    [[nodiscard]] const KeyExpression &expression() const override { return m_rule.expression; }
+    [[nodiscard]] const TagRule &rule() const { return m_rule; }
 
     Result<std::optional<IndexEntry>> find(std::span<const std::uint8_t> prefix) override;
     Result<std::optional<IndexEntry>> atOrAfter(std::span<const std::uint8_t> key) override;
@@ -46,7 +47,7 @@ private:
     [[nodiscard]] std::size_t upperBound(std::span<const std::uint8_t> prefix) const;
 
     TagDefinition m_definition;
-    KeyExpression m_expression;
+    TagRule m_rule;
     std::size_t m_keyLength;
     std::size_t m_entryLength; ///< key, then the record number from its highest byte down: memcmp orders
                                ///< whole entries

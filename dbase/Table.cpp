@@ -186,6 +186,10 @@ std::string Table::readOnlyReason() const
 {
     return m_impl->readOnly ? m_impl->readOnlyReason : std::string();
 }
+std::string Table::notice() const
+{
+    return m_impl->notice;
+}
 
 Index *Table::index(std::string_view tag) const
 {
@@ -199,13 +203,14 @@ Status Table::addTag(const TagDefinition &tag)
 Status Table::liveRecords(Index *index, std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
                           std::vector<RecordNumber> &out) const
 {
-    return m_impl->liveRows(index, low, high, out, nullptr);
+    return m_impl->liveRows(index, low, high, out, nullptr, 0);
 }
 
 Status Table::liveRows(Index *index, std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
-                       std::vector<RecordNumber> &out, std::vector<std::uint8_t> &rows) const
+                       std::vector<RecordNumber> &out, std::vector<std::uint8_t> &rows,
+                       std::size_t mostRows) const
 {
-    return m_impl->liveRows(index, low, high, out, &rows);
+    return m_impl->liveRows(index, low, high, out, &rows, mostRows);
 }
 
 } // namespace dbase

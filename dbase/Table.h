@@ -6,6 +6,7 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -135,14 +136,19 @@ public:
     Status pack();
     /// Why the table takes no changes; empty when it does.
     [[nodiscard]] std::string readOnlyReason() const;
+    /// What opening has found and done that the user should be told; mostly empty.
+    [[nodiscard]] std::string notice() const;
 
     /// The live records between two bounds of an index (see Index::collect), or of the whole table in the
     /// order of the file when `index` is null, appended to `out`.
     Status liveRecords(Index *index, std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
                        std::vector<RecordNumber> &out) const;
     /// The same with the records themselves, one behind the other in `rows`; all as at one moment.
+    /// @param mostRows  records for which there is to be room in memory: the first of them come in `rows`,
+    /// the numbers of all in `out`.
     Status liveRows(Index *index, std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
-                    std::vector<RecordNumber> &out, std::vector<std::uint8_t> &rows) const;
+                    std::vector<RecordNumber> &out, std::vector<std::uint8_t> &rows,
+                    std::size_t mostRows = std::numeric_limits<std::size_t>::max()) const;
 
 private:
     explicit Table(std::unique_ptr<TableImpl> impl);

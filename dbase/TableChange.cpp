@@ -83,7 +83,11 @@ Status TableImpl::update(RecordNumber number, std::span<const std::uint8_t> befo
     if (!status.ok())
         return status;
     std::vector<std::uint8_t> present(header.recordLength);
-    status = readRecord(number, present);
+    if (m_lastRead == number) // read a moment ago under these same locks
+        present = m_lastBytes;
+    else
+        status = readRecord(number, present);
+    m_lastRead = 0;
     if (status.ok() && !std::equal(present.begin(), present.end(), before.begin(), before.end()))
         status = failure(ErrorKind::conflict, isDeleted(present)
                                                   ? "otro puesto ha borrado la línea mientras tanto"
@@ -196,26 +200,42 @@ Status TableImpl::stageKeys(const Commit &commit)
     if (!m_mdx)
         return {};
     for (std::size_t number = 0; number < m_indexes.size(); ++number) {
+        const TagRule &rule = m_indexes[number]->rule();
+        if (rule.unique) {
+            if (const Status status = stageUnique(number, commit); !status.ok())
+                return status;
+            continue;
+        }
         MdxTree tree(*m_mdx, m_mdx->tag(number));
         for (const RecordChange &change : commit.changes) {
-            const auto now = fileKeyOf(number, change.after);
-            if (!change.before.empty()) {
+            const bool stays = rule.accepts(change.after);
+            const auto now = stays ? fileKeyOf(number, change.after) : std::vector<std::uint8_t>();
+            if (!change.before.empty() && rule.accepts(change.before)) {
                 const auto old = fileKeyOf(number, change.before);
                 if (old == now)
                     continue;
                 if (const Status status = tree.remove(old, change.number); !status.ok())
                     return status;
             }
+            if (!stays)
+                continue;
             if (const Status status = tree.insert(now, change.number); !status.ok())
                 return status;
         }
     }
-    return {};
+    return m_mdx->shortened() ? failure(ErrorKind::damaged, "otro programa ha acortado el índice") : Status();
 }
 
 Status TableImpl::writeJournal(const Commit &commit)
 {
-    const std::vector<std::uint8_t> bytes = encodeCommit(commit, header.recordLength);
+    encodeCommit(commit, header.recordLength, m_commitBytes);
+    const std::span<const std::uint8_t> bytes = m_commitBytes;
+    if (header.recordCount < m_state.tableRecords) {
+        // Another program has packed the table: what the journal says is about lines that have other numbers
+        // now.
+        if (const Status status = checkpoint(false); !status.ok())
+            return status;
+    }
     if (m_state.tail + commitRoom(bytes.size()) > m_journalSize) {
         // Nothing that was promised to outlive a power cut is in the way of the new commits: no need to wait
         // for the disk.
@@ -329,10 +349,17 @@ void TableImpl::noteCommit(const Commit &commit)
     for (MemoryTag &tag : m_memoryTags) {
         if (tag.version + 1 != version)
             continue; // out of date anyway; built anew when it is next asked
+        const TagRule &rule = tag.index->rule();
+        if (rule.unique) {
+            // Who takes over a key stands in the lines; a failure to read them shows when the tag is asked.
+            static_cast<void>(buildMemoryTag(tag).ok());
+            continue;
+        }
         for (const RecordChange &change : commit.changes) {
-            if (!change.before.empty())
-                tag.index->erase(tag.index->expression().keyOf(change.before), change.number);
-            tag.index->insert(tag.index->expression().keyOf(change.after), change.number);
+            if (!change.before.empty() && rule.accepts(change.before))
+                tag.index->erase(rule.expression.keyOf(change.before), change.number);
+            if (rule.accepts(change.after))
+                tag.index->insert(rule.expression.keyOf(change.after), change.number);
         }
         tag.version = version;
     }
@@ -346,7 +373,9 @@ Status TableImpl::readDateAndCount(std::vector<std::uint8_t> &bytes) const
 {
     if (m_headerMap.size() >= dbfFixedHeader) {
         std::copy_n(m_headerMap.data() + dbfDateOffset, bytes.size(), bytes.begin());
-        return {};
+        // No month: where another program has cut the file off, what was there reads as zeros.
+        if (bytes[1] != 0 && !m_headerMap.lost())
+            return {};
     }
     const auto got = m_dbf.readAt(dbfDateOffset, bytes);
     if (!got.ok())
@@ -407,8 +436,15 @@ Status TableImpl::finishDeadCommit()
         const std::vector<std::uint8_t> nothing(journalSector, 0);
         return m_journal.writeAt(m_state.tail, nothing);
     }
+    if (const auto cut = isCutBack(); !cut.ok() || cut.value()) {
+        return cut.ok() ? failure(ErrorKind::damaged,
+                                  "la tabla ha perdido líneas mientras estaba abierta; ciérrela "
+                                  "en todos los puestos y vuelva a abrirla")
+                        : cut.status();
+    }
     // That it can be read does not mean that it is on disk: a cut from here on must find it there.
-    const std::vector<std::uint8_t> again = encodeCommit(*dead, header.recordLength);
+    std::vector<std::uint8_t> again;
+    encodeCommit(*dead, header.recordLength, again);
     Status status = m_journal.writeAt(m_state.tail, again);
     if (status.ok())
         status = m_journal.sync();

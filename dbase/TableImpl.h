@@ -36,9 +36,10 @@ struct MemoryTag {
 class MdxIndex final : public Index
 {
 public:
-    MdxIndex(TableImpl &table, std::size_t number, TagDefinition definition, KeyExpression expression);
+    MdxIndex(TableImpl &table, std::size_t number, TagDefinition definition, TagRule rule);
     [[nodiscard]] const TagDefinition &definition() const override { return m_definition; }
-    [[nodiscard]] const KeyExpression &expression() const override { return m_expression; }
+    [[nodiscard]] const KeyExpression &expression() const override { return m_rule.expression; }
+    [[nodiscard]] const TagRule &rule() const { return m_rule; }
 
     Result<std::optional<IndexEntry>> find(std::span<const std::uint8_t> prefix) override;
     Result<std::optional<IndexEntry>> atOrAfter(std::span<const std::uint8_t> key) override;
@@ -52,8 +53,12 @@ public:
     Status collectLocked(std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
                          std::vector<RecordNumber> &out) const;
     [[nodiscard]] std::size_t number() const { return m_number; }
+    /// The tags have been read anew, and another object stands for this one's; callers may still hold it.
+    void retire() { m_retired = true; }
 
 private:
+    /// Whether the file still has the tag in its place.
+    [[nodiscard]] bool isThere() const;
     using Move = std::function<void(MdxCursor &)>;
     Result<std::optional<IndexEntry>> ask(const Move &move);
     [[nodiscard]] const MdxTag &tag() const;
@@ -65,7 +70,8 @@ private:
     TableImpl &m_table;
     std::size_t m_number;
     TagDefinition m_definition;
-    KeyExpression m_expression;
+    TagRule m_rule;
+    bool m_retired = false;
 };
 
 class TableImpl
@@ -92,7 +98,8 @@ public:
     [[nodiscard]] std::vector<TagDefinition> tags() const;
     [[nodiscard]] Index *index(std::string_view tag);
     Status liveRows(Index *index, std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
-                    std::vector<RecordNumber> &numbers, std::vector<std::uint8_t> *rows);
+                    std::vector<RecordNumber> &numbers, std::vector<std::uint8_t> *rows,
+                    std::size_t mostRows);
     Status check();
     Status reindex();
     Status pack();
@@ -107,6 +114,7 @@ public:
     TableHeader header;
     bool readOnly = false;
     std::string readOnlyReason;
+    std::string notice; ///< what opening has found that somebody should know
     bool isNew = false; ///< just created: what an old journal says is not about this table
     std::uint64_t version = 1;
     std::shared_ptr<const bool> alive = std::make_shared<const bool>(true); ///< expires with this object
@@ -135,12 +143,18 @@ private:
     void mapHeader();
     Status openIndex();
     void dropIndexFile();
+    void goOnWithoutIndexFile();
+    void retireIndexes();
     [[nodiscard]] bool soundForReading();
     Status readTags();
+    [[nodiscard]] std::string whyNotKept(const MdxTag &tag, const Result<TagRule> &rule) const;
     [[nodiscard]] bool keysFit(const MdxTag &tag, const KeyExpression &expression) const;
     [[nodiscard]] KeyType keyTypeOf(const KeyExpression &expression) const;
+    [[nodiscard]] MdxTag newTag(const TagDefinition &wanted, const KeyExpression &expression) const;
     Status needTags();
     Status recover();
+    [[nodiscard]] Result<bool> isCutBack() const;
+    Status setJournalAside(std::span<const std::uint8_t> journal);
     Status checkpoint(bool closing);
     void closeInOrder();
     [[nodiscard]] bool closedAsSeen() const;
@@ -157,12 +171,20 @@ private:
     Status checkNotLockedElsewhere(RecordNumber number, RangeLock &held);
     /// Reads the journal's header; true when a commit of somebody who died waits to be finished.
     Result<bool> lookAtJournal();
+    void takeState(const JournalHeader &state, std::span<const std::uint8_t> bytes);
     [[nodiscard]] File &readLockFile();
 
     // TableChange.cpp
     Status checkWritable(std::size_t recordSize) const;
     Status commit(Commit &commit);
     Status stageKeys(const Commit &commit);
+    // TableUnique.cpp
+    struct UniqueChange;
+    Status stageUnique(std::size_t number, const Commit &commit);
+    Status settleHolder(std::size_t number, const KeyHolder &candidate, UniqueChange &change,
+                        std::span<const std::uint8_t> key);
+    Status findHeirs(std::size_t number, UniqueChange &change);
+    bool findHeirsByTag(std::size_t number, UniqueChange &change);
     Status writeJournal(const Commit &commit);
     Status startOver();
     Status apply(const Commit &commit);
@@ -175,16 +197,17 @@ private:
     Status readDateAndCount(std::vector<std::uint8_t> &bytes) const;
     [[nodiscard]] Result<RecordNumber> announcedCount() const;
     Status knowOf(RecordNumber number);
+    Status afterReading(const MdxCursor &cursor);
     Status poison(const Status &cause);
     void noteCommit(const Commit &commit);
 
     // TableIndex.cpp
     Status scan(RecordNumber from,
-                const std::function<void(RecordNumber, std::span<const std::uint8_t>)> &visit) const;
-    Result<std::vector<TagKeys>> keysOf(std::span<const MdxTag> tags,
-                                        std::span<const KeyExpression> expressions) const;
+                const std::function<void(RecordNumber, std::span<const std::uint8_t>)> &visit,
+                RecordNumber upTo = 0) const;
+    Result<std::vector<TagKeys>> keysOf(std::span<const MdxTag> tags, std::span<const TagRule> rules) const;
     Result<std::vector<TagKeys>> keysOfAll() const;
-    [[nodiscard]] std::vector<KeyExpression> expressions() const;
+    [[nodiscard]] std::vector<TagRule> rules() const;
     [[nodiscard]] std::vector<std::uint8_t> fileKeyOf(std::size_t tag,
                                                       std::span<const std::uint8_t> record) const;
     /// Makes the index right, by looking first and rewriting it only when it is not.
@@ -192,7 +215,7 @@ private:
     /// Whether the index file is exactly what the lines say, its blocks used once each.
     [[nodiscard]] bool indexIsRight(std::span<const TagKeys> keys) const;
     Status packAlone();
-    Status rewriteIndex(std::vector<MdxTag> tags, const std::vector<KeyExpression> &expressions);
+    Status rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRule> &rules);
     Status makeIndex(std::span<const TagDefinition> wanted);
     Status buildMemoryTag(MemoryTag &tag);
     Status addMemoryTag(const TagDefinition &tag);
@@ -205,11 +228,14 @@ private:
     Mapping m_headerMap; ///< the table's header, which no program ever makes shorter
     std::uint64_t m_journalSize = 0;
     std::vector<std::unique_ptr<MdxIndex>> m_indexes;
+    std::vector<std::unique_ptr<MdxIndex>>
+        m_retiredIndexes; ///< of before a repair; callers hold pointers to them
     std::vector<MemoryTag> m_memoryTags;
 
     JournalHeader m_state;
-    std::vector<std::uint8_t> m_stateBytes; ///< as m_state was read
-    std::uint64_t m_seenCommit = 0;         ///< last one that refresh() knows of
+    JournalHeaderBytes m_stateBytes{};       ///< as m_state was read
+    std::vector<std::uint8_t> m_commitBytes; ///< last commit as it was written
+    std::uint64_t m_seenCommit = 0;          ///< last one that refresh() knows of
     FileStamp m_stamp;
     bool m_stampDoubtful = true; ///< the file changed so lately that an equal stamp proves nothing
     std::vector<std::uint8_t> m_dateAndCount;
@@ -224,8 +250,11 @@ private:
     RangeLock m_presence;
     std::set<RecordNumber> m_locked;
     std::optional<Commit> m_group;
+    mutable RecordNumber m_lastRead = 0; ///< line last read under the change locks, 0 for none
+    mutable std::vector<std::uint8_t> m_lastBytes;
     Status m_poison;
     bool m_indexSuspect = false;
+    bool m_indexUnused = false; ///< there is an index file, but its tags are not believed
     std::minstd_rand m_random;
 };
 

@@ -18,16 +18,22 @@ constexpr auto stampTick = std::chrono::milliseconds(50);
 /// Longest run of records that is read in one call when only some of it is wanted.
 constexpr RecordNumber rowsPerRead = 512;
 
+std::string_view asText(std::span<const std::uint8_t> bytes)
+{
+    return {reinterpret_cast<const char *>(bytes.data()),
+            bytes.size()}; // bytes and chars alias by the standard
+}
+
 } // namespace
 
 // ---------------------------------------------------------------------------------------------------------------------
 // MdxIndex
 
-MdxIndex::MdxIndex(TableImpl &table, std::size_t number, TagDefinition definition, KeyExpression expression)
+MdxIndex::MdxIndex(TableImpl &table, std::size_t number, TagDefinition definition, TagRule rule)
     : m_table(table)
     , m_number(number)
     , m_definition(std::move(definition))
-    , m_expression(std::move(expression))
+    , m_rule(std::move(rule))
 {
 }
 
@@ -36,12 +42,19 @@ const MdxTag &MdxIndex::tag() const
     return m_table.m_mdx->tags()[m_number];
 }
 
+bool MdxIndex::isThere() const
+{
+    if (!m_table.m_mdx || m_number >= m_table.m_mdx->tags().size())
+        return false;
+    return !m_retired || (tag().name == m_definition.name && tag().expression == m_definition.expression);
+}
+
 std::vector<std::uint8_t> MdxIndex::fileKey(std::span<const std::uint8_t> key) const
 {
     if (tag().keyType == KeyType::character)
         return {key.begin(), key.end()};
     std::vector<std::uint8_t> whole(key.begin(), key.end());
-    whole.resize(m_expression.keyLength(), 0);
+    whole.resize(expression().keyLength(), 0);
     std::vector<std::uint8_t> out(static_cast<std::size_t>(tag().keyLength));
     mdxKeyFromIndexKey(tag().keyType, whole, out);
     return out;
@@ -57,7 +70,7 @@ IndexEntry MdxIndex::entryAt(const MdxCursor &cursor) const
 
 int MdxIndex::compareKey(const MdxCursor &cursor, std::span<const std::uint8_t> key) const
 {
-    return compareMdxKeys(tag().keyType, cursor.key(), key.data(), key.size());
+    return tag().compare(cursor.key(), key.data(), key.size());
 }
 
 Result<std::optional<IndexEntry>> MdxIndex::ask(const Move &move)
@@ -65,21 +78,19 @@ Result<std::optional<IndexEntry>> MdxIndex::ask(const Move &move)
     const ReadLook look(m_table);
     if (!look.status().ok())
         return look.status();
-    if (!m_table.m_mdx || m_number >= m_table.m_mdx->tags().size())
+    if (!isThere())
         return m_table.failure(ErrorKind::damaged,
                                "el índice ha cambiado; cierre la tabla y vuelva a abrirla");
     MdxCursor cursor(*m_table.m_mdx, tag());
     move(cursor);
-    if (cursor.damaged()) {
-        m_table.m_indexSuspect = true; // the next look puts it in order
-        const Status status = cursor.status();
-        return Status(status.kind(), status.text(), m_table.name, status.offset());
-    }
-    if (!cursor.valid())
-        return std::optional<IndexEntry>();
-    if (const Status status = m_table.knowOf(cursor.record()); !status.ok())
+    auto entry = cursor.valid() ? std::optional(entryAt(cursor)) : std::nullopt;
+    if (const Status status = m_table.afterReading(cursor); !status.ok())
         return status;
-    return std::optional(entryAt(cursor));
+    if (!entry)
+        return entry;
+    if (const Status status = m_table.knowOf(entry->record); !status.ok())
+        return status;
+    return entry;
 }
 
 Result<std::optional<IndexEntry>> MdxIndex::find(std::span<const std::uint8_t> prefix)
@@ -159,7 +170,7 @@ Status MdxIndex::collect(std::span<const std::uint8_t> low, std::span<const std:
 Status MdxIndex::collectLocked(std::span<const std::uint8_t> low, std::span<const std::uint8_t> high,
                                std::vector<RecordNumber> &out) const
 {
-    if (!m_table.m_mdx || m_number >= m_table.m_mdx->tags().size())
+    if (!isThere())
         return m_table.failure(ErrorKind::damaged,
                                "el índice ha cambiado; cierre la tabla y vuelva a abrirla");
     const std::vector<std::uint8_t> end = high.empty() ? std::vector<std::uint8_t>() : fileKey(high);
@@ -175,10 +186,21 @@ Status MdxIndex::collectLocked(std::span<const std::uint8_t> low, std::span<cons
         if (out.size() > most)
             return m_table.failure(ErrorKind::damaged, "el índice da vueltas");
     }
+    return m_table.afterReading(cursor);
+}
+
+/// Whether what a cursor has read may be believed; if not, the next look puts the index in order.
+Status TableImpl::afterReading(const MdxCursor &cursor)
+{
+    if (m_mdx->shortened()) {
+        m_indexSuspect = true;
+        return failure(ErrorKind::damaged, "otro programa ha acortado el índice mientras se leía");
+    }
     if (!cursor.damaged())
         return {};
-    m_table.m_indexSuspect = true;
-    return cursor.status();
+    m_indexSuspect = true;
+    const Status status = cursor.status();
+    return {status.kind(), status.text(), name, status.offset()};
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -186,8 +208,7 @@ Status MdxIndex::collectLocked(std::span<const std::uint8_t> low, std::span<cons
 
 Status TableImpl::readRecord(RecordNumber number, std::span<std::uint8_t> record) const
 {
-    if (m_group && number > header.recordCount && number <= m_group->recordCount &&
-        record.size() == header.recordLength) {
+    if (m_group && number <= m_group->recordCount && record.size() == header.recordLength) {
         const auto last =
             std::find_if(m_group->changes.rbegin(), m_group->changes.rend(),
                          [number](const RecordChange &change) { return change.number == number; });
@@ -203,18 +224,22 @@ Status TableImpl::readRecord(RecordNumber number, std::span<std::uint8_t> record
         return got.status();
     if (got.value() != record.size())
         return failure(ErrorKind::damaged, "el fichero acaba dentro de la línea " + std::to_string(number));
+    if (m_held == Held::changing) {
+        m_lastRead = number;
+        m_lastBytes.assign(record.begin(), record.end());
+    }
     return {};
 }
 
 Status TableImpl::scan(RecordNumber from,
-                       const std::function<void(RecordNumber, std::span<const std::uint8_t>)> &visit) const
+                       const std::function<void(RecordNumber, std::span<const std::uint8_t>)> &visit,
+                       RecordNumber upTo) const
 {
+    const RecordNumber last = upTo == 0 ? header.recordCount : std::min(upTo, header.recordCount);
     const std::size_t perChunk = std::max<std::size_t>(1, scanChunk / header.recordLength);
-    std::vector<std::uint8_t> buffer(std::min<std::size_t>(perChunk, header.recordCount) *
-                                     header.recordLength);
-    for (RecordNumber first = from; first <= header.recordCount;) {
-        const auto count =
-            static_cast<RecordNumber>(std::min<std::size_t>(perChunk, header.recordCount - first + 1));
+    std::vector<std::uint8_t> buffer(std::min<std::size_t>(perChunk, last) * header.recordLength);
+    for (RecordNumber first = from; first <= last;) {
+        const auto count = static_cast<RecordNumber>(std::min<std::size_t>(perChunk, last - first + 1));
         const auto chunk = std::span(buffer).first(count * header.recordLength);
         const auto got = m_dbf.readAt(recordOffset(first), chunk);
         if (!got.ok())
@@ -245,11 +270,11 @@ Status TableImpl::knowOf(RecordNumber number)
     return failure(ErrorKind::damaged, "el índice nombra una línea que no existe");
 }
 
-/// The live lines between two bounds, in order; their bytes too when `rows` is given. All under one index
-/// lock.
+/// The live lines between two bounds, in order; the bytes of the first ones too when `rows` is given. All
+/// under one index lock.
 Status TableImpl::liveRows(Index *wanted, std::span<const std::uint8_t> low,
                            std::span<const std::uint8_t> high, std::vector<RecordNumber> &numbers,
-                           std::vector<std::uint8_t> *rows)
+                           std::vector<std::uint8_t> *rows, std::size_t mostRows)
 {
     const ReadLook look(*this);
     if (!look.status().ok())
@@ -266,6 +291,7 @@ Status TableImpl::liveRows(Index *wanted, std::span<const std::uint8_t> low,
         for (RecordNumber number = 1; number <= header.recordCount; ++number)
             found[number - 1] = number;
     }
+    const std::size_t already = numbers.size();
     const std::size_t length = header.recordLength;
     std::vector<std::uint8_t> buffer;
     for (std::size_t at = 0; at < found.size();) {
@@ -288,7 +314,7 @@ Status TableImpl::liveRows(Index *wanted, std::span<const std::uint8_t> low,
             if (isDeleted(row) || row[0] == dbfEndMark)
                 continue;
             numbers.push_back(found[at + i]);
-            if (rows)
+            if (rows && numbers.size() - already <= mostRows)
                 rows->insert(rows->end(), row.begin(), row.end());
         }
         at = end;
@@ -375,12 +401,24 @@ Index *TableImpl::index(std::string_view tag)
 
 Status TableImpl::buildMemoryTag(MemoryTag &tag)
 {
-    auto fresh = std::make_unique<MemoryIndex>(tag.index->definition(), tag.index->expression());
+    const TagRule &rule = tag.index->rule();
+    auto fresh = std::make_unique<MemoryIndex>(tag.index->definition(), rule);
+    KeyHolders holders;
     const Status status = scan(1, [&](RecordNumber number, std::span<const std::uint8_t> record) {
-        fresh->addUnsorted(fresh->expression().keyOf(record), number);
+        if (!rule.accepts(record))
+            return;
+        const IndexKey key = rule.expression.keyOf(record);
+        if (rule.unique)
+            holders.offer(asText(key.bytes()), {number, !isDeleted(record)});
+        else
+            fresh->addUnsorted(key, number);
     });
     if (!status.ok())
         return status;
+    for (const auto &[key, holder] : holders.all())
+        fresh->addUnsorted(
+            IndexKey(std::span(reinterpret_cast<const std::uint8_t *>(key.data()), key.size())),
+            holder.record);
     fresh->finish();
     *tag.index = std::move(*fresh); // in place: callers hold pointers to it
     tag.version = version;
@@ -389,13 +427,13 @@ Status TableImpl::buildMemoryTag(MemoryTag &tag)
 
 Status TableImpl::addMemoryTag(const TagDefinition &tag)
 {
-    auto expression = KeyExpression::parse(tag.expression, header.fields, header.codePage);
-    if (!expression.ok())
-        return failure(expression.status().kind(), expression.status().text());
-    MemoryTag memory{std::make_unique<MemoryIndex>(tag, std::move(expression).value()), 0};
+    auto rule = TagRule::of(tag, header.fields, header.codePage);
+    if (!rule.ok())
+        return failure(rule.status().kind(), rule.status().text());
+    MemoryTag memory{std::make_unique<MemoryIndex>(tag, std::move(rule).value()), 0};
     const Status status = buildMemoryTag(memory);
     if (status.ok())
-        m_memoryTags.push_back(std::move(memory));
+        m_memoryTags.insert(m_memoryTags.begin(), std::move(memory)); // before one of the same name
     return status;
 }
 
@@ -416,35 +454,51 @@ std::vector<std::uint8_t> TableImpl::fileKeyOf(std::size_t number, std::span<con
 }
 
 Result<std::vector<TagKeys>> TableImpl::keysOf(std::span<const MdxTag> tags,
-                                               std::span<const KeyExpression> expressions) const
+                                               std::span<const TagRule> rules) const
 {
     std::vector<TagKeys> all(tags.size());
+    std::vector<KeyHolders> holders(tags.size());
     for (std::size_t number = 0; number < tags.size(); ++number)
         all[number].keys.resize(std::size_t{header.recordCount} *
                                 static_cast<std::size_t>(tags[number].keyLength));
     const Status status = scan(1, [&](RecordNumber record, std::span<const std::uint8_t> bytes) {
         for (std::size_t number = 0; number < tags.size(); ++number) {
+            const TagRule &rule = rules[number];
+            if (!rule.accepts(bytes)) {
+                all[number].leaveOut(record, header.recordCount);
+                continue;
+            }
             const auto length = static_cast<std::size_t>(tags[number].keyLength);
-            mdxKeyFromIndexKey(tags[number].keyType, expressions[number].keyOf(bytes).bytes(),
-                               std::span(all[number].keys).subspan((record - 1) * length, length));
+            const auto key = std::span(all[number].keys).subspan((record - 1) * length, length);
+            mdxKeyFromIndexKey(tags[number].keyType, rule.expression.keyOf(bytes).bytes(), key);
+            if (rule.unique)
+                holders[number].offer(asText(key), {record, !isDeleted(bytes)});
         }
     });
     if (!status.ok())
         return status;
+    for (std::size_t number = 0; number < tags.size(); ++number) {
+        const auto length = static_cast<std::size_t>(tags[number].keyLength);
+        for (RecordNumber record = 1; rules[number].unique && record <= header.recordCount; ++record) {
+            const auto key = std::span(all[number].keys).subspan((record - 1) * length, length);
+            if (!holders[number].holds(asText(key), record))
+                all[number].leaveOut(record, header.recordCount);
+        }
+    }
     return all;
 }
 
-std::vector<KeyExpression> TableImpl::expressions() const
+std::vector<TagRule> TableImpl::rules() const
 {
-    std::vector<KeyExpression> all;
+    std::vector<TagRule> all;
     for (const auto &one : m_indexes)
-        all.push_back(one->expression());
+        all.push_back(one->rule());
     return all;
 }
 
 Result<std::vector<TagKeys>> TableImpl::keysOfAll() const
 {
-    return keysOf(m_mdx->tags(), expressions());
+    return keysOf(m_mdx->tags(), rules());
 }
 
 bool TableImpl::indexIsRight(std::span<const TagKeys> keys) const
@@ -454,7 +508,7 @@ bool TableImpl::indexIsRight(std::span<const TagKeys> keys) const
         if (!holdsExactly(*m_mdx, m_mdx->tags()[number], keys[number], use))
             return false;
     }
-    return m_mdx->freeListIsApart(use);
+    return m_mdx->freeListIsApart(use) && !m_mdx->shortened();
 }
 
 Status TableImpl::repairIndex()
@@ -472,7 +526,7 @@ Status TableImpl::repairIndex()
     if (!keys.ok())
         return keys.status();
     if (!same.value() || m_mdx->languageDriver() != header.languageDriver || !indexIsRight(keys.value())) {
-        if (const Status status = rewriteIndex(m_mdx->tags(), expressions()); !status.ok())
+        if (const Status status = rewriteIndex(m_mdx->tags(), rules()); !status.ok())
             return status;
     }
     m_indexSuspect = false;
@@ -480,19 +534,19 @@ Status TableImpl::repairIndex()
     return {};
 }
 
-Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, const std::vector<KeyExpression> &expressions)
+Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRule> &rules)
 {
-    auto made = keysOf(tags, expressions);
+    auto made = keysOf(tags, rules);
     if (!made.ok())
         return made.status();
     std::vector<TagKeys> &keys = made.value();
-    m_indexes.clear();
+    retireIndexes();
     std::vector<std::uint8_t> single;
     for (std::size_t number = 0; number < tags.size(); ++number) {
         orderKeys(tags[number], header.recordCount, keys[number]);
-        const std::vector<int> &used = expressions[number].fieldsUsed();
+        const std::vector<int> &used = rules[number].expression.fieldsUsed();
         single.push_back(used.size() == 1 && sameText(header.fields[static_cast<std::size_t>(used[0])].name,
-                                                      expressions[number].text())
+                                                      rules[number].expression.text())
                              ? 1
                              : 0);
     }
@@ -516,7 +570,9 @@ Status TableImpl::check()
     if (!look.status().ok())
         return look.status();
     if (!m_mdx)
-        return {};
+        return m_indexUnused
+                   ? failure(ErrorKind::damaged, "el índice no se ha podido comprobar: " + readOnlyReason)
+                   : Status();
     auto keys = keysOfAll();
     if (!keys.ok())
         return keys.status();
@@ -537,7 +593,7 @@ Status TableImpl::reindex()
         return status;
     Status status;
     if (m_mdx) {
-        status = rewriteIndex(m_mdx->tags(), expressions());
+        status = rewriteIndex(m_mdx->tags(), rules());
     }
     if (status.ok())
         status = checkpoint(false);

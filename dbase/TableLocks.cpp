@@ -45,12 +45,20 @@ File &TableImpl::readLockFile()
     return m_mdx ? m_mdx->file() : m_dbf;
 }
 
+void TableImpl::takeState(const JournalHeader &state, std::span<const std::uint8_t> bytes)
+{
+    m_state = state;
+    std::copy_n(bytes.begin(), m_stateBytes.size(), m_stateBytes.begin());
+}
+
 Result<bool> TableImpl::lookAtJournal()
 {
     if (!m_journal.isOpen())
         return false;
     std::vector<std::uint8_t> own;
     std::span<const std::uint8_t> bytes;
+    if (m_journalMap.lost())
+        m_journalMap = Mapping(); // another program has cut the journal off
     if (m_journalMap.size() >= journalSector) {
         bytes = {m_journalMap.data(), m_journalMap.size()};
     } else {
@@ -68,8 +76,7 @@ Result<bool> TableImpl::lookAtJournal()
         const auto state = decodeJournalHeader(head);
         if (!state)
             return failure(ErrorKind::damaged, "el diario de la tabla está dañado");
-        m_state = *state;
-        m_stateBytes.assign(head.begin(), head.end());
+        takeState(*state, head);
     }
     if (m_state.tail + journalSector <= bytes.size())
         return mayBeCommit(bytes.subspan(m_state.tail, journalSector), m_state.applied + 1);
@@ -183,6 +190,7 @@ void TableImpl::endChange() noexcept
     m_mdxLock.release();
     m_dbfLock.release();
     m_held = Held::nothing;
+    m_lastRead = 0;
 }
 
 Status TableImpl::takeRecordLock(RecordNumber number, std::chrono::milliseconds timeout)
@@ -213,10 +221,17 @@ Status TableImpl::checkNotLockedElsewhere(RecordNumber number, RangeLock &held)
 {
     if (m_locked.contains(number))
         return {};
-    // Inside a group the table is held already, and whoever holds the line may be waiting for the table.
-    const auto patience = m_group ? std::chrono::milliseconds(0) : options.lockTimeout;
-    auto lock = waitForLock(m_dbf, recordLockOffset(number), 1, File::LockKind::exclusive, patience,
-                            "otro puesto está usando la línea " + std::to_string(number));
+    const std::string refusal = "otro puesto está usando la línea " + std::to_string(number);
+    if (m_group) {
+        // The table is held already, and whoever holds the line may be waiting for the table: no waiting. Nor
+        // is the line kept: what is read of it from here on is compared again before it is changed.
+        const auto taken = m_dbf.isLockedElsewhere(recordLockOffset(number), 1);
+        if (!taken.ok())
+            return taken.status();
+        return taken.value() ? failure(ErrorKind::locked, refusal) : Status();
+    }
+    auto lock = waitForLock(m_dbf, recordLockOffset(number), 1, File::LockKind::exclusive,
+                            options.lockTimeout, refusal);
     const Status status = lock.status();
     if (status.ok())
         held = std::move(lock).value();

@@ -90,7 +90,7 @@ Status TableImpl::open()
     m_seenCommit = m_state.applied;
     m_stampDoubtful = false; // nothing has been shown yet that could be out of date
     if (readOnly && m_mdx && !soundForReading())
-        dropIndexFile();
+        goOnWithoutIndexFile();
     status = needTags();
     m_opened = status.ok();
     return status;
@@ -105,8 +105,7 @@ bool TableImpl::soundForReading()
         const auto state =
             got.ok() && got.value() == bytes.size() ? decodeJournalHeader(bytes) : std::nullopt;
         if (state) {
-            m_state = *state;
-            m_stateBytes = bytes;
+            takeState(*state, bytes);
             if (closedAsSeen())
                 return true;
         }

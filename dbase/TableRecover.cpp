@@ -135,8 +135,7 @@ Status TableImpl::recover()
     bytes.resize(got.value());
     const auto state = isNew ? std::nullopt : decodeJournalHeader(bytes);
     if (state) {
-        m_state = *state;
-        m_stateBytes = bytes;
+        takeState(*state, bytes);
         if (closedAsSeen())
             return {};
     } else if (const Status status = startJournal(); !status.ok()) {
@@ -173,10 +172,19 @@ Status TableImpl::recover()
                                 header.recordLength);
         if (!one)
             break;
-        at += commitRoom(encodeCommit(*one, header.recordLength).size());
+        encodeCommit(*one, header.recordLength, m_commitBytes);
+        at += commitRoom(m_commitBytes.size());
         commits.push_back(std::move(*one));
     }
     Status status = got.status();
+    if (status.ok() && !commits.empty()) {
+        const auto cut = isCutBack();
+        status = cut.status();
+        if (cut.ok() && cut.value()) {
+            status = setJournalAside(bytes);
+            commits.clear();
+        }
+    }
     if (status.ok() && !commits.empty()) {
         // That they can be read does not mean that they are on disk: a cut during the repair must find them
         // there.
@@ -198,6 +206,50 @@ Status TableImpl::recover()
     return status;
 }
 
+/// Whether the table has lost lines that were on disk for sure: then it is not the one that the journal goes
+/// on from, but an older one that was copied over it, or one that another program has packed, and the
+/// journal's numbers are those of other lines. Header and length must both say so: a length may be old news
+/// on a share, a count may be one that another program had in memory.
+Result<bool> TableImpl::isCutBack() const
+{
+    const auto announced = announcedCount();
+    const auto stamp = m_dbf.stamp();
+    if (!announced.ok() || !stamp.ok())
+        return announced.ok() ? stamp.status() : announced.status();
+    return announced.value() < m_state.tableRecords &&
+           stamp.value().size < recordOffset(m_state.tableRecords) + header.recordLength;
+}
+
+/// Keeps a journal that is not about this table under a name of its own, and begins anew. A copy, since
+/// others may have the journal open already and wait for its lock.
+Status TableImpl::setJournalAside(std::span<const std::uint8_t> journal)
+{
+    constexpr int mostKept = 999;
+    std::filesystem::path kept;
+    Result<File> made = failure(ErrorKind::full, "hay demasiados diarios apartados");
+    for (int number = 1; number <= mostKept; ++number) {
+        kept = sibling(".JNL");
+        kept += ".APARTADO-" + std::to_string(number);
+        made = File::open(kept, File::Mode::createNew);
+        if (made.ok() || made.status().kind() != ErrorKind::invalidArgument)
+            break;
+    }
+    Status status = made.status();
+    if (status.ok())
+        status = made.value().writeAt(0, journal);
+    if (status.ok())
+        status = made.value().sync();
+    if (status.ok())
+        status = syncFolder(path.parent_path());
+    if (!status.ok())
+        return status;
+    notice =
+        "la tabla tiene menos líneas que las que ya estaban guardadas: se ha puesto en su lugar una copia "
+        "anterior. Los últimos cambios, que eran de la otra, no se le han aplicado; quedan en " +
+        displayName(kept.filename());
+    return startJournal();
+}
+
 /// Under the change locks: table and index safely on disk, the journal empty.
 Status TableImpl::checkpoint(bool closing)
 {
@@ -212,6 +264,7 @@ Status TableImpl::checkpoint(bool closing)
     state.indexedRecords = header.recordCount;
     state.closedInOrder = closing;
     state.holdsDurable = false;
+    state.tableRecords = header.recordCount;
     if (closing) {
         const auto table = m_dbf.stamp();
         const auto index = m_mdx ? m_mdx->file().stamp() : Result<FileStamp>(FileStamp{});
@@ -221,7 +274,6 @@ Status TableImpl::checkpoint(bool closing)
         state.tableTime = table.value().modified;
         state.indexSize = index.value().size;
         state.indexTime = index.value().modified;
-        state.tableRecords = header.recordCount;
     }
     m_state = state;
     status = writeState();

@@ -43,12 +43,32 @@ Status TableImpl::openIndex()
     return status;
 }
 
+/// An index may be in the middle of a question when a repair reads the tags anew, and callers keep pointers:
+/// nothing of it is thrown away before the table is closed.
+void TableImpl::retireIndexes()
+{
+    for (auto &index : m_indexes) {
+        index->retire();
+        m_retiredIndexes.push_back(std::move(index));
+    }
+    m_indexes.clear();
+}
+
 /// The table goes on without its index file.
 void TableImpl::dropIndexFile()
 {
     m_mdxLock.release();
-    m_indexes.clear();
+    retireIndexes();
     m_mdx.reset();
+}
+
+/// The same with its orders kept in memory; each is built when it is first asked for.
+void TableImpl::goOnWithoutIndexFile()
+{
+    for (const auto &one : m_indexes)
+        m_memoryTags.push_back({std::make_unique<MemoryIndex>(one->definition(), one->rule()), 0});
+    m_indexUnused = true;
+    dropIndexFile();
 }
 
 /// Whether a tag's keys have the kind and length that its expression gives.
@@ -78,29 +98,51 @@ KeyType TableImpl::keyTypeOf(const KeyExpression &expression) const
     }
 }
 
+/// Why a tag of the index file cannot be kept as its programs expect it; empty when it can.
+std::string TableImpl::whyNotKept(const MdxTag &tag, const Result<TagRule> &rule) const
+{
+    if (tag.distinct)
+        return "no admite claves repetidas";
+    if (tag.filtered && tag.filter.empty())
+        return "dice tener un filtro y no lo trae";
+    if (tag.expression.size() > mdxMaxExpression || tag.filter.size() > mdxMaxExpression)
+        return "su expresión no acaba";
+    if (!rule.ok())
+        return rule.status().text();
+    if (!keysFit(tag, rule.value().expression))
+        return "sus claves no son las de su expresión";
+    if (tag.descending) {
+        MdxCursor first(*m_mdx, tag);
+        MdxCursor last(*m_mdx, tag);
+        first.first();
+        last.last();
+        if (first.valid() && last.valid() &&
+            tag.compare(first.key(), last.key(), static_cast<std::size_t>(tag.keyLength)) > 0)
+            return "es descendente y sus claves están guardadas en orden ascendente";
+    }
+    return {};
+}
+
 Status TableImpl::readTags()
 {
-    m_indexes.clear();
+    retireIndexes();
+    std::string refusal;
     for (std::size_t number = 0; number < m_mdx->tags().size(); ++number) {
         const MdxTag &tag = m_mdx->tags()[number];
-        auto expression = KeyExpression::parse(tag.expression, header.fields, header.codePage);
-        const char *why = !expression.ok()      ? "su expresión no se sabe calcular"
-                          : !tag.filter.empty() ? "solo contiene las líneas de un filtro"
-                          : tag.unique          ? "no admite claves repetidas"
-                          : tag.descending      ? "es descendente"
-                                                : nullptr;
-        if (!why && !keysFit(tag, expression.value()))
-            why = "sus claves no son las de su expresión";
-        if (why) {
-            // Writing would leave the tag out of date, and other programs trust it.
-            readOnly = true;
-            readOnlyReason = "el orden «" + tag.name + "» del índice no se puede mantener: " + why;
-            dropIndexFile();
-            return {};
-        }
-        m_indexes.push_back(std::make_unique<MdxIndex>(
-            *this, number, TagDefinition{tag.name, tag.expression, false}, std::move(expression).value()));
+        TagDefinition definition{tag.name, tag.expression, tag.descending, tag.unique, tag.filter};
+        auto rule = TagRule::of(definition, header.fields, header.codePage);
+        if (const std::string why = whyNotKept(tag, rule); !why.empty())
+            refusal = "el orden «" + tag.name + "» del índice no se puede mantener: " + why;
+        else
+            m_indexes.push_back(
+                std::make_unique<MdxIndex>(*this, number, std::move(definition), std::move(rule).value()));
     }
+    if (refusal.empty())
+        return {};
+    // Writing would leave the tag out of date, and other programs trust it.
+    readOnly = true;
+    readOnlyReason = refusal;
+    goOnWithoutIndexFile();
     return {};
 }
 
@@ -113,9 +155,9 @@ Status TableImpl::needTags()
         Index *const known = index(wanted.name);
         if (!known) {
             missing.push_back(wanted);
-        } else if (!sameText(known->expression().text(), wanted.expression)) {
-            // The file's tag of that name orders by something else: the caller gets what it asked for, in
-            // memory.
+        } else if (!sameOrder(known->definition(), wanted)) {
+            // The file's tag of that name orders by something else, or does without some of the lines: the
+            // caller gets what it asked for, in memory.
             if (const Status status = addMemoryTag(wanted); !status.ok())
                 return status;
         }
@@ -129,6 +171,24 @@ Status TableImpl::needTags()
             return status;
     }
     return {};
+}
+
+/// The tag as an index file describes it, its tree still to be built.
+MdxTag TableImpl::newTag(const TagDefinition &wanted, const KeyExpression &expression) const
+{
+    MdxTag tag;
+    tag.name = wanted.name;
+    tag.expression = wanted.expression;
+    tag.descending = wanted.descending;
+    tag.unique = wanted.unique;
+    tag.filter = wanted.filter;
+    tag.keyType = keyTypeOf(expression);
+    tag.keyLength = tag.keyType == KeyType::date      ? 8
+                    : tag.keyType == KeyType::numeric ? 12
+                                                      : static_cast<int>(expression.keyLength());
+    tag.itemLength = mdxItemLength(tag.keyLength);
+    tag.maxItems = mdxItemsPerBlock(tag.itemLength);
+    return tag;
 }
 
 Status TableImpl::makeIndex(std::span<const TagDefinition> wanted)
@@ -155,34 +215,29 @@ Status TableImpl::makeIndex(std::span<const TagDefinition> wanted)
         }
     }
     std::vector<MdxTag> tags;
-    std::vector<KeyExpression> expressions;
+    std::vector<TagRule> rules;
     if (status.ok()) {
         tags = m_mdx->tags();
         for (const auto &known : m_indexes)
-            expressions.push_back(known->expression());
+            rules.push_back(known->rule());
     }
     for (const TagDefinition &one : wanted) {
-        auto expression = KeyExpression::parse(one.expression, header.fields, header.codePage);
-        if (!expression.ok()) {
-            status = failure(expression.status().kind(), expression.status().text());
+        auto rule = TagRule::of(one, header.fields, header.codePage);
+        if (!rule.ok()) {
+            status = failure(rule.status().kind(), rule.status().text());
             break;
         }
-        MdxTag tag;
-        tag.name = one.name;
-        tag.expression = one.expression;
-        tag.keyType = keyTypeOf(expression.value());
-        tag.keyLength = tag.keyType == KeyType::date      ? 8
-                        : tag.keyType == KeyType::numeric ? 12
-                                                          : static_cast<int>(expression.value().keyLength());
-        tag.itemLength = mdxItemLength(tag.keyLength);
-        tag.maxItems = mdxItemsPerBlock(tag.itemLength);
-        tags.push_back(std::move(tag));
-        expressions.push_back(std::move(expression).value());
+        if (one.expression.size() > mdxMaxExpression || one.filter.size() > mdxMaxExpression) {
+            status = failure(ErrorKind::invalidArgument, "la expresión del orden es demasiado larga");
+            break;
+        }
+        tags.push_back(newTag(one, rule.value().expression));
+        rules.push_back(std::move(rule).value());
     }
     if (status.ok() && tags.size() > static_cast<std::size_t>(mdxMaxTags))
         status = failure(ErrorKind::full, "el índice no admite más órdenes");
     if (status.ok())
-        status = rewriteIndex(tags, expressions);
+        status = rewriteIndex(tags, rules);
     if (status.ok() && !header.hasProductionIndex) {
         const std::vector<std::uint8_t> flag{1};
         status = m_dbf.writeAt(indexFlagOffset, flag);

@@ -1,5 +1,7 @@
 #include "dbcontrols/DataSource.h"
 
+#include "dbcontrols/Watching.h"
+
 namespace dbcontrols
 {
 
@@ -14,24 +16,20 @@ DataSource::~DataSource() = default;
 
 void DataSource::setDataSet(DataSet *dataSet)
 {
-    if (m_dataSet == dataSet)
-        return;
-    if (m_dataSet)
-        m_dataSet->disconnect(this);
-    m_dataSet = dataSet;
-    if (dataSet) {
-        connect(dataSet, &DataSet::activeChanged, this, &DataSource::sourceChanged);
-        connect(dataSet, &DataSet::stateChanged, this, &DataSource::stateChanged);
-        connect(dataSet, &DataSet::currentChanged, this, &DataSource::currentChanged);
-        connect(dataSet, &DataSet::fieldChanged, this, &DataSource::fieldChanged);
-        connect(dataSet, &DataSet::rowsReset, this, &DataSource::rowsReset);
-        connect(dataSet, &DataSet::rowsInserted, this, &DataSource::rowsInserted);
-        connect(dataSet, &DataSet::rowsRemoved, this, &DataSource::rowsRemoved);
-        connect(dataSet, &DataSet::rowsChanged, this, &DataSource::rowsChanged);
+    const auto passOn = [this](DataSet &next) {
+        connect(&next, &DataSet::activeChanged, this, &DataSource::sourceChanged);
+        connect(&next, &DataSet::stateChanged, this, &DataSource::stateChanged);
+        connect(&next, &DataSet::currentChanged, this, &DataSource::currentChanged);
+        connect(&next, &DataSet::fieldChanged, this, &DataSource::fieldChanged);
+        connect(&next, &DataSet::rowsReset, this, &DataSource::rowsReset);
+        connect(&next, &DataSet::rowsInserted, this, &DataSource::rowsInserted);
+        connect(&next, &DataSet::rowsRemoved, this, &DataSource::rowsRemoved);
+        connect(&next, &DataSet::rowsChanged, this, &DataSource::rowsChanged);
         // The pointer is null already when this comes, so the controls find no data set.
-        connect(dataSet, &QObject::destroyed, this, &DataSource::sourceChanged);
-    }
-    emit sourceChanged();
+        connect(&next, &QObject::destroyed, this, &DataSource::sourceChanged);
+    };
+    if (watchInstead(m_dataSet, dataSet, *this, passOn))
+        emit sourceChanged();
 }
 
 DataSet *DataSource::activeDataSet() const

@@ -1,5 +1,7 @@
 #include "dbcontrols/DbGridModel.h"
 
+#include "dbcontrols/Watching.h"
+
 #include <QtCore/QScopedValueRollback>
 
 namespace dbcontrols
@@ -16,21 +18,17 @@ DbGridModel::~DbGridModel() = default;
 
 void DbGridModel::setDataSource(DataSource *source)
 {
-    if (m_source == source)
-        return;
-    if (m_source)
-        m_source->disconnect(this);
-    m_source = source;
-    if (source) {
-        connect(source, &DataSource::sourceChanged, this, &DbGridModel::reload);
-        connect(source, &DataSource::rowsReset, this, &DbGridModel::reload);
-        connect(source, &DataSource::rowsInserted, this, &DbGridModel::insertRowsFromSource);
-        connect(source, &DataSource::rowsRemoved, this, &DbGridModel::removeRowsFromSource);
-        connect(source, &DataSource::rowsChanged, this, &DbGridModel::announceRows);
-        connect(source, &DataSource::fieldChanged, this, &DbGridModel::announceField);
-        connect(source, &QObject::destroyed, this, &DbGridModel::reload);
-    }
-    reload();
+    const auto follow = [this](DataSource &next) {
+        connect(&next, &DataSource::sourceChanged, this, &DbGridModel::reload);
+        connect(&next, &DataSource::rowsReset, this, &DbGridModel::reload);
+        connect(&next, &DataSource::rowsInserted, this, &DbGridModel::insertRowsFromSource);
+        connect(&next, &DataSource::rowsRemoved, this, &DbGridModel::removeRowsFromSource);
+        connect(&next, &DataSource::rowsChanged, this, &DbGridModel::announceRows);
+        connect(&next, &DataSource::fieldChanged, this, &DbGridModel::announceField);
+        connect(&next, &QObject::destroyed, this, &DbGridModel::reload);
+    };
+    if (watchInstead(m_source, source, *this, follow))
+        reload();
 }
 
 void DbGridModel::setColumns(const QList<GridColumn> &columns)
@@ -49,9 +47,7 @@ void DbGridModel::reload()
     const QScopedValueRollback<bool> changing(m_changingRows, true);
     beginResetModel();
     const DataSet *const set = activeSet();
-    m_rows.clear();
-    for (int row = 0; set && row < set->rowCount(); ++row)
-        m_rows.append(set->bookmarkAt(row));
+    m_rows = set ? set->rows() : QList<dataset::Bookmark>();
     m_fields.clear();
     for (const GridColumn &column : std::as_const(m_columns))
         m_fields.append(set ? set->fieldIndex(column.field) : -1);

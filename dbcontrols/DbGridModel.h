@@ -26,8 +26,9 @@ struct GridColumn {
     std::function<QString(const QString &)> accept = {};
 };
 
-/// The rows of a data set as a table. It reads a row only when the view asks for it, and keeps a row count of
-/// its own that follows the data set's notices one by one, as the views need it.
+/// The rows of a data set as a table. It reads a row only when the view asks for it. The list of rows is the
+/// data set's own until a notice changes it; from then on it follows the notices one by one, as the views
+/// need it.
 class DBCONTROLS_EXPORT DbGridModel : public QAbstractTableModel
 {
     Q_OBJECT

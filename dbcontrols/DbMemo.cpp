@@ -3,6 +3,7 @@
 #include "dbcontrols/FieldLink.h"
 #include "dbcontrols/TextMenu.h"
 #include "dbcontrols/Texts.h"
+#include "dbcontrols/Watching.h"
 
 #include <QtCore/QScopedValueRollback>
 #include <QtGui/QContextMenuEvent>
@@ -28,21 +29,17 @@ DbMemo::~DbMemo() = default;
 
 void DbMemo::setDataSource(DataSource *source)
 {
-    if (m_source == source)
-        return;
-    if (m_source)
-        m_source->disconnect(this);
-    m_source = source;
-    if (source) {
-        connect(source, &DataSource::sourceChanged, this, &DbMemo::load);
-        connect(source, &DataSource::currentChanged, this, &DbMemo::load);
-        connect(source, &DataSource::stateChanged, this, &DbMemo::load);
-        connect(source, &DataSource::fieldChanged, this, &DbMemo::load);
-        connect(source, &DataSource::rowsReset, this, &DbMemo::load);
-        connect(source, &DataSource::rowsChanged, this, &DbMemo::load);
-        connect(source, &QObject::destroyed, this, &DbMemo::load);
-    }
-    load();
+    const auto follow = [this](DataSource &next) {
+        connect(&next, &DataSource::sourceChanged, this, &DbMemo::load);
+        connect(&next, &DataSource::currentChanged, this, &DbMemo::load);
+        connect(&next, &DataSource::stateChanged, this, &DbMemo::load);
+        connect(&next, &DataSource::fieldChanged, this, &DbMemo::load);
+        connect(&next, &DataSource::rowsReset, this, &DbMemo::load);
+        connect(&next, &DataSource::rowsChanged, this, &DbMemo::load);
+        connect(&next, &QObject::destroyed, this, &DbMemo::load);
+    };
+    if (watchInstead(m_source, source, *this, follow))
+        load();
 }
 
 void DbMemo::setField(const QString &name)

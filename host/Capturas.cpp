@@ -1,22 +1,35 @@
 #include "host/Capturas.h"
 
+#include "host/CapturasInformes.h"
+#include "host/VentanaOficina.h"
+
 #include <QtCore/QDir>
 #include <QtCore/QTimer>
 #include <QtGui/QAction>
+#include <QtGui/QPalette>
 #include <QtGui/QPixmap>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QDialog>
+#include <QtWidgets/QLineEdit>
 #include <QtWidgets/QMenu>
 #include <QtWidgets/QTabWidget>
 #include <QtWidgets/QTableView>
 
 namespace
 {
-constexpr int PausaMs = 150;
+constexpr int PausaMs = 100;
 
 template <class T> T *Pieza(QWidget *ventana, const char *nombre)
 {
     return ventana ? ventana->findChild<T *>(QLatin1String(nombre)) : nullptr;
+}
+
+QPalette PaletaOscura()
+{
+    QPalette paleta(QColor(60, 60, 64), QColor(45, 45, 48)); // the other shades follow from these
+    paleta.setColor(QPalette::Base, QColor(30, 30, 30));
+    paleta.setColor(QPalette::AlternateBase, QColor(40, 40, 43));
+    return paleta;
 }
 
 /// The first line with a subject, so that a picture shows the memo filled.
@@ -33,26 +46,48 @@ QModelIndex PrimeraOcupada(const QTableView &rejilla)
 
 } // namespace
 
-TCapturas::TCapturas(const QString &carpeta)
+TCapturas::TCapturas(const QString &carpeta, TOficina &oficina)
     : m_carpeta(QDir(carpeta).absolutePath())
 {
     QDir().mkpath(m_carpeta);
-    const auto ejecuta = [this](const char *comando) {
-        if (auto *const accion = Pieza<QAction>(Delante(), comando)) {
-            // What it opens is modal: the next steps go on from within.
-            QTimer::singleShot(0, accion, &QAction::trigger);
-        }
-    };
-    const auto cierraDialogo = [this] {
+    m_pasos = PasosDeLaAgenda();
+    for (const auto &pasos : {PasosDeInformes(*this, m_carpeta), PasosDeLosDialogos(oficina)})
+        m_pasos.insert(m_pasos.end(), pasos.begin(), pasos.end());
+    m_pasos.emplace_back([this] { Delante()->close(); });
+}
+
+TCapturas::TPaso TCapturas::CierraDialogo() const
+{
+    return [this] {
         if (auto *const dialogo = qobject_cast<QDialog *>(Delante()))
             dialogo->reject();
     };
-    m_pasos = {
+}
+
+TCapturas::TPaso TCapturas::Abre(const TPaso &orden)
+{
+    return [this, orden] { QTimer::singleShot(0, this, orden); };
+}
+
+TCapturas::TPaso TCapturas::Retrata(const QString &nombre)
+{
+    return [this, nombre] { Dibuja(*Delante(), nombre); };
+}
+
+std::vector<TCapturas::TPaso> TCapturas::PasosDeLaAgenda()
+{
+    const auto ejecuta = [this](const char *comando) {
+        return [this, comando] {
+            if (auto *const accion = Pieza<QAction>(Delante(), comando))
+                QTimer::singleShot(0, accion, &QAction::trigger);
+        };
+    };
+    return {
         [this] {
             if (auto *const rejilla = Pieza<QTableView>(Delante(), "DBGAgendaN1"))
                 rejilla->setCurrentIndex(PrimeraOcupada(*rejilla));
         },
-        [this] { Dibuja(*Delante(), QStringLiteral("agenda")); },
+        Retrata(QStringLiteral("agenda")),
         [this] {
             if (auto *const rejilla = Pieza<QTableView>(Delante(), "DBGAgendaN1")) {
                 for (const int fila : {1, 3})
@@ -61,7 +96,7 @@ TCapturas::TCapturas(const QString &carpeta)
                                                           QItemSelectionModel::Rows);
             }
         },
-        [this] { Dibuja(*Delante(), QStringLiteral("agenda-seleccion")); },
+        Retrata(QStringLiteral("agenda-seleccion")),
         [this] {
             if (auto *const menu = Pieza<QMenu>(Delante(), "PMAgendaN")) {
                 menu->popup(Delante()->mapToGlobal(QPoint(150, 150)));
@@ -73,16 +108,65 @@ TCapturas::TCapturas(const QString &carpeta)
             if (auto *const pestanas = Pieza<QTabWidget>(Delante(), "PCAgenda"))
                 pestanas->setCurrentIndex(1);
         },
-        [this] { Dibuja(*Delante(), QStringLiteral("agenda-segundo-notario")); },
-        [ejecuta] { ejecuta("ADiaSiguiente"); },
-        [this] { Dibuja(*Delante(), QStringLiteral("agenda-dia-siguiente")); },
-        [ejecuta] { ejecuta("ABuscarDia"); },
-        [this] { Dibuja(*Delante(), QStringLiteral("buscar-dia")); },
-        cierraDialogo,
-        [ejecuta] { ejecuta("ABorrar"); },
-        [this] { Dibuja(*Delante(), QStringLiteral("borrar")); },
-        cierraDialogo,
-        [this] { Delante()->close(); },
+        Retrata(QStringLiteral("agenda-segundo-notario")),
+        ejecuta("ADiaSiguiente"),
+        Retrata(QStringLiteral("agenda-dia-siguiente")),
+        ejecuta("ABuscarDia"),
+        Retrata(QStringLiteral("buscar-dia")),
+        CierraDialogo(),
+        ejecuta("ABorrar"),
+        Retrata(QStringLiteral("borrar")),
+        CierraDialogo(),
+        ejecuta("AConfiguracion"),
+        [this] {
+            if (Delante()->objectName() == QLatin1String("FConfAgendaN"))
+                Dibuja(*Delante(), QStringLiteral("configuracion"));
+        },
+        CierraDialogo(),
+    };
+}
+
+std::vector<TCapturas::TPaso> TCapturas::PasosDeLosDialogos(TOficina &oficina)
+{
+    const auto abreLista =
+        Abre([&oficina] { oficina.Clientes.Elige(QStringLiteral("Lista de clientes"), {}); });
+    const auto busca = [this] {
+        if (auto *const busqueda = Pieza<QLineEdit>(Delante(), "EBusqueda"))
+            busqueda->setText(QStringLiteral("mar"));
+    };
+    const QPalette claro = QApplication::palette();
+    return {
+        abreLista,
+        busca,
+        Retrata(QStringLiteral("clientes")),
+        CierraDialogo(),
+        [] { QApplication::setPalette(PaletaOscura()); },
+        abreLista,
+        busca,
+        Retrata(QStringLiteral("clientes-oscuro")),
+        CierraDialogo(),
+        [claro] { QApplication::setPalette(claro); },
+        Abre([&oficina] { oficina.Clientes.MuestraFicha(1); }),
+        Retrata(QStringLiteral("ficha-cliente")),
+        CierraDialogo(),
+        Abre([&oficina] {
+            QString oficial;
+            oficina.Rut.PreguntaOficial(oficial);
+        }),
+        Retrata(QStringLiteral("oficiales")),
+        CierraDialogo(),
+        Abre([&oficina] {
+            oficina.Mensaje.Mensaje_NoSi(QStringLiteral("¿Desea cancelar la operación?"), {},
+                                         QStringLiteral(" ATENCIÓN:"));
+        }),
+        Retrata(QStringLiteral("pregunta")),
+        CierraDialogo(),
+        Abre([&oficina] {
+            oficina.Mensaje.Mensaje_Error(QStringLiteral("La fecha introducida no es correcta"),
+                                          QStringLiteral(" ATENCIÓN:"));
+        }),
+        Retrata(QStringLiteral("error")),
+        CierraDialogo(),
     };
 }
 
@@ -112,7 +196,12 @@ void TCapturas::Sigue()
 bool TCapturas::Dibuja(QWidget &ventana, const QString &nombre)
 {
     const bool bien = ventana.grab().save(QDir(m_carpeta).filePath(nombre + QStringLiteral(".png")));
+    Anota(bien);
+    return bien;
+}
+
+void TCapturas::Anota(bool bien)
+{
     m_fallo = m_fallo || !bien;
     ++m_hechas;
-    return bien;
 }

@@ -1,35 +1,64 @@
 #include "host/Clientes.h"
 
+#include "dataset/DatabaseError.h"
+#include "host/BuscaNombre.h"
+#include "host/DialogoLista.h"
 #include "host/Dialogos.h"
 
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QDialog>
+#include <QtWidgets/QDialogButtonBox>
 #include <QtWidgets/QFormLayout>
-#include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
-#include <QtWidgets/QMessageBox>
-#include <QtWidgets/QPushButton>
+
+#include <functional>
 
 namespace
 {
 
 constexpr const char *Tag = "Tag";
+const QString CampoNombre = QStringLiteral("NOMBRE");
+const QString CampoCodigo = QStringLiteral("CODIGO");
 
 const std::pair<const char *, const char16_t *> CamposDeFicha[] = {
     {"Código:", u"CODIGO"},     {"Nombre:", u"NOMBRE"},       {"NIF:", u"NIF"},
     {"Teléfono:", u"TELEFONO"}, {"Dirección:", u"DIRECCION"}, {"Población:", u"POBLACION"},
 };
 
+/// Whether a key that has been let go may have changed the text.
+bool EsDeTexto(int tecla)
+{
+    constexpr int PrimeraEspecial = Qt::Key_Escape;
+    return tecla < PrimeraEspecial || tecla == Qt::Key_Backspace || tecla == Qt::Key_Delete ||
+           tecla == Qt::Key_unknown;
+}
+
+/// Runs a search; a list that cannot be read finds nobody, and does not stop the clerk from typing.
+bool Encuentra(const std::function<bool()> &busca)
+{
+    try {
+        return busca();
+    } catch (const dataset::EDatabaseError &error) {
+        qWarning("The client list could not be searched: %s", error.what());
+        return false;
+    }
+}
+
 } // namespace
 
 TClientesOficina::TClientesOficina(const dataset::Aliases &aliases, const QString &alias)
     : m_tabla(aliases)
+    , m_porCodigo(aliases)
 {
-    m_tabla.setDatabaseName(alias);
-    m_tabla.setTableName(QStringLiteral("CLIENTES"));
-    m_tabla.setOpenReadOnly(true);
-    m_tabla.addIndexDefinition(QStringLiteral("NOMBRE"), QStringLiteral("UPPER(NOMBRE)"));
-    m_tabla.setIndexFieldNames(QStringLiteral("NOMBRE"));
+    for (dataset::DbfTable *const tabla : {&m_tabla, &m_porCodigo}) {
+        tabla->setDatabaseName(alias);
+        tabla->setTableName(QStringLiteral("CLIENTES"));
+        tabla->setOpenReadOnly(true);
+    }
+    m_tabla.addIndexDefinition(CampoNombre, QStringLiteral("UPPER(NOMBRE)"));
+    m_tabla.setIndexFieldNames(CampoNombre);
+    m_porCodigo.addIndexDefinition(CampoCodigo, CampoCodigo);
+    m_porCodigo.setIndexFieldNames(CampoCodigo);
 }
 
 void TClientesOficina::Abre()
@@ -40,58 +69,60 @@ void TClientesOficina::Abre()
         m_tabla.open();
 }
 
-void TClientesOficina::TomaActual()
+void TClientesOficina::TomaActual(dataset::DataSet &tabla)
 {
-    m_codigo = m_tabla.field(u"CODIGO").asInteger();
-    m_nombre = m_tabla.field(u"NOMBRE").asText();
+    m_codigo = tabla.field(CampoCodigo).asInteger();
+    m_nombre = tabla.field(CampoNombre).asText();
 }
+
+// Card and list
 
 void TClientesOficina::MuestraFicha(qint64 codigo)
 {
-    Abre();
-    QWidget *const delante = QApplication::activeWindow();
-    if (!m_tabla.locate({{"CODIGO", codigo}}, dataset::SearchMode::exact)) {
-        QMessageBox aviso(QMessageBox::Warning, QStringLiteral(" ATENCIÓN:"),
-                          QStringLiteral("No hay ningún cliente con el código %1").arg(codigo),
-                          QMessageBox::NoButton, delante);
-        aviso.addButton(QStringLiteral("&Aceptar"), QMessageBox::AcceptRole);
-        aviso.exec();
+    if (!BuscaCodigo(codigo)) {
+        AvisaAtencion(QStringLiteral("No hay ningún cliente con el código %1").arg(codigo));
         return;
     }
-    TomaActual();
-    QDialog ficha(delante);
+    TomaActual(m_porCodigo);
+    QDialog ficha(QApplication::activeWindow());
+    ficha.setObjectName(QStringLiteral("FichaCliente"));
     ficha.setWindowTitle(QStringLiteral("Ficha del cliente"));
     auto *const orden = new QFormLayout(&ficha);
     for (const auto &[rotulo, campo] : CamposDeFicha) {
-        auto *const valor = new QLineEdit(m_tabla.field(campo).asText(), &ficha);
-        valor->setReadOnly(true);
-        valor->setMinimumWidth(260);
+        if (m_porCodigo.fieldIndex(campo) < 0)
+            continue;
+        auto *const valor = new QLineEdit(m_porCodigo.field(campo).asText(), &ficha);
+        valor->setReadOnly(true); // to be looked at and copied
+        valor->setContextMenuPolicy(Qt::NoContextMenu);
+        valor->setMinimumWidth(45 * valor->fontMetrics().averageCharWidth());
+        valor->setCursorPosition(0);
+        valor->setToolTip(valor->text());
         orden->addRow(QString::fromUtf8(rotulo), valor);
     }
-    auto *const cerrar = new QPushButton(QStringLiteral("&Cerrar"), &ficha);
-    QObject::connect(cerrar, &QPushButton::clicked, &ficha, &QDialog::accept);
-    orden->addRow(cerrar);
+    orden->addRow(CreaBotones(ficha, QStringLiteral("&Cerrar"), {}));
     ficha.exec();
 }
 
 bool TClientesOficina::Lista(const QString &titulo, const QString &inicial, bool elegir)
 {
     Abre();
-    QStringList nombres;
-    for (int fila = 0; fila < m_tabla.rowCount(); ++fila)
-        nombres << m_tabla.textAt(fila, m_tabla.fieldIndex(u"NOMBRE"));
-    TDialogoLista dialogo(nombres, inicial, titulo, elegir, QApplication::activeWindow());
-    const bool aceptado = dialogo.exec() == QDialog::Accepted && dialogo.Posicion() >= 0;
-    if (aceptado) {
-        m_tabla.setCurrentRow(dialogo.Posicion());
-        TomaActual();
-    }
-    return aceptado;
+    TDialogoLista::TOpciones opciones{titulo, inicial, QStringLiteral("cliente"), elegir,
+                                      [this] { MuestraFicha(m_tabla.field(CampoCodigo).asInteger()); }};
+    TDialogoLista dialogo(m_tabla,
+                          {{QStringLiteral("Nombre"), CampoNombre, 34},
+                           {QStringLiteral("NIF"), QStringLiteral("NIF"), 11},
+                           {QStringLiteral("Teléfono"), QStringLiteral("TELEFONO"), 12},
+                           {QStringLiteral("Población"), QStringLiteral("POBLACION"), 16}},
+                          opciones, QApplication::activeWindow());
+    if (dialogo.exec() != QDialog::Accepted || !elegir)
+        return false;
+    TomaActual(m_tabla);
+    return true;
 }
 
 void TClientesOficina::Explora(const QString &titulo)
 {
-    Lista(titulo, {}, false);
+    Lista(titulo, m_nombre, false);
 }
 
 bool TClientesOficina::Elige(const QString &titulo, const QString &textoInicial)
@@ -99,30 +130,59 @@ bool TClientesOficina::Elige(const QString &titulo, const QString &textoInicial)
     return Lista(titulo, textoInicial, true);
 }
 
+// Incremental search
+
 bool TClientesOficina::BuscaComienzo(const QString &texto)
 {
-    if (texto.isEmpty())
-        return false;
     Abre();
-    m_tabla.locate({{"NOMBRE", texto}}, dataset::SearchMode::nearest);
-    if (m_tabla.isEmpty() || !m_tabla.field(u"NOMBRE").asText().startsWith(texto, Qt::CaseInsensitive))
+    if (!TBuscaNombre(m_tabla, CampoNombre).Busca(texto))
         return false;
-    TomaActual();
+    TomaActual(m_tabla);
     return true;
+}
+
+bool TClientesOficina::BuscaCodigo(qint64 codigo)
+{
+    if (!m_porCodigo.isActive())
+        m_porCodigo.open();
+    return m_porCodigo.locate({{CampoCodigo, codigo}}, dataset::SearchMode::exact);
+}
+
+bool TClientesOficina::BuscaNombre(const QString &nombre, qint64 codigoConocido)
+{
+    if (nombre.isEmpty())
+        return false;
+    if (codigoConocido != 0 && BuscaCodigo(codigoConocido) &&
+        MismoNombre(m_porCodigo.field(CampoNombre).asText(), nombre)) {
+        TomaActual(m_porCodigo);
+        return true;
+    }
+    // Of all names that begin so the whole one is the shortest, and comes first.
+    return BuscaComienzo(nombre) && MismoNombre(m_nombre, nombre);
+}
+
+void TClientesOficina::Pon(QLineEdit &edicion, bool encontrado)
+{
+    if (!encontrado)
+        FinBusqueda();
+    edicion.setProperty(Tag, m_codigo);
 }
 
 void TClientesOficina::KeyUpBusqueda(QLineEdit &edicion, int tecla)
 {
+    if (!EsDeTexto(tecla))
+        return;
     // What the user has typed ends where the completion, selected, begins.
     const QString tecleado =
         edicion.hasSelectedText() ? edicion.text().left(edicion.selectionStart()) : edicion.text();
     const bool borra = tecla == Qt::Key_Backspace || tecla == Qt::Key_Delete;
-    if (!BuscaComienzo(tecleado)) {
-        edicion.setProperty(Tag, 0);
+    if (borra || tecleado.size() != edicion.cursorPosition()) {
+        Pon(edicion, Encuentra([&] { return BuscaNombre(edicion.text(), 0); }));
         return;
     }
-    edicion.setProperty(Tag, m_codigo);
-    if (borra || tecleado.size() != edicion.cursorPosition())
+    const bool encontrado = Encuentra([&] { return BuscaComienzo(tecleado); });
+    Pon(edicion, encontrado);
+    if (!encontrado)
         return;
     edicion.setText(m_nombre);
     edicion.setSelection(static_cast<int>(m_nombre.size()),
@@ -131,10 +191,11 @@ void TClientesOficina::KeyUpBusqueda(QLineEdit &edicion, int tecla)
 
 void TClientesOficina::ExitBusqueda(QLineEdit &edicion, bool completar)
 {
-    const bool encontrado = BuscaComienzo(edicion.text());
-    edicion.setProperty(Tag, encontrado ? m_codigo : 0);
+    const qint64 conocido = edicion.property(Tag).toLongLong();
+    const bool encontrado = Encuentra([&] { return BuscaNombre(edicion.text(), conocido); });
+    Pon(edicion, encontrado);
     if (encontrado && completar)
-        edicion.setText(m_nombre);
+        edicion.setText(m_nombre); // written as the list has it
 }
 
 void TClientesOficina::FinBusqueda()

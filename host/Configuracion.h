@@ -23,6 +23,9 @@ public:
     [[nodiscard]] QDate GetAgenda_FechaInicio() const override;
     void SetAgenda_FechaInicio(QDate fecha) override;
     [[nodiscard]] QString GetPrnOtros() const override;
+    [[nodiscard]] QString GetFicheroVentanas() const override { return m_ficheroVentanas; }
+    /// @param fichero  of this user; made when missing. Without one the windows remember nothing.
+    void PonFicheroVentanas(const QString &fichero) { m_ficheroVentanas = fichero; }
 
     /// Alias of a notary's database, 1-based.
     [[nodiscard]] QString AliasNotario(int notario) const;
@@ -34,4 +37,5 @@ private:
     [[nodiscard]] QString Lee(const QString &seccion, const QString &clave,
                               const QString &porDefecto = {}) const;
     QString m_carpeta; ///< absolute, with a separator at its end
+    QString m_ficheroVentanas;
 };

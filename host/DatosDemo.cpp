@@ -99,7 +99,7 @@ private:
     void RellenaDia(DbfTable &agenda, QDate fecha);
     void Anade(DbfTable &tabla, const QList<QVariant> &valores);
     std::unique_ptr<DbfTable> Nueva(const QString &alias, const QString &nombre,
-                                    const QList<dataset::FieldInfo> &campos);
+                                    const QList<dataset::FieldInfo> &campos, const QStringList &indices = {});
 
     QString m_carpeta;
     TDemo m_demo;
@@ -155,12 +155,16 @@ void TGenerador::CreaConfiguracion()
 }
 
 std::unique_ptr<DbfTable> TGenerador::Nueva(const QString &alias, const QString &nombre,
-                                            const QList<dataset::FieldInfo> &campos)
+                                            const QList<dataset::FieldInfo> &campos,
+                                            const QStringList &indices)
 {
     auto tabla = std::make_unique<DbfTable>(m_aliases);
     tabla->setDatabaseName(alias);
     tabla->setTableName(nombre);
     tabla->setDurable(false); // a demo that a power cut spoils is made again
+    for (const QString &campo : indices)
+        tabla->addIndexDefinition(campo,
+                                  campo == QLatin1String("NOMBRE") ? QStringLiteral("UPPER(NOMBRE)") : campo);
     tabla->createFile(campos);
     tabla->open();
     return tabla;
@@ -187,7 +191,8 @@ void TGenerador::CreaComunes()
 
     const auto empleados = Nueva(
         zentra, QStringLiteral("EMPLEADO"),
-        {{"CODIGO", FieldKind::integer, 6}, {"NOMBRE", FieldKind::text, 40}, {"CARGO", FieldKind::text, 30}});
+        {{"CODIGO", FieldKind::integer, 6}, {"NOMBRE", FieldKind::text, 40}, {"CARGO", FieldKind::text, 30}},
+        {"NOMBRE"});
     for (int i = 0; i < Oficiales.size(); ++i)
         Anade(*empleados, {i + 1, Oficiales.at(i), i == 0 ? "Oficial mayor" : "Oficial"});
 
@@ -197,7 +202,8 @@ void TGenerador::CreaComunes()
                                  {"NIF", FieldKind::text, 12},
                                  {"TELEFONO", FieldKind::text, 15},
                                  {"DIRECCION", FieldKind::text, 60},
-                                 {"POBLACION", FieldKind::text, 40}});
+                                 {"POBLACION", FieldKind::text, 40}},
+                                {"NOMBRE", "CODIGO"});
     for (int codigo = 1; codigo <= Clientes; ++codigo) {
         m_clientes << m_azar.Persona();
         const int numero = 10000000 + m_azar.Hasta(80000000);

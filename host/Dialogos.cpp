@@ -2,6 +2,7 @@
 
 #include "agenda/Rnumcad.h"
 #include "agenda/Rvarias.h"
+#include "agenda/host/Servicios.h"
 #include "dbcontrols/MaskEdit.h"
 
 #include <QtCore/QLocale>
@@ -10,29 +11,27 @@
 #include <QtWidgets/QCalendarWidget>
 #include <QtWidgets/QDialogButtonBox>
 #include <QtWidgets/QLabel>
-#include <QtWidgets/QListWidget>
-#include <QtWidgets/QMessageBox>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QVBoxLayout>
 
-namespace
-{
-
-/// Named here and not by Qt's translation, which an installation may lack.
-QDialogButtonBox *Botones(QDialog &dialogo, bool conCancelar)
+QDialogButtonBox *CreaBotones(QDialog &dialogo, const QString &aceptar, const QString &cancelar)
 {
     auto *const botones = new QDialogButtonBox(&dialogo);
-    QPushButton *const aceptar = botones->addButton(
-        conCancelar ? QStringLiteral("&Aceptar") : QStringLiteral("&Cerrar"), QDialogButtonBox::AcceptRole);
-    aceptar->setDefault(true);
-    if (conCancelar)
-        botones->addButton(QStringLiteral("&Cancelar"), QDialogButtonBox::RejectRole);
+    botones->addButton(aceptar, QDialogButtonBox::AcceptRole)->setDefault(true);
+    if (!cancelar.isEmpty())
+        botones->addButton(cancelar, QDialogButtonBox::RejectRole);
     QObject::connect(botones, &QDialogButtonBox::accepted, &dialogo, &QDialog::accept);
     QObject::connect(botones, &QDialogButtonBox::rejected, &dialogo, &QDialog::reject);
     return botones;
 }
 
-} // namespace
+void AvisaAtencion(const QString &texto)
+{
+    TMensaje mensaje;
+    mensaje.Texto = texto;
+    mensaje.Titulo = QStringLiteral(" ATENCIÓN:");
+    Servicios().Mensaje->Mensajes(mensaje);
+}
 
 TDialogoFecha::TDialogoFecha(QDate fecha, const QString &indicacion, const QString &titulo, QWidget *padre)
     : QDialog(padre)
@@ -56,7 +55,7 @@ TDialogoFecha::TDialogoFecha(QDate fecha, const QString &indicacion, const QStri
     orden->addWidget(rotulo);
     orden->addWidget(m_texto);
     orden->addWidget(m_calendario);
-    orden->addWidget(Botones(*this, true));
+    orden->addWidget(CreaBotones(*this, QStringLiteral("&Aceptar"), QStringLiteral("&Cancelar")));
     orden->setSizeConstraint(QLayout::SetFixedSize);
     m_texto->setFocus();
     m_texto->selectAll();
@@ -76,42 +75,11 @@ void TDialogoFecha::accept()
 {
     QString texto = m_texto->text();
     if (!VerificaFecha(texto)) {
-        QMessageBox aviso(QMessageBox::Warning, QStringLiteral(" ATENCIÓN:"),
-                          QStringLiteral("La fecha introducida no es correcta"), QMessageBox::NoButton, this);
-        aviso.addButton(QStringLiteral("&Aceptar"), QMessageBox::AcceptRole);
-        aviso.exec();
+        AvisaAtencion(QStringLiteral("La fecha introducida no es correcta"));
         m_texto->setFocus();
         m_texto->selectAll();
         return;
     }
     m_fecha = Cad_Date(texto);
     QDialog::accept();
-}
-
-TDialogoLista::TDialogoLista(const QStringList &nombres, const QString &inicial, const QString &titulo,
-                             bool elegir, QWidget *padre)
-    : QDialog(padre)
-{
-    setWindowTitle(titulo);
-    m_lista = new QListWidget(this);
-    m_lista->setAccessibleName(titulo);
-    m_lista->addItems(nombres);
-    int posicion = 0;
-    for (int i = 0; i < nombres.size() && !inicial.isEmpty(); ++i) {
-        if (nombres.at(i).startsWith(inicial, Qt::CaseInsensitive)) {
-            posicion = i;
-            break;
-        }
-    }
-    m_lista->setCurrentRow(posicion);
-    auto *const orden = new QVBoxLayout(this);
-    orden->addWidget(m_lista);
-    orden->addWidget(Botones(*this, elegir));
-    resize(380, 320);
-    connect(m_lista, &QListWidget::itemDoubleClicked, this, &QDialog::accept);
-}
-
-int TDialogoLista::Posicion() const
-{
-    return m_lista->currentRow();
 }

@@ -2,15 +2,22 @@
 
 #include <QtCore/QDate>
 #include <QtCore/QString>
-#include <QtCore/QStringList>
 #include <QtWidgets/QDialog>
 
 class QCalendarWidget;
-class QListWidget;
+class QDialogButtonBox;
 namespace dbcontrols
 {
 class MaskEdit;
 }
+
+/// The buttons at the foot of a dialog, named here and not by Qt's translation, which an installation may
+/// lack.
+/// @param cancelar  caption of the second button, which rejects; empty for none.
+QDialogButtonBox *CreaBotones(QDialog &dialogo, const QString &aceptar, const QString &cancelar);
+
+/// A warning with the house's title.
+void AvisaAtencion(const QString &texto);
 
 /// Asks for a date, typed or picked in a calendar.
 class TDialogoFecha : public QDialog
@@ -26,19 +33,4 @@ private:
     dbcontrols::MaskEdit *m_texto = nullptr;
     QCalendarWidget *m_calendario = nullptr;
     QDate m_fecha;
-};
-
-/// Lets the user choose one of a list of names; typing goes to the names that begin so.
-class TDialogoLista : public QDialog
-{
-    Q_OBJECT
-public:
-    /// @param elegir  false for a list that is only looked at.
-    TDialogoLista(const QStringList &nombres, const QString &inicial, const QString &titulo, bool elegir,
-                  QWidget *padre);
-    /// Position of the name under the cursor; -1 when the list is empty.
-    [[nodiscard]] int Posicion() const;
-
-private:
-    QListWidget *m_lista = nullptr;
 };

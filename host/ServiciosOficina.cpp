@@ -1,10 +1,13 @@
 #include "host/ServiciosOficina.h"
 
 #include "dataset/DbfTable.h"
+#include "host/DialogoLista.h"
 #include "host/Dialogos.h"
+#include "host/Visualizador.h"
 
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QComboBox>
 #include <QtWidgets/QMessageBox>
 #include <QtWidgets/QPushButton>
 
@@ -13,13 +16,31 @@ namespace
 
 constexpr const char *PaletaSinFoco = "paletaSinFoco";
 
-QColor ColorDe(TColor color, const QPalette &paleta)
+QColor ColorDe(TColor color, const QColor &delTema)
 {
-    if (color == clBtnFace)
-        return paleta.color(QPalette::Window);
-    if (color == clBtnText)
-        return paleta.color(QPalette::WindowText);
-    return {Rojo(color), Verde(color), Azul(color)};
+    const bool pedido = color != clBtnFace && color != clBtnText;
+    return pedido ? QColor(Rojo(color), Verde(color), Azul(color)) : delTema;
+}
+
+/// A ground asked for in one theme and a text of another must still be told apart.
+QColor Legible(const QColor &texto, const QColor &fondo)
+{
+    constexpr int MinimoContraste = 90;
+    if (qAbs(qGray(texto.rgb()) - qGray(fondo.rgb())) >= MinimoContraste)
+        return texto;
+    return qGray(fondo.rgb()) > 127 ? Qt::black : Qt::white;
+}
+
+void PonColores(QMessageBox &caja, const TMensaje &mensaje)
+{
+    if (mensaje.ColorFondo == clBtnFace && mensaje.ColorTexto == clBtnText)
+        return;
+    QPalette paleta = caja.palette();
+    const QColor fondo = ColorDe(mensaje.ColorFondo, paleta.color(QPalette::Window));
+    paleta.setColor(QPalette::Window, fondo);
+    paleta.setColor(QPalette::WindowText,
+                    Legible(ColorDe(mensaje.ColorTexto, paleta.color(QPalette::WindowText)), fondo));
+    caja.setPalette(paleta);
 }
 
 QMessageBox::Icon IconoDe(TIconoMensaje icono)
@@ -65,10 +86,7 @@ int TMensajeOficina::Mensajes(const TMensaje &mensaje)
     caja.setTextFormat(Qt::PlainText);
     caja.setText(mensaje.Texto);
     caja.setInformativeText(mensaje.Texto2);
-    QPalette paleta = caja.palette();
-    paleta.setColor(QPalette::Window, ColorDe(mensaje.ColorFondo, paleta));
-    paleta.setColor(QPalette::WindowText, ColorDe(mensaje.ColorTexto, paleta));
-    caja.setPalette(paleta);
+    PonColores(caja, mensaje);
     if (mensaje.Clase != TClaseMensaje::aviso)
         return Pregunta(caja, true, mensaje.Clase == TClaseMensaje::pregunta);
     caja.addButton(QStringLiteral("&Aceptar"), QMessageBox::AcceptRole);
@@ -122,15 +140,22 @@ bool TRutOficina::PreguntaOficial(QString &nombre)
     empleados.setDatabaseName(m_config.GetAliasZentra());
     empleados.setTableName(QStringLiteral("EMPLEADO"));
     empleados.setOpenReadOnly(true);
+    const QString campo = QStringLiteral("NOMBRE");
+    empleados.addIndexDefinition(campo, QStringLiteral("UPPER(NOMBRE)"));
+    empleados.setIndexFieldNames(campo);
     empleados.open();
-    QStringList nombres;
-    for (empleados.first(); !empleados.eof(); empleados.next())
-        nombres << empleados.field(u"NOMBRE").asText();
-    TDialogoLista dialogo(nombres, nombre, QStringLiteral("Oficiales"), true, QApplication::activeWindow());
-    if (dialogo.exec() != QDialog::Accepted || dialogo.Posicion() < 0)
+    TDialogoLista dialogo(empleados, {{QStringLiteral("Nombre"), campo, 40}},
+                          {QStringLiteral("Oficiales"), nombre, QStringLiteral("oficial"), true},
+                          QApplication::activeWindow());
+    if (dialogo.exec() != QDialog::Accepted)
         return false;
-    nombre = nombres.at(dialogo.Posicion());
+    nombre = empleados.field(campo).asText();
     return true;
+}
+
+void TRutOficina::Visualizador(report::Report &informe)
+{
+    MuestraVisualizador(informe);
 }
 
 bool TRvariasOficina::EsBoton(const QWidget *control) const
@@ -146,6 +171,12 @@ void TRvariasOficina::TomaFocoControl(QWidget &control)
     QPalette marcada = control.palette();
     marcada.setColor(QPalette::Base, QColor(255, 255, 200));
     marcada.setColor(QPalette::Text, Qt::black);
+    marcada.setColor(QPalette::PlaceholderText, Qt::darkGray);
+    // A list that only drops down is painted as a button.
+    if (qobject_cast<QComboBox *>(&control)) {
+        marcada.setColor(QPalette::Button, QColor(255, 255, 200));
+        marcada.setColor(QPalette::ButtonText, Qt::black);
+    }
     control.setPalette(marcada);
 }
 

@@ -25,6 +25,7 @@ public:
     [[nodiscard]] QString AliasNotario(int notario) override { return m_config.AliasNotario(notario); }
     bool PreguntaFecha(QDate &fecha, const QString &indicacion, const QString &titulo) override;
     bool PreguntaOficial(QString &nombre) override;
+    void Visualizador(report::Report &informe) override;
 
 private:
     const TConfiguracion &m_config;

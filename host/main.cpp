@@ -9,6 +9,7 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QLibraryInfo>
 #include <QtCore/QLocale>
+#include <QtCore/QStandardPaths>
 #include <QtCore/QTimer>
 #include <QtCore/QTranslator>
 #include <QtWidgets/QApplication>
@@ -90,10 +91,14 @@ int Trabaja(const TOpciones &opciones, const QElapsedTimer &reloj)
         const TMideArranque medida(reloj);
         return ventana.AbreAgenda() ? 0 : 1;
     }
+    if (opciones.Capturas.isEmpty()) // pictures show the windows as they are the first time
+        oficina.Config.PonFicheroVentanas(
+            QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) +
+            QStringLiteral("/ventanas.ini"));
     ventana.show();
     if (!opciones.Capturas.isEmpty()) {
         QCoreApplication::processEvents(); // laid out and shown, as a clerk would find it
-        TCapturas capturas(opciones.Capturas);
+        TCapturas capturas(opciones.Capturas, oficina);
         capturas.Dibuja(ventana, QStringLiteral("oficina"));
         capturas.Empieza();
         return ventana.AbreAgenda() && capturas.Completas() ? 0 : 1;

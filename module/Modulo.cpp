@@ -11,8 +11,8 @@ class TAgendaDelModulo : public IAgendaN
 {
 public:
     TAgendaDelModulo(int &vivas, QObject *propietario, TClientesRaiz *clientes,
-                     const IZenAgenda::TTablas &tablas, IVistasAgendaN *vistas)
-        : m_motor(propietario, clientes, tablas, vistas)
+                     const IZenAgenda::TTablas &tablas, IVistasAgendaN *vistas, IInformesAgenda *informes)
+        : m_motor(propietario, clientes, tablas, vistas, informes)
         , m_vivas(vivas)
     {
         ++m_vivas;
@@ -38,7 +38,7 @@ TModulo::TModulo() = default;
 
 TModulo::~TModulo()
 {
-    Libera();
+    TModulo::Libera();
 }
 
 bool TModulo::Registra(const TServicios &servicios)
@@ -46,8 +46,10 @@ bool TModulo::Registra(const TServicios &servicios)
     if (m_servicios || !servicios.Completos())
         return false;
     m_servicios = std::make_unique<TServiciosInstalados>(servicios);
-    goConfAgendaN = std::make_unique<TClassConfAgendaN>();
+    m_vistaConfiguracion = std::make_unique<TVistaConfiguracion>();
+    goConfAgendaN = std::make_unique<TClassConfAgendaN>(m_vistaConfiguracion.get());
     m_vistas = std::make_unique<TVistasAgendaN>();
+    m_informes = std::make_unique<TInformesAgendaN>();
     return true;
 }
 
@@ -55,8 +57,10 @@ bool TModulo::Libera()
 {
     if (m_agendas > 0)
         return false;
+    m_informes.reset();
     m_vistas.reset();
     goConfAgendaN.reset();
+    m_vistaConfiguracion.reset();
     m_servicios.reset();
     return true;
 }
@@ -66,5 +70,6 @@ std::unique_ptr<IAgendaN> TModulo::CreaAgendaN(QObject *propietario, TClientesRa
 {
     if (!m_servicios)
         return nullptr;
-    return std::make_unique<TAgendaDelModulo>(m_agendas, propietario, clientes, tablas, m_vistas.get());
+    return std::make_unique<TAgendaDelModulo>(m_agendas, propietario, clientes, tablas, m_vistas.get(),
+                                              m_informes.get());
 }

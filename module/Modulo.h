@@ -1,5 +1,7 @@
 #pragma once
 
+#include "agendan/ConfAgendaN.h"
+#include "agendan/ImpresosAgendaN.h"
 #include "agendan/VentanasAgendaN.h"
 #include "module/ZenAgenda.h"
 
@@ -23,6 +25,8 @@ public:
 
 private:
     std::unique_ptr<TServiciosInstalados> m_servicios;
+    std::unique_ptr<TVistaConfiguracion> m_vistaConfiguracion;
     std::unique_ptr<TVistasAgendaN> m_vistas;
+    std::unique_ptr<TInformesAgendaN> m_informes;
     int m_agendas = 0; ///< alive
 };

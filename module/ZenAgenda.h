@@ -32,7 +32,7 @@ class IZenAgenda
 {
 public:
     /// Grows with every change of these interfaces.
-    static constexpr int VersionInterfaz = 1;
+    static constexpr int VersionInterfaz = 2;
     using TTablas = std::array<dataset::DataSet *, 5>;
 
     virtual ~IZenAgenda() = default;

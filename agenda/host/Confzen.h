@@ -24,4 +24,7 @@ public:
     virtual void SetAgenda_FechaInicio(QDate fecha) = 0;
     /// Name of the printer for other documents; empty for the system's default printer.
     [[nodiscard]] virtual QString GetPrnOtros() const = 0;
+    /// File of this user at this workstation in which windows remember their places; never one of the office.
+    /// Empty: nothing is remembered.
+    [[nodiscard]] virtual QString GetFicheroVentanas() const { return {}; }
 };

@@ -3,6 +3,11 @@
 #include <QtCore/QDate>
 #include <QtCore/QString>
 
+namespace report
+{
+struct Report;
+}
+
 /// The host's office routines that need the office's data or the screen.
 class IRut
 {
@@ -16,4 +21,7 @@ public:
     /// Lets the user choose a clerk. @param nombre  initial name; the clerk's name when accepted.
     /// @return true when accepted.
     virtual bool PreguntaOficial(QString &nombre) = 0;
+    /// Previews a report, lets the user print it or keep it as a PDF, and returns when the preview is closed.
+    /// What laying the report out throws passes on.
+    virtual void Visualizador(report::Report &informe) = 0;
 };

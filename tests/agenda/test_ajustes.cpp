@@ -47,6 +47,56 @@ TEST(Ajustes, EachIsWrittenInItsPlaceAndReadAtOnce)
     EXPECT_EQ(otroPuesto.GetColorSalida(), TColor{0x00C6C6FF}) << "an unreadable colour gives the default";
 }
 
+/// A dialog that answers by itself.
+struct VistaDePrueba : IVistaConfiguracion {
+    bool EditaAjustes(TAjustesEnPantalla &ajustes, QObject * /*propietario*/) override
+    {
+        Mostrados = ajustes;
+        ajustes = Contesta;
+        return Acepta;
+    }
+    TAjustesEnPantalla Mostrados;
+    TAjustesEnPantalla Contesta;
+    bool Acepta = false;
+};
+
+TEST(Ajustes, WhatTheDialogShowsAndWhatItGivesBack)
+{
+    OficinaDePrueba oficina;
+    oficina.ponAjustes(24, -7, 2000000000);
+    VistaDePrueba vista;
+    TClassConfAgendaN ajustes(&vista);
+    vista.Contesta = {0x00112233, 7, -1, "99999999999999999999", "5", false, true};
+    ajustes.FichaConfiguracion(nullptr);
+    EXPECT_EQ(vista.Mostrados.IndiceHoraComienzo, -1) << "hours that the list lacks";
+    EXPECT_EQ(vista.Mostrados.IndiceHoraFin, -1);
+    EXPECT_EQ(vista.Mostrados.IntervaloHoras, "2000000000");
+    EXPECT_EQ(vista.Mostrados.IncrementoMin, "1");
+    EXPECT_TRUE(vista.Mostrados.SincronizarDia);
+    EXPECT_EQ(ajustes.GetHoraInicio(), 24) << "not accepted, not written";
+    EXPECT_FALSE(std::filesystem::exists(oficina.carpeta() / "CONFIG"));
+    vista.Acepta = true;
+    ajustes.FichaConfiguracion(nullptr);
+    EXPECT_EQ(ajustes.GetColorSalida(), TColor{0x00112233});
+    EXPECT_EQ(ajustes.GetHoraInicio(), 8);
+    EXPECT_EQ(ajustes.GetHoraFin(), 0);
+    EXPECT_EQ(ajustes.GetIntervalo(), 0) << "a number that does not fit";
+    EXPECT_EQ(ajustes.GetIncrementoMin(), 5);
+    EXPECT_FALSE(ajustes.GetSincronizarDia());
+
+    dataset::DbfTable comun(oficina.Aliases);
+    comun.setDatabaseName("ZENTRA");
+    comun.setTableName("VA_COMUN");
+    comun.open();
+    for (const auto &[valor, leido] : {std::pair("99999999999", 2147483647), {"nueve", 9}}) {
+        comun.first(); // the first hour
+        comun.edit();
+        comun.field(u"VALOR").setText(valor);
+        comun.post();
+        EXPECT_EQ(ajustes.GetHoraInicio(), leido) << valor;
+    }
+}
+
 TEST(Ajustes, AMissingTablePassesToTheCaller)
 {
     const OficinaDePrueba oficina;

@@ -61,7 +61,7 @@ TEST(FicheroIni, ReadsTheFirstOfRepeatedNamesInAnyCase)
 
 TEST(FicheroIni, ChangesOnlyTheBytesOfItsValue)
 {
-    const auto cambiada = [](QByteArray antes, QByteArray despues) {
+    const auto cambiada = [](const QByteArray &antes, const QByteArray &despues) {
         return QByteArray(Rara).replace(antes, despues);
     };
     const struct {

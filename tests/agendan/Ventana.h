@@ -20,6 +20,31 @@
 namespace support
 {
 
+/// The screens, with a card that does what the test says. A card that was not announced fails the test, and
+/// so does one that never came.
+class VistasDePrueba : public TVistasAgendaN
+{
+public:
+    using Ficha = std::function<void(TClassAgendaN &)>;
+    struct Esperada {
+        TOperacion Operacion;
+        Ficha Hace;
+    };
+    ~VistasDePrueba() override { EXPECT_TRUE(Esperadas.empty()) << "a card was never opened"; }
+    void MuestraFichaCitas(TClassAgendaN &motor, TOperacion operacion, QObject * /*propietario*/) override
+    {
+        if (Esperadas.empty()) {
+            ADD_FAILURE() << "unexpected card, operation " << static_cast<int>(operacion);
+            return;
+        }
+        const Esperada esperada = Esperadas.takeFirst();
+        EXPECT_EQ(operacion, esperada.Operacion);
+        if (esperada.Hace)
+            esperada.Hace(motor);
+    }
+    QList<Esperada> Esperadas;
+};
+
 /// The agenda window, shown by its engine over real tables and worked with keys and clicks.
 class VentanaTest : public testing::Test
 {
@@ -35,8 +60,7 @@ protected:
     /// Opens the agenda on Monday, runs the steps in it and closes it.
     void enVentana(const std::function<void()> &pasos)
     {
-        TVistasAgendaN vistas;
-        TClassAgendaN engine(nullptr, nullptr, {}, &vistas);
+        TClassAgendaN engine(nullptr, clientes, {}, &vistas, informes);
         motor = &engine;
         engine.SincronizarTablasAFecha(Lunes, true);
         bool hecho = false;
@@ -116,7 +140,15 @@ protected:
         reloj->setInterval(5000);
     }
 
+    void esperaFicha(TOperacion operacion, const VistasDePrueba::Ficha &hace = {})
+    {
+        vistas.Esperadas.append({operacion, hace});
+    }
+
     OficinaDePrueba oficina;
+    VistasDePrueba vistas;
+    TClientesRaiz *clientes = nullptr; ///< of the test
+    IInformesAgenda *informes = nullptr;
     TClassAgendaN *motor = nullptr;
     TFFichaAgendaN *ficha = nullptr;
 };

@@ -152,15 +152,27 @@ TEST_F(MotorTest, SynchronisingLeavesAShownDayAlone)
     EXPECT_TRUE(motor().HayRangoPorFecha());
 }
 
-// Two workstations jump to the same new day: the sheet is built once.
+// Two workstations jump to the same new day and both find it empty: the sheet is built once.
 TEST_F(MotorTest, ASheetThatAnotherWorkstationBuiltIsNotBuiltTwice)
 {
     const auto otraTabla = oficina.agenda(1);
     TClassAgendaN otro(nullptr, nullptr, {otraTabla.get()}, nullptr);
+    dataset::DataSet &tabla = motor().TablaActual();
+    bool construida = false;
+    const QObject vigia;
+    QObject::connect(&tabla, &dataset::DataSet::rowsReset, &vigia, [&] {
+        if (construida || !tabla.hasRange() || !tabla.isEmpty())
+            return;
+        // The first one has just looked and has built nothing yet.
+        construida = true;
+        otro.SincronizarTablasAFecha(Lunes, false);
+        EXPECT_EQ(otraTabla->rowCount(), 24);
+        EXPECT_EQ(tabla.rowCount(), 0);
+    });
     motor().SincronizarTablasAFecha(Lunes, false);
-    otro.SincronizarTablasAFecha(Lunes, false);
+    EXPECT_TRUE(construida);
     EXPECT_EQ(oficina.dia(1, Lunes).size(), 24);
-    EXPECT_EQ(otraTabla->rowCount(), 24);
+    EXPECT_EQ(tabla.rowCount(), 24) << "the sheet of the other one is shown";
 }
 
 TEST_F(MotorTest, StepsFromDayToDayAndStopsAtTheEnds)

@@ -1,5 +1,6 @@
 // Adding, changing, deleting and marking lines.
 
+#include "dataset/DatabaseError.h"
 #include "tests/agendan/Motor.h"
 
 namespace
@@ -130,6 +131,119 @@ TEST_F(LineasTest, FailuresGiveFalseAndLeaveNothingPending)
     EXPECT_FALSE(motor().Anadir(Lunes, "12:00"));
     EXPECT_FALSE(motor().AceptarAgendaN());
     EXPECT_FALSE(motor().Ausente());
+}
+
+/// Every field of a line as the file holds it, in the order of the table.
+QString entera(DataSet &tabla)
+{
+    QStringList campos;
+    for (int campo = 0; campo < tabla.fieldCount(); ++campo)
+        campos << tabla.field(campo).asText();
+    return campos.join(u'|');
+}
+
+TEST_F(LineasTest, CopiesALineWholeAndStaysOnIt)
+{
+    const QDate jueves = Lunes.addDays(3);
+    oficina.linea(1, jueves, "10:00", "Ya estaba");
+    tabla().setCurrentRow(1);
+    motor().Modificar();
+    tabla().field(u"CONCEPTO").setText("[SALIDA]Poder de Íñigo");
+    tabla().field(u"INTERESADO").setText("Peña, Íñigo");
+    tabla().field(u"CODCLIENTE").setNumber(12.0);
+    tabla().field(u"OFICIAL").setText("MARTA");
+    tabla().field(u"SALIDA").setText("S");
+    tabla().field(u"AVISO").setText("S");
+    motor().AceptarAgendaN();
+    const auto linea = tabla().bookmark();
+    EXPECT_TRUE(motor().CopiarCita(jueves));
+    EXPECT_EQ(tabla().bookmark(), linea);
+    EXPECT_EQ(tabla().rowCount(), 3) << "the shown day is as it was";
+    EXPECT_FALSE(tabla().controlsDisabled());
+    EXPECT_EQ(oficina.dia(1, jueves), (QStringList{"10:00 Ya estaba N", "10:00 [SALIDA]Poder de Íñigo S"}));
+    const auto juez = oficina.agenda(1);
+    juez->last();
+    EXPECT_EQ(entera(*juez), "19/11/2026|10:00|[SALIDA]Poder de Íñigo|12|Peña, Íñigo|MARTA|S|S");
+
+    // To its own day: a second line at that hour, and the cursor does not stray to the first of the two.
+    EXPECT_TRUE(motor().CopiarCita(Lunes));
+    EXPECT_EQ(tabla().bookmark(), linea);
+    tabla().setCurrentRow(2);
+    const auto segunda = tabla().bookmark();
+    EXPECT_EQ(mostrado(), "16/11/2026 10:00");
+    EXPECT_TRUE(motor().CopiarCita(jueves));
+    EXPECT_EQ(tabla().bookmark(), segunda);
+}
+
+TEST_F(LineasTest, ACopyThatFailsLeavesBothDaysAndTheCursorAsTheyWere)
+{
+    tabla().setCurrentRow(1);
+    EXPECT_FALSE(motor().CopiarCita({})) << "no date, no copy";
+    motor().RangoPorFecha(Lunes.addDays(8));
+    EXPECT_FALSE(motor().CopiarCita(Lunes)) << "no line to copy";
+    EXPECT_EQ(oficina.dia(1, Lunes).size(), 3);
+
+    const auto soloLeer = oficina.agenda(1);
+    soloLeer->close();
+    soloLeer->setOpenReadOnly(true);
+    soloLeer->open();
+    TClassAgendaN otro(nullptr, nullptr, {soloLeer.get()}, nullptr);
+    otro.RangoPorFecha(Lunes);
+    soloLeer->setCurrentRow(1);
+    const auto linea = soloLeer->bookmark();
+    EXPECT_FALSE(otro.CopiarCita(Lunes.addDays(1))) << "no line can be begun";
+    EXPECT_FALSE(otro.TomaError().isEmpty());
+    EXPECT_EQ(soloLeer->bookmark(), linea);
+    EXPECT_EQ(soloLeer->state(), State::browse);
+    EXPECT_FALSE(soloLeer->controlsDisabled());
+}
+
+// The table is held by another workstation just when the copy is written.
+TEST_F(LineasTest, AnErrorWhilePostingTheCopyPassesOn)
+{
+    const auto otro = oficina.agenda(1);
+    tabla().setCurrentRow(1);
+    const auto linea = tabla().bookmark();
+    otro->beginGroup();
+    EXPECT_THROW(motor().CopiarCita(Lunes.addDays(1)), dataset::EDatabaseError);
+    EXPECT_EQ(tabla().state(), State::browse) << "no pending insert";
+    EXPECT_EQ(tabla().bookmark(), linea);
+    EXPECT_FALSE(tabla().controlsDisabled());
+    otro->dropGroup();
+    EXPECT_EQ(oficina.dia(1, Lunes.addDays(1)), QStringList{"09:00 Otro día N"});
+    EXPECT_TRUE(motor().CopiarCita(Lunes.addDays(1)));
+}
+
+TEST_F(LineasTest, SeveralLinesAreOneCommitAndNameThoseThatFail)
+{
+    const QDate martes = Lunes.addDays(1);
+    QList<dataset::Bookmark> lineas;
+    for (const int fila : {2, 0, 1})
+        lineas << tabla().bookmarkAt(fila);
+    const auto otro = oficina.agenda(1);
+    otro->locate({{"FECHA", Lunes}, {"HORA", "09:00"}}, dataset::SearchMode::exact);
+    otro->remove();
+    const auto lineasEnElFichero = [&] {
+        return support::readFile(oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").substr(4, 4);
+    };
+    const std::string antes = lineasEnElFichero();
+    int juntas = 0;
+    const auto fallidas = motor().PorCadaLinea(lineas, [&] {
+        juntas += lineasEnElFichero() == antes ? 1 : 0;
+        return motor().CopiarCita(martes);
+    });
+    EXPECT_EQ(fallidas, QList<dataset::Bookmark>{lineas.at(1)});
+    EXPECT_EQ(motor().TomaError(), "Otro puesto ha borrado la línea mientras tanto");
+    EXPECT_EQ(juntas, 2);
+    EXPECT_EQ(oficina.dia(1, martes), (QStringList{"09:00 Otro día N", "10:00 Poder N", "11:00 Acta N"}));
+
+    // A line that another workstation keeps stays; the others go.
+    otro->locate({{"FECHA", Lunes}, {"HORA", "10:00"}}, dataset::SearchMode::exact);
+    otro->edit();
+    EXPECT_EQ(motor().PorCadaLinea({lineas.at(0), lineas.at(2)}, [&] { return motor().Borrar(false); }),
+              QList<dataset::Bookmark>{lineas.at(2)});
+    EXPECT_FALSE(motor().TomaError().isEmpty());
+    EXPECT_EQ(oficina.dia(1, Lunes), QStringList{"10:00 Poder N"});
 }
 
 } // namespace

@@ -4,6 +4,8 @@
 
 #include <QtWidgets/QPlainTextEdit>
 
+#include <fstream>
+
 namespace
 {
 
@@ -21,6 +23,23 @@ protected:
         oficina.linea(2, Lunes, "09:00", "Poder");
     }
     [[nodiscard]] dataset::DataSet &tabla() const { return motor->TablaActual(); }
+    /// The first notary's table, as messages name it.
+    [[nodiscard]] QString fichero() const
+    {
+        return QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string());
+    }
+    /// A program that heeds no locks puts a text over the subject of the first line, or a mark over its
+    /// front.
+    void escribeFuera(std::streamoff donde, const std::string &bytes) const
+    {
+        std::fstream f(oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF",
+                       std::ios::in | std::ios::out | std::ios::binary);
+        f.seekg(8);
+        const int cabecera = f.get() + 256 * f.get();
+        f.seekp(cabecera + donde);
+        f << bytes;
+        ASSERT_TRUE(f.good());
+    }
 };
 
 TEST_F(EdicionTest, ALetterStartsAnEditAndEnterPostsIt)
@@ -107,9 +126,7 @@ TEST_F(EdicionTest, WhatCannotBeDeletedIsSaid)
         pulsa(0);
         oficina.Mensaje.espera({"¿Desea borrar la cita de las 09:00 de la base de datos?", " ATENCIÓN", 1});
         oficina.Mensaje.espera(
-            {"No se ha podido borrar la cita.\n" +
-                 QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string()) +
-                 ": otro puesto está usando la línea 1",
+            {"No se ha podido borrar la cita.\n" + fichero() + ": otro puesto está usando la línea 1",
              " ATENCIÓN:"});
         comando("ABorrar");
         EXPECT_EQ(oficina.dia(1, Lunes).size(), 3);
@@ -147,7 +164,8 @@ TEST_F(EdicionTest, ALineInUseElsewhereIsSaidAndLeft)
     enVentana([&] {
         pulsa(0);
         oficina.Mensaje.espera(
-            {"No se ha podido modificar la cita: puede que otro puesto la esté usando.", " ATENCIÓN:"});
+            {"No se ha podido modificar la cita.\n" + fichero() + ": otro puesto está usando la línea 1",
+             " ATENCIÓN:"});
         teclea("A");
         EXPECT_TRUE(QTest::qWaitFor([&] { return !oficina.Mensaje.pendientes(); }));
         EXPECT_EQ(tabla().state(), State::browse);
@@ -183,6 +201,72 @@ TEST_F(EdicionTest, TheRefreshShowsOthersLinesAndDisturbsNoEdit)
         EXPECT_EQ(celda(0, 1), "Otra");
         EXPECT_EQ(celda(4, 1), "A medias");
         EXPECT_EQ(rejilla().currentIndex().row(), 4) << "the current line is the same one";
+    });
+}
+
+// Offsets in a line: the mark of a deleted one, the subject behind date and hour.
+constexpr std::streamoff Marca = 0;
+constexpr std::streamoff Concepto = 1 + 8 + 5;
+
+TEST_F(EdicionTest, WhatWasTypedOutlivesALineThatOthersHaveChanged)
+{
+    enVentana([&] {
+        pulsa(0, {}, 3);
+        teclea("Marta");
+        escribeFuera(Concepto, "De otro");
+        oficina.Mensaje.espera(
+            {"No se ha podido guardar la cita.\n" + fichero() +
+                 ": otro puesto ha cambiado la línea mientras tanto\n\nLo que ha escrito "
+                 "sigue en la línea: pulse Intro para volver a intentarlo o Esc para dejarlo.",
+             " ATENCIÓN:"});
+        tecla(Qt::Key_Return);
+        EXPECT_EQ(tabla().state(), State::edit);
+        EXPECT_EQ(celda(0, 1), "De otro") << "theirs is seen";
+        EXPECT_EQ(celda(0, 3), "Marta") << "and mine is still there";
+        EXPECT_TRUE(rejilla().hasFocus());
+        tecla(Qt::Key_Return);
+        EXPECT_EQ(tabla().state(), State::browse);
+        EXPECT_EQ(oficina.dia(1, Lunes).first(), "09:00 De otro N");
+        const auto juez = oficina.agenda(1);
+        EXPECT_EQ(juez->field(u"OFICIAL").asText(), "Marta");
+    });
+}
+
+TEST_F(EdicionTest, WhatWasTypedIntoADeletedLineIsTold)
+{
+    enVentana([&] {
+        pulsa(0);
+        teclea("Acta notarial");
+        escribeFuera(Marca, "*");
+        oficina.Mensaje.espera({"No se ha podido guardar la cita.\n" + fichero() +
+                                    ": otro puesto ha borrado la línea mientras tanto\n\nHabía escrito:\n"
+                                    "Acta notarial",
+                                " ATENCIÓN:"});
+        tecla(Qt::Key_Return);
+        EXPECT_EQ(tabla().state(), State::browse);
+    });
+}
+
+// A command, or another tab, must not throw away a half-written line that cannot be written now.
+TEST_F(EdicionTest, NoCommandRunsOverALineThatCannotBeKept)
+{
+    enVentana([&] {
+        const QString causa = fichero() + ": otro puesto ha cambiado la línea mientras tanto";
+        pulsa(0);
+        teclea("Acta");
+        escribeFuera(Concepto, "De otro");
+        for (const char *orden : {"ASalida", "ANuevo", "AAusente", "ADiaSiguiente"}) {
+            oficina.Mensaje.espera({causa, " ATENCIÓN:"});
+            comando(orden);
+            EXPECT_EQ(celda(0, 1), "Acta") << orden;
+            EXPECT_EQ(tabla().state(), State::edit) << orden;
+        }
+        oficina.Mensaje.espera({causa, " ATENCIÓN:"});
+        pestanas().setCurrentIndex(1);
+        EXPECT_EQ(pestanas().currentIndex(), 0);
+        EXPECT_EQ(motor->Tabla(1), &motor->TablaActual());
+        tecla(Qt::Key_Escape);
+        EXPECT_EQ(tabla().state(), State::browse);
     });
 }
 

@@ -68,6 +68,69 @@ TEST_F(SharedTest, RefreshTellsOnlyWhatChanged)
     EXPECT_EQ(current.count(), 1);
 }
 
+// More lines than are kept whole once they have been shown, or read ahead with their range.
+TEST_F(SharedTest, RefreshTellsOnlyWhatChangedOfManyRows)
+{
+    constexpr int lines = 1400;
+    for (int i = 0; i < lines; ++i)
+        addLine(*theirs, day(2), "12:00", QString::number(i));
+    rangeOfDay(*mine, day(2));
+    ASSERT_EQ(mine->rowCount(), lines);
+    int walked = 0;
+    for (; !mine->eof(); mine->next())
+        EXPECT_EQ(concept_(*mine), QString::number(walked++));
+    EXPECT_EQ(walked, lines);
+    for (int row = 0; row < lines; ++row)
+        EXPECT_EQ(mine->textAt(row, 2), QString::number(row));
+    QSignalSpy changed(mine.get(), &DataSet::rowsChanged);
+    QSignalSpy removed(mine.get(), &DataSet::rowsRemoved);
+    for (const int row : {3, 700, lines - 2}) {
+        theirs->goToBookmark(mine->bookmarkAt(row));
+        theirs->edit();
+        theirs->field(u"CONCEPTO").setText("cambiada");
+        theirs->post();
+    }
+    theirs->goToBookmark(mine->bookmarkAt(5));
+    theirs->remove();
+    mine->refresh();
+    ASSERT_EQ(removed.count(), 1);
+    EXPECT_EQ(removed.at(0), (QVariantList{5, 1}));
+    ASSERT_EQ(changed.count(), 3);
+    EXPECT_EQ(changed.at(0), (QVariantList{3, 1}));
+    EXPECT_EQ(changed.at(1), (QVariantList{699, 1}));
+    EXPECT_EQ(changed.at(2), (QVariantList{lines - 3, 1}));
+}
+
+TEST_F(SharedTest, ARangeReadAheadHidesNothingThatHasBeenSeen)
+{
+    const auto texts = [this] {
+        QStringList seen;
+        for (mine->first(); !mine->eof(); mine->next())
+            seen << concept_(*mine);
+        return seen;
+    };
+    const auto change = [](DbfTable &table, Bookmark line, const QString &text) {
+        table.goToBookmark(line);
+        table.edit();
+        table.field(u"CONCEPTO").setText(text);
+        table.post();
+    };
+    change(*theirs, mine->bookmarkAt(1), "suya");
+    EXPECT_TRUE(mine->goToBookmark(mine->bookmarkAt(1)));
+    EXPECT_EQ(concept_(*mine), "suya") << "going to a line reads it";
+    EXPECT_EQ(texts(), (QStringList{"09:00", "suya", "10:00", "10:30"}))
+        << "and it does not become old again";
+    change(*mine, mine->bookmarkAt(0), "mía");
+    EXPECT_EQ(texts(), (QStringList{"mía", "suya", "10:00", "10:30"}));
+    change(*theirs, mine->bookmarkAt(2), "otra");
+    mine->refresh();
+    EXPECT_EQ(texts(), (QStringList{"mía", "suya", "otra", "10:30"}));
+    theirs->goToBookmark(mine->bookmarkAt(3));
+    theirs->remove();
+    EXPECT_FALSE(mine->goToBookmark(mine->bookmarkAt(3))) << "gone, though it is still among the rows";
+    EXPECT_EQ(texts(), (QStringList{"mía", "suya", "otra"}));
+}
+
 TEST_F(SharedTest, AnEditIsNeverDisturbedAndNeverStale)
 {
     theirs->first();

@@ -25,6 +25,8 @@ constexpr std::size_t slotAt = 544;
 constexpr std::size_t itemsAt = 8;
 constexpr std::size_t itemLength = 20;
 constexpr std::size_t dateAndCountEnd = 8;
+/// Of the processor: nothing may go in circles. A clock that ticks in milliseconds counts waiting, too.
+constexpr std::clock_t patience = CLOCKS_PER_SEC > 1000 ? CLOCKS_PER_SEC : 60 * CLOCKS_PER_SEC;
 
 std::string le16(unsigned value)
 {
@@ -165,7 +167,7 @@ protected:
             EXPECT_TRUE(table->check().ok()) << table->check().message();
             expectWalks(*table, lines);
         }
-        EXPECT_LT(std::clock() - start, CLOCKS_PER_SEC);
+        EXPECT_LT(std::clock() - start, patience);
         expectLines(before);
         const auto again = open();
         ASSERT_TRUE(again);
@@ -304,15 +306,20 @@ TEST_F(Malformed, ATagThatCannotBeKeptMakesTheTableReadOnly)
     create();
     const Files good = read();
     const auto text = [](std::string expression) { return expression.append(20 - expression.size(), '\0'); };
+    const std::string filtered = with(good.mdx, headAt + 245, "\x01");
     const IndexCase cases[] = {
         {"unknown function", with(good.mdx, headAt + 24, text("SOUNDEX(HORA)"))},
         {"unknown field", with(good.mdx, headAt + 24, text("DTOS(DIA)+HORA"))},
         {"no expression", with(good.mdx, headAt + 24, text(""))},
         {"parenthesis left open", with(good.mdx, headAt + 24, text("DTOS(FECHA+HORA"))},
         {"keys of another length than the expression's", with(good.mdx, headAt + 24, text("HORA"))},
-        {"descending", with(good.mdx, headAt + 8, "\x18")},
-        {"unique", with(good.mdx, headAt + 8, "\x50")},
-        {"filtered", with(with(good.mdx, headAt + 245, "\x01"), headAt + 762, "HORA='09:00'")},
+        {"descending, but kept ascending", with(good.mdx, headAt + 8, "\x18")},
+        {"refuses a second line", with(good.mdx, headAt + 8, "\x70")},
+        {"filter of an unknown function", with(filtered, headAt + 762, "SOUNDEX(HORA)='09:00'")},
+        {"filter of an unknown field", with(filtered, headAt + 762, "TURNO='09:00'")},
+        {"filter that is no condition", with(filtered, headAt + 762, "HORA")},
+        {"filter that is not there", filtered},
+        {"filter without an end", with(filtered, headAt + 762, "HORA='" + std::string(213, '9') + "'")},
     };
     for (const auto &one : cases) {
         SCOPED_TRACE(one.name);
@@ -347,7 +354,7 @@ TEST_F(Malformed, ADamageThatOpeningDoesNotSeeEndsInANamedFailure)
             EXPECT_TRUE(table->check().ok()) << table->check().message();
             expectWalks(*table, table->recordCount());
         }
-        EXPECT_LT(std::clock() - start, CLOCKS_PER_SEC);
+        EXPECT_LT(std::clock() - start, patience);
         expectLines(good.dbf);
     }
 }

@@ -1,5 +1,6 @@
 // An index expression of any text, up to the first byte 0, over a line of the bytes behind it.
 
+#include "dbase/FilterExpression.h"
 #include "dbase/KeyExpression.h"
 #include "tests/fuzz/Targets.h"
 
@@ -32,6 +33,15 @@ void fuzz::expression(Bytes input)
     std::vector<std::uint8_t> record(recordLength, 0x20);
     for (std::size_t i = 0; end + 1 + i < input.size() && i < record.size(); ++i)
         record[i] = input[end + 1 + i];
+
+    const auto filter = dbase::FilterExpression::parse(text, fields(), dbase::CodePage::windows1252);
+    expect(filter.ok() || !filter.status().text().empty(), "a refusal says why");
+    if (filter.ok()) {
+        const bool accepted = filter.value().accepts(record);
+        const std::string opposite = ".NOT.(" + filter.value().text() + ")";
+        const auto other = dbase::FilterExpression::parse(opposite, fields(), dbase::CodePage::windows1252);
+        expect(!other.ok() || other.value().accepts(record) != accepted, "a line is on one side only");
+    }
 
     for (const auto page : {dbase::CodePage::dos437, dbase::CodePage::dos850, dbase::CodePage::windows1252}) {
         const auto parsed = dbase::KeyExpression::parse(text, fields(), page);

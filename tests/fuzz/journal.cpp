@@ -48,7 +48,8 @@ void readCommit(fuzz::Bytes bytes)
         fuzz::expect(change.number != 0 && change.after.size() == recordLength &&
                          (change.before.empty() || change.before.size() == recordLength),
                      "a change has whole lines");
-    const auto again = dbase::encodeCommit(*commit, recordLength);
+    std::vector<std::uint8_t> again;
+    dbase::encodeCommit(*commit, recordLength, again);
     const auto read = dbase::decodeCommit(again, number, recordLength);
     fuzz::expect(read && same(*read, *commit), "a commit that is written is read as it was");
 }

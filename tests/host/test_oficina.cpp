@@ -5,7 +5,7 @@
 #include "host/DatosDemo.h"
 #include "host/Dialogos.h"
 #include "host/VentanaOficina.h"
-#include "tests/support/TempFolder.h"
+#include "tests/host/Oficina.h"
 
 #include <QtCore/QTimer>
 #include <QtGui/QAction>
@@ -19,51 +19,11 @@
 namespace
 {
 
+using support::Hoy;
+using support::OficinaTest;
 using support::readFile;
 using support::TempFolder;
 using support::writeFile;
-
-const QDate Hoy{2026, 11, 20};
-
-class OficinaTest : public testing::Test
-{
-protected:
-    static void crea(const std::filesystem::path &carpeta, int notarios = 2)
-    {
-        TDemo demo;
-        demo.Hoy = Hoy;
-        demo.Notarios = notarios;
-        demo.MesesAntes = 1;
-        demo.MesesDespues = 1;
-        CreaDatosDemo(QString::fromStdString(carpeta.string()), demo);
-    }
-    void SetUp() override
-    {
-        crea(carpeta.path());
-        guardian.setSingleShot(true);
-        QObject::connect(&guardian, &QTimer::timeout, [] {
-            ADD_FAILURE() << "a window was never closed";
-            for (QWidget *const uno : QApplication::topLevelWidgets())
-                uno->close();
-        });
-        guardian.start(60000);
-    }
-    /// Does something in the window that opens next.
-    static void enDialogo(const std::function<void(QWidget *)> &pasos)
-    {
-        QTimer::singleShot(50, qApp, [pasos] {
-            QWidget *const delante = QApplication::activeModalWidget();
-            if (delante)
-                pasos(delante);
-            else
-                ADD_FAILURE() << "no window has opened";
-        });
-    }
-    [[nodiscard]] QString ruta() const { return QString::fromStdString(carpeta.path().string()); }
-
-    TempFolder carpeta;
-    QTimer guardian;
-};
 
 TEST_F(OficinaTest, TheDemoIsTheSameEveryTimeAndReadsBack)
 {
@@ -190,7 +150,7 @@ TEST_F(OficinaTest, MessageBoxesKeepTitlesTextsAndButtonOrder)
     EXPECT_NE(mensajes.Mensajes(pregunta), 1) << "Esc is no";
 }
 
-TEST_F(OficinaTest, AsksForDatesAndClerks)
+TEST_F(OficinaTest, AsksForADate)
 {
     TOficina oficina(ruta(), Hoy);
     QDate fecha = Hoy;
@@ -212,21 +172,6 @@ TEST_F(OficinaTest, AsksForDatesAndClerks)
     enDialogo([](QWidget *dialogo) { QTest::keyClick(dialogo->windowHandle(), Qt::Key_Escape); });
     EXPECT_FALSE(oficina.Rut.PreguntaFecha(fecha, "Fecha de la agenda", "Agenda del día:"));
     EXPECT_EQ(fecha, QDate(2027, 2, 28));
-
-    QString oficial = "Ro";
-    enDialogo([](QWidget *dialogo) { QTest::keyClick(dialogo->windowHandle(), Qt::Key_Return); });
-    EXPECT_TRUE(oficina.Rut.PreguntaOficial(oficial));
-    EXPECT_EQ(oficial, "Rosa Güemes");
-
-    QLineEdit edicion;
-    edicion.setText("mar");
-    oficina.Clientes.KeyUpBusqueda(edicion, Qt::Key_R);
-    EXPECT_TRUE(edicion.text().startsWith("Mar")) << edicion.text().toStdString();
-    EXPECT_EQ(edicion.property("Tag").toLongLong(), oficina.Clientes.Codigo());
-    EXPECT_GT(oficina.Clientes.Codigo(), 0);
-    edicion.setText("zzz");
-    oficina.Clientes.ExitBusqueda(edicion, true);
-    EXPECT_EQ(edicion.property("Tag").toInt(), 0);
 }
 
 TEST_F(OficinaTest, TheFocusMarkComesAndGoes)

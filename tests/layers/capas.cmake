@@ -13,7 +13,7 @@ set(piso_agenda3p agenda report dbcontrols dataset dbase)
 set(piso_agenda1 agenda report dbcontrols dataset dbase)
 set(piso_module agendan agenda3p agenda1 agenda report dbcontrols dataset dbase)
 set(piso_host module agenda report dbcontrols dataset dbase)
-set(piso_tools agenda report dataset dbase)
+set(piso_tools agendan agenda report dataset dbase)
 set(carpetas dbase dataset dbcontrols report agenda agendan agenda3p agenda1 module host tools)
 
 # Files that run without a display: Qt Core alone, and no window of ours.

@@ -82,11 +82,19 @@ public:
     bool PreguntaOficial(QString &nombre) override
     {
         nombre = OficialElegido;
-        return !OficialElegido.isEmpty();
+        return !OficialElegido.isNull();
+    }
+    void Visualizador(report::Report &informe) override
+    {
+        if (EnVisualizador)
+            EnVisualizador(informe);
+        else
+            ADD_FAILURE() << "unexpected preview";
     }
     QDate FechaOfrecida;
-    QDate FechaElegida; ///< invalid: the user cancels
-    QString OficialElegido;
+    QDate FechaElegida;     ///< invalid: the user cancels
+    QString OficialElegido; ///< null: the user cancels
+    std::function<void(report::Report &)> EnVisualizador;
 };
 
 /// Marks focus by a property, so that a test can see it.
@@ -120,9 +128,11 @@ public:
     [[nodiscard]] QDate GetAgenda_FechaInicio() const override { return FechaInicio; }
     void SetAgenda_FechaInicio(QDate fecha) override { FechaInicio = fecha; }
     [[nodiscard]] QString GetPrnOtros() const override { return {}; }
+    [[nodiscard]] QString GetFicheroVentanas() const override { return FicheroVentanas; }
 
     int Cuantos = 3;
     QString Carpeta;
+    QString FicheroVentanas; ///< empty: windows remember nothing
     QDate FechaInicio;
 };
 

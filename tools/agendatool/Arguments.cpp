@@ -21,9 +21,10 @@ struct VerbShape {
     bool hasTarget;
     bool hasRange;
     bool hasFormat;
+    bool hasDay = false; ///< a date before the target, and the option --oficial
 };
 
-constexpr std::array<VerbShape, 11> shapes{{{"create", false, false, false},
+constexpr std::array<VerbShape, 13> shapes{{{"create", false, false, false},
                                             {"info", false, false, false},
                                             {"dump", false, true, true},
                                             {"check", false, false, false},
@@ -33,7 +34,9 @@ constexpr std::array<VerbShape, 11> shapes{{{"create", false, false, false},
                                             {"export", true, true, false},
                                             {"import", true, false, false},
                                             {"backup", true, false, false},
-                                            {"restore", true, false, false}}};
+                                            {"restore", true, false, false},
+                                            {"dia", true, false, false, true},
+                                            {"semana", true, false, false, true}}};
 
 Status wrong(const std::string &text)
 {
@@ -81,6 +84,8 @@ private:
             return date(word, m_made.range.from);
         else if (word == "--to")
             return date(word, m_made.range.to);
+        else if (word == "--oficial")
+            return clerk(word);
         else
             return wrong("no se conoce la opción «" + word + "»");
         return {};
@@ -103,6 +108,14 @@ private:
         return into ? Status() : wrong("«" + m_words[m_at] + "» no es una fecha AAAA-MM-DD");
     }
 
+    Status clerk(const std::string &option)
+    {
+        if (++m_at >= m_words.size())
+            return wrong("a " + option + " le falta el nombre");
+        m_made.clerk = m_words[m_at];
+        return {};
+    }
+
     Status plainWords()
     {
         if (m_plain.empty())
@@ -111,11 +124,14 @@ private:
                                         [&](const VerbShape &one) { return one.name == m_plain[0]; });
         if (shape == shapes.end())
             return wrong("no se conoce la orden «" + m_plain[0] + "»");
-        if (m_plain.size() != (shape->hasTarget ? 4U : 3U))
+        if (m_plain.size() != 3U + (shape->hasTarget ? 1U : 0U) + (shape->hasDay ? 1U : 0U))
             return wrong("la orden «" + m_plain[0] + "» lleva carpeta, tabla" +
-                         (shape->hasTarget ? " y destino u origen" : " y nada más"));
+                         (shape->hasDay      ? ", fecha y fichero"
+                          : shape->hasTarget ? " y destino u origen"
+                                             : " y nada más"));
         const bool ranged = m_made.range.from || m_made.range.to;
-        if ((ranged && !shape->hasRange) || (m_formatGiven && !shape->hasFormat))
+        if ((ranged && !shape->hasRange) || (m_formatGiven && !shape->hasFormat) ||
+            (m_made.clerk && !shape->hasDay))
             return wrong("la orden «" + m_plain[0] + "» no admite esa opción");
         if (m_made.range.from && m_made.range.to && isoDate(*m_made.range.to) < isoDate(*m_made.range.from))
             return wrong("--to es anterior a --from");
@@ -123,8 +139,11 @@ private:
         m_made.folder = m_plain[1];
         m_made.table = m_plain[2];
         if (shape->hasTarget)
-            m_made.target = m_plain[3];
-        return {};
+            m_made.target = m_plain.back();
+        if (!shape->hasDay)
+            return {};
+        m_made.day = parseIsoDate(m_plain[3]);
+        return m_made.day ? Status() : wrong("«" + m_plain[3] + "» no es una fecha AAAA-MM-DD");
     }
 
     const std::vector<std::string> &m_words;

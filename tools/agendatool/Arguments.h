@@ -14,6 +14,8 @@ struct Arguments {
     std::string table;
     std::filesystem::path target; ///< file or folder behind the table; empty for verbs that have none
     DateRange range;
+    std::optional<dbase::Date> day;   ///< of a printed sheet
+    std::optional<std::string> clerk; ///< whose lines are printed, UTF-8; all when missing
     DumpFormat format = DumpFormat::csv;
     bool quiet = false;
     bool help = false;

@@ -27,6 +27,10 @@ constexpr std::string_view helpText =
   import FICHERO.csv     añade las líneas de un CSV cuya primera fila nombra los campos
   backup CARPETA         copia la tabla a otra carpeta sin que nadie escriba mientras tanto
   restore CARPETA        trae de otra carpeta una tabla que aquí no existe
+  dia AAAA-MM-DD FICHERO.pdf       hoja de un día [--oficial NOMBRE]
+  semana AAAA-MM-DD FICHERO.pdf    hoja de la semana de un día, de lunes a sábado
+                         [--oficial NOMBRE]; el color de las salidas sale de
+                         CONFIG/VARIOS.INI junto a la carpeta de la tabla
 
 Opciones:
   --quiet                solo habla si algo va mal
@@ -41,7 +45,7 @@ struct Verb {
     int (*work)(const Context &);
 };
 
-constexpr std::array<Verb, 11> verbs{{{"create", createTable},
+constexpr std::array<Verb, 13> verbs{{{"create", createTable},
                                       {"info", showInfo},
                                       {"dump", dumpLines},
                                       {"check", checkTable},
@@ -51,7 +55,9 @@ constexpr std::array<Verb, 11> verbs{{{"create", createTable},
                                       {"export", exportLines},
                                       {"import", importLines},
                                       {"backup", backupTable},
-                                      {"restore", restoreTable}}};
+                                      {"restore", restoreTable},
+                                      {"dia", printDay},
+                                      {"semana", printWeek}}};
 
 } // namespace
 

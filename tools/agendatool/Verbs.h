@@ -29,6 +29,9 @@ dbase::Result<OpenTable> openWithTag(const Context &context, const std::filesyst
 [[nodiscard]] int verify(const Context &context, dbase::Table &table);
 /// An old journal beside a table that is not there: its commits would be written into the new table.
 dbase::Status refuseOldJournal(const std::filesystem::path &table);
+/// Refuses a target with the name of a table's file: what is written replaces it, and a slip of the hand must
+/// not cost a table. @return exitUsage after saying so, exitDone when it is none.
+[[nodiscard]] int refuseTableFile(const Context &context);
 
 // The verbs; each answers with its exit code.
 [[nodiscard]] int createTable(const Context &context);
@@ -42,5 +45,7 @@ dbase::Status refuseOldJournal(const std::filesystem::path &table);
 [[nodiscard]] int importLines(const Context &context);
 [[nodiscard]] int backupTable(const Context &context);
 [[nodiscard]] int restoreTable(const Context &context);
+[[nodiscard]] int printDay(const Context &context);
+[[nodiscard]] int printWeek(const Context &context);
 
 } // namespace agendatool

@@ -29,13 +29,6 @@ Status ioFailure(const std::filesystem::path &file, const std::string &what)
     return {ErrorKind::inputOutput, what, pathText(file)};
 }
 
-/// An export replaces its file; a slip of the hand must not make that a table.
-bool isTableFile(const std::filesystem::path &file)
-{
-    const std::string extension = upperAscii(pathText(file.extension()));
-    return extension == ".DBF" || extension == ".MDX" || extension == ".JNL";
-}
-
 Status writeExport(const Context &context, const Table &table, const std::filesystem::path &target)
 {
     std::filesystem::path unfinished = target;
@@ -165,6 +158,16 @@ Status appendAll(Table &table, std::span<const NewLine> lines)
 
 } // namespace
 
+int refuseTableFile(const Context &context)
+{
+    const std::string extension = upperAscii(pathText(context.args.target.extension()));
+    if (extension != ".DBF" && extension != ".MDX" && extension != ".JNL")
+        return exitDone;
+    context.err << "agendatool: «" << pathText(context.args.target)
+                << "» tiene el nombre de un fichero de tabla\n";
+    return exitUsage;
+}
+
 int dumpLines(const Context &context)
 {
     const auto opened = openTable(context);
@@ -177,10 +180,8 @@ int dumpLines(const Context &context)
 int exportLines(const Context &context)
 {
     const std::filesystem::path &target = context.args.target;
-    if (isTableFile(target)) {
-        context.err << "agendatool: «" << pathText(target) << "» tiene el nombre de un fichero de tabla\n";
-        return exitUsage;
-    }
+    if (const int refused = refuseTableFile(context); refused != exitDone)
+        return refused;
     const auto opened = openTable(context);
     const Status status = opened.ok() ? writeExport(context, *opened.value(), target) : opened.status();
     if (!status.ok())

@@ -53,7 +53,10 @@ Result<OpenTable> openFile(const Context &context, const std::filesystem::path &
     dbase::OpenOptions options;
     options.lockTimeout = context.patience;
     options.tags = std::move(tags);
-    return Table::open(file, options);
+    auto opened = Table::open(file, options);
+    if (opened.ok() && !opened.value()->notice().empty())
+        context.err << pathText(file.filename()) << ": " << opened.value()->notice() << '\n';
+    return opened;
 }
 
 /// The tags against the lines. An index file of which no tag could be taken has not been compared.

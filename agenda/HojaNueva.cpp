@@ -1,0 +1,88 @@
+#include "agenda/HojaNueva.h"
+
+#include "agenda/ClaseConfAgendaN.h"
+#include "agenda/MotorComun.h"
+#include "agenda/Rnumcad.h"
+#include "agenda/Ruttb.h"
+#include "dataset/DatabaseError.h"
+
+#include <QtCore/QLoggingCategory>
+
+using dataset::DataSet;
+
+namespace
+{
+
+Q_LOGGING_CATEGORY(registroHoja, "agenda.motor")
+
+bool AnadeHueco(DataSet &tabla, QDate fecha, const QString &hora)
+{
+    try {
+        InsertaLinea(tabla, fecha, hora);
+        TBPost(tabla);
+        return true;
+    } catch (const std::exception &error) {
+        qCWarning(registroHoja, "Line %s: %s", qUtf8Printable(hora), error.what());
+        CancelaSinPreguntar(tabla);
+        return false;
+    }
+}
+
+/// @param avisa  says which lines cannot be added and goes on; otherwise the first of them ends it.
+/// @return whether all were added.
+bool AnadeHuecos(DataSet &tabla, QDate fecha, bool avisa)
+{
+    bool todas = true;
+    RecorreHuecos(ParrillaDeAjustes(), [&](int hora, int minuto) {
+        if (!todas && !avisa)
+            return;
+        const QString hueco = StrCeros(hora, 2) + u':' + StrCeros(minuto, 2);
+        if (AnadeHueco(tabla, fecha, hueco))
+            return;
+        todas = false;
+        if (avisa)
+            AvisaHuecoPerdido(hueco);
+    });
+    return todas;
+}
+
+} // namespace
+
+TParrilla ParrillaDeAjustes()
+{
+    return {[] { return goConfAgendaN->GetHoraInicio(); }, [] { return goConfAgendaN->GetHoraFin(); },
+            [] { return goConfAgendaN->GetIntervalo(); }};
+}
+
+void InsertaLinea(DataSet &tabla, QDate fecha, const QString &hora)
+{
+    tabla.insert();
+    tabla.field(u"FECHA").setDate(fecha);
+    tabla.field(u"HORA").setText(hora);
+    tabla.field(u"SALIDA").setText(QStringLiteral("N"));
+    tabla.field(u"AVISO").setText(QStringLiteral("N"));
+}
+
+void AnadeHojaDelDia(DataSet &tabla, QDate fecha, bool soloSiFalta)
+{
+    const dataset::ControlsGuard sinAvisos(tabla);
+    try {
+        // All of its lines or none, and no other workstation between them.
+        dataset::CommitGroup hoja(tabla);
+        if (soloSiFalta && PonRangoDelDia(tabla, fecha))
+            return;
+        QuitaRangoDelDia(tabla);
+        if (AnadeHuecos(tabla, fecha, false)) {
+            hoja.commit();
+            return;
+        }
+    } catch (const dataset::EDatabaseError &error) {
+        qCWarning(registroHoja, "The sheet could not be written as a whole: %s", error.what());
+    }
+    // Line by line then, so that each one that cannot be added is named; unless whoever was in the way has
+    // built it.
+    if (soloSiFalta && PonRangoDelDia(tabla, fecha))
+        return;
+    QuitaRangoDelDia(tabla);
+    AnadeHuecos(tabla, fecha, true);
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QtCore/QDate>
+#include <QtCore/QString>
+
+#include <memory>
+#include <optional>
+
+class QObject;
+namespace dataset
+{
+class DataSet;
+}
+
+/// A report layout as its engine sees it. Made, previewed and freed within one call of the engine.
+class IInforme
+{
+public:
+    virtual ~IInforme() = default;
+    /// Shows the report and returns when the user has closed it. What the data or the report layer throws
+    /// passes on.
+    virtual void Preview() = 0;
+};
+
+/// Where the multi-notary engines get their report layouts from: the printed sheets in the office, doubles in
+/// tests. The layouts only read the data set, which must outlive them.
+class IInformesAgenda
+{
+public:
+    virtual ~IInformesAgenda() = default;
+    /// TQRAgendaDiaN: the day sheet of a date.
+    /// @param propietario  owner of the layout's windows; may be null.
+    /// @param oficial      only this clerk's lines.
+    [[nodiscard]] virtual std::unique_ptr<IInforme>
+    CreaQRAgendaDiaN(QObject *propietario, QDate fecha, dataset::DataSet &datos,
+                     const std::optional<QString> &oficial) = 0;
+    /// TQRAgendaN: the week that begins on a Monday, from week-report rows.
+    [[nodiscard]] virtual std::unique_ptr<IInforme> CreaQRAgendaN(QObject *propietario, QDate lunes,
+                                                                  dataset::DataSet &semana) = 0;
+};

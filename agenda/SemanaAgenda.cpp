@@ -1,0 +1,169 @@
+#include "agenda/SemanaAgenda.h"
+
+#include "agenda/AgendaNDM.h"
+#include "agenda/Rnumcad.h"
+#include "agenda/Ruttb.h"
+#include "agenda/host/Servicios.h"
+
+#include <QtCore/QLoggingCategory>
+
+#include <algorithm>
+#include <array>
+
+using dataset::DataSet;
+using dataset::MemTable;
+
+namespace
+{
+
+Q_LOGGING_CATEGORY(registroSemana, "agenda.semana")
+
+constexpr int DiasPorMitad = 3;
+constexpr int DiasDeLaSemana = 2 * DiasPorMitad; // Monday to Saturday
+constexpr int AnchoOficial = 16;
+
+/// Fields of a day inside a week-report row, without the digit of its column.
+constexpr std::array<const char *, 5> CamposDelDia = {"HORA", "CONCEPTO", "INTERESADO", "OFICIAL", "SALIDA"};
+
+/// Fills the rows of one week. Lines come by date, so all rows of the first half stand before those of the
+/// second.
+class TLlenador
+{
+public:
+    TLlenador(DataSet &origen, MemTable &semana, QDate lunes)
+        : m_origen(origen)
+        , m_semana(semana)
+        , m_lunes(lunes)
+    {
+    }
+
+    void PonLinea()
+    {
+        const int dia = DiaDe(m_origen.field(u"FECHA").asDate());
+        const int mitad = dia / DiasPorMitad;
+        const int columna = dia % DiasPorMitad + 1;
+        const int linea = ++m_lineas[static_cast<std::size_t>(dia)];
+        PreparaFila(dia, mitad, linea);
+        for (const char *const campo : CamposDelDia) {
+            const QString nombre = QLatin1String(campo);
+            m_semana.field(QString(nombre + u'_' + QString::number(columna)))
+                .setText(m_origen.field(nombre).asText());
+        }
+        m_semana.post();
+    }
+
+private:
+    /// A date outside the week counts as its Monday, deliberately.
+    [[nodiscard]] int DiaDe(QDate fecha) const
+    {
+        const qint64 dia = m_lunes.daysTo(fecha);
+        return fecha.isValid() && dia >= 0 && dia < DiasDeLaSemana ? static_cast<int>(dia) : 0;
+    }
+
+    /// A new row where the day has more lines than the other two of its half; otherwise the one with that
+    /// number.
+    void PreparaFila(int dia, int mitad, int linea)
+    {
+        bool laMayor = true;
+        for (int otro = mitad * DiasPorMitad; otro < (mitad + 1) * DiasPorMitad; ++otro)
+            laMayor = laMayor && (otro == dia || linea > m_lineas[static_cast<std::size_t>(otro)]);
+        if (laMayor) {
+            m_semana.append();
+            m_semana.field(u"SEMISEMANA").setInteger(mitad + 1);
+            return;
+        }
+        const int campo = m_semana.fieldIndex(u"SEMISEMANA");
+        int fila = 0;
+        while (fila < m_semana.rowCount() && m_semana.valueAt(fila, campo).toInt() != mitad + 1)
+            ++fila;
+        m_semana.setCurrentRow(std::min(fila + linea - 1, m_semana.rowCount() - 1));
+        m_semana.edit();
+    }
+
+    DataSet &m_origen;
+    MemTable &m_semana;
+    QDate m_lunes;
+    std::array<int, DiasDeLaSemana> m_lineas{};
+};
+
+/// Does what must be done in every case. @return false when it failed, which is logged.
+bool Intenta(const char *que, const std::function<void()> &trabajo)
+{
+    try {
+        trabajo();
+        return true;
+    } catch (const std::exception &error) {
+        qCWarning(registroSemana, "%s: %s", que, error.what());
+        return false;
+    }
+}
+
+void AbreVacia(MemTable &semana)
+{
+    if (semana.isActive())
+        semana.emptyTable();
+    else
+        semana.create(CamposAgendaSemanal());
+}
+
+} // namespace
+
+QDate LunesDe(QDate fecha)
+{
+    return fecha.addDays(1 - fecha.dayOfWeek());
+}
+
+void LlenaSemana(DataSet &origen, MemTable &semana, QDate lunes, const std::optional<QString> &oficial)
+{
+    TLlenador llenador(origen, semana, lunes);
+    for (origen.first(); !origen.eof(); origen.next()) {
+        if (!oficial || origen.field(u"OFICIAL").asText() == *oficial)
+            llenador.PonLinea();
+    }
+}
+
+void HazInformeSemana(const TMotorDeSemana &motor, QDate fecha, const std::optional<QString> &oficial,
+                      const std::function<void(QDate)> &muestra)
+{
+    const QDate lunes = LunesDe(fecha);
+    const dataset::ControlsGuard sinAvisos(motor.Tabla);
+    const dataset::Bookmark donde = motor.Tabla.bookmark();
+    const auto cierraSemana = [&motor] {
+        if (motor.Semana.isEditing())
+            motor.Semana.cancel();
+        motor.Semana.close();
+    };
+    const auto vuelveAlDia = [&] {
+        motor.CancelaRango();
+        motor.PonRango(fecha);
+        if (motor.Tabla.rowOf(donde) >= 0)
+            motor.Tabla.goToBookmark(donde);
+    };
+    try {
+        motor.CancelaRango();
+        TBRango(motor.Tabla, {{"FECHA", lunes}}, {{"FECHA", lunes.addDays(DiasDeLaSemana - 1)}});
+        AbreVacia(motor.Semana);
+        LlenaSemana(motor.Tabla, motor.Semana, lunes, oficial);
+        muestra(lunes);
+    } catch (...) {
+        // The first failure is the one to be told.
+        Intenta("Closing the week rows", cierraSemana);
+        Intenta("Going back to the day", vuelveAlDia);
+        throw;
+    }
+    cierraSemana();
+    vuelveAlDia();
+}
+
+QString OficialDelInforme(const QString &nombre)
+{
+    return StrLeft(nombre, AnchoOficial).trimmed();
+}
+
+std::optional<QString> PreguntaOficialDelInforme()
+{
+    QString nombre;
+    if (!Servicios().Rut->PreguntaOficial(nombre))
+        return std::nullopt;
+    return OficialDelInforme(nombre);
+}

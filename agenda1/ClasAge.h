@@ -1,0 +1,115 @@
+#pragma once
+
+#include "agenda/AgendaZenDM.h"
+#include "agenda/HojaDia.h"
+#include "agenda1/FusionDia.h"
+#include "agenda1/VistasAgenda.h"
+
+#include <QtCore/QDate>
+#include <QtCore/QHash>
+#include <QtCore/QString>
+
+#include <memory>
+
+/// Notary 1's name in an agenda of one notary.
+inline const QString UnNotario = QStringLiteral("UN_NOTARIO");
+/// Date of the row that holds the settings of the single-table agenda.
+inline const QDate FechaAjustes{1901, 1, 1};
+
+/// What the settings row says.
+struct TAjustesAgenda {
+    QString FNotario1 = UnNotario;
+    QString FNotario2;
+    int FIntervalo = 30; ///< minutes
+    int FHoraInicio = 9; ///< 1 to 23
+    int FHoraFin = 20;   ///< 1 to 23, not before FHoraInicio
+};
+
+/// Engine of the single-table agenda, for one notary, or for two who share an office. With one notary it
+/// works on the lines of AGENDA; with two it works on the day in memory, cdsAgenda2, which is packed and
+/// written back.
+///
+/// Insertar, Modificar, Borrar, Aceptar, Ausente and Salida never throw: a failure is logged and gives false.
+/// Everything else throws dataset::EDatabaseError when the table cannot be read or written.
+class TAgenda
+{
+public:
+    /// @param vistas  not owned; outlives the engine. Null where no window is ever asked for.
+    TAgenda(QDate fecha, IVistasAgenda *vistas);
+    ~TAgenda();
+    TAgenda(const TAgenda &) = delete;
+    TAgenda &operator=(const TAgenda &) = delete;
+
+    /// Shows the agenda of the working day, whose sheet is made after asking. Without a settings row nothing
+    /// happens.
+    void IAgenda(QObject *propietario);
+    /// Shows the settings dialog.
+    void IConfiguracion(QObject *propietario);
+
+    [[nodiscard]] QDate Fecha() const { return FFecha; }
+    [[nodiscard]] const TAjustesAgenda &Ajustes() const { return m_ajustes; }
+    void PonAjustes(const TAjustesAgenda &ajustes) { m_ajustes = ajustes; }
+    [[nodiscard]] bool DosNotarios() const { return m_ajustes.FNotario1 != UnNotario; }
+    [[nodiscard]] dataset::DataSet &Tabla() const { return *FTabla; }
+    [[nodiscard]] dataset::DataSet &Tabla2() const { return m_datos->cdsAgenda2; }
+    /// The table that the window of this mode shows.
+    [[nodiscard]] dataset::DataSet &TablaDeLaVentana() const { return DosNotarios() ? Tabla2() : Tabla(); }
+
+    /// Restricts the table to the working day and shows the window of the mode.
+    void ISelecciona();
+    /// Asks whether the day's sheet is to be made, and makes it in one commit. @return false when declined.
+    bool InsertaDia();
+    /// Move to the nearest later / earlier day with lines; they say so when there is none.
+    /// @return the day then shown, "dd/mm/yyyy".
+    QString BuscarSiguiente();
+    QString BuscarAnterior();
+
+    bool Insertar();
+    bool Modificar();
+    bool Borrar();
+    bool Aceptar();
+    bool Cancelar();
+    /// @param notario  1 or 2 with two notaries; with one it does not matter.
+    bool Ausente(int notario);
+    bool Salida(int notario);
+
+    // ClasAgeConfiguracion.cpp
+    /// Reads the settings row. @return false when there is none.
+    bool SeleccionaConfiguracion();
+    /// Writes the settings row, which must be there: the row found first is taken for it. @return false when
+    /// it could not be written.
+    bool AlmacenaConfiguracion();
+
+    // ClasAgeDosNotarios.cpp
+    /// Loads the working day into cdsAgenda2 anew.
+    void CargarAgenda2();
+    /// The same, but lines that were changed here and not yet written stay, and so does the current line.
+    void RecargaAgenda2();
+    /// Writes cdsAgenda2 as the working day, in one commit. What other workstations have written since it was
+    /// loaded is kept; the user is told of lines that both have touched.
+    void ActualizarDesdeAgenda2();
+
+private:
+    template <class TTrabajo> bool ConGuarda(const char *operacion, TTrabajo &&trabajo);
+    QString VeA(TSentido sentido, const QString &nadaMas);
+    bool PonRango();
+    bool AceptaDosNotarios();
+    bool AusenteDeDos(const QString &notario);
+    bool SalidaDeDos(const QString &notario);
+    [[nodiscard]] TFilasDia DiaEnTabla() const;
+    [[nodiscard]] TFilasDia DiaEnMemoria() const;
+    void PonDiaEnMemoria(const TFilasDia &filas);
+    void EscribeDia(const TFilasDia &filas);
+    void EscribeFila(const TFilaDia &fila);
+    [[nodiscard]] TFilaDia LineaActual() const;
+    void VuelveA(const TFilaDia &linea);
+    static void AvisaChoques(const QStringList &horas);
+
+    IVistasAgenda *m_vistas;
+    std::unique_ptr<TDMAgendaZen> m_datos;
+    dataset::DbfTable *FTabla;
+    QDate FFecha;
+    TAjustesAgenda m_ajustes;
+    TFilasDia m_base;                                        ///< the day as it was loaded into cdsAgenda2
+    QHash<dataset::Bookmark, dataset::Bookmark> m_registros; ///< of cdsAgenda2's lines in AGENDA
+};

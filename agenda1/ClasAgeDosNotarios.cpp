@@ -1,0 +1,304 @@
+// The day of two notaries: unpacked into memory, packed back into AGENDA.
+
+#include "agenda/MotorComun.h"
+#include "agenda/Rnumcad.h"
+#include "agenda/Ruttb.h"
+#include "agenda1/ClasAge.h"
+#include "dataset/DatabaseError.h"
+
+#include <algorithm>
+
+using dataset::Bookmark;
+using dataset::DataSet;
+
+namespace
+{
+
+constexpr int AnchoInteresado = 50;
+constexpr int AnchoOficial = 8;
+constexpr int AnchoConcepto = 30;
+constexpr int HuecoConcepto = 15; ///< blanks between the two subjects
+
+const std::array<QString, NumCamposDia> Campos2 = {
+    QStringLiteral("HORA"),      QStringLiteral("INTERESADO1"), QStringLiteral("OFICIAL1"),
+    QStringLiteral("CONCEPTO1"), QStringLiteral("INTERESADO2"), QStringLiteral("OFICIAL2"),
+    QStringLiteral("CONCEPTO2"), QStringLiteral("SALIDA")};
+
+/// Half of a packed text, without the blanks that only fill it up.
+QString Mitad(const QString &campo, int ancho, int todo, bool primera)
+{
+    const QString entero = Espacios(campo, todo);
+    QString mitad = primera ? StrLeft(entero, ancho) : StrRight(entero, ancho);
+    while (mitad.endsWith(u' '))
+        mitad.chop(1);
+    return mitad;
+}
+
+TFilaDia Desempaqueta(DataSet &tabla)
+{
+    TFilaDia fila{tabla.bookmark(), {}};
+    const QString interesado = tabla.field(u"INTERESADO").asText();
+    const QString oficial = tabla.field(u"OFICIAL").asText();
+    const QString concepto = tabla.field(u"CONCEPTO").asText();
+    constexpr int TodoConcepto = 2 * AnchoConcepto + HuecoConcepto;
+    fila.Valores[DiaHora] = tabla.field(u"HORA").asText();
+    fila.Valores[DiaInteresado1] = Mitad(interesado, AnchoInteresado, 2 * AnchoInteresado, true);
+    fila.Valores[DiaOficial1] = Mitad(oficial, AnchoOficial, 2 * AnchoOficial, true);
+    fila.Valores[DiaConcepto1] = Mitad(concepto, AnchoConcepto, TodoConcepto, true);
+    fila.Valores[DiaInteresado2] = Mitad(interesado, AnchoInteresado, 2 * AnchoInteresado, false);
+    fila.Valores[DiaOficial2] = Mitad(oficial, AnchoOficial, 2 * AnchoOficial, false);
+    fila.Valores[DiaConcepto2] = Mitad(concepto, AnchoConcepto, TodoConcepto, false);
+    fila.Valores[DiaSalida] = tabla.field(u"SALIDA").asText();
+    return fila;
+}
+
+TFilaDia FilaActual2(DataSet &tabla2)
+{
+    TFilaDia fila;
+    for (std::size_t campo = 0; campo < Campos2.size(); ++campo)
+        fila.Valores[campo] = tabla2.field(Campos2[campo]).asText();
+    return fila;
+}
+
+/// Writes a line's values, packed, into the record being edited or inserted.
+void Empaqueta(const TFilaDia &fila, QDate fecha, DataSet &tabla)
+{
+    const auto &valor = fila.Valores;
+    tabla.field(u"FECHA").setDate(fecha);
+    tabla.field(u"HORA").setText(valor[DiaHora]);
+    tabla.field(u"INTERESADO")
+        .setText(Espacios(valor[DiaInteresado1], AnchoInteresado) +
+                 Espacios(valor[DiaInteresado2], AnchoInteresado));
+    tabla.field(u"OFICIAL")
+        .setText(Espacios(valor[DiaOficial1], AnchoOficial) + Espacios(valor[DiaOficial2], AnchoOficial));
+    tabla.field(u"CONCEPTO")
+        .setText(Espacios(valor[DiaConcepto1], AnchoConcepto) + QString(HuecoConcepto, u' ') +
+                 Espacios(valor[DiaConcepto2], AnchoConcepto));
+    tabla.field(u"SALIDA").setText(valor[DiaSalida]);
+}
+
+} // namespace
+
+TFilasDia TAgenda::DiaEnTabla() const
+{
+    const dataset::ControlsGuard sinAvisos(*FTabla);
+    FTabla->refresh();
+    TFilasDia filas;
+    for (FTabla->first(); !FTabla->eof(); FTabla->next())
+        filas.push_back(Desempaqueta(*FTabla));
+    return filas;
+}
+
+TFilasDia TAgenda::DiaEnMemoria() const
+{
+    DataSet &tabla2 = Tabla2();
+    TFilasDia filas;
+    for (int fila = 0; fila < tabla2.rowCount(); ++fila) {
+        TFilaDia una{m_registros.value(tabla2.bookmarkAt(fila)), {}};
+        for (std::size_t campo = 0; campo < Campos2.size(); ++campo)
+            una.Valores[campo] = tabla2.textAt(fila, tabla2.fieldIndex(Campos2[campo]));
+        filas.push_back(una);
+    }
+    return filas;
+}
+
+void TAgenda::PonDiaEnMemoria(const TFilasDia &filas)
+{
+    dataset::MemTable &tabla2 = m_datos->cdsAgenda2;
+    const dataset::ControlsGuard sinAvisos(tabla2);
+    CancelaSinPreguntar(tabla2);
+    tabla2.close();
+    tabla2.create(CamposAgenda2());
+    m_registros.clear();
+    for (const TFilaDia &fila : filas) {
+        tabla2.append();
+        tabla2.field(u"FECHA").setDate(FFecha);
+        for (std::size_t campo = 0; campo < Campos2.size(); ++campo)
+            tabla2.field(Campos2[campo]).setText(fila.Valores[campo]);
+        tabla2.post();
+        m_registros.insert(tabla2.bookmark(), fila.Registro);
+    }
+    tabla2.first();
+}
+
+void TAgenda::CargarAgenda2()
+{
+    m_base = DiaEnTabla();
+    PonDiaEnMemoria(m_base);
+}
+
+void TAgenda::RecargaAgenda2()
+{
+    DataSet &tabla2 = Tabla2();
+    const dataset::ControlsGuard sinAvisos(tabla2);
+    const TFilaDia donde = LineaActual();
+    TFilasDia suyas = DiaEnTabla();
+    const TFusionDia fusion = FundeDia(m_base, DiaEnMemoria(), suyas);
+    m_base = std::move(suyas);
+    PonDiaEnMemoria(fusion.Filas);
+    VuelveA(donde);
+    AvisaChoques(fusion.Choques);
+}
+
+TFilaDia TAgenda::LineaActual() const
+{
+    TFilaDia fila = FilaActual2(Tabla2());
+    fila.Registro = m_registros.value(Tabla2().bookmark());
+    return fila;
+}
+
+/// Goes to a line by what is left of it: its record, or else its values, or else its hour.
+void TAgenda::VuelveA(const TFilaDia &linea)
+{
+    const TFilasDia filas = DiaEnMemoria();
+    const auto busca = [&filas](const auto &es) { return std::find_if(filas.begin(), filas.end(), es); };
+    auto sitio = linea.Registro == 0
+                     ? filas.end()
+                     : busca([&linea](const TFilaDia &una) { return una.Registro == linea.Registro; });
+    if (sitio == filas.end())
+        sitio = busca([&linea](const TFilaDia &una) { return una.Valores == linea.Valores; });
+    if (sitio == filas.end())
+        sitio =
+            busca([&linea](const TFilaDia &una) { return una.Valores[DiaHora] >= linea.Valores[DiaHora]; });
+    if (sitio != filas.end())
+        Tabla2().setCurrentRow(static_cast<int>(sitio - filas.begin()));
+}
+
+void TAgenda::AvisaChoques(const QStringList &horas)
+{
+    if (!horas.isEmpty())
+        AvisaMotor(QStringLiteral("Otro puesto ha cambiado a la vez la cita de las %1")
+                       .arg(horas.join(QStringLiteral(", "))),
+                   QStringLiteral("Se han conservado las dos anotaciones. Revíselas."), TituloAtencionPuntos);
+}
+
+bool TAgenda::AceptaDosNotarios()
+{
+    DataSet &tabla2 = Tabla2();
+    if (!tabla2.isModified()) {
+        tabla2.cancel();
+        return true;
+    }
+    tabla2.post();
+    TFilaDia mia = FilaActual2(tabla2);
+    const dataset::ControlsGuard sinAvisos(*FTabla);
+    const dataset::PendingEditGuard sinResto(*FTabla);
+    const bool esta =
+        TBBusca(*FTabla, {{"FECHA", tabla2.field(u"FECHA").asDate()}, {"HORA", mia.Valores[DiaHora]}}, true);
+    QStringList choques;
+    if (esta) {
+        FTabla->edit();
+        TFilaDia suya = Desempaqueta(*FTabla);
+        const auto antes = std::find_if(m_base.begin(), m_base.end(), [&suya](const TFilaDia &una) {
+            return una.Registro == suya.Registro;
+        });
+        if (antes != m_base.end() && m_registros.value(tabla2.bookmark()) == suya.Registro) {
+            mia.Registro = suya.Registro;
+            const TFusionDia fusion = FundeDia({*antes}, {mia}, {suya});
+            choques = fusion.Choques;
+            mia = fusion.Filas.back();
+            if (!choques.isEmpty()) { // theirs stays; this one becomes a line of its own
+                FTabla->cancel();
+                FTabla->append();
+            }
+        }
+    } else {
+        FTabla->append();
+    }
+    Empaqueta(mia, FFecha, *FTabla);
+    TBPost(*FTabla);
+    mia.Registro = FTabla->bookmark();
+    m_registros.insert(tabla2.bookmark(), mia.Registro);
+    std::erase_if(m_base, [&mia](const TFilaDia &una) { return una.Registro == mia.Registro; });
+    m_base.push_back(mia);
+    AvisaChoques(choques);
+    return true;
+}
+
+/// Writes a line over its record, or as a new one. Nothing is written where nothing differs.
+void TAgenda::EscribeFila(const TFilaDia &fila)
+{
+    if (fila.Registro == 0) {
+        FTabla->append();
+    } else {
+        FTabla->goToBookmark(fila.Registro);
+        if (Desempaqueta(*FTabla).Valores == fila.Valores && FTabla->field(u"FECHA").asDate() == FFecha)
+            return;
+        FTabla->edit();
+    }
+    Empaqueta(fila, FFecha, *FTabla);
+    TBPost(*FTabla);
+}
+
+void TAgenda::EscribeDia(const TFilasDia &filas)
+{
+    std::vector<Bookmark> sobran;
+    for (const TFilaDia &una : DiaEnTabla())
+        sobran.push_back(una.Registro);
+    QHash<QString, Bookmark> ultimo; // record last used at an hour
+    TFilasDia escritas = filas;
+    for (TFilaDia &fila : escritas) {
+        // Lines of one hour stand in the order of their records: one that would come too early gets a new
+        // one.
+        Bookmark &anterior = ultimo[fila.Valores[DiaHora]];
+        if (fila.Registro < anterior || anterior == ~Bookmark{0})
+            fila.Registro = 0;
+        anterior = fila.Registro == 0 ? ~Bookmark{0} : fila.Registro;
+        std::erase(sobran, fila.Registro);
+    }
+    for (const Bookmark registro : sobran) {
+        if (FTabla->goToBookmark(registro))
+            TBDelete(*FTabla);
+    }
+    for (const TFilaDia &fila : escritas)
+        EscribeFila(fila);
+}
+
+void TAgenda::ActualizarDesdeAgenda2()
+{
+    DataSet &tabla2 = Tabla2();
+    const dataset::ControlsGuard sinAvisos2(tabla2);
+    const dataset::ControlsGuard sinAvisos(*FTabla);
+    const TFilaDia donde = LineaActual();
+    QStringList choques;
+    {
+        // Another workstation, a killed process or a full disk sees the old day or the new one, never a part.
+        const dataset::PendingEditGuard sinResto(*FTabla);
+        dataset::CommitGroup dia(*FTabla);
+        const TFusionDia fusion = FundeDia(m_base, DiaEnMemoria(), DiaEnTabla());
+        EscribeDia(fusion.Filas);
+        dia.commit();
+        choques = fusion.Choques;
+    }
+    PonRango();
+    CargarAgenda2();
+    VuelveA(donde);
+    AvisaChoques(choques);
+}
+
+bool TAgenda::AusenteDeDos(const QString &notario)
+{
+    DataSet &tabla2 = Tabla2();
+    const QString interesado = QStringLiteral("INTERESADO") + notario;
+    const dataset::ControlsGuard sinAvisos(tabla2);
+    PorCadaLinea(tabla2, [&] {
+        tabla2.edit();
+        const bool quita = tabla2.field(u"SALIDA").asText() == notario;
+        tabla2.field(interesado).setText(quita ? QString() : QStringLiteral("AUSENCIA"));
+        tabla2.field(u"SALIDA").setText(quita ? QStringLiteral("0") : notario);
+        tabla2.post();
+    });
+    return true;
+}
+
+bool TAgenda::SalidaDeDos(const QString &notario)
+{
+    DataSet &tabla2 = Tabla2();
+    tabla2.edit();
+    const bool quita = tabla2.field(u"SALIDA").asText() == notario;
+    tabla2.field(QStringLiteral("INTERESADO") + notario)
+        .setText(quita ? QString() : QStringLiteral("Salida"));
+    tabla2.field(u"SALIDA").setText(quita ? QStringLiteral("0") : notario);
+    tabla2.post();
+    return true;
+}

@@ -1,0 +1,194 @@
+// The copy buffer: lines are copied one by one and pasted onto a day, at their own hours or shifted.
+
+#include "agenda/Rnumcad.h"
+#include "agenda/Ruttb.h"
+#include "agenda3p/Agenda3P.h"
+#include "dataset/DatabaseError.h"
+
+#include <QtCore/QLoggingCategory>
+
+#include <optional>
+#include <utility>
+#include <vector>
+
+using dataset::DataSet;
+
+namespace
+{
+
+Q_LOGGING_CATEGORY(registroCopia, "agenda.copia")
+
+constexpr int MinutosPorHora = 60;
+
+/// Minutes since midnight of a time text; nothing when it holds no ":".
+std::optional<int> MinutosDe(const QString &hora)
+{
+    const qsizetype puntos = hora.indexOf(u':');
+    if (puntos < 0)
+        return {};
+    return Cad_Int(hora.left(puntos)) * MinutosPorHora + Cad_Int(hora.mid(puntos + 1));
+}
+
+QString HoraDe(int minutos)
+{
+    return StrCeros(minutos / MinutosPorHora, 2) + u':' + StrCeros(minutos % MinutosPorHora, 2);
+}
+
+/// The six fields that travel, in the order in which they are written.
+void CopiaCampos(DataSet &de, DataSet &a)
+{
+    for (const QStringView campo : {u"CONCEPTO", u"INTERESADO"})
+        a.field(campo).setText(de.field(campo).asText());
+    a.field(u"CODCLIENTE").setInteger(de.field(u"CODCLIENTE").asInteger());
+    for (const QStringView campo : {u"OFICIAL", u"SALIDA", u"AVISO"})
+        a.field(campo).setText(de.field(campo).asText());
+}
+
+} // namespace
+
+/// Where every table stands, for going back after a paste; meanwhile the current one shows the whole table
+/// and none tells its watchers anything. A table on which a change was left pending stays on it.
+class TAgenda3P::TSitio
+{
+public:
+    explicit TSitio(TAgenda3P &motor)
+        : m_motor(motor)
+        , m_dia(motor.DiaMostrado())
+        , m_conRango(HayRangoDelDia(motor.TablaActual()) || motor.TablaActual().hasRange())
+    {
+        for (DataSet *const tabla : motor.m_tablas) {
+            if (!tabla)
+                continue;
+            tabla->disableControls();
+            m_lineas.emplace_back(tabla, tabla->bookmark());
+        }
+        if (m_conRango)
+            QuitaRangoDelDia(motor.TablaActual());
+    }
+    ~TSitio()
+    {
+        for (const auto &[tabla, linea] : m_lineas) {
+            try {
+                if (!tabla->isEditing()) {
+                    if (m_conRango && tabla == m_motor.m_tablaActual)
+                        PonRangoDelDia(*tabla, m_dia);
+                    if (linea != 0)
+                        tabla->goToBookmark(linea);
+                }
+            } catch (const std::exception &error) {
+                qCWarning(registroCopia, "The day shown before could not be put back: %s", error.what());
+            }
+            tabla->enableControls();
+        }
+    }
+    TSitio(const TSitio &) = delete;
+    TSitio &operator=(const TSitio &) = delete;
+
+private:
+    TAgenda3P &m_motor;
+    QDate m_dia;
+    bool m_conRango;
+    std::vector<std::pair<DataSet *, dataset::Bookmark>> m_lineas;
+};
+
+void TAgenda3P::PreparaBuffer()
+{
+    if (!m_buffer)
+        m_buffer = std::make_unique<dataset::MemTable>();
+    if (m_buffer->isActive())
+        return;
+    QList<dataset::FieldInfo> campos;
+    for (int campo = 0; campo < TablaActual().fieldCount(); ++campo)
+        campos << TablaActual().fieldInfo(campo);
+    m_buffer->create(campos);
+}
+
+void TAgenda3P::Copiar()
+{
+    PreparaBuffer();
+    const dataset::PendingEditGuard sinResto(*m_buffer);
+    m_buffer->append();
+    CopiaCampos(TablaActual(), *m_buffer);
+    m_buffer->field(u"HORA").setText(TablaActual().field(u"HORA").asText());
+    m_buffer->field(u"FECHA").setDate(TablaActual().field(u"FECHA").asDate());
+    m_buffer->post();
+}
+
+/// The buffered row into the line of a date and hour, which is added where it is missing.
+void TAgenda3P::PegaFila(QDate fecha, const QString &hora)
+{
+    if (!BuscarPorFecha(fecha, hora, true) && !AnadeEnTodas(fecha, hora).Actual)
+        return;
+    if (!Modificar())
+        return;
+    CopiaCampos(*m_buffer, TablaActual());
+    TBPost(TablaActual());
+}
+
+void TAgenda3P::PegaDesplazado(QDate fecha, int minutos, bool desplaza)
+{
+    const TSitio vuelve(*this);
+    try {
+        for (m_buffer->first(); !m_buffer->eof(); m_buffer->next()) {
+            const QString hora = m_buffer->field(u"HORA").asText();
+            PegaFila(fecha, desplaza ? HoraDe(MinutosDe(hora).value_or(0) + minutos) : hora);
+        }
+    } catch (const std::exception &error) {
+        // Deliberate: what is pending on the line being pasted stays as it is.
+        qCWarning(registroCopia, "The paste has ended early: %s", error.what());
+        CancelaSinPreguntar(*m_buffer);
+    }
+}
+
+void TAgenda3P::Pegar(QDate fecha)
+{
+    PreparaBuffer();
+    if (!m_buffer->isEmpty())
+        PegaDesplazado(fecha, 0, false);
+}
+
+void TAgenda3P::PegarHora(QDate fecha, const QString &hora)
+{
+    PreparaBuffer();
+    if (m_buffer->isEmpty())
+        return;
+    const std::optional<int> destino = MinutosDe(hora);
+    m_buffer->first();
+    const std::optional<int> primera = MinutosDe(m_buffer->field(u"HORA").asText());
+    if (destino && primera)
+        PegaDesplazado(fecha, *destino - *primera, true);
+}
+
+void TAgenda3P::Limpiar(bool preguntar)
+{
+    DataSet &tabla = TablaActual();
+    try {
+        if (tabla.isEmpty()) {
+            AvisaMotor(QStringLiteral("No hay citas para ese día introducidas que limpiar"),
+                       QStringLiteral("Inserte primero una."), TituloAtencion);
+            return;
+        }
+        if (preguntar &&
+            !PreguntaMotor(QStringLiteral("¿Desea limpiar la cita de las %1 de la base de datos?")
+                               .arg(tabla.field(u"HORA").asText()),
+                           TituloAtencion))
+            return;
+        tabla.edit();
+        for (const QStringView campo : {u"INTERESADO", u"CONCEPTO", u"OFICIAL", u"SALIDA"})
+            tabla.field(campo).clear();
+        TBPost(tabla);
+    } catch (const std::exception &error) {
+        qCWarning(registroCopia, "Limpiar: %s", error.what());
+        CancelaSinPreguntar(tabla);
+    }
+}
+
+void TAgenda3P::LimpiarBufferDeCopia()
+{
+    m_buffer.reset();
+}
+
+bool TAgenda3P::HayDatosEnPortapapeles() const
+{
+    return m_buffer && m_buffer->isActive() && !m_buffer->isEmpty();
+}

@@ -1,0 +1,446 @@
+#include "agendan/ConfAgendaN.h"
+
+#include "agenda/Rnumcad.h"
+#include "agenda/Rvarias.h"
+#include "agenda/host/Servicios.h"
+
+#include <QtGui/QKeyEvent>
+#include <QtGui/QPainter>
+#include <QtGui/QValidator>
+#include <QtGui/QWindow>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QCheckBox>
+#include <QtWidgets/QColorDialog>
+#include <QtWidgets/QComboBox>
+#include <QtWidgets/QDialogButtonBox>
+#include <QtWidgets/QGroupBox>
+#include <QtWidgets/QHBoxLayout>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QStyleOption>
+#include <QtWidgets/QVBoxLayout>
+
+namespace
+{
+
+constexpr QSize AreaDelDialogo{324, 313};
+constexpr QSize TamanyoBoton{88, 28};
+constexpr QSize TamanyoPanel{47, 17};
+constexpr int AnchoMinutos = 33;
+constexpr QMargins MargenesDeGrupo{5, 1, 5, 1};
+constexpr int HorasDeLaLista = 23;
+constexpr TColor RojoClaro = 0x00C6C6FF;
+
+/// Takes digits that make a number which the settings can hold; whatever would not is not taken in.
+class TSoloCifras : public QValidator
+{
+public:
+    using QValidator::QValidator;
+    State validate(QString &texto, int & /*posicion*/) const override
+    {
+        bool cabe = false;
+        static_cast<void>(texto.toInt(&cabe));
+        if (texto.isEmpty())
+            return Intermediate;
+        return EsUnNumero(texto) && cabe ? Acceptable : Invalid;
+    }
+};
+
+/// Spanish also where Qt's translation is not installed.
+void PonRotulos(QColorDialog &dialogo)
+{
+    dialogo.setWindowTitle(QStringLiteral("Color de una salida"));
+    if (const auto *const botones = dialogo.findChild<QDialogButtonBox *>()) {
+        if (QPushButton *const aceptar = botones->button(QDialogButtonBox::Ok))
+            aceptar->setText(QStringLiteral("&Aceptar"));
+        if (QPushButton *const cancelar = botones->button(QDialogButtonBox::Cancel))
+            cancelar->setText(QStringLiteral("&Cancelar"));
+    }
+}
+
+/// A menu, a list or another window takes the focus for a while only: the control is not being left.
+bool EsDeIdaYVuelta(const QEvent &evento)
+{
+    const Qt::FocusReason razon = static_cast<const QFocusEvent &>(evento).reason();
+    return razon == Qt::PopupFocusReason || razon == Qt::ActiveWindowFocusReason ||
+           razon == Qt::MenuBarFocusReason;
+}
+
+} // namespace
+
+// The colour panel
+
+TPanelColor::TPanelColor(QWidget *padre)
+    : QAbstractButton(padre)
+{
+    setFocusPolicy(Qt::StrongFocus);
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    setCursor(Qt::PointingHandCursor);
+}
+
+void TPanelColor::PonColor(TColor color)
+{
+    m_color = color;
+    setAccessibleDescription(ColorATexto(color));
+    update();
+}
+
+QColor TPanelColor::Visible() const
+{
+    constexpr TColor DelEscritorio = 0x80000000;
+    // Of the desktop's colours only the two that the house itself uses have a counterpart of their own.
+    if (m_color & DelEscritorio)
+        return palette().color(m_color == clBtnText ? QPalette::ButtonText : QPalette::Button);
+    return {Rojo(m_color), Verde(m_color), Azul(m_color)};
+}
+
+QSize TPanelColor::sizeHint() const
+{
+    return TamanyoPanel.expandedTo({fontMetrics().height() * 3, fontMetrics().height() + 2});
+}
+
+void TPanelColor::paintEvent(QPaintEvent * /*evento*/)
+{
+    QPainter pintor(this);
+    pintor.setPen(palette().color(hasFocus() ? QPalette::Highlight : QPalette::Mid));
+    pintor.setBrush(Visible());
+    pintor.drawRect(rect().adjusted(0, 0, -1, -1));
+    if (!hasFocus())
+        return;
+    // Two rings, one of them always in contrast with the colour.
+    pintor.drawRect(rect().adjusted(1, 1, -2, -2));
+    pintor.setPen(QPen(Visible().lightness() > 127 ? Qt::black : Qt::white, 1, Qt::DotLine));
+    pintor.drawRect(rect().adjusted(3, 3, -4, -4));
+}
+
+// Putting the dialog together
+
+TFConfAgendaN::TFConfAgendaN(QWidget *propietario)
+    : QDialog(propietario ? propietario->window() : nullptr)
+{
+    setObjectName(QStringLiteral("FConfAgendaN"));
+    setWindowTitle(QStringLiteral("Configuracion de la Agenda"));
+    setWindowModality(Qt::ApplicationModal);
+    auto *const orden = new QVBoxLayout(this);
+    orden->setContentsMargins(6, 4, 6, 6);
+    orden->setSpacing(0);
+    orden->addWidget(CreaIntervaloDelDia());
+    orden->addWidget(CreaMinutos(QStringLiteral(" Intevalos entre las citas de creación automatica"),
+                                 QStringLiteral("Minutos que pasan entre una linea y otra [1..60]"),
+                                 "eIntervaloHoras", eIntervaloHoras));
+    orden->addWidget(CreaMinutos(QStringLiteral(" Incremento de minutos en las nuevas citas "),
+                                 QStringLiteral("Minutos en los que se incrementa [1..60]"), "EIncrementoMin",
+                                 EIncrementoMin));
+    orden->addWidget(CreaColor());
+    BAceptar = CreaBoton("BAceptar", QStringLiteral("&Aceptar"));
+    BCancelar = CreaBoton("BCancelar", QStringLiteral("&Cancelar"));
+    connect(BAceptar, &QPushButton::clicked, this, &TFConfAgendaN::BAceptarClick);
+    connect(BCancelar, &QPushButton::clicked, this, &TFConfAgendaN::BCancelarClick);
+    orden->addWidget(CreaSincronizar());
+    orden->addStretch();
+    auto *const botones = new QHBoxLayout;
+    botones->setContentsMargins(0, 5, 0, 0);
+    botones->setSpacing(6);
+    botones->addStretch();
+    botones->addWidget(BAceptar);
+    botones->addWidget(BCancelar);
+    orden->addLayout(botones);
+
+    QWidget *const enOrden[] = {cbHoraComienzo,     cbHoraFin, eIntervaloHoras, EIncrementoMin,
+                                pColorAgendaSalida, BAceptar,  BCancelar,       CBSincronizarDia};
+    for (std::size_t i = 1; i < std::size(enOrden); ++i)
+        setTabOrder(enOrden[i - 1], enOrden[i]);
+    for (QWidget *const control :
+         std::initializer_list<QWidget *>{cbHoraComienzo, cbHoraFin, eIntervaloHoras, EIncrementoMin})
+        control->installEventFilter(this);
+    cbHoraComienzo->setFocus();
+}
+
+QComboBox *TFConfAgendaN::CreaHoras(const char *nombre, const QString &rotulo, int indice)
+{
+    auto *const horas = new QComboBox(this);
+    horas->setObjectName(QLatin1String(nombre));
+    horas->setAccessibleName(rotulo);
+    for (int hora = 1; hora <= HorasDeLaLista; ++hora)
+        horas->addItem(StrCeros(hora, 2));
+    horas->setCurrentIndex(indice);
+    return horas;
+}
+
+QGroupBox *TFConfAgendaN::CreaIntervaloDelDia()
+{
+    auto *const grupo = new QGroupBox(QStringLiteral(" Intervalo del día "), this);
+    const QString comienzo = QStringLiteral("Hora comienzo [1..23]");
+    const QString fin = QStringLiteral("Hora fin [1..23]");
+    cbHoraComienzo = CreaHoras("cbHoraComienzo", comienzo, 0);
+    cbHoraFin = CreaHoras("cbHoraFin", fin, HorasDeLaLista - 1);
+    auto *const fila = new QHBoxLayout(grupo);
+    fila->setContentsMargins(MargenesDeGrupo);
+    fila->setSpacing(3);
+    fila->addWidget(new QLabel(comienzo, grupo));
+    fila->addWidget(cbHoraComienzo);
+    fila->addStretch();
+    fila->addWidget(new QLabel(fin, grupo));
+    fila->addWidget(cbHoraFin);
+    return grupo;
+}
+
+QGroupBox *TFConfAgendaN::CreaMinutos(const QString &titulo, const QString &rotulo, const char *nombre,
+                                      QLineEdit *&edicion)
+{
+    auto *const grupo = new QGroupBox(titulo, this);
+    edicion = new QLineEdit(grupo);
+    edicion->setObjectName(QLatin1String(nombre));
+    edicion->setAccessibleName(rotulo);
+    edicion->setValidator(new TSoloCifras(edicion));
+    edicion->setAttribute(Qt::WA_InputMethodEnabled, false);
+    edicion->setContextMenuPolicy(Qt::NoContextMenu); // Qt's own menu, which may speak English
+    edicion->setFixedWidth(qMax(AnchoMinutos, fontMetrics().horizontalAdvance(QStringLiteral("000")) + 14));
+    auto *const fila = new QHBoxLayout(grupo);
+    fila->setContentsMargins(MargenesDeGrupo);
+    fila->addWidget(new QLabel(rotulo, grupo));
+    fila->addWidget(edicion);
+    fila->addStretch();
+    return grupo;
+}
+
+QGroupBox *TFConfAgendaN::CreaColor()
+{
+    auto *const grupo = new QGroupBox(QStringLiteral("Color que se usará para identificar una salida"), this);
+    pColorAgendaSalida = new TPanelColor(grupo);
+    pColorAgendaSalida->setObjectName(QStringLiteral("pColorAgendaSalida"));
+    pColorAgendaSalida->setAccessibleName(grupo->title());
+    pColorAgendaSalida->PonColor(RojoClaro);
+    connect(pColorAgendaSalida, &TPanelColor::clicked, this, &TFConfAgendaN::pColorAgendaSalidaClick);
+    auto *const columna = new QVBoxLayout(grupo);
+    columna->setContentsMargins(MargenesDeGrupo);
+    columna->setSpacing(0);
+    auto *const fila = new QHBoxLayout;
+    fila->setSpacing(6);
+    fila->addWidget(new QLabel(QStringLiteral("Casillas de selección y verificación:"), grupo));
+    fila->addWidget(pColorAgendaSalida);
+    fila->addStretch();
+    columna->addLayout(fila);
+    columna->addWidget(CreaNota(QStringLiteral("(Pulse sobre el color para cambiarlo)")));
+    return grupo;
+}
+
+QGroupBox *TFConfAgendaN::CreaSincronizar()
+{
+    gbSincronizar = new QGroupBox(QStringLiteral("Sincronizar &día"), this);
+    gbSincronizar->setObjectName(QStringLiteral("gbSincronizar"));
+    CBSincronizarDia =
+        new QCheckBox(QStringLiteral("Agendas de los notarios sincronizadas por días"), gbSincronizar);
+    CBSincronizarDia->setObjectName(QStringLiteral("CBSincronizarDia"));
+    QLabel *const nota = CreaNota(QStringLiteral(
+        "(Si esta marcada, cada una de las agendas de cada notario estará situada en la misma fecha)"));
+    CBSincronizarDia->setAccessibleDescription(nota->text());
+    auto *const columna = new QVBoxLayout(gbSincronizar);
+    columna->setContentsMargins(MargenesDeGrupo);
+    columna->setSpacing(0);
+    columna->addWidget(CBSincronizarDia);
+    columna->addWidget(nota);
+    return gbSincronizar;
+}
+
+QPushButton *TFConfAgendaN::CreaBoton(const char *nombre, const QString &titulo)
+{
+    auto *const boton = new QPushButton(titulo, this);
+    boton->setObjectName(QLatin1String(nombre));
+    boton->setMinimumSize(TamanyoBoton);
+    boton->setAutoDefault(false); // Enter never presses a button here, so none may look as if it did
+    return boton;
+}
+
+QLabel *TFConfAgendaN::CreaNota(const QString &texto)
+{
+    auto *const nota = new QLabel(texto, this);
+    QFont cursiva = nota->font();
+    cursiva.setItalic(true);
+    nota->setFont(cursiva);
+    nota->setWordWrap(true);
+    return nota;
+}
+
+void TFConfAgendaN::PonAjustes(const TAjustesEnPantalla &ajustes)
+{
+    pColorAgendaSalida->PonColor(ajustes.ColorSalida);
+    cbHoraComienzo->setCurrentIndex(ajustes.IndiceHoraComienzo);
+    cbHoraFin->setCurrentIndex(ajustes.IndiceHoraFin);
+    eIntervaloHoras->setText(ajustes.IntervaloHoras);
+    EIncrementoMin->setText(ajustes.IncrementoMin);
+    CBSincronizarDia->setChecked(ajustes.SincronizarDia);
+    gbSincronizar->setVisible(ajustes.SincronizarVisible);
+}
+
+TAjustesEnPantalla TFConfAgendaN::Ajustes() const
+{
+    return {pColorAgendaSalida->Color(),     cbHoraComienzo->currentIndex(), cbHoraFin->currentIndex(),
+            eIntervaloHoras->text(),         EIncrementoMin->text(),         CBSincronizarDia->isChecked(),
+            gbSincronizar->isVisibleTo(this)};
+}
+
+void TFConfAgendaN::showEvent(QShowEvent *evento)
+{
+    // Before the base class centres it. The notes wrap, so the height follows from the width.
+    const int ancho = qMax(AreaDelDialogo.width(), layout()->sizeHint().width());
+    setFixedSize(ancho, qMax(AreaDelDialogo.height(), layout()->totalHeightForWidth(ancho)));
+    QDialog::showEvent(evento);
+    windowHandle()->removeEventFilter(this);
+    windowHandle()->installEventFilter(this);
+}
+
+// Keys and focus
+
+bool TFConfAgendaN::eventFilter(QObject *objeto, QEvent *evento)
+{
+    const bool tecla = evento->type() == QEvent::KeyPress;
+    if (objeto == windowHandle())
+        return tecla && !QApplication::activePopupWidget() && QApplication::activeModalWidget() == this &&
+               FormKeyDown(static_cast<QKeyEvent *>(evento)->key());
+    auto *const control = qobject_cast<QWidget *>(objeto);
+    if (!control)
+        return QDialog::eventFilter(objeto, evento);
+    if (tecla && EsDeMinutos(control))
+        return !eIntervaloHorasKeyPress(*static_cast<QKeyEvent *>(evento));
+    if (evento->type() == QEvent::FocusIn) {
+        TomaFoco(*control);
+    } else if (evento->type() == QEvent::FocusOut && !EsDeIdaYVuelta(*evento)) {
+        if (EsDeMinutos(control))
+            eIntervaloHorasExit(*static_cast<QLineEdit *>(control));
+        else
+            DejaFoco(*control);
+    }
+    return QDialog::eventFilter(objeto, evento);
+}
+
+bool TFConfAgendaN::FormKeyDown(int tecla)
+{
+    switch (tecla) {
+    case Qt::Key_Enter:
+    case Qt::Key_Return:
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                focusNextChild();
+                EnsenyaFoco();
+            },
+            Qt::QueuedConnection);
+        return true;
+    case Qt::Key_Escape:
+        BCancelar->click();
+        return true;
+    default:
+        return false;
+    }
+}
+
+void TFConfAgendaN::EnsenyaFoco()
+{
+    // Styles draw the focus of buttons only when it has come with Tab.
+    setAttribute(Qt::WA_KeyboardFocusChange);
+    focusWidget()->update();
+}
+
+void TFConfAgendaN::TomaFoco(QWidget &control)
+{
+    Servicios().Rvarias->TomaFocoControl(control);
+}
+
+void TFConfAgendaN::DejaFoco(QWidget &control)
+{
+    Servicios().Rvarias->DejaFocoControl(control);
+}
+
+bool TFConfAgendaN::EsDeMinutos(const QObject *objeto) const
+{
+    return objeto == eIntervaloHoras || objeto == EIncrementoMin;
+}
+
+bool TFConfAgendaN::eIntervaloHorasKeyPress(const QKeyEvent &tecla)
+{
+    // Keys that move or delete are no characters, although Qt gives some of them one.
+    if (tecla.key() == Qt::Key_Delete || tecla.key() == Qt::Key_Tab || tecla.key() == Qt::Key_Backtab)
+        return true;
+    // Deliberate: Backspace and Ctrl with a letter arrive as control characters and are discarded as well.
+    if ((tecla.modifiers() & Qt::ControlModifier) && tecla.key() >= Qt::Key_A && tecla.key() <= Qt::Key_Z)
+        return false;
+    return tecla.key() != Qt::Key_Backspace && (tecla.text().isEmpty() || EsUnNumero(tecla.text()));
+}
+
+void TFConfAgendaN::eIntervaloHorasExit(QLineEdit &edicion)
+{
+    if (m_sinNumero || EsUnNumero(edicion.text())) {
+        DejaFoco(edicion); // also one that is only being left for the field that gets the focus back
+        return;
+    }
+    m_sinNumero = &edicion;
+    // Queued: the control that is to get the focus now has not had it yet.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            if (m_sinNumero)
+                m_sinNumero->setFocus();
+            m_sinNumero = nullptr;
+        },
+        Qt::QueuedConnection);
+}
+
+// Commands
+
+void TFConfAgendaN::pColorAgendaSalidaClick()
+{
+    QColorDialog CDColor(pColorAgendaSalida->Visible(), this);
+    CDColor.setObjectName(QStringLiteral("CDColor"));
+    CDColor.setOption(QColorDialog::DontUseNativeDialog);
+    PonRotulos(CDColor);
+    if (CDColor.exec() != QDialog::Accepted)
+        return;
+    const QColor color = CDColor.selectedColor();
+    // Confirmed as it was, a colour of the desktop stays one.
+    if (color.isValid() && color != pColorAgendaSalida->Visible())
+        pColorAgendaSalida->PonColor(static_cast<TColor>(color.blue()) << 16U |
+                                     static_cast<TColor>(color.green()) << 8U |
+                                     static_cast<TColor>(color.red()));
+}
+
+void TFConfAgendaN::BAceptarClick()
+{
+    // Its key presses the button without the focus leaving the field, which must not be left without a
+    // number.
+    auto *const edicion = m_sinNumero ? m_sinNumero : qobject_cast<QLineEdit *>(focusWidget());
+    if (edicion && !EsUnNumero(edicion->text())) {
+        edicion->setFocus();
+        return;
+    }
+    m_tag = 1;
+    accept();
+}
+
+void TFConfAgendaN::BCancelarClick()
+{
+    BCancelar->setFocus();
+    EnsenyaFoco();
+    TMensaje pregunta;
+    pregunta.Clase = TClaseMensaje::pregunta;
+    pregunta.Texto = QStringLiteral("¿Desea cancelar la operación?");
+    pregunta.Icono = TIconoMensaje::pregunta;
+    pregunta.Titulo = QStringLiteral(" ATENCIÓN:");
+    if (Servicios().Mensaje->Mensajes(pregunta) != RespuestaSi)
+        return;
+    m_tag = 0;
+    reject();
+}
+
+bool TVistaConfiguracion::EditaAjustes(TAjustesEnPantalla &ajustes, QObject *propietario)
+{
+    auto *const ventana = qobject_cast<QWidget *>(propietario);
+    TFConfAgendaN dialogo(ventana ? ventana : QApplication::activeWindow());
+    dialogo.PonAjustes(ajustes);
+    dialogo.exec();
+    if (dialogo.Tag() != 1)
+        return false;
+    ajustes = dialogo.Ajustes();
+    return true;
+}

@@ -1,0 +1,95 @@
+#pragma once
+
+#include "agenda/VistaConfiguracion.h"
+
+#include <QtWidgets/QAbstractButton>
+#include <QtWidgets/QDialog>
+
+class QCheckBox;
+class QComboBox;
+class QGroupBox;
+class QKeyEvent;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+
+/// A panel filled with a colour. A click on it, or Space, asks for another one.
+class TPanelColor : public QAbstractButton
+{
+    Q_OBJECT
+public:
+    explicit TPanelColor(QWidget *padre);
+    /// Kept as it was given: a colour of the desktop stays one.
+    [[nodiscard]] TColor Color() const { return m_color; }
+    void PonColor(TColor color);
+    /// The colour on this screen.
+    [[nodiscard]] QColor Visible() const;
+    [[nodiscard]] QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent *evento) override;
+
+private:
+    TColor m_color = 0;
+};
+
+/// The settings dialog. It only holds the values while it is open.
+///
+/// Keys are seen here before the control that has the focus gets them: Enter goes to the next control, on
+/// buttons as well, and Esc is the cancel button. A minute field that is no number keeps the focus.
+class TFConfAgendaN : public QDialog
+{
+    Q_OBJECT
+public:
+    /// @param propietario  the dialog is centred on its window and modal over it; may be null.
+    explicit TFConfAgendaN(QWidget *propietario);
+
+    void PonAjustes(const TAjustesEnPantalla &ajustes);
+    [[nodiscard]] TAjustesEnPantalla Ajustes() const;
+    /// The outcome: 1 when the user has accepted, 0 otherwise.
+    [[nodiscard]] int Tag() const { return m_tag; }
+
+protected:
+    bool eventFilter(QObject *objeto, QEvent *evento) override;
+    void showEvent(QShowEvent *evento) override;
+
+private:
+    QGroupBox *CreaIntervaloDelDia();
+    QGroupBox *CreaMinutos(const QString &titulo, const QString &rotulo, const char *nombre,
+                           QLineEdit *&edicion);
+    QGroupBox *CreaColor();
+    QGroupBox *CreaSincronizar();
+    QComboBox *CreaHoras(const char *nombre, const QString &rotulo, int indice);
+    QPushButton *CreaBoton(const char *nombre, const QString &titulo);
+    QLabel *CreaNota(const QString &texto);
+
+    bool FormKeyDown(int tecla);
+    void EnsenyaFoco();
+    void TomaFoco(QWidget &control);
+    void DejaFoco(QWidget &control);
+    [[nodiscard]] bool EsDeMinutos(const QObject *objeto) const;
+    [[nodiscard]] static bool eIntervaloHorasKeyPress(const QKeyEvent &tecla);
+    void eIntervaloHorasExit(QLineEdit &edicion);
+    void pColorAgendaSalidaClick();
+    void BAceptarClick();
+    void BCancelarClick();
+
+    QComboBox *cbHoraComienzo = nullptr;
+    QComboBox *cbHoraFin = nullptr;
+    QLineEdit *eIntervaloHoras = nullptr;
+    QLineEdit *EIncrementoMin = nullptr;
+    TPanelColor *pColorAgendaSalida = nullptr;
+    QPushButton *BAceptar = nullptr;
+    QPushButton *BCancelar = nullptr;
+    QGroupBox *gbSincronizar = nullptr;
+    QCheckBox *CBSincronizarDia = nullptr;
+    QLineEdit *m_sinNumero = nullptr; ///< the minute field that is about to get the focus back
+    int m_tag = 0;
+};
+
+/// The dialog for the settings object.
+class TVistaConfiguracion : public IVistaConfiguracion
+{
+public:
+    bool EditaAjustes(TAjustesEnPantalla &ajustes, QObject *propietario) override;
+};

@@ -1,0 +1,207 @@
+// The keys of the agenda window, and the editing in the first grid that they start and end.
+
+#include "agendan/FichaAgendaN.h"
+
+#include "agenda/host/Servicios.h"
+#include "dataset/DatabaseError.h"
+#include "dbcontrols/DbGrid.h"
+#include "dbcontrols/MaskEdit.h"
+
+#include <QtGui/QAction>
+#include <QtGui/QKeyEvent>
+#include <QtGui/QWindow>
+#include <QtWidgets/QApplication>
+
+using dataset::DataSet;
+
+namespace
+{
+
+/// The code by which the desktop knows a key: 48..57 the digits, 65..90 the letters, 97..105 the keypad's
+/// digits 1 to 9, 106..111 its operators, 112..122 F1 to F11, and 209 for Ñ. 0 for keys that do not matter
+/// here.
+int CodigoDeTecla(const QKeyEvent &tecla)
+{
+    const int qt = tecla.key();
+    const bool tecladoNumerico = tecla.modifiers() & Qt::KeypadModifier;
+    if (qt >= Qt::Key_0 && qt <= Qt::Key_9)
+        return tecladoNumerico ? 96 + (qt - Qt::Key_0) : 48 + (qt - Qt::Key_0);
+    if (qt >= Qt::Key_A && qt <= Qt::Key_Z)
+        return 65 + (qt - Qt::Key_A);
+    if (qt >= Qt::Key_F1 && qt <= Qt::Key_F11)
+        return 112 + (qt - Qt::Key_F1);
+    if (qt == Qt::Key_Ntilde)
+        return 209;
+    if (!tecladoNumerico)
+        return 0;
+    switch (qt) {
+    case Qt::Key_Asterisk:
+        return 106;
+    case Qt::Key_Plus:
+        return 107;
+    case Qt::Key_Minus:
+        return 109;
+    case Qt::Key_Period:
+    case Qt::Key_Comma:
+        return 110;
+    case Qt::Key_Slash:
+        return 111;
+    default:
+        return 0;
+    }
+}
+
+bool EmpiezaEdicion(int codigo)
+{
+    // Deliberate: the range 97..122 was meant for small letters and lets keypad keys and F1..F11 through as
+    // well.
+    return (codigo >= 48 && codigo <= 57) || (codigo >= 65 && codigo <= 90) ||
+           (codigo >= 97 && codigo <= 122) || codigo == 209 || codigo == 241;
+}
+
+} // namespace
+
+bool TFFichaAgendaN::eventFilter(QObject *objeto, QEvent *evento)
+{
+    if (evento->type() == QEvent::KeyPress && objeto == windowHandle() &&
+        !QApplication::activePopupWidget()) {
+        const QWidget *const modal = QApplication::activeModalWidget();
+        if (!modal || modal == this)
+            FormKeyDown(static_cast<QKeyEvent *>(evento)->key());
+    }
+    if (evento->type() == QEvent::KeyPress && objeto == MEFecha) {
+        const auto &tecla = *static_cast<QKeyEvent *>(evento);
+        const bool altAbajo = tecla.key() == Qt::Key_Down && (tecla.modifiers() & Qt::AltModifier);
+        if (altAbajo || (tecla.key() == Qt::Key_F4 && tecla.modifiers() == Qt::NoModifier)) {
+            AbreCalendario();
+            return true;
+        }
+    }
+    return QMainWindow::eventFilter(objeto, evento);
+}
+
+void TFFichaAgendaN::FormKeyDown(int tecla)
+{
+    const bool escribiendo = GetDBGAgendaN()->isEditorOpen() && !MEFecha->hasFocus();
+    switch (tecla) {
+    case Qt::Key_Enter:
+    case Qt::Key_Return:
+        // Posted, so that the control that has the focus still gets the key.
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                // What the line or its table did not take waits under the keys to be mended.
+                const bool aMedias = focusWidget() == GetDBGAgendaN() &&
+                                     DSAgendaN[static_cast<std::size_t>(Pestana())]->isEditing();
+                if (!aMedias && !GetDBGAgendaN()->isEditorOpen())
+                    focusNextPrevChild(true);
+            },
+            Qt::QueuedConnection);
+        break;
+    case Qt::Key_Escape:
+        if (escribiendo && GetDBGAgendaN()->isAncestorOf(focusWidget()))
+            break;
+        // A line that is being edited is given up first, so that nothing typed goes without being seen to go.
+        if (escribiendo || DSAgendaN[static_cast<std::size_t>(Pestana())]->isEditing())
+            GetDBGAgendaN()->cancelEditing();
+        else
+            close();
+        break;
+    case Qt::Key_Space:
+        if (!escribiendo && !Servicios().Rvarias->EsBoton(focusWidget()) && AModificar->isEnabled())
+            AModificar->trigger();
+        break;
+    case Qt::Key_Insert:
+        if (!escribiendo && ANuevo->isEnabled())
+            ANuevo->trigger();
+        break;
+    case Qt::Key_Delete:
+        if (!escribiendo && ABorrar->isEnabled())
+            ABorrar->trigger();
+        break;
+    default:
+        break;
+    }
+}
+
+void TFFichaAgendaN::DBGAgendaN1KeyDown(QKeyEvent *tecla)
+{
+    const dbcontrols::DataSource &fuente = *DSAgendaN.front();
+    if (!m_motor || Pestana() != 0 || !fuente.activeDataSet())
+        return;
+    const bool intro = tecla->key() == Qt::Key_Enter || tecla->key() == Qt::Key_Return;
+    if (!fuente.isEditing() && EmpiezaEdicion(CodigoDeTecla(*tecla)))
+        EmpiezaAEditar(*tecla);
+    else if (fuente.isEditing() && intro)
+        GuardaLinea();
+}
+
+void TFFichaAgendaN::EmpiezaAEditar(QKeyEvent &tecla)
+{
+    static_cast<void>(m_motor->TomaError());
+    ConGuarda([this, &tecla] {
+        if (m_motor->Modificar())
+            return;
+        tecla.ignore(); // the grid would try, and wait, a second time
+        DataSet &tabla = m_motor->TablaActual();
+        if (tabla.isEmpty())
+            return; // the engine has spoken itself
+        AvisaSiFallo(QStringLiteral("No se ha podido modificar la cita."));
+        tabla.refresh(); // so that a line that has gone is seen to be gone
+    });
+}
+
+void TFFichaAgendaN::GuardaLinea()
+{
+    const QStringList antes = m_antesDeEditar;
+    const QStringList escrito = TextosDeLaLinea();
+    ConGuarda([&, this] {
+        if (m_motor->AceptarAgendaN())
+            return;
+        // The engine has dropped the change; what was typed comes back into the line before the clerk is
+        // told.
+        const QString causa = m_motor->TomaError();
+        if (VuelveAEscribir(antes, escrito)) {
+            AvisaError(QStringLiteral("No se ha podido guardar la cita.\n%1\n\nLo que ha escrito sigue en la "
+                                      "línea: pulse Intro para volver a intentarlo o Esc para dejarlo.")
+                           .arg(causa));
+            return;
+        }
+        QStringList perdido;
+        for (qsizetype i = 0; i < escrito.size(); ++i) {
+            if (escrito.at(i) != antes.value(i))
+                perdido << escrito.at(i);
+        }
+        AvisaError(QStringLiteral("No se ha podido guardar la cita.\n%1\n\nHabía escrito:\n%2")
+                       .arg(causa, perdido.join(u'\n')));
+        m_motor->TablaActual().refresh();
+    });
+}
+
+QStringList TFFichaAgendaN::TextosDeLaLinea() const
+{
+    QStringList textos;
+    DataSet *const tabla = DSAgendaN.front()->activeDataSet();
+    for (int columna = ColumnaHora; tabla && columna <= ColumnaOficial; ++columna)
+        textos << tabla->field(DBGAgendaN.front()->gridModel().columns().at(columna).field).asText();
+    return textos;
+}
+
+/// Puts what was typed into the line once more, as it stands in the table by now.
+/// @return false when the line cannot be edited.
+bool TFFichaAgendaN::VuelveAEscribir(const QStringList &antes, const QStringList &escrito)
+{
+    try {
+        DataSet &tabla = m_motor->TablaActual();
+        tabla.edit();
+        for (int columna = ColumnaHora; columna <= ColumnaOficial; ++columna) {
+            if (escrito.value(columna) != antes.value(columna))
+                tabla.field(DBGAgendaN.front()->gridModel().columns().at(columna).field)
+                    .setText(escrito.value(columna));
+        }
+        m_antesDeEditar = antes;
+        return true;
+    } catch (const dataset::EDatabaseError &) {
+        return false; // why is told with the failure that led here
+    }
+}

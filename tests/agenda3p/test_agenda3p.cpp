@@ -1,0 +1,156 @@
+#include "tests/agenda3p/Motor3P.h"
+
+using support::Hoy;
+using support::Manana;
+using support::Motor3PTest;
+
+namespace
+{
+const QString Pregunta = QStringLiteral("¿Desea añadir una hoja a día de 16/11/2026 (S/N)?");
+const QString Explica = QStringLiteral("No hay datos a fecha de 16/11/2026");
+} // namespace
+
+TEST_F(Motor3PTest, ANewDayIsAskedForAndBuiltInEveryTable)
+{
+    oficina.ponAjustes(9, 10, 30);
+    oficina.Mensaje.espera({Pregunta, "Agenda", 1, Explica});
+    EXPECT_EQ(motor().NumNotarios(), 3);
+    for (int notario = 1; notario <= 3; ++notario)
+        EXPECT_EQ(oficina.dia(notario, Hoy), (QStringList{"09:00  N", "09:30  N", "10:00  N", "10:30  N"}));
+}
+
+TEST_F(Motor3PTest, ADeclinedSheetWritesNothing)
+{
+    oficina.Mensaje.espera({Pregunta, "Agenda", 0, Explica});
+    EXPECT_TRUE(motor().TablaActual().isEmpty());
+    EXPECT_TRUE(oficina.dia(1, Hoy).isEmpty());
+}
+
+TEST_F(Motor3PTest, ASlotIsOneOfAllTables)
+{
+    enTodas(Hoy, {"09:00", "11:00"});
+    enTodas(Manana, {"09:00"});
+    EXPECT_TRUE(motor().Anadir(Hoy, "10:00"));
+    for (int notario = 1; notario <= 3; ++notario) {
+        EXPECT_EQ(oficina.dia(notario, Hoy).size(), 3) << notario;
+        EXPECT_EQ(motor().Tabla(notario)->field(u"HORA").asText(), "10:00") << notario;
+    }
+    oficina.Mensaje.espera(
+        {"¿Desea borrar la cita de las 10:00 de todas las agendas?\nLos datos se perderán.", " ATENCIÓN", 0});
+    EXPECT_FALSE(motor().Borrar(true));
+    EXPECT_TRUE(motor().Borrar(false));
+    for (int notario = 1; notario <= 3; ++notario)
+        EXPECT_EQ(oficina.dia(notario, Hoy), (QStringList{"09:00  N", "11:00  N"})) << notario;
+    // A line that stands elsewhere in another table stays.
+    ve("09:00");
+    motor().Tabla(2)->last();
+    motor().Tabla(3)->first();
+    EXPECT_TRUE(motor().Borrar(false));
+    EXPECT_EQ(oficina.dia(1, Hoy).size(), 1);
+    EXPECT_EQ(oficina.dia(2, Hoy).size(), 2);
+    EXPECT_EQ(oficina.dia(3, Hoy).size(), 1);
+    EXPECT_EQ(oficina.dia(2, Manana).size(), 1);
+}
+
+TEST_F(Motor3PTest, ALockedTableLosesItsSlotAloneAndTheOthersStand)
+{
+    enTodas(Hoy, {"09:00"});
+    motor();
+    const auto otro = oficina.agenda(2);
+    otro->first();
+    otro->edit();
+    EXPECT_TRUE(motor().Borrar(false));
+    EXPECT_TRUE(oficina.dia(1, Hoy).isEmpty());
+    EXPECT_EQ(oficina.dia(2, Hoy).size(), 1);
+    EXPECT_TRUE(oficina.dia(3, Hoy).isEmpty());
+    otro->cancel();
+}
+
+TEST_F(Motor3PTest, TheMarksAreToggles)
+{
+    const struct {
+        const char *concepto;
+        const char *salida;
+        const char *trasSalida;
+        const char *trasAusente;
+    } casos[] = {
+        {"Poder", "N", "[SALIDA]Poder S", "[AUSENTE]Poder S"},
+        {"[SALIDA]Poder", "S", "Poder N", "[AUSENTE]Poder S"},
+        {"[AUSENTE]Poder", "S", "[SALIDA]Poder S", "Poder N"},
+        {"Acta [SALIDA]fuera", "S", "Acta fuera N", "[AUSENTE]Acta fuera S"},
+        {"Sin marca", "S", "Sin marca S", "Sin marca S"},
+        {"", "", "[SALIDA] S", "[AUSENTE] S"},
+    };
+    int hora = 9;
+    for (const auto &caso : casos) {
+        for (int notario = 1; notario <= 3; ++notario)
+            oficina.linea(notario, Hoy, QStringLiteral("%1:00").arg(hora, 2, 10, QLatin1Char('0')),
+                          caso.concepto, caso.salida);
+        ++hora;
+    }
+    motor().PonNotarioActual(2);
+    EXPECT_TRUE(motor().Ausente());
+    hora = 9;
+    motor().PonNotarioActual(1);
+    for (const auto &caso : casos) {
+        const QString texto = QStringLiteral("%1:00").arg(hora++, 2, 10, QLatin1Char('0'));
+        ve(texto);
+        EXPECT_TRUE(motor().Salida());
+        EXPECT_TRUE(oficina.dia(1, Hoy).contains(texto + u' ' + caso.trasSalida)) << caso.concepto;
+        EXPECT_TRUE(oficina.dia(2, Hoy).contains(texto + u' ' + caso.trasAusente)) << caso.concepto;
+    }
+    EXPECT_EQ(oficina.dia(3, Hoy).at(1), "10:00 [SALIDA]Poder S");
+}
+
+TEST_F(Motor3PTest, MovingBetweenDaysShowsTheSameDayInEveryTable)
+{
+    enTodas(Hoy, {"09:00"});
+    enTodas(Manana, {"09:00", "10:00"});
+    EXPECT_TRUE(motor().SiguienteDia());
+    for (int notario = 1; notario <= 3; ++notario)
+        EXPECT_EQ(motor().Tabla(notario)->rowCount(), 2);
+    EXPECT_FALSE(motor().SiguienteDia());
+    EXPECT_EQ(motor().Tabla(3)->rowCount(), 2);
+    EXPECT_TRUE(motor().AnteriorDia());
+    EXPECT_EQ(motor().Tabla(2)->rowCount(), 1);
+    motor().CancelaRangoPorFecha();
+    EXPECT_EQ(motor().Tabla(3)->rowCount(), 3);
+}
+
+TEST_F(Motor3PTest, AnEmptyDaySaysSo)
+{
+    oficina.Mensaje.espera({Pregunta, "Agenda", 0, Explica});
+    motor();
+    oficina.Mensaje.espera(
+        {"No hay AgendaN introducidos que modificar", " ATENCIÓN", 0, "Inserte primero un AgendaN."});
+    EXPECT_FALSE(motor().Modificar());
+    oficina.Mensaje.espera(
+        {"No hay citas para ese día introducidas que borrar", " ATENCIÓN", 0, "Inserte primero una."});
+    EXPECT_FALSE(motor().Borrar(true));
+    oficina.Mensaje.espera(
+        {"No hay citas para ese día introducidas que limpiar", " ATENCIÓN", 0, "Inserte primero una."});
+    motor().Limpiar(true);
+    EXPECT_FALSE(motor().Ausente());
+    oficina.Mensaje.espera({"¿Desea cancelar la operación?", " ATENCIÓN:", 0});
+    EXPECT_FALSE(motor().CancelarAgendaN(true));
+}
+
+TEST_F(Motor3PTest, TablesOfTheHostCountOneMoreAndStayOpen)
+{
+    enTodas(Hoy, {"09:00", "09:00", "10:00"});
+    const auto una = oficina.agenda(1);
+    const auto otra = oficina.agenda(2);
+    {
+        TAgenda3P motor(nullptr, Hoy, {una.get(), otra.get()});
+        EXPECT_EQ(motor.NumNotarios(), 3);
+        EXPECT_TRUE(motor.Anadir(Hoy, "12:00"));
+        EXPECT_EQ(oficina.dia(2, Hoy).size(), 4);
+        // The third place repeats its test on the second table, which has a second line at that hour.
+        EXPECT_TRUE(motor.BuscarPorFecha(Hoy, "09:00", true));
+        otra->first();
+        EXPECT_TRUE(motor.Borrar(false));
+    }
+    EXPECT_EQ(oficina.dia(1, Hoy).size(), 3);
+    EXPECT_EQ(oficina.dia(2, Hoy).size(), 2);
+    EXPECT_TRUE(una->isActive());
+}

@@ -1,0 +1,272 @@
+// The commands on appointments: card, copy, move, contact; where the keys are afterwards.
+
+#include "agenda/host/Clacliraiz.h"
+#include "tests/agendan/Ventana.h"
+
+namespace
+{
+
+using support::Lunes;
+using support::VentanaTest;
+
+const QDate Jueves = Lunes.addDays(3);
+
+/// A client list that notes what is asked of it.
+struct ClientesDeNotas : TClientesRaiz {
+    void MuestraFicha(qint64 codigo) override { Notas << QString("ficha %1").arg(codigo); }
+    void Explora(const QString &titulo) override { Notas << "explora " + titulo; }
+    bool Elige(const QString &, const QString &) override { return false; }
+    [[nodiscard]] qint64 Codigo() const override { return 0; }
+    [[nodiscard]] QString Nombre() const override { return {}; }
+    void KeyUpBusqueda(QLineEdit &, int) override {}
+    void ExitBusqueda(QLineEdit &, bool) override {}
+    void FinBusqueda() override {}
+    QStringList Notas;
+};
+
+class CitasTest : public VentanaTest
+{
+protected:
+    CitasTest()
+    {
+        for (const char *hora : {"09:00", "10:00", "11:00", "12:00"})
+            oficina.linea(1, Lunes, hora, hora);
+        oficina.linea(2, Lunes, "09:00", "Poder");
+    }
+    [[nodiscard]] dataset::DataSet &tabla() const { return motor->TablaActual(); }
+    [[nodiscard]] QString horaActual() const { return tabla().field(u"HORA").asText(); }
+    /// Hours of a day in the order in which its lines were written.
+    [[nodiscard]] QStringList escritas(QDate fecha) const
+    {
+        QStringList horas;
+        const auto juez = oficina.agenda(1);
+        juez->setIndexFieldNames({});
+        for (juez->first(); !juez->eof(); juez->next()) {
+            if (juez->field(u"FECHA").asDate() == fecha)
+                horas << juez->field(u"HORA").asText();
+        }
+        return horas;
+    }
+    /// The keys and the line are where a clerk expects them.
+    void compruebaSitio(const QString &hora) const
+    {
+        EXPECT_TRUE(rejilla().hasFocus());
+        EXPECT_EQ(horaActual(), hora);
+        EXPECT_EQ(rejilla().currentIndex().row(), tabla().currentRow());
+        EXPECT_EQ(fecha().text(), "16/11/2026") << "the shown day stays";
+    }
+    ClientesDeNotas lista;
+};
+
+TEST_F(CitasTest, TheCardOpensByKeyMenuAndDoubleClick)
+{
+    enVentana([&] {
+        pulsa(1);
+        esperaFicha(TOperacion::nuevo, [](TClassAgendaN &m) {
+            m.Anadir(Lunes, "10:15");
+            m.AceptarAgendaN();
+        });
+        tecla(Qt::Key_Insert);
+        compruebaSitio("10:15");
+        esperaFicha(TOperacion::nuevo, [](TClassAgendaN &m) {
+            m.Anadir(Jueves, "10:15");
+            m.AceptarAgendaN();
+        });
+        comando("ANuevo");
+        compruebaSitio("10:15"); // the other day's line is not shown, so the line from before
+        EXPECT_EQ(rejilla().model()->rowCount(), 5);
+        // A line that goes to another day leaves the next one under the keys.
+        esperaFicha(TOperacion::modificar, [](TClassAgendaN &m) {
+            m.Modificar();
+            m.TablaActual().field(u"FECHA").setDate(Jueves);
+            m.AceptarAgendaN();
+        });
+        tecla(Qt::Key_Space);
+        compruebaSitio("11:00");
+        esperaFicha(TOperacion::ver);
+        comando("ADetalles");
+
+        const auto dobleClic = [&] {
+            const QPoint donde = rejilla().visualRect(rejilla().model()->index(0, 1)).center();
+            QTest::mouseClick(rejilla().viewport(), Qt::LeftButton, {}, donde);
+            QTest::mouseDClick(rejilla().viewport(), Qt::LeftButton, {}, donde);
+        };
+        esperaFicha(TOperacion::modificar);
+        dobleClic();
+        pestanas().setCurrentIndex(1);
+        EXPECT_TRUE(rejilla().hasFocus()) << "another tab, its grid";
+        esperaFicha(TOperacion::ver);
+        dobleClic();
+        esperaFicha(TOperacion::nuevo, [](TClassAgendaN &m) { EXPECT_EQ(&m.TablaActual(), m.Tabla(2)); });
+        tecla(Qt::Key_Insert);
+    });
+}
+
+TEST_F(CitasTest, CopiesTheCurrentLineToAnotherDay)
+{
+    enVentana([&] {
+        pulsa(1);
+        comando("ACopiarCita"); // the question is cancelled
+        EXPECT_EQ(oficina.Rut.FechaOfrecida, oficina.Reloj.Dia) << "today is offered";
+        oficina.Rut.FechaElegida = Lunes;
+        comando("ACopiarCita");
+        comando("AMoverCita");
+        EXPECT_EQ(oficina.dia(1, Lunes).size(), 4) << "the shown day: nothing, and no message";
+        oficina.Rut.FechaElegida = Jueves;
+        comando("ACopiarCita");
+        EXPECT_EQ(oficina.dia(1, Jueves), QStringList{"10:00 10:00 N"}) << "no sheet is built";
+        EXPECT_EQ(oficina.dia(1, Lunes).size(), 4);
+        compruebaSitio("10:00");
+    });
+}
+
+TEST_F(CitasTest, CopiesSeveralInTheOrderOfTheSelection)
+{
+    oficina.Rut.FechaElegida = Jueves;
+    enVentana([&] {
+        pulsa(3);
+        pulsa(0, Qt::ControlModifier);
+        pulsa(2, Qt::ControlModifier);
+        comando("ACopiarCita");
+        EXPECT_EQ(escritas(Jueves), (QStringList{"12:00", "09:00", "11:00"}));
+        EXPECT_EQ(rejilla().selectedBookmarks().size(), 3) << "the selection stays";
+        compruebaSitio("11:00");
+    });
+}
+
+TEST_F(CitasTest, MovesOneAndSeveral)
+{
+    oficina.Rut.FechaElegida = Jueves;
+    enVentana([&] {
+        pulsa(1);
+        comando("AMoverCita");
+        EXPECT_EQ(oficina.dia(1, Lunes), (QStringList{"09:00 09:00 N", "11:00 11:00 N", "12:00 12:00 N"}));
+        EXPECT_EQ(escritas(Jueves), QStringList{"10:00"});
+        compruebaSitio("11:00");
+        pulsa(2);
+        pulsa(0, Qt::ControlModifier);
+        comando("AMoverCita");
+        EXPECT_EQ(oficina.dia(1, Lunes), QStringList{"11:00 11:00 N"});
+        EXPECT_EQ(escritas(Jueves), (QStringList{"10:00", "12:00", "09:00"}));
+        compruebaSitio("11:00");
+        comando("AMoverCita");
+        EXPECT_TRUE(oficina.dia(1, Lunes).isEmpty());
+        EXPECT_EQ(fecha().text(), "16/11/2026");
+        oficina.Mensaje.espera({"No hay ninguna cita que mover.", " ATENCIÓN:"});
+        comando("AMoverCita");
+        EXPECT_EQ(oficina.dia(2, Lunes).size(), 1);
+    });
+}
+
+// The second of two lines with the same hour goes, and not the first.
+TEST_F(CitasTest, MovesTheVeryLineAndNotItsTwin)
+{
+    oficina.linea(1, Lunes, "09:00", "Gemela");
+    oficina.Rut.FechaElegida = Jueves;
+    enVentana([&] {
+        pulsa(1);
+        comando("AMoverCita");
+        EXPECT_EQ(oficina.dia(1, Jueves), QStringList{"09:00 Gemela N"});
+        EXPECT_EQ(oficina.dia(1, Lunes).first(), "09:00 09:00 N");
+    });
+}
+
+TEST_F(CitasTest, ALineWithoutItsCopyIsNotDeletedAndIsNamed)
+{
+    oficina.Rut.FechaElegida = Jueves;
+    const auto otro = oficina.agenda(1);
+    const auto de = [&](const char *hora) {
+        otro->locate({{"FECHA", Lunes}, {"HORA", hora}}, dataset::SearchMode::exact);
+    };
+    de("11:00");
+    otro->edit();
+    otro->field(u"INTERESADO").setText("Núñez, Ana");
+    otro->post();
+    enVentana([&] {
+        pulsa(1);
+        pulsa(2, Qt::ControlModifier);
+        pulsa(3, Qt::ControlModifier);
+        de("10:00");
+        otro->remove(); // deleted elsewhere: cannot be copied
+        de("11:00");
+        otro->edit(); // in use elsewhere: copied, but cannot be deleted
+        oficina.Mensaje.espera(
+            {"No se ha podido mover:\n10:00\nOtro puesto ha borrado la línea mientras "
+             "tanto\n\nSe ha copiado, pero sigue también en este día:\n11:00 Núñez, Ana\n" +
+                 QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string()) +
+                 ": otro puesto está usando la línea 3",
+             " ATENCIÓN:"});
+        comando("AMoverCita");
+        EXPECT_EQ(escritas(Jueves), (QStringList{"11:00", "12:00"}));
+        EXPECT_EQ(oficina.dia(1, Lunes), (QStringList{"09:00 09:00 N", "11:00 11:00 N"}));
+    });
+}
+
+// While another workstation holds the whole table nothing is copied, and so nothing is deleted.
+TEST_F(CitasTest, ATableThatCannotBeWrittenLosesNothing)
+{
+    oficina.Rut.FechaElegida = Jueves;
+    const auto otro = oficina.agenda(1);
+    enVentana([&] {
+        pulsa(0);
+        otro->beginGroup();
+        oficina.Mensaje.espera(
+            {"No se ha podido mover:\n09:00\n" +
+                 QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string()) +
+                 ": otro puesto está escribiendo en la tabla",
+             " ATENCIÓN:"});
+        comando("AMoverCita");
+        otro->dropGroup();
+        EXPECT_EQ(oficina.dia(1, Lunes).size(), 4);
+        compruebaSitio("09:00");
+    });
+}
+
+TEST_F(CitasTest, ContactShowsTheClientOrTheList)
+{
+    const auto otro = oficina.agenda(1);
+    otro->edit();
+    otro->field(u"CODCLIENTE").setInteger(42);
+    otro->post();
+    enVentana([&] { EXPECT_FALSE(accion("AContacto").isEnabled()) << "a host without clients"; });
+    clientes = &lista;
+    enVentana([&] {
+        comando("AContacto");
+        pulsa(1);
+        comando("AContacto");
+        EXPECT_EQ(lista.Notas, (QStringList{"ficha 42", "explora Lista de clientes"}));
+        EXPECT_TRUE(rejilla().hasFocus());
+    });
+}
+
+// What was typed into the date field counts before the command that follows it.
+TEST_F(CitasTest, ADateThatWasTypedCountsBeforeACommand)
+{
+    oficina.linea(1, Jueves, "17:00", "Del jueves");
+    enVentana([&] {
+        fecha().setFocus();
+        fecha().selectAll();
+        teclea("19/11/2026");
+        esperaFicha(TOperacion::modificar, [&](TClassAgendaN &) { EXPECT_EQ(horaActual(), "17:00"); });
+        comando("AModificar");
+        EXPECT_EQ(fecha().text(), "19/11/2026");
+        fecha().setFocus();
+        fecha().selectAll();
+        teclea("31/02/2026");
+        oficina.Mensaje.espera({"La fecha introducida no es correcta", " ATENCIÓN:"});
+        comando("AModificar"); // no card
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !oficina.Mensaje.pendientes() && fecha().hasFocus(); }));
+
+        // A day that cannot be shown: the command must not fall on the one that is.
+        std::filesystem::remove(oficina.carpetaDe("ZENTRA") / "VA_COMUN.DBF");
+        fecha().selectAll();
+        teclea("25/11/2026");
+        oficina.Mensaje.espera(
+            {QString::fromStdString(oficina.carpetaDe("ZENTRA").string()) + ": no existe la tabla VA_COMUN",
+             " ATENCIÓN:"});
+        comando("AAusente");
+        EXPECT_EQ(oficina.dia(1, Jueves), QStringList{"17:00 Del jueves N"});
+    });
+}
+
+} // namespace
