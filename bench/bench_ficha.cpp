@@ -39,7 +39,7 @@ struct TOficina {
         }
         empleados.close();
         goConfAgendaN = std::make_unique<TClassConfAgendaN>();
-        Agenda = Tabla.Cursor();
+        Agenda = TTablaGrande::Cursor(Tabla.Aliases());
         Agenda->setDurable(duradera);
         Agenda->open();
         Motor =
