@@ -3,6 +3,11 @@
 #include "dataset/DbfTable.h"
 #include "dataset/MemTable.h"
 
+#include <QtCore/QDate>
+
+/// Date of the row that holds the settings of the single-table agenda.
+inline const QDate FechaAjustes{1901, 1, 1};
+
 /// Fields of the single-table agenda, AGENDA, for creating it.
 [[nodiscard]] const QList<dataset::FieldInfo> &CamposAgenda();
 /// Fields of a day of two notaries side by side.

@@ -64,11 +64,11 @@ void EscribeEnComun(const QString &nombre, int valor)
     TBPost(*comun);
 }
 
-constexpr int UltimaHora = 23; // of the dialog's lists, which begin with hour 1
+constexpr int UltimaHoraDeLista = 23; // of the dialog's lists, which begin with hour 1
 
 int IndiceDeHora(int hora)
 {
-    return hora >= 1 && hora <= UltimaHora ? hora - 1 : -1;
+    return hora >= 1 && hora <= UltimaHoraDeLista ? hora - 1 : -1;
 }
 
 TFicheroIni Fichero()

@@ -84,7 +84,7 @@ bool BuscaLineaDeFecha(dataset::DataSet &tabla, QDate fecha, const QString &hora
     return encontrada;
 }
 
-void PorCadaLinea(dataset::DataSet &tabla, const std::function<void()> &trabajo)
+void RecorreLineas(dataset::DataSet &tabla, const std::function<void()> &trabajo)
 {
     const dataset::Bookmark donde = tabla.bookmark();
     // By number: a line that others move or delete meanwhile must not lead the loop astray.

@@ -38,7 +38,7 @@ bool BuscaLineaDeFecha(dataset::DataSet &tabla, QDate fecha, const QString &hora
 
 /// Runs work on every line of the table's range, in order; lines that are gone meanwhile are left out. The
 /// cursor goes back to where it stood, or to the first line. @throws dataset::EDatabaseError
-void PorCadaLinea(dataset::DataSet &tabla, const std::function<void()> &trabajo);
+void RecorreLineas(dataset::DataSet &tabla, const std::function<void()> &trabajo);
 
 enum class TSentido { anterior, siguiente };
 

@@ -53,8 +53,9 @@ template <class TTrabajo> bool TAgenda::ConGuarda(const char *operacion, TTrabaj
     }
 }
 
-TAgenda::TAgenda(QDate fecha, IVistasAgenda *vistas)
+TAgenda::TAgenda(QDate fecha, IVistasAgenda *vistas, IInformesAgenda1 *informes)
     : m_vistas(vistas)
+    , m_informes(informes)
     , m_datos(std::make_unique<TDMAgendaZen>(*Servicios().Aliases, nullptr))
     , FTabla(&m_datos->tbAgenda)
     , FFecha(fecha)

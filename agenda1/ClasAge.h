@@ -3,6 +3,7 @@
 #include "agenda/AgendaZenDM.h"
 #include "agenda/HojaDia.h"
 #include "agenda1/FusionDia.h"
+#include "agenda1/InformesAgenda1.h"
 #include "agenda1/VistasAgenda.h"
 
 #include <QtCore/QDate>
@@ -13,8 +14,6 @@
 
 /// Notary 1's name in an agenda of one notary.
 inline const QString UnNotario = QStringLiteral("UN_NOTARIO");
-/// Date of the row that holds the settings of the single-table agenda.
-inline const QDate FechaAjustes{1901, 1, 1};
 
 /// What the settings row says.
 struct TAjustesAgenda {
@@ -34,8 +33,9 @@ struct TAjustesAgenda {
 class TAgenda
 {
 public:
-    /// @param vistas  not owned; outlives the engine. Null where no window is ever asked for.
-    TAgenda(QDate fecha, IVistasAgenda *vistas);
+    /// @param vistas    not owned; outlives the engine. Null where no window is ever asked for.
+    /// @param informes  not owned; outlives the engine. Null where nothing is ever printed.
+    TAgenda(QDate fecha, IVistasAgenda *vistas, IInformesAgenda1 *informes = nullptr);
     ~TAgenda();
     TAgenda(const TAgenda &) = delete;
     TAgenda &operator=(const TAgenda &) = delete;
@@ -89,6 +89,13 @@ public:
     /// loaded is kept; the user is told of lines that both have touched.
     void ActualizarDesdeAgenda2();
 
+    // ClasAgeInformes.cpp
+    /// Previews the week, Monday to Saturday, that holds the working day; a Sunday belongs to the one before
+    /// it. Two notaries' texts are printed as they are packed. Afterwards the table holds the day again.
+    void InformeSemanal();
+    /// Previews the working day as the window of this mode holds it.
+    void InformeDia();
+
 private:
     template <class TTrabajo> bool ConGuarda(const char *operacion, TTrabajo &&trabajo);
     QString VeA(TSentido sentido, const QString &nadaMas);
@@ -106,10 +113,12 @@ private:
     static void AvisaChoques(const QStringList &horas);
 
     IVistasAgenda *m_vistas;
+    IInformesAgenda1 *m_informes;
     std::unique_ptr<TDMAgendaZen> m_datos;
     dataset::DbfTable *FTabla;
     QDate FFecha;
     TAjustesAgenda m_ajustes;
     TFilasDia m_base;                                        ///< the day as it was loaded into cdsAgenda2
     QHash<dataset::Bookmark, dataset::Bookmark> m_registros; ///< of cdsAgenda2's lines in AGENDA
+    dataset::Bookmark m_sinEscribir = 0; ///< line of cdsAgenda2 that was accepted and could not be written
 };

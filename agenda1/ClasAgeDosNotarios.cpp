@@ -110,6 +110,7 @@ void TAgenda::PonDiaEnMemoria(const TFilasDia &filas)
     tabla2.close();
     tabla2.create(CamposAgenda2());
     m_registros.clear();
+    m_sinEscribir = 0;
     for (const TFilaDia &fila : filas) {
         tabla2.append();
         tabla2.field(u"FECHA").setDate(FFecha);
@@ -175,11 +176,13 @@ void TAgenda::AvisaChoques(const QStringList &horas)
 bool TAgenda::AceptaDosNotarios()
 {
     DataSet &tabla2 = Tabla2();
-    if (!tabla2.isModified()) {
+    if (!tabla2.isModified() && tabla2.bookmark() != m_sinEscribir) {
         tabla2.cancel();
         return true;
     }
-    tabla2.post();
+    if (tabla2.isEditing())
+        tabla2.post();
+    m_sinEscribir = tabla2.bookmark(); // accepted again after a failure, it is to be written
     TFilaDia mia = FilaActual2(tabla2);
     const dataset::ControlsGuard sinAvisos(*FTabla);
     const dataset::PendingEditGuard sinResto(*FTabla);
@@ -211,6 +214,7 @@ bool TAgenda::AceptaDosNotarios()
     m_registros.insert(tabla2.bookmark(), mia.Registro);
     std::erase_if(m_base, [&mia](const TFilaDia &una) { return una.Registro == mia.Registro; });
     m_base.push_back(mia);
+    m_sinEscribir = 0;
     AvisaChoques(choques);
     return true;
 }
@@ -281,7 +285,7 @@ bool TAgenda::AusenteDeDos(const QString &notario)
     DataSet &tabla2 = Tabla2();
     const QString interesado = QStringLiteral("INTERESADO") + notario;
     const dataset::ControlsGuard sinAvisos(tabla2);
-    PorCadaLinea(tabla2, [&] {
+    RecorreLineas(tabla2, [&] {
         tabla2.edit();
         const bool quita = tabla2.field(u"SALIDA").asText() == notario;
         tabla2.field(interesado).setText(quita ? QString() : QStringLiteral("AUSENCIA"));

@@ -296,7 +296,7 @@ bool TAgenda3P::Ausente()
     const dataset::ControlsGuard sinAvisos(tabla);
     return ConGuarda(tabla, "Ausente", [&] {
         bool ultima = false;
-        PorCadaLinea(tabla, [&] { ultima = AlternaMarca(MarcaAusente, MarcaSalida).value_or(ultima); });
+        RecorreLineas(tabla, [&] { ultima = AlternaMarca(MarcaAusente, MarcaSalida).value_or(ultima); });
         return ultima;
     });
 }

@@ -3,7 +3,8 @@
 #include "agenda/AgendaNDM.h"
 #include "agenda/ClaseConfAgendaN.h"
 #include "agenda/HojaDia.h"
-#include "agenda/Rnumcad.h"
+#include "agenda/HojaNueva.h"
+#include "agenda/MotorComun.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
@@ -19,40 +20,6 @@ namespace
 {
 
 Q_LOGGING_CATEGORY(registro, "agenda.motor")
-
-constexpr TClassAgendaN::TTablas::size_type UltimaPosicion = TClassAgendaN::MaxNotarios - 1;
-const QString Atencion = QStringLiteral(" ATENCIÓN");
-const QString AtencionPuntos = QStringLiteral(" ATENCIÓN:");
-
-void Avisa(const QString &texto, const QString &texto2, const QString &titulo)
-{
-    Servicios().Mensaje->Mensajes({TClaseMensaje::aviso, texto, TIconoMensaje::advertencia, titulo, texto2,
-                                   clBtnFace, clBtnText, false});
-}
-
-bool Pregunta(const QString &texto, const QString &titulo)
-{
-    return Servicios().Mensaje->Mensajes({TClaseMensaje::pregunta,
-                                          texto,
-                                          TIconoMensaje::pregunta,
-                                          titulo,
-                                          {},
-                                          clBtnFace,
-                                          clBtnText,
-                                          false}) == RespuestaSi;
-}
-
-/// Drops what is being edited after a failure; a failure of this too is only logged, since the first one is
-/// answered for.
-void CancelaSinPreguntar(DataSet &tabla)
-{
-    try {
-        if (tabla.isActive())
-            tabla.cancel();
-    } catch (const std::exception &error) {
-        qCWarning(registro, "The pending change could not be dropped: %s", error.what());
-    }
-}
 
 } // namespace
 
@@ -81,16 +48,8 @@ TClassAgendaN::TClassAgendaN(QObject *propietario, TClientesRaiz *clientes, cons
     , m_tablas(tablas)
 {
     if (m_tablas.front()) {
-        const auto vacia = std::find(m_tablas.begin() + 1, m_tablas.end(), nullptr);
-        // One more than the tables given, and deliberately so.
-        m_numNotarios = static_cast<int>(vacia - m_tablas.begin()) + 1;
-        for (DataSet *const tabla : m_tablas) {
-            if (!tabla || !tabla->isActive())
-                continue;
-            CompruebaCamposAgendaN(*tabla);
-            // A day is a range over date and hour; an order that has both is kept as it is.
-            TBIndexa(QStringLiteral("FECHA;HORA"), *tabla);
-        }
+        m_numNotarios = CuentaNotarios(m_tablas);
+        PreparaTablasDelHost(m_tablas);
     } else {
         AbreTablasPropias();
     }
@@ -99,19 +58,10 @@ TClassAgendaN::TClassAgendaN(QObject *propietario, TClientesRaiz *clientes, cons
 
 void TClassAgendaN::AbreTablasPropias()
 {
-    const TServicios &servicios = Servicios();
     // Without a parent: the engine is the one that deletes it.
-    m_datos = std::make_unique<TDMAgendaN>(*servicios.Aliases, nullptr);
-    const int cuantos = servicios.Config->GetnCuantos();
-    m_numNotarios = cuantos > 0 ? cuantos : 1;
-    for (int notario = 1; notario <= std::min(m_numNotarios, MaxNotarios); ++notario) {
-        dataset::DbfTable &tabla = m_datos->TAgendaN(notario);
-        tabla.setDatabaseName(servicios.Rut->AliasNotario(notario));
-        tabla.setIndexFieldNames(QStringLiteral("FECHA"));
-        tabla.open();
-        CompruebaCamposAgendaN(tabla);
-        m_tablas[static_cast<std::size_t>(notario - 1)] = &tabla;
-    }
+    m_datos = std::make_unique<TDMAgendaN>(*Servicios().Aliases, nullptr);
+    m_numNotarios = AbreTablasDeNotarios(
+        m_tablas, [this](int notario) -> dataset::DbfTable & { return m_datos->TAgendaN(notario); });
 }
 
 TClassAgendaN::~TClassAgendaN()
@@ -131,9 +81,7 @@ TClassAgendaN::~TClassAgendaN()
 
 DataSet *TClassAgendaN::Tabla(int notario) const
 {
-    if (notario < 1)
-        return nullptr;
-    return m_tablas[std::min(static_cast<std::size_t>(notario - 1), UltimaPosicion)];
+    return TablaDe(m_tablas, std::min(notario, MaxNotarios));
 }
 
 DataSet &TClassAgendaN::TablaActual() const
@@ -182,14 +130,8 @@ void TClassAgendaN::CancelaRangoPorFecha()
 
 bool TClassAgendaN::InsertaDia(QDate fecha, bool preguntar)
 {
-    if (preguntar) {
-        const QString dia = Date_Cad(fecha);
-        if (Servicios().Mensaje->Mensaje_SiNo(
-                QStringLiteral("¿Desea añadir una hoja a día de %1 (S/N)?").arg(dia),
-                QStringLiteral("No hay datos a fecha de %1").arg(dia),
-                QStringLiteral("Agenda")) != RespuestaSi)
-            return false;
-    }
+    if (preguntar && !PreguntaHojaNueva(fecha))
+        return false;
     return ConstruyeHoja(fecha, false);
 }
 
@@ -198,52 +140,13 @@ bool TClassAgendaN::ConstruyeHoja(QDate fecha, bool soloSiFalta)
 {
     DataSet &tabla = TablaActual();
     const dataset::ControlsGuard sinAvisos(tabla);
-    CancelaRangoPorFecha();
     try {
-        try {
-            // The whole sheet is one change of the table: all of its lines or none, and no other workstation
-            // between them.
-            dataset::CommitGroup hoja(tabla);
-            if (soloSiFalta && PonRangoDelDia(tabla, fecha))
-                return RangoPorFecha(fecha);
-            CancelaRangoPorFecha();
-            if (AnadeHuecos(fecha, false)) {
-                hoja.commit();
-                return RangoPorFecha(fecha);
-            }
-        } catch (const dataset::EDatabaseError &error) {
-            qCWarning(registro, "The sheet could not be written as a whole: %s", error.what());
-        }
-        // Line by line then, so that each one that cannot be added is named.
-        AnadeHuecos(fecha, true);
+        AnadeHojaDelDia(tabla, fecha, soloSiFalta);
     } catch (...) {
         RangoPorFecha(fecha); // the settings could not be read: the day, not the whole table, is to be seen
         throw;
     }
     return RangoPorFecha(fecha);
-}
-
-/// Adds a line for every slot of a day.
-/// @param avisa  says which lines cannot be added and goes on; otherwise the first of them ends it.
-/// @return whether all were added.
-bool TClassAgendaN::AnadeHuecos(QDate fecha, bool avisa)
-{
-    const TParrilla parrilla{[] { return goConfAgendaN->GetHoraInicio(); },
-                             [] { return goConfAgendaN->GetHoraFin(); },
-                             [] { return goConfAgendaN->GetIntervalo(); }};
-    bool todas = true;
-    RecorreHuecos(parrilla, [&](int hora, int minuto) {
-        if (!todas && !avisa)
-            return;
-        const QString hueco = StrCeros(hora, 2) + u':' + StrCeros(minuto, 2);
-        if (Anadir(fecha, hueco) && AceptarAgendaN())
-            return;
-        todas = false;
-        if (avisa)
-            Avisa(QStringLiteral("Problemas añadiendo hora: %1 Añadala manualmente").arg(hueco), {},
-                  AtencionPuntos);
-    });
-    return todas;
 }
 
 void TClassAgendaN::SincronizaTablaActual(QDate fecha)
@@ -289,10 +192,7 @@ bool TClassAgendaN::SiguienteDia()
 
 bool TClassAgendaN::BuscarPorFecha(QDate fecha, const QString &hora, bool exacta)
 {
-    const bool encontrada = TBBusca(TablaActual(), {{"FECHA", fecha}, {"HORA", hora}}, exacta);
-    if (!exacta && hora.isEmpty())
-        return TablaActual().field(u"FECHA").asDate() == fecha;
-    return encontrada;
+    return BuscaLineaDeFecha(TablaActual(), fecha, hora, exacta);
 }
 
 void TClassAgendaN::OrdenarListaPorFecha()
@@ -306,12 +206,7 @@ void TClassAgendaN::OrdenarListaPorFecha()
 bool TClassAgendaN::Anadir(QDate fecha, const QString &hora)
 {
     return ConGuarda("Anadir", [&] {
-        DataSet &tabla = TablaActual();
-        tabla.insert();
-        tabla.field(u"FECHA").setDate(fecha);
-        tabla.field(u"HORA").setText(hora);
-        tabla.field(u"SALIDA").setText(QStringLiteral("N"));
-        tabla.field(u"AVISO").setText(QStringLiteral("N"));
+        InsertaLinea(TablaActual(), fecha, hora);
         return true;
     });
 }
@@ -321,8 +216,8 @@ bool TClassAgendaN::Modificar()
     return ConGuarda("Modificar", [&] {
         DataSet &tabla = TablaActual();
         if (tabla.isEmpty()) {
-            Avisa(QStringLiteral("No hay AgendaN introducidos que modificar"),
-                  QStringLiteral("Inserte primero un AgendaN."), Atencion);
+            AvisaMotor(QStringLiteral("No hay AgendaN introducidos que modificar"),
+                       QStringLiteral("Inserte primero un AgendaN."), TituloAtencion);
             return false;
         }
         tabla.edit();
@@ -335,13 +230,13 @@ bool TClassAgendaN::Borrar(bool preguntar)
     return ConGuarda("Borrar", [&] {
         DataSet &tabla = TablaActual();
         if (tabla.isEmpty()) {
-            Avisa(QStringLiteral("No hay citas para ese día introducidas que borrar"),
-                  QStringLiteral("Inserte primero una."), Atencion);
+            AvisaMotor(QStringLiteral("No hay citas para ese día introducidas que borrar"),
+                       QStringLiteral("Inserte primero una."), TituloAtencion);
             return true;
         }
-        if (preguntar && !Pregunta(QStringLiteral("¿Desea borrar la cita de las %1 de la base de datos?")
-                                       .arg(tabla.field(u"HORA").asText()),
-                                   Atencion))
+        if (preguntar && !PreguntaMotor(QStringLiteral("¿Desea borrar la cita de las %1 de la base de datos?")
+                                            .arg(tabla.field(u"HORA").asText()),
+                                        TituloAtencion))
             return false;
         TBDelete(tabla);
         return true;
@@ -358,7 +253,7 @@ bool TClassAgendaN::AceptarAgendaN()
 
 bool TClassAgendaN::CancelarAgendaN(bool preguntar)
 {
-    if (preguntar && !Pregunta(QStringLiteral("¿Desea cancelar la operación?"), AtencionPuntos))
+    if (preguntar && !PreguntaMotor(QStringLiteral("¿Desea cancelar la operación?"), TituloAtencionPuntos))
         return false;
     CancelaSinPreguntar(TablaActual());
     return true;
@@ -392,17 +287,10 @@ bool TClassAgendaN::Ausente()
         const dataset::Bookmark donde = tabla.bookmark();
         if (!HayRangoPorFecha())
             RangoPorFecha(tabla.field(u"FECHA").asDate());
-        // By number: a line that others move or delete meanwhile must not lead the loop astray.
-        std::vector<dataset::Bookmark> lineas;
-        for (int fila = 0; fila < tabla.rowCount(); ++fila)
-            lineas.push_back(tabla.bookmarkAt(fila));
         bool ultimaAceptada = false;
-        for (const dataset::Bookmark linea : lineas) {
-            if (tabla.goToBookmark(linea))
-                ultimaAceptada = MarcaLineaActual(MarcaAusente).value_or(ultimaAceptada);
-        }
-        if (!tabla.goToBookmark(donde))
-            tabla.first();
+        RecorreLineas(tabla,
+                      [&] { ultimaAceptada = MarcaLineaActual(MarcaAusente).value_or(ultimaAceptada); });
+        tabla.goToBookmark(donde); // the range may have gone to its first line
         return ultimaAceptada;
     });
 }

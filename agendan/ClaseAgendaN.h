@@ -1,6 +1,7 @@
 #pragma once
 
 #include "agenda/HoraTexto.h" // IncrementaHora comes along with the engine
+#include "agenda/MotorComun.h"
 #include "agendan/VistasAgendaN.h"
 #include "dataset/DataSet.h"
 
@@ -32,8 +33,8 @@ class MemTable;
 class TClassAgendaN
 {
 public:
-    static constexpr int MaxNotarios = 5;
-    using TTablas = std::array<dataset::DataSet *, MaxNotarios>;
+    static constexpr int MaxNotarios = ::MaxNotarios;
+    using TTablas = TTablasNotarios;
 
     /// @param propietario  owner of the windows; not owned, may be null.
     /// @param clientes     the host's client list; not owned, may be null.
@@ -132,7 +133,6 @@ private:
     template <class TTrabajo> bool ConGuarda(const char *operacion, TTrabajo &&trabajo);
     void AbreTablasPropias();
     bool ConstruyeHoja(QDate fecha, bool soloSiFalta);
-    bool AnadeHuecos(QDate fecha, bool avisa);
     void SincronizaTablaActual(QDate fecha);
     [[nodiscard]] QDate DiaMostrado() const;
     std::optional<bool> MarcaLineaActual(const QString &marca);

@@ -3,22 +3,19 @@
 #include "agenda/Rnumcad.h"
 #include "agenda/Rvarias.h"
 #include "agenda/host/Servicios.h"
+#include "dbcontrols/ColorPanel.h"
 
 #include <QtGui/QKeyEvent>
-#include <QtGui/QPainter>
 #include <QtGui/QValidator>
 #include <QtGui/QWindow>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QCheckBox>
-#include <QtWidgets/QColorDialog>
 #include <QtWidgets/QComboBox>
-#include <QtWidgets/QDialogButtonBox>
 #include <QtWidgets/QGroupBox>
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPushButton>
-#include <QtWidgets/QStyleOption>
 #include <QtWidgets/QVBoxLayout>
 
 namespace
@@ -26,7 +23,6 @@ namespace
 
 constexpr QSize AreaDelDialogo{324, 313};
 constexpr QSize TamanyoBoton{88, 28};
-constexpr QSize TamanyoPanel{47, 17};
 constexpr int AnchoMinutos = 33;
 constexpr QMargins MargenesDeGrupo{5, 1, 5, 1};
 constexpr int HorasDeLaLista = 23;
@@ -47,18 +43,6 @@ public:
     }
 };
 
-/// Spanish also where Qt's translation is not installed.
-void PonRotulos(QColorDialog &dialogo)
-{
-    dialogo.setWindowTitle(QStringLiteral("Color de una salida"));
-    if (const auto *const botones = dialogo.findChild<QDialogButtonBox *>()) {
-        if (QPushButton *const aceptar = botones->button(QDialogButtonBox::Ok))
-            aceptar->setText(QStringLiteral("&Aceptar"));
-        if (QPushButton *const cancelar = botones->button(QDialogButtonBox::Cancel))
-            cancelar->setText(QStringLiteral("&Cancelar"));
-    }
-}
-
 /// A menu, a list or another window takes the focus for a while only: the control is not being left.
 bool EsDeIdaYVuelta(const QEvent &evento)
 {
@@ -68,51 +52,6 @@ bool EsDeIdaYVuelta(const QEvent &evento)
 }
 
 } // namespace
-
-// The colour panel
-
-TPanelColor::TPanelColor(QWidget *padre)
-    : QAbstractButton(padre)
-{
-    setFocusPolicy(Qt::StrongFocus);
-    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-    setCursor(Qt::PointingHandCursor);
-}
-
-void TPanelColor::PonColor(TColor color)
-{
-    m_color = color;
-    setAccessibleDescription(ColorATexto(color));
-    update();
-}
-
-QColor TPanelColor::Visible() const
-{
-    constexpr TColor DelEscritorio = 0x80000000;
-    // Of the desktop's colours only the two that the house itself uses have a counterpart of their own.
-    if (m_color & DelEscritorio)
-        return palette().color(m_color == clBtnText ? QPalette::ButtonText : QPalette::Button);
-    return {Rojo(m_color), Verde(m_color), Azul(m_color)};
-}
-
-QSize TPanelColor::sizeHint() const
-{
-    return TamanyoPanel.expandedTo({fontMetrics().height() * 3, fontMetrics().height() + 2});
-}
-
-void TPanelColor::paintEvent(QPaintEvent * /*evento*/)
-{
-    QPainter pintor(this);
-    pintor.setPen(palette().color(hasFocus() ? QPalette::Highlight : QPalette::Mid));
-    pintor.setBrush(Visible());
-    pintor.drawRect(rect().adjusted(0, 0, -1, -1));
-    if (!hasFocus())
-        return;
-    // Two rings, one of them always in contrast with the colour.
-    pintor.drawRect(rect().adjusted(1, 1, -2, -2));
-    pintor.setPen(QPen(Visible().lightness() > 127 ? Qt::black : Qt::white, 1, Qt::DotLine));
-    pintor.drawRect(rect().adjusted(3, 3, -4, -4));
-}
 
 // Putting the dialog together
 
@@ -208,11 +147,11 @@ QGroupBox *TFConfAgendaN::CreaMinutos(const QString &titulo, const QString &rotu
 QGroupBox *TFConfAgendaN::CreaColor()
 {
     auto *const grupo = new QGroupBox(QStringLiteral("Color que se usará para identificar una salida"), this);
-    pColorAgendaSalida = new TPanelColor(grupo);
+    pColorAgendaSalida = new dbcontrols::ColorPanel(grupo);
     pColorAgendaSalida->setObjectName(QStringLiteral("pColorAgendaSalida"));
     pColorAgendaSalida->setAccessibleName(grupo->title());
-    pColorAgendaSalida->PonColor(RojoClaro);
-    connect(pColorAgendaSalida, &TPanelColor::clicked, this, &TFConfAgendaN::pColorAgendaSalidaClick);
+    PonColor(RojoClaro);
+    connect(pColorAgendaSalida, &QAbstractButton::clicked, this, &TFConfAgendaN::pColorAgendaSalidaClick);
     auto *const columna = new QVBoxLayout(grupo);
     columna->setContentsMargins(MargenesDeGrupo);
     columna->setSpacing(0);
@@ -265,7 +204,7 @@ QLabel *TFConfAgendaN::CreaNota(const QString &texto)
 
 void TFConfAgendaN::PonAjustes(const TAjustesEnPantalla &ajustes)
 {
-    pColorAgendaSalida->PonColor(ajustes.ColorSalida);
+    PonColor(ajustes.ColorSalida);
     cbHoraComienzo->setCurrentIndex(ajustes.IndiceHoraComienzo);
     cbHoraFin->setCurrentIndex(ajustes.IndiceHoraFin);
     eIntervaloHoras->setText(ajustes.IntervaloHoras);
@@ -276,7 +215,7 @@ void TFConfAgendaN::PonAjustes(const TAjustesEnPantalla &ajustes)
 
 TAjustesEnPantalla TFConfAgendaN::Ajustes() const
 {
-    return {pColorAgendaSalida->Color(),     cbHoraComienzo->currentIndex(), cbHoraFin->currentIndex(),
+    return {pColorAgendaSalida->color(),     cbHoraComienzo->currentIndex(), cbHoraFin->currentIndex(),
             eIntervaloHoras->text(),         EIncrementoMin->text(),         CBSincronizarDia->isChecked(),
             gbSincronizar->isVisibleTo(this)};
 }
@@ -389,20 +328,16 @@ void TFConfAgendaN::eIntervaloHorasExit(QLineEdit &edicion)
 
 // Commands
 
+void TFConfAgendaN::PonColor(TColor color)
+{
+    pColorAgendaSalida->setColor(color);
+    pColorAgendaSalida->setAccessibleDescription(ColorATexto(color));
+}
+
 void TFConfAgendaN::pColorAgendaSalidaClick()
 {
-    QColorDialog CDColor(pColorAgendaSalida->Visible(), this);
-    CDColor.setObjectName(QStringLiteral("CDColor"));
-    CDColor.setOption(QColorDialog::DontUseNativeDialog);
-    PonRotulos(CDColor);
-    if (CDColor.exec() != QDialog::Accepted)
-        return;
-    const QColor color = CDColor.selectedColor();
-    // Confirmed as it was, a colour of the desktop stays one.
-    if (color.isValid() && color != pColorAgendaSalida->Visible())
-        pColorAgendaSalida->PonColor(static_cast<TColor>(color.blue()) << 16U |
-                                     static_cast<TColor>(color.green()) << 8U |
-                                     static_cast<TColor>(color.red()));
+    if (const auto color = pColorAgendaSalida->askColor(QStringLiteral("Color de una salida")))
+        PonColor(*color);
 }
 
 void TFConfAgendaN::BAceptarClick()

@@ -2,9 +2,12 @@
 
 #include "agenda/VistaConfiguracion.h"
 
-#include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QDialog>
 
+namespace dbcontrols
+{
+class ColorPanel;
+}
 class QCheckBox;
 class QComboBox;
 class QGroupBox;
@@ -12,26 +15,6 @@ class QKeyEvent;
 class QLabel;
 class QLineEdit;
 class QPushButton;
-
-/// A panel filled with a colour. A click on it, or Space, asks for another one.
-class TPanelColor : public QAbstractButton
-{
-    Q_OBJECT
-public:
-    explicit TPanelColor(QWidget *padre);
-    /// Kept as it was given: a colour of the desktop stays one.
-    [[nodiscard]] TColor Color() const { return m_color; }
-    void PonColor(TColor color);
-    /// The colour on this screen.
-    [[nodiscard]] QColor Visible() const;
-    [[nodiscard]] QSize sizeHint() const override;
-
-protected:
-    void paintEvent(QPaintEvent *evento) override;
-
-private:
-    TColor m_color = 0;
-};
 
 /// The settings dialog. It only holds the values while it is open.
 ///
@@ -70,6 +53,7 @@ private:
     [[nodiscard]] bool EsDeMinutos(const QObject *objeto) const;
     [[nodiscard]] static bool eIntervaloHorasKeyPress(const QKeyEvent &tecla);
     void eIntervaloHorasExit(QLineEdit &edicion);
+    void PonColor(TColor color);
     void pColorAgendaSalidaClick();
     void BAceptarClick();
     void BCancelarClick();
@@ -78,7 +62,7 @@ private:
     QComboBox *cbHoraFin = nullptr;
     QLineEdit *eIntervaloHoras = nullptr;
     QLineEdit *EIncrementoMin = nullptr;
-    TPanelColor *pColorAgendaSalida = nullptr;
+    dbcontrols::ColorPanel *pColorAgendaSalida = nullptr;
     QPushButton *BAceptar = nullptr;
     QPushButton *BCancelar = nullptr;
     QGroupBox *gbSincronizar = nullptr;

@@ -6,6 +6,7 @@
 #include "agenda/host/Servicios.h"
 #include "agendan/PestanasAgendaN.h"
 #include "dataset/DatabaseError.h"
+#include "dbcontrols/ColorPanel.h"
 #include "dbcontrols/DbGrid.h"
 #include "dbcontrols/DbMemo.h"
 #include "dbcontrols/MaskEdit.h"
@@ -27,39 +28,6 @@ namespace
 {
 
 constexpr int PeriodoRefresco = 5000; // ms
-
-QColor ColorDePantalla(TColor color, const QPalette &paleta)
-{
-    constexpr TColor DelEscritorio = 0x80000000;
-    if (!(color & DelEscritorio))
-        return {Rojo(color), Verde(color), Azul(color)};
-    switch (color & ~DelEscritorio) {
-    case 7:  // menu text
-    case 8:  // window text
-    case 18: // button text
-        return paleta.color(QPalette::WindowText);
-    case 2:  // active caption
-    case 13: // selection
-    case 26: // link
-    case 29: // selected menu entry
-        return paleta.color(QPalette::Highlight);
-    case 0:  // scroll bar
-    case 3:  // inactive caption
-    case 4:  // menu
-    case 15: // button face
-    case 22: // light edge
-    case 30: // menu bar
-        return paleta.color(QPalette::Button);
-    case 12: // work area
-    case 16: // shadow
-    case 17: // grey text
-        return paleta.color(QPalette::Mid);
-    case 24: // tool tip
-        return paleta.color(QPalette::ToolTipBase);
-    default:
-        return paleta.color(QPalette::Base);
-    }
-}
 
 } // namespace
 
@@ -220,7 +188,7 @@ void TFFichaAgendaN::LeeColorSalida()
     QColor color = m_colorSalida;
     try {
         if (goConfAgendaN)
-            color = ColorDePantalla(goConfAgendaN->GetColorSalida(), palette());
+            color = dbcontrols::screenColor(goConfAgendaN->GetColorSalida(), palette());
     } catch (const std::exception &error) {
         // A colour is not worth an interruption: the one before does until the file can be read again.
         qWarning("The colour of outings could not be read: %s", error.what());

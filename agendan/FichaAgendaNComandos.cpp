@@ -163,12 +163,9 @@ void TFFichaAgendaN::AbreCalendario()
 
 void TFFichaAgendaN::Imprime(void (TClassAgendaN::*informe)(QDate))
 {
-    if (!GetDatosAgendaN())
-        return;
-    // A date typed and not left yet is shown first: the sheet's title and its lines are of one day.
-    if (MEFecha->hasFocus())
-        GetDBGAgendaN()->setFocus();
-    (m_motor->*informe)(Cad_Date(MEFecha->text()));
+    // A date typed and not left yet has been shown before: the sheet's title and its lines are of one day.
+    if (GetDatosAgendaN())
+        (m_motor->*informe)(Cad_Date(MEFecha->text()));
 }
 
 void TFFichaAgendaN::SincronizaA(QDate fecha)

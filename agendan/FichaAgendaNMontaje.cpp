@@ -104,17 +104,17 @@ void TFFichaAgendaN::CreaComandosDelDia()
         CreaComando("ABuscarDia", QStringLiteral("&Buscar día"), QStringLiteral("Buscar las citas de un día"),
                     dias, [this] { ABuscarDiaExecute(); });
     AImprimirDia = CreaComando("AImprimirDia", QStringLiteral("&Imprimir un día"),
-                               QStringLiteral("Imprimir día del notario actual"), dias,
+                               QStringLiteral("Imprimir día del notario actual"), citas,
                                [this] { Imprime(&TClassAgendaN::InformeDia); });
     AImprimirSemana = CreaComando("AImprimirSemana", QStringLiteral("Imprimir una se&mana"),
-                                  QStringLiteral("Imprimir semana del notario actual"), dias,
+                                  QStringLiteral("Imprimir semana del notario actual"), citas,
                                   [this] { Imprime(&TClassAgendaN::InformeSemana); });
     AImprimirDiaOficial = CreaComando("AImprimirDiaOficial", QStringLiteral("Imprimir un día por oficial"),
-                                      QStringLiteral("Imprimir día del notario actual por oficial"), dias,
+                                      QStringLiteral("Imprimir día del notario actual por oficial"), citas,
                                       [this] { Imprime(&TClassAgendaN::InformeDia_PorOficial); });
     AImprimirSemanaOficial =
         CreaComando("AImprimirSemanaOficial", QStringLiteral("Imprimir una semana por oficial"),
-                    QStringLiteral("Imprimir semana del notario actual por oficial"), dias,
+                    QStringLiteral("Imprimir semana del notario actual por oficial"), citas,
                     [this] { Imprime(&TClassAgendaN::InformeSemana_PorOficial); });
     AConfiguracion = CreaComando("AConfiguracion", QStringLiteral("Configuración"),
                                  QStringLiteral("Ficha de configuración de la agenda"), dias,

@@ -78,7 +78,8 @@ void HojaDeUnaSemana(benchmark::State &state)
 {
     int semana = 0;
     for (auto _ : state)
-        state.counters["paginas"] = g_imprenta->Semana(TTablaGrande::Dia(Mitad).addDays(7 * (semana++ % 52)));
+        state.counters["paginas"] =
+            g_imprenta->Semana(TTablaGrande::Dia(Mitad).addDays(qint64{7} * (semana++ % 52)));
 }
 BENCHMARK(HojaDeUnaSemana)->Unit(benchmark::kMillisecond);
 
@@ -86,7 +87,7 @@ void SemanasDeUnAnyo(benchmark::State &state)
 {
     for (auto _ : state) {
         for (int semana = 0; semana < 52; ++semana)
-            g_imprenta->Semana(TTablaGrande::Dia(Mitad).addDays(7 * semana));
+            g_imprenta->Semana(TTablaGrande::Dia(Mitad).addDays(qint64{7} * semana));
     }
 }
 BENCHMARK(SemanasDeUnAnyo)->Unit(benchmark::kMillisecond);

@@ -174,5 +174,7 @@ int main(int argc, char **argv)
     g_lista = &conIndices;
     g_sinIndices = &sinIndices;
     benchmark::RunSpecifiedBenchmarks();
+    g_lista = nullptr;
+    g_sinIndices = nullptr;
     return 0;
 }

@@ -62,7 +62,7 @@ Status MdxFile::load()
     if (!cover(m_pagesInFile))
         return {ErrorKind::damaged, "el índice dice tener más bloques que el fichero", m_name};
     m_read.clear();
-    m_tags.clear();
+    std::vector<MdxTag> tags; // those known so far stay when these cannot be read
     for (int number = 1; number <= m_header.tagCount; ++number) {
         auto tag = decodeMdxSlot(bytes, number, m_header.pageCount);
         if (!tag.ok())
@@ -74,8 +74,9 @@ Status MdxFile::load()
                 decodeMdxTagHeader(std::span(head, mdxBlockSize), tag.value(), m_header.pageCount);
             !status.ok())
             return named(status);
-        m_tags.push_back(std::move(tag).value());
+        tags.push_back(std::move(tag).value());
     }
+    m_tags = std::move(tags);
     return {};
 }
 

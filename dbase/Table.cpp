@@ -68,6 +68,11 @@ Result<std::unique_ptr<Table>> Table::open(const std::filesystem::path &file, co
     return std::unique_ptr<Table>(new Table(std::move(impl))); // the constructor is private; owned at once
 }
 
+Status Table::close(std::unique_ptr<Table> table)
+{
+    return table->m_impl->close();
+}
+
 Table::Table(std::unique_ptr<TableImpl> impl)
     : m_impl(std::move(impl))
 {

@@ -70,6 +70,10 @@ public:
     static Result<std::unique_ptr<Table>> open(const std::filesystem::path &file,
                                                const OpenOptions &options = {});
 
+    /// Leaves a table and says how it went; the destructor leaves it as well, and keeps a failure to itself.
+    /// What was acknowledged is safe either way: after a failure the next opener looks the table over.
+    static Status close(std::unique_ptr<Table> table);
+
     Table(const Table &) = delete;
     Table &operator=(const Table &) = delete;
     ~Table();

@@ -450,6 +450,11 @@ Status TableImpl::finishDeadCommit()
         status = m_journal.sync();
     if (status.ok())
         status = replay(std::span(&*dead, 1));
+    // It may have died inside a line. What is left of that must not come back after a power cut, behind a
+    // header that says that the commit is done: only then is it told from another program's change by the
+    // byte.
+    if (status.ok())
+        status = m_dbf.sync();
     if (status.ok())
         status = repairIndex();
     if (!status.ok())

@@ -83,6 +83,7 @@ public:
     TableImpl &operator=(const TableImpl &) = delete;
 
     Status open();
+    Status close();
     Status readRecord(RecordNumber number, std::span<std::uint8_t> record) const;
     Result<RecordNumber> append(std::span<const std::uint8_t> record);
     Status update(RecordNumber number, std::span<const std::uint8_t> before,
@@ -156,7 +157,7 @@ private:
     [[nodiscard]] Result<bool> isCutBack() const;
     Status setJournalAside(std::span<const std::uint8_t> journal);
     Status checkpoint(bool closing);
-    void closeInOrder();
+    Status closeInOrder();
     [[nodiscard]] bool closedAsSeen() const;
     [[nodiscard]] std::filesystem::path sibling(const char *extension) const;
 

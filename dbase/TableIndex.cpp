@@ -341,7 +341,8 @@ Result<bool> TableImpl::refresh()
 {
     if (!m_poison.ok())
         return m_poison;
-    if (m_held == Held::changing)
+    // A group that has changed nothing yet may still look; one that has goes by what it knows.
+    if (m_held == Held::changing && !(m_group && m_group->changes.empty()))
         return false;
     const auto unfinished = lookAtJournal();
     if (!unfinished.ok())
@@ -540,7 +541,6 @@ Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRu
     if (!made.ok())
         return made.status();
     std::vector<TagKeys> &keys = made.value();
-    retireIndexes();
     std::vector<std::uint8_t> single;
     for (std::size_t number = 0; number < tags.size(); ++number) {
         orderKeys(tags[number], header.recordCount, keys[number]);
@@ -558,8 +558,10 @@ Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRu
     head.created = today();
     head.updated = head.created;
     head.languageDriver = header.languageDriver;
-    if (const Status status = m_mdx->rewrite(head, tags, keys, single); !status.ok())
+    if (const Status status = m_mdx->rewrite(head, tags, keys, single); !status.ok()) {
+        m_indexSuspect = true; // it may be half written; the rules of the tags stay known for the next time
         return status;
+    }
     m_state.indexedRecords = header.recordCount;
     return readTags();
 }
@@ -571,7 +573,7 @@ Status TableImpl::check()
         return look.status();
     if (!m_mdx)
         return m_indexUnused
-                   ? failure(ErrorKind::damaged, "el índice no se ha podido comprobar: " + readOnlyReason)
+                   ? failure(ErrorKind::unsupported, "el índice no se ha podido comprobar: " + readOnlyReason)
                    : Status();
     auto keys = keysOfAll();
     if (!keys.ok())

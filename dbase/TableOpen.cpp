@@ -45,16 +45,21 @@ TableImpl::TableImpl(std::filesystem::path tablePath, OpenOptions openOptions)
 TableImpl::~TableImpl()
 {
     try {
-        dropGroup();
-        while (!m_locked.empty())
-            dropRecordLock(*m_locked.begin());
-        if (m_opened && m_poison.ok() && !readOnly && m_journal.isOpen() && m_held == Held::nothing)
-            closeInOrder();
+        static_cast<void>(close());
     } catch (...) {
         // No memory left: the system frees the locks, and the next opener finds the journal open and looks
         // for itself.
         m_opened = false;
     }
+}
+
+Status TableImpl::close()
+{
+    dropGroup();
+    while (!m_locked.empty())
+        dropRecordLock(*m_locked.begin());
+    const bool mayChange = std::exchange(m_opened, false) && m_poison.ok() && !readOnly && m_journal.isOpen();
+    return mayChange && m_held == Held::nothing ? closeInOrder() : Status();
 }
 
 /// The file of that extension beside the table, found whatever its case; where it would go when there is

@@ -282,22 +282,22 @@ Status TableImpl::checkpoint(bool closing)
 }
 
 /// The last one to leave says so, and spares the next one the search.
-void TableImpl::closeInOrder()
+/// On a failure the next opener finds the journal open and looks for itself.
+Status TableImpl::closeInOrder()
 {
     const auto last = m_journal.convertLock(presenceOffset, 1, File::LockKind::exclusive);
     if (!last.ok() || !last.value())
-        return;
+        return last.status();
     if (const auto unfinished = lookAtJournal(); !unfinished.ok() || unfinished.value())
-        return;
+        return unfinished.status();
     if (m_state.closedInOrder && closedAsSeen())
-        return;
+        return {};
     options.lockTimeout = std::chrono::milliseconds(100); // closing keeps nobody waiting
-    if (!beginChange().ok())
-        return;
-    const Status ignored =
-        checkpoint(true); // on failure the next opener finds the journal open and looks for itself
+    if (const Status status = beginChange(); !status.ok())
+        return status.kind() == ErrorKind::locked ? Status() : status;
+    const Status status = checkpoint(true);
     endChange();
-    static_cast<void>(ignored);
+    return status;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

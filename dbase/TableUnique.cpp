@@ -19,6 +19,15 @@ constexpr int mostLinesByTag = 256;
 
 using Key = std::vector<std::uint8_t>;
 
+/// The order of bytes. Through texts, because g++ 12 warns of lengths that no vector has when it compares two.
+struct KeyLess {
+    bool operator()(const Key &a, const Key &b) const { return text(a) < text(b); }
+    static std::string_view text(const Key &key)
+    {
+        return {reinterpret_cast<const char *>(key.data()), key.size()};
+    }
+};
+
 Status indexIsWrong()
 {
     return {ErrorKind::notFound, "el índice no tiene la línea que responde por una clave"};
@@ -61,7 +70,7 @@ struct TableImpl::UniqueChange {
         bool wanted = false;     ///< a line that is not part of the commit may be the better one
     };
     std::map<RecordNumber, Line> lines;
-    std::map<Key, Holding> keys;
+    std::map<Key, Holding, KeyLess> keys;
 };
 
 /// Prepares a unique tag for a commit. Only keys whose holder leaves them, dies or loses its place are looked
@@ -80,7 +89,7 @@ Status TableImpl::stageUnique(std::size_t number, const Commit &commit)
             line->second.before = one.before;
         line->second.after = one.after;
     }
-    std::map<Key, KeyHolder> candidates;
+    std::map<Key, KeyHolder, KeyLess> candidates;
     for (auto at = change.lines.begin(); at != change.lines.end();) {
         auto &[record, line] = *at;
         line.keyBefore = keyOf(line.before);

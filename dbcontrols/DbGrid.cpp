@@ -140,6 +140,17 @@ std::optional<QColor> DbGrid::rowColor(int row) const
     return m_rowColor ? m_rowColor(row) : std::nullopt;
 }
 
+void DbGrid::setCellColor(CellColor color)
+{
+    m_cellColor = std::move(color);
+    viewport()->update();
+}
+
+std::optional<QColor> DbGrid::cellColor(const QModelIndex &cell) const
+{
+    return m_cellColor ? m_cellColor(cell.row(), cell.column()) : rowColor(cell.row());
+}
+
 DataSet *DbGrid::activeSet() const
 {
     return dataSource() ? dataSource()->activeDataSet() : nullptr;

@@ -42,6 +42,7 @@ public:
     };
     /// Background of a row; nothing for the palette's.
     using RowColor = std::function<std::optional<QColor>(int row)>;
+    using CellColor = std::function<std::optional<QColor>(int row, int column)>;
 
     explicit DbGrid(QWidget *parent = nullptr);
     ~DbGrid() override;
@@ -58,6 +59,9 @@ public:
     /// Selected lines are painted blue with white text whatever the function says.
     void setRowColor(RowColor color);
     [[nodiscard]] std::optional<QColor> rowColor(int row) const;
+    /// The same cell by cell, for grids whose columns tell of different things; goes before the row's.
+    void setCellColor(CellColor color);
+    [[nodiscard]] std::optional<QColor> cellColor(const QModelIndex &cell) const;
 
     /// The selected lines in the order in which they were selected.
     [[nodiscard]] QList<dataset::Bookmark> selectedBookmarks() const;
@@ -114,6 +118,7 @@ private:
     QPointer<CellEditor> m_editor;
     QList<dataset::Bookmark> m_selected;
     RowColor m_rowColor;
+    CellColor m_cellColor;
     Mode m_mode = Mode::cells;
     bool m_enterOpensEditor = true;
     int m_column = 0;       ///< where the current cell was when there was a current line

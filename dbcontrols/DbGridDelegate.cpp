@@ -51,7 +51,7 @@ void DbGridDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option
 {
     QColor background = option.palette.color(QPalette::Base);
     QColor text = option.palette.color(QPalette::Text);
-    if (const std::optional<QColor> color = m_grid.rowColor(index.row())) {
+    if (const std::optional<QColor> color = m_grid.cellColor(index)) {
         background = *color;
         text = readableOn(background, text);
     }

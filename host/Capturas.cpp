@@ -8,6 +8,7 @@
 #include <QtGui/QAction>
 #include <QtGui/QPalette>
 #include <QtGui/QPixmap>
+#include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QDialog>
 #include <QtWidgets/QLineEdit>
@@ -51,7 +52,8 @@ TCapturas::TCapturas(const QString &carpeta, TOficina &oficina)
 {
     QDir().mkpath(m_carpeta);
     m_pasos = PasosDeLaAgenda();
-    for (const auto &pasos : {PasosDeInformes(*this, m_carpeta), PasosDeLosDialogos(oficina)})
+    for (const auto &pasos :
+         {PasosDeInformes(*this, m_carpeta), PasosDeLaUnica(oficina), PasosDeLosDialogos(oficina)})
         m_pasos.insert(m_pasos.end(), pasos.begin(), pasos.end());
     m_pasos.emplace_back([this] { Delante()->close(); });
 }
@@ -124,6 +126,36 @@ std::vector<TCapturas::TPaso> TCapturas::PasosDeLaAgenda()
         },
         CierraDialogo(),
     };
+}
+
+std::vector<TCapturas::TPaso> TCapturas::PasosDeLaUnica(TOficina &oficina)
+{
+    const auto ejecuta = [this](const char *comando) {
+        return [this, comando] {
+            if (auto *const accion = Pieza<QAction>(Delante(), comando))
+                accion->trigger();
+        };
+    };
+    std::vector<TPaso> pasos{
+        Abre([&oficina] { oficina.Modulo->CreaAgenda1(nullptr, oficina.Reloj.Hoy())->IAgenda(); }),
+        Retrata(QStringLiteral("agenda-unica")),
+        ejecuta("Modificar"),
+        Retrata(QStringLiteral("agenda-unica-edicion")),
+        [this] {
+            if (auto *const aceptar = Pieza<QAbstractButton>(Delante(), "BAceptar"))
+                aceptar->click();
+        },
+    };
+    const auto informes = PasosDeInformesUnica(*this, m_carpeta);
+    pasos.insert(pasos.end(), informes.begin(), informes.end());
+    const std::vector<TPaso> resto{
+        [this] { Delante()->close(); },
+        Abre([&oficina] { oficina.Modulo->CreaAgenda1(nullptr, oficina.Reloj.Hoy())->IConfiguracion(); }),
+        Retrata(QStringLiteral("agenda-unica-configuracion")),
+        CierraDialogo(),
+    };
+    pasos.insert(pasos.end(), resto.begin(), resto.end());
+    return pasos;
 }
 
 std::vector<TCapturas::TPaso> TCapturas::PasosDeLosDialogos(TOficina &oficina)

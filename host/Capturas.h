@@ -33,6 +33,7 @@ private:
     void Sigue();
     [[nodiscard]] std::vector<TPaso> PasosDeLaAgenda();
     [[nodiscard]] std::vector<TPaso> PasosDeLosDialogos(TOficina &oficina);
+    [[nodiscard]] std::vector<TPaso> PasosDeLaUnica(TOficina &oficina);
     [[nodiscard]] TPaso CierraDialogo() const;
     /// Opens something modal; the next steps go on from within.
     [[nodiscard]] TPaso Abre(const TPaso &orden);

@@ -10,6 +10,8 @@
 #include <QtGui/QImage>
 #include <QtWidgets/QApplication>
 
+#include <memory>
+
 namespace
 {
 
@@ -32,23 +34,50 @@ void GuardaInforme(TCapturas &capturas, const QString &carpeta, const QString &n
     visor->reject();
 }
 
+using TPasos = std::vector<std::function<void()>>;
+struct TInformeDeVentana {
+    const char *Comando;
+    QString Nombre;
+};
+
+/// A window without the command has no such report, and the steps do nothing.
+TPasos Pasos(TCapturas &capturas, const QString &carpeta, const QList<TInformeDeVentana> &informes)
+{
+    TPasos pasos;
+    for (const TInformeDeVentana &informe : informes) {
+        const auto pedido = std::make_shared<bool>(false);
+        pasos.emplace_back([pedido, comando = informe.Comando] {
+            auto *const ventana = QApplication::activeModalWidget();
+            auto *const accion = ventana->findChild<QAction *>(QLatin1String(comando));
+            *pedido = accion != nullptr;
+            if (accion)
+                QTimer::singleShot(0, accion, &QAction::trigger); // the preview is modal
+        });
+        pasos.emplace_back([pedido, &capturas, nombre = informe.Nombre] {
+            if (*pedido)
+                capturas.Dibuja(*QApplication::activeModalWidget(), QStringLiteral("vista-previa-") + nombre);
+        });
+        pasos.emplace_back([pedido, &capturas, carpeta, nombre = informe.Nombre] {
+            if (*pedido)
+                GuardaInforme(capturas, carpeta, nombre);
+        });
+    }
+    return pasos;
+}
+
 } // namespace
 
 std::vector<std::function<void()>> PasosDeInformes(TCapturas &capturas, const QString &carpeta)
 {
-    std::vector<std::function<void()>> pasos;
-    for (const auto &[comando, nombre] : {std::pair("AImprimirDia", QStringLiteral("hoja-dia")),
-                                          std::pair("AImprimirSemana", QStringLiteral("hoja-semana"))}) {
-        pasos.emplace_back([comando = comando] {
-            auto *const ventana = QApplication::activeModalWidget();
-            if (auto *const accion = ventana->findChild<QAction *>(QLatin1String(comando)))
-                QTimer::singleShot(0, accion, &QAction::trigger); // the preview is modal
-        });
-        pasos.emplace_back([&capturas, nombre = nombre] {
-            capturas.Dibuja(*QApplication::activeModalWidget(), QStringLiteral("vista-previa-") + nombre);
-        });
-        pasos.emplace_back(
-            [&capturas, carpeta, nombre = nombre] { GuardaInforme(capturas, carpeta, nombre); });
-    }
-    return pasos;
+    return Pasos(
+        capturas, carpeta,
+        {{"AImprimirDia", QStringLiteral("hoja-dia")}, {"AImprimirSemana", QStringLiteral("hoja-semana")}});
+}
+
+std::vector<std::function<void()>> PasosDeInformesUnica(TCapturas &capturas, const QString &carpeta)
+{
+    return Pasos(capturas, carpeta,
+                 {{"ImprimirDia", QStringLiteral("hoja-unica-dia")},
+                  {"ImprimirSemana", QStringLiteral("hoja-unica-semana")},
+                  {"Imprimir", QStringLiteral("hoja-unica-dos")}});
 }

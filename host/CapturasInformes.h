@@ -11,3 +11,6 @@ class TCapturas;
 /// sheet as PDF, and a picture of each of its pages.
 /// @param capturas  not owned; outlives the steps.
 [[nodiscard]] std::vector<std::function<void()>> PasosDeInformes(TCapturas &capturas, const QString &carpeta);
+/// The same for the window of the single-table agenda.
+[[nodiscard]] std::vector<std::function<void()>> PasosDeInformesUnica(TCapturas &capturas,
+                                                                      const QString &carpeta);

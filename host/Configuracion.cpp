@@ -93,7 +93,7 @@ QString TConfiguracion::AliasNotario(int notario) const
 
 dataset::Aliases TConfiguracion::Aliases() const
 {
-    QStringList nombres{GetAliasZentra()};
+    QStringList nombres{GetAliasZentra(), QStringLiteral("DB")}; // DB: the single-table agenda's
     for (int notario = 1; notario <= std::max(1, GetnCuantos()); ++notario)
         nombres << AliasNotario(notario);
     dataset::Aliases aliases;

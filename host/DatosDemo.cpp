@@ -4,6 +4,7 @@
 #include "agenda/FicheroIni.h"
 #include "agenda/Rnumcad.h"
 #include "dataset/DatabaseError.h"
+#include "host/AgendaUnica.h"
 #include "host/Configuracion.h"
 
 #include <QtCore/QDir>
@@ -97,6 +98,8 @@ private:
     void CreaComunes();
     void CreaAgenda(int notario);
     void RellenaDia(DbfTable &agenda, QDate fecha);
+    void CreaUnica();
+    void RellenaDiaUnico(DbfTable &agenda, QDate fecha);
     void Anade(DbfTable &tabla, const QList<QVariant> &valores);
     std::unique_ptr<DbfTable> Nueva(const QString &alias, const QString &nombre,
                                     const QList<dataset::FieldInfo> &campos, const QStringList &indices = {});
@@ -114,7 +117,7 @@ void TGenerador::Crea()
     if (QFileInfo::exists(TConfiguracion::FicheroDe(m_carpeta)))
         throw dataset::EDatabaseError(
             QStringLiteral("La carpeta «%1» ya contiene una oficina.").arg(m_carpeta));
-    QStringList alias{QStringLiteral("ZENTRA")};
+    QStringList alias{QStringLiteral("ZENTRA"), QStringLiteral("DB")};
     for (int notario = 1; notario <= m_demo.Notarios; ++notario) {
         alias << QStringLiteral("NOTARIO%1").arg(notario);
         m_notarios << m_azar.Persona();
@@ -128,6 +131,7 @@ void TGenerador::Crea()
     CreaComunes();
     for (int notario = 1; notario <= m_demo.Notarios; ++notario)
         CreaAgenda(notario);
+    CreaUnica();
     // Last: a folder with this file is an office, and a half-made one must not pass for it.
     CreaConfiguracion();
 }
@@ -257,6 +261,54 @@ void TGenerador::RellenaDia(DbfTable &agenda, QDate fecha)
         Anade(agenda, {fecha, StrCeros(minuto / 60, 2) + u':' + StrCeros(minuto % 60, 2), concepto, codigo,
                        interesado, ocupada ? QVariant(m_azar.De(Oficiales)) : QVariant(),
                        salida || ausente ? "S" : "N", "N"});
+    }
+}
+
+void TGenerador::CreaUnica()
+{
+    TAjustesUnica ajustes;
+    if (m_demo.Convenio)
+        ajustes.Notarios = {m_notarios.value(0), m_demo.Notarios > 1 ? m_notarios.at(1) : m_azar.Persona()};
+    const auto agenda = CreaAgendaUnica(m_aliases, ajustes);
+    const QDate ultimo = m_demo.Hoy.addMonths(m_demo.MesesDespues);
+    for (QDate fecha = m_demo.Hoy.addMonths(-m_demo.MesesAntes); fecha <= ultimo; fecha = fecha.addDays(1)) {
+        if (fecha.dayOfWeek() < 6 || fecha == m_demo.Hoy)
+            RellenaDiaUnico(*agenda, fecha);
+    }
+}
+
+void TGenerador::RellenaDiaUnico(DbfTable &agenda, QDate fecha)
+{
+    for (int minuto = PrimeraHora * 60; minuto < (UltimaHora + 1) * 60; minuto += Intervalo) {
+        const bool comida = minuto >= 14 * 60 && minuto < 16 * 60;
+        const bool salida = !comida && m_azar.Ciento(7);
+        // With two notaries each has a half of every text.
+        QStringList oficial;
+        QStringList concepto;
+        QStringList interesado;
+        for (int notario = 1; notario <= (m_demo.Convenio ? 2 : 1); ++notario) {
+            const bool ocupada = m_azar.Ciento(comida ? 8 : 65);
+            const QString empleado = m_azar.De(Oficiales);
+            oficial << (ocupada ? m_demo.Convenio ? StrLeft(empleado.section(u' ', 0, 0), 8) : empleado
+                                : QString());
+            concepto << (ocupada ? m_azar.De(Asuntos) : QString());
+            interesado << (ocupada ? m_azar.Persona() : QString());
+        }
+        QString donde = m_demo.Convenio ? QStringLiteral("0") : QStringLiteral("N");
+        if (salida && m_demo.Convenio) {
+            donde = m_azar.Ciento(50) ? QStringLiteral("1") : QStringLiteral("2");
+            interesado[donde.toInt() - 1] = QStringLiteral("Salida");
+        } else if (salida) {
+            donde = QStringLiteral("S");
+            concepto[0] = m_azar.De(Salidas);
+        }
+        const auto junta = [this](const QStringList &textos, int ancho, int hueco) {
+            return m_demo.Convenio
+                       ? Espacios(textos[0], ancho) + QString(hueco, u' ') + Espacios(textos[1], ancho)
+                       : textos[0];
+        };
+        Anade(agenda, {fecha, StrCeros(minuto / 60, 2) + u':' + StrCeros(minuto % 60, 2),
+                       junta(oficial, 8, 0), donde, junta(concepto, 30, 15), junta(interesado, 50, 0)});
     }
 }
 

@@ -10,6 +10,7 @@ struct TDemo {
     int Notarios = 3;
     int MesesAntes = 3;
     int MesesDespues = 2;
+    bool Convenio = false;   ///< the single-table agenda is of two notaries
     int AnyosDelPrimero = 0; ///< when above 0, the first notary's agenda reaches back so many years
 };
 

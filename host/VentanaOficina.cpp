@@ -1,6 +1,7 @@
 #include "host/VentanaOficina.h"
 
 #include "dataset/DatabaseError.h"
+#include "host/AgendaUnica.h"
 
 #include <QtCore/QLocale>
 #include <QtGui/QAction>
@@ -32,13 +33,20 @@ TVentanaOficina::TVentanaOficina(TOficina &oficina)
         Comando(QStringLiteral("&Agenda..."), QStringLiteral("Abrir la agenda de los notarios"),
                 [this] { AbreAgenda(); });
     agenda->setShortcut(Qt::Key_F2);
+    QAction *const unica = Comando(QStringLiteral("Agenda ú&nica..."),
+                                   QStringLiteral("Abrir la agenda de una sola tabla, de uno o dos notarios"),
+                                   [this] { AbreAgendaUnica(); });
+    unica->setShortcut(Qt::Key_F3);
+    QAction *const ajustes = Comando(QStringLiteral("C&onfiguración de la agenda única..."),
+                                     QStringLiteral("Cambiar las horas y los notarios de la agenda única"),
+                                     [this] { ConfiguraAgendaUnica(); });
     QAction *const clientes =
         Comando(QStringLiteral("&Clientes..."), QStringLiteral("Consultar la lista de clientes"),
                 [this] { m_oficina.Clientes.Explora(QStringLiteral("Lista de clientes")); });
     QAction *const salir =
         Comando(QStringLiteral("&Salir"), QStringLiteral("Cerrar el programa"), [this] { close(); });
     QMenu *const menu = menuBar()->addMenu(QStringLiteral("&Oficina"));
-    menu->addActions({agenda, clientes});
+    menu->addActions({agenda, unica, ajustes, clientes});
     menu->addSeparator();
     menu->addAction(salir);
 
@@ -101,5 +109,21 @@ bool TVentanaOficina::AbreAgenda()
         const auto agenda = m_oficina.Modulo->CreaAgendaN(this, &m_oficina.Clientes, {});
         agenda->SincronizarTablasAFecha(m_oficina.Reloj.Hoy(), true);
         agenda->FichaAgendaN();
+    });
+}
+
+bool TVentanaOficina::AbreAgendaUnica()
+{
+    return ConGuarda([this] {
+        if (PreparaAgendaUnica(m_oficina.Aliases))
+            m_oficina.Modulo->CreaAgenda1(this, m_oficina.Reloj.Hoy())->IAgenda();
+    });
+}
+
+bool TVentanaOficina::ConfiguraAgendaUnica()
+{
+    return ConGuarda([this] {
+        if (PreparaAgendaUnica(m_oficina.Aliases))
+            m_oficina.Modulo->CreaAgenda1(this, m_oficina.Reloj.Hoy())->IConfiguracion();
     });
 }

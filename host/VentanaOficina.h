@@ -36,6 +36,10 @@ public:
     /// cannot.
     /// @return false when the agenda could not be opened.
     bool AbreAgenda();
+    /// Opens the single-table agenda on today, and its settings; where there is none yet it is offered first.
+    /// @return false when it could not be opened.
+    bool AbreAgendaUnica();
+    bool ConfiguraAgendaUnica();
 
 private:
     QAction *Comando(const QString &titulo, const QString &pista, const std::function<void()> &orden);

@@ -25,6 +25,7 @@ struct TOpciones {
     QString Capturas;
     bool CrearDemo = false;
     bool SoloDatos = false;
+    bool Convenio = false;
     bool MideArranque = false;
     int Anyos = 0;
     QDate Hoy;
@@ -41,19 +42,16 @@ TOpciones LeeOpciones(const QApplication &programa)
     const QCommandLineOption solo("solo-datos", "Termina después de crear los datos.");
     const QCommandLineOption anyos("anyos", "Años de agenda del primer notario de la demostración.", "n",
                                    "0");
+    const QCommandLineOption convenio("convenio", "La agenda única de la demostración es de dos notarios.");
     const QCommandLineOption fecha("fecha", "Fecha que se toma por hoy, dd/mm/aaaa.", "fecha");
     const QCommandLineOption capturas("capturas", "Dibuja las ventanas en ficheros PNG y termina.",
                                       "carpeta");
     const QCommandLineOption mide("mide-arranque", "Mide hasta que la agenda está pintada y termina.");
-    linea.addOptions({datos, crear, solo, anyos, fecha, capturas, mide});
+    linea.addOptions({datos, crear, solo, convenio, anyos, fecha, capturas, mide});
     linea.process(programa);
-    TOpciones opciones{linea.value(datos),
-                       linea.value(capturas),
-                       linea.isSet(crear),
-                       linea.isSet(solo),
-                       linea.isSet(mide),
-                       linea.value(anyos).toInt(),
-                       {}};
+    TOpciones opciones{
+        linea.value(datos),    linea.value(capturas), linea.isSet(crear),         linea.isSet(solo),
+        linea.isSet(convenio), linea.isSet(mide),     linea.value(anyos).toInt(), {}};
     if (linea.isSet(fecha))
         opciones.Hoy = Cad_Date(linea.value(fecha));
     return opciones;
@@ -77,6 +75,7 @@ void PreparaDatos(const TOpciones &opciones)
     TDemo demo;
     demo.Hoy = opciones.Hoy.isValid() ? opciones.Hoy : QDate::currentDate();
     demo.AnyosDelPrimero = opciones.Anyos;
+    demo.Convenio = opciones.Convenio;
     CreaDatosDemo(opciones.Datos, demo);
 }
 

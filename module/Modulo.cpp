@@ -1,6 +1,8 @@
 #include "module/Modulo.h"
 
 #include "agenda/ClaseConfAgendaN.h"
+#include "agenda/host/Constanteszen.h"
+#include "agenda1/ClasAge.h"
 #include "agendan/ClaseAgendaN.h"
 
 namespace
@@ -32,6 +34,34 @@ private:
     int &m_vivas;
 };
 
+class TAgendaUnicaDelModulo : public IAgenda1
+{
+public:
+    TAgendaUnicaDelModulo(int &vivas, QObject *propietario, QDate fecha, IVistasAgenda *vistas,
+                          IInformesAgenda1 *informes)
+        : m_motor(fecha, vistas, informes)
+        , m_propietario(propietario)
+        , m_vivas(vivas)
+    {
+        ++m_vivas;
+    }
+    ~TAgendaUnicaDelModulo() override { --m_vivas; }
+    TAgendaUnicaDelModulo(const TAgendaUnicaDelModulo &) = delete;
+    TAgendaUnicaDelModulo &operator=(const TAgendaUnicaDelModulo &) = delete;
+
+    void IAgenda() override
+    {
+        clAgendaSalida = goConfAgendaN->GetColorSalida(); // another workstation may have set it
+        m_motor.IAgenda(m_propietario);
+    }
+    void IConfiguracion() override { m_motor.IConfiguracion(m_propietario); }
+
+private:
+    TAgenda m_motor;
+    QObject *m_propietario;
+    int &m_vivas;
+};
+
 } // namespace
 
 TModulo::TModulo() = default;
@@ -50,6 +80,8 @@ bool TModulo::Registra(const TServicios &servicios)
     goConfAgendaN = std::make_unique<TClassConfAgendaN>(m_vistaConfiguracion.get());
     m_vistas = std::make_unique<TVistasAgendaN>();
     m_informes = std::make_unique<TInformesAgendaN>();
+    m_vistas1 = std::make_unique<TVistasAgenda>();
+    m_informes1 = std::make_unique<TInformesAgenda1>();
     return true;
 }
 
@@ -57,6 +89,8 @@ bool TModulo::Libera()
 {
     if (m_agendas > 0)
         return false;
+    m_informes1.reset();
+    m_vistas1.reset();
     m_informes.reset();
     m_vistas.reset();
     goConfAgendaN.reset();
@@ -72,4 +106,12 @@ std::unique_ptr<IAgendaN> TModulo::CreaAgendaN(QObject *propietario, TClientesRa
         return nullptr;
     return std::make_unique<TAgendaDelModulo>(m_agendas, propietario, clientes, tablas, m_vistas.get(),
                                               m_informes.get());
+}
+
+std::unique_ptr<IAgenda1> TModulo::CreaAgenda1(QObject *propietario, QDate fecha)
+{
+    if (!m_servicios)
+        return nullptr;
+    return std::make_unique<TAgendaUnicaDelModulo>(m_agendas, propietario, fecha, m_vistas1.get(),
+                                                   m_informes1.get());
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "agenda1/ImpresosAgenda1.h"
+#include "agenda1/VentanasAgenda.h"
 #include "agendan/ConfAgendaN.h"
 #include "agendan/ImpresosAgendaN.h"
 #include "agendan/VentanasAgendaN.h"
@@ -22,11 +24,14 @@ public:
     bool Libera() override;
     [[nodiscard]] std::unique_ptr<IAgendaN> CreaAgendaN(QObject *propietario, TClientesRaiz *clientes,
                                                         const TTablas &tablas) override;
+    [[nodiscard]] std::unique_ptr<IAgenda1> CreaAgenda1(QObject *propietario, QDate fecha) override;
 
 private:
     std::unique_ptr<TServiciosInstalados> m_servicios;
     std::unique_ptr<TVistaConfiguracion> m_vistaConfiguracion;
     std::unique_ptr<TVistasAgendaN> m_vistas;
     std::unique_ptr<TInformesAgendaN> m_informes;
+    std::unique_ptr<TVistasAgenda> m_vistas1;
+    std::unique_ptr<TInformesAgenda1> m_informes1;
     int m_agendas = 0; ///< alive
 };

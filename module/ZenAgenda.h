@@ -27,12 +27,25 @@ public:
     virtual void FichaAgendaN() = 0;
 };
 
+/// The single-table agenda as the host sees it.
+class IAgenda1
+{
+public:
+    virtual ~IAgenda1() = default;
+    /// Shows the working day, whose sheet is made after asking, and returns when the user has closed the
+    /// window. Nothing happens where the table AGENDA, of the alias "DB", has no settings row.
+    /// @throws dataset::EDatabaseError
+    virtual void IAgenda() = 0;
+    /// Shows the settings dialog. The settings row must be there. @throws dataset::EDatabaseError
+    virtual void IConfiguracion() = 0;
+};
+
 /// The module. Registra() once after loading, Libera() once before unloading.
 class IZenAgenda
 {
 public:
     /// Grows with every change of these interfaces.
-    static constexpr int VersionInterfaz = 2;
+    static constexpr int VersionInterfaz = 3;
     using TTablas = std::array<dataset::DataSet *, 5>;
 
     virtual ~IZenAgenda() = default;
@@ -53,6 +66,10 @@ public:
     /// opened.
     [[nodiscard]] virtual std::unique_ptr<IAgendaN> CreaAgendaN(QObject *propietario, TClientesRaiz *clientes,
                                                                 const TTablas &tablas) = 0;
+    /// @param propietario  owner of the windows; may be null.
+    /// @param fecha        the working day.
+    /// @return null before Registra().
+    [[nodiscard]] virtual std::unique_ptr<IAgenda1> CreaAgenda1(QObject *propietario, QDate fecha) = 0;
 };
 
 #define IZenAgenda_iid "agenda.IZenAgenda/1"

@@ -10,18 +10,9 @@ namespace report
 namespace
 {
 
-/// Measuring is done this much larger than life, where a device's rounding to whole dots no longer matters.
-constexpr double magnification = 30;
 constexpr double pointsPerInch = 72;
 /// A text that fills its line exactly must not fall out of it for the last digit of a sum.
 constexpr double slack = 0.01;
-
-QFont magnified(double points, bool bold)
-{
-    QFont font = reportFont(points, bold);
-    font.setPixelSize(qMax(1, qRound(points * unitsPerInch / pointsPerInch * magnification)));
-    return font;
-}
 
 /// What cannot be printed as a letter must not disturb the line.
 QString printable(QString text)
@@ -53,10 +44,17 @@ QFont reportFont(double points, bool bold)
     return font;
 }
 
+QFont magnifiedFont(double points, bool bold)
+{
+    QFont font = reportFont(points, bold);
+    font.setPixelSize(qMax(1, qRound(points * unitsPerInch / pointsPerInch * magnification)));
+    return font;
+}
+
 TextMeasure::TextMeasure(double points, bool bold)
     : m_points(points)
     , m_bold(bold)
-    , m_metrics(magnified(points, bold))
+    , m_metrics(magnifiedFont(points, bold))
     , m_ascent(m_metrics.ascent() / magnification)
     , m_lineHeight((m_metrics.ascent() + m_metrics.descent()) / magnification)
 {
@@ -70,8 +68,10 @@ double TextMeasure::width(const QString &text) const
 /// How many characters from the beginning fit into a line; at least one letter.
 qsizetype TextMeasure::fitting(QStringView text, double lineWidth) const
 {
+    if (width(text.toString()) <= lineWidth + slack)
+        return text.size(); // most of them
     qsizetype fits = 0;
-    qsizetype tooMany = text.size() + 1;
+    qsizetype tooMany = text.size();
     while (tooMany - fits > 1) {
         const qsizetype middle = fits + (tooMany - fits) / 2;
         if (width(text.first(middle).toString()) <= lineWidth + slack)

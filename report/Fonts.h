@@ -14,6 +14,11 @@ namespace report
 /// @param points  may be fractional.
 [[nodiscard]] QFont reportFont(double points, bool bold);
 
+/// Texts are measured this much larger than life, where a device's rounding to whole dots no longer matters.
+inline constexpr double magnification = 30;
+/// The face that texts are measured with: so many dots high as a letter has units, times the magnification.
+[[nodiscard]] QFont magnifiedFont(double points, bool bold);
+
 /// Measures text in units, independent of any device.
 class TextMeasure
 {

@@ -43,10 +43,24 @@ void PagePainter::paint(const Page &page, QPointF origin)
         m_painter.drawLine(QLineF(dotOf(line.line.p1(), origin), dotOf(line.line.p2(), origin)));
     }
     for (const TextPrimitive &text : page.texts) {
-        m_painter.setPen(QColor::fromRgba(text.color));
-        m_painter.setFont(fontFor(text));
-        m_painter.drawText(QPointF(text.left, text.baseline) * m_scale + origin, text.text);
+        paintText(text, QPointF(text.left, text.baseline) * m_scale + origin);
     }
+    m_painter.restore();
+}
+
+void PagePainter::paintText(const TextPrimitive &text, QPointF at)
+{
+    m_painter.setPen(QColor::fromRgba(text.color));
+    m_painter.setFont(fontFor(text));
+    if (!m_coarse) {
+        m_painter.drawText(at, text.text);
+        return;
+    }
+    // A face made for the screen steps by whole dots, and a line would outgrow its column.
+    m_painter.save();
+    m_painter.translate(at);
+    m_painter.scale(m_scale / magnification, m_scale / magnification);
+    m_painter.drawText(QPointF(), text.text);
     m_painter.restore();
 }
 
@@ -82,9 +96,9 @@ const QFont &PagePainter::fontFor(const TextPrimitive &text)
         if (known.points == text.points && known.bold == text.bold)
             return known.font;
     }
-    return m_fonts
-        .emplace_back(KnownFont{text.points, text.bold, reportFont(text.points * m_fontScale, text.bold)})
-        .font;
+    const QFont font =
+        m_coarse ? magnifiedFont(text.points, text.bold) : reportFont(text.points * m_fontScale, text.bold);
+    return m_fonts.emplace_back(KnownFont{text.points, text.bold, font}).font;
 }
 
 } // namespace report

@@ -18,9 +18,7 @@ namespace report
 class REPORT_EXPORT PagePainter
 {
 public:
-    /// @param painter  not owned; its origin is the paper's corner. Its scale stays 1: a scaled painter
-    /// rounds
-    ///                 letters to whole dots.
+    /// @param painter  not owned; its origin is the paper's corner, its scale 1.
     /// @param scale    dots of the device to a unit.
     PagePainter(QPainter &painter, double scale);
     ~PagePainter();
@@ -36,6 +34,7 @@ private:
         bool bold;
         QFont font;
     };
+    void paintText(const TextPrimitive &text, QPointF at);
     const QFont &fontFor(const TextPrimitive &text);
     [[nodiscard]] QPen penFor(double width, QRgb color, Qt::PenCapStyle cap) const;
     [[nodiscard]] QPointF dotOf(QPointF place, QPointF origin) const;

@@ -82,7 +82,7 @@ protected:
     void abre(const std::function<void(TAgenda &)> &pasos, QDate fecha = Dia)
     {
         m_pasos = pasos;
-        TAgenda(fecha, this).IAgenda(nullptr);
+        TAgenda(fecha, this, informes).IAgenda(nullptr);
     }
 
     // IVistasAgenda
@@ -91,7 +91,8 @@ protected:
     void MuestraConfAgenda(TAgenda &motor, QObject * /*propietario*/) override { muestra(motor, 3); }
 
     OficinaDePrueba oficina;
-    int mostrada = 0; ///< 1 for one notary, 2 for two, 3 for the settings
+    IInformesAgenda1 *informes = nullptr; ///< of the test
+    int mostrada = 0;                     ///< 1 for one notary, 2 for two, 3 for the settings
 
 private:
     void muestra(TAgenda &motor, int cual)

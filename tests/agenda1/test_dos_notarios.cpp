@@ -47,8 +47,6 @@ protected:
 
 const QString Nueve = QStringLiteral("09:00");
 
-} // namespace
-
 TEST_F(DosNotariosTest, LinesAreUnpackedAndPackedByCharacters)
 {
     const QString larga = QString(49, u'ñ') + u'Á';
@@ -248,3 +246,5 @@ TEST(FusionDia, BringsTwoVersionsTogether)
         EXPECT_EQ(fusion.Choques.size(), caso.choques) << caso.que;
     }
 }
+
+} // namespace

@@ -16,7 +16,6 @@ QStringList horas(const QStringList &lineas)
         solas << linea.section(u'|', 0, 0);
     return solas;
 }
-} // namespace
 
 TEST_F(UnicaTest, WithoutASettingsRowNothingIsShown)
 {
@@ -183,3 +182,5 @@ TEST_F(UnicaTest, TheSettingsRowIsReadAndWritten)
     motor.IConfiguracion(nullptr);
     EXPECT_EQ(mostrada, 3);
 }
+
+} // namespace

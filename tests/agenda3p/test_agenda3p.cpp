@@ -8,7 +8,6 @@ namespace
 {
 const QString Pregunta = QStringLiteral("¿Desea añadir una hoja a día de 16/11/2026 (S/N)?");
 const QString Explica = QStringLiteral("No hay datos a fecha de 16/11/2026");
-} // namespace
 
 TEST_F(Motor3PTest, ANewDayIsAskedForAndBuiltInEveryTable)
 {
@@ -154,3 +153,5 @@ TEST_F(Motor3PTest, TablesOfTheHostCountOneMoreAndStayOpen)
     EXPECT_EQ(oficina.dia(2, Hoy).size(), 2);
     EXPECT_TRUE(una->isActive());
 }
+
+} // namespace

@@ -28,8 +28,6 @@ protected:
     }
 };
 
-} // namespace
-
 TEST_F(CopiaTest, PastingWritesTheTargetLinesAndNoOthers)
 {
     oficina.linea(1, Manana, "09:00", "Estaba", "S");
@@ -128,3 +126,5 @@ TEST_F(CopiaTest, CleaningLeavesTheSlotAndItsClient)
     EXPECT_EQ(valor("INTERESADO"), "");
     EXPECT_EQ(valor("AVISO"), "N");
 }
+
+} // namespace

@@ -2,6 +2,7 @@
 
 #include "agenda/ClaseConfAgendaN.h"
 #include "agendan/ConfAgendaN.h"
+#include "dbcontrols/ColorPanel.h"
 #include "tests/support/OficinaDePrueba.h"
 
 #include <QtCore/QTimer>
@@ -225,21 +226,21 @@ TEST_F(ConfAgendaTest, TheColourIsChosenWithClickOrSpaceAndKeptWhenCancelled)
         mira->start(1);
     };
     enDialogo([&] {
-        auto &panel = pieza<TPanelColor>("pColorAgendaSalida");
+        auto &panel = pieza<dbcontrols::ColorPanel>("pColorAgendaSalida");
         enColores([](QColorDialog &colores) {
             EXPECT_EQ(colores.currentColor(), QColor(255, 198, 198));
             colores.setCurrentColor(QColor(1, 2, 3));
             QTest::keyClick(colores.windowHandle(), Qt::Key_Escape);
         });
         pulsa(panel);
-        EXPECT_EQ(panel.Color(), TColor{0x00C6C6FF});
+        EXPECT_EQ(panel.color(), TColor{0x00C6C6FF});
         enColores([](QColorDialog &colores) {
             colores.setCurrentColor(QColor(255, 220, 130));
             QTest::keyClick(colores.windowHandle(), Qt::Key_Return);
         });
         panel.setFocus();
         tecla(Qt::Key_Space);
-        EXPECT_EQ(panel.Color(), TColor{0x0082DCFF});
+        EXPECT_EQ(panel.color(), TColor{0x0082DCFF});
         pulsa(pieza<QPushButton>("BAceptar"));
     });
     EXPECT_EQ(goConfAgendaN->GetColorSalida(), TColor{0x0082DCFF});

@@ -51,6 +51,14 @@ TEST_F(Impresion, CommandsPrintTheDateOfTheDateField)
         fecha().selectAll();
         teclea("18112026");
         comando("AImprimirDia");
+        // A date that is none prints nothing, and is said once.
+        fecha().setFocus();
+        fecha().selectAll();
+        teclea("31112026");
+        oficina.Mensaje.espera({"La fecha introducida no es correcta", " ATENCIÓN:"});
+        comando("AImprimirDia");
+        QCoreApplication::processEvents();
+        EXPECT_FALSE(oficina.Mensaje.pendientes());
     });
     const QStringList pedidos{"dia 16/11 con 16/11/2026", "semana 16/11 de 24 filas",
                               "dia 16/11 con 16/11/2026Ana", "semana 16/11 de 0 filas",

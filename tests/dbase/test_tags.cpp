@@ -18,7 +18,7 @@ using support::TempFolder;
 using support::writeFile;
 
 /// A line as the test knows it; what the tags make of it is said once more below, without the library.
-struct Line {
+struct TagLine {
     std::string group; // two letters
     int day = 1;       // of January 2026; 0: blank
     int amount = 0;
@@ -28,24 +28,24 @@ struct Line {
 
 struct TagCase {
     TagDefinition tag;
-    bool (*accepts)(const Line &);
+    bool (*accepts)(const TagLine &);
     /// Larger means later in an ascending tag.
-    std::string (*key)(const Line &);
+    std::string (*key)(const TagLine &);
 };
 
 std::string two(int number)
 {
     return std::string(number < 10 ? "0" : "") + std::to_string(number);
 }
-bool all(const Line & /*line*/)
+bool all(const TagLine & /*line*/)
 {
     return true;
 }
-std::string groupOf(const Line &line)
+std::string groupOf(const TagLine &line)
 {
     return line.group;
 }
-std::string dayOf(const Line &line)
+std::string dayOf(const TagLine &line)
 {
     return line.day == 0 ? "99" : two(line.day); // a blank date is the last one
 }
@@ -55,19 +55,19 @@ const std::vector<TagCase> &cases()
     static const std::vector<TagCase> known{
         {{"LLANO", "GRUPO+DTOS(FECHA)"},
          all,
-         [](const Line &line) { return line.group + (line.day == 0 ? "  " : two(line.day)); }},
+         [](const TagLine &line) { return line.group + (line.day == 0 ? "  " : two(line.day)); }},
         {{"FECHABAJA", "FECHA", true}, all, dayOf},
-        {{"IMPBAJA", "IMPORTE", true}, all, [](const Line &line) { return two(line.amount + 50); }},
+        {{"IMPBAJA", "IMPORTE", true}, all, [](const TagLine &line) { return two(line.amount + 50); }},
         {{"UNO", "GRUPO", false, true}, all, groupOf},
         {{"UNODIA", "FECHA", true, true}, all, dayOf},
         {{"VIVAS", "GRUPO", false, false, ".NOT. DELETED()"},
-         [](const Line &line) { return !line.deleted; },
+         [](const TagLine &line) { return !line.deleted; },
          groupOf},
         {{"PARTE", "FECHA", true, false, "VALE .AND. IMPORTE >= 10 .OR. GRUPO='BB'"},
-         [](const Line &line) { return (line.valid && line.amount >= 10) || line.group == "BB"; },
+         [](const TagLine &line) { return (line.valid && line.amount >= 10) || line.group == "BB"; },
          dayOf},
         {{"UNOPARTE", "UPPER(GRUPO)", true, true, "IMPORTE > 0 .AND. FECHA <> {}"},
-         [](const Line &line) { return line.amount > 0 && line.day != 0; },
+         [](const TagLine &line) { return line.amount > 0 && line.day != 0; },
          groupOf},
     };
     return known;
@@ -82,10 +82,10 @@ std::vector<TagDefinition> definitions()
 }
 
 /// The lines that a tag is to show, in order.
-std::vector<RecordNumber> expected(const TagCase &one, const std::vector<Line> &lines)
+std::vector<RecordNumber> expected(const TagCase &one, const std::vector<TagLine> &lines)
 {
     std::vector<RecordNumber> out;
-    const auto at = [&](RecordNumber number) -> const Line & { return lines[number - 1]; };
+    const auto at = [&](RecordNumber number) -> const TagLine & { return lines[number - 1]; };
     for (RecordNumber number = 1; number <= lines.size(); ++number) {
         if (one.accepts(at(number)))
             out.push_back(number);
@@ -115,7 +115,7 @@ protected:
     std::filesystem::path dbf = folder.path() / "TABLA.DBF";
     std::filesystem::path mdx = folder.path() / "TABLA.MDX";
     std::filesystem::path jnl = folder.path() / "TABLA.JNL";
-    std::vector<Line> lines;
+    std::vector<TagLine> lines;
     std::minstd_rand random{20260131};
 
     void SetUp() override
@@ -141,7 +141,7 @@ protected:
         return opened.ok() ? std::move(opened).value() : nullptr;
     }
 
-    static std::vector<std::uint8_t> bytesOf(const Table &table, const Line &line)
+    static std::vector<std::uint8_t> bytesOf(const Table &table, const TagLine &line)
     {
         auto record = blankRecord(table.recordLength());
         const auto &fields = table.fields();
@@ -156,17 +156,17 @@ protected:
     }
 
     int upTo(int most) { return static_cast<int>(random() % static_cast<unsigned>(most + 1)); }
-    Line anyLine()
+    TagLine anyLine()
     {
         return {std::string(2, static_cast<char>('A' + upTo(5))), upTo(9), upTo(40) - 20, upTo(1) == 0};
     }
 
-    void append(Table &table, const Line &line)
+    void append(Table &table, const TagLine &line)
     {
         ASSERT_TRUE(table.append(bytesOf(table, line)).ok());
         lines.push_back(line);
     }
-    void change(Table &table, RecordNumber number, const Line &line)
+    void change(Table &table, RecordNumber number, const TagLine &line)
     {
         const Status status = table.update(number, bytesOf(table, lines[number - 1]), bytesOf(table, line));
         ASSERT_TRUE(status.ok()) << status.message();
@@ -178,7 +178,7 @@ protected:
         const auto number = static_cast<RecordNumber>(upTo(static_cast<int>(lines.size())));
         if (number == 0 || upTo(3) == 0)
             return append(table, anyLine());
-        Line line = lines[number - 1];
+        TagLine line = lines[number - 1];
         switch (upTo(4)) {
         case 0:
             line.deleted = !line.deleted;
@@ -247,7 +247,7 @@ TEST_F(Tags, AreKeptThroughAnyChanges)
     ASSERT_TRUE(table->reindex().ok());
     expectRight(*table);
     ASSERT_TRUE(table->pack().ok());
-    std::erase_if(lines, [](const Line &line) { return line.deleted; });
+    std::erase_if(lines, [](const TagLine &line) { return line.deleted; });
     expectRight(*table);
     EXPECT_EQ(table->tags().size(), cases().size());
 }
@@ -260,13 +260,13 @@ TEST_F(Tags, AreKeptByGroups)
         append(*table, anyLine());
     for (int round = 0; round < 60; ++round) {
         ASSERT_TRUE(table->beginGroup().ok());
-        const std::vector<Line> before = lines;
+        const std::vector<TagLine> before = lines;
         std::vector<RecordNumber> numbers(200);
         for (RecordNumber &number : numbers)
             number = static_cast<RecordNumber>(&number - numbers.data() + 1);
         std::shuffle(numbers.begin(), numbers.end(), random);
         for (int i = 0; i < 12; ++i) {
-            Line line = anyLine();
+            TagLine line = anyLine();
             line.deleted = upTo(1) == 0;
             if (i % 4 == 3)
                 append(*table, line);
@@ -292,7 +292,9 @@ TEST_F(Tags, TheNextLineTakesOverAKey)
 {
     const auto table = open(dbf);
     constexpr RecordNumber farApart = 4500;
-    const auto filler = [](RecordNumber number) { return Line{"ZZ", static_cast<int>(number % 5) + 20, 0}; };
+    const auto filler = [](RecordNumber number) {
+        return TagLine{"ZZ", static_cast<int>(number % 5) + 20, 0};
+    };
     ASSERT_TRUE(table->beginGroup().ok());
     append(*table, {"AA", 3, 5});
     append(*table, {"AA", 3, 7});
@@ -312,7 +314,7 @@ TEST_F(Tags, TheNextLineTakesOverAKey)
     const struct {
         const char *what;
         RecordNumber number;
-        Line now;
+        TagLine now;
         RecordNumber uno;      ///< holder of AA
         RecordNumber unoparte; ///< the same among those with an amount and a date
     } steps[] = {

@@ -63,7 +63,7 @@ std::vector<std::uint8_t> allRecords(const Table &table, RecordNumber count)
     return all;
 }
 
-/// Every index has every line once, forward and backward.
+/// Every index has every line once, forward and backward; one that leaves lines out, as many as it has.
 void walk(const Table &table)
 {
     for (const auto &tag : table.tags()) {
@@ -80,7 +80,8 @@ void walk(const Table &table)
             const auto found = index->find(at.value()->key.bytes());
             fuzz::expect(found.ok(), "a key that was met can be looked for");
         }
-        fuzz::expect(at.ok() && entries == table.recordCount(), "no line is missing");
+        const bool whole = !tag.unique && tag.filter.empty();
+        fuzz::expect(at.ok() && (!whole || entries == table.recordCount()), "no line is missing");
         for (at = index->last(); at.ok() && at.value() && entries > 0; at = index->prior(*at.value()))
             --entries;
         fuzz::expect(at.ok() && !at.value() && entries == 0, "as many backward as forward");
@@ -134,7 +135,10 @@ void fuzz::table(Bytes input)
         expect(!opened.status().text().empty(), "a refusal says why");
         return;
     }
-    expect(opened.value()->check().ok(), "an open table has a right index");
+    const dbase::Status checked = opened.value()->check();
+    // An index with an order that is not kept is left alone, and so is the table.
+    const bool leftAlone = opened.value()->isReadOnly() && checked.kind() == dbase::ErrorKind::unsupported;
+    expect(checked.ok() || leftAlone, "an open table has a right index");
     walk(*opened.value());
     appendOne(*opened.value());
 }

@@ -2,6 +2,7 @@
 
 #include "dataset/MemTable.h"
 #include "report/Error.h"
+#include "report/Painter.h"
 #include "report/Pdf.h"
 #include "tests/support/Paginas.h"
 #include "tests/support/TempFolder.h"
@@ -165,6 +166,33 @@ TEST_F(ReportTest, TextIsWrappedInsideItsHeightAndAligned)
     EXPECT_NEAR(middle->left + middle->width / 2, 37.795 + 50, 0.001);
     EXPECT_NEAR(right->left + right->width, 37.795 + 90, 0.001);
     EXPECT_TRUE(middle->bold);
+}
+
+TEST_F(ReportTest, OnAScreenALineIsAsWideAsItWasMeasured)
+{
+    report.page = PageSetup::a4Portrait();
+    report.title = {};
+    report.title.height = 100;
+    for (int i = 0; i < 5; ++i)
+        report.title.addLabel({}, {10, 15.0 * i, 600, 15}, QString(60, QChar(u"iltfj"[i])), {});
+    report.pageHeader = report.summary = report.pageFooter = {};
+    const auto made = layOut(report);
+    for (const int dotsPerInch : {70, 96, 104, 144}) {
+        const double scale = dotsPerInch / 96.0;
+        const QImage image = pageImage(made[0], report.page, dotsPerInch);
+        for (const TextPrimitive &text : made[0].texts) {
+            int last = 0;
+            for (int y = static_cast<int>(text.top * scale); y < static_cast<int>(text.baseline * scale);
+                 ++y) {
+                for (int x = 0; x < image.width(); ++x) {
+                    if (qGray(image.pixel(x, y)) < 200)
+                        last = qMax(last, x);
+                }
+            }
+            EXPECT_NEAR(last / scale, text.left + text.width, 3)
+                << text.text[0].toLatin1() << " at " << dotsPerInch;
+        }
+    }
 }
 
 TEST_F(ReportTest, AMissingFieldIsNamedWithItsLayout)

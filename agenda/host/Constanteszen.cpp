@@ -1,0 +1,3 @@
+#include "agenda/host/Constanteszen.h"
+
+TColor clAgendaSalida = 0x00C6C6FF;

@@ -1,0 +1,24 @@
+// The printed sheets of the single-table agenda.
+
+#include "agenda/SemanaAgenda.h"
+#include "agenda1/ClasAge.h"
+
+#include <QtCore/QCoreApplication>
+
+void TAgenda::InformeSemanal()
+{
+    dataset::MemTable &semana = m_datos->cdsAgendaSemanal;
+    HazInformeSemana({*FTabla, semana, [this] { FTabla->cancelRange(); }, [this](QDate) { PonRango(); }},
+                     FFecha, std::nullopt, [&](QDate lunes) {
+                         m_informes->CreaQRAgendaZen(QCoreApplication::instance(), lunes, semana)->Preview();
+                     });
+}
+
+void TAgenda::InformeDia()
+{
+    QObject *const propietario = QCoreApplication::instance();
+    if (DosNotarios())
+        m_informes->CreaQRAgendaDia2(propietario, FFecha, Tabla2())->Preview();
+    else
+        m_informes->CreaQRAgendaDia(propietario, FFecha, Tabla())->Preview();
+}

@@ -1,0 +1,261 @@
+#include "agenda1/ConfAgenda.h"
+
+#include "agenda/ClaseConfAgendaN.h"
+#include "agenda/MotorComun.h"
+#include "agenda/Rnumcad.h"
+#include "agenda/Rvarias.h"
+#include "agenda/host/Constanteszen.h"
+#include "agenda/host/Servicios.h"
+#include "agenda1/ClasAge.h"
+#include "dbcontrols/ColorPanel.h"
+#include "dbcontrols/MaskEdit.h"
+
+#include <QtGui/QKeyEvent>
+#include <QtGui/QWindow>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QComboBox>
+#include <QtWidgets/QGroupBox>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QRadioButton>
+
+#include <utility>
+
+namespace
+{
+
+QString SinBlancosNiBarras(const QString &fecha)
+{
+    return QuitaCaracter(QuitaCaracter(fecha, u' '), u'/');
+}
+
+/// A menu, a list or another window takes the focus for a while only: the control is not being left.
+bool SoloPorUnRato(const QEvent &evento)
+{
+    const Qt::FocusReason razon = static_cast<const QFocusEvent &>(evento).reason();
+    return razon == Qt::PopupFocusReason || razon == Qt::ActiveWindowFocusReason ||
+           razon == Qt::MenuBarFocusReason;
+}
+
+void MuestraError(const QString &texto)
+{
+    Servicios().Mensaje->Mensaje_Error(texto, QStringLiteral("Error"));
+}
+
+} // namespace
+
+// What is read and written
+
+void TFConfAgenda::leerDatos()
+{
+    if (!m_motor.SeleccionaConfiguracion())
+        return;
+    const TAjustesAgenda &ajustes = m_motor.Ajustes();
+    const bool dos = m_motor.DosNotarios();
+    (dos ? rbConvenio : rbNormal)->setChecked(true);
+    eNotario1->setText(dos ? ajustes.FNotario1.trimmed() : QString());
+    eNotario2->setText(dos ? ajustes.FNotario2.trimmed() : QString());
+    cbHoraComienzo->setCurrentIndex(ajustes.FHoraInicio - 1);
+    cbHoraFin->setCurrentIndex(ajustes.FHoraFin - 1);
+    eIntervaloHoras->setText(Int_Cad(ajustes.FIntervalo));
+    try {
+        MEFecha->setMaskedText(Date_Cad(Servicios().Config->GetAgenda_FechaInicio()));
+    } catch (const std::exception &error) {
+        // Raised, it would shut the user out of the dialog in which the date can be put right.
+        qWarning("The end date of the agenda could not be read: %s", error.what());
+    }
+    HabilitaInteresados();
+}
+
+void TFConfAgenda::escribirDatos()
+{
+    TAjustesAgenda ajustes = m_motor.Ajustes();
+    if (rbNormal->isChecked()) {
+        ajustes.FNotario1 = UnNotario;
+    } else {
+        ajustes.FNotario1 = eNotario1->text().trimmed();
+        ajustes.FNotario2 = eNotario2->text().trimmed();
+    }
+    ajustes.FHoraInicio = cbHoraComienzo->currentIndex() + 1;
+    ajustes.FHoraFin = cbHoraFin->currentIndex() + 1;
+    ajustes.FIntervalo = Cad_Int(eIntervaloHoras->text());
+    m_motor.PonAjustes(ajustes);
+    bool hecho = true;
+    try {
+        const QString fecha = MEFecha->text();
+        Servicios().Config->SetAgenda_FechaInicio(SinBlancosNiBarras(fecha).isEmpty() ? QDate()
+                                                                                      : Cad_Date(fecha));
+    } catch (const std::exception &error) {
+        qWarning("The end date of the agenda could not be stored: %s", error.what());
+        hecho = false; // the rest is stored all the same
+    }
+    hecho = m_motor.AlmacenaConfiguracion() && hecho;
+    if (!hecho)
+        MuestraError(QStringLiteral("Hubo problemas al intentar guardar la configuración de la agenda"));
+}
+
+void TFConfAgenda::HabilitaInteresados()
+{
+    const bool dos = rbConvenio->isChecked();
+    for (QWidget *const control : std::initializer_list<QWidget *>{m_rotuloNotario1, m_rotuloNotario2,
+                                                                   gbINteresados, eNotario1, eNotario2})
+        control->setEnabled(dos);
+}
+
+void TFConfAgenda::rbNormalClick()
+{
+    HabilitaInteresados();
+}
+
+void TFConfAgenda::pColorAgendaSalidaClick()
+{
+    const auto color = pColorAgendaSalida->askColor(QStringLiteral("Color de una salida"));
+    if (!color)
+        return;
+    pColorAgendaSalida->setColor(*color);
+    pColorAgendaSalida->setAccessibleDescription(ColorATexto(*color));
+    clAgendaSalida = *color;
+    try {
+        TClassConfAgendaN().SetColorSalida(*color); // at once, however the dialog is left
+    } catch (const std::exception &error) {
+        MuestraError(QString::fromUtf8(error.what()));
+    }
+}
+
+void TFConfAgenda::BAceptarClick()
+{
+    // Its key presses the button without the focus leaving the field, which must not be left as it is.
+    if (m_sinNumero || (eIntervaloHoras->hasFocus() && !EsUnNumero(eIntervaloHoras->text()))) {
+        eIntervaloHoras->setFocus();
+        return;
+    }
+    m_fechaPendiente = false;
+    if (!CompruebaFecha())
+        return;
+    escribirDatos();
+    accept();
+}
+
+void TFConfAgenda::BSalirClick()
+{
+    BSalir->setFocus();
+    m_fechaPendiente = false;
+    if (Servicios().Mensaje->Mensaje_NoSi(QStringLiteral("¿Desea realmente salir de la configuración?"),
+                                          QStringLiteral("No se actualizará la configuración"),
+                                          QStringLiteral("Atención")) == RespuestaSi)
+        reject();
+}
+
+// Fields that are not left as they like
+
+bool TFConfAgenda::eIntervaloHorasKeyPress(const QKeyEvent &tecla)
+{
+    // Keys that move or delete are no characters, although Qt gives some of them one.
+    switch (tecla.key()) {
+    case Qt::Key_Delete:
+    case Qt::Key_Tab:
+    case Qt::Key_Backtab:
+        return true;
+    case Qt::Key_Backspace:
+        return false; // arrives as a character, and is none of the digits
+    default:
+        return tecla.text().isEmpty() || EsUnNumero(tecla.text());
+    }
+}
+
+void TFConfAgenda::eIntervaloHorasExit()
+{
+    if (EsUnNumero(eIntervaloHoras->text()))
+        return;
+    m_sinNumero = true;
+    // Queued: the control that is to get the focus now has not had it yet.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            if (std::exchange(m_sinNumero, false) && !BSalir->hasFocus())
+                eIntervaloHoras->setFocus();
+        },
+        Qt::QueuedConnection);
+}
+
+bool TFConfAgenda::CompruebaFecha()
+{
+    QString fecha = MEFecha->text();
+    if (SinBlancosNiBarras(fecha).isEmpty())
+        return true;
+    if (VerificaFecha(fecha)) {
+        MEFecha->setMaskedText(fecha);
+        return true;
+    }
+    AvisaMotor(QStringLiteral("La fecha introducida no es correcta"), {}, TituloAtencionPuntos);
+    MEFecha->setFocus();
+    return false;
+}
+
+void TFConfAgenda::MEFechaExit()
+{
+    m_fechaPendiente = true;
+    // Queued: where the focus goes is known only when it is there, and no box may open before.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            if (std::exchange(m_fechaPendiente, false) && !BSalir->hasFocus())
+                CompruebaFecha();
+        },
+        Qt::QueuedConnection);
+}
+
+// Keys and focus
+
+bool TFConfAgenda::eventFilter(QObject *objeto, QEvent *evento)
+{
+    const bool tecla = evento->type() == QEvent::KeyPress;
+    if (objeto == windowHandle())
+        return tecla && !QApplication::activePopupWidget() && QApplication::activeModalWidget() == this &&
+               FormKeyDown(static_cast<QKeyEvent *>(evento)->key());
+    auto *const control = qobject_cast<QWidget *>(objeto);
+    if (!control)
+        return QDialog::eventFilter(objeto, evento);
+    if (tecla && objeto == eIntervaloHoras)
+        return !eIntervaloHorasKeyPress(*static_cast<QKeyEvent *>(evento));
+    if (evento->type() == QEvent::FocusIn) {
+        TomaFoco(*control);
+    } else if (evento->type() == QEvent::FocusOut && !SoloPorUnRato(*evento)) {
+        DejaFoco(*control);
+        if (objeto == eIntervaloHoras)
+            eIntervaloHorasExit();
+    }
+    return QDialog::eventFilter(objeto, evento);
+}
+
+bool TFConfAgenda::FormKeyDown(int tecla)
+{
+    switch (tecla) {
+    case Qt::Key_Enter:
+    case Qt::Key_Return:
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                setAttribute(Qt::WA_KeyboardFocusChange); // styles show the focus of buttons only then
+                focusNextChild();
+            },
+            Qt::QueuedConnection);
+        return true;
+    case Qt::Key_Escape:
+        BSalir->click();
+        return true;
+    default:
+        return false;
+    }
+}
+
+void TFConfAgenda::TomaFoco(QWidget &control)
+{
+    Servicios().Rvarias->TomaFocoControl(control);
+}
+
+void TFConfAgenda::DejaFoco(QWidget &control)
+{
+    Servicios().Rvarias->DejaFocoControl(control);
+}

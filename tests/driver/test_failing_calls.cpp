@@ -1,0 +1,198 @@
+// File calls that fail, each in turn: nothing is damaged, nothing acknowledged is lost, who asked for the
+// change is told, and the other writer goes on.
+
+#include "tests/driver/FileCalls.h"
+#include "tests/driver/Judge.h"
+#include "tests/driver/PowerCut.h"
+#include "tests/driver/Writer.h"
+#include "tests/support/TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <iostream>
+
+namespace
+{
+
+using namespace driver;
+using filecalls::Call;
+using filecalls::Fault;
+using filecalls::Plant;
+
+constexpr unsigned seed = 20261121;
+constexpr int changes = 6;
+constexpr auto patience = std::chrono::milliseconds(40);
+
+struct Kind {
+    std::optional<Call> call;
+    int error;
+    bool staysBroken;
+    bool mustBeTold; ///< a failure of a read may be got over by reading in another way, one of these may not
+    const char *name;
+};
+
+const Kind kinds[] = {
+    {Call::write, EIO, false, true, "write EIO"},
+    {Call::write, ENOSPC, false, true, "write ENOSPC"},
+    {Call::write, ENOSPC, true, true, "write ENOSPC from then on"},
+    {Call::write, 0, false, false, "short write"},
+    {Call::write, EINTR, false, false, "write EINTR"},
+    {Call::flush, EIO, false, true, "flush EIO"},
+    {Call::flush, EIO, true, true, "flush EIO from then on"},
+    {Call::flush, EINTR, false, true, "flush EINTR"},
+    {Call::reserve, ENOSPC, false, true, "reserve ENOSPC"},
+    {Call::size, EIO, false, true, "truncate EIO"},
+    {Call::read, EIO, false, false, "read EIO"},
+    {Call::read, 0, false, false, "short read"},
+    {Call::read, EINTR, false, false, "read EINTR"},
+    {Call::open, EACCES, false, false, "open EACCES"},
+    {Call::open, EMFILE, true, true, "open EMFILE from then on"},
+    {Call::open, ENOENT, false, false, "open ENOENT"},
+    {Call::look, EIO, false, false, "stat EIO"},
+    {Call::map, ENOMEM, false, false, "map ENOMEM"},
+    {Call::lock, EAGAIN, false, false, "lock EAGAIN"},
+    {Call::lock, ENOLCK, true, true, "lock ENOLCK from then on"},
+    {{}, ESTALE, true, true, "connection gone"},
+};
+
+struct Outcome {
+    bool met = false;
+    std::vector<std::string> wrong;
+};
+
+/// One run with a fault: a writer whose calls fail, beside one whose do not.
+/// @param start   the table's files.
+/// @param beside  whether the other writer is there all the time, or comes when the first has gone.
+Outcome run(const Image &start, const Kind &kind, int number, bool beside, Plant planted)
+{
+    const support::TempFolder folder;
+    writeImage(folder.path(), start);
+    filecalls::watch(folder.path(), false);
+    filecalls::plant(planted);
+    Told told;
+    const auto teller = [&told](int id) {
+        return [&told, id](const std::string &line) { told.line(id, line); };
+    };
+    Outcome outcome;
+    Writer sound(folder.path(), 2, seed + 1, teller(2), patience);
+    if (beside)
+        sound.step();
+    const int refusedBefore = told.refused();
+    bool said = false;
+    {
+        Writer broken(folder.path(), 1, seed, teller(1), patience);
+        filecalls::fail(Fault{kind.call, number, kind.error, kind.staysBroken, false});
+        for (int n = 0; n < changes; ++n)
+            broken.step();
+        said = !broken.close().ok() || told.refused() > refusedBefore;
+        outcome.met = filecalls::faultMet();
+        filecalls::fail({});
+    }
+    if (outcome.met && kind.mustBeTold && !said)
+        outcome.wrong.emplace_back("nobody was told");
+    const int refused = told.refused();
+    sound.step();
+    sound.step();
+    if (told.refused() > refused)
+        outcome.wrong.emplace_back("the other writer cannot go on");
+    if (const dbase::Status status = sound.close(); !status.ok())
+        outcome.wrong.push_back("the other writer: " + status.message());
+    filecalls::unwatch();
+    for (const std::string &one : judge(folder.path(), told))
+        outcome.wrong.push_back(one);
+    return outcome;
+}
+
+/// All calls of a kind in turn. @return failures, with the call that fails.
+std::vector<std::string> runAll(const Image &start, const Kind &kind, Plant planted, int &faults)
+{
+    std::vector<std::string> failures;
+    for (const bool beside : {true, false}) {
+        for (int number = 1;; ++number) {
+            const Outcome outcome = run(start, kind, number, beside, planted);
+            for (const std::string &one : outcome.wrong)
+                failures.push_back(std::string(kind.name) + ", call " + std::to_string(number) +
+                                   (beside ? ", beside another: " : ", alone: ") + one);
+            if (!outcome.met || failures.size() > 5)
+                break;
+            ++faults;
+        }
+    }
+    return failures;
+}
+
+Image newTable()
+{
+    const support::TempFolder folder;
+    EXPECT_TRUE(AgendaTable::create(folder.path()).ok());
+    return readImage(folder.path());
+}
+
+TEST(FailingCalls, DamageNothingAndAreTold)
+{
+    const Image start = newTable();
+    int faults = 0;
+    for (const Kind &kind : kinds) {
+        const int before = faults;
+        for (const std::string &one : runAll(start, kind, Plant::none, faults))
+            ADD_FAILURE() << one;
+        EXPECT_TRUE(faults > before || kind.call == Call::size) << kind.name << " was never met";
+    }
+    std::cout << faults << " faults\n";
+}
+
+/// Adds a line as a program does that keeps no index.
+void addForeignLine(const std::filesystem::path &file)
+{
+    constexpr std::size_t headerLength = 289;
+    constexpr std::size_t recordLength = 406;
+    constexpr std::size_t keyAt = 388;
+    std::string bytes = support::readFile(file);
+    std::string line = bytes.substr(headerLength, recordLength);
+    line.replace(keyAt, 16, "foreign         ");
+    bytes.replace(bytes.size() - 1, 1, line + '\x1A');
+    ++bytes[4];
+    support::writeFile(file, bytes);
+}
+
+/// The index is written anew in the middle of a question, and that fails: the object goes on, and the next
+/// question puts it in order.
+TEST(FailingCalls, LeaveAnIndexThatCanBeRepaired)
+{
+    const Image start = newTable();
+    for (const Call call : {Call::write, Call::read, Call::reserve, Call::size, Call::look}) {
+        int number = 1;
+        for (bool met = true; met; ++number) {
+            SCOPED_TRACE("call " + std::to_string(static_cast<int>(call)) + ", " + std::to_string(number));
+            const support::TempFolder folder;
+            writeImage(folder.path(), start);
+            filecalls::watch(folder.path(), false);
+            AgendaTable agenda;
+            ASSERT_TRUE(agenda.open(folder.path(), patience).ok());
+            addForeignLine(folder.path() / "AGENDA_N.DBF");
+            filecalls::fail(Fault{call, number, ENOSPC, false, false});
+            std::ignore = agenda.table().refresh();
+            std::ignore = agenda.find("foreign");
+            met = filecalls::faultMet();
+            filecalls::fail({});
+            std::ignore = agenda.table().refresh();
+            const auto found = agenda.find("foreign");
+            EXPECT_TRUE(found.ok()) << found.status().message();
+            EXPECT_EQ(found.ok() ? found.value() : 0, 5U);
+            EXPECT_TRUE(agenda.table().check().ok());
+            filecalls::unwatch();
+        }
+        EXPECT_GT(number, 2) << "no such call in a repair";
+    }
+}
+
+/// A table that took a failed flush for done would not tell; the test above must see that.
+TEST(FailingCalls, FindAPlantedFault)
+{
+    int faults = 0;
+    const Kind flush{Call::flush, EIO, false, true, "flush EIO"};
+    EXPECT_FALSE(runAll(newTable(), flush, Plant::failureHidden, faults).empty());
+}
+
+} // namespace

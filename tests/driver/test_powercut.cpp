@@ -1,0 +1,203 @@
+// Power cuts: what several writers do is recorded, every state that a cut may leave of it is opened, and
+// holds what was acknowledged, every commit whole or not at all.
+
+#include "tests/driver/Judge.h"
+#include "tests/driver/PowerCut.h"
+#include "tests/driver/Writer.h"
+#include "tests/support/TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <iostream>
+
+namespace
+{
+
+using namespace driver;
+using filecalls::Call;
+using filecalls::Fault;
+using filecalls::Plant;
+
+/// What happens while the changes are recorded.
+struct Scene {
+    unsigned seed = 1;
+    int writers = 3;
+    int changes = 30;
+    std::optional<Fault> fault = {}; ///< of the first writer's calls; it goes away then, and the others go on
+    Plant planted = Plant::none;
+    bool packs = false; ///< the table is packed in the end
+};
+
+struct Recording {
+    Image start;
+    std::vector<filecalls::Event> events;
+    bool faultMet = false;
+    int acknowledged = 0;
+};
+
+/// Changes of several writers in turn: the same seed gives the same calls.
+void work(const Scene &scene, const std::filesystem::path &folder, Recording &made)
+{
+    std::mt19937 random(scene.seed);
+    std::vector<std::unique_ptr<Writer>> writers;
+    for (int id = 1; id <= scene.writers; ++id) {
+        writers.push_back(std::make_unique<Writer>(folder, id, scene.seed + static_cast<unsigned>(id),
+                                                   [id, &made](const std::string &line) {
+                                                       made.acknowledged += line.starts_with("ACK") ? 1 : 0;
+                                                       filecalls::mark(std::to_string(id) + " " + line);
+                                                   }));
+    }
+    std::optional<Fault> fault = scene.fault;
+    for (int n = 0; n < scene.changes; ++n) {
+        const bool waits = fault && n >= scene.writers; // for the first writer to come to its fault
+        const std::size_t who = waits ? 0 : random() % writers.size();
+        const bool broken = fault && who == 0;
+        if (broken && !made.faultMet)
+            filecalls::fail(fault);
+        writers[who]->step();
+        if (!broken || !filecalls::faultMet()) {
+            if (broken) { // the next change goes on counting
+                fault->number -= std::min(fault->number - 1, filecalls::counted());
+                filecalls::fail({});
+            }
+            continue;
+        }
+        made.faultMet = true;
+        if (fault->staysBroken)
+            writers[0] = nullptr; // with all its calls failing: nothing more comes from it, as from the dead
+        filecalls::fail({});
+        fault.reset();
+        if (!writers[0])
+            writers.erase(writers.begin());
+    }
+}
+
+Recording record(const Scene &scene)
+{
+    const support::TempFolder folder;
+    Recording made;
+    EXPECT_TRUE(AgendaTable::create(folder.path()).ok());
+    made.start = readImage(folder.path());
+    filecalls::watch(folder.path());
+    filecalls::plant(scene.planted);
+    work(scene, folder.path(), made);
+    if (scene.packs) {
+        AgendaTable agenda;
+        EXPECT_TRUE(agenda.open(folder.path()).ok());
+        EXPECT_TRUE(agenda.table().pack().ok());
+    }
+    made.events = filecalls::recorded();
+    filecalls::unwatch();
+    return made;
+}
+
+std::vector<std::string> judgeMarks(const std::filesystem::path &folder, std::span<const std::string> marks)
+{
+    Told told;
+    for (const std::string &mark : marks) {
+        const std::size_t blank = mark.find(' ');
+        told.line(std::stoi(mark.substr(0, blank)), std::string_view(mark).substr(blank + 1));
+    }
+    return judge(folder, told);
+}
+
+CutReport cut(const Scene &scene, const Recording &recording, int statesAtPoint, int repairsCut)
+{
+    CutOptions options;
+    options.seed = scene.seed;
+    options.statesAtPoint = statesAtPoint;
+    options.repairsCut = repairsCut;
+    options.planted = scene.planted;
+    return cutEverywhere(recording.start, recording.events, judgeMarks, options);
+}
+
+void expectNoFailure(const CutReport &report)
+{
+    for (const std::string &one : report.failures)
+        ADD_FAILURE() << one;
+    std::cout << report.points << " points, " << report.states << " states, " << report.repairsCut
+              << " repairs cut\n";
+}
+
+TEST(PowerCut, LosesNothingThatWasAcknowledged)
+{
+    const Scene scene{.seed = 20261121, .changes = 40};
+    const Recording recording = record(scene);
+    EXPECT_GT(recording.acknowledged, 35);
+    const CutReport report = cut(scene, recording, 9, 8);
+    expectNoFailure(report);
+    EXPECT_GT(report.states, 1000) << "the recording must have something to cut";
+    EXPECT_EQ(report.repairsCut, 8);
+}
+
+TEST(PowerCut, AfterAWriterDiedInTheMiddleAndOthersWentOn)
+{
+    // Of opening the table, and of some three changes.
+    for (int call = 12; call <= 64; call += 4) {
+        const Scene scene{.seed = 100U + static_cast<unsigned>(call),
+                          .writers = 2,
+                          .changes = 9,
+                          .fault = Fault{{}, call, EIO, true, true}};
+        const Recording recording = record(scene);
+        EXPECT_TRUE(recording.faultMet) << call;
+        expectNoFailure(cut(scene, recording, 5, 1));
+    }
+}
+
+/// The dead one left half a line, cut in mid-sector; a cut may bring that half back after others have mended
+/// it.
+TEST(PowerCut, AfterOthersFinishedHalfALine)
+{
+    // In its third change, of a line that lies across the edge of a sector.
+    for (int write = 8; write <= 11; ++write) {
+        const Scene scene{
+            .seed = 148, .writers = 2, .changes = 6, .fault = Fault{Call::write, write, EIO, true, true}};
+        expectNoFailure(cut(scene, record(scene), 14, 0));
+    }
+}
+
+TEST(PowerCut, AfterAFlushThatFailed)
+{
+    for (int flush = 1; flush <= 6; ++flush) {
+        const Scene scene{.seed = 200U + static_cast<unsigned>(flush),
+                          .writers = 2,
+                          .changes = 14,
+                          .fault = Fault{Call::flush, flush, EIO, false, false}};
+        const Recording recording = record(scene);
+        EXPECT_TRUE(recording.faultMet) << flush;
+        expectNoFailure(cut(scene, recording, 5, 1));
+    }
+}
+
+TEST(PowerCut, WhilePacking)
+{
+    const Scene scene{.seed = 300, .changes = 12, .packs = true};
+    expectNoFailure(cut(scene, record(scene), 10, 4));
+}
+
+/// What a mistake in the table files would do is done to them from outside; the tests above must see it.
+TEST(PowerCut, FindsPlantedFaults)
+{
+    const struct {
+        Plant planted;
+        const char *name;
+        std::optional<Fault> fault;
+    } cases[] = {
+        {Plant::journalNotFlushed, "journal not flushed", {}},
+        {Plant::tableNotFlushed, "table not flushed", {}},
+        {Plant::headerFirst, "header before the journal", {}},
+        {Plant::journalNotRead, "journal not read", {}},
+        {Plant::failureHidden, "failed flush taken for done", Fault{Call::flush, 2, EIO, false, false}}};
+    for (const auto &one : cases) {
+        Scene scene{.seed = 400, .writers = 2, .changes = 12, .fault = one.fault};
+        EXPECT_TRUE(cut(scene, record(scene), 3, 0).failures.empty()) << "without " << one.name;
+        scene.planted = one.planted;
+        const CutReport report = cut(scene, record(scene), 9, 0);
+        EXPECT_FALSE(report.failures.empty()) << one.name << " went unseen in " << report.states << " states";
+        if (!report.failures.empty())
+            std::cout << one.name << ": " << report.failures.front() << "\n";
+    }
+}
+
+} // namespace
