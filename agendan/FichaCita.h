@@ -9,7 +9,6 @@
 
 namespace dbcontrols
 {
-class CalendarPopup;
 class DataSource;
 class DbComboBox;
 class DbEdit;
@@ -23,6 +22,7 @@ class QLabel;
 class QLineEdit;
 class QPushButton;
 class QToolButton;
+class TCalendarioAgendaN;
 
 /// The card on which one agenda line is made, changed or deleted. It has no data of its own: its controls
 /// stand over the current line of the engine's current table, and every change of state is asked of the
@@ -135,7 +135,7 @@ private:
     dbcontrols::MaskEdit *MEFecha = nullptr;
     dbcontrols::DbEdit *DBEFecha = nullptr;
     QToolButton *m_botonCalendario = nullptr;
-    dbcontrols::CalendarPopup *m_calendario = nullptr;
+    TCalendarioAgendaN *m_calendario = nullptr;
     dbcontrols::MaskEdit *MEHora = nullptr;
     dbcontrols::DbEdit *DBEHora = nullptr;
     QLabel *lblHoraFin = nullptr;

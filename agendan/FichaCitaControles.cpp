@@ -3,9 +3,9 @@
 #include "agenda/Rnumcad.h"
 #include "agenda/Rvarias.h"
 #include "agenda/host/Servicios.h"
+#include "agendan/CalendarioAgendaN.h"
 #include "agendan/FichaCita.h"
 #include "agendan/GuardaVentana.h"
-#include "dbcontrols/CalendarPopup.h"
 #include "dbcontrols/DbEdit.h"
 #include "dbcontrols/MaskEdit.h"
 #include "dbcontrols/UpperCaseValidator.h"
@@ -99,9 +99,8 @@ void TFFichaCitas::MEHoraExit()
 void TFFichaCitas::AbreCalendario()
 {
     if (!m_calendario) {
-        m_calendario = new dbcontrols::CalendarPopup(this);
-        m_calendario->setObjectName(QStringLiteral("Calendario"));
-        connect(m_calendario, &dbcontrols::CalendarPopup::chosen, this, [this](QDate dia) {
+        m_calendario = new TCalendarioAgendaN(this);
+        connect(m_calendario, &TCalendarioAgendaN::Elegida, this, [this](QDate dia) {
             PonFoco(*MEFecha);
             MEFecha->setMaskedText(Date_Cad(dia)); // goes into the record when the field is left, as typed
             MEFecha->selectAll();
@@ -111,7 +110,7 @@ void TFFichaCitas::AbreCalendario()
     QDate dia = Servicios().Reloj->Hoy();
     if (VerificaFecha(fecha))
         dia = Cad_Date(fecha);
-    m_calendario->open(*MEFecha, dia);
+    m_calendario->Abre(*MEFecha, dia);
 }
 
 // Interested party
