@@ -42,8 +42,7 @@ class TFFichaAgendaN : public QMainWindow, public IFichaAgendaN
     Q_OBJECT
 public:
     /// @param propietario  the window is centred on it and stays in front of it; may be null. Not the parent:
-    /// the
-    ///                     window belongs to whoever holds the pointer.
+    ///                     the window belongs to whoever holds the pointer.
     explicit TFFichaAgendaN(QWidget *propietario);
     ~TFFichaAgendaN() override;
 
@@ -117,7 +116,6 @@ private:
     /// Runs something that is not a command; failures are shown. @return false when it failed.
     bool ConGuarda(const TOrden &orden);
     void AvisaError(const QString &texto);
-    void Avisa(const QString &texto);
     void ASincronizarDiaExecute();
     void ADiaAnteriorExecute();
     void ADiaSiguienteExecute();

@@ -1,11 +1,11 @@
 // Date, time and interested party of the card: what is typed in them, and how the record shows in them.
 
+#include "agenda/GuardaVentana.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Rvarias.h"
 #include "agenda/host/Servicios.h"
 #include "agendan/CalendarioAgendaN.h"
 #include "agendan/FichaCita.h"
-#include "agendan/GuardaVentana.h"
 #include "dbcontrols/DbEdit.h"
 #include "dbcontrols/MaskEdit.h"
 #include "dbcontrols/UpperCaseValidator.h"
@@ -160,11 +160,12 @@ void TFFichaCitas::EInteresadoExit()
             EscribeInteresado(clientes->Nombre(), codigo);
             return;
         }
-        // The name stays as it was, so a code that the search has put in on the way goes out again.
+        // The name stays as it was, so a code that the search has put in on the way goes out again, from the
+        // line and from the Tag, which always goes with the party of the line.
         const QString tecleado = EInteresado->text();
         if (Tabla().field(u"CODCLIENTE").asInteger() != m_codigoAlEntrar)
             Tabla().field(u"CODCLIENTE").setInteger(m_codigoAlEntrar);
-        EInteresado->setProperty(Tag, 0);
+        MuestraCodCliente();
         if (tecleado != DBEInteresado->text())
             m_avisoAyuda =
                 QStringLiteral("«%1» no está en la lista de clientes: el interesado no cambia").arg(tecleado);
