@@ -164,7 +164,7 @@ void TVentanaAgenda::BAceptarClick()
     Ejecuta([this] {
         const bool nueva = m_fuente->state() == DataSet::State::insert;
         const QStringList escrito = Textos(CamposDeLaLinea());
-        if (m_motor.Aceptar()) {
+        if (Acepta()) {
             Deshabilita();
             return;
         }
@@ -248,7 +248,7 @@ void TVentanaAgenda::PegaEnLaLinea(const QStringList &campos, const QStringList 
         m_motor.Cancelar();
         throw;
     }
-    if (m_motor.Aceptar())
+    if (Acepta())
         return;
     Avisa(ProblemasCita);
     m_motor.Cancelar();
