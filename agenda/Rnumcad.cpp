@@ -2,6 +2,8 @@
 
 #include "dataset/DatabaseError.h"
 
+#include <QtCore/QLocale>
+
 namespace
 {
 const QString FormatoFecha = QStringLiteral("dd/MM/yyyy");
@@ -57,4 +59,9 @@ QDate Cad_Date(const QString &texto)
 QString Date_Cad(QDate fecha)
 {
     return fecha.toString(FormatoFecha);
+}
+
+QString FechaCorta(QDate fecha)
+{
+    return QLocale::system().toString(fecha, QLocale::ShortFormat);
 }

@@ -48,7 +48,7 @@ TVentanaAgenda::TVentanaAgenda(TAgenda &motor, const QString &nombre, const TRot
     m_pista->setAccessibleName(QStringLiteral("Explicación"));
     statusBar()->addWidget(m_pista, 1);
 
-    LFecha = new QLabel(Date_Cad(motor.Fecha()), this);
+    LFecha = new QLabel(FechaCorta(motor.Fecha()), this);
     LFecha->setObjectName(QStringLiteral("LFecha"));
     LFecha->setAccessibleName(QStringLiteral("Fecha de la agenda"));
     LFecha->setAlignment(Qt::AlignCenter);

@@ -40,8 +40,7 @@ public:
     /// @param propietario  owner of the windows; not owned, may be null.
     /// @param clientes     the host's client list; not owned, may be null.
     /// @param tablas       open tables of the host, not owned; with an empty first position the engine opens
-    /// one table
-    ///                     per notary itself.
+    ///                     one table per notary itself.
     /// @param vistas       not owned; outlives the engine. Null where no window is ever asked for.
     /// @param informes     the same, for its reports.
     /// @throws dataset::EDatabaseError when a notary's table cannot be opened.

@@ -2,7 +2,7 @@
 
 #include "host/AgendaConjunta.h"
 
-#include "agenda/HoraTexto.h"
+#include "agenda/GuardaVentana.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/host/Servicios.h"
 #include "agenda3p/IAgenda3P.h"
@@ -21,7 +21,6 @@ using dataset::DataSet;
 namespace
 {
 
-const QString Atencion = QStringLiteral(" ATENCIÓN:");
 const QString Titulo = QStringLiteral("Agenda conjunta");
 
 int Minutos(const QString &hora)
@@ -34,19 +33,7 @@ int Minutos(const QString &hora)
 bool TFAgendaConjunta::ConGuarda(const TOrden &orden)
 {
     const QScopedValueRollback<int> enCurso(m_ordenes, m_ordenes + 1);
-    QString texto;
-    try {
-        orden();
-        return true;
-    } catch (const dataset::EDatabaseError &error) {
-        texto = error.text();
-    } catch (const dataset::EConvertError &error) {
-        texto = error.text();
-    } catch (const std::exception &error) {
-        texto = QString::fromUtf8(error.what());
-    }
-    AvisaError(texto);
-    return false;
+    return EjecutaConGuarda(orden);
 }
 
 bool TFAgendaConjunta::Ejecuta(const TOrden &orden)
@@ -66,7 +53,7 @@ bool TFAgendaConjunta::Ejecuta(const TOrden &orden)
 void TFAgendaConjunta::AvisaError(const QString &texto)
 {
     const QScopedValueRollback<int> enCurso(m_ordenes, m_ordenes + 1);
-    Servicios().Mensaje->Mensaje_Error(texto, Atencion);
+    AvisaDeError(texto);
 }
 
 void TFAgendaConjunta::AvisaSiFallo(const QString &que)

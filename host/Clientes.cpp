@@ -170,14 +170,17 @@ void TClientesOficina::Pon(QLineEdit &edicion, bool encontrado)
 
 void TClientesOficina::KeyUpBusqueda(QLineEdit &edicion, int tecla)
 {
-    if (!EsDeTexto(tecla))
+    // A shortcut, or a key that found nothing to delete, has typed nothing.
+    if (!EsDeTexto(tecla) || !edicion.isModified())
         return;
+    edicion.setModified(false);
     // What the user has typed ends where the completion, selected, begins.
     const QString tecleado =
         edicion.hasSelectedText() ? edicion.text().left(edicion.selectionStart()) : edicion.text();
     const bool borra = tecla == Qt::Key_Backspace || tecla == Qt::Key_Delete;
     if (borra || tecleado.size() != edicion.cursorPosition()) {
-        Pon(edicion, Encuentra([&] { return BuscaNombre(edicion.text(), 0); }));
+        const qint64 conocido = edicion.property(Tag).toLongLong();
+        Pon(edicion, Encuentra([&] { return BuscaNombre(edicion.text(), conocido); }));
         return;
     }
     const bool encontrado = Encuentra([&] { return BuscaComienzo(tecleado); });

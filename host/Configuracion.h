@@ -3,11 +3,20 @@
 #include "agenda/host/Confzen.h"
 #include "dataset/Aliases.h"
 
-/// The office's configuration, from "oficina.ini" in its data folder:
+/// The office's configuration, from "oficina.ini" in its data folder. A key that is missing has its default:
 ///
-///     [Oficina]              Notarios=3, Don=Don, Nombre=..., AliasZentra=ZENTRA, FechaInicio=01/01/2026,
-///     PrnOtros= [Notario1] ...         Nombre=..., Alias=NOTARIO1 [Alias]                ZENTRA=comun folder
-///     of an alias, absolute or inside the data folder; its name by default
+///     [Oficina]
+///     Notarios=3               0, when missing: one notary's office
+///     Don=Don                  form of address and name of the one notary
+///     Nombre=...
+///     AliasZentra=ZENTRA       alias of the shared tables; this one by default
+///     FechaInicio=01/01/2026   end of use of the single-table agenda
+///     PrnOtros=...             printer for the sheets
+///     [Notario1]               and so on, one for each notary
+///     Nombre=...               "Notario 1" by default
+///     Alias=NOTARIO1           of his tables; this one by default
+///     [Alias]
+///     ZENTRA=comun             folder of an alias, absolute or inside the data folder; its name by default
 class TConfiguracion : public TConfig
 {
 public:

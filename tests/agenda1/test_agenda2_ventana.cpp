@@ -96,6 +96,14 @@ TEST_F(DosNotariosVentanaTest, ALineIsWrittenWhenItIsAccepted)
         pulsa("BAceptar");
     });
     EXPECT_EQ(dia().last(), "12:00||" + junta("", "Nueva", 50) + "||");
+    enVentana([this] {
+        tecla(Qt::Key_Insert); // its hour is the current line's, which stays as well
+        tecla(Qt::Key_Tab);
+        teclea("Otra");
+        pulsa("BAceptar");
+    });
+    EXPECT_EQ(dia().size(), 5);
+    EXPECT_EQ(dia().at(1).left(10), "09:00|Otra");
 }
 
 TEST_F(DosNotariosVentanaTest, ACopyGoesFromOneNotaryToTheOther)

@@ -91,6 +91,7 @@ TEST_F(ListasTest, TypingFindsTheFirstNameThatBeginsSo)
     for (const auto &caso : casos) {
         QLineEdit edicion;
         edicion.setText(caso.tecleado);
+        edicion.setModified(true); // as typing does
         oficina->Clientes.KeyUpBusqueda(edicion, Qt::Key_A);
         EXPECT_EQ(oficina->Clientes.Nombre(), QString(caso.hallado)) << caso.tecleado;
         EXPECT_EQ(edicion.text(), QString(caso.hallado ? caso.hallado : caso.tecleado));
@@ -149,6 +150,14 @@ TEST_F(ListasTest, APartyWhoIsNoClientIsNotTakenForOneNorAClientForHisNamesake)
     edicion.selectAll();
     for (const Qt::Key sinTexto : {Qt::Key_Tab, Qt::Key_Shift, Qt::Key_Left, Qt::Key_F5, Qt::Key_Return})
         oficina->Clientes.KeyUpBusqueda(edicion, sinTexto);
+    QTest::keyClick(&edicion, Qt::Key_End);
+    QTest::keyClick(&edicion, Qt::Key_C, Qt::ControlModifier); // types nothing
+    QTest::keyClick(&edicion, Qt::Key_Delete);                 // nor does this at the end
+    EXPECT_EQ(edicion.tag(), 6);
+    edicion.setSelection(0, 1);
+    QTest::keyClick(&edicion, 'M'); // the name as it was
+    EXPECT_EQ(edicion.text(), "María Pérez");
+    EXPECT_EQ(edicion.tag(), 6);
     oficina->Clientes.ExitBusqueda(edicion, true);
     EXPECT_EQ(edicion.tag(), 6);
     EXPECT_EQ(oficina->Clientes.Codigo(), 6);
@@ -255,6 +264,7 @@ TEST_F(ListasTest, WithoutAClientTableNobodyIsFoundAndTypingGoesOn)
     std::filesystem::remove(carpeta.path() / "ZENTRA" / "CLIENTES.DBF");
     QLineEdit edicion;
     edicion.setText("mar");
+    edicion.setModified(true);
     oficina->Clientes.KeyUpBusqueda(edicion, Qt::Key_R);
     oficina->Clientes.ExitBusqueda(edicion, true);
     EXPECT_EQ(edicion.text(), "mar");
