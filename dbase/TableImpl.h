@@ -66,11 +66,15 @@ private:
     [[nodiscard]] IndexEntry entryAt(const MdxCursor &cursor) const;
     /// How the entry under the cursor stands to a position.
     [[nodiscard]] int compareKey(const MdxCursor &cursor, std::span<const std::uint8_t> fileKey) const;
+    /// Puts a cursor on the entry of a position, or behind where it would stand when it has gone.
+    /// @return whether it is there.
+    bool goTo(MdxCursor &cursor, const IndexEntry &position) const;
 
     TableImpl &m_table;
     std::size_t m_number;
     TagDefinition m_definition;
     TagRule m_rule;
+    MdxCursor::Path m_lastPlace; ///< of the entry handed out last, which a walk goes on from
     bool m_retired = false;
 };
 

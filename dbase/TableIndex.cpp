@@ -88,6 +88,7 @@ Result<std::optional<IndexEntry>> MdxIndex::ask(const Move &move)
         return status;
     if (!entry)
         return entry;
+    m_lastPlace = cursor.path();
     if (const Status status = m_table.knowOf(entry->record); !status.ok())
         return status;
     return entry;
@@ -121,38 +122,36 @@ Result<std::optional<IndexEntry>> MdxIndex::last()
     return ask([](MdxCursor &cursor) { cursor.last(); });
 }
 
+bool MdxIndex::goTo(MdxCursor &cursor, const IndexEntry &position) const
+{
+    const auto key = fileKey(position.key.bytes());
+    const auto isEqual = [&] { return cursor.valid() && compareKey(cursor, key) == 0; };
+    // Where the last question ended, if that has stayed: of equal keys there may be thousands.
+    if (cursor.follow(m_lastPlace) && cursor.record() == position.record && isEqual())
+        return true;
+    for (cursor.seek(key); isEqual(); cursor.next()) {
+        if (cursor.record() == position.record)
+            return true;
+    }
+    for (cursor.seek(key); isEqual(); cursor.next()) {
+        if (cursor.record() > position.record)
+            break;
+    }
+    return false;
+}
+
 Result<std::optional<IndexEntry>> MdxIndex::next(const IndexEntry &position)
 {
     return ask([&](MdxCursor &cursor) {
-        const auto key = fileKey(position.key.bytes());
-        // The entry itself among equal ones; when it has gone, where it would stand.
-        for (cursor.seek(key); cursor.valid() && compareKey(cursor, key) == 0; cursor.next()) {
-            if (cursor.record() == position.record) {
-                cursor.next();
-                return;
-            }
-        }
-        for (cursor.seek(key); cursor.valid() && compareKey(cursor, key) == 0; cursor.next()) {
-            if (cursor.record() > position.record)
-                return;
-        }
+        if (goTo(cursor, position))
+            cursor.next();
     });
 }
 
 Result<std::optional<IndexEntry>> MdxIndex::prior(const IndexEntry &position)
 {
     return ask([&](MdxCursor &cursor) {
-        const auto key = fileKey(position.key.bytes());
-        for (cursor.seek(key); cursor.valid() && compareKey(cursor, key) == 0; cursor.next()) {
-            if (cursor.record() == position.record) {
-                cursor.prior();
-                return;
-            }
-        }
-        for (cursor.seek(key); cursor.valid() && compareKey(cursor, key) == 0; cursor.next()) {
-            if (cursor.record() > position.record)
-                break;
-        }
+        goTo(cursor, position);
         if (cursor.valid())
             cursor.prior();
         else if (!cursor.damaged())

@@ -158,4 +158,54 @@ TEST_F(Costs, StayWithinTheirCalls)
     }
 }
 
+/// Lines with one and the same key, walked through one by one, block by block as on a share.
+TEST_F(Costs, OfAWalkThroughEqualKeysGrowWithItsLength)
+{
+    constexpr int equal = 2000;
+    const std::string lastDay = "20991231";
+    constexpr int mostReadsAStep = 10; // heads of the file and of two tags, and the way down
+    ASSERT_TRUE(open(false));
+    ASSERT_TRUE(m_table->beginGroup().ok());
+    for (int number = 0; number < equal; ++number)
+        ASSERT_TRUE(m_table->append(lineAt(*m_table, lastDay, 0)).ok());
+    ASSERT_TRUE(m_table->commitGroup().ok());
+    m_table.reset();
+    filecalls::fail(filecalls::Fault{Call::map, 1, ENODEV, true, false});
+    ASSERT_TRUE(open(false));
+    Index &index = *m_table->index("FECHA");
+    auto at = index.find(asBytes(lastDay));
+    std::vector<RecordNumber> seen;
+    filecalls::tallyAnew();
+    for (; at.ok() && at.value() && seen.size() <= equal; at = index.next(*at.value()))
+        seen.push_back(at.value()->record);
+    EXPECT_EQ(seen.size(), equal);
+    EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
+    EXPECT_LE(filecalls::tally(Call::read), equal * mostReadsAStep);
+    at = index.last();
+    filecalls::tallyAnew();
+    for (; at.ok() && at.value() && !seen.empty(); at = index.prior(*at.value())) {
+        EXPECT_EQ(at.value()->record, seen.back());
+        seen.pop_back();
+    }
+    EXPECT_TRUE(seen.empty());
+    EXPECT_LE(filecalls::tally(Call::read), equal * mostReadsAStep);
+    // A place that has changed under the walk: the entry is found where it stands now, or its neighbours.
+    at = index.find(asBytes(lastDay));
+    ASSERT_TRUE(at.ok() && at.value());
+    const IndexEntry first = *at.value();
+    ASSERT_TRUE(m_table->append(lineAt(*m_table, "20251231", 0)).ok());
+    at = index.next(first);
+    ASSERT_TRUE(at.ok() && at.value());
+    EXPECT_EQ(at.value()->record, first.record + 1);
+    std::vector<std::uint8_t> line(m_table->recordLength());
+    ASSERT_TRUE(m_table->read(first.record + 1, line).ok());
+    ASSERT_TRUE(m_table->update(first.record + 1, line, lineAt(*m_table, "20251231", 1)).ok());
+    at = index.next(IndexEntry{first.key, first.record + 1});
+    ASSERT_TRUE(at.ok() && at.value());
+    EXPECT_EQ(at.value()->record, first.record + 2);
+    at = index.prior(IndexEntry{first.key, first.record + 1});
+    ASSERT_TRUE(at.ok() && at.value());
+    EXPECT_EQ(at.value()->record, first.record);
+}
+
 } // namespace
