@@ -513,12 +513,8 @@ bool TableImpl::indexIsRight(std::span<const TagKeys> keys) const
 
 Status TableImpl::repairIndex()
 {
-    if (m_indexSuspect && !m_mdx) { // there is an index file that cannot be read
-        m_indexSuspect = false;
-        return options.tags.empty() ? Status() : makeIndex(options.tags);
-    }
     if (!m_mdx)
-        return {};
+        return m_indexSuspect ? makeIndexAnew() : Status(); // there is an index file that cannot be read
     const auto same = m_mdx->look();
     if (!same.ok())
         return same.status();
@@ -530,7 +526,7 @@ Status TableImpl::repairIndex()
             return status;
     }
     m_indexSuspect = false;
-    m_state.indexedRecords = header.recordCount;
+    m_state.indexedRecords = indexedRecords();
     return {};
 }
 
@@ -561,7 +557,7 @@ Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRu
         m_indexSuspect = true; // it may be half written; the rules of the tags stay known for the next time
         return status;
     }
-    m_state.indexedRecords = header.recordCount;
+    m_state.indexedRecords = indexedRecords();
     return readTags();
 }
 
@@ -574,6 +570,12 @@ Status TableImpl::check()
         return m_indexUnused
                    ? failure(ErrorKind::unsupported, "el índice no se ha podido comprobar: " + readOnlyReason)
                    : Status();
+    // Lines that others have added since the last refresh() are in the index already.
+    const auto count = announcedCount();
+    if (!count.ok())
+        return count.status();
+    if (const Status status = count.value() > 0 ? knowOf(count.value()) : Status(); !status.ok())
+        return status;
     auto keys = keysOfAll();
     if (!keys.ok())
         return keys.status();
