@@ -50,6 +50,16 @@ void AvisaHuecoPerdido(const QString &hueco)
                TituloAtencionPuntos);
 }
 
+void AbreTabla(DataSet &tabla)
+{
+    tabla.open();
+    const QString aviso = tabla.notice();
+    if (aviso.isEmpty())
+        return;
+    qCWarning(registroComun, "%s", qUtf8Printable(aviso));
+    AvisaMotor(aviso, {}, TituloAtencionPuntos);
+}
+
 void CancelaSinPreguntar(DataSet &tabla)
 {
     try {
@@ -85,7 +95,7 @@ int AbreTablasDeNotarios(TTablasNotarios &tablas, const std::function<dataset::D
         dataset::DbfTable &una = tabla(notario);
         una.setDatabaseName(servicios.Rut->AliasNotario(notario));
         una.setIndexFieldNames(QStringLiteral("FECHA"));
-        una.open();
+        AbreTabla(una);
         CompruebaCamposAgendaN(una);
         tablas[static_cast<std::size_t>(notario - 1)] = &una;
     }

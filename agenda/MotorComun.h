@@ -27,6 +27,10 @@ void AvisaMotor(const QString &texto, const QString &texto2, const QString &titu
 /// Says that a line of a day sheet could not be added. @param hueco  its time text.
 void AvisaHuecoPerdido(const QString &hueco);
 
+/// Opens a table, and tells the user and the log what opening it has found, such as an older copy in its
+/// place. @throws dataset::EDatabaseError
+void AbreTabla(dataset::DataSet &tabla);
+
 /// Drops what is being edited after a failure; a failure of this too is only logged, since the first one is
 /// answered for.
 void CancelaSinPreguntar(dataset::DataSet &tabla);

@@ -22,7 +22,7 @@ public:
     explicit TMientrasAbierta(DataSet &tabla)
         : m_tabla(tabla)
     {
-        m_tabla.open();
+        AbreTabla(m_tabla);
     }
     ~TMientrasAbierta()
     {

@@ -30,7 +30,7 @@ int HoraOr(const QString &texto, int normal)
 
 bool TAgenda::SeleccionaConfiguracion()
 {
-    FTabla->open();
+    AbreTabla(*FTabla);
     CompruebaCamposAgenda(*FTabla);
     TBBusca(*FTabla, {{"FECHA", FechaAjustes}, {"HORA", QString()}}, false);
     const bool hay = FTabla->field(u"FECHA").asDate() == FechaAjustes;
@@ -57,7 +57,7 @@ bool TAgenda::AlmacenaConfiguracion()
 {
     bool hecho = false;
     try {
-        FTabla->open();
+        AbreTabla(*FTabla);
         TBBusca(*FTabla, {{"FECHA", FechaAjustes}, {"HORA", QString()}}, false);
         FTabla->edit();
         FTabla->field(u"OFICIAL").setText(DosNotarios() ? Convenio : QString());
@@ -74,7 +74,10 @@ bool TAgenda::AlmacenaConfiguracion()
         qCWarning(registroAjustes, "The settings could not be stored: %s", error.what());
         CancelaSinPreguntar(*FTabla);
     }
-    if (FTabla->isActive())
+    try {
         FTabla->close();
+    } catch (const std::exception &error) { // what was posted is safe
+        qCWarning(registroAjustes, "Closing the agenda: %s", error.what());
+    }
     return hecho;
 }

@@ -94,6 +94,23 @@ void Anadir(benchmark::State &state)
 }
 BENCHMARK(Anadir)->Unit(benchmark::kMicrosecond)->Iterations(2000);
 
+/// A walk through lines of one and the same key; the time of one step must not grow with their number.
+void RecorrerClavesIguales(benchmark::State &state)
+{
+    const auto tabla = Grande().Abierta();
+    const auto lineas = static_cast<int>(state.range(0));
+    const QDate fecha = QDate(2060, 1, 1).addDays(lineas);
+    for (int n = 0; n < lineas; ++n)
+        TTablaGrande::Anade(*tabla, fecha, 0);
+    for (auto _ : state) {
+        tabla->locate({{"FECHA", fecha}}, dataset::SearchMode::exact);
+        for (int n = 1; n < lineas; ++n)
+            tabla->next();
+    }
+    state.SetItemsProcessed(state.iterations() * lineas);
+}
+BENCHMARK(RecorrerClavesIguales)->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
+
 } // namespace
 
 int main(int argc, char **argv)

@@ -31,7 +31,11 @@ void DataSet::open()
     try {
         d->store->setOrder(d->order);
     } catch (...) {
-        d->store->close();
+        try {
+            d->store->close();
+        } catch (const EDatabaseError &error) { // the first failure is the one to be told
+            qWarning("A table could not be closed cleanly: %s", error.what());
+        }
         throw;
     }
     d->state = State::browse;
@@ -76,6 +80,10 @@ bool DataSet::isModified() const
 bool DataSet::isReadOnly() const
 {
     return d->store->isReadOnly();
+}
+QString DataSet::notice() const
+{
+    return d->store->notice();
 }
 int DataSet::tag() const
 {

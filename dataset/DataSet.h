@@ -57,12 +57,17 @@ public:
 
     // Life
     void open();
-    void close(); ///< posts or cancels as a move does; closing a closed set does nothing
+    /// Posts or cancels as a move does; closing a closed set does nothing. When the last writing of the files
+    /// fails the set is closed all the same, and what was posted is as safe as it was. The end of the set's
+    /// life closes it as well, and logs such a failure.
+    void close();
     [[nodiscard]] bool isActive() const;
     [[nodiscard]] State state() const;
     [[nodiscard]] bool isEditing() const;  ///< edit or insert
     [[nodiscard]] bool isModified() const; ///< the pending record differs from what was read
     [[nodiscard]] bool isReadOnly() const;
+    /// What opening has found and done that the user should be told, with the table's name; mostly empty.
+    [[nodiscard]] QString notice() const;
     /// A number of the owner's, 0 at first; the set itself never looks at it.
     [[nodiscard]] int tag() const;
     void setTag(int tag);

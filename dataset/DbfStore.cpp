@@ -104,12 +104,30 @@ void DbfStore::open()
                          field.type == dbase::FieldType::date ? 0 : field.width, field.decimals});
 }
 
+DbfStore::~DbfStore()
+{
+    try {
+        DbfStore::close();
+    } catch (const std::exception &error) {
+        qWarning("A table could not be closed cleanly: %s", error.what());
+    }
+}
+
 void DbfStore::close()
 {
     m_lock.release();
     m_index = nullptr;
     m_ahead = {};
-    m_table.reset();
+    if (m_table)
+        require(dbase::Table::close(std::move(m_table)));
+}
+
+QString DbfStore::notice() const
+{
+    const std::string text = m_table ? m_table->notice() : std::string();
+    return text.empty()
+               ? QString()
+               : QStringLiteral("%1 (%2): %3").arg(tableName, databaseName, QString::fromStdString(text));
 }
 
 bool DbfStore::isReadOnly() const

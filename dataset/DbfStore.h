@@ -18,6 +18,10 @@ public:
     {
     }
 
+    ~DbfStore() override;
+    DbfStore(const DbfStore &) = delete;
+    DbfStore &operator=(const DbfStore &) = delete;
+
     // Settings for the next open()
     QString databaseName;
     QString tableName;
@@ -29,6 +33,7 @@ public:
     void open() override;
     void close() override;
     [[nodiscard]] bool isReadOnly() const override;
+    [[nodiscard]] QString notice() const override;
     [[nodiscard]] const QList<FieldInfo> &fields() const override { return m_fields; }
     [[nodiscard]] Record blank() const override;
     [[nodiscard]] QVariant value(const Record &record, int field) const override;

@@ -46,8 +46,11 @@ public:
     RecordStore &operator=(const RecordStore &) = delete;
 
     virtual void open() = 0;
+    /// Closed in any case; a failure says that something did not go as it should on the way.
     virtual void close() = 0;
     [[nodiscard]] virtual bool isReadOnly() const = 0;
+    /// What opening has found and done that the user should be told; mostly empty.
+    [[nodiscard]] virtual QString notice() const { return {}; }
     [[nodiscard]] virtual const QList<FieldInfo> &fields() const = 0;
 
     [[nodiscard]] virtual Record blank() const = 0;

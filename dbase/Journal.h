@@ -9,7 +9,7 @@
 //        4    8  base: number of the last commit that table and index have safely on disk
 //       12    8  applied: number of the last commit that table and index hold
 //       20    4  where the next commit goes
-//       24    4  records that the index knows
+//       24    4  records that the index knows, 0 when the last writer has kept none
 //       28    4  bit 0: closed in order, table and index are whole and on disk, as the stamps say
 //                bit 1: since the base there are commits that must outlive a power cut
 //       32    8  size of the table then

@@ -12,7 +12,8 @@ namespace dbase
 namespace
 {
 
-constexpr std::size_t mostSpare = 16; ///< blocks
+constexpr std::size_t mostSpare = 16;           ///< blocks
+constexpr std::uint64_t mostBytes = 0x7FFFFFFF; ///< other programs count them in 31 bits
 constexpr std::uint64_t mappingSlack = std::uint64_t{4} * 1024 * 1024;
 
 std::uint64_t offsetOf(PageNumber page)
@@ -78,6 +79,54 @@ Status MdxFile::load()
     }
     m_tags = std::move(tags);
     return {};
+}
+
+namespace
+{
+
+/// Whether a tag's header describes an order that can be kept, whatever its tree looks like.
+bool describesAnOrder(std::span<const std::uint8_t> head, const MdxTag &tag)
+{
+    const std::uint8_t flags = head[mdxTagHeader::flags];
+    return (flags & ~(mdxFlagAlways | mdxAllKinds)) == 0 && !tag.distinct && !tag.expression.empty() &&
+           tag.expression.size() <= mdxMaxExpression && tag.filtered == !tag.filter.empty() &&
+           tag.filter.size() <= mdxMaxExpression;
+}
+
+} // namespace
+
+Result<MdxFile::Told> MdxFile::told() const
+{
+    const auto stamp = m_file.stamp();
+    if (!stamp.ok())
+        return stamp.status();
+    std::vector<std::uint8_t> bytes(mdxHeaderSize);
+    const auto got = m_file.readAt(0, bytes);
+    if (!got.ok())
+        return got.status();
+    Told told;
+    const auto pages = static_cast<PageNumber>(std::min(stamp.value().size, mostBytes) / mdxPageSize);
+    const int count = get16(&bytes[mdxHeader::tagCount]);
+    const bool known = decodeMdxHeader(bytes, stamp.value().size).status().kind() != ErrorKind::unsupported;
+    if (got.value() != bytes.size() || !known || pages < mdxFirstBlock + 2 || count < 1 || count > mdxMaxTags)
+        return told;
+    told.all = true;
+    for (int number = 1; number <= count; ++number) {
+        auto tag = decodeMdxSlot(bytes, number, pages);
+        Block head{};
+        if (tag.ok()) {
+            const auto read = m_file.readAt(offsetOf(tag.value().headerPage), head);
+            if (!read.ok())
+                return read.status();
+            // Root and shape may be impossible: the tree is not believed anyway.
+            static_cast<void>(decodeMdxTagHeader(head, tag.value(), pages).ok());
+        }
+        if (tag.ok() && describesAnOrder(head, tag.value()))
+            told.tags.push_back(std::move(tag).value());
+        else
+            told.all = false;
+    }
+    return told;
 }
 
 bool BlockUse::take(PageNumber page, int owner)
@@ -235,7 +284,7 @@ std::uint8_t *MdxFile::change(PageNumber page)
 
 PageNumber MdxFile::allocate()
 {
-    constexpr PageNumber mostPages = 0x7FFFFFFF / mdxPageSize; // other programs count bytes in 31 bits
+    constexpr PageNumber mostPages = mostBytes / mdxPageSize;
     if (const PageNumber freed = m_header.freePage; freed != 0) {
         if (std::uint8_t *const bytes = change(freed)) {
             const PageNumber link = get32(bytes + mdxBlock::freeLink);

@@ -46,6 +46,14 @@ public:
     /// Reads header and tags, under the index lock. @return damaged or unsupported with the reason.
     Status load();
 
+    /// The orders that a file tells which load() has refused.
+    struct Told {
+        std::vector<MdxTag> tags; ///< name, expression, kind and filter are known, nothing else
+        bool all = false;         ///< whether these are all that it has
+    };
+    /// Reads them, under the index lock. @return inputOutput.
+    Result<Told> told() const;
+
     [[nodiscard]] File &file() { return m_file; }
     [[nodiscard]] const std::vector<MdxTag> &tags() const { return m_tags; }
     [[nodiscard]] MdxTag &tag(std::size_t number) { return m_tags[number]; }

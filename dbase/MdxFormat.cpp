@@ -16,7 +16,6 @@ namespace dbase
 namespace
 {
 
-constexpr std::uint8_t flagAlways = 0x10;
 constexpr std::uint8_t slotMark = 0x10;
 constexpr std::uint8_t slotsInHeader = 48;
 constexpr int maxIndexKey = 100;
@@ -112,6 +111,13 @@ Result<MdxTag> decodeMdxSlot(std::span<const std::uint8_t> bytes, int number, Pa
 
 Status decodeMdxTagHeader(std::span<const std::uint8_t> block, MdxTag &tag, PageNumber pageCount)
 {
+    tag.descending = (block[mdxTagHeader::flags] & mdxFlagDescending) != 0;
+    tag.unique = (block[mdxTagHeader::flags] & mdxFlagUnique) != 0;
+    tag.distinct = (block[mdxTagHeader::flags] & mdxFlagDistinct) != 0;
+    tag.expression = textAt(block, mdxTagHeader::expression, mdxTagHeader::textSize);
+    tag.filtered = block[mdxTagHeader::hasFilter] != 0;
+    if (tag.filtered)
+        tag.filter = textAt(block, mdxTagHeader::filter, mdxTagHeader::textSize);
     const std::uint64_t base = std::uint64_t{tag.headerPage} * mdxPageSize;
     tag.rootPage = get32(&block[mdxTagHeader::rootPage]);
     if (!pageInside(tag.rootPage, pageCount))
@@ -120,9 +126,6 @@ Status decodeMdxTagHeader(std::span<const std::uint8_t> block, MdxTag &tag, Page
         return damaged("un orden del índice tiene claves de un tipo desconocido",
                        base + mdxTagHeader::keyType);
     tag.keyType = keyTypeOf(block[mdxTagHeader::keyType]);
-    tag.descending = (block[mdxTagHeader::flags] & mdxFlagDescending) != 0;
-    tag.unique = (block[mdxTagHeader::flags] & mdxFlagUnique) != 0;
-    tag.distinct = (block[mdxTagHeader::flags] & mdxFlagDistinct) != 0;
     tag.keyLength = get16(&block[mdxTagHeader::keyLength]);
     tag.maxItems = get16(&block[mdxTagHeader::maxItems]);
     tag.itemLength = get16(&block[mdxTagHeader::itemLength]);
@@ -140,10 +143,6 @@ Status decodeMdxTagHeader(std::span<const std::uint8_t> block, MdxTag &tag, Page
     if (tag.maxItems < 3 || used > mdxBlockSize)
         return damaged("un orden del índice no cabe en sus bloques", base + mdxTagHeader::maxItems);
     tag.changeCounter = block[mdxTagHeader::counter];
-    tag.expression = textAt(block, mdxTagHeader::expression, mdxTagHeader::textSize);
-    tag.filtered = block[mdxTagHeader::hasFilter] != 0;
-    if (tag.filtered)
-        tag.filter = textAt(block, mdxTagHeader::filter, mdxTagHeader::textSize);
     return {};
 }
 
@@ -197,7 +196,7 @@ std::vector<std::uint8_t> encodeMdxTagHeader(const MdxTag &tag, std::uint8_t lan
     std::vector<std::uint8_t> out(mdxBlockSize, 0);
     put32(&out[mdxTagHeader::rootPage], tag.rootPage);
     put32(&out[mdxTagHeader::pagesUsed], 4);
-    out[mdxTagHeader::flags] = static_cast<std::uint8_t>(flagAlways | mdxKindFlags(tag));
+    out[mdxTagHeader::flags] = static_cast<std::uint8_t>(mdxFlagAlways | mdxKindFlags(tag));
     out[mdxTagHeader::keyType] = static_cast<std::uint8_t>(tag.keyType);
     out[mdxTagHeader::language] = languageDriver;
     put16(&out[mdxTagHeader::keyLength], static_cast<std::uint16_t>(tag.keyLength));

@@ -127,7 +127,8 @@ struct MdxTag {
 Result<MdxHeader> decodeMdxHeader(std::span<const std::uint8_t> bytes, std::uint64_t fileLength);
 /// Name and header page of tag `number` (1-based), read from the file header.
 Result<MdxTag> decodeMdxSlot(std::span<const std::uint8_t> header, int number, PageNumber pageCount);
-/// Fills in what the tag header says. @param block  the tag header's mdxBlockSize bytes.
+/// Fills in what the tag header says; the order that it describes also when the rest cannot be.
+/// @param block  the tag header's mdxBlockSize bytes.
 Status decodeMdxTagHeader(std::span<const std::uint8_t> block, MdxTag &tag, PageNumber pageCount);
 
 /// The file header with all tag slots, mdxHeaderSize bytes, for a new or rebuilt index.
@@ -144,6 +145,7 @@ std::vector<std::uint8_t> encodeMdxTagHeader(const MdxTag &tag, std::uint8_t lan
 [[nodiscard]] int compareMdxKeys(KeyType type, const std::uint8_t *a, const std::uint8_t *b,
                                  std::size_t length);
 
+inline constexpr std::uint8_t mdxFlagAlways = 0x10;
 inline constexpr std::uint8_t mdxFlagDescending = 0x08;
 inline constexpr std::uint8_t mdxFlagDistinct = 0x20;
 inline constexpr std::uint8_t mdxFlagUnique = 0x40;

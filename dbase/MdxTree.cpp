@@ -199,6 +199,35 @@ void MdxCursor::prior()
     }
 }
 
+MdxCursor::Path MdxCursor::path() const
+{
+    Path out;
+    out.depth = m_depth;
+    for (int level = 0; level < m_depth; ++level)
+        out.positions[static_cast<std::size_t>(level)] = step(level).position;
+    return out;
+}
+
+bool MdxCursor::follow(const Path &path)
+{
+    m_depth = 0;
+    m_valid = false;
+    m_damagedPage = 0;
+    if (path.depth == 0 || !enter(m_tag.rootPage))
+        return false;
+    for (int level = 0;; ++level) {
+        Step &here = top();
+        here.position = path.positions[static_cast<std::size_t>(level)];
+        const bool last = level == path.depth - 1;
+        if (here.position > here.count || atLeaf() != last)
+            return false;
+        if (last)
+            return m_valid = here.position < here.count;
+        if (!enter(childOf(here)))
+            return false;
+    }
+}
+
 const std::uint8_t *MdxCursor::key() const
 {
     return item(top(), top().position) + childSize;

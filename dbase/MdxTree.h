@@ -39,6 +39,7 @@ public:
 class MdxCursor
 {
 public:
+    static constexpr int maxDepth = 24;
     MdxCursor(const BlockSource &source, const MdxTag &tag)
         : m_source(source)
         , m_tag(tag)
@@ -58,6 +59,16 @@ public:
     void next();
     void prior();
 
+    /// The way down to an entry: its place in every block.
+    struct Path {
+        std::array<int, maxDepth> positions{};
+        int depth = 0;
+    };
+    [[nodiscard]] Path path() const;
+    /// Goes down by a path of an earlier cursor. @return whether an entry stands there by now; which one is
+    /// for the caller to see.
+    bool follow(const Path &path);
+
     /// Whether the cursor stands on an entry; false at both ends.
     [[nodiscard]] bool valid() const { return m_valid; }
     [[nodiscard]] bool damaged() const { return m_damagedPage != 0; }
@@ -66,7 +77,6 @@ public:
     [[nodiscard]] const std::uint8_t *key() const;
     [[nodiscard]] RecordNumber record() const;
 
-    static constexpr int maxDepth = 24;
     struct Step {
         PageNumber page = 0;
         const std::uint8_t *block = nullptr;

@@ -288,8 +288,9 @@ Status TableImpl::apply(const Commit &commit)
         status = m_mdx->write(today());
     if (!status.ok())
         return status;
+    header.recordCount = commit.recordCount;
     m_state.applied = commit.number;
-    m_state.indexedRecords = commit.recordCount;
+    m_state.indexedRecords = indexedRecords();
     return writeState();
 }
 
@@ -461,7 +462,7 @@ Status TableImpl::finishDeadCommit()
         return poison(status);
     m_state.applied = dead->number;
     m_state.tail += static_cast<std::uint32_t>(commitRoom(again.size()));
-    m_state.indexedRecords = header.recordCount;
+    m_state.indexedRecords = indexedRecords();
     ++version;
     return writeState();
 }

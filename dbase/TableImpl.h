@@ -66,11 +66,15 @@ private:
     [[nodiscard]] IndexEntry entryAt(const MdxCursor &cursor) const;
     /// How the entry under the cursor stands to a position.
     [[nodiscard]] int compareKey(const MdxCursor &cursor, std::span<const std::uint8_t> fileKey) const;
+    /// Puts a cursor on the entry of a position, or behind where it would stand when it has gone.
+    /// @return whether it is there.
+    bool goTo(MdxCursor &cursor, const IndexEntry &position) const;
 
     TableImpl &m_table;
     std::size_t m_number;
     TagDefinition m_definition;
     TagRule m_rule;
+    MdxCursor::Path m_lastPlace; ///< of the entry handed out last, which a walk goes on from
     bool m_retired = false;
 };
 
@@ -143,6 +147,7 @@ private:
     Status joinOthers();
     void mapHeader();
     Status openIndex();
+    Status takeToldTags(const Status &why);
     void dropIndexFile();
     void goOnWithoutIndexFile();
     void retireIndexes();
@@ -159,6 +164,8 @@ private:
     Status checkpoint(bool closing);
     Status closeInOrder();
     [[nodiscard]] bool closedAsSeen() const;
+    /// What the journal's header is to say: a table without its index keeps none for the others either.
+    [[nodiscard]] RecordNumber indexedRecords() const { return m_mdx ? header.recordCount : 0; }
     [[nodiscard]] std::filesystem::path sibling(const char *extension) const;
 
     // TableLocks.cpp
@@ -218,6 +225,7 @@ private:
     Status packAlone();
     Status rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRule> &rules);
     Status makeIndex(std::span<const TagDefinition> wanted);
+    Status makeIndexAnew();
     Status buildMemoryTag(MemoryTag &tag);
     Status addMemoryTag(const TagDefinition &tag);
     void noteStamp();
@@ -255,7 +263,8 @@ private:
     mutable std::vector<std::uint8_t> m_lastBytes;
     Status m_poison;
     bool m_indexSuspect = false;
-    bool m_indexUnused = false; ///< there is an index file, but its tags are not believed
+    std::vector<TagDefinition> m_toldTags; ///< of an index file that cannot be read as it is
+    bool m_indexUnused = false;            ///< there is an index file, but its tags are not believed
     std::minstd_rand m_random;
 };
 

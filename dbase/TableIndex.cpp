@@ -88,6 +88,7 @@ Result<std::optional<IndexEntry>> MdxIndex::ask(const Move &move)
         return status;
     if (!entry)
         return entry;
+    m_lastPlace = cursor.path();
     if (const Status status = m_table.knowOf(entry->record); !status.ok())
         return status;
     return entry;
@@ -121,38 +122,36 @@ Result<std::optional<IndexEntry>> MdxIndex::last()
     return ask([](MdxCursor &cursor) { cursor.last(); });
 }
 
+bool MdxIndex::goTo(MdxCursor &cursor, const IndexEntry &position) const
+{
+    const auto key = fileKey(position.key.bytes());
+    const auto isEqual = [&] { return cursor.valid() && compareKey(cursor, key) == 0; };
+    // Where the last question ended, if that has stayed: of equal keys there may be thousands.
+    if (cursor.follow(m_lastPlace) && cursor.record() == position.record && isEqual())
+        return true;
+    for (cursor.seek(key); isEqual(); cursor.next()) {
+        if (cursor.record() == position.record)
+            return true;
+    }
+    for (cursor.seek(key); isEqual(); cursor.next()) {
+        if (cursor.record() > position.record)
+            break;
+    }
+    return false;
+}
+
 Result<std::optional<IndexEntry>> MdxIndex::next(const IndexEntry &position)
 {
     return ask([&](MdxCursor &cursor) {
-        const auto key = fileKey(position.key.bytes());
-        // The entry itself among equal ones; when it has gone, where it would stand.
-        for (cursor.seek(key); cursor.valid() && compareKey(cursor, key) == 0; cursor.next()) {
-            if (cursor.record() == position.record) {
-                cursor.next();
-                return;
-            }
-        }
-        for (cursor.seek(key); cursor.valid() && compareKey(cursor, key) == 0; cursor.next()) {
-            if (cursor.record() > position.record)
-                return;
-        }
+        if (goTo(cursor, position))
+            cursor.next();
     });
 }
 
 Result<std::optional<IndexEntry>> MdxIndex::prior(const IndexEntry &position)
 {
     return ask([&](MdxCursor &cursor) {
-        const auto key = fileKey(position.key.bytes());
-        for (cursor.seek(key); cursor.valid() && compareKey(cursor, key) == 0; cursor.next()) {
-            if (cursor.record() == position.record) {
-                cursor.prior();
-                return;
-            }
-        }
-        for (cursor.seek(key); cursor.valid() && compareKey(cursor, key) == 0; cursor.next()) {
-            if (cursor.record() > position.record)
-                break;
-        }
+        goTo(cursor, position);
         if (cursor.valid())
             cursor.prior();
         else if (!cursor.damaged())
@@ -514,12 +513,8 @@ bool TableImpl::indexIsRight(std::span<const TagKeys> keys) const
 
 Status TableImpl::repairIndex()
 {
-    if (m_indexSuspect && !m_mdx) { // there is an index file that cannot be read
-        m_indexSuspect = false;
-        return options.tags.empty() ? Status() : makeIndex(options.tags);
-    }
     if (!m_mdx)
-        return {};
+        return m_indexSuspect ? makeIndexAnew() : Status(); // there is an index file that cannot be read
     const auto same = m_mdx->look();
     if (!same.ok())
         return same.status();
@@ -531,7 +526,7 @@ Status TableImpl::repairIndex()
             return status;
     }
     m_indexSuspect = false;
-    m_state.indexedRecords = header.recordCount;
+    m_state.indexedRecords = indexedRecords();
     return {};
 }
 
@@ -562,7 +557,7 @@ Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRu
         m_indexSuspect = true; // it may be half written; the rules of the tags stay known for the next time
         return status;
     }
-    m_state.indexedRecords = header.recordCount;
+    m_state.indexedRecords = indexedRecords();
     return readTags();
 }
 
@@ -575,6 +570,12 @@ Status TableImpl::check()
         return m_indexUnused
                    ? failure(ErrorKind::unsupported, "el índice no se ha podido comprobar: " + readOnlyReason)
                    : Status();
+    // Lines that others have added since the last refresh() are in the index already.
+    const auto count = announcedCount();
+    if (!count.ok())
+        return count.status();
+    if (const Status status = count.value() > 0 ? knowOf(count.value()) : Status(); !status.ok())
+        return status;
     auto keys = keysOfAll();
     if (!keys.ok())
         return keys.status();

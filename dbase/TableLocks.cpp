@@ -171,6 +171,8 @@ Status TableImpl::beginChange(bool adding)
         status = finishDeadCommit();
     if (status.ok())
         status = settleCount(adding);
+    if (status.ok() && !m_mdx && m_indexSuspect)
+        status = repairIndex();
     if (status.ok() && m_mdx) {
         const auto same = m_mdx->look();
         status = same.status();

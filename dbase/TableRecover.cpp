@@ -98,7 +98,11 @@ Status TableImpl::joinOthers()
             m_journalMap = std::move(mapping).value();
     }
     mapHeader();
-    return lookAtJournal().status();
+    const Status status = lookAtJournal().status();
+    // Somebody who has the table open keeps no index: it is looked over at the first look.
+    if (status.ok() && m_mdx && m_state.indexedRecords == 0 && header.recordCount > 0)
+        m_indexSuspect = true;
+    return status;
 }
 
 void TableImpl::mapHeader()
@@ -261,7 +265,7 @@ Status TableImpl::checkpoint(bool closing)
     JournalHeader state = m_state;
     state.base = m_state.applied;
     state.tail = journalSector;
-    state.indexedRecords = header.recordCount;
+    state.indexedRecords = indexedRecords();
     state.closedInOrder = closing;
     state.holdsDurable = false;
     state.tableRecords = header.recordCount;

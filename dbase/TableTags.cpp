@@ -18,6 +18,12 @@ Status TableImpl::openIndex()
 {
     const std::filesystem::path file = sibling(".MDX");
     auto opened = MdxFile::open(file, readOnly ? File::Mode::readOnly : File::Mode::readWrite);
+    if (!opened.ok() && opened.status().kind() == ErrorKind::readOnly && !readOnly) {
+        // Lines would be written that the index does not know.
+        readOnly = true;
+        readOnlyReason = "no hay permiso para escribir en el índice";
+        opened = MdxFile::open(file, File::Mode::readOnly);
+    }
     if (!opened.ok()) {
         const ErrorKind kind = opened.status().kind();
         if (kind == ErrorKind::inputOutput)
@@ -33,14 +39,43 @@ Status TableImpl::openIndex()
     m_mdxLock = std::move(lock).value(); // a member, so that it never outlives the file
     Status status = m_mdx->load();
     if (status.kind() == ErrorKind::damaged || status.kind() == ErrorKind::unsupported) {
-        m_indexSuspect = true;
-        dropIndexFile();
-        status = {};
+        status = takeToldTags(status);
     } else if (status.ok()) {
         status = readTags();
     }
     m_mdxLock.release();
     return status;
+}
+
+/// An index file that cannot be read as it is will be written anew, with the orders that it still tells and
+/// those that the opener counts on. Where neither are known, writing would leave it without what it had.
+Status TableImpl::takeToldTags(const Status &why)
+{
+    auto told = m_mdx->told();
+    m_indexSuspect = true;
+    dropIndexFile();
+    if (!told.ok())
+        return told.status();
+    bool all = told.value().all;
+    for (const MdxTag &tag : told.value().tags) {
+        TagDefinition one{tag.name, tag.expression, tag.descending, tag.unique, tag.filter};
+        if (TagRule::of(one, header.fields, header.codePage).ok())
+            m_toldTags.push_back(std::move(one));
+        else
+            all = false;
+    }
+    if (all || !header.hasProductionIndex || readOnly)
+        return {};
+    if (options.tags.empty()) {
+        m_indexUnused = true;
+        readOnly = true;
+        readOnlyReason = "no se puede saber qué órdenes tiene el índice: " + why.text();
+        return {};
+    }
+    notice =
+        "el índice no se podía leer (" + why.text() +
+        ") y se ha hecho de nuevo. Si otros programas tenían en él órdenes suyos, hay que volver a crearlos";
+    return {};
 }
 
 /// An index may be in the middle of a question when a repair reads the tags anew, and callers keep pointers:
@@ -191,12 +226,28 @@ MdxTag TableImpl::newTag(const TagDefinition &wanted, const KeyExpression &expre
     return tag;
 }
 
+/// In place of an index file that cannot be read.
+Status TableImpl::makeIndexAnew()
+{
+    std::vector<TagDefinition> wanted = m_toldTags;
+    for (const TagDefinition &one : options.tags) {
+        if (std::none_of(wanted.begin(), wanted.end(),
+                         [&one](const TagDefinition &other) { return sameText(one.name, other.name); }))
+            wanted.push_back(one);
+    }
+    const Status status = wanted.empty() ? Status() : makeIndex(wanted);
+    if (status.ok())
+        m_indexSuspect = false;
+    return status;
+}
+
 Status TableImpl::makeIndex(std::span<const TagDefinition> wanted)
 {
     if (const Status status = beginChange(); !status.ok())
         return status;
     Status status;
-    if (!m_mdx) {
+    const bool isNewFile = !m_mdx;
+    if (isNewFile) {
         const std::filesystem::path file = sibling(".MDX");
         auto made = MdxFile::open(file, File::Mode::createNew);
         if (!made.ok() && made.status().kind() == ErrorKind::invalidArgument) {
@@ -247,6 +298,8 @@ Status TableImpl::makeIndex(std::span<const TagDefinition> wanted)
         status = syncFolder(path.parent_path());
     if (status.ok())
         status = checkpoint(false);
+    if (!status.ok() && isNewFile)
+        dropIndexFile(); // whose tags are not known yet; tried again when it is next needed
     endChange();
     return status;
 }

@@ -75,6 +75,35 @@ TEST(MotorNotarios, OpensOneTablePerNotaryUpToFive)
         << "a notary without a table";
 }
 
+/// An older copy of the table, put beside the journal of a program that died.
+TEST(MotorNotarios, TellsWhatOpeningHasFound)
+{
+    OficinaDePrueba oficina;
+    oficina.linea(1, Lunes, "09:00");
+    const auto carpeta = oficina.carpetaDe("NOTARIO1");
+    const std::string copia = support::readFile(carpeta / "AGENDA_N.DBF");
+    oficina.linea(1, Lunes, "09:30");
+    std::string diario;
+    {
+        const auto otro = oficina.agenda(1);
+        otro->append();
+        otro->post();
+        diario = support::readFile(carpeta / "AGENDA_N.JNL");
+    }
+    support::writeFile(carpeta / "AGENDA_N.DBF", copia);
+    support::writeFile(carpeta / "AGENDA_N.JNL", diario);
+    oficina.Mensaje.espera(
+        {"AGENDA_N (NOTARIO1): la tabla tiene menos líneas que las que ya estaban guardadas: se ha puesto en "
+         "su lugar una copia anterior. Los últimos cambios, que eran de la otra, no se le han aplicado; "
+         "quedan en AGENDA_N.JNL.APARTADO-1",
+         " ATENCIÓN:"});
+    for (int vez = 0; vez < 2; ++vez) { // once
+        const TClassAgendaN motor(nullptr, nullptr, {}, nullptr);
+        EXPECT_FALSE(oficina.Mensaje.pendientes());
+    }
+    EXPECT_EQ(oficina.dia(1, Lunes), QStringList("09:00  N"));
+}
+
 TEST_F(MotorTest, BuildsADaySheetFromTheSettings)
 {
     EXPECT_TRUE(motor().InsertaDia(Lunes, false));

@@ -9,6 +9,7 @@
 
 #include <ctime>
 #include <optional>
+#include <set>
 
 namespace
 {
@@ -88,11 +89,11 @@ protected:
             writeFile(jnl, *files.jnl);
     }
 
-    [[nodiscard]] std::unique_ptr<Table> open() const
+    [[nodiscard]] std::unique_ptr<Table> open(std::vector<TagDefinition> tags = {wantedTag}) const
     {
         OpenOptions options;
         options.durable = false;
-        options.tags = {wantedTag};
+        options.tags = std::move(tags);
         auto opened = Table::open(dbf, options);
         EXPECT_TRUE(opened.ok()) << opened.status().message();
         return opened.ok() ? std::move(opened).value() : nullptr;
@@ -298,6 +299,122 @@ TEST_F(Malformed, AnImpossibleIndexIsMadeAnew)
             put({good.dbf, good.mdx, withJournal ? good.jnl : std::nullopt}, one.mdx);
             expectWorks(good.dbf, linesInTable);
         }
+    }
+}
+
+/// Whoever opens the table without naming an order keeps the index as well, or changes nothing.
+TEST_F(Malformed, AnImpossibleIndexIsMadeAnewFromItsOwnOrders)
+{
+    create();
+    const Files good = read();
+    const std::set<std::string> untold = {"empty",
+                                          "one byte",
+                                          "cut in the header",
+                                          "cut before the last byte of the header",
+                                          "the header alone",
+                                          "cut in the header of the tag",
+                                          "zeros",
+                                          "other version",
+                                          "four pages in a block",
+                                          "block of 512 bytes",
+                                          "48 tags",
+                                          "65535 tags",
+                                          "a second tag without a slot",
+                                          "header of the tag at page 0",
+                                          "header of the tag beyond the file",
+                                          "header of the tag is the root",
+                                          "tag without a name"};
+    auto cases = impossibleHeaders(good.mdx);
+    for (auto &one : impossibleTrees(good.mdx))
+        cases.push_back(std::move(one));
+    for (const auto &one : cases) {
+        SCOPED_TRACE(one.name);
+        put(good, one.mdx);
+        RecordNumber lines = linesInTable;
+        {
+            const auto table = open({});
+            ASSERT_TRUE(table);
+            EXPECT_EQ(table->isReadOnly(), untold.contains(one.name)) << table->readOnlyReason();
+            if (table->isReadOnly()) {
+                EXPECT_NE(table->readOnlyReason().find("índice"), std::string::npos);
+                EXPECT_EQ(table->append(line(*table, 1)).status().kind(), ErrorKind::readOnly);
+                EXPECT_FALSE(table->check().ok());
+                EXPECT_EQ(readFile(dbf), good.dbf);
+                EXPECT_EQ(readFile(mdx), *one.mdx);
+                continue;
+            }
+            for (int number = 0; number < 60; ++number)
+                ASSERT_EQ(table->append(line(*table, number)).value(), ++lines);
+            EXPECT_TRUE(table->check().ok()) << table->check().message();
+            EXPECT_EQ(table->notice(), "");
+            if (!table->tags().empty())
+                expectWalks(*table, lines);
+            else
+                EXPECT_TRUE(!one.mdx || one.name == std::string("no tag")) << "there was an order to keep";
+        }
+        expectLines(good.dbf);
+        const auto again = open();
+        ASSERT_TRUE(again);
+        EXPECT_TRUE(again->check().ok()) << "as the next opener sees it";
+        expectWalks(*again, lines);
+    }
+}
+
+/// Damaged while somebody has the table open, so that the one who meets it is not alone.
+TEST_F(Malformed, AnImpossibleIndexIsMadeAnewBesideOthers)
+{
+    create();
+    const Files good = read();
+    for (const char *const name : {"no pages", "root at page 0", "keys of no length", "zeros"}) {
+        SCOPED_TRACE(name);
+        put(good, good.mdx);
+        const auto first = open();
+        ASSERT_TRUE(first);
+        for (const auto &one : impossibleHeaders(good.mdx)) {
+            if (one.name == std::string(name))
+                writeFile(mdx, *one.mdx);
+        }
+        const bool untold = name == std::string("zeros");
+        const auto second = open(untold ? std::vector{wantedTag} : std::vector<TagDefinition>());
+        ASSERT_TRUE(second);
+        EXPECT_EQ(second->notice().find("se ha hecho de nuevo") != std::string::npos, untold);
+        RecordNumber lines = linesInTable;
+        for (int number = 0; number < 20; ++number) {
+            ASSERT_EQ(second->append(line(*second, number)).value(), ++lines);
+            ASSERT_EQ(first->append(line(*first, number)).value(), ++lines);
+        }
+        for (Table *const table : {first.get(), second.get()}) {
+            EXPECT_TRUE(table->check().ok()) << table->check().message();
+            expectWalks(*table, lines);
+        }
+    }
+}
+
+/// A table that was open before its index was made, and knows of none.
+TEST_F(Malformed, AWriterWithoutTheIndexIsSeenByThoseWhoHaveIt)
+{
+    create();
+    const Files good = read();
+    put(good, std::nullopt);
+    const auto without = open({});
+    ASSERT_TRUE(without && without->tags().empty());
+    const auto with = open();
+    ASSERT_TRUE(with);
+    RecordNumber lines = linesInTable;
+    for (int number = 0; number < 3; ++number) {
+        ASSERT_EQ(without->append(line(*without, number)).value(), ++lines);
+        ASSERT_TRUE(with->refresh().ok());
+        expectWalks(*with, lines);
+        std::vector<std::uint8_t> before(without->recordLength());
+        ASSERT_TRUE(without->read(lines, before).ok());
+        ASSERT_TRUE(without->update(lines, before, line(*without, number + 40)).ok());
+        ASSERT_EQ(with->append(line(*with, number)).value(), ++lines);
+        EXPECT_TRUE(with->check().ok()) << with->check().message();
+        ASSERT_TRUE(without->append(line(*without, number)).ok());
+        ++lines;
+        const auto third = open();
+        ASSERT_TRUE(third);
+        expectWalks(*third, lines);
     }
 }
 

@@ -1,11 +1,13 @@
 #include "tests/driver/FileCalls.h"
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <map>
+#include <numeric>
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -26,6 +28,7 @@ struct State {
     std::optional<Fault> fault;
     int counted = 0;
     bool met = false;
+    std::array<int, kindsOfCall> tally{};
     int changesLeft = 0; ///< until death; 0: for ever
     bool recording = false;
     std::vector<Event> events;
@@ -69,10 +72,16 @@ bool isTable(const std::filesystem::path &name)
     return name.extension() == ".DBF";
 }
 
+int &tallyOf(Call call)
+{
+    return state().tally[static_cast<std::size_t>(call)];
+}
+
 /// Whether this call is to fail; errno is set then, and 0 means half the work.
 bool fails(Call call)
 {
     State &now = state();
+    ++tallyOf(call);
     if (!now.fault || (now.fault->call && *now.fault->call != call))
         return false;
     ++now.counted;
@@ -198,6 +207,18 @@ int counted()
 {
     return state().counted;
 }
+int tally(Call call)
+{
+    return tallyOf(call);
+}
+int tally()
+{
+    return std::accumulate(state().tally.begin(), state().tally.end(), 0);
+}
+void tallyAnew()
+{
+    state().tally.fill(0);
+}
 void dieAt(int change)
 {
     state().changesLeft = change;
@@ -316,7 +337,9 @@ int fcntl(int descriptor, int command, ...)
     va_end(rest);
     if ((command == F_OFD_SETLK || command == F_SETLK) && watched(descriptor)) {
         // Giving back a lock does not fail: the system has nothing to find room for.
-        if (static_cast<const struct flock *>(argument)->l_type != F_UNLCK && fails(Call::lock))
+        if (static_cast<const struct flock *>(argument)->l_type == F_UNLCK)
+            ++tallyOf(Call::unlock);
+        else if (fails(Call::lock))
             return -1;
         if (state().planted == Plant::nothingLocked)
             return 0;

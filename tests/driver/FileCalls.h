@@ -14,7 +14,9 @@
 namespace driver::filecalls
 {
 
-enum class Call { open, read, write, flush, size, lock, look, map, reserve };
+/// Giving back a lock never fails.
+enum class Call { open, read, write, flush, size, lock, look, map, reserve, unlock };
+inline constexpr std::size_t kindsOfCall = 10;
 
 /// Which call fails, and how.
 struct Fault {
@@ -56,6 +58,10 @@ void plant(Plant what);
 void fail(std::optional<Fault> fault);
 [[nodiscard]] bool faultMet();
 [[nodiscard]] int counted(); ///< calls of the fault's kind so far
+/// Calls of a kind since watch() or tallyAnew(), failing ones included.
+[[nodiscard]] int tally(Call call);
+[[nodiscard]] int tally(); ///< of all kinds
+void tallyAnew();
 /// The process kills itself at its n-th change of a file, in mid-write where that is one.
 void dieAt(int change);
 
