@@ -3,6 +3,7 @@
 #include "dataset/DatabaseError.h"
 #include "dbcontrols/WindowPlace.h"
 #include "host/AgendaUnica.h"
+#include "host/MantenimientoDatos.h"
 #include "host/PanelOficina.h"
 
 #include <QtCore/QDir>
@@ -60,8 +61,17 @@ TVentanaOficina::TVentanaOficina(TOficina &oficina)
 void TVentanaOficina::CreaMenuDatos()
 {
     QMenu *const menu = menuBar()->addMenu(QStringLiteral("&Datos"));
-    menu->addAction(Comando(QStringLiteral("&Clientes..."), QStringLiteral("Consultar la lista de clientes"),
-                            [this] { m_oficina.Clientes.Explora(QStringLiteral("Lista de clientes")); }));
+    menu->addAction(Comando(QStringLiteral("&Notarios..."),
+                            QStringLiteral("Añadir, cambiar o quitar notarios de la oficina"), [this] {
+                                MantieneNotarios(m_oficina, this);
+                                ActualizaPanel();
+                            }));
+    menu->addAction(Comando(QStringLiteral("O&ficiales..."),
+                            QStringLiteral("Añadir, cambiar o borrar oficiales"),
+                            [this] { MantieneOficiales(m_oficina, this); }));
+    menu->addAction(Comando(QStringLiteral("&Clientes..."),
+                            QStringLiteral("Añadir, cambiar o borrar clientes"),
+                            [this] { MantieneClientes(m_oficina, this); }));
     menu->addSeparator();
     menu->addAction(Comando(QStringLiteral("Agenda única: c&onfiguración..."),
                             QStringLiteral("Cambiar las horas y los notarios de la agenda única"),
