@@ -1,8 +1,8 @@
 #pragma once
 
 #include "agenda/HojaDia.h"
+#include "agenda/IAgenda3P.h"
 #include "agenda/MotorComun.h"
-#include "agenda3p/IAgenda3P.h"
 #include "dataset/MemTable.h"
 
 #include <QtCore/QObject>

@@ -3,11 +3,11 @@
 #include "host/AgendaConjunta.h"
 
 #include "agenda/HojaNueva.h"
+#include "agenda/IAgenda3P.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Clacliraiz.h"
 #include "agenda/host/Servicios.h"
-#include "agenda3p/IAgenda3P.h"
 #include "dataset/DatabaseError.h"
 #include "dbcontrols/CalendarPopup.h"
 #include "dbcontrols/ColorPanel.h"

@@ -129,8 +129,9 @@ private:
     QDate m_fecha;
     QStringList m_horasCopiadas; ///< of the lines in the engine's copy buffer, in its order
     QPointer<QLineEdit> m_editor;
-    int m_ordenes = 0; ///< running; the timer keeps still meanwhile
-    bool m_anchosPropios = false;
+    int m_ordenes = 0;            ///< running; the timer keeps still meanwhile
+    bool m_anchosPropios = false; ///< the clerk has set them; they are not shared out any more
+    bool m_repartiendo = false;
 
     TModeloConjunto *m_modelo = nullptr;
     TRejillaConjunta *m_rejilla = nullptr;

@@ -3,9 +3,9 @@
 #include "host/AgendaConjunta.h"
 
 #include "agenda/GuardaVentana.h"
+#include "agenda/IAgenda3P.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/host/Servicios.h"
-#include "agenda3p/IAgenda3P.h"
 #include "dataset/DatabaseError.h"
 #include "host/DialogoHora.h"
 
@@ -280,12 +280,9 @@ void TFAgendaConjunta::MueveDia(bool adelante)
         Muestra(puesto);
         return;
     }
-    TMensaje mensaje;
-    mensaje.Texto =
-        QStringLiteral("No hay días %1 en %2")
-            .arg(adelante ? QStringLiteral("posteriores") : QStringLiteral("anteriores"), DeQuien(Notario()));
-    mensaje.Titulo = Atencion;
-    Servicios().Mensaje->Mensajes(mensaje);
+    AvisaAlUsuario(QStringLiteral("No hay días %1 en %2")
+                       .arg(adelante ? QStringLiteral("posteriores") : QStringLiteral("anteriores"),
+                            DeQuien(Notario())));
 }
 
 void TFAgendaConjunta::BuscaDia()

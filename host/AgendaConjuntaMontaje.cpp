@@ -2,11 +2,13 @@
 
 #include "host/AgendaConjunta.h"
 
+#include "agenda/IAgenda3P.h"
 #include "agenda/host/Servicios.h"
-#include "agenda3p/IAgenda3P.h"
-#include "agendan/IconosAgendaN.h"
+#include "dbcontrols/CommandIcons.h"
 #include "dbcontrols/MaskEdit.h"
+#include "dbcontrols/WindowPlace.h"
 
+#include <QtCore/QScopedValueRollback>
 #include <QtCore/QSettings>
 #include <QtGui/QAction>
 #include <QtGui/QScreen>
@@ -29,10 +31,7 @@
 namespace
 {
 
-const QString Seccion = QStringLiteral("AgendaConjunta");
-const QString ClaveLugar = QStringLiteral("Lugar");
-const QString ClaveAnchos = QStringLiteral("Columnas");
-const QString ClavePuntos = QStringLiteral("PuntosPorPulgada");
+const QString ClaveAnchos = QStringLiteral("/Columnas");
 
 /// Shares of a notary's width, and characters below which a column is not made narrower.
 constexpr std::array<int, CamposPorNotario> Partes = {48, 34, 18};
@@ -126,22 +125,16 @@ void TFAgendaConjunta::CreaComandos()
     ASalir->setStatusTip(QStringLiteral("Cierra esta ventana (Esc)"));
     connect(ASalir, &QAction::triggered, this, &QWidget::close);
 
-    const std::pair<QAction *, TDibujoAgendaN> dibujos[] = {
-        {ANuevo, TDibujoAgendaN::nuevo},
-        {ABorrar, TDibujoAgendaN::borrar},
-        {ALimpiar, TDibujoAgendaN::limpiar},
-        {ASalida, TDibujoAgendaN::salida},
-        {AAusente, TDibujoAgendaN::ausente},
-        {ACopiar, TDibujoAgendaN::copiar},
-        {APegar, TDibujoAgendaN::pegar},
-        {ADiaAnterior, TDibujoAgendaN::anterior},
-        {ADiaSiguiente, TDibujoAgendaN::siguiente},
-        {AImprimirDia, TDibujoAgendaN::imprimir},
-        {ASalir, TDibujoAgendaN::salir},
-        {AModificar, TDibujoAgendaN::modificar},
+    const std::pair<QAction *, dbcontrols::CommandIcon> dibujos[] = {
+        {ANuevo, dbcontrols::CommandIcon::add},         {ABorrar, dbcontrols::CommandIcon::remove},
+        {ALimpiar, dbcontrols::CommandIcon::clear},     {ASalida, dbcontrols::CommandIcon::outing},
+        {AAusente, dbcontrols::CommandIcon::absent},    {ACopiar, dbcontrols::CommandIcon::copy},
+        {APegar, dbcontrols::CommandIcon::paste},       {ADiaAnterior, dbcontrols::CommandIcon::previous},
+        {ADiaSiguiente, dbcontrols::CommandIcon::next}, {AImprimirDia, dbcontrols::CommandIcon::print},
+        {ASalir, dbcontrols::CommandIcon::leave},       {AModificar, dbcontrols::CommandIcon::edit},
     };
     for (const auto &[comando, dibujo] : dibujos)
-        comando->setIcon(IconoAgendaN(dibujo));
+        comando->setIcon(dbcontrols::commandIcon(dibujo));
 }
 
 void TFAgendaConjunta::CreaBarra()
@@ -244,6 +237,10 @@ void TFAgendaConjunta::CreaCentro()
             &TFAgendaConjunta::CambiaCelda);
     connect(m_rejilla, &TRejillaConjunta::Redimensionada, this, &TFAgendaConjunta::ReparteColumnas);
 
+    connect(&m_rejilla->Cabecera(), &QHeaderView::sectionResized, this, [this] {
+        m_anchosPropios = m_anchosPropios || (isVisible() && !m_repartiendo); // the clerk's from now on
+    });
+
     m_detalle = new QPlainTextEdit(centro);
     m_detalle->setObjectName(QStringLiteral("Detalle"));
     m_detalle->setAccessibleName(QStringLiteral("Cita de la celda actual"));
@@ -272,6 +269,7 @@ void TFAgendaConjunta::ReparteColumnas()
 {
     if (m_anchosPropios)
         return;
+    const QScopedValueRollback<bool> repartiendo(m_repartiendo, true);
     const int notarios = std::max(1, m_modelo->NumNotarios());
     const int ancho = m_rejilla->viewport()->width() / notarios;
     const int letra = fontMetrics().averageCharWidth();
@@ -291,15 +289,10 @@ void TFAgendaConjunta::Coloca()
     resize(medida.boundedTo(disponible.size() * 0.94));
     move(disponible.center() - QPoint(width() / 2, height() / 2));
     const QString fichero = Servicios().Config->GetFicheroVentanas();
-    if (fichero.isEmpty())
+    if (!dbcontrols::restorePlace(*this, fichero))
         return;
     QSettings memoria(fichero, QSettings::IniFormat);
-    memoria.beginGroup(Seccion);
-    // Sizes of a finer or coarser screen would clip the texts of this one.
-    if (memoria.value(ClavePuntos).toInt() != logicalDpiX() ||
-        !restoreGeometry(memoria.value(ClaveLugar).toByteArray()))
-        return;
-    const QStringList anchos = memoria.value(ClaveAnchos).toStringList();
+    const QStringList anchos = memoria.value(objectName() + ClaveAnchos).toStringList();
     m_anchosPropios = anchos.size() == m_modelo->columnCount();
     for (int columna = 0; m_anchosPropios && columna < m_modelo->columnCount(); ++columna)
         m_rejilla->setColumnWidth(columna, std::clamp(anchos.at(columna).toInt(), 20, disponible.width()));
@@ -308,15 +301,11 @@ void TFAgendaConjunta::Coloca()
 void TFAgendaConjunta::RecuerdaLugar() const
 {
     const QString fichero = Servicios().Config->GetFicheroVentanas();
-    if (fichero.isEmpty())
+    dbcontrols::rememberPlace(*this, fichero);
+    if (fichero.isEmpty() || !m_anchosPropios)
         return;
-    QSettings memoria(fichero, QSettings::IniFormat);
-    memoria.beginGroup(Seccion);
-    memoria.setValue(ClavePuntos, logicalDpiX());
-    memoria.setValue(ClaveLugar, saveGeometry());
     QStringList anchos;
     for (int columna = 0; columna < m_modelo->columnCount(); ++columna)
         anchos << QString::number(m_rejilla->columnWidth(columna));
-    if (m_anchosPropios)
-        memoria.setValue(ClaveAnchos, anchos);
+    QSettings(fichero, QSettings::IniFormat).setValue(objectName() + ClaveAnchos, anchos);
 }

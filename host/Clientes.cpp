@@ -4,6 +4,7 @@
 #include "host/BuscaNombre.h"
 #include "host/DialogoLista.h"
 #include "host/Dialogos.h"
+#include "host/TablasOficina.h"
 
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QDialog>
@@ -46,18 +47,22 @@ bool Encuentra(const std::function<bool()> &busca)
 
 } // namespace
 
+QList<TColumnaLista> ColumnasClientes()
+{
+    return {{QStringLiteral("Nombre"), CampoNombre, 34},
+            {QStringLiteral("NIF"), QStringLiteral("NIF"), 11},
+            {QStringLiteral("Teléfono"), QStringLiteral("TELEFONO"), 12},
+            {QStringLiteral("Población"), QStringLiteral("POBLACION"), 16}};
+}
+
 TClientesOficina::TClientesOficina(const dataset::Aliases &aliases, const QString &alias)
     : m_tabla(aliases)
     , m_porCodigo(aliases)
 {
     for (dataset::DbfTable *const tabla : {&m_tabla, &m_porCodigo}) {
-        tabla->setDatabaseName(alias);
-        tabla->setTableName(QStringLiteral("CLIENTES"));
+        PreparaTablaClientes(*tabla, alias);
         tabla->setOpenReadOnly(true);
     }
-    m_tabla.addIndexDefinition(CampoNombre, QStringLiteral("UPPER(NOMBRE)"));
-    m_tabla.setIndexFieldNames(CampoNombre);
-    m_porCodigo.addIndexDefinition(CampoCodigo, CampoCodigo);
     m_porCodigo.setIndexFieldNames(CampoCodigo);
 }
 
@@ -108,12 +113,7 @@ bool TClientesOficina::Lista(const QString &titulo, const QString &inicial, bool
     Abre();
     TDialogoLista::TOpciones opciones{titulo, inicial, QStringLiteral("cliente"), elegir,
                                       [this] { MuestraFicha(m_tabla.field(CampoCodigo).asInteger()); }};
-    TDialogoLista dialogo(m_tabla,
-                          {{QStringLiteral("Nombre"), CampoNombre, 34},
-                           {QStringLiteral("NIF"), QStringLiteral("NIF"), 11},
-                           {QStringLiteral("Teléfono"), QStringLiteral("TELEFONO"), 12},
-                           {QStringLiteral("Población"), QStringLiteral("POBLACION"), 16}},
-                          opciones, QApplication::activeWindow());
+    TDialogoLista dialogo(m_tabla, ColumnasClientes(), opciones, QApplication::activeWindow());
     if (dialogo.exec() != QDialog::Accepted || !elegir)
         return false;
     TomaActual(m_tabla);

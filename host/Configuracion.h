@@ -3,6 +3,13 @@
 #include "agenda/host/Confzen.h"
 #include "dataset/Aliases.h"
 
+/// A notary as the office's configuration has him.
+struct TNotario {
+    QString Nombre;
+    QString Alias; ///< of his database
+    friend bool operator==(const TNotario &, const TNotario &) = default;
+};
+
 /// The office's configuration, from "oficina.ini" in its data folder. A key that is missing has its default:
 ///
 ///     [Oficina]
@@ -38,6 +45,13 @@ public:
 
     /// Alias of a notary's database, 1-based.
     [[nodiscard]] QString AliasNotario(int notario) const;
+    static constexpr int MaxNotarios = 5; ///< as many as an agenda has tabs
+    /// The notaries in their order; of an office kept under a single notary's data, that one.
+    [[nodiscard]] QList<TNotario> Notarios() const;
+    /// Writes all of them in one step. @throws dataset::EDatabaseError
+    void SetNotarios(const QList<TNotario> &notarios);
+    /// Folder of an alias, absolute, whether the office has such a database or not.
+    [[nodiscard]] QString CarpetaDeAlias(const QString &alias) const;
     /// Every database of the office with its folder.
     [[nodiscard]] dataset::Aliases Aliases() const;
     [[nodiscard]] static QString FicheroDe(const QString &carpeta);

@@ -6,6 +6,7 @@
 #include "dataset/DatabaseError.h"
 #include "host/AgendaUnica.h"
 #include "host/Configuracion.h"
+#include "host/TablasOficina.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
@@ -14,7 +15,6 @@
 #include <random>
 
 using dataset::DbfTable;
-using dataset::FieldKind;
 
 namespace
 {
@@ -100,9 +100,7 @@ private:
     void RellenaDia(DbfTable &agenda, QDate fecha);
     void CreaUnica();
     void RellenaDiaUnico(DbfTable &agenda, QDate fecha);
-    void Anade(DbfTable &tabla, const QList<QVariant> &valores);
-    std::unique_ptr<DbfTable> Nueva(const QString &alias, const QString &nombre,
-                                    const QList<dataset::FieldInfo> &campos, const QStringList &indices = {});
+    void Nueva(DbfTable &preparada, const QList<dataset::FieldInfo> &campos);
 
     QString m_carpeta;
     TDemo m_demo;
@@ -158,64 +156,42 @@ void TGenerador::CreaConfiguracion()
     }
 }
 
-std::unique_ptr<DbfTable> TGenerador::Nueva(const QString &alias, const QString &nombre,
-                                            const QList<dataset::FieldInfo> &campos,
-                                            const QStringList &indices)
+void TGenerador::Nueva(DbfTable &preparada, const QList<dataset::FieldInfo> &campos)
 {
-    auto tabla = std::make_unique<DbfTable>(m_aliases);
-    tabla->setDatabaseName(alias);
-    tabla->setTableName(nombre);
-    tabla->setDurable(false); // a demo that a power cut spoils is made again
-    for (const QString &campo : indices)
-        tabla->addIndexDefinition(campo,
-                                  campo == QLatin1String("NOMBRE") ? QStringLiteral("UPPER(NOMBRE)") : campo);
-    tabla->createFile(campos);
-    tabla->open();
-    return tabla;
-}
-
-void TGenerador::Anade(DbfTable &tabla, const QList<QVariant> &valores)
-{
-    tabla.append();
-    for (int campo = 0; campo < valores.size(); ++campo)
-        tabla.field(campo).setValue(valores.at(campo));
-    tabla.post();
+    preparada.setDurable(false); // a demo that a power cut spoils is made again
+    preparada.createFile(campos);
+    preparada.open();
 }
 
 void TGenerador::CreaComunes()
 {
     const QString zentra = QStringLiteral("ZENTRA");
-    const auto comun = Nueva(
-        zentra, QStringLiteral("VA_COMUN"),
-        {{"PROGRAMA", FieldKind::text, 10}, {"NOMBRE", FieldKind::text, 20}, {"VALOR", FieldKind::text, 60}});
-    Anade(*comun, {"AGENDA", "HoraInicio", Int_Cad(PrimeraHora)});
-    Anade(*comun, {"AGENDA", "HoraFin", Int_Cad(UltimaHora)});
-    Anade(*comun, {"AGENDA", "intervalo", Int_Cad(Intervalo)});
-    Anade(*comun, {"FACTURAS", "Serie", "A"});
+    DbfTable comun(m_aliases);
+    PreparaTablaComun(comun, zentra);
+    Nueva(comun, CamposComun());
+    AnadeLinea(comun, {"AGENDA", "HoraInicio", Int_Cad(PrimeraHora)});
+    AnadeLinea(comun, {"AGENDA", "HoraFin", Int_Cad(UltimaHora)});
+    AnadeLinea(comun, {"AGENDA", "intervalo", Int_Cad(Intervalo)});
+    AnadeLinea(comun, {"FACTURAS", "Serie", "A"});
 
-    const auto empleados = Nueva(
-        zentra, QStringLiteral("EMPLEADO"),
-        {{"CODIGO", FieldKind::integer, 6}, {"NOMBRE", FieldKind::text, 40}, {"CARGO", FieldKind::text, 30}},
-        {"NOMBRE"});
+    DbfTable empleados(m_aliases);
+    PreparaTablaEmpleados(empleados, zentra);
+    Nueva(empleados, CamposEmpleados());
     for (int i = 0; i < Oficiales.size(); ++i)
-        Anade(*empleados, {i + 1, Oficiales.at(i), i == 0 ? "Oficial mayor" : "Oficial"});
+        AnadeLinea(empleados, {i + 1, Oficiales.at(i), i == 0 ? "Oficial mayor" : "Oficial"});
 
-    const auto clientes = Nueva(zentra, QStringLiteral("CLIENTES"),
-                                {{"CODIGO", FieldKind::integer, 8},
-                                 {"NOMBRE", FieldKind::text, 100},
-                                 {"NIF", FieldKind::text, 12},
-                                 {"TELEFONO", FieldKind::text, 15},
-                                 {"DIRECCION", FieldKind::text, 60},
-                                 {"POBLACION", FieldKind::text, 40}},
-                                {"NOMBRE", "CODIGO"});
+    DbfTable clientes(m_aliases);
+    PreparaTablaClientes(clientes, zentra);
+    Nueva(clientes, CamposClientes());
     for (int codigo = 1; codigo <= Clientes; ++codigo) {
         m_clientes << m_azar.Persona();
         const int numero = 10000000 + m_azar.Hasta(80000000);
-        Anade(*clientes,
-              {codigo, m_clientes.back(),
-               QString::number(numero) + QStringLiteral("TRWAGMYFPDXBNJZSQVHLCKE").at(numero % 23),
-               QStringLiteral("6%1").arg(m_azar.Hasta(100000000), 8, 10, QLatin1Char('0')),
-               m_azar.De(Calles) + QStringLiteral(", %1").arg(1 + m_azar.Hasta(90)), m_azar.De(Poblaciones)});
+        AnadeLinea(clientes,
+                   {codigo, m_clientes.back(),
+                    QString::number(numero) + QStringLiteral("TRWAGMYFPDXBNJZSQVHLCKE").at(numero % 23),
+                    QStringLiteral("6%1").arg(m_azar.Hasta(100000000), 8, 10, QLatin1Char('0')),
+                    m_azar.De(Calles) + QStringLiteral(", %1").arg(1 + m_azar.Hasta(90)),
+                    m_azar.De(Poblaciones)});
     }
 }
 
@@ -223,10 +199,8 @@ void TGenerador::CreaAgenda(int notario)
 {
     DbfTable agenda(m_aliases);
     agenda.setDatabaseName(QStringLiteral("NOTARIO%1").arg(notario));
-    agenda.setDurable(false);
     PreparaTablaAgendaN(agenda);
-    agenda.createFile(CamposAgendaN());
-    agenda.open();
+    Nueva(agenda, CamposAgendaN());
     const bool grande = notario == 1 && m_demo.AnyosDelPrimero > 0;
     const QDate ultimo = m_demo.Hoy.addMonths(m_demo.MesesDespues);
     QDate fecha =
@@ -258,9 +232,9 @@ void TGenerador::RellenaDia(DbfTable &agenda, QDate fecha)
         }
         if (ausente)
             concepto.prepend(QStringLiteral("[AUSENTE]"));
-        Anade(agenda, {fecha, StrCeros(minuto / 60, 2) + u':' + StrCeros(minuto % 60, 2), concepto, codigo,
-                       interesado, ocupada ? QVariant(m_azar.De(Oficiales)) : QVariant(),
-                       salida || ausente ? "S" : "N", "N"});
+        AnadeLinea(agenda, {fecha, StrCeros(minuto / 60, 2) + u':' + StrCeros(minuto % 60, 2), concepto,
+                            codigo, interesado, ocupada ? QVariant(m_azar.De(Oficiales)) : QVariant(),
+                            salida || ausente ? "S" : "N", "N"});
     }
 }
 
@@ -308,8 +282,8 @@ void TGenerador::RellenaDiaUnico(DbfTable &agenda, QDate fecha)
                        ? Espacios(textos[0], ancho) + QString(hueco, u' ') + Espacios(textos[1], ancho)
                        : textos[0];
         };
-        Anade(agenda, {fecha, StrCeros(minuto / 60, 2) + u':' + StrCeros(minuto % 60, 2),
-                       junta(oficial, 8, 0), donde, junta(concepto, 30, 15), junta(interesado, 50, 0)});
+        AnadeLinea(agenda, {fecha, StrCeros(minuto / 60, 2) + u':' + StrCeros(minuto % 60, 2),
+                            junta(oficial, 8, 0), donde, junta(concepto, 30, 15), junta(interesado, 50, 0)});
     }
 }
 

@@ -1,6 +1,6 @@
 #include "host/ModeloConjunto.h"
 
-#include "agenda3p/IAgenda3P.h"
+#include "agenda/IAgenda3P.h"
 
 #include <algorithm>
 #include <map>

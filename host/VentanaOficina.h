@@ -8,6 +8,9 @@
 
 #include <functional>
 
+class QMenu;
+class TPanelOficina;
+
 /// The office's databases, services and module, put together and taken apart in order.
 struct TOficina {
     /// @param hoy  a date to be taken for today; invalid: the system's. @throws dataset::EDatabaseError
@@ -49,9 +52,19 @@ public:
     bool AbreAgendaConjunta();
     bool ConfiguraAgendaUnica();
 
+protected:
+    void changeEvent(QEvent *evento) override;
+    void closeEvent(QCloseEvent *evento) override;
+
 private:
+    void CreaMenuDatos();
+    /// Into the menu, and as a large button into the window.
+    void AnadeAgenda(QMenu &menu, Qt::Key tecla, QAction *comando);
+    void ActualizaPanel();
+    void Coloca();
     QAction *Comando(const QString &titulo, const QString &pista, const std::function<void()> &orden);
     bool ConGuarda(const std::function<void()> &orden);
 
     TOficina &m_oficina;
+    TPanelOficina *m_panel;
 };

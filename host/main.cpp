@@ -85,15 +85,15 @@ int Trabaja(const TOpciones &opciones, const QElapsedTimer &reloj)
     if (opciones.SoloDatos)
         return 0;
     TOficina oficina(opciones.Datos, opciones.Hoy);
+    if (opciones.Capturas.isEmpty() && !opciones.MideArranque) // both show the windows as they are first
+        oficina.Config.PonFicheroVentanas(
+            QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) +
+            QStringLiteral("/ventanas.ini"));
     TVentanaOficina ventana(oficina);
     if (opciones.MideArranque) {
         const TMideArranque medida(reloj);
         return ventana.AbreAgenda() ? 0 : 1;
     }
-    if (opciones.Capturas.isEmpty()) // pictures show the windows as they are the first time
-        oficina.Config.PonFicheroVentanas(
-            QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) +
-            QStringLiteral("/ventanas.ini"));
     ventana.show();
     if (!opciones.Capturas.isEmpty()) {
         QCoreApplication::processEvents(); // laid out and shown, as a clerk would find it

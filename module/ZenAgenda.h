@@ -1,7 +1,7 @@
 #pragma once
 
 #include "agenda/host/Servicios.h"
-#include "agenda3p/IAgenda3P.h"
+#include "agenda/IAgenda3P.h"
 #include "dataset/DataSet.h"
 
 #include <QtCore/QDate>

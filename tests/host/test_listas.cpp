@@ -44,27 +44,6 @@ protected:
             clientes.post();
         }
     }
-    static void tecla(QWidget *dialogo, Qt::Key key, Qt::KeyboardModifiers modifiers = {})
-    {
-        QTest::keyClick(dialogo->windowHandle(), key, modifiers);
-        QCoreApplication::processEvents();
-    }
-    static void teclea(QWidget *dialogo, const QString &texto)
-    {
-        for (const QChar letra : texto)
-            QTest::sendKeyEvent(QTest::Click, dialogo->focusWidget(), Qt::Key_unknown, QString(letra), {});
-        QCoreApplication::processEvents();
-    }
-    static QString enLista(QWidget *dialogo)
-    {
-        return dialogo->findChild<QTableView *>("TVLista")
-            ->currentIndex()
-            .siblingAtColumn(0)
-            .data()
-            .toString();
-    }
-    static QString aviso(QWidget *dialogo) { return dialogo->findChild<QLabel *>("LAviso")->text(); }
-
     std::unique_ptr<TOficina> oficina;
 };
 
