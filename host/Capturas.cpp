@@ -1,6 +1,7 @@
 #include "host/Capturas.h"
 
 #include "host/CapturasInformes.h"
+#include "host/MantenimientoDatos.h"
 #include "host/VentanaOficina.h"
 
 #include <QtCore/QDir>
@@ -53,8 +54,9 @@ TCapturas::TCapturas(const QString &carpeta, TOficina &oficina)
 {
     QDir().mkpath(m_carpeta);
     m_pasos = PasosDeLaAgenda();
-    for (const auto &pasos : {PasosDeInformes(*this, m_carpeta), PasosDeLaUnica(oficina),
-                              PasosDeLaConjunta(oficina), PasosDeLosDialogos(oficina)})
+    for (const auto &pasos :
+         {PasosDeInformes(*this, m_carpeta), PasosDeLaUnica(oficina), PasosDeLaConjunta(oficina),
+          PasosDeLosDialogos(oficina), PasosDeLosDatos(oficina)})
         m_pasos.insert(m_pasos.end(), pasos.begin(), pasos.end());
     m_pasos.emplace_back([this] { Delante()->close(); });
 }
@@ -228,6 +230,30 @@ std::vector<TCapturas::TPaso> TCapturas::PasosDeLosDialogos(TOficina &oficina)
         Retrata(QStringLiteral("error")),
         CierraDialogo(),
     };
+}
+
+std::vector<TCapturas::TPaso> TCapturas::PasosDeLosDatos(TOficina &oficina)
+{
+    const auto anade = [this] {
+        if (auto *const boton = Pieza<QAbstractButton>(Delante(), "BAnadir"))
+            QTimer::singleShot(0, boton, &QAbstractButton::click);
+    };
+    std::vector<TPaso> pasos;
+    const std::pair<void (*)(TOficina &, QWidget *), QString> ventanas[] = {
+        {MantieneClientes, QStringLiteral("datos-clientes")},
+        {MantieneOficiales, QStringLiteral("datos-oficiales")},
+        {MantieneNotarios, QStringLiteral("datos-notarios")},
+    };
+    for (const auto &[ventana, nombre] : ventanas) {
+        const std::vector<TPaso> suyos{Abre([&oficina, mantiene = ventana] { mantiene(oficina, nullptr); }),
+                                       Retrata(nombre),
+                                       anade,
+                                       Retrata(nombre + QStringLiteral("-ficha")),
+                                       CierraDialogo(),
+                                       CierraDialogo()};
+        pasos.insert(pasos.end(), suyos.begin(), suyos.end());
+    }
+    return pasos;
 }
 
 QWidget *TCapturas::Delante() const

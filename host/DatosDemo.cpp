@@ -1,14 +1,14 @@
 #include "host/DatosDemo.h"
 
 #include "agenda/AgendaNDM.h"
+#include "agenda/AgendaZenDM.h"
 #include "agenda/FicheroIni.h"
 #include "agenda/Rnumcad.h"
 #include "dataset/DatabaseError.h"
-#include "host/AgendaUnica.h"
 #include "host/Configuracion.h"
+#include "host/OficinaNueva.h"
 #include "host/TablasOficina.h"
 
-#include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QStringList>
 
@@ -25,8 +25,8 @@ const QStringList Nombres = {"María", "Antonio", "Carmen",     "José",   "Bego
 const QStringList Apellidos = {"García",  "Núñez",     "Peláez", "Ibáñez",   "Muñoz",     "Rodríguez",
                                "Castaño", "Güell",     "Sáenz",  "Ortega",   "Villafañe", "Pérez",
                                "López",   "Domínguez", "Ruiz",   "Quiñones", "Vidal",     "Señor"};
-const QStringList Oficiales = {"Marta Ibáñez", "Luis Peña",  "Rosa Güemes", "Julián Cañas",
-                               "Teresa Ocaña", "Pablo Sáez", "Inés Muñiz"};
+const QStringList OficialesInventados = {"Marta Ibáñez", "Luis Peña",  "Rosa Güemes", "Julián Cañas",
+                                         "Teresa Ocaña", "Pablo Sáez", "Inés Muñiz"};
 const QStringList Asuntos = {"Firma de escritura de compraventa",
                              "Testamento abierto",
                              "Poder general para pleitos",
@@ -61,9 +61,6 @@ const QStringList Calles = {"C/ Mayor", "Avda. de España", "Pza. del Pósito", 
 const QStringList Poblaciones = {"Logroño", "A Coruña", "Cádiz", "Ávila", "León"};
 
 constexpr int Clientes = 120;
-constexpr int PrimeraHora = 9;
-constexpr int UltimaHora = 20;
-constexpr int Intervalo = 30;
 
 /// Draws from the seed alone: the standard's distributions differ between libraries.
 class TAzar
@@ -94,20 +91,18 @@ public:
     void Crea();
 
 private:
-    void CreaConfiguracion();
-    void CreaComunes();
-    void CreaAgenda(int notario);
+    void RellenaClientes();
+    void RellenaAgenda(int notario);
     void RellenaDia(DbfTable &agenda, QDate fecha);
-    void CreaUnica();
+    void RellenaUnica();
     void RellenaDiaUnico(DbfTable &agenda, QDate fecha);
-    void Nueva(DbfTable &preparada, const QList<dataset::FieldInfo> &campos);
 
     QString m_carpeta;
     TDemo m_demo;
     TAzar m_azar;
     dataset::Aliases m_aliases;
     QStringList m_clientes;
-    QStringList m_notarios;
+    QStringList m_oficiales;
 };
 
 void TGenerador::Crea()
@@ -115,74 +110,42 @@ void TGenerador::Crea()
     if (QFileInfo::exists(TConfiguracion::FicheroDe(m_carpeta)))
         throw dataset::EDatabaseError(
             QStringLiteral("La carpeta «%1» ya contiene una oficina.").arg(m_carpeta));
-    QStringList alias{QStringLiteral("ZENTRA"), QStringLiteral("DB")};
-    for (int notario = 1; notario <= m_demo.Notarios; ++notario) {
-        alias << QStringLiteral("NOTARIO%1").arg(notario);
-        m_notarios << m_azar.Persona();
-    }
-    for (const QString &nombre : std::as_const(alias)) {
-        const QString carpeta = QDir(m_carpeta).absoluteFilePath(nombre);
-        if (!QDir().mkpath(carpeta))
-            throw dataset::EDatabaseError(QStringLiteral("No se puede crear la carpeta «%1».").arg(carpeta));
-        m_aliases.add(nombre, carpeta);
-    }
-    CreaComunes();
-    for (int notario = 1; notario <= m_demo.Notarios; ++notario)
-        CreaAgenda(notario);
-    CreaUnica();
+    TOficinaNueva oficina;
+    oficina.Notarios = m_demo.NombresNotarios;
+    for (int notario = 1; m_demo.NombresNotarios.isEmpty() && notario <= m_demo.Notarios; ++notario)
+        oficina.Notarios << m_azar.Persona();
+    m_oficiales = m_demo.Oficiales.isEmpty() ? OficialesInventados : m_demo.Oficiales;
+    oficina.Oficiales = m_oficiales;
+    oficina.HoraInicio = m_demo.HoraInicio;
+    oficina.HoraFin = m_demo.HoraFin;
+    oficina.Intervalo = m_demo.Intervalo;
+    oficina.Hoy = m_demo.Hoy;
+    m_demo.Convenio = m_demo.Convenio && oficina.Notarios.size() > 1;
+    oficina.Convenio = m_demo.Convenio;
+    m_aliases = CreaTablasDeOficina(m_carpeta, oficina);
+    RellenaClientes();
+    for (int notario = 1; notario <= oficina.Notarios.size(); ++notario)
+        RellenaAgenda(notario);
+    RellenaUnica();
+    TFicheroIni(m_carpeta + QStringLiteral("/CONFIG/VARIOS.INI"))
+        .Escribe(QStringLiteral("GENERAL"), QStringLiteral("Oficina"),
+                 QStringLiteral("Notaría de demostración"));
     // Last: a folder with this file is an office, and a half-made one must not pass for it.
-    CreaConfiguracion();
+    CreaConfiguracionDeOficina(m_carpeta, oficina);
 }
 
-void TGenerador::CreaConfiguracion()
-{
-    TFicheroIni varios(m_carpeta + QStringLiteral("/CONFIG/VARIOS.INI"));
-    varios.Escribe(QStringLiteral("GENERAL"), QStringLiteral("Oficina"),
-                   QStringLiteral("Notaría de demostración"));
-    varios.EscribeEntero(QStringLiteral("IncrementoMin"), QStringLiteral("AGENDASALIDA"), 15);
-    varios.EscribeLogico(QStringLiteral("AGENDA"), QStringLiteral("SincronizarDia"), true);
-    varios.Escribe(QStringLiteral("COLOR"), QStringLiteral("AGENDASALIDA"), QStringLiteral("$00C6C6FF"));
-    TFicheroIni oficina(TConfiguracion::FicheroDe(m_carpeta));
-    const QString seccion = QStringLiteral("Oficina");
-    oficina.EscribeEntero(seccion, QStringLiteral("Notarios"), m_demo.Notarios);
-    oficina.Escribe(seccion, QStringLiteral("AliasZentra"), QStringLiteral("ZENTRA"));
-    oficina.Escribe(seccion, QStringLiteral("Don"), QStringLiteral("D."));
-    oficina.Escribe(seccion, QStringLiteral("Nombre"), m_notarios.value(0));
-    oficina.Escribe(seccion, QStringLiteral("FechaInicio"), Date_Cad(m_demo.Hoy));
-    for (int notario = 1; notario <= m_demo.Notarios; ++notario) {
-        const QString suya = QStringLiteral("Notario%1").arg(notario);
-        oficina.Escribe(suya, QStringLiteral("Nombre"), m_notarios.at(notario - 1));
-        oficina.Escribe(suya, QStringLiteral("Alias"), QStringLiteral("NOTARIO%1").arg(notario));
-    }
-}
-
-void TGenerador::Nueva(DbfTable &preparada, const QList<dataset::FieldInfo> &campos)
-{
-    preparada.setDurable(false); // a demo that a power cut spoils is made again
-    preparada.createFile(campos);
-    preparada.open();
-}
-
-void TGenerador::CreaComunes()
+void TGenerador::RellenaClientes()
 {
     const QString zentra = QStringLiteral("ZENTRA");
     DbfTable comun(m_aliases);
     PreparaTablaComun(comun, zentra);
-    Nueva(comun, CamposComun());
-    AnadeLinea(comun, {"AGENDA", "HoraInicio", Int_Cad(PrimeraHora)});
-    AnadeLinea(comun, {"AGENDA", "HoraFin", Int_Cad(UltimaHora)});
-    AnadeLinea(comun, {"AGENDA", "intervalo", Int_Cad(Intervalo)});
+    comun.open();
     AnadeLinea(comun, {"FACTURAS", "Serie", "A"});
-
-    DbfTable empleados(m_aliases);
-    PreparaTablaEmpleados(empleados, zentra);
-    Nueva(empleados, CamposEmpleados());
-    for (int i = 0; i < Oficiales.size(); ++i)
-        AnadeLinea(empleados, {i + 1, Oficiales.at(i), i == 0 ? "Oficial mayor" : "Oficial"});
 
     DbfTable clientes(m_aliases);
     PreparaTablaClientes(clientes, zentra);
-    Nueva(clientes, CamposClientes());
+    clientes.setDurable(false); // a demo that a power cut spoils is made again
+    clientes.open();
     for (int codigo = 1; codigo <= Clientes; ++codigo) {
         m_clientes << m_azar.Persona();
         const int numero = 10000000 + m_azar.Hasta(80000000);
@@ -195,12 +158,13 @@ void TGenerador::CreaComunes()
     }
 }
 
-void TGenerador::CreaAgenda(int notario)
+void TGenerador::RellenaAgenda(int notario)
 {
     DbfTable agenda(m_aliases);
     agenda.setDatabaseName(QStringLiteral("NOTARIO%1").arg(notario));
+    agenda.setDurable(false);
     PreparaTablaAgendaN(agenda);
-    Nueva(agenda, CamposAgendaN());
+    agenda.open();
     const bool grande = notario == 1 && m_demo.AnyosDelPrimero > 0;
     const QDate ultimo = m_demo.Hoy.addMonths(m_demo.MesesDespues);
     QDate fecha =
@@ -214,7 +178,8 @@ void TGenerador::CreaAgenda(int notario)
 void TGenerador::RellenaDia(DbfTable &agenda, QDate fecha)
 {
     const bool ausente = m_azar.Ciento(3);
-    for (int minuto = PrimeraHora * 60; minuto < (UltimaHora + 1) * 60; minuto += Intervalo) {
+    for (int minuto = m_demo.HoraInicio * 60; minuto < (m_demo.HoraFin + 1) * 60;
+         minuto += m_demo.Intervalo) {
         const bool comida = minuto >= 14 * 60 && minuto < 16 * 60;
         const bool ocupada = m_azar.Ciento(comida ? 8 : 72);
         const bool salida = ocupada && m_azar.Ciento(9);
@@ -233,28 +198,28 @@ void TGenerador::RellenaDia(DbfTable &agenda, QDate fecha)
         if (ausente)
             concepto.prepend(QStringLiteral("[AUSENTE]"));
         AnadeLinea(agenda, {fecha, StrCeros(minuto / 60, 2) + u':' + StrCeros(minuto % 60, 2), concepto,
-                            codigo, interesado, ocupada ? QVariant(m_azar.De(Oficiales)) : QVariant(),
+                            codigo, interesado, ocupada ? QVariant(m_azar.De(m_oficiales)) : QVariant(),
                             salida || ausente ? "S" : "N", "N"});
     }
 }
 
-void TGenerador::CreaUnica()
+void TGenerador::RellenaUnica()
 {
-    TAjustesUnica ajustes;
-    ajustes.Duradera = false; // a demo that a power cut spoils is made again
-    if (m_demo.Convenio)
-        ajustes.Notarios = {m_notarios.value(0), m_demo.Notarios > 1 ? m_notarios.at(1) : m_azar.Persona()};
-    const auto agenda = CreaAgendaUnica(m_aliases, ajustes);
+    DbfTable agenda(m_aliases);
+    PreparaTablaAgenda(agenda);
+    agenda.setDurable(false);
+    agenda.open();
     const QDate ultimo = m_demo.Hoy.addMonths(m_demo.MesesDespues);
     for (QDate fecha = m_demo.Hoy.addMonths(-m_demo.MesesAntes); fecha <= ultimo; fecha = fecha.addDays(1)) {
         if (fecha.dayOfWeek() < 6 || fecha == m_demo.Hoy)
-            RellenaDiaUnico(*agenda, fecha);
+            RellenaDiaUnico(agenda, fecha);
     }
 }
 
 void TGenerador::RellenaDiaUnico(DbfTable &agenda, QDate fecha)
 {
-    for (int minuto = PrimeraHora * 60; minuto < (UltimaHora + 1) * 60; minuto += Intervalo) {
+    for (int minuto = m_demo.HoraInicio * 60; minuto < (m_demo.HoraFin + 1) * 60;
+         minuto += m_demo.Intervalo) {
         const bool comida = minuto >= 14 * 60 && minuto < 16 * 60;
         const bool salida = !comida && m_azar.Ciento(7);
         // With two notaries each has a half of every text.
@@ -263,7 +228,7 @@ void TGenerador::RellenaDiaUnico(DbfTable &agenda, QDate fecha)
         QStringList interesado;
         for (int notario = 1; notario <= (m_demo.Convenio ? 2 : 1); ++notario) {
             const bool ocupada = m_azar.Ciento(comida ? 8 : 65);
-            const QString empleado = m_azar.De(Oficiales);
+            const QString empleado = m_azar.De(m_oficiales);
             oficial << (ocupada ? m_demo.Convenio ? StrLeft(empleado.section(u' ', 0, 0), 8) : empleado
                                 : QString());
             concepto << (ocupada ? m_azar.De(Asuntos) : QString());

@@ -22,7 +22,8 @@ TFichaDatos::TFichaDatos(const QString &titulo, DataSet &tabla, const QList<TCam
     m_fuente.setDataSet(&tabla);
     m_fuente.setAutoEdit(false);
     CreaCampos(campos);
-    layout()->addWidget(CreaBotones(*this, QStringLiteral("&Aceptar"), QStringLiteral("&Cancelar")));
+    static_cast<QFormLayout *>(layout())->addRow(
+        CreaBotones(*this, QStringLiteral("&Aceptar"), QStringLiteral("&Cancelar")));
     for (dbcontrols::DbEdit *const edicion : std::as_const(m_ediciones)) {
         if (!edicion->isReadOnly()) {
             edicion->setFocus();

@@ -196,9 +196,9 @@ void TMantieneNotarios::Muestra(QWidget *padre)
     opciones.Borrar = [this](Bookmark linea) { return Borra(m_lista.rowOf(linea)); };
     opciones.Busqueda = false;
     TDialogoLista(m_lista,
-                  {{QStringLiteral("Nombre"), CampoNombre, 30},
+                  {{QStringLiteral("Nombre"), CampoNombre, 28},
                    {QStringLiteral("Alias"), CampoAlias, 14},
-                   {QStringLiteral("Carpeta"), QStringLiteral("CARPETA"), 40}},
+                   {QStringLiteral("Carpeta"), QStringLiteral("CARPETA"), 30}},
                   opciones, padre)
         .exec();
 }

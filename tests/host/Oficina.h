@@ -33,6 +33,11 @@ protected:
     void SetUp() override
     {
         crea(carpeta.path());
+        vigila();
+    }
+    /// A window that is never closed fails the test instead of stopping it.
+    void vigila()
+    {
         guardian.setSingleShot(true);
         QObject::connect(&guardian, &QTimer::timeout, [] {
             ADD_FAILURE() << "a window was never closed";
