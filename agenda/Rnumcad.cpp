@@ -63,5 +63,8 @@ QString Date_Cad(QDate fecha)
 
 QString FechaCorta(QDate fecha)
 {
-    return QLocale::system().toString(fecha, QLocale::ShortFormat);
+    const QLocale escritorio = QLocale::system();
+    // One without a language says nothing of dates either.
+    return (escritorio.language() == QLocale::C ? QLocale() : escritorio)
+        .toString(fecha, QLocale::ShortFormat);
 }
