@@ -37,9 +37,11 @@
 // boolean answers never throw. After an exception the object it came from can be used further, or deleted.
 //
 // Unload. Libera() gives everything back in reverse: makers, settings object, units, services. While an
-// agenda lives it answers false and does nothing, since its code would go with the library: the host deletes
-// its agendas first, and then the library may be unloaded. Loading, registering and releasing may be repeated
-// as often as the host likes.
+// agenda lives it answers false and does nothing: the host deletes its agendas first, and then unloads the
+// module, which deletes its root object. The library's code stays mapped until the program ends, as Qt's
+// loader has it when it is told nothing else, and a host leaves it so: texts that were handed out may be
+// constants inside it, and so may those that Qt keeps (settings, fonts). Loading, registering and releasing
+// may be repeated as often as the host likes.
 //
 // Host and module are built with the same compiler and share the libraries dbase, dataset, dbcontrols and
 // report, whose objects and exceptions may pass between them. Everything else is hidden inside the module.
