@@ -4,9 +4,10 @@ PAQUETES := tools/desarrollo/paquetes.sh
 DATOS    ?= datos-demo
 CAPTURAS ?= out/capturas
 FUZZ_SECONDS ?= 3600
+PREFIX   ?= /usr/local
 FUENTES   = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: windows-dbase help run test bench format format-check tidy asan coverage fuzz release dev clean
+.PHONY: install deb windows-dbase help run test bench format format-check tidy asan coverage fuzz release dev clean
 
 help:
 	@echo "make run       build and open the program (DATOS=folder for other data)"
@@ -14,6 +15,7 @@ help:
 	@echo "make bench     print the speeds, measured on a release build"
 	@echo "make format    put every source into the house's format; format-check only looks"
 	@echo "make tidy      clang-tidy over every source"
+	@echo "make install   put the release build below PREFIX (/usr/local); make deb packs it for Debian"
 	@echo "make asan      the tests under AddressSanitizer and UndefinedBehaviorSanitizer"
 	@echo "make windows-dbase   the table files for Windows; their tests under wine where it is installed"
 	@echo "make coverage  which lines the tests reach"
@@ -36,6 +38,14 @@ run:
 	    QT_QPA_PLATFORM=offscreen build/release/bin/oficina --datos "$(DATOS)" --crear-demo --capturas "$(CAPTURAS)" && \
 	    echo "No hay pantalla: las ventanas quedan dibujadas en $(abspath $(CAPTURAS))"; \
 	fi
+
+install: release
+	cmake --install build/release --prefix "$(DESTDIR)$(PREFIX)" --strip
+
+deb: release
+	@$(PAQUETES) empaquetar
+	cd build/release && cpack
+	@ls build/release/paquete/*.deb
 
 test:
 	@$(PAQUETES) construir pruebas

@@ -86,13 +86,14 @@ bool BuscaLineaDeFecha(dataset::DataSet &tabla, QDate fecha, const QString &hora
 
 void RecorreLineas(dataset::DataSet &tabla, const std::function<void()> &trabajo)
 {
+    tabla.refresh(); // lines that others have moved to another day are not of this one
     const dataset::Bookmark donde = tabla.bookmark();
     // By number: a line that others move or delete meanwhile must not lead the loop astray.
     std::vector<dataset::Bookmark> lineas;
     for (int fila = 0; fila < tabla.rowCount(); ++fila)
         lineas.push_back(tabla.bookmarkAt(fila));
     for (const dataset::Bookmark linea : lineas) {
-        if (tabla.goToBookmark(linea))
+        if (tabla.rowOf(linea) >= 0 && tabla.goToBookmark(linea))
             trabajo();
     }
     if (!tabla.goToBookmark(donde))

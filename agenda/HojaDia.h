@@ -28,6 +28,7 @@ void RecorreHuecos(const TParrilla &parrilla, const std::function<void(int hora,
 /// tag becomes 1, the mark of an active range.
 /// @return whether the day has lines. @throws dataset::EDatabaseError
 bool PonRangoDelDia(dataset::DataSet &tabla, QDate fecha);
+/// Whether the table bears the mark of an active range.
 [[nodiscard]] bool HayRangoDelDia(const dataset::DataSet &tabla);
 /// Drops the range, and the mark with it.
 void QuitaRangoDelDia(dataset::DataSet &tabla);

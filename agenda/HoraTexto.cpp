@@ -73,3 +73,16 @@ QString NormalizaHora(const QString &tecleado)
         throw dataset::EConvertError(QStringLiteral("«%1» no es una hora").arg(tecleado));
     return StrCeros(horas, 2) + u':' + StrCeros(minutos, 2);
 }
+
+std::optional<int> MinutosDeHora(const QString &hora)
+{
+    const qsizetype puntos = hora.indexOf(u':');
+    if (puntos < 0)
+        return {};
+    return Cad_Int(hora.left(puntos)) * 60 + Cad_Int(hora.mid(puntos + 1));
+}
+
+QString HoraDeMinutos(int minutos)
+{
+    return StrCeros(minutos / 60, 2) + u':' + StrCeros(minutos % 60, 2);
+}

@@ -2,6 +2,8 @@
 
 #include <QtCore/QString>
 
+#include <optional>
+
 /// Adds minutes to a time text "hh:nn" and gives a time text; past midnight it wraps, no day is carried.
 /// @param hora     the hour is all that stands before the first ":", the minute the last two characters.
 /// @param minutos  may be negative.
@@ -15,6 +17,11 @@
 /// @throws dataset::EConvertError "FORMATO DE HORA INCORRECTO" for a text that is not two parts around ":" or
 /// is out of bounds; another text for a part that is no number.
 [[nodiscard]] int CompararHoras(const QString &a, const QString &b);
+
+/// Minutes since midnight of a time text, which may lie outside the day; nothing when it holds no ":".
+[[nodiscard]] std::optional<int> MinutosDeHora(const QString &hora);
+/// The time text of a number of minutes. Deliberate: no wrap at midnight, and none below zero.
+[[nodiscard]] QString HoraDeMinutos(int minutos);
 
 /// What a clerk types for an hour, as a time text "hh:nn": "9", "9:5", "930", "0930", "9.30" and blanks are
 /// understood.

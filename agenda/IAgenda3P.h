@@ -9,9 +9,10 @@
 /// deleted from every table, and the day shown is the same everywhere. Line operations, searches, copying,
 /// pasting and reports work on the current table.
 ///
-/// Every table is written in a commit of its own, always in the order of the notaries. Operations that return
-/// a boolean never throw: a failure cancels the pending change of the table concerned, is logged and gives
-/// false.
+/// Every table is written in a commit of its own, always in the order of the notaries. Operations on slots
+/// and lines that return a boolean never throw: a failure cancels the pending change of the table concerned,
+/// is logged and gives false. Two keep it: AceptarAgendaN() and the pastes, so that it can be tried again or
+/// given up by who called.
 class IAgenda3P
 {
 public:
@@ -33,6 +34,7 @@ public:
     // Days. The searches, ranges and moves throw dataset::EDatabaseError when a table cannot be read.
     /// Restricts every table to a day. @return whether each of them holds a line of it.
     virtual bool RangoPorFecha(QDate fecha) = 0;
+    /// Shows the whole of every table.
     virtual void CancelaRangoPorFecha() = 0;
     /// Builds the sheet of a day in every table and shows that day.
     /// @param preguntar  ask the user first. @return false when declined, or when a table has no line of it.
@@ -43,6 +45,7 @@ public:
     /// Searches the current table. With `exacta` false and an empty time: whether the line reached is of that
     /// day.
     virtual bool BuscarPorFecha(QDate fecha, const QString &hora, bool exacta) = 0;
+    /// Gives the current table its order by date and hour.
     virtual void OrdenarListaPorFecha() = 0;
 
     // Slots and lines
@@ -51,10 +54,12 @@ public:
     /// Puts the current line in edit mode; says so when the day has none.
     virtual bool Modificar() = 0;
     /// Deletes the slot of the current line from every table. Deliberate: the others are not searched, each
-    /// is taken to stand on the same slot.
+    /// is taken to stand on the same slot. @return whether the current line is gone; false on an empty day.
     virtual bool Borrar(bool preguntar) = 0;
     /// Posts what is pending in the current table; after a failure it is still pending.
     virtual bool AceptarAgendaN() = 0;
+    /// Gives up what is pending in the current table. @param preguntar  ask first. @return false when the
+    /// user has said no.
     virtual bool CancelarAgendaN(bool preguntar) = 0;
     /// Puts the outing mark on the current line, or takes it away.
     virtual bool Salida() = 0;
@@ -72,7 +77,9 @@ public:
     virtual void PegarHora(QDate fecha, const QString &hora) = 0;
     /// Blanks the current line but for its date, hour, client code and notice flag.
     virtual void Limpiar(bool preguntar) = 0;
+    /// Forgets what was copied.
     virtual void LimpiarBufferDeCopia() = 0;
+    /// Whether anything has been copied.
     [[nodiscard]] virtual bool HayDatosEnPortapapeles() const = 0;
 
     // Reports of the current table, each shown until the user closes it. Those by clerk ask for the clerk

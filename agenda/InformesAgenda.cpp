@@ -1,16 +1,20 @@
 #include "agenda/InformesAgenda.h"
 
+#include "dataset/DatabaseError.h"
+
 void HazInforme(const TMotorDeInformes &motor, TClaseInforme clase, QDate fecha)
 {
+    if (!motor.Informes)
+        throw dataset::EDatabaseError(QStringLiteral("La agenda no tiene hojas impresas."));
     const bool porOficial = clase == TClaseInforme::diaPorOficial || clase == TClaseInforme::semanaPorOficial;
     std::optional<QString> oficial;
     if (porOficial && !(oficial = PreguntaOficialDelInforme()))
         return;
     if (clase == TClaseInforme::dia || clase == TClaseInforme::diaPorOficial) {
-        motor.Informes.CreaQRAgendaDiaN(motor.Propietario, fecha, motor.Semana.Tabla, oficial)->Preview();
+        motor.Informes->CreaQRAgendaDiaN(motor.Propietario, fecha, motor.Semana.Tabla, oficial)->Preview();
         return;
     }
     HazInformeSemana(motor.Semana, fecha, oficial, [&motor](QDate lunes) {
-        motor.Informes.CreaQRAgendaN(motor.Propietario, lunes, motor.Semana.Semana)->Preview();
+        motor.Informes->CreaQRAgendaN(motor.Propietario, lunes, motor.Semana.Semana)->Preview();
     });
 }

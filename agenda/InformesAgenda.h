@@ -43,8 +43,8 @@ public:
 
 /// What the report operations need of the engine whose lines they print.
 struct TMotorDeInformes {
-    QObject *Propietario; ///< owner of the layouts' windows; may be null
-    IInformesAgenda &Informes;
+    QObject *Propietario;      ///< owner of the layouts' windows; may be null
+    IInformesAgenda *Informes; ///< null where the engine was given none
     TMotorDeSemana Semana;
 };
 
@@ -54,5 +54,6 @@ enum class TClaseInforme { dia, diaPorOficial, semana, semanaPorOficial };
 /// first, and does nothing when the user cancels.
 /// @param fecha  of a day sheet its title, its lines being those that the table holds; of a week sheet a day
 ///               of the week, which the table shows afterwards.
-/// @throws what the table or the report layer throws, with the table's range and controls as they were.
+/// @throws dataset::EDatabaseError without layouts; what the table or the report layer throws, with the
+/// table's range and controls as they were.
 void HazInforme(const TMotorDeInformes &motor, TClaseInforme clase, QDate fecha);

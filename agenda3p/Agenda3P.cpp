@@ -11,6 +11,8 @@
 #include <QtCore/QScopedValueRollback>
 
 #include <algorithm>
+#include <array>
+#include <exception>
 #include <utility>
 
 using dataset::DataSet;
@@ -99,11 +101,18 @@ bool TAgenda3P::RangoPorFecha(QDate fecha)
     if (fecha.isValid())
         m_dia = fecha;
     bool todas = true;
+    std::exception_ptr fallo;
     for (int notario = 1; notario <= m_numNotarios; ++notario) {
         DataSet *const tabla = Tabla(notario);
-        if (tabla && !PonRangoDelDia(*tabla, fecha))
-            todas = false;
+        try {
+            if (tabla && !PonRangoDelDia(*tabla, fecha))
+                todas = false;
+        } catch (...) {
+            fallo = std::current_exception(); // the others show the day all the same
+        }
     }
+    if (fallo)
+        std::rethrow_exception(fallo);
     return todas;
 }
 
@@ -123,6 +132,12 @@ QDate TAgenda3P::DiaMostrado() const
 
 bool TAgenda3P::InsertaDia(QDate fecha, bool preguntar)
 {
+    // A table that is seen to have no line of the day gets its sheet once, though another workstation may be
+    // answering the same question.
+    std::array<bool, MaxNotarios> vacias{};
+    for (std::size_t i = 0; i < m_tablas.size(); ++i)
+        vacias.at(i) =
+            m_tablas.at(i) && fecha == m_dia && m_tablas.at(i)->hasRange() && m_tablas.at(i)->isEmpty();
     if (preguntar && !PreguntaHojaNueva(fecha))
         return false;
     QStringList perdidos;
@@ -130,7 +145,7 @@ bool TAgenda3P::InsertaDia(QDate fecha, bool preguntar)
         // The slots of a whole sheet go table by table: one commit each, instead of one a line.
         for (int notario = 1; notario <= m_numNotarios; ++notario) {
             if (DataSet *const tabla = Tabla(notario))
-                perdidos << AnadeHojaDelDia(*tabla, fecha, false);
+                perdidos << AnadeHojaDelDia(*tabla, fecha, vacias.at(static_cast<std::size_t>(notario - 1)));
         }
     } catch (...) {
         RangoPorFecha(fecha); // the settings could not be read: the day is to be seen all the same

@@ -1,6 +1,6 @@
 // The copy buffer: lines are copied one by one and pasted onto a day, at their own hours or shifted.
 
-#include "agenda/Rnumcad.h"
+#include "agenda/HoraTexto.h"
 #include "agenda/Ruttb.h"
 #include "agenda3p/Agenda3P.h"
 #include "dataset/DatabaseError.h"
@@ -18,22 +18,6 @@ namespace
 {
 
 Q_LOGGING_CATEGORY(registroCopia, "agenda.copia")
-
-constexpr int MinutosPorHora = 60;
-
-/// Minutes since midnight of a time text; nothing when it holds no ":".
-std::optional<int> MinutosDe(const QString &hora)
-{
-    const qsizetype puntos = hora.indexOf(u':');
-    if (puntos < 0)
-        return {};
-    return Cad_Int(hora.left(puntos)) * MinutosPorHora + Cad_Int(hora.mid(puntos + 1));
-}
-
-QString HoraDe(int minutos)
-{
-    return StrCeros(minutos / MinutosPorHora, 2) + u':' + StrCeros(minutos % MinutosPorHora, 2);
-}
 
 /// The six fields that travel, in the order in which they are written.
 void CopiaCampos(DataSet &de, DataSet &a)
@@ -73,8 +57,8 @@ public:
                 if (!tabla->isEditing()) {
                     if (m_sinDia && tabla == m_motor.m_tablaActual)
                         PonRangoDelDia(*tabla, m_dia);
-                    if (linea != 0)
-                        tabla->goToBookmark(linea);
+                    if (linea != 0 && !tabla->goToBookmark(linea))
+                        tabla->first(); // gone: not on the line pasted last, which may be of another day
                 }
             } catch (const std::exception &error) {
                 qCWarning(registroCopia, "The day shown before could not be put back: %s", error.what());
@@ -132,7 +116,7 @@ void TAgenda3P::PegaDesplazado(QDate fecha, int minutos, bool desplaza)
         const TSitio vuelve(*this);
         for (m_buffer->first(); !m_buffer->eof(); m_buffer->next()) {
             const QString hora = m_buffer->field(u"HORA").asText();
-            PegaFila(fecha, desplaza ? HoraDe(MinutosDe(hora).value_or(0) + minutos) : hora);
+            PegaFila(fecha, desplaza ? HoraDeMinutos(MinutosDeHora(hora).value_or(0) + minutos) : hora);
         }
     } catch (const std::exception &error) {
         // Deliberate: what is pending on the line being pasted stays as it is.
@@ -153,9 +137,9 @@ void TAgenda3P::PegarHora(QDate fecha, const QString &hora)
     PreparaBuffer();
     if (m_buffer->isEmpty())
         return;
-    const std::optional<int> destino = MinutosDe(hora);
+    const std::optional<int> destino = MinutosDeHora(hora);
     m_buffer->first();
-    const std::optional<int> primera = MinutosDe(m_buffer->field(u"HORA").asText());
+    const std::optional<int> primera = MinutosDeHora(m_buffer->field(u"HORA").asText());
     if (destino && primera)
         PegaDesplazado(fecha, *destino - *primera, true);
 }

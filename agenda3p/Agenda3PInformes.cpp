@@ -34,7 +34,7 @@ void TAgenda3P::MuestraInforme(TClaseInforme clase, QDate fecha)
         m_semanaPropia = std::make_unique<dataset::MemTable>();
     dataset::MemTable &semana = m_datos ? m_datos->cdsAgendaSemanal : *m_semanaPropia;
     HazInforme({m_propietario,
-                *m_informes,
+                m_informes,
                 {TablaActual(), semana, [this] { QuitaRangoDelDia(TablaActual()); },
                  [this](QDate dia) { VuelveAlDia(dia); }}},
                clase, fecha);

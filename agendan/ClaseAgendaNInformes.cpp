@@ -26,7 +26,7 @@ void TClassAgendaN::InformeSemana_PorOficial(QDate fecha)
 void TClassAgendaN::MuestraInforme(TClaseInforme clase, QDate fecha)
 {
     HazInforme({m_propietario,
-                *m_informes,
+                m_informes,
                 {TablaActual(), SemanaDeInforme(), [this] { CancelaRangoPorFecha(); },
                  [this](QDate dia) { RangoPorFecha(dia); }}},
                clase, fecha);

@@ -11,7 +11,7 @@ namespace dbcontrols
 
 /// A text without the characters that a data set cannot keep, composed where it came in pieces, and with
 /// blanks for line ends and tabulators.
-[[nodiscard]] QString keptBy(const dataset::DataSet &set, const QString &text);
+[[nodiscard]] DBCONTROLS_EXPORT QString keptBy(const dataset::DataSet &set, const QString &text);
 
 /// What ties a control to one field of the current record: it says when to show the field's text afresh, and
 /// puts what was typed into the field. Internal to the controls.

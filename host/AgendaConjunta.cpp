@@ -1,18 +1,16 @@
-// Cells are edited, the day is refreshed, and what the clerk stands on is shown.
+// The day is shown and refreshed, and what the clerk stands on with it.
 
 #include "host/AgendaConjunta.h"
 
-#include "agenda/HojaNueva.h"
 #include "agenda/IAgenda3P.h"
 #include "agenda/Rnumcad.h"
-#include "agenda/Ruttb.h"
+#include "agenda/Rvarias.h"
 #include "agenda/host/Clacliraiz.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
 #include "dbcontrols/CalendarPopup.h"
 #include "dbcontrols/ColorPanel.h"
 #include "dbcontrols/MaskEdit.h"
-#include "dbcontrols/Texts.h"
 
 #include <QtCore/QLocale>
 #include <QtCore/QLoggingCategory>
@@ -21,10 +19,12 @@
 #include <QtGui/QAction>
 #include <QtGui/QCloseEvent>
 #include <QtGui/QKeyEvent>
+#include <QtGui/QWindow>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPlainTextEdit>
+#include <QtWidgets/QScrollBar>
 #include <QtWidgets/QStatusBar>
 
 using dataset::DataSet;
@@ -35,7 +35,21 @@ namespace
 Q_LOGGING_CATEGORY(registroConjunta, "oficina.conjunta")
 
 constexpr int EntreRefrescos = 5000; // ms
-constexpr const char *Codigo = "Tag";
+
+/// Keys that work on a text that is being typed.
+bool EsDeTexto(const QKeyEvent &tecla)
+{
+    switch (tecla.key()) {
+    case Qt::Key_Insert:
+    case Qt::Key_Delete:
+    case Qt::Key_Backspace:
+    case Qt::Key_Home:
+    case Qt::Key_End:
+        return true;
+    default:
+        return false;
+    }
+}
 
 } // namespace
 
@@ -51,7 +65,11 @@ TFAgendaConjunta::TFAgendaConjunta(IAgenda3P &motor, TClientesRaiz *clientes, co
     setWindowTitle(QStringLiteral("Agenda conjunta"));
     setWindowModality(Qt::ApplicationModal);
     m_modelo->PonMotor(motor, opciones.Nombres);
-    CreaComandos();
+    m_motor.LimpiarBufferDeCopia(); // of what it may hold this window does not know the hours
+    CreaComandosDeHuecos();
+    CreaComandosDeLineas();
+    CreaComandosDelDia();
+    PonDibujos();
     CreaBarra();
     CreaMenus();
     CreaCentro();
@@ -69,6 +87,9 @@ TFAgendaConjunta::~TFAgendaConjunta() = default;
 
 void TFAgendaConjunta::ShowModal()
 {
+    winId(); // gives the window a handle, so that it can be put in front of its owner
+    if (m_propietario && m_propietario->window()->windowHandle())
+        windowHandle()->setTransientParent(m_propietario->window()->windowHandle());
     show();
     raise();
     activateWindow();
@@ -119,8 +140,14 @@ int TFAgendaConjunta::Fila() const
 
 int TFAgendaConjunta::Notario() const
 {
-    const QModelIndex celda = m_rejilla->currentIndex();
-    return celda.isValid() ? TModeloConjunto::NotarioDe(celda.column()) : 1;
+    return TModeloConjunto::NotarioDe(m_columna);
+}
+
+TPuestoConjunto TFAgendaConjunta::PuestoActual() const
+{
+    TPuestoConjunto puesto = m_modelo->Puesto(m_rejilla->currentIndex());
+    puesto.Columna = m_columna; // also while there are no rows
+    return puesto;
 }
 
 QString TFAgendaConjunta::DeQuien(int notario) const
@@ -133,10 +160,16 @@ QString TFAgendaConjunta::DeQuien(int notario) const
 
 void TFAgendaConjunta::VeAlDia(QDate fecha)
 {
-    const TPuestoConjunto puesto = m_modelo->Puesto(m_rejilla->currentIndex());
+    const TPuestoConjunto puesto = PuestoActual();
+    try {
+        m_motor.RangoPorFecha(fecha);
+    } catch (...) {
+        if (m_fecha.isValid())
+            m_motor.RangoPorFecha(m_fecha); // not one notary's old day beside another's new one
+        throw;
+    }
     m_fecha = fecha;
-    m_motor.RangoPorFecha(fecha);
-    m_modelo->Relee();
+    m_modelo->Relee(m_fecha);
     // Where only some notaries lack the day a whole new sheet would double the others'; its holes are seen,
     // and completed on demand.
     if (m_modelo->rowCount() == 0)
@@ -146,42 +179,74 @@ void TFAgendaConjunta::VeAlDia(QDate fecha)
 
 void TFAgendaConjunta::Muestra(const TPuestoConjunto &puesto)
 {
-    m_modelo->Relee();
+    const int alto = m_rejilla->verticalScrollBar()->value();
+    const int ancho = m_rejilla->horizontalScrollBar()->value();
+    const QModelIndex antes = m_rejilla->currentIndex();
+    m_modelo->Relee(m_fecha);
     const QModelIndex celda = m_modelo->Celda(puesto);
     if (celda.isValid() && celda != m_rejilla->currentIndex())
         m_rejilla->setCurrentIndex(celda);
+    if (celda == antes) { // rows that came or went have moved nothing that the clerk looks at
+        m_rejilla->verticalScrollBar()->setValue(alto);
+        m_rejilla->horizontalScrollBar()->setValue(ancho);
+    }
     MuestraFecha();
     MuestraAvisos();
     CambiaCelda();
 }
 
+QList<TPuestoConjunto> TFAgendaConjunta::Elegidas() const
+{
+    QList<TPuestoConjunto> puestos;
+    for (const QModelIndex &una : m_rejilla->selectionModel()->selectedIndexes())
+        puestos << m_modelo->Puesto(una);
+    return puestos;
+}
+
+void TFAgendaConjunta::Elige(const QList<TPuestoConjunto> &puestos)
+{
+    for (const TPuestoConjunto &puesto : puestos) {
+        const QModelIndex celda = m_modelo->Celda(puesto);
+        if (m_modelo->Puesto(celda) == puesto)
+            m_rejilla->selectionModel()->select(celda, QItemSelectionModel::Select);
+    }
+}
+
+void TFAgendaConjunta::RefrescaTablas()
+{
+    bool sinRango = false;
+    for (int notario = 1; notario <= m_modelo->NumNotarios(); ++notario) {
+        DataSet *const tabla = m_motor.Tabla(notario);
+        if (!tabla || tabla->isEditing())
+            continue;
+        tabla->refresh();
+        sinRango = sinRango || !tabla->hasRange();
+    }
+    if (sinRango && m_fecha.isValid())
+        m_motor.RangoPorFecha(m_fecha); // it could not be shown before
+}
+
 void TFAgendaConjunta::Refresca()
 {
-    if (m_ordenes > 0 || m_rejilla->EstaEditando() || QApplication::activePopupWidget() ||
+    if (m_ordenes > 0 || m_dialogos > 0 || QApplication::activePopupWidget() ||
         QApplication::activeModalWidget() != this)
         return;
     try {
-        for (int notario = 1; notario <= m_modelo->NumNotarios(); ++notario) {
-            if (DataSet *const tabla = m_motor.Tabla(notario))
-                tabla->refresh();
+        RefrescaTablas();
+        if (m_rejilla->EstaEditando()) {
+            m_modelo->Relee(m_fecha, true); // the rows wait until the cell is closed
+            return;
         }
-        const QList<QPersistentModelIndex> elegidas = [this] {
-            QList<QPersistentModelIndex> lista;
-            for (const QModelIndex &una : m_rejilla->selectionModel()->selectedIndexes())
-                lista << una;
-            return lista;
-        }();
-        QList<TPuestoConjunto> puestos;
-        for (const QPersistentModelIndex &una : elegidas)
-            puestos << m_modelo->Puesto(una);
+        const QList<TPuestoConjunto> elegidas = Elegidas();
+        const TPuestoConjunto actual = PuestoActual();
         const int filas = m_modelo->rowCount();
-        const TPuestoConjunto actual = m_modelo->Puesto(m_rejilla->currentIndex());
         Muestra(actual);
-        // Slots made or deleted elsewhere renumber the rows; the cells chosen stay chosen.
-        if (m_modelo->rowCount() != filas && puestos.size() > 1) {
-            for (const TPuestoConjunto &puesto : std::as_const(puestos))
-                m_rejilla->selectionModel()->select(m_modelo->Celda(puesto), QItemSelectionModel::Select);
-        }
+        if (elegidas.size() > 1 && m_modelo->rowCount() != filas)
+            Elige(elegidas);
+        if (!actual.Hora.isEmpty() && !(PuestoActual() == actual))
+            statusBar()->showMessage(
+                QStringLiteral("Otro puesto ha borrado el hueco de las %1.").arg(actual.Hora),
+                EntreRefrescos);
         LeeColores();
     } catch (const std::exception &error) {
         // Every few seconds again: not in a box that would stop the work.
@@ -194,7 +259,8 @@ void TFAgendaConjunta::Refresca()
 
 void TFAgendaConjunta::MuestraFecha()
 {
-    if (!MEFecha->hasFocus())
+    // A date that is being typed is the clerk's, unless a command has gone to another day.
+    if (!MEFecha->hasFocus() || m_ordenes > 0)
         MEFecha->setMaskedText(Date_Cad(m_fecha));
     LDia->setText(QLocale(QLocale::Spanish, QLocale::Spain)
                       .toString(m_fecha, QStringLiteral("dddd, d 'de' MMMM 'de' yyyy")));
@@ -203,19 +269,25 @@ void TFAgendaConjunta::MuestraFecha()
 void TFAgendaConjunta::MuestraAvisos()
 {
     QStringList faltan;
+    QStringList ilegibles;
     for (int notario = 1; notario <= m_modelo->NumNotarios(); ++notario) {
         if (m_modelo->LeFaltaLaHoja(notario))
             faltan << m_modelo->Nombre(notario);
+        if (m_modelo->EsIlegible(notario))
+            ilegibles << m_modelo->Nombre(notario);
     }
     const bool huecos = m_modelo->TieneHuecos();
-    if (m_modelo->rowCount() == 0)
+    if (!ilegibles.isEmpty())
+        LAviso->setText(QStringLiteral("No se puede leer el día de ") + ilegibles.join(QStringLiteral(", ")) +
+                        u'.');
+    else if (m_modelo->rowCount() == 0)
         LAviso->setText(QStringLiteral("Este día no tiene hoja. Inserte un hueco, o busque el día otra vez "
                                        "para añadirla."));
     else if (!faltan.isEmpty())
         LAviso->setText(QStringLiteral("Sin hoja de este día: ") + faltan.join(QStringLiteral(", ")) + u'.');
     else
         LAviso->setText(QStringLiteral("Hay huecos que no tienen todos los notarios."));
-    m_aviso->setVisible(huecos || m_modelo->rowCount() == 0);
+    m_aviso->setVisible(huecos || !ilegibles.isEmpty() || m_modelo->rowCount() == 0);
     ACompletar->setEnabled(huecos);
     const bool hayCopia = m_motor.HayDatosEnPortapapeles();
     for (QAction *const comando : {APegar, APegarHora, AVaciar})
@@ -227,6 +299,8 @@ void TFAgendaConjunta::MuestraAvisos()
 void TFAgendaConjunta::CambiaCelda()
 {
     const QModelIndex celda = m_rejilla->currentIndex();
+    if (celda.isValid())
+        m_columna = celda.column();
     const int notario = Notario();
     if (m_ordenes == 0 && !m_rejilla->EstaEditando())
         m_motor.PonNotarioActual(notario);
@@ -256,14 +330,25 @@ void TFAgendaConjunta::CambiaCelda()
 
 void TFAgendaConjunta::FechaDejada()
 {
-    const QDate escrita = QDate::fromString(MEFecha->text(), QStringLiteral("dd/MM/yyyy"));
-    if (escrita == m_fecha)
-        return;
-    if (escrita.isValid())
-        Ejecuta([this, escrita] { VeAlDia(escrita); });
-    else if (!MEFecha->isBlank())
-        AvisaError(QStringLiteral("«%1» no es una fecha.").arg(MEFecha->text().trimmed()));
-    MEFecha->setMaskedText(Date_Cad(m_fecha));
+    if (m_ordenes == 0 && MEFecha->text() != Date_Cad(m_fecha))
+        Ejecuta([] {}); // which begins with the date
+}
+
+bool TFAgendaConjunta::AceptaFecha()
+{
+    QString texto = MEFecha->text();
+    if (texto == Date_Cad(m_fecha))
+        return true;
+    if (MEFecha->isBlank()) {
+        MEFecha->setMaskedText(Date_Cad(m_fecha));
+        return true;
+    }
+    if (!VerificaFecha(texto)) {
+        AvisaError(QStringLiteral("«%1» no es una fecha.").arg(texto.trimmed()));
+        MEFecha->setFocus();
+        return false;
+    }
+    return ConGuarda([&] { VeAlDia(Cad_Date(texto)); });
 }
 
 void TFAgendaConjunta::AbreCalendario()
@@ -279,169 +364,29 @@ void TFAgendaConjunta::AbreCalendario()
 
 bool TFAgendaConjunta::eventFilter(QObject *objeto, QEvent *evento)
 {
-    const bool pulsada = evento->type() == QEvent::KeyPress;
-    if (!pulsada && evento->type() != QEvent::KeyRelease)
+    const bool enEditor = m_editor && objeto == m_editor;
+    if (!enEditor && objeto != MEFecha)
         return QMainWindow::eventFilter(objeto, evento);
-    const auto &tecla = *static_cast<QKeyEvent *>(evento);
-    const bool abre =
-        tecla.key() == Qt::Key_F4 || (tecla.key() == Qt::Key_Down && (tecla.modifiers() & Qt::AltModifier));
-    if (objeto == MEFecha && pulsada) {
-        if (abre) {
-            AbreCalendario();
-            return true;
-        }
-        if (tecla.key() == Qt::Key_Enter || tecla.key() == Qt::Key_Return) {
-            m_rejilla->setFocus();
-            return true;
-        }
+    const auto *const tecla = dynamic_cast<QKeyEvent *>(evento);
+    if (!tecla)
+        return QMainWindow::eventFilter(objeto, evento);
+    if (evento->type() == QEvent::ShortcutOverride && EsDeTexto(*tecla)) {
+        evento->accept(); // typed into the text, whatever command of the day has the same keys
+        return true;
     }
-    if (m_editor && objeto == m_editor) {
-        if (pulsada && abre) {
-            EligeDeLista();
-            return true;
-        }
-        const QModelIndex celda = m_rejilla->currentIndex();
-        if (!pulsada && m_clientes && TModeloConjunto::CampoDe(celda.column()) == TCampoConjunto::interesado)
-            m_clientes->KeyUpBusqueda(*m_editor, tecla.key());
+    const bool pulsada = evento->type() == QEvent::KeyPress;
+    const bool abre = (tecla->key() == Qt::Key_F4 && tecla->modifiers() == Qt::NoModifier) ||
+                      (tecla->key() == Qt::Key_Down && tecla->modifiers() == Qt::AltModifier);
+    if (pulsada && abre) {
+        enEditor ? EligeDeLista() : AbreCalendario();
+        return true;
     }
+    if (pulsada && !enEditor && (tecla->key() == Qt::Key_Enter || tecla->key() == Qt::Key_Return)) {
+        m_rejilla->setFocus();
+        return true;
+    }
+    if (evento->type() == QEvent::KeyRelease && enEditor && m_clientes &&
+        TModeloConjunto::CampoDe(m_rejilla->CeldaEditada().column()) == TCampoConjunto::interesado)
+        ConGuarda([&] { m_clientes->KeyUpBusqueda(*m_editor, tecla->key()); });
     return QMainWindow::eventFilter(objeto, evento);
-}
-
-// ---------------------------------------------------------------------------------------------------------------------
-// Editing
-
-bool TFAgendaConjunta::CierraEditor()
-{
-    if (m_rejilla->EstaEditando())
-        m_rejilla->setFocus(); // leaving the cell writes it
-    return !m_rejilla->EstaEditando();
-}
-
-bool TFAgendaConjunta::EmpiezaEdicion(const QModelIndex &celda)
-{
-    const QScopedValueRollback<int> enCurso(m_ordenes, m_ordenes + 1);
-    bool hecho = false;
-    const TPuestoConjunto puesto = m_modelo->Puesto(celda);
-    const int notario = TModeloConjunto::NotarioDe(celda.column());
-    ConGuarda([&] {
-        if (m_modelo->Linea(celda.row(), notario) == 0 && !OfreceHueco(celda))
-            return;
-        const QModelIndex ahora = m_modelo->Celda(puesto);
-        if (!SituaEn(ahora.row(), notario))
-            return;
-        static_cast<void>(m_motor.TomaError());
-        if (!m_motor.Modificar()) {
-            AvisaSiFallo(QStringLiteral("No se puede cambiar la línea de las %1 de %2.")
-                             .arg(puesto.Hora, DeQuien(notario)));
-            m_motor.TablaActual().refresh(); // so that a line that has gone is seen to be gone
-            Muestra(puesto);
-            return;
-        }
-        const QString campo = TModeloConjunto::NombreDelCampo(TModeloConjunto::CampoDe(celda.column()));
-        if (m_motor.TablaActual().field(campo).asText() != ahora.data().toString()) {
-            m_motor.CancelarAgendaN(false);
-            m_motor.TablaActual().refresh();
-            Muestra(puesto);
-            AvisaError(dbcontrols::changedElsewhere());
-            return;
-        }
-        hecho = true;
-    });
-    return hecho;
-}
-
-bool TFAgendaConjunta::OfreceHueco(const QModelIndex &celda)
-{
-    const int notario = TModeloConjunto::NotarioDe(celda.column());
-    const TPuestoConjunto puesto = m_modelo->Puesto(celda);
-    if (!Pregunta(QStringLiteral("¿Desea añadirlo (S/N)?"),
-                  QStringLiteral("No hay hueco a las %1 en %2.").arg(puesto.Hora, DeQuien(notario))))
-        return false;
-    const bool anadido = AnadeHuecoA(notario, {puesto.Hora});
-    Muestra(puesto);
-    return anadido;
-}
-
-/// Adds lines to one notary alone, where the others have theirs already; all of them or none.
-bool TFAgendaConjunta::AnadeHuecoA(int notario, const QStringList &horas)
-{
-    DataSet *const tabla = m_motor.Tabla(notario);
-    return tabla && ConGuarda([this, tabla, &horas] {
-               const dataset::ControlsGuard sinAvisos(*tabla);
-               const dataset::PendingEditGuard sinResto(*tabla);
-               dataset::CommitGroup todas(*tabla);
-               for (const QString &hora : horas) {
-                   InsertaLinea(*tabla, m_fecha, hora);
-                   TBPost(*tabla);
-               }
-               todas.commit();
-           });
-}
-
-void TFAgendaConjunta::PreparaEditor(QLineEdit &editor, const QModelIndex &celda)
-{
-    const TCampoConjunto campo = TModeloConjunto::CampoDe(celda.column());
-    DataSet &tabla = m_motor.TablaActual();
-    editor.setMaxLength(tabla.fieldInfo(tabla.fieldIndex(TModeloConjunto::NombreDelCampo(campo))).width);
-    editor.setProperty(Codigo, tabla.field(u"CODCLIENTE").asInteger());
-    editor.installEventFilter(this);
-    if (campo != TCampoConjunto::concepto)
-        statusBar()->showMessage(QStringLiteral("F4 abre la lista"));
-    m_editor = &editor;
-}
-
-void TFAgendaConjunta::EligeDeLista()
-{
-    const QModelIndex celda = m_rejilla->currentIndex();
-    const TCampoConjunto campo = TModeloConjunto::CampoDe(celda.column());
-    ConGuarda([this, campo] {
-        QString nombre = m_editor->text();
-        if (campo == TCampoConjunto::oficial && Servicios().Rut->PreguntaOficial(nombre) && m_editor)
-            m_editor->setText(nombre.left(m_editor->maxLength()));
-        if (campo == TCampoConjunto::interesado && m_clientes &&
-            m_clientes->Elige(QStringLiteral("Interesado de la cita"), nombre) && m_editor) {
-            m_editor->setText(m_clientes->Nombre().left(m_editor->maxLength()));
-            m_editor->setProperty(Codigo, m_clientes->Codigo());
-        }
-        if (m_editor)
-            m_editor->setModified(true);
-    });
-    if (m_editor)
-        m_editor->setFocus();
-}
-
-bool TFAgendaConjunta::GuardaEdicion(QLineEdit &editor, const QModelIndex &celda)
-{
-    const QScopedValueRollback<int> enCurso(m_ordenes, m_ordenes + 1);
-    DataSet &tabla = m_motor.TablaActual();
-    const TCampoConjunto campo = TModeloConjunto::CampoDe(celda.column());
-    if (!tabla.isEditing() || editor.text() == celda.data(Qt::EditRole).toString())
-        return true; // nothing was changed, and the end of the editing gives the line back
-    bool escrita = false;
-    const bool sinError = ConGuarda([&] {
-        if (campo == TCampoConjunto::interesado && m_clientes) {
-            m_clientes->ExitBusqueda(editor, true);
-            if (const qint64 cliente = editor.property(Codigo).toLongLong();
-                cliente != tabla.field(u"CODCLIENTE").asInteger())
-                tabla.field(u"CODCLIENTE").setInteger(cliente);
-        }
-        tabla.field(TModeloConjunto::NombreDelCampo(campo)).setText(editor.text());
-        static_cast<void>(m_motor.TomaError());
-        escrita = m_motor.AceptarAgendaN();
-        if (!escrita)
-            AvisaError(QStringLiteral("No se ha podido guardar la cita.\n%1\n\nLo que ha escrito sigue en la "
-                                      "celda: pulse Intro para volver a intentarlo o Esc para dejarlo.")
-                           .arg(m_motor.TomaError()));
-    });
-    return sinError && escrita;
-}
-
-void TFAgendaConjunta::TerminaEdicion()
-{
-    if (m_clientes)
-        m_clientes->FinBusqueda();
-    if (m_motor.TablaActual().isEditing())
-        m_motor.CancelarAgendaN(false);
-    statusBar()->clearMessage();
-    ConGuarda([this] { Muestra(m_modelo->Puesto(m_rejilla->currentIndex())); });
 }

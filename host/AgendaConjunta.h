@@ -9,13 +9,14 @@
 #include <QtWidgets/QMainWindow>
 
 #include <functional>
+#include <set>
+#include <utility>
 
 class IAgenda3P;
 class QAction;
 class QLabel;
 class QMenu;
 class QPlainTextEdit;
-class QPushButton;
 class QTimer;
 class QToolBar;
 class TClientesRaiz;
@@ -61,12 +62,17 @@ private:
     using TOrden = std::function<void()>;
 
     // AgendaConjuntaMontaje.cpp: the window is put together
-    void CreaComandos();
+    void CreaComandosDeHuecos();
+    void CreaComandosDeLineas();
+    void CreaComandosDelDia();
+    void PonDibujos();
     QAction *CreaComando(const char *nombre, const QString &titulo, const QString &pista,
                          const QKeySequence &teclas, const TOrden &orden);
     void CreaBarra();
     void CreaMenus();
     void CreaCentro();
+    void CreaAviso(QWidget &centro);
+    void CreaRejilla(QWidget &centro);
     void Coloca();
     void RecuerdaLugar() const;
     void ReparteColumnas();
@@ -79,10 +85,24 @@ private:
     void AvisaError(const QString &texto);
     void AvisaSiFallo(const QString &que);
     [[nodiscard]] bool Pregunta(const QString &pregunta, const QString &explicacion) const;
+    /// The same, no being the answer at hand.
+    [[nodiscard]] bool PreguntaGrave(const QString &pregunta, const QString &explicacion) const;
+    /// A date typed and not left yet counts. @return false, after telling so, when it is none.
+    bool AceptaFecha();
+    /// Takes in what others have written, and shows it. @return the row of a place; -1, after telling so,
+    /// when its slot has gone.
+    int FilaAlDia(const TPuestoConjunto &puesto);
+    void RefrescaTablas();
     /// Puts the engine on the line of a cell. @return false, after telling so, where the notary has no slot.
     bool SituaEn(int fila, int notario);
-    /// Puts every table on its line of a row, and those without one on a line of another hour.
-    bool SituaTodosEn(int fila);
+    /// The same, and takes the line's lock. @return false, after telling so, when it cannot be had or says
+    /// something else than is shown.
+    bool TomaLinea(int fila, int notario);
+    void SueltaLineas();
+    /// Takes every notary's line of a row; those without one are put on a line of another hour.
+    bool TomaTodas(int fila);
+    /// Notary and row of the lines that are chosen, by notary.
+    [[nodiscard]] std::set<std::pair<int, int>> LineasElegidas() const;
     void NuevoHueco();
     void BorraHueco();
     void Limpia();
@@ -91,7 +111,8 @@ private:
     void Copia();
     void PegaAqui();
     void PegaAUnaHora();
-    [[nodiscard]] bool PermiteEscribirEncima(const QStringList &horas);
+    [[nodiscard]] bool PreparaPegado(const QStringList &horas);
+    [[nodiscard]] QStringList Ocupadas(const QStringList &horas) const;
     void TerminaPegado(const QString &primera);
     void VaciaPortapapeles();
     void Completa();
@@ -104,13 +125,20 @@ private:
     void PreparaEditor(QLineEdit &editor, const QModelIndex &celda) override;
     bool GuardaEdicion(QLineEdit &editor, const QModelIndex &celda) override;
     void TerminaEdicion() override;
+    [[nodiscard]] bool HayDialogo() const override { return m_dialogos > 0; }
     bool OfreceHueco(const QModelIndex &celda);
-    bool AnadeHuecoA(int notario, const QStringList &horas);
+    /// Adds lines to one notary alone, all of them or none; those that another workstation has added
+    /// meanwhile are there already. @return the last one added; 0 for none.
+    dataset::Bookmark AnadeHuecoA(int notario, const QStringList &horas);
     void EligeDeLista();
     bool CierraEditor();
     void Refresca();
     /// Shows what the tables hold now, and goes to a place.
     void Muestra(const TPuestoConjunto &puesto);
+    /// Chooses cells again that were chosen before rows came or went.
+    void Elige(const QList<TPuestoConjunto> &puestos);
+    [[nodiscard]] QList<TPuestoConjunto> Elegidas() const;
+    [[nodiscard]] TPuestoConjunto PuestoActual() const;
     void CambiaCelda();
     void FechaDejada();
     void MuestraFecha();
@@ -129,8 +157,11 @@ private:
     QDate m_fecha;
     QStringList m_horasCopiadas; ///< of the lines in the engine's copy buffer, in its order
     QPointer<QLineEdit> m_editor;
-    int m_ordenes = 0;            ///< running; the timer keeps still meanwhile
-    bool m_anchosPropios = false; ///< the clerk has set them; they are not shared out any more
+    dataset::DataSet *m_enEdicion = nullptr; ///< table of the cell that is being edited
+    int m_ordenes = 0;                       ///< running; the timer keeps still meanwhile
+    mutable int m_dialogos = 0;              ///< open over this window
+    int m_columna = 0;                       ///< of the cell with the focus, also while there are no rows
+    bool m_anchosPropios = false;            ///< the clerk has set them; they are not shared out any more
     bool m_repartiendo = false;
 
     TModeloConjunto *m_modelo = nullptr;

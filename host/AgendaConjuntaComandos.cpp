@@ -3,30 +3,28 @@
 #include "host/AgendaConjunta.h"
 
 #include "agenda/GuardaVentana.h"
+#include "agenda/HoraTexto.h"
 #include "agenda/IAgenda3P.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
+#include "dbcontrols/Texts.h"
 #include "host/DialogoHora.h"
 
 #include <QtCore/QScopedValueRollback>
+#include <QtCore/QSet>
 #include <QtGui/QAction>
 #include <QtWidgets/QStatusBar>
 
-#include <algorithm>
-#include <set>
+#include <utility>
 
 using dataset::DataSet;
 
 namespace
 {
 
-const QString Titulo = QStringLiteral("Agenda conjunta");
-
-int Minutos(const QString &hora)
-{
-    return Cad_Int(hora.left(2)) * 60 + Cad_Int(hora.mid(3));
-}
+constexpr int MensajeLargo = 8000; // ms
+constexpr int MinutosDelDia = 24 * 60;
 
 } // namespace
 
@@ -38,13 +36,15 @@ bool TFAgendaConjunta::ConGuarda(const TOrden &orden)
 
 bool TFAgendaConjunta::Ejecuta(const TOrden &orden)
 {
-    if (m_ordenes > 0 || !CierraEditor())
+    if (m_ordenes > 0 || !CierraEditor() || !AceptaFecha())
         return false;
-    const TPuestoConjunto antes = m_modelo->Puesto(m_rejilla->currentIndex());
     static_cast<void>(m_motor.TomaError());
-    ConGuarda(orden);
-    const QModelIndex ahora = m_rejilla->currentIndex();
-    ConGuarda([&] { Muestra(ahora.isValid() ? m_modelo->Puesto(ahora) : antes); });
+    ConGuarda([&] {
+        orden();
+        SueltaLineas();
+        Muestra(PuestoActual());
+    });
+    SueltaLineas();
     CambiaCelda();
     m_rejilla->setFocus();
     return true;
@@ -52,7 +52,7 @@ bool TFAgendaConjunta::Ejecuta(const TOrden &orden)
 
 void TFAgendaConjunta::AvisaError(const QString &texto)
 {
-    const QScopedValueRollback<int> enCurso(m_ordenes, m_ordenes + 1);
+    const QScopedValueRollback<int> abierto(m_dialogos, m_dialogos + 1);
     AvisaDeError(texto);
 }
 
@@ -65,7 +65,14 @@ void TFAgendaConjunta::AvisaSiFallo(const QString &que)
 
 bool TFAgendaConjunta::Pregunta(const QString &pregunta, const QString &explicacion) const
 {
-    return Servicios().Mensaje->Mensaje_SiNo(pregunta, explicacion, Titulo) == RespuestaSi;
+    const QScopedValueRollback<int> abierto(m_dialogos, m_dialogos + 1);
+    return Servicios().Mensaje->Mensaje_SiNo(pregunta, explicacion, windowTitle()) == RespuestaSi;
+}
+
+bool TFAgendaConjunta::PreguntaGrave(const QString &pregunta, const QString &explicacion) const
+{
+    const QScopedValueRollback<int> abierto(m_dialogos, m_dialogos + 1);
+    return Servicios().Mensaje->Mensaje_NoSi(pregunta, explicacion, windowTitle()) == RespuestaSi;
 }
 
 bool TFAgendaConjunta::SituaEn(int fila, int notario)
@@ -84,14 +91,51 @@ bool TFAgendaConjunta::SituaEn(int fila, int notario)
     return false;
 }
 
-bool TFAgendaConjunta::SituaTodosEn(int fila)
+bool TFAgendaConjunta::TomaLinea(int fila, int notario)
+{
+    if (!SituaEn(fila, notario))
+        return false;
+    DataSet &tabla = m_motor.TablaActual();
+    static_cast<void>(m_motor.TomaError());
+    if (!m_motor.Modificar()) {
+        AvisaSiFallo(QStringLiteral("No se puede cambiar la línea de las %1 de %2.")
+                         .arg(m_modelo->Hora(fila), DeQuien(notario)));
+        tabla.refresh(); // so that a line that has gone is seen to be gone
+        return false;
+    }
+    if (m_modelo->EsComoSeVe(fila, notario, tabla))
+        return true;
+    m_motor.CancelarAgendaN(false);
+    tabla.refresh();
+    AvisaError(dbcontrols::changedElsewhere());
+    return false;
+}
+
+void TFAgendaConjunta::SueltaLineas()
+{
+    const int actual = Notario();
+    for (int notario = 1; notario <= m_modelo->NumNotarios(); ++notario) {
+        const DataSet *const tabla = m_motor.Tabla(notario);
+        if (!tabla || !tabla->isEditing())
+            continue;
+        m_motor.PonNotarioActual(notario);
+        m_motor.CancelarAgendaN(false);
+    }
+    m_motor.PonNotarioActual(actual);
+}
+
+bool TFAgendaConjunta::TomaTodas(int fila)
 {
     const QString hora = m_modelo->Hora(fila);
     for (int notario = 1; notario <= m_modelo->NumNotarios(); ++notario) {
         DataSet *const tabla = m_motor.Tabla(notario);
-        const dataset::Bookmark linea = m_modelo->Linea(fila, notario);
-        if (!tabla || (linea != 0 && tabla->goToBookmark(linea)))
+        if (!tabla)
             continue;
+        if (m_modelo->Linea(fila, notario) != 0) {
+            if (!TomaLinea(fila, notario))
+                return false;
+            continue;
+        }
         // Not on a line of this hour that belongs to another row, which would be deleted with it.
         const int campo = tabla->fieldIndex(u"HORA");
         int otra = 0;
@@ -109,6 +153,17 @@ bool TFAgendaConjunta::SituaTodosEn(int fila)
     return true;
 }
 
+int TFAgendaConjunta::FilaAlDia(const TPuestoConjunto &puesto)
+{
+    RefrescaTablas();
+    Muestra(puesto);
+    const QModelIndex celda = m_modelo->Celda(puesto);
+    if (celda.isValid() && m_modelo->Puesto(celda) == puesto)
+        return celda.row();
+    AvisaError(QStringLiteral("Otro puesto ha borrado el hueco de las %1.").arg(puesto.Hora));
+    return -1;
+}
+
 // ---------------------------------------------------------------------------------------------------------------------
 // Slots
 
@@ -120,16 +175,17 @@ void TFAgendaConjunta::NuevoHueco()
     if (dialogo.exec() != QDialog::Accepted)
         return;
     const QString hora = dialogo.Hora();
+    RefrescaTablas();
+    m_modelo->Relee(m_fecha);
     if (m_modelo->FilaDe(hora) >= 0 && !Pregunta(QStringLiteral("¿Desea añadir otro (S/N)?"),
                                                  QStringLiteral("Ya hay un hueco a las %1.").arg(hora)))
         return;
-    const int columna = std::max(0, m_rejilla->currentIndex().column());
+    m_motor.PonNotarioActual(Notario());
     const bool todas = m_motor.Anadir(m_fecha, hora);
-    m_modelo->Relee();
-    int orden = 0;
-    for (int fila = std::max(0, m_modelo->FilaDe(hora)); m_modelo->Hora(fila) == hora; ++fila)
-        orden = m_modelo->Puesto(m_modelo->index(fila, 0)).Orden;
-    m_rejilla->setCurrentIndex(m_modelo->Celda({hora, orden, columna}));
+    const dataset::Bookmark nueva = m_motor.TablaActual().bookmark();
+    m_modelo->Relee(m_fecha);
+    if (const int fila = m_modelo->FilaDeLinea(nueva, Notario()); fila >= 0)
+        m_rejilla->setCurrentIndex(m_modelo->index(fila, m_columna));
     if (!todas)
         AvisaSiFallo(
             QStringLiteral("El hueco de las %1 no se ha podido añadir en todas las agendas.").arg(hora));
@@ -137,16 +193,31 @@ void TFAgendaConjunta::NuevoHueco()
 
 void TFAgendaConjunta::BorraHueco()
 {
-    const int fila = Fila();
-    if (!SituaTodosEn(fila) || !SituaEn(fila, Notario()))
+    const int fila = FilaAlDia(PuestoActual());
+    if (fila < 0)
         return;
+    QStringList ocupadas;
+    for (int notario = 1; notario <= m_modelo->NumNotarios(); ++notario) {
+        if (notario != Notario() && m_modelo->EstaOcupada(fila, notario))
+            ocupadas << m_modelo->Nombre(notario);
+    }
+    const QString hora = m_modelo->Hora(fila);
+    // Held while the question is on the screen: what is answered about is what is deleted.
+    if (!TomaTodas(fila))
+        return;
+    if (!ocupadas.isEmpty() && !PreguntaGrave(QStringLiteral("¿Desea borrar también esas citas (S/N)?"),
+                                              QStringLiteral("A las %1 tienen cita además: %2.")
+                                                  .arg(hora, ocupadas.join(QStringLiteral(", ")))))
+        return;
+    m_motor.PonNotarioActual(Notario());
     m_motor.Borrar(true);
-    AvisaSiFallo(QStringLiteral("El hueco de las %1 no se ha podido borrar en todas las agendas.")
-                     .arg(m_modelo->Hora(fila)));
+    AvisaSiFallo(QStringLiteral("El hueco de las %1 no se ha podido borrar en todas las agendas.").arg(hora));
 }
 
 void TFAgendaConjunta::Completa()
 {
+    RefrescaTablas();
+    m_modelo->Relee(m_fecha);
     for (int notario = 1; notario <= m_modelo->NumNotarios(); ++notario) {
         QStringList horas;
         for (int fila = 0; fila < m_modelo->rowCount(); ++fila) {
@@ -163,20 +234,42 @@ void TFAgendaConjunta::Completa()
 
 void TFAgendaConjunta::Limpia()
 {
-    if (!SituaEn(Fila(), Notario()))
+    const int fila = FilaAlDia(PuestoActual());
+    if (fila < 0 || !TomaLinea(fila, Notario()))
         return;
     m_motor.Limpiar(true);
     AvisaSiFallo(QStringLiteral("No se ha podido limpiar la cita."));
 }
 
+std::set<std::pair<int, int>> TFAgendaConjunta::LineasElegidas() const
+{
+    std::set<std::pair<int, int>> lineas;
+    for (const QModelIndex &celda : m_rejilla->selectionModel()->selectedIndexes()) {
+        const int notario = TModeloConjunto::NotarioDe(celda.column());
+        if (m_modelo->Linea(celda.row(), notario) != 0)
+            lineas.emplace(notario, celda.row());
+    }
+    if (lineas.empty() && Fila() >= 0)
+        lineas.emplace(Notario(), Fila());
+    return lineas;
+}
+
 void TFAgendaConjunta::MarcaSalida()
 {
-    if (SituaEn(Fila(), Notario()) && !m_motor.Salida())
-        AvisaSiFallo(QStringLiteral("No se ha podido marcar la salida."));
+    for (const auto &[notario, fila] : LineasElegidas()) {
+        if (!SituaEn(fila, notario))
+            return;
+        if (!m_motor.Salida())
+            AvisaSiFallo(QStringLiteral("No se ha podido marcar la salida de las %1 en %2.")
+                             .arg(m_modelo->Hora(fila), DeQuien(notario)));
+    }
 }
 
 void TFAgendaConjunta::MarcaAusente()
 {
+    if (!Pregunta(QStringLiteral("¿Desea poner o quitar la ausencia en todo el día (S/N)?"),
+                  DeQuien(Notario())))
+        return;
     m_motor.PonNotarioActual(Notario());
     m_motor.Ausente();
     AvisaSiFallo(QStringLiteral("No se ha podido marcar la ausencia en todas las líneas."));
@@ -184,29 +277,24 @@ void TFAgendaConjunta::MarcaAusente()
 
 void TFAgendaConjunta::Copia()
 {
-    // By notary, and his lines as they stand in the day.
-    std::set<std::pair<int, int>> lineas;
-    for (const QModelIndex &celda : m_rejilla->selectionModel()->selectedIndexes())
-        lineas.emplace(TModeloConjunto::NotarioDe(celda.column()), celda.row());
-    if (lineas.empty())
-        lineas.emplace(Notario(), Fila());
-    const int actual = Notario();
-    for (const auto &[notario, fila] : lineas) {
-        if (m_modelo->Linea(fila, notario) == 0)
-            continue;
+    int copiadas = 0;
+    for (const auto &[notario, fila] : LineasElegidas()) {
         if (!SituaEn(fila, notario))
             break;
         m_motor.Copiar();
-        m_horasCopiadas << m_modelo->Hora(fila);
+        m_horasCopiadas << m_motor.TablaActual().field(u"HORA").asText();
+        ++copiadas;
     }
-    m_motor.PonNotarioActual(actual);
-    statusBar()->showMessage(
-        QStringLiteral("Copiado. «Pegar» añade cada cita a su hora en el día y el notario "
-                       "que se vean entonces."),
-        8000);
+    m_motor.PonNotarioActual(Notario());
+    if (copiadas > 0)
+        statusBar()->showMessage(
+            QStringLiteral("Copiadas %1. «Pegar» escribe cada una a su hora en el día y el "
+                           "notario en que se esté entonces.")
+                .arg(copiadas),
+            MensajeLargo);
 }
 
-bool TFAgendaConjunta::PermiteEscribirEncima(const QStringList &horas)
+QStringList TFAgendaConjunta::Ocupadas(const QStringList &horas) const
 {
     QStringList ocupadas;
     for (const QString &hora : horas) {
@@ -214,16 +302,47 @@ bool TFAgendaConjunta::PermiteEscribirEncima(const QStringList &horas)
         if (fila >= 0 && m_modelo->EstaOcupada(fila, Notario()) && !ocupadas.contains(hora))
             ocupadas << hora;
     }
-    return ocupadas.isEmpty() || Pregunta(QStringLiteral("¿Desea escribir encima (S/N)?"),
-                                          QStringLiteral("En %1 ya hay citas a las %2, que se perderán.")
-                                              .arg(DeQuien(Notario()), ocupadas.join(QStringLiteral(", "))));
+    return ocupadas;
+}
+
+bool TFAgendaConjunta::PreparaPegado(const QStringList &horas)
+{
+    const QSet<QString> distintas(horas.begin(), horas.end());
+    if (distintas.size() < horas.size() &&
+        !PreguntaGrave(
+            QStringLiteral("¿Desea pegar (S/N)?"),
+            QStringLiteral("Varias citas copiadas van a la misma hora, y de ellas solo quedará la última.")))
+        return false;
+    // Asked about the day as it is, and again when somebody has booked meanwhile.
+    QStringList consentidas;
+    for (;;) {
+        RefrescaTablas();
+        m_modelo->Relee(m_fecha);
+        QStringList ocupadas = Ocupadas(horas);
+        if (ocupadas == consentidas)
+            break;
+        if (!ocupadas.isEmpty() &&
+            !PreguntaGrave(QStringLiteral("¿Desea escribir encima (S/N)?"),
+                           QStringLiteral("En %1 ya hay citas a las %2, que se perderán.")
+                               .arg(DeQuien(Notario()), ocupadas.join(QStringLiteral(", ")))))
+            return false;
+        consentidas = std::move(ocupadas);
+    }
+    // A slot that others have and this notary has not is his alone to add; the engine would add it to all.
+    QStringList suyas;
+    for (const QString &hora : distintas) {
+        if (m_modelo->FilaDe(hora) >= 0 && m_modelo->LineasA(hora, Notario()) == 0)
+            suyas << hora;
+    }
+    if (!suyas.isEmpty())
+        AnadeHuecoA(Notario(), suyas);
+    m_motor.PonNotarioActual(Notario());
+    return true;
 }
 
 void TFAgendaConjunta::PegaAqui()
 {
-    Refresca(); // what is asked about is the day as it is now
-    m_motor.PonNotarioActual(Notario());
-    if (!PermiteEscribirEncima(m_horasCopiadas))
+    if (!PreparaPegado(m_horasCopiadas))
         return;
     m_motor.Pegar(m_fecha);
     TerminaPegado(m_horasCopiadas.value(0));
@@ -235,18 +354,18 @@ void TFAgendaConjunta::PegaAUnaHora()
                          QStringLiteral("Pegar a una hora"), this);
     if (dialogo.exec() != QDialog::Accepted || m_horasCopiadas.isEmpty())
         return;
-    const int desplaza = Minutos(dialogo.Hora()) - Minutos(m_horasCopiadas.first());
+    const int desplaza =
+        MinutosDeHora(dialogo.Hora()).value_or(0) - MinutosDeHora(m_horasCopiadas.first()).value_or(0);
     QStringList horas;
     for (const QString &hora : std::as_const(m_horasCopiadas)) {
-        const int total = Minutos(hora) + desplaza;
-        if (total < 0 || total >= 24 * 60) {
+        const int total = MinutosDeHora(hora).value_or(-1) + desplaza;
+        if (!hora.contains(u':') || total < 0 || total >= MinutosDelDia) {
             AvisaError(QStringLiteral("La cita copiada de las %1 quedaría fuera del día.").arg(hora));
             return;
         }
-        horas << StrCeros(total / 60, 2) + u':' + StrCeros(total % 60, 2);
+        horas << HoraDeMinutos(total);
     }
-    m_motor.PonNotarioActual(Notario());
-    if (!PermiteEscribirEncima(horas))
+    if (!PreparaPegado(horas))
         return;
     m_motor.PegarHora(m_fecha, dialogo.Hora());
     TerminaPegado(horas.value(0));
@@ -254,12 +373,12 @@ void TFAgendaConjunta::PegaAUnaHora()
 
 void TFAgendaConjunta::TerminaPegado(const QString &primera)
 {
-    const int columna = std::max(0, m_rejilla->currentIndex().column());
+    SueltaLineas(); // the engine leaves pending what it could not write; nobody would see it here
+    RefrescaTablas();
+    m_modelo->Relee(m_fecha);
+    if (const int fila = m_modelo->FilaDe(primera); fila >= 0)
+        m_rejilla->setCurrentIndex(m_modelo->index(fila, m_columna));
     AvisaSiFallo(QStringLiteral("No se han podido pegar todas las citas."));
-    if (m_motor.TablaActual().isEditing())
-        m_motor.CancelarAgendaN(false); // the engine leaves it pending; nobody would see it here
-    m_modelo->Relee();
-    m_rejilla->setCurrentIndex(m_modelo->Celda({primera, 0, columna}));
 }
 
 void TFAgendaConjunta::VaciaPortapapeles()
@@ -274,12 +393,17 @@ void TFAgendaConjunta::VaciaPortapapeles()
 void TFAgendaConjunta::MueveDia(bool adelante)
 {
     m_motor.PonNotarioActual(Notario());
-    const TPuestoConjunto puesto = m_modelo->Puesto(m_rejilla->currentIndex());
+    const TPuestoConjunto puesto = PuestoActual();
+    m_motor.RangoPorFecha(m_fecha); // from a line of this day, wherever others have moved the one stood on
     if (adelante ? m_motor.SiguienteDia() : m_motor.AnteriorDia()) {
-        m_fecha = m_motor.TablaActual().field(u"FECHA").asDate();
+        const QDate fecha = m_motor.TablaActual().field(u"FECHA").asDate();
+        if (fecha.isValid())
+            m_fecha = fecha;
+        m_motor.RangoPorFecha(m_fecha);
         Muestra(puesto);
         return;
     }
+    m_motor.RangoPorFecha(m_fecha);
     AvisaAlUsuario(QStringLiteral("No hay días %1 en %2")
                        .arg(adelante ? QStringLiteral("posteriores") : QStringLiteral("anteriores"),
                             DeQuien(Notario())));

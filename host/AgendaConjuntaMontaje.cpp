@@ -56,7 +56,7 @@ QAction *TFAgendaConjunta::CreaComando(const char *nombre, const QString &titulo
     return comando;
 }
 
-void TFAgendaConjunta::CreaComandos()
+void TFAgendaConjunta::CreaComandosDeHuecos()
 {
     ANuevo = CreaComando("ANuevo", QStringLiteral("&Nuevo hueco..."),
                          QStringLiteral("Añade un hueco en todas las agendas"), Qt::Key_Insert,
@@ -64,6 +64,16 @@ void TFAgendaConjunta::CreaComandos()
     ABorrar = CreaComando("ABorrar", QStringLiteral("&Borrar hueco"),
                           QStringLiteral("Borra el hueco de todas las agendas"),
                           QKeySequence(Qt::CTRL | Qt::Key_Delete), [this] { BorraHueco(); });
+    ACompletar = CreaComando("ACompletar", QStringLiteral("Completar las ho&jas"),
+                             QStringLiteral("Añade a cada notario los huecos que otros tienen y él no"),
+                             QKeySequence(Qt::CTRL | Qt::Key_M), [this] { Completa(); });
+    ASalir = new QAction(QStringLiteral("Sali&r"), this);
+    ASalir->setStatusTip(QStringLiteral("Cierra esta ventana (Esc)"));
+    connect(ASalir, &QAction::triggered, this, &QWidget::close);
+}
+
+void TFAgendaConjunta::CreaComandosDeLineas()
+{
     AModificar = new QAction(QStringLiteral("&Modificar"), this);
     AModificar->setObjectName(QStringLiteral("AModificar"));
     AModificar->setStatusTip(QStringLiteral("Escribe en la celda (Intro, F2 o la primera letra)"));
@@ -92,9 +102,10 @@ void TFAgendaConjunta::CreaComandos()
     AVaciar = CreaComando("AVaciar", QStringLiteral("&Vaciar lo copiado"),
                           QStringLiteral("Olvida las citas copiadas"),
                           QKeySequence(Qt::CTRL | Qt::Key_Backspace), [this] { VaciaPortapapeles(); });
-    ACompletar = CreaComando("ACompletar", QStringLiteral("Co&mpletar las hojas"),
-                             QStringLiteral("Añade a cada notario los huecos que otros tienen y él no"),
-                             QKeySequence(Qt::CTRL | Qt::Key_M), [this] { Completa(); });
+}
+
+void TFAgendaConjunta::CreaComandosDelDia()
+{
     ADiaAnterior = CreaComando("ADiaAnterior", QStringLiteral("Día &anterior"),
                                QStringLiteral("Muestra el día anterior de este notario"),
                                QKeySequence(Qt::CTRL | Qt::Key_PageUp), [this] { MueveDia(false); });
@@ -121,10 +132,10 @@ void TFAgendaConjunta::CreaComandos()
         CreaComando("AImprimirSemanaOficial", QStringLiteral("Imprimir una semana por o&ficial..."),
                     QStringLiteral("Imprime la semana de un oficial con el notario actual"), {},
                     [this] { Imprime(&IAgenda3P::InformeSemana_PorOficial); });
-    ASalir = new QAction(QStringLiteral("&Salir"), this);
-    ASalir->setStatusTip(QStringLiteral("Cierra esta ventana (Esc)"));
-    connect(ASalir, &QAction::triggered, this, &QWidget::close);
+}
 
+void TFAgendaConjunta::PonDibujos()
+{
     const std::pair<QAction *, dbcontrols::CommandIcon> dibujos[] = {
         {ANuevo, dbcontrols::CommandIcon::add},         {ABorrar, dbcontrols::CommandIcon::remove},
         {ALimpiar, dbcontrols::CommandIcon::clear},     {ASalida, dbcontrols::CommandIcon::outing},
@@ -211,40 +222,13 @@ void TFAgendaConjunta::CreaCentro()
     grande.setBold(true);
     LDia->setFont(grande);
 
-    auto *const aviso = new QFrame(centro);
-    aviso->setFrameShape(QFrame::StyledPanel);
-    m_aviso = aviso;
-    LAviso = new QLabel(aviso);
-    LAviso->setObjectName(QStringLiteral("LAviso"));
-    LAviso->setWordWrap(true);
-    auto *const completar = new QToolButton(aviso);
-    completar->setDefaultAction(ACompletar);
-    completar->setToolButtonStyle(Qt::ToolButtonTextOnly);
-    completar->setFocusPolicy(Qt::NoFocus);
-    auto *const fila = new QHBoxLayout(aviso);
-    fila->setContentsMargins(6, 2, 6, 2);
-    fila->addWidget(LAviso, 1);
-    fila->addWidget(completar);
-
-    m_rejilla = new TRejillaConjunta(*m_modelo, *this, centro);
-    m_rejilla->setObjectName(QStringLiteral("RejillaConjunta"));
-    m_rejilla->setAccessibleName(QStringLiteral("El día de todos los notarios"));
-    m_rejilla->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 8);
-    m_rejilla->setContextMenuPolicy(Qt::CustomContextMenu);
-    connect(m_rejilla, &QWidget::customContextMenuRequested, this,
-            [this](const QPoint &lugar) { m_menu->popup(m_rejilla->viewport()->mapToGlobal(lugar)); });
-    connect(m_rejilla->selectionModel(), &QItemSelectionModel::currentChanged, this,
-            &TFAgendaConjunta::CambiaCelda);
-    connect(m_rejilla, &TRejillaConjunta::Redimensionada, this, &TFAgendaConjunta::ReparteColumnas);
-
-    connect(&m_rejilla->Cabecera(), &QHeaderView::sectionResized, this, [this] {
-        m_anchosPropios = m_anchosPropios || (isVisible() && !m_repartiendo); // the clerk's from now on
-    });
-
+    CreaAviso(*centro);
+    CreaRejilla(*centro);
     m_detalle = new QPlainTextEdit(centro);
     m_detalle->setObjectName(QStringLiteral("Detalle"));
     m_detalle->setAccessibleName(QStringLiteral("Cita de la celda actual"));
     m_detalle->setReadOnly(true);
+    m_detalle->setContextMenuPolicy(Qt::NoContextMenu);
     m_detalle->setTabChangesFocus(true);
     m_detalle->setFixedHeight(fontMetrics().lineSpacing() * LineasDelDetalle + 14);
 
@@ -263,6 +247,42 @@ void TFAgendaConjunta::CreaCentro()
     // After the notice: the grid is entered again after every command.
     setTabOrder(m_rejilla, m_detalle);
     setTabOrder(m_detalle, MEFecha);
+}
+
+void TFAgendaConjunta::CreaAviso(QWidget &centro)
+{
+    auto *const aviso = new QFrame(&centro);
+    aviso->setFrameShape(QFrame::StyledPanel);
+    m_aviso = aviso;
+    LAviso = new QLabel(aviso);
+    LAviso->setObjectName(QStringLiteral("LAviso"));
+    LAviso->setWordWrap(true);
+    auto *const completar = new QToolButton(aviso);
+    completar->setDefaultAction(ACompletar);
+    completar->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    completar->setFocusPolicy(Qt::NoFocus);
+    auto *const fila = new QHBoxLayout(aviso);
+    fila->setContentsMargins(6, 2, 6, 2);
+    fila->addWidget(LAviso, 1);
+    fila->addWidget(completar);
+}
+
+void TFAgendaConjunta::CreaRejilla(QWidget &centro)
+{
+    m_rejilla = new TRejillaConjunta(*m_modelo, *this, &centro);
+    m_rejilla->setObjectName(QStringLiteral("RejillaConjunta"));
+    m_rejilla->setAccessibleName(QStringLiteral("El día de todos los notarios"));
+    m_rejilla->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 8);
+    m_rejilla->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(m_rejilla, &QWidget::customContextMenuRequested, this,
+            [this](const QPoint &lugar) { m_menu->popup(m_rejilla->viewport()->mapToGlobal(lugar)); });
+    connect(m_rejilla->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            &TFAgendaConjunta::CambiaCelda);
+    connect(m_rejilla, &TRejillaConjunta::Redimensionada, this, &TFAgendaConjunta::ReparteColumnas);
+
+    connect(&m_rejilla->Cabecera(), &QHeaderView::sectionResized, this, [this] {
+        m_anchosPropios = m_anchosPropios || (isVisible() && !m_repartiendo); // the clerk's from now on
+    });
 }
 
 void TFAgendaConjunta::ReparteColumnas()
@@ -287,7 +307,11 @@ void TFAgendaConjunta::Coloca()
     const int letra = fontMetrics().averageCharWidth();
     const QSize medida(letra * 60 * std::max(2, m_modelo->NumNotarios()), fontMetrics().height() * 48);
     resize(medida.boundedTo(disponible.size() * 0.94));
-    move(disponible.center() - QPoint(width() / 2, height() / 2));
+    const QPoint centro = m_propietario ? m_propietario->window()->geometry().center() : disponible.center();
+    move(qBound(disponible.left(), centro.x() - width() / 2,
+                qMax(disponible.left(), disponible.right() - width())),
+         qBound(disponible.top(), centro.y() - height() / 2,
+                qMax(disponible.top(), disponible.bottom() - height())));
     const QString fichero = Servicios().Config->GetFicheroVentanas();
     if (!dbcontrols::restorePlace(*this, fichero))
         return;

@@ -3,8 +3,6 @@
 #include "agenda/IAgenda3P.h"
 
 #include <algorithm>
-#include <map>
-#include <utility>
 
 namespace
 {
@@ -40,28 +38,42 @@ void TModeloConjunto::PonMotor(IAgenda3P &motor, const QStringList &nombres)
     endResetModel();
 }
 
-std::vector<TModeloConjunto::TFila> TModeloConjunto::LeeTablas() const
+void TModeloConjunto::LeeTabla(const dataset::DataSet &tabla, int notario, TFilas &filas) const
 {
-    std::map<std::pair<QString, int>, TFila> filas;
+    const int fecha = tabla.fieldIndex(u"FECHA");
+    const int hora = tabla.fieldIndex(u"HORA");
+    const int salida = tabla.fieldIndex(u"SALIDA");
+    std::map<QString, int> vistas;
+    for (int fila = 0; fila < tabla.rowCount(); ++fila) {
+        const QDate dia = tabla.valueAt(fila, fecha).toDate();
+        if (!dia.isValid()) // every line of a range has its date
+            throw dataset::EDatabaseError(
+                QStringLiteral("No se puede leer una línea de la agenda de %1.").arg(Nombre(notario)));
+        if (dia != m_dia)
+            continue; // another workstation has moved it meanwhile
+        const QString texto = tabla.textAt(fila, hora);
+        const int orden = vistas[texto]++;
+        TFila &una = filas[{texto, orden}];
+        una.Hora = texto;
+        una.Orden = orden;
+        TCelda &celda = una.Celdas.at(static_cast<std::size_t>(notario - 1));
+        celda.Linea = tabla.bookmarkAt(fila);
+        celda.Salida = tabla.textAt(fila, salida) == QLatin1String("S");
+        for (std::size_t campo = 0; campo < celda.Textos.size(); ++campo)
+            celda.Textos.at(campo) = tabla.textAt(fila, tabla.fieldIndex(Columnas().at(campo).Campo));
+    }
+}
+
+std::vector<TModeloConjunto::TFila> TModeloConjunto::LeeTablas()
+{
+    TFilas filas;
     for (int notario = 1; m_motor && notario <= NumNotarios(); ++notario) {
         const dataset::DataSet *const tabla = m_motor->Tabla(notario);
-        if (!tabla || !tabla->hasRange())
-            continue; // without a day there is nothing to stand side by side
-        const int hora = tabla->fieldIndex(u"HORA");
-        const int salida = tabla->fieldIndex(u"SALIDA");
-        std::map<QString, int> vistas;
-        for (int fila = 0; fila < tabla->rowCount(); ++fila) {
-            const QString texto = tabla->textAt(fila, hora);
-            const int orden = vistas[texto]++;
-            TFila &una = filas[{texto, orden}];
-            una.Hora = texto;
-            una.Orden = orden;
-            TCelda &celda = una.Celdas.at(static_cast<std::size_t>(notario - 1));
-            celda.Linea = tabla->bookmarkAt(fila);
-            celda.Salida = tabla->textAt(fila, salida) == QLatin1String("S");
-            for (std::size_t campo = 0; campo < celda.Textos.size(); ++campo)
-                celda.Textos.at(campo) = tabla->textAt(fila, tabla->fieldIndex(Columnas().at(campo).Campo));
-        }
+        // Without its day's range a table shows everything, or another day: nothing is known of this one.
+        const bool ilegible = tabla && !tabla->hasRange();
+        m_ilegibles.at(static_cast<std::size_t>(notario - 1)) = ilegible;
+        if (tabla && !ilegible)
+            LeeTabla(*tabla, notario, filas);
     }
     std::vector<TFila> lista;
     lista.reserve(filas.size());
@@ -70,13 +82,16 @@ std::vector<TModeloConjunto::TFila> TModeloConjunto::LeeTablas() const
     return lista;
 }
 
-void TModeloConjunto::Relee()
+void TModeloConjunto::Relee(QDate dia, bool conservaFilas)
 {
+    m_dia = dia;
     std::vector<TFila> nuevas = LeeTablas();
     const auto mismoHueco = [](const TFila &una, const TFila &otra) {
         return una.Hora == otra.Hora && una.Orden == otra.Orden;
     };
     if (!std::equal(m_filas.begin(), m_filas.end(), nuevas.begin(), nuevas.end(), mismoHueco)) {
+        if (conservaFilas)
+            return;
         beginResetModel();
         m_filas = std::move(nuevas);
         endResetModel();
@@ -125,8 +140,45 @@ bool TModeloConjunto::EstaOcupada(int fila, int notario) const
                                        [](const QString &texto) { return !texto.isEmpty(); });
 }
 
+bool TModeloConjunto::EsComoSeVe(int fila, int notario, dataset::DataSet &tabla) const
+{
+    const TCelda &celda = CeldaDe(fila, notario);
+    if (celda.Linea == 0 || celda.Linea != tabla.bookmark() || tabla.field(u"FECHA").asDate() != m_dia ||
+        tabla.field(u"HORA").asText() != Hora(fila) ||
+        (tabla.field(u"SALIDA").asText() == QLatin1String("S")) != celda.Salida)
+        return false;
+    for (std::size_t campo = 0; campo < celda.Textos.size(); ++campo) {
+        if (tabla.field(Columnas().at(campo).Campo).asText() != celda.Textos.at(campo))
+            return false;
+    }
+    return true;
+}
+
+bool TModeloConjunto::EsIlegible(int notario) const
+{
+    return notario >= 1 && notario <= NumNotarios() && m_ilegibles.at(static_cast<std::size_t>(notario - 1));
+}
+
+int TModeloConjunto::LineasA(const QString &hora, int notario) const
+{
+    return static_cast<int>(std::count_if(m_filas.begin(), m_filas.end(), [&](const TFila &fila) {
+        return fila.Hora == hora && fila.Celdas.at(static_cast<std::size_t>(notario - 1)).Linea != 0;
+    }));
+}
+
+int TModeloConjunto::FilaDeLinea(dataset::Bookmark linea, int notario) const
+{
+    for (int fila = 0; linea != 0 && fila < rowCount(); ++fila) {
+        if (Linea(fila, notario) == linea)
+            return fila;
+    }
+    return -1;
+}
+
 bool TModeloConjunto::LeFaltaLaHoja(int notario) const
 {
+    if (EsIlegible(notario))
+        return false;
     for (int fila = 0; fila < rowCount(); ++fila) {
         if (Linea(fila, notario) != 0)
             return false;
@@ -138,7 +190,7 @@ bool TModeloConjunto::TieneHuecos() const
 {
     for (int fila = 0; fila < rowCount(); ++fila) {
         for (int notario = 1; notario <= NumNotarios(); ++notario) {
-            if (Linea(fila, notario) == 0)
+            if (Linea(fila, notario) == 0 && !EsIlegible(notario))
                 return true;
         }
     }
@@ -196,13 +248,12 @@ QVariant TModeloConjunto::data(const QModelIndex &indice, int papel) const
     case Qt::BackgroundRole:
         return celda.Salida && m_colorSalida.isValid() ? QVariant(m_colorSalida) : QVariant();
     case Qt::AccessibleTextRole:
-        return QStringLiteral("%1, %2, %3: %4")
-            .arg(Nombre(notario), Hora(indice.row()), Columnas().at(campo).Titulo,
+        return QStringLiteral("%1, %2%3, %4: %5")
+            .arg(Nombre(notario), Hora(indice.row()), celda.Salida ? QStringLiteral(", salida") : QString(),
+                 Columnas().at(campo).Titulo,
                  celda.Linea == 0 ? QStringLiteral("sin hueco") : celda.Textos.at(campo));
     case PapelHueco:
         return celda.Linea == 0;
-    case PapelSalida:
-        return celda.Salida;
     default:
         return {};
     }

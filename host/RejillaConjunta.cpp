@@ -1,8 +1,11 @@
 #include "host/RejillaConjunta.h"
 
 #include "dbcontrols/ColorPanel.h"
+#include "dbcontrols/TextMenu.h"
 #include "host/ModeloConjunto.h"
 
+#include <QtCore/QCoreApplication>
+#include <QtGui/QInputMethodEvent>
 #include <QtGui/QKeyEvent>
 #include <QtGui/QPainter>
 #include <QtWidgets/QLineEdit>
@@ -12,6 +15,7 @@ namespace
 
 constexpr int Margen = 3;
 constexpr int GrosorDelFoco = 2;
+constexpr int GrosorDelCanto = 2;
 
 bool EmpiezaNotario(int columna)
 {
@@ -108,8 +112,10 @@ bool TRejillaConjunta::edit(const QModelIndex &celda, EditTrigger motivo, QEvent
     if (!m_edicion.EmpiezaEdicion(celda))
         return true; // told already; the key is not looked at again
     // Taking the line may have shown it afresh: the cell is looked up again where it stands now.
+    m_editada = currentIndex();
     if (QTableView::edit(currentIndex(), motivo, evento))
         return true;
+    m_editada = QModelIndex();
     m_edicion.TerminaEdicion();
     return false;
 }
@@ -127,12 +133,27 @@ void TRejillaConjunta::keyPressEvent(QKeyEvent *tecla)
         }
         break;
     case Qt::Key_Escape:
-        tecla->ignore(); // the window's
+    case Qt::Key_Delete:
+    case Qt::Key_Backspace:
+        tecla->ignore(); // the window's; they are no letters to begin a cell with
         return;
     default:
         break;
     }
     QTableView::keyPressEvent(tecla);
+}
+
+void TRejillaConjunta::inputMethodEvent(QInputMethodEvent *evento)
+{
+    // A letter made with a dead key comes finished, without ever being composed; the view would let it fall.
+    const bool acabada = !evento->commitString().isEmpty() && evento->preeditString().isEmpty();
+    if (!acabada || EstaEditando() || !currentIndex().isValid()) {
+        QTableView::inputMethodEvent(evento);
+        return;
+    }
+    edit(currentIndex(), EditKeyPressed, nullptr);
+    if (QWidget *const editor = indexWidget(currentIndex()); editor && EstaEditando())
+        QCoreApplication::sendEvent(editor, evento);
 }
 
 void TRejillaConjunta::resizeEvent(QResizeEvent *evento)
@@ -145,11 +166,14 @@ void TRejillaConjunta::closeEditor(QWidget *editor, QAbstractItemDelegate::EndEd
 {
     const auto *const delegado = qobject_cast<const TDelegadoConjunto *>(itemDelegate());
     if (luego != QAbstractItemDelegate::RevertModelCache && delegado && delegado->QuedaPendiente()) {
+        // What was typed stays where it was typed, to be tried again or given up with Esc.
+        setCurrentIndex(m_editada);
         if (editor)
-            editor->setFocus(); // what was typed stays, to be tried again or given up with Esc
+            QMetaObject::invokeMethod(editor, qOverload<>(&QWidget::setFocus), Qt::QueuedConnection);
         return;
     }
     QTableView::closeEditor(editor, QAbstractItemDelegate::NoHint);
+    m_editada = QModelIndex();
     m_edicion.TerminaEdicion();
     // Not the view's own way to the next cell, which would open it without taking its line first.
     const bool siguiente = luego == QAbstractItemDelegate::EditNextItem;
@@ -174,7 +198,7 @@ void TDelegadoConjunto::paint(QPainter *pintor, const QStyleOptionViewItem &opci
     const QPalette &colores = opcion.palette;
     const bool hueco = celda.data(TModeloConjunto::PapelHueco).toBool();
     QColor fondo = colores.color(hueco ? QPalette::Window : QPalette::Base);
-    QColor tinta = colores.color(hueco ? QPalette::Mid : QPalette::Text);
+    QColor tinta = colores.color(hueco ? QPalette::PlaceholderText : QPalette::Text);
     if (const QVariant color = celda.data(Qt::BackgroundRole); color.isValid()) {
         fondo = color.value<QColor>();
         tinta = dbcontrols::readableOn(fondo, colores.color(QPalette::Text));
@@ -195,10 +219,11 @@ void TDelegadoConjunto::paint(QPainter *pintor, const QStyleOptionViewItem &opci
         pintor->drawText(dentro, Qt::AlignVCenter | Qt::AlignLeft | Qt::TextSingleLine,
                          opcion.fontMetrics.elidedText(texto, Qt::ElideRight, dentro.width()));
     }
-    if (EmpiezaNotario(celda.column()) && celda.column() > 0) {
-        pintor->fillRect(QRect(opcion.rect.left(), opcion.rect.top(), 2, opcion.rect.height()),
-                         colores.color(QPalette::Mid));
-    }
+    const QRect canto(opcion.rect.left(), opcion.rect.top(), GrosorDelCanto, opcion.rect.height());
+    if (const QVariant color = celda.data(Qt::BackgroundRole); color.isValid())
+        pintor->fillRect(canto, color.value<QColor>()); // seen under a selection too
+    else if (EmpiezaNotario(celda.column()) && celda.column() > 0)
+        pintor->fillRect(canto, colores.color(QPalette::Mid));
     if (opcion.state & QStyle::State_HasFocus) {
         pintor->setPen(QPen(tinta, GrosorDelFoco));
         pintor->drawRect(opcion.rect.adjusted(1, 1, -1, -1));
@@ -214,6 +239,7 @@ QWidget *TDelegadoConjunto::createEditor(QWidget *padre, const QStyleOptionViewI
     editor->setAutoFillBackground(true);
     editor->setAccessibleName(celda.data(Qt::AccessibleTextRole).toString());
     m_pendiente = false;
+    dbcontrols::useTextMenu(*editor);
     m_edicion.PreparaEditor(*editor, celda);
     return editor;
 }
@@ -234,4 +260,12 @@ void TDelegadoConjunto::setModelData(QWidget *editor, QAbstractItemModel * /*mod
 {
     if (auto *const linea = qobject_cast<QLineEdit *>(editor))
         m_pendiente = !m_edicion.GuardaEdicion(*linea, celda);
+}
+
+bool TDelegadoConjunto::eventFilter(QObject *objeto, QEvent *evento)
+{
+    // The base class would write and close a cell that a list or a message box covers.
+    if (evento->type() == QEvent::FocusOut && m_edicion.HayDialogo())
+        return false;
+    return QStyledItemDelegate::eventFilter(objeto, evento);
 }

@@ -4,8 +4,6 @@
 #include <QtWidgets/QStyledItemDelegate>
 #include <QtWidgets/QTableView>
 
-#include <functional>
-
 class QLineEdit;
 class TModeloConjunto;
 
@@ -41,6 +39,8 @@ public:
     virtual bool GuardaEdicion(QLineEdit &editor, const QModelIndex &celda) = 0;
     /// The editor has closed; what is still pending is given up.
     virtual void TerminaEdicion() = 0;
+    /// A list or a message box stands over the editor: that it loses the focus means nothing.
+    [[nodiscard]] virtual bool HayDialogo() const = 0;
 };
 
 /// The grid of the day of all notaries: the hour stays in sight at the left, cells are edited in place.
@@ -50,21 +50,27 @@ class TRejillaConjunta : public QTableView
 public:
     /// @param edicion  not owned, outlives this.
     TRejillaConjunta(TModeloConjunto &modelo, IEdicionConjunta &edicion, QWidget *padre);
-    [[nodiscard]] bool EstaEditando() const { return state() == EditingState; }
+    /// Whether a cell's editor is open.
+    [[nodiscard]] bool EstaEditando() const { return state() == EditingState || m_editada.isValid(); }
+    /// The cell whose editor is open; invalid for none.
+    [[nodiscard]] QModelIndex CeldaEditada() const { return m_editada; }
     [[nodiscard]] TCabeceraConjunta &Cabecera() { return *m_cabecera; }
 
 signals:
+    /// There is more or less room for the columns.
     void Redimensionada();
 
 protected:
     bool edit(const QModelIndex &celda, EditTrigger motivo, QEvent *evento) override;
     void keyPressEvent(QKeyEvent *tecla) override;
+    void inputMethodEvent(QInputMethodEvent *evento) override;
     void resizeEvent(QResizeEvent *evento) override;
     void closeEditor(QWidget *editor, QAbstractItemDelegate::EndEditHint luego) override;
 
 private:
     IEdicionConjunta &m_edicion;
     TCabeceraConjunta *m_cabecera;
+    QPersistentModelIndex m_editada;
 };
 
 /// Paints the cells and opens their editors.
@@ -72,15 +78,20 @@ class TDelegadoConjunto : public QStyledItemDelegate
 {
     Q_OBJECT
 public:
+    /// @param edicion  not owned, outlives this.
     TDelegadoConjunto(IEdicionConjunta &edicion, QObject *padre);
     void paint(QPainter *pintor, const QStyleOptionViewItem &opcion, const QModelIndex &celda) const override;
     QWidget *createEditor(QWidget *padre, const QStyleOptionViewItem &opcion,
                           const QModelIndex &celda) const override;
     void setEditorData(QWidget *editor, const QModelIndex &celda) const override;
     void setModelData(QWidget *editor, QAbstractItemModel *modelo, const QModelIndex &celda) const override;
+    /// Whether what was typed last could not be written.
     [[nodiscard]] bool QuedaPendiente() const { return m_pendiente; }
+
+protected:
+    bool eventFilter(QObject *objeto, QEvent *evento) override;
 
 private:
     IEdicionConjunta &m_edicion;
-    mutable bool m_pendiente = false; ///< what was typed last could not be written
+    mutable bool m_pendiente = false;
 };

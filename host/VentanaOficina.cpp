@@ -44,6 +44,8 @@ QStringList TOficina::NombresDeNotarios() const
 void TOficina::MuestraAgendaConjunta(QWidget *propietario)
 {
     const auto motor = Modulo->CreaAgenda3P(propietario, {}, {});
+    if (!motor)
+        throw dataset::EDatabaseError(QStringLiteral("El módulo de la agenda no está disponible."));
     TFAgendaConjunta ventana(*motor, &Clientes,
                              {NombresDeNotarios(), [this] { return Modulo->ColorSalida(); }}, propietario);
     ventana.VeAlDia(Reloj.Hoy());

@@ -176,4 +176,16 @@ TEST_F(Motor3PTest, ALostSlotIsNamedOnce)
     EXPECT_EQ(oficina.dia(3, Manana).size(), 2);
 }
 
+// Two workstations are asked about the same day, and both say yes.
+TEST_F(Motor3PTest, ASheetThatAnotherWorkstationHasJustBuiltIsNotBuiltAgain)
+{
+    oficina.ponAjustes(9, 9, 30);
+    enTodas(Hoy, {"09:00"});
+    EXPECT_FALSE(motor().RangoPorFecha(Manana));
+    oficina.linea(2, Manana, "09:00", "Suya");
+    motor().InsertaDia(Manana, false);
+    EXPECT_EQ(oficina.dia(1, Manana), (QStringList{"09:00  N", "09:30  N"}));
+    EXPECT_EQ(oficina.dia(2, Manana), (QStringList{"09:00 Suya N"}));
+}
+
 } // namespace

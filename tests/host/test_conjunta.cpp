@@ -13,6 +13,7 @@
 #include <QtGui/QAction>
 #include <QtTest/QTest>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QDialog>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 
@@ -37,7 +38,9 @@ public:
     bool Elige(const QString &, const QString &inicial) override
     {
         Inicial = inicial;
-        return true;
+        QDialog lista(QApplication::activeWindow()); // which takes the focus, as the real one does
+        QTimer::singleShot(0, &lista, &QDialog::accept);
+        return lista.exec() == QDialog::Accepted;
     }
     [[nodiscard]] qint64 Codigo() const override { return 42; }
     [[nodiscard]] QString Nombre() const override { return "Muñoz, Íñigo"; }
@@ -139,7 +142,13 @@ TEST_F(ConjuntaTest, WhatIsTypedInACellIsWrittenInThatNotarysLine)
     EXPECT_EQ(oficina.dia(2, Dia), (QStringList{"09:00  N", "10:00 Poder N"}));
     EXPECT_EQ(rejilla().currentIndex().column(), CitaSegundo + 1);
     ASSERT_TRUE(rejilla().EstaEditando());
+    teclea("Mu");
     tecla(Qt::Key_F4); // the list of clients
+    EXPECT_EQ(clientes.Inicial, "Mu");
+    ventana->activateWindow(); // a desktop does so by itself
+    ASSERT_TRUE(QTest::qWaitForWindowActive(ventana.get()));
+    ASSERT_TRUE(rejilla().EstaEditando()) << "the list has closed the cell";
+    tecla(Qt::Key_Insert); // a key of the text, not the command that makes slots
     tecla(Qt::Key_Tab);
     teclea("  LUIS");
     tecla(Qt::Key_Return);
@@ -254,8 +263,11 @@ TEST_F(ConjuntaTest, MarksAndClearingTouchOneNotary)
     EXPECT_EQ(oficina.dia(2, Dia).first(), "09:00 [SALIDA]Acta S");
     EXPECT_TRUE(rejilla().model()->index(0, CitaSegundo).data(Qt::BackgroundRole).isValid());
     EXPECT_FALSE(rejilla().model()->index(0, 0).data(Qt::BackgroundRole).isValid());
+    const QString todoElDia = "¿Desea poner o quitar la ausencia en todo el día (S/N)?";
+    oficina.Mensaje.espera({todoElDia, Conjunta, 1, "la agenda de Benito Ruiz"});
     tecla(Qt::Key_U, Qt::ControlModifier);
     EXPECT_EQ(oficina.dia(2, Dia), (QStringList{"09:00 [AUSENTE]Acta S", "10:00 [AUSENTE] S"}));
+    oficina.Mensaje.espera({todoElDia, Conjunta, 1, "la agenda de Benito Ruiz"});
     tecla(Qt::Key_U, Qt::ControlModifier);
     EXPECT_EQ(oficina.dia(2, Dia), (QStringList{"09:00 Acta N", "10:00  N"}));
     oficina.Mensaje.espera({"¿Desea limpiar la cita de las 09:00 de la base de datos?", " ATENCIÓN", 1});
@@ -296,6 +308,83 @@ TEST_F(ConjuntaTest, CopiedLinesGoToAnotherNotaryAndHourAndOverwriteOnlyWhenAllo
     tecla(Qt::Key_Backspace, Qt::ControlModifier);
     EXPECT_FALSE(motor->HayDatosEnPortapapeles());
     EXPECT_EQ(oficina.dia(1, Dia).size(), 4);
+}
+
+// What others have booked since the last refresh is seen before anything is deleted, cleared or written over.
+TEST_F(ConjuntaTest, NothingThatOthersHaveBookedMeanwhileIsLostUnseen)
+{
+    abre();
+    const auto apunta = [this](int notario, const char *campo, const QString &texto) {
+        const auto otro = oficina.agenda(notario);
+        otro->first();
+        otro->edit();
+        otro->field(QString::fromLatin1(campo)).setText(texto);
+        otro->post();
+    };
+    apunta(2, "CONCEPTO", "Suya");
+    oficina.Mensaje.espera({"¿Desea borrar también esas citas (S/N)?", Conjunta, 0,
+                            "A las 09:00 tienen cita además: Benito Ruiz."});
+    tecla(Qt::Key_Delete, Qt::ControlModifier);
+    EXPECT_EQ(oficina.dia(1, Dia).size(), 2);
+    const auto libre = oficina.agenda(2);
+    libre->first();
+    libre->edit(); // the refused deletion holds nobody's line
+    libre->cancel();
+    // A party entered elsewhere is no free line, though its subject still looks so.
+    apunta(1, "INTERESADO", "Otro");
+    oficina.Mensaje.espera({dbcontrols::changedElsewhere(), Atencion});
+    teclea("M");
+    EXPECT_FALSE(rejilla().EstaEditando());
+    EXPECT_EQ(celda(0, 1), "Otro");
+    tecla(Qt::Key_C, Qt::ControlModifier);
+    apunta(3, "CONCEPTO", "Tercera");
+    ve(0, 2 * CitaSegundo);
+    oficina.Mensaje.espera({"¿Desea escribir encima (S/N)?", Conjunta, 0,
+                            "En la agenda de Carmen Güell ya hay citas a las 09:00, que se perderán."});
+    tecla(Qt::Key_V, Qt::ControlModifier);
+    EXPECT_EQ(oficina.dia(3, Dia).first(), "09:00 Tercera N");
+}
+
+TEST_F(ConjuntaTest, APasteIntoAHoleAddsTheSlotToThatNotaryAlone)
+{
+    abre();
+    teclea("Poder");
+    tecla(Qt::Key_Return);
+    tecla(Qt::Key_C, Qt::ControlModifier);
+    oficina.linea(1, OtroDia, "09:00", "Suya");
+    ventana->VeAlDia(OtroDia);
+    ve(0, CitaSegundo);
+    tecla(Qt::Key_V, Qt::ControlModifier);
+    EXPECT_EQ(oficina.dia(1, OtroDia), (QStringList{"09:00 Suya N"}));
+    EXPECT_EQ(oficina.dia(2, OtroDia), (QStringList{"09:00 Poder N"}));
+    EXPECT_TRUE(oficina.dia(3, OtroDia).isEmpty());
+}
+
+TEST_F(ConjuntaTest, TheDateFieldFollowsCommandsAndIsFollowedByThem)
+{
+    for (int notario = 1; notario <= 3; ++notario)
+        oficina.linea(notario, OtroDia, "09:00");
+    abre();
+    auto *const fecha = ventana->findChild<QLineEdit *>("MEFecha");
+    fecha->setFocus();
+    tecla(Qt::Key_PageDown, Qt::ControlModifier);
+    EXPECT_EQ(ventana->Fecha(), OtroDia);
+    EXPECT_EQ(fecha->text(), "18/11/2026");
+    fecha->setFocus();
+    tecla(Qt::Key_Home);
+    teclea("16");
+    ventana->findChild<QAction *>("ASalida")->trigger();
+    EXPECT_EQ(ventana->Fecha(), Dia);
+    EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 [SALIDA] S");
+    EXPECT_EQ(oficina.dia(1, OtroDia), (QStringList{"09:00  N"}));
+    fecha->setFocus();
+    tecla(Qt::Key_Home);
+    teclea("31");
+    oficina.Mensaje.espera({"«31/11/2026» no es una fecha.", Atencion});
+    ventana->findChild<QAction *>("AHoy")->trigger();
+    EXPECT_EQ(fecha->text(), "31/11/2026");
+    EXPECT_EQ(QApplication::focusWidget(), fecha);
+    fecha->clear();
 }
 
 TEST_F(ConjuntaTest, ADayThatSomeNotariesLackIsCompletedWithoutDoubling)

@@ -8,6 +8,7 @@ paquetes_de() {
         construir) echo "g++ cmake ninja-build ccache qt6-base-dev libgtest-dev libgmock-dev libbenchmark-dev" ;;
         ejecutar)  echo "qt6-translations-l10n fonts-liberation" ;;
         pruebas)   echo "qt6-translations-l10n fonts-liberation poppler-utils" ;;
+        empaquetar) echo "dpkg-dev file" ;;
         medir)     echo "fonts-liberation" ;;
         formato)   echo "clang-format" ;;
         tidy)      echo "clang-tidy" ;;
