@@ -87,7 +87,8 @@ private:
     std::array<int, DiasDeLaSemana> m_lineas{};
 };
 
-/// Does one thing after the other, whatever fails. The first failure is the one to be told, the others are logged.
+/// Does one thing after the other, whatever fails. The first failure is the one to be told, the others are
+/// logged.
 class TIntentos
 {
 public:
