@@ -1,6 +1,7 @@
 #pragma once
 
-// The only place of the project with calls to the operating system's files and locks.
+// The only way of the project to the operating system's files and locks; the calls themselves are in
+// FilePosix.cpp, MappingPosix.cpp and FileWindows.cpp.
 
 #include "dbase/Export.h"
 #include "dbase/Status.h"

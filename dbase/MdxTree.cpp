@@ -1,3 +1,5 @@
+// Changing a tree, and building one.
+
 #include "dbase/MdxTree.h"
 
 #include "dbase/MdxOffsets.h"
@@ -8,241 +10,9 @@
 namespace dbase
 {
 
-namespace
-{
-
-constexpr std::size_t itemsOffset = mdxBlock::items;
-constexpr std::size_t childSize = mdxBlock::childSize;
-
-/// Other programs may leave an empty leaf behind; a file made to have millions of them is refused.
-constexpr int mostEmptyLeaves = 64;
-
-/// Leaves of a rebuilt tree keep a little room, so that the first insertion does not split them at once.
-constexpr int spareItemsInLeaf = 2;
-
-} // namespace
-
-void MdxCursor::fail(PageNumber page)
-{
-    m_damagedPage = page == 0 ? ~PageNumber{0} : page;
-    m_valid = false;
-    m_depth = 0;
-}
-
-Status MdxCursor::status() const
-{
-    if (m_damagedPage == 0)
-        return {};
-    return {ErrorKind::damaged,
-            "el índice tiene un bloque imposible",
-            {},
-            static_cast<std::uint64_t>(m_damagedPage) * mdxPageSize};
-}
-
-const std::uint8_t *MdxCursor::item(const Step &step, int index) const
-{
-    return step.block + itemsOffset +
-           static_cast<std::size_t>(index) * static_cast<std::size_t>(m_tag.itemLength);
-}
-
-PageNumber MdxCursor::childOf(const Step &step) const
-{
-    return get32(item(step, step.position));
-}
-
-bool MdxCursor::atLeaf() const
-{
-    const std::uint8_t *const behind = item(top(), top().count);
-    return behind + childSize > top().block + mdxBlockSize || get32(behind) == 0; // no room for a child
-}
-
-bool MdxCursor::enter(PageNumber page)
-{
-    const std::uint8_t *block = m_depth < maxDepth ? m_source.block(page) : nullptr;
-    const std::uint32_t count = block ? get32(block) : 0;
-    if (!block || count > static_cast<std::uint32_t>(m_tag.maxItems)) {
-        fail(page);
-        return false;
-    }
-    m_steps[static_cast<std::size_t>(m_depth++)] = {page, block, 0, static_cast<int>(count)};
-    return true;
-}
-
-bool MdxCursor::descendToEdge(bool left)
-{
-    while (!atLeaf()) {
-        top().position = left ? 0 : top().count;
-        if (!enter(childOf(top())))
-            return false;
-    }
-    top().position = left ? 0 : top().count - 1;
-    return true;
-}
-
-void MdxCursor::descend(std::span<const std::uint8_t> prefix, bool after)
-{
-    m_depth = 0;
-    m_valid = false;
-    m_damagedPage = 0;
-    if (!enter(m_tag.rootPage))
-        return;
-    for (;;) {
-        Step &step = top();
-        int low = 0;
-        int high = step.count;
-        while (low < high) {
-            const int middle = (low + high) / 2;
-            const int order = m_tag.compare(item(step, middle) + childSize, prefix.data(), prefix.size());
-            if (order < 0 || (after && order == 0))
-                low = middle + 1;
-            else
-                high = middle;
-        }
-        step.position = low;
-        if (atLeaf())
-            break;
-        if (!enter(childOf(step)))
-            return;
-    }
-    m_valid = top().position < top().count;
-}
-
-bool MdxCursor::followsSmaller(std::span<const std::uint8_t> key, RecordNumber record) const
-{
-    if (damaged() || m_depth == 0 || top().position == 0)
-        return false;
-    const std::uint8_t *const before = item(top(), top().position - 1);
-    return get32(before) < record ||
-           compareMdxKeys(m_tag.keyType, before + childSize, key.data(), key.size()) != 0;
-}
-
-void MdxCursor::seek(std::span<const std::uint8_t> prefix, bool after)
-{
-    descend(prefix, after);
-    // A bound in an inner block may be larger than the last key really there: the entry is then in the next
-    // leaf.
-    if (m_depth > 0 && !m_valid)
-        next();
-}
-
-void MdxCursor::first()
-{
-    m_depth = 0;
-    m_damagedPage = 0;
-    m_valid = enter(m_tag.rootPage) && descendToEdge(true) && top().count > 0;
-    if (!m_valid && m_depth > 1)
-        next();
-}
-
-void MdxCursor::last()
-{
-    m_depth = 0;
-    m_damagedPage = 0;
-    m_valid = enter(m_tag.rootPage) && descendToEdge(false) && top().count > 0;
-    if (!m_valid && m_depth > 1)
-        prior();
-}
-
-void MdxCursor::next()
-{
-    if (m_depth == 0)
-        return;
-    m_valid = false;
-    if (++top().position < top().count) {
-        m_valid = true;
-        return;
-    }
-    int empty = 0;
-    while (m_depth > 1) {
-        --m_depth;
-        if (top().position >= top().count)
-            continue;
-        ++top().position;
-        if (!enter(childOf(top())) || !descendToEdge(true))
-            return;
-        if (top().count == 0 && ++empty > mostEmptyLeaves) {
-            fail(top().page);
-            return;
-        }
-        if (top().count > 0) {
-            m_valid = true;
-            return;
-        }
-    }
-}
-
-void MdxCursor::prior()
-{
-    if (m_depth == 0)
-        return;
-    m_valid = false;
-    if (--top().position >= 0) {
-        m_valid = true;
-        return;
-    }
-    int empty = 0;
-    while (m_depth > 1) {
-        --m_depth;
-        if (top().position <= 0)
-            continue;
-        --top().position;
-        if (!enter(childOf(top())) || !descendToEdge(false))
-            return;
-        if (top().count == 0 && ++empty > mostEmptyLeaves) {
-            fail(top().page);
-            return;
-        }
-        if (top().count > 0) {
-            m_valid = true;
-            return;
-        }
-    }
-}
-
-MdxCursor::Path MdxCursor::path() const
-{
-    Path out;
-    out.depth = m_depth;
-    for (int level = 0; level < m_depth; ++level)
-        out.positions[static_cast<std::size_t>(level)] = step(level).position;
-    return out;
-}
-
-bool MdxCursor::follow(const Path &path)
-{
-    m_depth = 0;
-    m_valid = false;
-    m_damagedPage = 0;
-    if (path.depth == 0 || !enter(m_tag.rootPage))
-        return false;
-    for (int level = 0;; ++level) {
-        Step &here = top();
-        here.position = path.positions[static_cast<std::size_t>(level)];
-        const bool last = level == path.depth - 1;
-        if (here.position > here.count || atLeaf() != last)
-            return false;
-        if (last)
-            return m_valid = here.position < here.count;
-        if (!enter(childOf(here)))
-            return false;
-    }
-}
-
-const std::uint8_t *MdxCursor::key() const
-{
-    return item(top(), top().position) + childSize;
-}
-
-RecordNumber MdxCursor::record() const
-{
-    return get32(item(top(), top().position));
-}
-
-// ---------------------------------------------------------------------------------------------------------------------
-
 std::size_t MdxTree::itemAt(int index) const
 {
-    return itemsOffset + static_cast<std::size_t>(index) * static_cast<std::size_t>(m_tag.itemLength);
+    return mdxBlock::items + static_cast<std::size_t>(index) * static_cast<std::size_t>(m_tag.itemLength);
 }
 
 Status MdxTree::outside(PageNumber page) const
@@ -301,11 +71,11 @@ Status MdxTree::insertItem(const MdxCursor &path, int level, const std::uint8_t 
     if (!block)
         return outside(step.page);
     const std::size_t at = itemAt(step.position);
-    const std::size_t end = itemAt(step.count) + childSize;
+    const std::size_t end = itemAt(step.count) + mdxBlock::childSize;
     std::memmove(block + at + static_cast<std::size_t>(m_tag.itemLength), block + at, end - at);
     std::memset(block + at, 0, static_cast<std::size_t>(m_tag.itemLength));
     put32(block + at, number);
-    std::memcpy(block + at + childSize, key, static_cast<std::size_t>(m_tag.keyLength));
+    std::memcpy(block + at + mdxBlock::childSize, key, static_cast<std::size_t>(m_tag.keyLength));
     put32(block, static_cast<std::uint32_t>(step.count + 1));
     return {};
 }
@@ -324,13 +94,15 @@ Status MdxTree::split(const MdxCursor &path, int level, const std::uint8_t *key,
         return outside(step.page);
 
     // All items with the new one in its place, and behind them the last child.
-    std::vector<std::uint8_t> items(static_cast<std::size_t>(step.count + 1) * itemLength + childSize, 0);
+    std::vector<std::uint8_t> items(
+        static_cast<std::size_t>(step.count + 1) * itemLength + mdxBlock::childSize, 0);
     const std::size_t at = static_cast<std::size_t>(step.position) * itemLength;
-    std::memcpy(items.data(), leftBlock + itemsOffset, at);
+    std::memcpy(items.data(), leftBlock + mdxBlock::items, at);
     put32(items.data() + at, number);
-    std::memcpy(items.data() + at + childSize, key, static_cast<std::size_t>(m_tag.keyLength));
-    const std::size_t rest = static_cast<std::size_t>(step.count) * itemLength + (leaf ? 0 : childSize) - at;
-    std::memcpy(items.data() + at + itemLength, leftBlock + itemsOffset + at, rest);
+    std::memcpy(items.data() + at + mdxBlock::childSize, key, static_cast<std::size_t>(m_tag.keyLength));
+    const std::size_t rest =
+        static_cast<std::size_t>(step.count) * itemLength + (leaf ? 0 : mdxBlock::childSize) - at;
+    std::memcpy(items.data() + at + itemLength, leftBlock + mdxBlock::items + at, rest);
 
     bool atRightEdge = step.position == step.count;
     for (int above = level - 1; above >= 0; --above)
@@ -345,18 +117,19 @@ Status MdxTree::split(const MdxCursor &path, int level, const std::uint8_t *key,
     std::uint8_t *rightBlock = rightPage ? m_store.change(rightPage) : nullptr;
     if (!rightBlock)
         return {ErrorKind::full, "el índice no puede crecer más"};
-    std::memcpy(rightBlock + itemsOffset, items.data() + static_cast<std::size_t>(rightFrom) * itemLength,
-                static_cast<std::size_t>(total - rightFrom) * itemLength + (leaf ? 0 : childSize));
+    std::memcpy(rightBlock + mdxBlock::items, items.data() + static_cast<std::size_t>(rightFrom) * itemLength,
+                static_cast<std::size_t>(total - rightFrom) * itemLength + (leaf ? 0 : mdxBlock::childSize));
     put32(rightBlock, static_cast<std::uint32_t>(total - rightFrom));
 
     std::array<std::uint8_t, 100> bound{};
     const int boundItem = leaf ? left - 1 : left;
-    std::memcpy(bound.data(), items.data() + static_cast<std::size_t>(boundItem) * itemLength + childSize,
+    std::memcpy(bound.data(),
+                items.data() + static_cast<std::size_t>(boundItem) * itemLength + mdxBlock::childSize,
                 static_cast<std::size_t>(m_tag.keyLength));
 
     std::memset(leftBlock, 0, mdxBlockSize);
-    std::memcpy(leftBlock + itemsOffset, items.data(),
-                static_cast<std::size_t>(left) * itemLength + (leaf ? 0 : childSize));
+    std::memcpy(leftBlock + mdxBlock::items, items.data(),
+                static_cast<std::size_t>(left) * itemLength + (leaf ? 0 : mdxBlock::childSize));
     put32(leftBlock, static_cast<std::uint32_t>(left));
 
     if (level == 0)
@@ -377,7 +150,7 @@ Status MdxTree::newRoot(PageNumber left, PageNumber right, const std::uint8_t *b
         return {ErrorKind::full, "el índice no puede crecer más"};
     put32(block, 1);
     put32(block + itemAt(0), left);
-    std::memcpy(block + itemAt(0) + childSize, bound, static_cast<std::size_t>(m_tag.keyLength));
+    std::memcpy(block + itemAt(0) + mdxBlock::childSize, bound, static_cast<std::size_t>(m_tag.keyLength));
     put32(block + itemAt(1), right);
     m_tag.rootPage = page;
     return {};
@@ -398,7 +171,7 @@ Status MdxTree::removeAt(const MdxCursor &path)
     put32(block, static_cast<std::uint32_t>(step.count - 1));
     if (step.count > 1) {
         if (step.position == step.count - 1)
-            return setBound(path, level, block + itemAt(step.count - 2) + childSize);
+            return setBound(path, level, block + itemAt(step.count - 2) + mdxBlock::childSize);
         return {};
     }
     if (level == 0)
@@ -426,7 +199,7 @@ Status MdxTree::removeChild(const MdxCursor &path, int level)
     put32(block, static_cast<std::uint32_t>(step.count - 1));
     if (step.position < step.count) {
         const std::size_t at = itemAt(step.position);
-        const std::size_t end = itemAt(step.count) + childSize;
+        const std::size_t end = itemAt(step.count) + mdxBlock::childSize;
         std::memmove(block + at, block + at + itemLength, end - at - itemLength);
         std::memset(block + end - itemLength, 0, itemLength);
         return {};
@@ -434,8 +207,9 @@ Status MdxTree::removeChild(const MdxCursor &path, int level)
     // The item in front becomes the last child, and its key the bound of this block further up.
     std::array<std::uint8_t, 100> bound{};
     const std::size_t lastItem = itemAt(step.count - 1);
-    std::memcpy(bound.data(), block + lastItem + childSize, static_cast<std::size_t>(m_tag.keyLength));
-    std::memset(block + lastItem + childSize, 0, itemLength);
+    std::memcpy(bound.data(), block + lastItem + mdxBlock::childSize,
+                static_cast<std::size_t>(m_tag.keyLength));
+    std::memset(block + lastItem + mdxBlock::childSize, 0, itemLength);
     return setBound(path, level, bound.data());
 }
 
@@ -451,7 +225,7 @@ Status MdxTree::setBound(const MdxCursor &path, int level, const std::uint8_t *k
         std::uint8_t *block = m_store.change(step.page);
         if (!block)
             return outside(step.page);
-        std::memcpy(block + itemAt(step.position) + childSize, copy.data(),
+        std::memcpy(block + itemAt(step.position) + mdxBlock::childSize, copy.data(),
                     static_cast<std::size_t>(m_tag.keyLength));
         break;
     }
@@ -462,6 +236,9 @@ Status MdxTree::setBound(const MdxCursor &path, int level, const std::uint8_t *k
 
 namespace
 {
+
+/// Leaves of a rebuilt tree keep a little room, so that the first insertion does not split them at once.
+constexpr int spareItemsInLeaf = 2;
 
 /// A finished block on its way into the level above.
 struct BuiltBlock {
@@ -488,7 +265,7 @@ PageNumber buildMdxTree(const MdxTag &tag, std::span<const std::uint8_t> keys,
     const auto perLeaf = static_cast<std::size_t>(std::max(1, tag.maxItems - spareItemsInLeaf));
     const auto childrenPerInner = std::size_t(tag.maxItems) - mdxInnerReserve + 1;
     const auto putKey = [&](std::uint8_t *item, RecordNumber record) {
-        std::memcpy(item + childSize, keys.data() + (record - 1) * keyLength, keyLength);
+        std::memcpy(item + mdxBlock::childSize, keys.data() + (record - 1) * keyLength, keyLength);
     };
 
     std::vector<BuiltBlock> level;
@@ -498,7 +275,7 @@ PageNumber buildMdxTree(const MdxTag &tag, std::span<const std::uint8_t> keys,
         std::uint8_t *block = blocks.data() + blocks.size() - mdxBlockSize;
         put32(block, static_cast<std::uint32_t>(count));
         for (std::size_t i = 0; i < count; ++i) {
-            std::uint8_t *item = block + itemsOffset + i * itemLength;
+            std::uint8_t *item = block + mdxBlock::items + i * itemLength;
             put32(item, order[from + i]);
             putKey(item, order[from + i]);
         }
@@ -512,7 +289,7 @@ PageNumber buildMdxTree(const MdxTag &tag, std::span<const std::uint8_t> keys,
             std::uint8_t *block = blocks.data() + blocks.size() - mdxBlockSize;
             put32(block, static_cast<std::uint32_t>(children - 1));
             for (std::size_t i = 0; i < children; ++i) {
-                std::uint8_t *item = block + itemsOffset + i * itemLength;
+                std::uint8_t *item = block + mdxBlock::items + i * itemLength;
                 put32(item, level[from + i].page);
                 if (i + 1 < children)
                     putKey(item, level[from + i].lastRecord);

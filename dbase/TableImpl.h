@@ -199,6 +199,7 @@ private:
     Status writeRecords(const Commit &commit);
     Status writeDateAndCount(RecordNumber count);
     Status writeState();
+    // TableReplay.cpp
     Status finishDeadCommit();
     Status replay(std::span<const Commit> commits);
     Status settleCount(bool withLength);
@@ -210,7 +211,7 @@ private:
     Status poison(const Status &cause);
     void noteCommit(const Commit &commit);
 
-    // TableIndex.cpp
+    // TableRead.cpp, TableIndex.cpp
     Status scan(RecordNumber from,
                 const std::function<void(RecordNumber, std::span<const std::uint8_t>)> &visit,
                 RecordNumber upTo = 0) const;

@@ -19,6 +19,8 @@ set(carpetas dbase dataset dbcontrols report agenda agendan agenda3p agenda1 mod
 # Files that run without a display: Qt Core alone, and no window of ours.
 set(sin_pantalla "^(dbase|dataset|agenda)/|^agendan/(ClaseAgendaN|VistasAgendaN|InformesAgenda)|^agenda3p/|^agenda1/ClasAge")
 set(sin_qt "^dbase/")
+# Where calls to the operating system may stand; everybody else goes through dbase/File.h.
+set(con_sistema "^dbase/(File|Mapping)(Posix|Windows)\\.cpp$|^tools/agendatool/main\\.cpp$")
 
 set(fallos 0)
 set(leidos 0)
@@ -36,6 +38,10 @@ foreach(carpeta IN LISTS carpetas)
                 endif()
             elseif(linea MATCHES "\"" AND NOT linea MATCHES "\\.moc\"")
                 message(SEND_ERROR "${fuente}: an include names its folder: ${linea}")
+                math(EXPR fallos "${fallos} + 1")
+            endif()
+            if(NOT fuente MATCHES "${con_sistema}" AND linea MATCHES "<(windows|io|unistd|fcntl|signal|csignal|sys/[a-z]+)(\\.h)?>")
+                message(SEND_ERROR "${fuente}: calls to the operating system stand in dbase/FilePosix.cpp and FileWindows.cpp: ${linea}")
                 math(EXPR fallos "${fallos} + 1")
             endif()
             if(fuente MATCHES "${sin_qt}" AND linea MATCHES "<Q")

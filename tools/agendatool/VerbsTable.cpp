@@ -137,7 +137,9 @@ Result<OpenTable> openWithTag(const Context &context, const std::filesystem::pat
     const Table &table = *opened.value();
     const bool agenda =
         hasField(table, "FECHA", FieldType::date) && hasField(table, "HORA", FieldType::character);
-    if (!agenda || table.isReadOnly() || table.index(agendaTag().name))
+    // An index that tells no order any more makes the table read-only, unless somebody names the order.
+    const bool lostOrders = table.isReadOnly() && table.tags().empty();
+    if (!agenda || (table.isReadOnly() && !lostOrders) || table.index(agendaTag().name))
         return opened;
     opened.value().reset();
     return openFile(context, file, {agendaTag()});

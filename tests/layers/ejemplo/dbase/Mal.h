@@ -1,4 +1,5 @@
 #pragma once
 
-// An include that runs upwards, for the test that must find it.
+// An include that runs upwards and one of the system, for the tests that must find them.
 #include "dataset/DataSet.h"
+#include <fcntl.h>

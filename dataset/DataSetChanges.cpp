@@ -1,0 +1,294 @@
+// Changing a data set, and choosing what of it is seen.
+
+#include "dataset/DataSetPrivate.h"
+
+namespace dataset
+{
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Changes
+
+void DataSet::insert()
+{
+    const Operation operation(*d);
+    d->finishEditing();
+    if (isReadOnly())
+        throw EDatabaseError(QStringLiteral("La tabla está abierta solo para lectura"),
+                             dbase::ErrorKind::readOnly);
+    d->beforeInsert = d->number;
+    d->number = 0;
+    d->pending = d->store->blank();
+    d->modified = false;
+    d->state = State::insert;
+    d->allFieldsNoted = true;
+}
+
+void DataSet::append()
+{
+    insert();
+}
+
+void DataSet::edit()
+{
+    d->requireOpen();
+    if (isEditing())
+        return;
+    if (d->number == 0)
+        throw EDatabaseError(QStringLiteral("No hay ninguna línea que modificar"),
+                             dbase::ErrorKind::notFound);
+    const Operation operation(*d);
+    d->store->lock(d->number);
+    try {
+        const Bookmark wanted = d->number;
+        if (d->store->refresh())
+            d->takeInForeignChanges();
+        if (d->number != wanted)
+            throw EDatabaseError(QStringLiteral("Otro puesto ha borrado la línea mientras tanto"),
+                                 dbase::ErrorKind::conflict);
+    } catch (...) {
+        d->store->unlock();
+        throw;
+    }
+    d->pending = d->record;
+    d->modified = false;
+    d->state = State::edit;
+}
+
+void DataSet::post()
+{
+    d->requireOpen();
+    if (!isEditing())
+        return;
+    const Operation operation(*d);
+    Bookmark written = d->number;
+    if (d->state == State::insert)
+        written = d->store->append(d->pending);
+    else if (d->modified)
+        d->store->update(d->number, d->record, d->pending);
+    d->shownRecords.forget(written);
+    d->recordsNoted.insert(written);
+    d->dropPending();
+    d->forgetRows();
+    d->bof = d->eof = false;
+    if (!d->goTo(written))
+        d->goToNeighbour();
+}
+
+void DataSet::cancel()
+{
+    d->requireOpen();
+    if (!isEditing())
+        return;
+    const Operation operation(*d);
+    const bool inserting = d->state == State::insert;
+    d->recordsNoted.insert(d->number);
+    d->dropPending();
+    d->allFieldsNoted = true;
+    if (!inserting || d->goTo(d->beforeInsert))
+        return;
+    // Without a line before the insert there may be one now, and the one before may have gone.
+    if (d->beforeInsert != 0)
+        d->goToNeighbour();
+    else
+        d->moveToEnd(false);
+}
+
+void DataSet::remove()
+{
+    d->requireOpen();
+    const Operation operation(*d);
+    if (isEditing()) {
+        const bool inserting = d->state == State::insert;
+        cancel();
+        if (inserting)
+            return;
+    }
+    if (d->number == 0)
+        throw EDatabaseError(QStringLiteral("No hay ninguna línea que borrar"), dbase::ErrorKind::notFound);
+    if (d->ranged)
+        d->rowSet(); // the neighbours, while the line is still among them
+    const Bookmark gone = d->number;
+    d->store->erase(gone);
+    d->shownRecords.forget(gone);
+    d->goToNeighbour();
+    d->forgetRow(gone);
+}
+
+void DataSet::beginGroup()
+{
+    d->finishEditing();
+    if (d->grouped)
+        throw EDatabaseError(QStringLiteral("Ya hay un grupo de cambios empezado"));
+    d->store->beginGroup();
+    d->grouped = true;
+}
+
+void DataSet::commitGroup()
+{
+    if (!d->grouped)
+        return;
+    const Operation operation(*d);
+    d->finishEditing();
+    d->grouped = false;
+    try {
+        d->store->commitGroup();
+    } catch (...) {
+        d->afterGroup();
+        throw;
+    }
+    d->afterGroup();
+}
+
+void DataSet::dropGroup()
+{
+    if (!d->grouped)
+        return;
+    const Operation operation(*d);
+    if (isEditing())
+        d->dropPending();
+    d->grouped = false;
+    d->store->dropGroup();
+    try {
+        d->afterGroup();
+    } catch (const EDatabaseError &error) {
+        qWarning("After a dropped group: %s", error.what());
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Order, search, range
+
+void DataSet::setIndexFieldNames(const QString &names)
+{
+    if (!isActive()) {
+        d->order = names;
+        return;
+    }
+    const Operation operation(*d);
+    d->finishEditing();
+    const bool other = d->store->setOrder(names);
+    d->order = names;
+    if (!other)
+        return;
+    d->ranged = false;
+    d->low.clear();
+    d->high.clear();
+    d->resetNoted = true;
+    d->forgetRows();
+    if (!d->goTo(d->number))
+        d->moveToEnd(false);
+}
+
+QString DataSet::indexFieldNames() const
+{
+    return d->order;
+}
+
+bool DataSet::locate(const Key &key, SearchMode mode)
+{
+    const Operation operation(*d);
+    d->finishEditing();
+    if (d->store->refresh())
+        d->takeInForeignChanges();
+    const KeyBounds bounds = d->store->boundsOf(key);
+    if (const auto found = d->search(bounds)) {
+        d->goToPlace(found);
+        d->bof = d->eof = false;
+        return true;
+    }
+    if (mode == SearchMode::exact)
+        return false;
+    const auto nearest = d->store->atOrAfter(bounds.prefix);
+    d->goToPlace(nearest ? nearest : d->store->last());
+    if (d->number != 0) {
+        d->bof = false;
+        d->eof = !nearest;
+    }
+    return false;
+}
+
+bool DataSet::setRange(const Key &low, const Key &high)
+{
+    const Operation operation(*d);
+    d->finishEditing();
+    if (d->store->refresh())
+        d->takeInForeignChanges();
+    const KeyBounds lower = d->store->boundsOf(low);
+    const KeyBounds upper = d->store->boundsOf(high);
+    if (!lower.theRest.isEmpty() || !upper.theRest.isEmpty())
+        throw EDatabaseError(QStringLiteral("El orden de la tabla no permite limitarla por esos campos"));
+    d->ranged = true;
+    d->low = lower.prefix;
+    d->high = upper.prefix;
+    d->resetNoted = true;
+    d->forgetRows();
+    d->moveToEnd(false);
+    return d->number != 0;
+}
+
+void DataSet::cancelRange()
+{
+    const Operation operation(*d);
+    d->finishEditing();
+    if (!d->ranged)
+        return;
+    const std::string lower = std::exchange(d->low, {});
+    d->ranged = false;
+    d->high.clear();
+    d->resetNoted = true;
+    d->forgetRows();
+    d->bof = d->eof = false;
+    if (d->number != 0)
+        return;
+    const auto nearest = d->store->atOrAfter(lower);
+    d->goToPlace(nearest ? nearest : d->store->last());
+    if (d->number != 0)
+        d->eof = !nearest;
+}
+
+bool DataSet::hasRange() const
+{
+    return d->ranged;
+}
+
+void DataSet::refresh()
+{
+    d->requireOpen();
+    if (isEditing() || !d->store->refresh())
+        return;
+    const Operation operation(*d);
+    d->takeInForeignChanges();
+}
+
+void DataSet::disableControls()
+{
+    d->begin();
+    ++d->disabled;
+    --d->depth;
+}
+
+void DataSet::enableControls()
+{
+    if (d->disabled == 0)
+        return;
+    if (--d->disabled == 0 && d->depth == 0)
+        d->tell();
+}
+
+bool DataSet::controlsDisabled() const
+{
+    return d->disabled > 0;
+}
+
+PendingEditGuard::~PendingEditGuard()
+{
+    if (!m_dataSet || !m_dataSet->isActive())
+        return;
+    try {
+        m_dataSet->cancel();
+    } catch (const EDatabaseError &error) {
+        qWarning("Pending change could not be dropped cleanly: %s", error.what());
+    }
+}
+
+} // namespace dataset

@@ -1,0 +1,28 @@
+#pragma once
+
+// What the files of one system share; not for others.
+
+#include "dbase/File.h"
+
+namespace dbase
+{
+
+struct File::Native {
+#if defined(_WIN32)
+    void *handle = nullptr; ///< a HANDLE
+#else
+    int descriptor = -1;
+#endif
+    std::string name; ///< for messages
+
+    Native() = default;
+    ~Native(); ///< closes it
+    Native(const Native &) = delete;
+    Native &operator=(const Native &) = delete;
+};
+
+/// The failure of the call that has just been made, as the system tells it.
+/// @param what  what could not be done, Spanish. @param name  of the file.
+[[nodiscard]] Status failureOfCall(const std::string &what, const std::string &name);
+
+} // namespace dbase

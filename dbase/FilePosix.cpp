@@ -1,0 +1,227 @@
+// Files and locks of POSIX; beside FileWindows.cpp.
+
+#include "dbase/FileNative.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#if defined(__linux__)
+#include <sys/vfs.h>
+#endif
+#include <unistd.h>
+
+namespace dbase
+{
+
+Status failureOfCall(const std::string &what, const std::string &name)
+{
+    const int code = errno;
+    if (code == ENOSPC || code == EDQUOT || code == EFBIG)
+        return {ErrorKind::full, "no queda sitio en el disco", name};
+    return {ErrorKind::inputOutput, what + ": " + std::strerror(code), name};
+}
+
+namespace
+{
+
+// Locks that belong to the open file, not to the process: closing another handle on the same file must not
+// drop them.
+#if defined(F_OFD_SETLK)
+constexpr int setLockCommand = F_OFD_SETLK;
+constexpr int askLockCommand = F_OFD_GETLK;
+#else
+constexpr int setLockCommand = F_SETLK;
+constexpr int askLockCommand = F_GETLK;
+#endif
+
+struct flock rangeOf(std::uint64_t offset, std::uint64_t length, short type)
+{
+    struct flock range = {};
+    range.l_type = type;
+    range.l_whence = SEEK_SET;
+    range.l_start = static_cast<off_t>(offset);
+    range.l_len = static_cast<off_t>(length);
+    return range;
+}
+
+constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
+
+} // namespace
+
+File::Native::~Native()
+{
+    if (descriptor >= 0)
+        ::close(descriptor);
+}
+
+Result<File> File::open(const std::filesystem::path &path, Mode mode)
+{
+    auto native = std::make_unique<Native>();
+    native->name = displayName(path);
+    int flags = O_CLOEXEC | (mode == Mode::readOnly ? O_RDONLY : O_RDWR);
+    if (mode == Mode::createNew)
+        flags |= O_CREAT | O_EXCL;
+    do {
+        native->descriptor = ::open(path.c_str(), flags, 0666); // the folder's umask decides
+    } while (native->descriptor < 0 && errno == EINTR);
+    if (native->descriptor >= 0)
+        return File(std::move(native));
+    switch (errno) {
+    case ENOENT:
+    case ENOTDIR:
+        return Status(ErrorKind::notFound, "el fichero no existe", native->name);
+    case EACCES:
+    case EPERM:
+    case EROFS:
+        return Status(ErrorKind::readOnly, "no hay permiso para abrir el fichero", native->name);
+    case EEXIST:
+        return Status(ErrorKind::invalidArgument, "el fichero ya existe", native->name);
+    default:
+        return failureOfCall("no se puede abrir el fichero", native->name);
+    }
+}
+
+Result<FileStamp> File::stamp() const
+{
+    struct stat info = {};
+    if (::fstat(m_native->descriptor, &info) != 0)
+        return failureOfCall("no se puede consultar el fichero", m_native->name);
+    return FileStamp{static_cast<std::uint64_t>(info.st_size),
+                     std::int64_t{info.st_mtim.tv_sec} * nanosecondsPerSecond + info.st_mtim.tv_nsec};
+}
+
+Result<std::size_t> File::readAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const
+{
+    std::size_t done = 0;
+    while (done < buffer.size()) {
+        const ssize_t count = ::pread(m_native->descriptor, buffer.data() + done, buffer.size() - done,
+                                      static_cast<off_t>(offset + done));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return failureOfCall("no se puede leer el fichero", m_native->name);
+        if (count == 0)
+            break;
+        done += static_cast<std::size_t>(count);
+    }
+    return done;
+}
+
+Status File::writeAt(std::uint64_t offset, std::span<const std::uint8_t> bytes)
+{
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t count = ::pwrite(m_native->descriptor, bytes.data() + done, bytes.size() - done,
+                                       static_cast<off_t>(offset + done));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return failureOfCall("no se puede escribir en el fichero", m_native->name);
+        done += static_cast<std::size_t>(count);
+    }
+    return {};
+}
+
+Status File::truncate(std::uint64_t size)
+{
+    while (::ftruncate(m_native->descriptor, static_cast<off_t>(size)) != 0) {
+        if (errno != EINTR)
+            return failureOfCall("no se puede cambiar el tamaño del fichero", m_native->name);
+    }
+    return {};
+}
+
+Status File::sync()
+{
+#if defined(__APPLE__)
+    const int outcome = ::fcntl(m_native->descriptor, F_FULLFSYNC);
+#else
+    const int outcome = ::fdatasync(m_native->descriptor);
+#endif
+    // Not repeated on any error: what a failed flush covered may have been dropped from the cache.
+    if (outcome != 0)
+        return failureOfCall("el disco no ha confirmado la escritura", m_native->name);
+    return {};
+}
+
+Result<bool> File::tryLock(std::uint64_t offset, std::uint64_t length, LockKind kind)
+{
+    struct flock range = rangeOf(offset, length, kind == LockKind::exclusive ? F_WRLCK : F_RDLCK);
+    while (::fcntl(m_native->descriptor, setLockCommand, &range) != 0) {
+        if (errno == EINTR)
+            continue;
+        if (errno == EAGAIN || errno == EACCES)
+            return false;
+        return failureOfCall("no se puede bloquear el fichero", m_native->name);
+    }
+    return true;
+}
+
+Result<bool> File::convertLock(std::uint64_t offset, std::uint64_t length, LockKind kind)
+{
+    return tryLock(offset, length, kind);
+}
+
+void File::unlock(std::uint64_t offset, std::uint64_t length) noexcept
+{
+    struct flock range = rangeOf(offset, length, F_UNLCK);
+    while (::fcntl(m_native->descriptor, setLockCommand, &range) != 0 && errno == EINTR) {
+    }
+}
+
+Result<bool> File::isLockedElsewhere(std::uint64_t offset, std::uint64_t length)
+{
+    struct flock range = rangeOf(offset, length, F_WRLCK);
+    while (::fcntl(m_native->descriptor, askLockCommand, &range) != 0) {
+        if (errno != EINTR)
+            return failureOfCall("no se puede consultar el bloqueo", m_native->name);
+    }
+    return range.l_type != F_UNLCK;
+}
+
+Status File::reserve(std::uint64_t offset, std::uint64_t bytes)
+{
+#if defined(__linux__)
+    const auto from = static_cast<off_t>(offset);
+    while (::fallocate(m_native->descriptor, FALLOC_FL_KEEP_SIZE, from, static_cast<off_t>(bytes)) != 0) {
+        if (errno == ENOSPC || errno == EDQUOT || errno == EFBIG)
+            return failureOfCall("no queda sitio", m_native->name);
+        if (errno != EINTR)
+            break;
+    }
+#endif
+    return {};
+}
+
+bool File::isRemote() const
+{
+#if defined(__linux__)
+    struct statfs info = {};
+    if (::fstatfs(m_native->descriptor, &info) != 0)
+        return true; // the careful answer
+    constexpr long nfs = 0x6969;
+    constexpr long smb = 0x517B;
+    constexpr long smb2 = 0xFE534D42L;
+    constexpr long cifs = 0xFF534D42L;
+    constexpr long fuse = 0x65735546;
+    const auto type = static_cast<long>(static_cast<unsigned long>(info.f_type) & 0xFFFFFFFFUL);
+    return type == nfs || type == smb || type == smb2 || type == cifs || type == fuse;
+#else
+    return true;
+#endif
+}
+
+Status syncFolder(const std::filesystem::path &folder)
+{
+    const auto name = displayName(folder);
+    const int descriptor = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        return failureOfCall("no se puede abrir la carpeta", name);
+    const bool synced = ::fsync(descriptor) == 0 || errno == EINVAL; // some file systems have nothing to do
+    const Status status = synced ? Status() : failureOfCall("el disco no ha confirmado la escritura", name);
+    ::close(descriptor);
+    return status;
+}
+
+} // namespace dbase

@@ -1,0 +1,194 @@
+// Files and locks of Windows; beside FilePosix.cpp.
+
+#include "dbase/FileNative.h"
+
+#if !defined(WIN32_LEAN_AND_MEAN)
+#define WIN32_LEAN_AND_MEAN
+#endif
+#if !defined(NOMINMAX)
+#define NOMINMAX
+#endif
+#include <windows.h>
+
+#include <algorithm>
+
+namespace dbase
+{
+
+Status failureOfCall(const std::string &what, const std::string &name)
+{
+    const DWORD code = GetLastError();
+    const bool full = code == ERROR_DISK_FULL || code == ERROR_HANDLE_DISK_FULL;
+    return {full ? ErrorKind::full : ErrorKind::inputOutput,
+            full ? std::string("no queda sitio en el disco") : what + " (error " + std::to_string(code) + ")",
+            name};
+}
+
+namespace
+{
+
+OVERLAPPED placeOf(std::uint64_t offset)
+{
+    OVERLAPPED place{};
+    place.Offset = static_cast<DWORD>(offset);
+    place.OffsetHigh = static_cast<DWORD>(offset >> 32U);
+    return place;
+}
+
+} // namespace
+
+File::Native::~Native()
+{
+    if (handle && handle != INVALID_HANDLE_VALUE)
+        CloseHandle(handle);
+}
+
+Result<File> File::open(const std::filesystem::path &path, Mode mode)
+{
+    auto native = std::make_unique<Native>();
+    native->name = displayName(path);
+    const DWORD access = mode == Mode::readOnly ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
+    native->handle =
+        CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                    mode == Mode::createNew ? CREATE_NEW : OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (native->handle != INVALID_HANDLE_VALUE)
+        return File(std::move(native));
+    switch (GetLastError()) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+        return Status(ErrorKind::notFound, "el fichero no existe", native->name);
+    case ERROR_ACCESS_DENIED:
+    case ERROR_WRITE_PROTECT:
+        return Status(ErrorKind::readOnly, "no hay permiso para abrir el fichero", native->name);
+    case ERROR_FILE_EXISTS:
+        return Status(ErrorKind::invalidArgument, "el fichero ya existe", native->name);
+    default:
+        return failureOfCall("no se puede abrir el fichero", native->name);
+    }
+}
+
+Result<FileStamp> File::stamp() const
+{
+    BY_HANDLE_FILE_INFORMATION info{};
+    if (!GetFileInformationByHandle(m_native->handle, &info))
+        return failureOfCall("no se puede consultar el fichero", m_native->name);
+    const auto joined = [](DWORD high, DWORD low) { return std::uint64_t{high} << 32U | low; };
+    return FileStamp{
+        joined(info.nFileSizeHigh, info.nFileSizeLow),
+        static_cast<std::int64_t>(
+            joined(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime) * 100)};
+}
+
+Result<std::size_t> File::readAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const
+{
+    std::size_t done = 0;
+    while (done < buffer.size()) {
+        OVERLAPPED place = placeOf(offset + done);
+        DWORD count = 0;
+        const auto wanted = static_cast<DWORD>(std::min<std::size_t>(buffer.size() - done, 1U << 30U));
+        if (!ReadFile(m_native->handle, buffer.data() + done, wanted, &count, &place)) {
+            if (GetLastError() == ERROR_HANDLE_EOF)
+                break;
+            return failureOfCall("no se puede leer el fichero", m_native->name);
+        }
+        if (count == 0)
+            break;
+        done += count;
+    }
+    return done;
+}
+
+Status File::writeAt(std::uint64_t offset, std::span<const std::uint8_t> bytes)
+{
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        OVERLAPPED place = placeOf(offset + done);
+        DWORD count = 0;
+        const auto wanted = static_cast<DWORD>(std::min<std::size_t>(bytes.size() - done, 1U << 30U));
+        if (!WriteFile(m_native->handle, bytes.data() + done, wanted, &count, &place))
+            return failureOfCall("no se puede escribir en el fichero", m_native->name);
+        done += count;
+    }
+    return {};
+}
+
+Status File::truncate(std::uint64_t size)
+{
+    LARGE_INTEGER place{};
+    place.QuadPart = static_cast<LONGLONG>(size);
+    if (!SetFilePointerEx(m_native->handle, place, nullptr, FILE_BEGIN) || !SetEndOfFile(m_native->handle))
+        return failureOfCall("no se puede cambiar el tamaño del fichero", m_native->name);
+    return {};
+}
+
+Status File::sync()
+{
+    if (!FlushFileBuffers(m_native->handle))
+        return failureOfCall("el disco no ha confirmado la escritura", m_native->name);
+    return {};
+}
+
+Result<bool> File::tryLock(std::uint64_t offset, std::uint64_t length, LockKind kind)
+{
+    OVERLAPPED place = placeOf(offset);
+    const DWORD flags =
+        LOCKFILE_FAIL_IMMEDIATELY | (kind == LockKind::exclusive ? LOCKFILE_EXCLUSIVE_LOCK : 0);
+    if (LockFileEx(m_native->handle, flags, 0, static_cast<DWORD>(length), static_cast<DWORD>(length >> 32U),
+                   &place))
+        return true;
+    if (GetLastError() == ERROR_LOCK_VIOLATION || GetLastError() == ERROR_IO_PENDING)
+        return false;
+    return failureOfCall("no se puede bloquear el fichero", m_native->name);
+}
+
+Result<bool> File::convertLock(std::uint64_t offset, std::uint64_t length, LockKind kind)
+{
+    unlock(offset, length);
+    return tryLock(offset, length, kind);
+}
+
+void File::unlock(std::uint64_t offset, std::uint64_t length) noexcept
+{
+    OVERLAPPED place = placeOf(offset);
+    UnlockFileEx(m_native->handle, 0, static_cast<DWORD>(length), static_cast<DWORD>(length >> 32U), &place);
+}
+
+Result<bool> File::isLockedElsewhere(std::uint64_t offset, std::uint64_t length)
+{
+    // The system has no question for this: it is tried.
+    const auto got = tryLock(offset, length, LockKind::exclusive);
+    if (got.ok() && got.value())
+        unlock(offset, length);
+    return got.ok() ? Result<bool>(!got.value()) : got;
+}
+
+Status File::reserve(std::uint64_t /*offset*/, std::uint64_t /*bytes*/)
+{
+    return {};
+}
+
+bool File::isRemote() const
+{
+    FILE_REMOTE_PROTOCOL_INFO info{};
+    return GetFileInformationByHandleEx(m_native->handle, FileRemoteProtocolInfo, &info, sizeof info) != 0;
+}
+
+// Not mapped: a mapped file cannot be shortened here, not even by the program that packs it.
+Result<Mapping> Mapping::of(const File & /*file*/, std::size_t /*size*/)
+{
+    return Status(ErrorKind::unsupported, "los ficheros no se proyectan en memoria");
+}
+
+Mapping::~Mapping() = default;
+
+bool Mapping::lost() const
+{
+    return false;
+}
+
+Status syncFolder(const std::filesystem::path & /*folder*/)
+{
+    return {};
+}
+
+} // namespace dbase

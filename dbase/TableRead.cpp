@@ -1,0 +1,187 @@
+// Reading lines, and taking in what others have written.
+
+#include "dbase/TableImpl.h"
+
+#include <algorithm>
+
+namespace dbase
+{
+
+namespace
+{
+
+constexpr std::size_t scanChunk = 1U << 20U;
+/// Clocks of file systems tick in steps; a file that changed within this time may change again under the same
+/// stamp.
+constexpr auto stampTick = std::chrono::milliseconds(50);
+/// Longest run of records that is read in one call when only some of it is wanted.
+constexpr RecordNumber rowsPerRead = 512;
+
+} // namespace
+
+Status TableImpl::readRecord(RecordNumber number, std::span<std::uint8_t> record) const
+{
+    if (m_group && number <= m_group->recordCount && record.size() == header.recordLength) {
+        const auto last =
+            std::find_if(m_group->changes.rbegin(), m_group->changes.rend(),
+                         [number](const RecordChange &change) { return change.number == number; });
+        if (last != m_group->changes.rend()) {
+            std::copy(last->after.begin(), last->after.end(), record.begin());
+            return {};
+        }
+    }
+    if (number < 1 || number > header.recordCount || record.size() != header.recordLength)
+        return failure(ErrorKind::invalidArgument, "la tabla no tiene la línea " + std::to_string(number));
+    const auto got = m_dbf.readAt(recordOffset(number), record);
+    if (!got.ok())
+        return got.status();
+    if (got.value() != record.size())
+        return failure(ErrorKind::damaged, "el fichero acaba dentro de la línea " + std::to_string(number));
+    if (m_held == Held::changing) {
+        m_lastRead = number;
+        m_lastBytes.assign(record.begin(), record.end());
+    }
+    return {};
+}
+
+Status TableImpl::scan(RecordNumber from,
+                       const std::function<void(RecordNumber, std::span<const std::uint8_t>)> &visit,
+                       RecordNumber upTo) const
+{
+    const RecordNumber last = upTo == 0 ? header.recordCount : std::min(upTo, header.recordCount);
+    const std::size_t perChunk = std::max<std::size_t>(1, scanChunk / header.recordLength);
+    std::vector<std::uint8_t> buffer(std::min<std::size_t>(perChunk, last) * header.recordLength);
+    for (RecordNumber first = from; first <= last;) {
+        const auto count = static_cast<RecordNumber>(std::min<std::size_t>(perChunk, last - first + 1));
+        const auto chunk = std::span(buffer).first(count * header.recordLength);
+        const auto got = m_dbf.readAt(recordOffset(first), chunk);
+        if (!got.ok())
+            return got.status();
+        if (got.value() != chunk.size())
+            return failure(ErrorKind::damaged, "el fichero se ha acortado mientras se leía");
+        for (RecordNumber i = 0; i < count; ++i)
+            visit(first + i, chunk.subspan(i * header.recordLength, header.recordLength));
+        first += count;
+    }
+    return {};
+}
+
+/// Takes in that the table has grown, when an index names a line beyond the last one known.
+Status TableImpl::knowOf(RecordNumber number)
+{
+    if (number >= 1 && number <= header.recordCount)
+        return {};
+    const auto count = announcedCount();
+    if (!count.ok())
+        return count.status();
+    const RecordNumber announced = count.value();
+    if (number >= 1 && number <= announced) {
+        header.recordCount = announced;
+        return linesInFile().status();
+    }
+    m_indexSuspect = true; // the next look puts it in order
+    return failure(ErrorKind::damaged, "el índice nombra una línea que no existe");
+}
+
+/// The live lines between two bounds, in order; the bytes of the first ones too when `rows` is given. All
+/// under one index lock.
+Status TableImpl::liveRows(Index *wanted, std::span<const std::uint8_t> low,
+                           std::span<const std::uint8_t> high, std::vector<RecordNumber> &numbers,
+                           std::vector<std::uint8_t> *rows, std::size_t mostRows)
+{
+    const ReadLook look(*this);
+    if (!look.status().ok())
+        return look.status();
+    std::vector<RecordNumber> found;
+    if (const auto *const filed = dynamic_cast<const MdxIndex *>(wanted)) {
+        if (const Status status = filed->collectLocked(low, high, found); !status.ok())
+            return status;
+    } else if (wanted) {
+        if (const Status status = wanted->collect(low, high, found); !status.ok())
+            return status;
+    } else {
+        found.resize(header.recordCount);
+        for (RecordNumber number = 1; number <= header.recordCount; ++number)
+            found[number - 1] = number;
+    }
+    const std::size_t already = numbers.size();
+    const std::size_t length = header.recordLength;
+    std::vector<std::uint8_t> buffer;
+    for (std::size_t at = 0; at < found.size();) {
+        // Lines of one sheet mostly stand side by side in the file: a run of numbers is one read.
+        std::size_t end = at + 1;
+        while (end < found.size() && end - at < rowsPerRead && found[end] == found[end - 1] + 1)
+            ++end;
+        buffer.resize((end - at) * length);
+        std::size_t read = 0;
+        if (knowOf(found[at]).ok() && knowOf(found[end - 1]).ok()) {
+            const auto got = m_dbf.readAt(recordOffset(found[at]), buffer);
+            if (!got.ok())
+                return got.status();
+            read = got.value() / length;
+        }
+        if (read < end - at)
+            m_indexSuspect = true; // keys of lines that are not there
+        for (std::size_t i = 0; i < read; ++i) {
+            const auto row = std::span(buffer).subspan(i * length, length);
+            if (isDeleted(row) || row[0] == dbfEndMark)
+                continue;
+            numbers.push_back(found[at + i]);
+            if (rows && numbers.size() - already <= mostRows)
+                rows->insert(rows->end(), row.begin(), row.end());
+        }
+        at = end;
+    }
+    return {};
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// What others have written
+
+void TableImpl::noteStamp()
+{
+    const auto stamp = m_dbf.stamp();
+    m_stampDoubtful = true;
+    if (!stamp.ok())
+        return;
+    m_stamp = stamp.value();
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    const std::chrono::nanoseconds age = now - std::chrono::nanoseconds(m_stamp.modified);
+    m_stampDoubtful = m_remote || age < stampTick;
+}
+
+Result<bool> TableImpl::refresh()
+{
+    if (!m_poison.ok())
+        return m_poison;
+    // A group that has changed nothing yet may still look; one that has goes by what it knows.
+    if (m_held == Held::changing && !(m_group && m_group->changes.empty()))
+        return false;
+    const auto unfinished = lookAtJournal();
+    if (!unfinished.ok())
+        return unfinished.status();
+    const auto stamp = m_dbf.stamp();
+    if (!stamp.ok())
+        return stamp.status();
+    if (!unfinished.value() && m_state.applied == m_seenCommit && stamp.value() == m_stamp &&
+        !m_stampDoubtful && !m_indexSuspect)
+        return false;
+    // The stamp first: what is written while we look must be looked at again.
+    noteStamp();
+    const ReadLook look(*this);
+    if (!look.status().ok())
+        return look.status();
+    m_seenCommit = m_state.applied;
+    const auto count = announcedCount();
+    if (!count.ok())
+        return count.status();
+    header.recordCount = count.value();
+    // Lines of a program that keeps no index, or keeps it without telling: to be looked into at the next
+    // look.
+    if (m_mdx && !readOnly && m_state.indexedRecords != header.recordCount)
+        m_indexSuspect = true;
+    ++version;
+    return true;
+}
+
+} // namespace dbase
