@@ -183,6 +183,10 @@ Status Table::pack()
 {
     return m_impl->pack();
 }
+Status Table::replaceLines(std::span<const std::uint8_t> rows, const std::filesystem::path &aside)
+{
+    return m_impl->replaceLines(rows, aside);
+}
 Status Table::reindex()
 {
     return m_impl->reindex();

@@ -108,6 +108,7 @@ public:
     Status check();
     Status reindex();
     Status pack();
+    Status replaceLines(std::span<const std::uint8_t> rows, const std::filesystem::path &aside);
     [[nodiscard]] RecordNumber recordCount() const
     {
         return m_group ? m_group->recordCount : header.recordCount;
@@ -222,7 +223,8 @@ private:
     Status repairIndex();
     /// Whether the index file is exactly what the lines say, its blocks used once each.
     [[nodiscard]] bool indexIsRight(std::span<const TagKeys> keys) const;
-    Status packAlone();
+    Status whileAlone(const std::function<Status()> &work);
+    Status rewriteLines(std::span<const std::uint8_t> rows, const std::filesystem::path &aside);
     Status rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRule> &rules);
     Status makeIndex(std::span<const TagDefinition> wanted);
     Status makeIndexAnew();

@@ -6,6 +6,7 @@
 #include "host/AgendaUnica.h"
 #include "host/MantenimientoDatos.h"
 #include "host/PanelOficina.h"
+#include "host/VentanaTablas.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QEvent>
@@ -75,6 +76,10 @@ TVentanaOficina::TVentanaOficina(TOficina &oficina)
     salir->setShortcut(Qt::CTRL | Qt::Key_Q);
     menu->addAction(salir);
     CreaMenuDatos();
+    QMenu *const mantenimiento = menuBar()->addMenu(QStringLiteral("&Mantenimiento"));
+    mantenimiento->addAction(Comando(QStringLiteral("&Tablas y copias de seguridad..."),
+                                     QStringLiteral("Comprobar, reparar, compactar, copiar y restaurar"),
+                                     [this] { TVentanaTablas(m_oficina, this).exec(); }));
 
     setCentralWidget(m_panel);
     // A widget, not a message: hints of commands come and go over it.
