@@ -63,5 +63,9 @@ QString Date_Cad(QDate fecha)
 
 QString FechaCorta(QDate fecha)
 {
-    return QLocale::system().toString(fecha, QLocale::ShortFormat);
+    const QString formato = QLocale::system().dateFormat(QLocale::ShortFormat);
+    // A desktop that has been told no country writes months in English: the program's own is better then.
+    const bool sinPais = formato == QLocale::c().dateFormat(QLocale::ShortFormat);
+    return sinPais ? QLocale().toString(fecha, QLocale::ShortFormat)
+                   : QLocale::system().toString(fecha, QLocale::ShortFormat);
 }

@@ -312,9 +312,11 @@ void MdxFile::release(PageNumber page)
     m_header.freePage = page;
 }
 
-std::uint64_t MdxFile::growth() const
+Status MdxFile::reserveGrowth()
 {
-    return offsetOf(m_header.pageCount) - offsetOf(m_pagesInFile);
+    if (m_header.pageCount == m_pagesInFile)
+        return {};
+    return m_file.reserve(offsetOf(m_pagesInFile), offsetOf(m_header.pageCount) - offsetOf(m_pagesInFile));
 }
 
 void MdxFile::drop()

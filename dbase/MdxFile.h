@@ -80,8 +80,8 @@ public:
     /// Forgets it.
     void drop();
     [[nodiscard]] bool changed() const { return !m_staged.empty(); }
-    /// Bytes by which write() will make the file longer.
-    [[nodiscard]] std::uint64_t growth() const;
+    /// Makes sure that the disk has room for what write() will make the file longer by. @return full.
+    Status reserveGrowth();
 
     /// Puts a whole new index in place of the old one, without a moment at which another program would find
     /// no file.

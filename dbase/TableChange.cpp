@@ -3,6 +3,7 @@
 #include "dbase/TableImpl.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <map>
 
@@ -176,10 +177,8 @@ Status TableImpl::commit(Commit &commit)
                                tableEnd + reserveAhead - recordOffset(header.recordCount + 1));
         m_reservedUpTo = tableEnd + reserveAhead;
     }
-    if (status.ok() && m_mdx && m_mdx->growth() > 0) {
-        const auto stamp = m_mdx->file().stamp();
-        status = stamp.ok() ? m_mdx->file().reserve(stamp.value().size, m_mdx->growth()) : stamp.status();
-    }
+    if (status.ok() && m_mdx)
+        status = m_mdx->reserveGrowth();
     if (status.ok())
         status = writeJournal(commit);
     if (!status.ok()) {
@@ -393,6 +392,15 @@ Result<RecordNumber> TableImpl::announcedCount() const
     return countIn(dateAndCount);
 }
 
+/// Whether the end mark stands right behind line `last`. Asking for the file's length instead would make the
+/// system date the next write anew, which costs more than that write.
+bool TableImpl::endMarkFollows(RecordNumber last) const
+{
+    std::array<std::uint8_t, 2> bytes{}; // with the last byte in front, so that the file holds the line
+    const auto got = m_dbf.readAt(recordOffset(last + 1) - 1, bytes);
+    return got.ok() && got.value() == bytes.size() && bytes[1] == dbfEndMark;
+}
+
 /// The header's count against the file, under the change locks. Whole lines behind the count are those of a
 /// program that died between line and count.
 Status TableImpl::settleCount(bool withLength)
@@ -400,9 +408,9 @@ Status TableImpl::settleCount(bool withLength)
     std::vector<std::uint8_t> dateAndCount(dbfDateAndCount);
     if (const Status status = readDateAndCount(dateAndCount); !status.ok())
         return status;
-    if (dateAndCount == m_dateAndCount && !withLength)
-        return {};
     const RecordNumber announced = countIn(dateAndCount);
+    if (dateAndCount == m_dateAndCount && (!withLength || endMarkFollows(announced)))
+        return {};
     header.recordCount = announced;
     const auto inFile = linesInFile();
     if (!inFile.ok())

@@ -203,6 +203,7 @@ private:
     Status finishDeadCommit();
     Status replay(std::span<const Commit> commits);
     Status settleCount(bool withLength);
+    [[nodiscard]] bool endMarkFollows(RecordNumber last) const;
     Status readDateAndCount(std::vector<std::uint8_t> &bytes) const;
     [[nodiscard]] Result<RecordNumber> announcedCount() const;
     Status knowOf(RecordNumber number);

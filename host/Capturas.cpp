@@ -102,6 +102,9 @@ std::vector<TCapturas::TPaso> TCapturas::PasosDeLaAgenda()
             }
         },
         Retrata(QStringLiteral("agenda-seleccion")),
+        ejecuta("ADetalles"),
+        Retrata(QStringLiteral("ficha-cita")),
+        CierraDialogo(),
         [this] {
             if (auto *const menu = Pieza<QMenu>(Delante(), "PMAgendaN")) {
                 menu->popup(Delante()->mapToGlobal(QPoint(150, 150)));

@@ -6,6 +6,8 @@
 #include "agenda3p/Agenda3P.h"
 #include "agendan/ClaseAgendaN.h"
 
+#include <array>
+
 namespace
 {
 
@@ -81,6 +83,10 @@ private:
     int &m_vivas;
 };
 
+/// What the module brings, in the order in which the units are made.
+const std::array<const char *, 7> Unidades = {
+    "ClaseConfAgendaN", "ConfAgendaN", "ClaseAgendaN", "FichaAgendaN", "FichaCita", "Agenda3P", "ClasAge"};
+
 } // namespace
 
 TModulo::TModulo() = default;
@@ -101,7 +107,24 @@ bool TModulo::Registra(const TServicios &servicios)
     m_informes = std::make_unique<TInformesAgendaN>();
     m_vistas1 = std::make_unique<TVistasAgenda>();
     m_informes1 = std::make_unique<TInformesAgenda1>();
+    RegistraUnidades();
     return true;
+}
+
+void TModulo::RegistraUnidades()
+{
+    if (IRegistro *const registro = Servicios().Registro) {
+        for (const char *const unidad : Unidades)
+            registro->RegistraUnidad(QLatin1String(unidad));
+    }
+}
+
+void TModulo::LiberaUnidades()
+{
+    if (IRegistro *const registro = Servicios().Registro) {
+        for (auto unidad = Unidades.rbegin(); unidad != Unidades.rend(); ++unidad)
+            registro->LiberaUnidad(QLatin1String(*unidad));
+    }
 }
 
 bool TModulo::Libera()
@@ -114,6 +137,8 @@ bool TModulo::Libera()
     m_vistas.reset();
     goConfAgendaN.reset();
     m_vistaConfiguracion.reset();
+    if (m_servicios)
+        LiberaUnidades();
     m_servicios.reset();
     return true;
 }

@@ -30,6 +30,9 @@ public:
     [[nodiscard]] quint32 ColorSalida() const override;
 
 private:
+    void RegistraUnidades();
+    void LiberaUnidades();
+
     std::unique_ptr<TServiciosInstalados> m_servicios;
     std::unique_ptr<TVistaConfiguracion> m_vistaConfiguracion;
     std::unique_ptr<TVistasAgendaN> m_vistas;

@@ -65,6 +65,7 @@ TEST_F(DosNotariosVentanaTest, TheSelectionRestsOnThePartiesOnly)
             pulsaCelda(1, pulsada);
             EXPECT_EQ(celda(), qMakePair(1, queda)) << pulsada;
         }
+        EXPECT_FALSE(rejilla().selectionModel()->hasSelection()) << "it would hide who is out";
         EXPECT_EQ(pieza<QGroupBox>("PActualiza").title(), "Benito Ruiz");
         // Coloured: the columns of the notary who is out, and no others.
         EXPECT_FALSE(rejilla().cellColor(rejilla().model()->index(1, 3)));
