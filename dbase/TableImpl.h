@@ -87,6 +87,9 @@ public:
     TableImpl &operator=(const TableImpl &) = delete;
 
     Status open();
+    /// Whether another file lies at the table's path by now: whoever packs a table puts one there, perhaps
+    /// after this object has opened the old one and before it has joined those who must not be packed away.
+    [[nodiscard]] Result<bool> isDisplaced() const;
     Status close();
     Status readRecord(RecordNumber number, std::span<std::uint8_t> record) const;
     Result<RecordNumber> append(std::span<const std::uint8_t> record);

@@ -87,6 +87,7 @@ void TVentanaTablas::CreaLista()
     TVTablas->setEditTriggers(QAbstractItemView::NoEditTriggers);
     TVTablas->setTabKeyNavigation(false);
     TVTablas->setShowGrid(false);
+    TVTablas->setStyleSheet(QStringLiteral("QTableView::item { padding: 0 6px; }"));
     TVTablas->setAlternatingRowColors(true);
     TVTablas->verticalHeader()->hide();
     TVTablas->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);

@@ -170,9 +170,11 @@ Status Replacement::replace()
     if (m_way == Way::lines) {
         std::error_code error;
         fs::remove(aside(m_table.file), error); // of a restoring that was cut
-        m_aside = {m_table.file};
         const Status status = m_open->replaceLines(m_rows, aside(m_table.file));
         m_done = status.ok();
+        // When it failed the old file, if it was copied at all, may be the last one that has the old lines.
+        if (m_done)
+            m_aside = {m_table.file};
         return status;
     }
     if (const Status status = moveAside(); !status.ok())
