@@ -23,7 +23,7 @@
 namespace
 {
 
-enum Columna { Alias, Nombre, Lineas, Tamano, Estado, NumColumnas };
+enum Columna { ColAlias, ColNombre, ColLineas, ColTamano, ColEstado, NumColumnas };
 
 const QString ClaveCopias = QStringLiteral("Copias/Carpeta");
 const QString FiltroCopias = QStringLiteral("Copias de seguridad (*.zip)");
@@ -62,10 +62,10 @@ TVentanaTablas::TVentanaTablas(TOficina &oficina, QWidget *padre)
             LMensaje->setText(que);
     });
     connect(&m_trabajo, &TTrabajo::dice, this, [this](int fila, const QString &estado, qint64 lineas) {
-        TVTablas->item(m_filas.at(fila), Estado)->setText(estado);
-        TVTablas->item(m_filas.at(fila), Estado)->setToolTip(estado);
+        TVTablas->item(m_filas.at(fila), ColEstado)->setText(estado);
+        TVTablas->item(m_filas.at(fila), ColEstado)->setToolTip(estado);
         if (lineas >= 0)
-            TVTablas->item(m_filas.at(fila), Lineas)->setText(locale().toString(lineas));
+            TVTablas->item(m_filas.at(fila), ColLineas)->setText(locale().toString(lineas));
     });
     connect(&m_trabajo, &TTrabajo::termina, this, &TVentanaTablas::Termina);
     if (!dbcontrols::restorePlace(*this, oficina.Config.GetFicheroVentanas()))
@@ -94,10 +94,10 @@ void TVentanaTablas::CreaLista()
     TVTablas->horizontalHeader()->setHighlightSections(false);
     TVTablas->horizontalHeader()->setStretchLastSection(true);
     const int letra = fontMetrics().averageCharWidth();
-    TVTablas->setColumnWidth(Alias, 13 * letra);
-    TVTablas->setColumnWidth(Nombre, 13 * letra);
-    TVTablas->setColumnWidth(Lineas, 10 * letra);
-    TVTablas->setColumnWidth(Tamano, 11 * letra);
+    TVTablas->setColumnWidth(ColAlias, 13 * letra);
+    TVTablas->setColumnWidth(ColNombre, 13 * letra);
+    TVTablas->setColumnWidth(ColLineas, 10 * letra);
+    TVTablas->setColumnWidth(ColTamano, 11 * letra);
 }
 
 void TVentanaTablas::Boton(const QString &titulo, const char *nombre, const QString &pista,
@@ -152,7 +152,7 @@ void TVentanaTablas::Lee()
         const QString textos[NumColumnas] = {tabla.Alias, tabla.Nombre, QString(), tamano, QString()};
         for (int columna = 0; columna < NumColumnas; ++columna) {
             auto *const celda = new QTableWidgetItem(textos[columna]);
-            if (columna == Lineas || columna == Tamano)
+            if (columna == ColLineas || columna == ColTamano)
                 celda->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
             TVTablas->setItem(fila, columna, celda);
         }
@@ -178,7 +178,7 @@ void TVentanaTablas::Empieza(const TTrabajo::TCuerpo &cuerpo)
         return;
     }
     for (const int fila : std::as_const(m_filas))
-        TVTablas->item(fila, Estado)->setText({});
+        TVTablas->item(fila, ColEstado)->setText({});
     m_oficina.Clientes.Cierra(); // what this very program has open would be in the way
     PonEnMarcha(true);
     m_trabajo.Empieza(cuerpo);
@@ -192,7 +192,8 @@ void TVentanaTablas::Termina(const QString &mensaje)
     for (int fila = 0; fila < m_tablas.size(); ++fila) {
         const auto bytes = std::filesystem::file_size(m_tablas.at(fila).Fichero, error);
         if (!error)
-            TVTablas->item(fila, Tamano)->setText(locale().formattedDataSize(static_cast<qint64>(bytes), 1));
+            TVTablas->item(fila, ColTamano)
+                ->setText(locale().formattedDataSize(static_cast<qint64>(bytes), 1));
     }
     if (m_cerrar)
         reject();

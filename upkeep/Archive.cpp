@@ -27,11 +27,6 @@ struct CloseFile {
 using OpenArchive = std::unique_ptr<zip_t, Discard>;
 using OpenFile = std::unique_ptr<zip_file_t, CloseFile>;
 
-Status stopped()
-{
-    return {ErrorKind::invalidArgument, "se ha cancelado"};
-}
-
 Status refuse(const fs::path &archive, ErrorKind kind, const std::string &why)
 {
     return {kind, why, pathText(archive.filename())};

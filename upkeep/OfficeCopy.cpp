@@ -46,11 +46,6 @@ private:
     fs::path m_path;
 };
 
-Status stopped()
-{
-    return {ErrorKind::invalidArgument, "se ha cancelado"};
-}
-
 bool sameLayout(const Table &one, const Table &other)
 {
     const auto same = [](const dbase::FieldDefinition &a, const dbase::FieldDefinition &b) {

@@ -59,6 +59,11 @@ Status copyFile(const fs::path &from, const fs::path &to)
 
 } // namespace
 
+Status stopped()
+{
+    return {ErrorKind::invalidArgument, "se ha cancelado"};
+}
+
 const dbase::TagDefinition &agendaTag()
 {
     static const dbase::TagDefinition tag{"FECHA", "DTOS(FECHA)+HORA"};

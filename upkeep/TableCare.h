@@ -11,6 +11,8 @@ namespace upkeep
 using OpenTable = std::unique_ptr<dbase::Table>;
 /// Told now and then how much is done, 0 to 100. @return false to stop.
 using Progress = std::function<bool(int percent)>;
+/// What a work answers that was told to stop.
+dbase::Status stopped();
 
 /// Opens a table for writing, which finishes what dead writers have left; one with date and hour of an agenda
 /// gets its tag FECHA when it has none. @param patience  how long to wait for others who are writing.
