@@ -62,10 +62,18 @@ Status Table::create(const std::filesystem::path &file, const TableDefinition &d
 
 Result<std::unique_ptr<Table>> Table::open(const std::filesystem::path &file, const OpenOptions &options)
 {
-    auto impl = std::make_unique<TableImpl>(file, options);
-    if (const Status status = impl->open(); !status.ok())
-        return status;
-    return std::unique_ptr<Table>(new Table(std::move(impl))); // the constructor is private; owned at once
+    constexpr int mostAttempts = 10;
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        auto impl = std::make_unique<TableImpl>(file, options);
+        if (const Status status = impl->open(); !status.ok())
+            return status;
+        const auto displaced = impl->isDisplaced();
+        if (!displaced.ok())
+            return displaced.status();
+        if (!displaced.value())
+            return std::unique_ptr<Table>(new Table(std::move(impl))); // a private constructor; owned at once
+    }
+    return Status(ErrorKind::locked, "otro puesto está arreglando la tabla", displayName(file));
 }
 
 Status Table::close(std::unique_ptr<Table> table)
@@ -182,6 +190,10 @@ Status Table::check()
 Status Table::pack()
 {
     return m_impl->pack();
+}
+Status Table::replaceLines(std::span<const std::uint8_t> rows, const std::filesystem::path &aside)
+{
+    return m_impl->replaceLines(rows, aside);
 }
 Status Table::reindex()
 {

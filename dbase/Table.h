@@ -138,6 +138,12 @@ public:
     /// closed.
     /// @return locked when somebody has not.
     Status pack();
+    /// Drops every line and takes others in their place, in one step; everybody else must have the table
+    /// closed. On failure the lines are those of before.
+    /// @param rows   records of this table's layout, one behind the other.
+    /// @param aside  where a copy of the old file is left; must not exist. Empty for none.
+    /// @return locked when somebody has the table open.
+    Status replaceLines(std::span<const std::uint8_t> rows, const std::filesystem::path &aside);
     /// Why the table takes no changes; empty when it does.
     [[nodiscard]] std::string readOnlyReason() const;
     /// What opening has found and done that the user should be told; mostly empty.

@@ -87,6 +87,9 @@ public:
     TableImpl &operator=(const TableImpl &) = delete;
 
     Status open();
+    /// Whether another file lies at the table's path by now: whoever packs a table puts one there, perhaps
+    /// after this object has opened the old one and before it has joined those who must not be packed away.
+    [[nodiscard]] Result<bool> isDisplaced() const;
     Status close();
     Status readRecord(RecordNumber number, std::span<std::uint8_t> record) const;
     Result<RecordNumber> append(std::span<const std::uint8_t> record);
@@ -108,6 +111,7 @@ public:
     Status check();
     Status reindex();
     Status pack();
+    Status replaceLines(std::span<const std::uint8_t> rows, const std::filesystem::path &aside);
     [[nodiscard]] RecordNumber recordCount() const
     {
         return m_group ? m_group->recordCount : header.recordCount;
@@ -224,7 +228,8 @@ private:
     Status repairIndex();
     /// Whether the index file is exactly what the lines say, its blocks used once each.
     [[nodiscard]] bool indexIsRight(std::span<const TagKeys> keys) const;
-    Status packAlone();
+    Status whileAlone(const std::function<Status()> &work);
+    Status rewriteLines(std::span<const std::uint8_t> rows, const std::filesystem::path &aside);
     Status rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRule> &rules);
     Status makeIndex(std::span<const TagDefinition> wanted);
     Status makeIndexAnew();

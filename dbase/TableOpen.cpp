@@ -119,6 +119,18 @@ bool TableImpl::soundForReading()
     return keys.ok() && indexIsRight(keys.value());
 }
 
+Result<bool> TableImpl::isDisplaced() const
+{
+    // By size and time, which a new file does not share with the old one. A line written by others between
+    // the two looks only costs another opening.
+    const auto own = m_dbf.stamp();
+    const auto there = File::open(path, File::Mode::readOnly);
+    if (!own.ok() || !there.ok())
+        return own.ok() ? there.status() : own.status();
+    const auto now = there.value().stamp();
+    return now.ok() ? Result<bool>(now.value() != own.value()) : now.status();
+}
+
 Status TableImpl::openFiles()
 {
     readOnly = options.readOnly;

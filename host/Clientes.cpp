@@ -206,3 +206,9 @@ void TClientesOficina::FinBusqueda()
     m_codigo = 0;
     m_nombre.clear();
 }
+
+void TClientesOficina::Cierra()
+{
+    m_tabla.close();
+    m_porCodigo.close();
+}

@@ -29,6 +29,8 @@ public:
     void KeyUpBusqueda(QLineEdit &edicion, int tecla) override;
     void ExitBusqueda(QLineEdit &edicion, bool completar) override;
     void FinBusqueda() override;
+    /// Lets go of the table until it is needed again.
+    void Cierra();
 
 private:
     /// Opens the list, or takes in what others have written.

@@ -22,8 +22,8 @@ using dataset::FieldKind;
 namespace
 {
 
-const QString CampoNombre = QStringLiteral("NOMBRE");
-const QString CampoAlias = QStringLiteral("ALIAS");
+const QString ColumnaNombre = QStringLiteral("NOMBRE");
+const QString ColumnaAlias = QStringLiteral("ALIAS");
 
 class TMantieneNotarios
 {
@@ -50,8 +50,8 @@ private:
 TMantieneNotarios::TMantieneNotarios(TOficina &oficina)
     : m_oficina(oficina)
 {
-    m_lista.create({{CampoNombre, FieldKind::text, 60},
-                    {CampoAlias, FieldKind::text, 20},
+    m_lista.create({{ColumnaNombre, FieldKind::text, 60},
+                    {ColumnaAlias, FieldKind::text, 20},
                     {"CARPETA", FieldKind::text, 250}});
     Lee();
 }
@@ -94,39 +94,40 @@ QString TMantieneNotarios::AliasLibre() const
 std::optional<TDefecto> TMantieneNotarios::Revisa(dataset::DataSet &ficha, const TNotario &inicial,
                                                   bool nuevo) const
 {
-    const QString nombre = ficha.field(CampoNombre).asText();
-    const QString alias = ficha.field(CampoAlias).asText().toUpper();
+    const QString nombre = ficha.field(ColumnaNombre).asText();
+    const QString alias = ficha.field(ColumnaAlias).asText().toUpper();
     if (nombre.isEmpty())
-        return TDefecto{CampoNombre, QStringLiteral("Falta el nombre del notario.")};
+        return TDefecto{ColumnaNombre, QStringLiteral("Falta el nombre del notario.")};
     for (const TNotario &otro : m_notarios) {
         if (otro != inicial && otro.Nombre.compare(nombre, Qt::CaseInsensitive) == 0)
-            return TDefecto{CampoNombre, QStringLiteral("Ya hay un notario que se llama «%1».").arg(nombre)};
+            return TDefecto{ColumnaNombre,
+                            QStringLiteral("Ya hay un notario que se llama «%1».").arg(nombre)};
     }
     if (!nuevo)
         return {};
     static const QRegularExpression valido(QStringLiteral("^[A-Z][A-Z0-9_]{0,19}$"));
     if (!valido.match(alias).hasMatch())
-        return TDefecto{CampoAlias, QStringLiteral("El alias empieza por una letra y solo lleva letras sin "
-                                                   "acento, cifras y guiones bajos.")};
+        return TDefecto{ColumnaAlias, QStringLiteral("El alias empieza por una letra y solo lleva letras sin "
+                                                     "acento, cifras y guiones bajos.")};
     if (m_oficina.Aliases.contains(alias))
-        return TDefecto{CampoAlias, QStringLiteral("El alias «%1» ya está en uso.").arg(alias)};
+        return TDefecto{ColumnaAlias, QStringLiteral("El alias «%1» ya está en uso.").arg(alias)};
     return {};
 }
 
 std::optional<TNotario> TMantieneNotarios::Ficha(const TNotario &inicial, bool nuevo)
 {
     dataset::MemTable ficha;
-    ficha.create({{CampoNombre, FieldKind::text, 60}, {CampoAlias, FieldKind::text, 20}});
+    ficha.create({{ColumnaNombre, FieldKind::text, 60}, {ColumnaAlias, FieldKind::text, 20}});
     AnadeLinea(ficha, {inicial.Nombre, inicial.Alias});
     ficha.edit();
     const auto revisa = [&] { return Revisa(ficha, inicial, nuevo); };
-    TFichaDatos dialogo(
-        QStringLiteral("Ficha del notario"), ficha,
-        {{QStringLiteral("&Nombre:"), CampoNombre, 45}, {QStringLiteral("A&lias:"), CampoAlias, 20, !nuevo}},
-        revisa, QApplication::activeWindow());
+    TFichaDatos dialogo(QStringLiteral("Ficha del notario"), ficha,
+                        {{QStringLiteral("&Nombre:"), ColumnaNombre, 45},
+                         {QStringLiteral("A&lias:"), ColumnaAlias, 20, !nuevo}},
+                        revisa, QApplication::activeWindow());
     if (dialogo.exec() != QDialog::Accepted)
         return {};
-    return TNotario{ficha.field(CampoNombre).asText(), ficha.field(CampoAlias).asText().toUpper()};
+    return TNotario{ficha.field(ColumnaNombre).asText(), ficha.field(ColumnaAlias).asText().toUpper()};
 }
 
 Bookmark TMantieneNotarios::Anade()
@@ -196,8 +197,8 @@ void TMantieneNotarios::Muestra(QWidget *padre)
     opciones.Borrar = [this](Bookmark linea) { return Borra(m_lista.rowOf(linea)); };
     opciones.Busqueda = false;
     TDialogoLista(m_lista,
-                  {{QStringLiteral("Nombre"), CampoNombre, 28},
-                   {QStringLiteral("Alias"), CampoAlias, 14},
+                  {{QStringLiteral("Nombre"), ColumnaNombre, 28},
+                   {QStringLiteral("Alias"), ColumnaAlias, 14},
                    {QStringLiteral("Carpeta"), QStringLiteral("CARPETA"), 30}},
                   opciones, padre)
         .exec();

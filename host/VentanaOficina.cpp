@@ -2,10 +2,13 @@
 
 #include "dataset/DatabaseError.h"
 #include "dbcontrols/WindowPlace.h"
+#include "host/AcercaDe.h"
 #include "host/AgendaConjunta.h"
 #include "host/AgendaUnica.h"
 #include "host/MantenimientoDatos.h"
+#include "host/Manual.h"
 #include "host/PanelOficina.h"
+#include "host/VentanaTablas.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QEvent>
@@ -55,6 +58,7 @@ void TOficina::MuestraAgendaConjunta(QWidget *propietario)
 TVentanaOficina::TVentanaOficina(TOficina &oficina)
     : m_oficina(oficina)
     , m_panel(new TPanelOficina(this))
+    , m_ayuda(std::make_unique<TAyuda>())
 {
     setObjectName(QStringLiteral("VentanaOficina"));
     setWindowTitle(QStringLiteral("Oficina notarial"));
@@ -77,6 +81,19 @@ TVentanaOficina::TVentanaOficina(TOficina &oficina)
     salir->setShortcut(Qt::CTRL | Qt::Key_Q);
     menu->addAction(salir);
     CreaMenuDatos();
+    QMenu *const mantenimiento = menuBar()->addMenu(QStringLiteral("&Mantenimiento"));
+    mantenimiento->addAction(Comando(QStringLiteral("&Tablas y copias de seguridad..."),
+                                     QStringLiteral("Comprobar, reparar, compactar, copiar y restaurar"),
+                                     [this] { TVentanaTablas(m_oficina, this).exec(); }));
+    QMenu *const ayuda = menuBar()->addMenu(QStringLiteral("&Ayuda"));
+    QAction *const manual =
+        Comando(QStringLiteral("&Manual"), QStringLiteral("Leer el manual; F1 en cualquier ventana"),
+                [this] { m_ayuda->Muestra(); });
+    // Shown only: the key is answered in every window.
+    manual->setText(manual->text() + QStringLiteral("\tF1"));
+    ayuda->addAction(manual);
+    ayuda->addAction(Comando(QStringLiteral("&Acerca de..."), QStringLiteral("Versiones del programa"),
+                             [this] { MuestraAcercaDe(*m_oficina.Modulo.operator->(), this); }));
 
     setCentralWidget(m_panel);
     // A widget, not a message: hints of commands come and go over it.
@@ -143,6 +160,8 @@ void TVentanaOficina::closeEvent(QCloseEvent *evento)
     dbcontrols::rememberPlace(*this, m_oficina.Config.GetFicheroVentanas());
     QMainWindow::closeEvent(evento);
 }
+
+TVentanaOficina::~TVentanaOficina() = default;
 
 QAction *TVentanaOficina::Comando(const QString &titulo, const QString &pista,
                                   const std::function<void()> &orden)

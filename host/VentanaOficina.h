@@ -7,8 +7,10 @@
 #include <QtWidgets/QMainWindow>
 
 #include <functional>
+#include <memory>
 
 class QMenu;
+class TAyuda;
 class TPanelOficina;
 
 /// The office's databases, services and module, put together and taken apart in order.
@@ -40,6 +42,7 @@ class TVentanaOficina : public QMainWindow
 public:
     /// @param oficina  not owned; outlives the window.
     explicit TVentanaOficina(TOficina &oficina);
+    ~TVentanaOficina() override;
 
     /// Opens the agenda of every notary on today and returns when it is closed; says what is wrong when it
     /// cannot.
@@ -67,4 +70,5 @@ private:
 
     TOficina &m_oficina;
     TPanelOficina *m_panel;
+    std::unique_ptr<TAyuda> m_ayuda;
 };

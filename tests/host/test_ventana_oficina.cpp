@@ -1,11 +1,16 @@
 // The main window: its place, its date, and the agendas by their large buttons.
 
+#include "host/AcercaDe.h"
+#include "host/MantenimientoDatos.h"
+#include "host/Manual.h"
 #include "host/VentanaOficina.h"
 #include "tests/host/Oficina.h"
 
 #include <QtTest/QTest>
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QLabel>
+#include <QtWidgets/QMessageBox>
+#include <QtWidgets/QTextBrowser>
 
 namespace
 {
@@ -53,6 +58,49 @@ TEST_F(VentanaOficinaTest, ThePlaceIsRemembered)
         ventana.close();
     }
     EXPECT_EQ(TVentanaOficina(oficina).geometry(), sitio);
+}
+
+TEST_F(VentanaOficinaTest, TheManualComesInFrontOfWhicheverWindow)
+{
+    const auto pagina = carpeta.path() / "manual.html";
+    support::writeFile(pagina, "<html><body><p>Primera página</p></body></html>");
+    TOficina oficina(ruta(), Hoy);
+    const TAyuda ayuda(QString::fromStdString(pagina.string()));
+    enDialogo([](QWidget *lista) {
+        tecla(lista, Qt::Key_F1);
+        auto *const manual = lista->findChild<QWidget *>("VentanaManual");
+        ASSERT_TRUE(manual);
+        EXPECT_TRUE(manual->isVisible());
+        EXPECT_TRUE(manual->findChild<QTextBrowser *>("TBManual")->toPlainText().contains("Primera página"));
+        tecla(manual, Qt::Key_F1); // the same one
+        tecla(manual, Qt::Key_Escape);
+        EXPECT_FALSE(manual->isVisible());
+        tecla(lista, Qt::Key_Escape);
+    });
+    MantieneClientes(oficina, nullptr);
+}
+
+TEST_F(VentanaOficinaTest, AMissingManualIsSaidAndTheVersionsAreTold)
+{
+    TOficina oficina(ruta(), Hoy);
+    {
+        TAyuda ayuda(ruta() + QStringLiteral("/no está.html"));
+        enDialogo([](QWidget *caja) {
+            EXPECT_EQ(qobject_cast<QMessageBox *>(caja)->text(),
+                      "El manual no está instalado en este equipo.");
+            tecla(caja, Qt::Key_Return);
+        });
+        ayuda.Muestra();
+    }
+    enDialogo([](QWidget *dialogo) {
+        QStringList textos;
+        for (const QLabel *const rotulo : dialogo->findChildren<QLabel *>())
+            textos << rotulo->text();
+        EXPECT_TRUE(textos.contains(QString::fromLatin1(qVersion())));
+        EXPECT_TRUE(textos.contains(QStringLiteral("interfaz %1").arg(IZenAgenda::VersionInterfaz)));
+        tecla(dialogo, Qt::Key_Escape);
+    });
+    MuestraAcercaDe(*oficina.Modulo.operator->(), nullptr);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "tools/agendatool/Values.h"
 
 #include "tools/agendatool/Text.h"
+#include "upkeep/TableCare.h"
 
 #include <algorithm>
 #include <array>
@@ -18,6 +19,7 @@ using dbase::FieldDefinition;
 using dbase::FieldType;
 using dbase::Status;
 using Record = std::span<const std::uint8_t>;
+using upkeep::isBlank;
 
 Status refuse(const FieldDefinition &field, const std::string &why)
 {
@@ -35,16 +37,6 @@ std::string bareText(Record record, const FieldDefinition &field, CodePage page)
     std::string text = toUtf8(dbase::readText(record, field, page));
     text.erase(0, std::min(text.find_first_not_of(' '), text.size()));
     return text;
-}
-
-bool isBlank(Record record, const FieldDefinition &field)
-{
-    const Record bytes = record.subspan(field.offset, field.width);
-    const auto blank = [&](std::uint8_t byte) {
-        return byte == ' ' || (field.type == FieldType::date && byte == '0') ||
-               (field.type == FieldType::logical && byte == '?');
-    };
-    return std::all_of(bytes.begin(), bytes.end(), blank);
 }
 
 /// Sign, digits, and digits behind a point: the parts of a number without exponent.
@@ -181,17 +173,6 @@ std::string jsonString(std::string_view utf8)
         }
     }
     return out + '"';
-}
-
-bool isReadable(Record record, const FieldDefinition &field)
-{
-    if (field.type == FieldType::character || isBlank(record, field))
-        return true;
-    if (field.type == FieldType::date)
-        return dbase::readDate(record, field).has_value();
-    if (field.type == FieldType::logical)
-        return dbase::readLogical(record, field).has_value();
-    return dbase::readNumber(record, field).has_value();
 }
 
 Status setValue(std::span<std::uint8_t> record, const FieldDefinition &field, CodePage page,

@@ -15,9 +15,6 @@ namespace agendatool
 /// A JSON string with its quotes.
 [[nodiscard]] std::string jsonString(std::string_view utf8);
 
-/// Whether the bytes of a field are a value of its type; blank is one.
-[[nodiscard]] bool isReadable(std::span<const std::uint8_t> record, const dbase::FieldDefinition &field);
-
 /// Writes the value that valueText() would show as `text`.
 /// @return invalidArgument, the field as it was, when the field cannot hold exactly that.
 dbase::Status setValue(std::span<std::uint8_t> record, const dbase::FieldDefinition &field,

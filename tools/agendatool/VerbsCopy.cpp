@@ -2,8 +2,7 @@
 
 #include "tools/agendatool/Text.h"
 #include "tools/agendatool/Verbs.h"
-
-#include <fstream>
+#include "upkeep/TableCare.h"
 
 namespace agendatool
 {
@@ -29,59 +28,6 @@ Result<fs::path> freePlace(const fs::path &folder, const std::string &name)
     return present.kind() == ErrorKind::notFound ? place : present;
 }
 
-Status copyBytes(const fs::path &from, const fs::path &to)
-{
-    std::ifstream in(from, std::ios::binary);
-    std::ofstream out(to, std::ios::binary | std::ios::trunc);
-    std::vector<char> buffer(std::size_t{1} << 16U);
-    while (in && out) {
-        in.read(buffer.data(), static_cast<std::streamsize>(buffer.size()));
-        out.write(buffer.data(), in.gcount());
-    }
-    out.close();
-    if (in.bad() || !in.eof() || !out)
-        return {ErrorKind::inputOutput, "no se ha podido copiar la tabla entera", pathText(to)};
-    return {};
-}
-
-/// The name of the copy appears only when all of it is there.
-Status copyFile(const fs::path &from, const fs::path &to)
-{
-    fs::path unfinished = to;
-    unfinished += ".tmp";
-    Status status = copyBytes(from, unfinished);
-    std::error_code error;
-    if (status.ok()) {
-        fs::rename(unfinished, to, error);
-        if (error)
-            status = {ErrorKind::inputOutput, "no se puede poner la copia en su sitio", pathText(to)};
-    }
-    if (!status.ok())
-        fs::remove(unfinished, error);
-    return status;
-}
-
-enum class Source { inUse, laidAside };
-
-/// Copies a table that can be opened; one that others may be writing to is held still meanwhile.
-Status copyTable(const Context &context, const fs::path &from, const fs::path &to, Source source)
-{
-    dbase::OpenOptions options;
-    options.lockTimeout = context.patience;
-    options.readOnly = source == Source::laidAside;
-    const auto opened = dbase::Table::open(from, options);
-    if (!opened.ok())
-        return opened.status();
-    if (source == Source::laidAside)
-        return copyFile(from, to);
-    dbase::Table &table = *opened.value();
-    if (const Status status = table.beginGroup(); !status.ok())
-        return status;
-    const Status status = copyFile(from, to);
-    table.dropGroup();
-    return status;
-}
-
 } // namespace
 
 int backupTable(const Context &context)
@@ -90,7 +36,9 @@ int backupTable(const Context &context)
     if (!from.ok())
         return context.fail(from.status());
     const auto to = freePlace(context.args.target, context.args.table);
-    const Status status = to.ok() ? copyTable(context, from.value(), to.value(), Source::inUse) : to.status();
+    const Status status =
+        to.ok() ? upkeep::copyTable(from.value(), to.value(), upkeep::Source::inUse, context.patience)
+                : to.status();
     if (!status.ok())
         return context.fail(status);
     context.note("Copiada a " + pathText(to.value()));
@@ -107,7 +55,9 @@ int restoreTable(const Context &context)
     if (status.ok()) {
         // A journal beside the copy means that somebody has opened it, and may have it open now.
         const bool used = !siblingOf(from.value(), ".JNL").empty();
-        status = copyTable(context, from.value(), to.value(), used ? Source::inUse : Source::laidAside);
+        status =
+            upkeep::copyTable(from.value(), to.value(),
+                              used ? upkeep::Source::inUse : upkeep::Source::laidAside, context.patience);
     }
     if (!status.ok())
         return context.fail(status);

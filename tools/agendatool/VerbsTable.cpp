@@ -3,6 +3,7 @@
 #include "tools/agendatool/Text.h"
 #include "tools/agendatool/Values.h"
 #include "tools/agendatool/Verbs.h"
+#include "upkeep/TableCare.h"
 
 #include <ostream>
 
@@ -20,12 +21,6 @@ using dbase::Table;
 
 constexpr int mostFaultsShown = 20;
 
-const dbase::TagDefinition &agendaTag()
-{
-    static const dbase::TagDefinition tag{"FECHA", "DTOS(FECHA)+HORA"};
-    return tag;
-}
-
 dbase::TableDefinition agendaDefinition()
 {
     dbase::TableDefinition made;
@@ -37,58 +32,28 @@ dbase::TableDefinition agendaDefinition()
                    {"OFICIAL", FieldType::character, 16},
                    {"SALIDA", FieldType::character, 1},
                    {"AVISO", FieldType::character, 1}};
-    made.tags = {agendaTag()};
+    made.tags = {upkeep::agendaTag()};
     return made;
 }
 
-bool hasField(const Table &table, std::string_view name, FieldType type)
+Result<OpenTable> told(const Context &context, Result<OpenTable> opened)
 {
-    const int at = table.fieldIndex(name);
-    return at >= 0 && table.fields()[static_cast<std::size_t>(at)].type == type;
-}
-
-Result<OpenTable> openFile(const Context &context, const std::filesystem::path &file,
-                           std::vector<dbase::TagDefinition> tags)
-{
-    dbase::OpenOptions options;
-    options.lockTimeout = context.patience;
-    options.tags = std::move(tags);
-    auto opened = Table::open(file, options);
     if (opened.ok() && !opened.value()->notice().empty())
-        context.err << pathText(file.filename()) << ": " << opened.value()->notice() << '\n';
+        context.err << pathText(opened.value()->file().filename()) << ": " << opened.value()->notice()
+                    << '\n';
     return opened;
-}
-
-/// The tags against the lines. An index file of which no tag could be taken has not been compared.
-Status compareTags(Table &table)
-{
-    if (const Status status = table.check(); !status.ok())
-        return status;
-    if (!table.tags().empty() || siblingOf(table.file(), ".MDX").empty())
-        return {};
-    const std::string reason = table.readOnlyReason();
-    return {ErrorKind::damaged, "el índice no se ha podido comprobar" + (reason.empty() ? "" : ": " + reason),
-            pathText(table.file().filename())};
 }
 
 /// @return how many fields of live lines hold no value of their type; the first ones are named.
 Result<int> countUnreadable(const Context &context, const Table &table)
 {
-    std::vector<dbase::RecordNumber> numbers;
-    std::vector<std::uint8_t> rows;
-    if (const Status status = table.liveRows(nullptr, {}, {}, numbers, rows); !status.ok())
-        return status;
-    int faults = 0;
-    for (std::size_t i = 0; i < numbers.size(); ++i) {
-        const auto row = std::span(rows).subspan(i * table.recordLength(), table.recordLength());
-        for (const auto &field : table.fields()) {
-            if (isReadable(row, field) || ++faults > mostFaultsShown)
-                continue;
-            context.err << "línea " << numbers[i] << ": el campo " << field.name << " no se entiende: «"
+    int shown = 0;
+    return upkeep::findUnreadable(table, [&](dbase::RecordNumber number, std::span<const std::uint8_t> row,
+                                             const dbase::FieldDefinition &field) {
+        if (++shown <= mostFaultsShown)
+            context.err << "línea " << number << ": el campo " << field.name << " no se entiende: «"
                         << valueText(row, field, table.codePage()) << "»\n";
-        }
-    }
-    return faults;
+    });
 }
 
 Result<OpenTable> openForRepair(const Context &context)
@@ -126,28 +91,21 @@ int Context::fail(const Status &status) const
 Result<OpenTable> openTable(const Context &context)
 {
     const auto file = dbase::findTable(context.args.folder, context.args.table);
-    return file.ok() ? openFile(context, file.value(), {}) : file.status();
+    if (!file.ok())
+        return file.status();
+    dbase::OpenOptions options;
+    options.lockTimeout = context.patience;
+    return told(context, Table::open(file.value(), options));
 }
 
 Result<OpenTable> openWithTag(const Context &context, const std::filesystem::path &file)
 {
-    auto opened = openFile(context, file, {});
-    if (!opened.ok())
-        return opened;
-    const Table &table = *opened.value();
-    const bool agenda =
-        hasField(table, "FECHA", FieldType::date) && hasField(table, "HORA", FieldType::character);
-    // An index that tells no order any more makes the table read-only, unless somebody names the order.
-    const bool lostOrders = table.isReadOnly() && table.tags().empty();
-    if (!agenda || (table.isReadOnly() && !lostOrders) || table.index(agendaTag().name))
-        return opened;
-    opened.value().reset();
-    return openFile(context, file, {agendaTag()});
+    return told(context, upkeep::openWithTag(file, context.patience));
 }
 
 int verify(const Context &context, Table &table)
 {
-    const Status tags = compareTags(table);
+    const Status tags = upkeep::compareTags(table);
     const int tagsCode = tags.ok() ? exitDone : context.fail(tags);
     const auto faults = countUnreadable(context, table);
     if (!faults.ok())
@@ -222,7 +180,7 @@ int repairTable(const Context &context)
     if (!opened.ok())
         return context.fail(opened.status());
     Table &table = *opened.value();
-    if (compareTags(table).kind() == ErrorKind::damaged) {
+    if (upkeep::compareTags(table).kind() == ErrorKind::damaged) {
         if (const Status status = table.reindex(); !status.ok())
             return context.fail(status);
         context.note("El índice no coincidía con las líneas; se ha rehecho.");

@@ -5,7 +5,7 @@ set -eu
 
 paquetes_de() {
     case "$1" in
-        construir) echo "g++ cmake ninja-build ccache qt6-base-dev libgtest-dev libgmock-dev libbenchmark-dev" ;;
+        construir) echo "g++ cmake ninja-build ccache qt6-base-dev libzip-dev libgtest-dev libgmock-dev libbenchmark-dev" ;;
         ejecutar)  echo "qt6-translations-l10n fonts-liberation" ;;
         pruebas)   echo "qt6-translations-l10n fonts-liberation poppler-utils" ;;
         empaquetar) echo "dpkg-dev file" ;;

@@ -1,0 +1,243 @@
+#include "host/MantenimientoTablas.h"
+
+#include "upkeep/OfficeCopy.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+
+#include <algorithm>
+
+namespace
+{
+
+namespace fs = std::filesystem;
+using dbase::ErrorKind;
+using dbase::Status;
+using dbase::Table;
+
+constexpr std::chrono::milliseconds Paciencia{2000};
+
+fs::path RutaDe(const QString &ruta)
+{
+    return fs::path(ruta.toStdU16String());
+}
+
+QString Texto(const Status &estado)
+{
+    QString texto = QString::fromStdString(
+        estado.kind() == ErrorKind::locked ? "La está usando otro puesto: " + estado.text() : estado.text());
+    if (!texto.isEmpty())
+        texto[0] = texto.at(0).toUpper();
+    return texto + u'.';
+}
+
+/// How one table stands.
+struct TParte {
+    QString Estado;
+    bool Bien = false;
+    qint64 Lineas = -1;
+};
+
+TParte ParteDe(const Status &fallo)
+{
+    return {Texto(fallo)};
+}
+
+TParte Mira(const fs::path &fichero)
+{
+    dbase::OpenOptions opciones;
+    opciones.readOnly = true;
+    const auto abierta = Table::open(fichero, opciones);
+    if (!abierta.ok())
+        return ParteDe(abierta.status());
+    return {QString(), true, abierta.value()->recordCount()};
+}
+
+TParte Verifica(Table &tabla)
+{
+    if (const Status ordenes = upkeep::compareTags(tabla); !ordenes.ok())
+        return ParteDe(ordenes);
+    const auto ilegibles = upkeep::findUnreadable(
+        tabla, [](dbase::RecordNumber, std::span<const std::uint8_t>, const dbase::FieldDefinition &) {});
+    if (!ilegibles.ok())
+        return ParteDe(ilegibles.status());
+    const qint64 lineas = tabla.recordCount();
+    if (ilegibles.value() > 0)
+        return {QStringLiteral("Hay %1 datos que no se entienden.").arg(ilegibles.value()), false, lineas};
+    const QString aviso = QString::fromStdString(tabla.notice());
+    return {aviso.isEmpty() ? QStringLiteral("Está bien.") : QStringLiteral("Está bien (%1).").arg(aviso),
+            true, lineas};
+}
+
+TParte Comprueba(const fs::path &fichero)
+{
+    dbase::OpenOptions opciones;
+    opciones.lockTimeout = Paciencia;
+    const auto abierta = Table::open(fichero, opciones);
+    return abierta.ok() ? Verifica(*abierta.value()) : ParteDe(abierta.status());
+}
+
+TParte Repara(const fs::path &fichero)
+{
+    const auto abierta = upkeep::openWithTag(fichero, Paciencia);
+    if (!abierta.ok())
+        return ParteDe(abierta.status());
+    Table &tabla = *abierta.value();
+    if (tabla.isReadOnly())
+        return ParteDe({ErrorKind::readOnly, tabla.readOnlyReason()});
+    if (upkeep::compareTags(tabla).kind() != ErrorKind::damaged)
+        return Verifica(tabla);
+    if (const Status estado = tabla.reindex(); !estado.ok())
+        return ParteDe(estado);
+    TParte parte = Verifica(tabla);
+    parte.Estado.prepend(QStringLiteral("El índice se ha rehecho. "));
+    return parte;
+}
+
+TParte Compacta(const fs::path &fichero)
+{
+    dbase::OpenOptions opciones;
+    opciones.lockTimeout = Paciencia;
+    const auto abierta = Table::open(fichero, opciones);
+    if (!abierta.ok())
+        return ParteDe(abierta.status());
+    Table &tabla = *abierta.value();
+    const qint64 antes = tabla.recordCount();
+    if (const Status estado = tabla.pack(); !estado.ok())
+        return ParteDe(estado);
+    const qint64 quitadas = antes - tabla.recordCount();
+    return {quitadas == 0 ? QStringLiteral("No había líneas borradas.")
+                          : QStringLiteral("Líneas borradas que se han quitado: %1.").arg(quitadas),
+            true, tabla.recordCount()};
+}
+
+/// The same for each table, one after the other; to be stopped between two.
+TTrabajo::TCuerpo UnaAUna(const QList<TTablaOficina> &tablas, const QString &que,
+                          TParte (*haz)(const fs::path &), const QString &alFinal)
+{
+    return [=](TTrabajo &trabajo) {
+        int mal = 0;
+        for (int fila = 0; fila < tablas.size(); ++fila) {
+            if (!trabajo.Sigue())
+                return QStringLiteral("Se ha cancelado; lo hecho hasta aquí vale.");
+            const TTablaOficina &tabla = tablas.at(fila);
+            trabajo.Avanza(static_cast<int>(100 * fila / tablas.size()),
+                           QStringLiteral("%1 %2 de %3...").arg(que, tabla.Nombre, tabla.Alias));
+            const TParte parte = haz(tabla.Fichero);
+            trabajo.Dice(fila, parte.Estado, parte.Lineas);
+            mal += parte.Bien ? 0 : 1;
+        }
+        trabajo.Avanza(100, {});
+        if (mal > 0)
+            return mal == 1 ? QStringLiteral("Hay 1 tabla con problemas: se dice en su línea.")
+                            : QStringLiteral("Hay %1 tablas con problemas: se dice en sus líneas.").arg(mal);
+        return alFinal;
+    };
+}
+
+std::vector<upkeep::OfficeTable> ParaCopia(const QList<TTablaOficina> &tablas, bool soloLasQueHay)
+{
+    std::vector<upkeep::OfficeTable> copia;
+    std::error_code error;
+    for (const TTablaOficina &tabla : tablas) {
+        if (!soloLasQueHay || fs::exists(tabla.Fichero, error))
+            copia.push_back(
+                {(tabla.Alias + u'/' + tabla.Nombre + QStringLiteral(".DBF")).toStdString(), tabla.Fichero});
+    }
+    return copia;
+}
+
+upkeep::Progress AvanceDe(TTrabajo &trabajo, const QString &que)
+{
+    return [&trabajo, que](int porCiento) {
+        trabajo.Avanza(porCiento, que);
+        return trabajo.Sigue();
+    };
+}
+
+QString Fallo(const TTrabajo &trabajo, const QString &que, const Status &estado)
+{
+    if (!trabajo.Sigue())
+        return QStringLiteral("Se ha cancelado; todo sigue como estaba.");
+    return QStringLiteral("%1 %2").arg(que, estado.kind() == ErrorKind::locked
+                                                ? QStringLiteral("Otro puesto tiene abierta una tabla (%1).")
+                                                      .arg(QString::fromStdString(estado.message()))
+                                                : QString::fromStdString(estado.message()) + u'.');
+}
+
+} // namespace
+
+QList<TTablaOficina> TablasDeLaOficina(const TConfiguracion &config)
+{
+    QList<TTablaOficina> tablas;
+    const auto anade = [&](const QString &alias, const QDir &carpeta, const QString &fichero) {
+        const QString nombre = QFileInfo(fichero).completeBaseName().toUpper();
+        const bool esta = std::any_of(tablas.begin(), tablas.end(), [&](const TTablaOficina &una) {
+            return una.Alias == alias && una.Nombre == nombre;
+        });
+        if (!esta)
+            tablas << TTablaOficina{alias, nombre, RutaDe(carpeta.filePath(fichero))};
+    };
+    const dataset::Aliases aliases = config.Aliases();
+    for (const QString &alias : aliases.names()) {
+        const QDir carpeta(aliases.folderOf(alias));
+        for (const QString &fichero : carpeta.entryList({QStringLiteral("*.dbf")}, QDir::Files, QDir::Name))
+            anade(alias, carpeta, fichero);
+    }
+    for (const TNotario &notario : config.Notarios())
+        anade(notario.Alias.toUpper(), aliases.folderOf(notario.Alias), QStringLiteral("AGENDA_N.DBF"));
+    return tablas;
+}
+
+TTrabajo::TCuerpo MiraTablas(const QList<TTablaOficina> &tablas)
+{
+    return UnaAUna(tablas, QStringLiteral("Mirando"), Mira, {});
+}
+
+TTrabajo::TCuerpo CompruebaTablas(const QList<TTablaOficina> &tablas)
+{
+    return UnaAUna(tablas, QStringLiteral("Comprobando"), Comprueba,
+                   QStringLiteral("Todas las tablas comprobadas están bien."));
+}
+
+TTrabajo::TCuerpo ReparaTablas(const QList<TTablaOficina> &tablas)
+{
+    return UnaAUna(tablas, QStringLiteral("Reparando"), Repara, QStringLiteral("Las tablas están en orden."));
+}
+
+TTrabajo::TCuerpo CompactaTablas(const QList<TTablaOficina> &tablas)
+{
+    return UnaAUna(tablas, QStringLiteral("Compactando"), Compacta,
+                   QStringLiteral("Las tablas están compactadas."));
+}
+
+TTrabajo::TCuerpo CopiaTablas(const QList<TTablaOficina> &tablas, const QString &carpeta,
+                              const QString &fichero)
+{
+    return [=](TTrabajo &trabajo) {
+        std::vector<upkeep::OfficeTable> ajustes;
+        for (const char *const nombre : {"oficina.ini", "CONFIG/VARIOS.INI"}) {
+            if (const QString ruta = QDir(carpeta).filePath(QLatin1String(nombre)); QFileInfo::exists(ruta))
+                ajustes.push_back({nombre, RutaDe(ruta)});
+        }
+        const auto suyas = ParaCopia(tablas, true);
+        const Status estado = upkeep::backUp(RutaDe(fichero), suyas, ajustes, Paciencia,
+                                             AvanceDe(trabajo, QStringLiteral("Copiando...")));
+        if (!estado.ok())
+            return Fallo(trabajo, QStringLiteral("No se ha podido hacer la copia."), estado);
+        return QStringLiteral("Copia hecha y leída de nuevo: %1 tablas en «%2».")
+            .arg(suyas.size())
+            .arg(QDir::toNativeSeparators(fichero));
+    };
+}
+
+TTrabajo::TCuerpo RestauraTablas(const QList<TTablaOficina> &tablas, const QString &fichero)
+{
+    return [=](TTrabajo &trabajo) {
+        const auto nombres = upkeep::restore(RutaDe(fichero), ParaCopia(tablas, false), Paciencia,
+                                             AvanceDe(trabajo, QStringLiteral("Restaurando...")));
+        if (!nombres.ok())
+            return Fallo(trabajo, QStringLiteral("No se ha restaurado nada."), nombres.status());
+        return QStringLiteral("Se han restaurado %1 tablas.").arg(nombres.value().size());
+    };
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "host/Configuracion.h"
+#include "host/Trabajo.h"
+
+#include <QtCore/QList>
+
+#include <filesystem>
+
+/// A table file of the office.
+struct TTablaOficina {
+    QString Alias;
+    QString Nombre;
+    std::filesystem::path Fichero;
+};
+
+/// The tables in the folders of the office's databases, those that it cannot do without also when their files
+/// are missing.
+[[nodiscard]] QList<TTablaOficina> TablasDeLaOficina(const TConfiguracion &config);
+
+// What is done to tables, to be run by a TTrabajo. Each tells of every table how it stands, by its place in
+// the list, and answers with a sentence for the user.
+
+/// Counts the lines.
+[[nodiscard]] TTrabajo::TCuerpo MiraTablas(const QList<TTablaOficina> &tablas);
+/// Compares lines and indexes, and reads every field.
+[[nodiscard]] TTrabajo::TCuerpo CompruebaTablas(const QList<TTablaOficina> &tablas);
+/// Makes indexes anew that do not fit.
+[[nodiscard]] TTrabajo::TCuerpo ReparaTablas(const QList<TTablaOficina> &tablas);
+/// Drops deleted lines for good.
+[[nodiscard]] TTrabajo::TCuerpo CompactaTablas(const QList<TTablaOficina> &tablas);
+/// Copies the tables and the settings files into a .zip.
+/// @param carpeta  of the office's data, for the settings files.
+[[nodiscard]] TTrabajo::TCuerpo CopiaTablas(const QList<TTablaOficina> &tablas, const QString &carpeta,
+                                            const QString &fichero);
+/// Brings the lines of a .zip back: of all tables or of none.
+[[nodiscard]] TTrabajo::TCuerpo RestauraTablas(const QList<TTablaOficina> &tablas, const QString &fichero);

@@ -1,0 +1,277 @@
+#include "host/VentanaTablas.h"
+
+#include "dbcontrols/WindowPlace.h"
+#include "host/VentanaOficina.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QLocale>
+#include <QtCore/QSettings>
+#include <QtCore/QStandardPaths>
+#include <QtWidgets/QFileDialog>
+#include <QtWidgets/QHBoxLayout>
+#include <QtWidgets/QHeaderView>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QProgressBar>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QTableWidget>
+#include <QtWidgets/QVBoxLayout>
+
+#include <algorithm>
+
+namespace
+{
+
+enum Columna { ColAlias, ColNombre, ColLineas, ColTamano, ColEstado, NumColumnas };
+
+const QString ClaveCopias = QStringLiteral("Copias/Carpeta");
+const QString FiltroCopias = QStringLiteral("Copias de seguridad (*.zip)");
+
+} // namespace
+
+TVentanaTablas::TVentanaTablas(TOficina &oficina, QWidget *padre)
+    : QDialog(padre)
+    , m_oficina(oficina)
+{
+    setObjectName(QStringLiteral("VentanaTablas"));
+    setWindowTitle(QStringLiteral("Mantenimiento de las tablas"));
+    auto *const orden = new QVBoxLayout(this);
+    CreaLista();
+    LMensaje = new QLabel(this);
+    LMensaje->setObjectName(QStringLiteral("LMensaje"));
+    LMensaje->setWordWrap(true);
+    LMensaje->setMinimumHeight(2 * fontMetrics().lineSpacing());
+    LMensaje->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    PBAvance = new QProgressBar(this);
+    PBAvance->setRange(0, 100);
+    BCancelar = new QPushButton(QStringLiteral("Ca&ncelar"), this);
+    BCancelar->setObjectName(QStringLiteral("BCancelar"));
+    BCancelar->setAutoDefault(false);
+    connect(BCancelar, &QPushButton::clicked, this, [this] { m_trabajo.Para(); });
+    auto *const avance = new QHBoxLayout;
+    avance->addWidget(PBAvance, 1);
+    avance->addWidget(BCancelar);
+    orden->addWidget(TVTablas, 1);
+    orden->addWidget(LMensaje);
+    orden->addLayout(avance);
+    CreaBotones();
+    connect(&m_trabajo, &TTrabajo::avanza, this, [this](int porCiento, const QString &que) {
+        PBAvance->setValue(porCiento);
+        if (!que.isEmpty())
+            LMensaje->setText(que);
+    });
+    connect(&m_trabajo, &TTrabajo::dice, this, [this](int fila, const QString &estado, qint64 lineas) {
+        TVTablas->item(m_filas.at(fila), ColEstado)->setText(estado);
+        TVTablas->item(m_filas.at(fila), ColEstado)->setToolTip(estado);
+        if (lineas >= 0)
+            TVTablas->item(m_filas.at(fila), ColLineas)->setText(locale().toString(lineas));
+    });
+    connect(&m_trabajo, &TTrabajo::termina, this, &TVentanaTablas::Termina);
+    if (!dbcontrols::restorePlace(*this, oficina.Config.GetFicheroVentanas()))
+        resize(96 * fontMetrics().averageCharWidth(), 30 * fontMetrics().height());
+    Lee();
+    TVTablas->selectAll();
+    Empieza(MiraTablas(m_tablas));
+}
+
+void TVentanaTablas::CreaLista()
+{
+    TVTablas = new QTableWidget(0, NumColumnas, this);
+    TVTablas->setObjectName(QStringLiteral("TVTablas"));
+    TVTablas->setAccessibleName(QStringLiteral("Tablas de la oficina"));
+    TVTablas->setHorizontalHeaderLabels({QStringLiteral("Alias"), QStringLiteral("Tabla"),
+                                         QStringLiteral("Líneas"), QStringLiteral("Tamaño"),
+                                         QStringLiteral("Estado")});
+    TVTablas->setSelectionBehavior(QAbstractItemView::SelectRows);
+    TVTablas->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    TVTablas->setTabKeyNavigation(false);
+    TVTablas->setShowGrid(false);
+    TVTablas->setStyleSheet(QStringLiteral("QTableView::item { padding: 0 6px; }"));
+    TVTablas->setAlternatingRowColors(true);
+    TVTablas->verticalHeader()->hide();
+    TVTablas->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
+    TVTablas->horizontalHeader()->setHighlightSections(false);
+    TVTablas->horizontalHeader()->setStretchLastSection(true);
+    const int letra = fontMetrics().averageCharWidth();
+    TVTablas->setColumnWidth(ColAlias, 13 * letra);
+    TVTablas->setColumnWidth(ColNombre, 13 * letra);
+    TVTablas->setColumnWidth(ColLineas, 10 * letra);
+    TVTablas->setColumnWidth(ColTamano, 11 * letra);
+}
+
+void TVentanaTablas::Boton(const QString &titulo, const char *nombre, const QString &pista,
+                           const std::function<void()> &orden)
+{
+    auto *const boton = new QPushButton(titulo, this);
+    boton->setObjectName(QLatin1String(nombre));
+    boton->setToolTip(pista);
+    boton->setAutoDefault(false);
+    connect(boton, &QPushButton::clicked, this, orden);
+    m_botones << boton;
+}
+
+void TVentanaTablas::CreaBotones()
+{
+    Boton(QStringLiteral("&Comprobar"), "BComprobar",
+          QStringLiteral("Comparar las líneas con los índices y leer todos los datos"),
+          [this] { Empieza(CompruebaTablas(Elegidas())); });
+    Boton(QStringLiteral("&Reparar"), "BReparar",
+          QStringLiteral("Terminar lo que quedó a medias y rehacer los índices que no coincidan"),
+          [this] { Empieza(ReparaTablas(Elegidas())); });
+    Boton(QStringLiteral("C&ompactar"), "BCompactar",
+          QStringLiteral("Quitar para siempre las líneas borradas; nadie más puede tener abierta la tabla"),
+          [this] { Empieza(CompactaTablas(Elegidas())); });
+    Boton(QStringLiteral("Copia de &seguridad..."), "BCopia",
+          QStringLiteral("Guardar las tablas en un fichero, mientras los demás trabajan"),
+          [this] { PreguntaCopia(); });
+    Boton(QStringLiteral("Res&taurar..."), "BRestaurar",
+          QStringLiteral("Traer las líneas de una copia; nadie más puede tener abiertas las tablas"),
+          [this] { PreguntaRestaurar(); });
+    auto *const fila = new QHBoxLayout;
+    for (QPushButton *const boton : std::as_const(m_botones))
+        fila->addWidget(boton);
+    fila->addStretch();
+    auto *const cerrar = new QPushButton(QStringLiteral("C&errar"), this);
+    cerrar->setAutoDefault(false);
+    connect(cerrar, &QPushButton::clicked, this, &TVentanaTablas::reject);
+    fila->addWidget(cerrar);
+    static_cast<QVBoxLayout *>(layout())->addLayout(fila);
+}
+
+void TVentanaTablas::Lee()
+{
+    m_tablas = TablasDeLaOficina(m_oficina.Config);
+    TVTablas->setRowCount(static_cast<int>(m_tablas.size()));
+    for (int fila = 0; fila < m_tablas.size(); ++fila) {
+        const TTablaOficina &tabla = m_tablas.at(fila);
+        std::error_code error;
+        const auto bytes = std::filesystem::file_size(tabla.Fichero, error);
+        const QString tamano =
+            error ? QStringLiteral("—") : locale().formattedDataSize(static_cast<qint64>(bytes), 1);
+        const QString textos[NumColumnas] = {tabla.Alias, tabla.Nombre, QString(), tamano, QString()};
+        for (int columna = 0; columna < NumColumnas; ++columna) {
+            auto *const celda = new QTableWidgetItem(textos[columna]);
+            if (columna == ColLineas || columna == ColTamano)
+                celda->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
+            TVTablas->setItem(fila, columna, celda);
+        }
+    }
+}
+
+QList<TTablaOficina> TVentanaTablas::Elegidas()
+{
+    m_filas.clear();
+    for (const QModelIndex &una : TVTablas->selectionModel()->selectedRows())
+        m_filas << una.row();
+    std::sort(m_filas.begin(), m_filas.end());
+    QList<TTablaOficina> elegidas;
+    for (const int fila : std::as_const(m_filas))
+        elegidas << m_tablas.at(fila);
+    return elegidas;
+}
+
+void TVentanaTablas::Empieza(const TTrabajo::TCuerpo &cuerpo)
+{
+    if (Elegidas().isEmpty()) {
+        LMensaje->setText(QStringLiteral("Elija en la lista una tabla al menos."));
+        return;
+    }
+    for (const int fila : std::as_const(m_filas))
+        TVTablas->item(fila, ColEstado)->setText({});
+    m_oficina.Clientes.Cierra(); // what this very program has open would be in the way
+    PonEnMarcha(true);
+    m_trabajo.Empieza(cuerpo);
+}
+
+void TVentanaTablas::Termina(const QString &mensaje)
+{
+    PonEnMarcha(false);
+    LMensaje->setText(mensaje);
+    std::error_code error;
+    for (int fila = 0; fila < m_tablas.size(); ++fila) {
+        const auto bytes = std::filesystem::file_size(m_tablas.at(fila).Fichero, error);
+        if (!error)
+            TVTablas->item(fila, ColTamano)
+                ->setText(locale().formattedDataSize(static_cast<qint64>(bytes), 1));
+    }
+    if (m_cerrar)
+        reject();
+}
+
+void TVentanaTablas::PonEnMarcha(bool enMarcha)
+{
+    for (QPushButton *const boton : std::as_const(m_botones))
+        boton->setEnabled(!enMarcha);
+    TVTablas->setEnabled(!enMarcha);
+    BCancelar->setEnabled(enMarcha);
+    PBAvance->setValue(0);
+    PBAvance->setTextVisible(enMarcha);
+    if (!enMarcha)
+        TVTablas->setFocus();
+}
+
+void TVentanaTablas::HazCopia(const QString &fichero)
+{
+    Empieza(CopiaTablas(Elegidas(), m_oficina.Config.GetPath(), fichero));
+}
+
+void TVentanaTablas::Restaura(const QString &fichero)
+{
+    if (m_oficina.Mensaje.Mensaje_NoSi(
+            QStringLiteral("¿Desea restaurar las tablas elegidas con la copia «%1»?")
+                .arg(QFileInfo(fichero).fileName()),
+            QStringLiteral("Lo que se haya escrito en ellas después de esa copia se perderá."),
+            QStringLiteral(" ATENCIÓN:")) == RespuestaSi)
+        Empieza(RestauraTablas(Elegidas(), fichero));
+}
+
+QString TVentanaTablas::CarpetaDeCopias() const
+{
+    const QString memoria = m_oficina.Config.GetFicheroVentanas();
+    const QString recordada = memoria.isEmpty()
+                                  ? QString()
+                                  : QSettings(memoria, QSettings::IniFormat).value(ClaveCopias).toString();
+    return QFileInfo(recordada).isDir() ? recordada
+                                        : QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+}
+
+void TVentanaTablas::RecuerdaCarpeta(const QString &fichero)
+{
+    if (const QString memoria = m_oficina.Config.GetFicheroVentanas(); !memoria.isEmpty())
+        QSettings(memoria, QSettings::IniFormat).setValue(ClaveCopias, QFileInfo(fichero).absolutePath());
+}
+
+void TVentanaTablas::PreguntaCopia()
+{
+    const QString nombre =
+        QStringLiteral("oficina-") +
+        QDateTime(m_oficina.Reloj.Hoy(), QTime::currentTime()).toString(QStringLiteral("yyyy-MM-dd-HHmm")) +
+        QStringLiteral(".zip");
+    QString fichero = QFileDialog::getSaveFileName(this, QStringLiteral("Copia de seguridad"),
+                                                   QDir(CarpetaDeCopias()).filePath(nombre), FiltroCopias);
+    if (fichero.isEmpty())
+        return;
+    RecuerdaCarpeta(fichero);
+    HazCopia(fichero);
+}
+
+void TVentanaTablas::PreguntaRestaurar()
+{
+    const QString fichero = QFileDialog::getOpenFileName(this, QStringLiteral("Restaurar una copia"),
+                                                         CarpetaDeCopias(), FiltroCopias);
+    if (!fichero.isEmpty())
+        Restaura(fichero);
+}
+
+void TVentanaTablas::reject()
+{
+    if (m_trabajo.EnMarcha()) {
+        m_cerrar = true;
+        m_trabajo.Para();
+        LMensaje->setText(QStringLiteral("Terminando..."));
+        return;
+    }
+    dbcontrols::rememberPlace(*this, m_oficina.Config.GetFicheroVentanas());
+    QDialog::reject();
+}

@@ -1,0 +1,256 @@
+// The maintenance of the tables: worked with clicks on real tables, with other workstations beside it.
+
+#include "agenda/AgendaNDM.h"
+#include "host/TablasOficina.h"
+#include "host/VentanaOficina.h"
+#include "host/VentanaTablas.h"
+#include "tests/host/Oficina.h"
+#include "upkeep/Archive.h"
+
+#include <QtWidgets/QMessageBox>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QTableWidget>
+
+namespace
+{
+
+namespace fs = std::filesystem;
+using dataset::DbfTable;
+
+class TablasTest : public support::OficinaTest
+{
+protected:
+    void SetUp() override
+    {
+        OficinaTest::SetUp();
+        oficina = std::make_unique<TOficina>(ruta(), support::Hoy);
+        ventana = std::make_unique<TVentanaTablas>(*oficina, nullptr);
+        ventana->show();
+        espera();
+    }
+    void espera() const
+    {
+        EXPECT_TRUE(QTest::qWaitFor([this] { return lista()->isEnabled(); }, 20000));
+    }
+    void pulsa(const char *boton) const
+    {
+        QTest::mouseClick(ventana->findChild<QPushButton *>(boton), Qt::LeftButton);
+        espera();
+    }
+    [[nodiscard]] QTableWidget *lista() const { return ventana->findChild<QTableWidget *>("TVTablas"); }
+    [[nodiscard]] QString mensaje() const { return ventana->findChild<QLabel *>("LMensaje")->text(); }
+    [[nodiscard]] QString celda(const QString &alias, const QString &tabla, int columna) const
+    {
+        for (int fila = 0; fila < lista()->rowCount(); ++fila) {
+            if (lista()->item(fila, 0)->text() == alias && lista()->item(fila, 1)->text() == tabla)
+                return lista()->item(fila, columna)->text();
+        }
+        return QStringLiteral("no está");
+    }
+    [[nodiscard]] QString estado(const QString &alias, const QString &tabla) const
+    {
+        return celda(alias, tabla, 4);
+    }
+    void restaura(const QString &de) const
+    {
+        enDialogo([](QWidget *caja) {
+            for (QPushButton *const boton : caja->findChildren<QPushButton *>()) {
+                if (boton->text() == "&Sí")
+                    return QTest::mouseClick(boton, Qt::LeftButton);
+            }
+        });
+        ventana->Restaura(de);
+        espera();
+    }
+    /// Code of the first client, what every change of a test is told by.
+    [[nodiscard]] std::unique_ptr<DbfTable> clientes() const
+    {
+        auto tabla = std::make_unique<DbfTable>(oficina->Aliases);
+        PreparaTablaClientes(*tabla, QStringLiteral("ZENTRA"));
+        tabla->open();
+        return tabla;
+    }
+    [[nodiscard]] fs::path fichero(const char *alias, const char *nombre) const
+    {
+        return carpeta.path() / alias / nombre;
+    }
+    /// Everything below the data folder that is a table's, and whatever a work left behind.
+    [[nodiscard]] QStringList sobras() const
+    {
+        QStringList nombres;
+        for (const auto &una : fs::recursive_directory_iterator(carpeta.path())) {
+            const std::string extension = una.path().extension().string();
+            if (una.is_regular_file() && extension != ".DBF" && extension != ".MDX" && extension != ".JNL" &&
+                extension != ".ini" && extension != ".INI" && extension != ".zip" && extension != ".lck")
+                nombres << QString::fromStdString(una.path().filename().string());
+        }
+        return nombres;
+    }
+
+    std::unique_ptr<TOficina> oficina;
+    std::unique_ptr<TVentanaTablas> ventana;
+    QString copia = ruta() + QStringLiteral("/copia ñ.zip");
+};
+
+TEST_F(TablasTest, EveryTableIsListedCheckedAndMended)
+{
+    EXPECT_EQ(lista()->rowCount(), 6);
+    EXPECT_EQ(celda("ZENTRA", "CLIENTES", 2), "120");
+    pulsa("BComprobar");
+    EXPECT_EQ(mensaje(), "Todas las tablas comprobadas están bien.");
+    EXPECT_EQ(estado("NOTARIO1", "AGENDA_N"), "Está bien.");
+
+    // An index that tells another hour than its line, met while somebody else works and nobody is alone to
+    // mend it.
+    DbfTable otro(oficina->Aliases);
+    otro.setDatabaseName("NOTARIO1");
+    PreparaTablaAgendaN(otro);
+    otro.open();
+    const fs::path indice = fichero("NOTARIO1", "AGENDA_N.MDX");
+    std::string bytes = support::readFile(indice);
+    const auto clave = bytes.find("2026112010:00");
+    ASSERT_NE(clave, std::string::npos);
+    support::writeFile(indice, bytes.replace(clave, 8, "20270101"));
+    fs::remove(fichero("NOTARIO2", "AGENDA_N.DBF"));
+    pulsa("BComprobar");
+    EXPECT_EQ(mensaje(), "Hay 2 tablas con problemas: se dice en sus líneas.");
+    EXPECT_TRUE(estado("NOTARIO1", "AGENDA_N").contains("FECHA"))
+        << estado("NOTARIO1", "AGENDA_N").toStdString();
+    EXPECT_EQ(estado("ZENTRA", "CLIENTES"), "Está bien.");
+    pulsa("BReparar");
+    EXPECT_EQ(estado("NOTARIO1", "AGENDA_N"), "El índice se ha rehecho. Está bien.");
+    EXPECT_FALSE(estado("NOTARIO2", "AGENDA_N").isEmpty());
+}
+
+TEST_F(TablasTest, PackingDropsDeletedLinesUnlessOthersHaveTheTable)
+{
+    auto tabla = clientes();
+    tabla->first();
+    tabla->remove();
+    pulsa("BCompactar");
+    EXPECT_TRUE(estado("ZENTRA", "CLIENTES").startsWith("La está usando otro puesto"));
+    EXPECT_EQ(estado("ZENTRA", "EMPLEADO"), "No había líneas borradas.");
+    tabla.reset();
+    pulsa("BCompactar");
+    EXPECT_EQ(estado("ZENTRA", "CLIENTES"), "Líneas borradas que se han quitado: 1.");
+    EXPECT_EQ(celda("ZENTRA", "CLIENTES", 2), "119");
+    EXPECT_EQ(clientes()->rowCount(), 119);
+}
+
+TEST_F(TablasTest, ACopyComesBackWholeOrNotAtAll)
+{
+    auto otro = clientes(); // a copy is made while others work
+    otro->first();
+    const QString nombre = otro->field(u"NOMBRE").asText();
+    ventana->HazCopia(copia);
+    espera();
+    EXPECT_TRUE(mensaje().startsWith("Copia hecha y leída de nuevo: 6 tablas")) << mensaje().toStdString();
+    EXPECT_EQ(sobras(), QStringList());
+
+    otro->edit();
+    otro->field(u"NOMBRE").setText("Cambiado después");
+    otro->post();
+    AnadeLinea(*otro, {999, "Añadido después"});
+    DbfTable oficiales(oficina->Aliases);
+    PreparaTablaEmpleados(oficiales, "ZENTRA");
+    oficiales.open();
+    oficiales.remove();
+    oficiales.close();
+
+    restaura(copia);
+    EXPECT_TRUE(mensaje().startsWith("No se ha restaurado nada. Otro puesto tiene abierta una tabla"))
+        << mensaje().toStdString();
+    EXPECT_EQ(otro->rowCount(), 121);
+    oficiales.open();
+    EXPECT_EQ(oficiales.rowCount(), 6) << "none of the tables, not even those that were free";
+    oficiales.close();
+    otro.reset();
+
+    fs::remove(fichero("NOTARIO1", "AGENDA_N.DBF")); // one is lost with its index, one is no table any more
+    fs::remove(fichero("NOTARIO1", "AGENDA_N.MDX"));
+    support::writeFile(fichero("NOTARIO2", "AGENDA_N.DBF"), std::string(500, 'x'));
+    restaura(copia);
+    EXPECT_EQ(mensaje(), "Se han restaurado 6 tablas.");
+    EXPECT_EQ(sobras(), QStringList());
+    otro = clientes();
+    EXPECT_EQ(otro->rowCount(), 120);
+    EXPECT_TRUE(otro->locate({{"NOMBRE", nombre}}, dataset::SearchMode::exact)) << "by the index, too";
+    oficiales.open();
+    EXPECT_EQ(oficiales.rowCount(), 7);
+    otro.reset();
+    oficiales.close();
+    pulsa("BComprobar");
+    EXPECT_EQ(mensaje(), "Todas las tablas comprobadas están bien.");
+    for (const char *alias : {"NOTARIO1", "NOTARIO2"}) {
+        DbfTable agenda(oficina->Aliases);
+        agenda.setDatabaseName(alias);
+        PreparaTablaAgendaN(agenda);
+        agenda.open();
+        EXPECT_TRUE(agenda.setRange({{"FECHA", support::Hoy}}, {{"FECHA", support::Hoy}}));
+        EXPECT_EQ(agenda.rowCount(), 24);
+    }
+}
+
+TEST_F(TablasTest, ADamagedCopyIsRefusedBeforeAnythingIsTouched)
+{
+    ventana->HazCopia(copia);
+    espera();
+    const fs::path zip(copia.toStdU16String());
+    const std::string buena = support::readFile(zip);
+    const std::string antes = support::readFile(fichero("ZENTRA", "CLIENTES.DBF"));
+    std::string volteada = buena;
+    for (std::size_t i = buena.size() / 3; i < buena.size() / 3 + 20; ++i)
+        volteada[i] = static_cast<char>(~volteada[i]);
+    const std::pair<std::string, const char *> casos[] = {
+        {volteada, "dañada"},
+        {buena.substr(0, buena.size() / 2), "dañada"},
+        {"no es un zip", "no es una copia"},
+    };
+    for (const auto &[bytes, dice] : casos) {
+        support::writeFile(zip, bytes);
+        restaura(copia);
+        EXPECT_TRUE(mensaje().contains(dice)) << mensaje().toStdString();
+        EXPECT_EQ(support::readFile(fichero("ZENTRA", "CLIENTES.DBF")), antes);
+    }
+    // A copy of a table with other fields, and one of another office.
+    fs::copy_file(fichero("ZENTRA", "EMPLEADO.DBF"), carpeta.path() / "otra.tmp");
+    const auto sigue = [](int) { return true; };
+    ASSERT_TRUE(
+        upkeep::writeArchive(zip, {{"ZENTRA/CLIENTES.DBF", carpeta.path() / "otra.tmp"}}, sigue).ok());
+    restaura(copia);
+    EXPECT_TRUE(mensaje().contains("otros campos")) << mensaje().toStdString();
+    ASSERT_TRUE(upkeep::writeArchive(zip, {{"../../fuera.DBF", carpeta.path() / "otra.tmp"}}, sigue).ok());
+    restaura(copia);
+    EXPECT_TRUE(mensaje().contains("ninguna tabla de esta oficina")) << mensaje().toStdString();
+    EXPECT_EQ(support::readFile(fichero("ZENTRA", "CLIENTES.DBF")), antes);
+    fs::remove(carpeta.path() / "otra.tmp");
+    EXPECT_EQ(sobras(), QStringList());
+}
+
+TEST_F(TablasTest, StoppedACopyLeavesTheOneThatWasThere)
+{
+    const fs::path zip(copia.toStdU16String());
+    support::writeFile(zip, "la de ayer");
+    for (const int paradaEn : {0, 30, 50}) {
+        const auto estado = upkeep::writeArchive(zip, {{"A", fichero("NOTARIO1", "AGENDA_N.DBF")}},
+                                                 [&](int porCiento) { return porCiento < paradaEn; });
+        EXPECT_FALSE(estado.ok()) << paradaEn;
+        EXPECT_TRUE(support::readFile(zip) == "la de ayer") << paradaEn;
+    }
+    // By its button, and by closing the window.
+    QTimer::singleShot(0, ventana.get(), [this] {
+        QTest::mouseClick(ventana->findChild<QPushButton *>("BCancelar"), Qt::LeftButton);
+    });
+    ventana->HazCopia(copia);
+    espera();
+    if (mensaje().startsWith("Se ha cancelado")) { // it may have been quicker than the click
+        EXPECT_TRUE(support::readFile(zip) == "la de ayer");
+    }
+    ventana->HazCopia(copia);
+    QTest::keyClick(ventana->windowHandle(), Qt::Key_Escape);
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !ventana->isVisible(); }, 20000));
+    EXPECT_FALSE(ventana->EnMarcha());
+    EXPECT_EQ(sobras(), QStringList());
+}
+
+} // namespace

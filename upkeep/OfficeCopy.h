@@ -1,0 +1,30 @@
+#pragma once
+
+#include "upkeep/TableCare.h"
+
+namespace upkeep
+{
+
+/// A table of the office: its name in a copy, "ALIAS/NAME.DBF", and its file, which may be missing.
+struct OfficeTable {
+    std::string name;
+    std::filesystem::path file;
+};
+
+/// Copies tables, each as at one moment while others go on working, and files beside them into a .zip that is
+/// read back. @param plain  other files, as they are.
+dbase::Status backUp(const std::filesystem::path &archive, const std::vector<OfficeTable> &tables,
+                     const std::vector<OfficeTable> &plain, std::chrono::milliseconds patience,
+                     const Progress &progress);
+
+/// Puts the lines of a copy in place of those of the office's tables: of all of them or of none. The copy is
+/// read whole and each of its tables opened before the first is touched; the old lines are kept aside until
+/// the last has succeeded. Tables that the copy lacks stay as they are. It cannot be stopped any more once
+/// the first table has been replaced.
+/// @return the names of the tables that were replaced. locked when others have one of them open; damaged,
+/// invalidArgument (other fields, nothing of this office in the copy), inputOutput.
+dbase::Result<std::vector<std::string>> restore(const std::filesystem::path &archive,
+                                                const std::vector<OfficeTable> &tables,
+                                                std::chrono::milliseconds patience, const Progress &progress);
+
+} // namespace upkeep

@@ -1,0 +1,162 @@
+#include "upkeep/TableCare.h"
+
+#include "upkeep/Paths.h"
+
+#include <algorithm>
+#include <fstream>
+
+namespace upkeep
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+using dbase::ErrorKind;
+using dbase::FieldDefinition;
+using dbase::FieldType;
+using dbase::Result;
+using dbase::Status;
+using dbase::Table;
+
+bool hasField(const Table &table, std::string_view name, FieldType type)
+{
+    const int at = table.fieldIndex(name);
+    return at >= 0 && table.fields()[static_cast<std::size_t>(at)].type == type;
+}
+
+Status copyBytes(const fs::path &from, const fs::path &to)
+{
+    std::ifstream in(from, std::ios::binary);
+    std::ofstream out(to, std::ios::binary | std::ios::trunc);
+    std::vector<char> buffer(std::size_t{1} << 16U);
+    while (in && out) {
+        in.read(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+        out.write(buffer.data(), in.gcount());
+    }
+    out.close();
+    if (in.bad() || !in.eof() || !out)
+        return {ErrorKind::inputOutput, "no se ha podido copiar la tabla entera", pathText(to)};
+    return {};
+}
+
+/// The name of the copy appears only when all of it is there.
+Status copyFile(const fs::path &from, const fs::path &to)
+{
+    fs::path unfinished = to;
+    unfinished += ".tmp";
+    Status status = copyBytes(from, unfinished);
+    std::error_code error;
+    if (status.ok()) {
+        fs::rename(unfinished, to, error);
+        if (error)
+            status = {ErrorKind::inputOutput, "no se puede poner la copia en su sitio", pathText(to)};
+    }
+    if (!status.ok())
+        fs::remove(unfinished, error);
+    return status;
+}
+
+} // namespace
+
+Status stopped()
+{
+    return {ErrorKind::invalidArgument, "se ha cancelado"};
+}
+
+const dbase::TagDefinition &agendaTag()
+{
+    static const dbase::TagDefinition tag{"FECHA", "DTOS(FECHA)+HORA"};
+    return tag;
+}
+
+Result<OpenTable> openWithTag(const fs::path &file, std::chrono::milliseconds patience)
+{
+    dbase::OpenOptions options;
+    options.lockTimeout = patience;
+    auto opened = Table::open(file, options);
+    if (!opened.ok())
+        return opened;
+    const Table &table = *opened.value();
+    const bool agenda =
+        hasField(table, "FECHA", FieldType::date) && hasField(table, "HORA", FieldType::character);
+    if (!agenda || table.index(agendaTag().name))
+        return opened;
+    // Also where the table takes no changes: an index that tells no orders is made anew for the asking.
+    opened.value().reset();
+    options.tags = {agendaTag()};
+    return Table::open(file, options);
+}
+
+Status compareTags(Table &table)
+{
+    if (const Status status = table.check(); !status.ok())
+        return status;
+    if (!table.tags().empty() || siblingOf(table.file(), ".MDX").empty())
+        return {};
+    const std::string reason = table.readOnlyReason();
+    return {ErrorKind::damaged, "el índice no se ha podido comprobar" + (reason.empty() ? "" : ": " + reason),
+            pathText(table.file().filename())};
+}
+
+bool isBlank(std::span<const std::uint8_t> record, const FieldDefinition &field)
+{
+    const auto bytes = record.subspan(field.offset, field.width);
+    const auto blank = [&](std::uint8_t byte) {
+        return byte == ' ' || (field.type == FieldType::date && byte == '0') ||
+               (field.type == FieldType::logical && byte == '?');
+    };
+    return std::all_of(bytes.begin(), bytes.end(), blank);
+}
+
+bool isReadable(std::span<const std::uint8_t> record, const FieldDefinition &field)
+{
+    if (field.type == FieldType::character || isBlank(record, field))
+        return true;
+    if (field.type == FieldType::date)
+        return dbase::readDate(record, field).has_value();
+    if (field.type == FieldType::logical)
+        return dbase::readLogical(record, field).has_value();
+    return dbase::readNumber(record, field).has_value();
+}
+
+Result<int> findUnreadable(const Table &table,
+                           const std::function<void(dbase::RecordNumber, std::span<const std::uint8_t>,
+                                                    const FieldDefinition &)> &found)
+{
+    std::vector<dbase::RecordNumber> numbers;
+    std::vector<std::uint8_t> rows;
+    if (const Status status = table.liveRows(nullptr, {}, {}, numbers, rows); !status.ok())
+        return status;
+    int faults = 0;
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        const auto row = std::span(rows).subspan(i * table.recordLength(), table.recordLength());
+        for (const auto &field : table.fields()) {
+            if (isReadable(row, field))
+                continue;
+            ++faults;
+            found(numbers[i], row, field);
+        }
+    }
+    return faults;
+}
+
+Status copyTable(const fs::path &from, const fs::path &to, Source source, std::chrono::milliseconds patience)
+{
+    dbase::OpenOptions options;
+    options.lockTimeout = patience;
+    options.readOnly = source == Source::laidAside;
+    const auto opened = Table::open(from, options);
+    if (!opened.ok())
+        return opened.status();
+    if (source == Source::laidAside)
+        return copyFile(from, to);
+    Table &table = *opened.value();
+    if (const Status status = table.beginGroup(); !status.ok())
+        return status;
+    const Status status = copyFile(from, to);
+    table.dropGroup();
+    return status;
+}
+
+} // namespace upkeep

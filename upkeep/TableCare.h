@@ -1,0 +1,47 @@
+#pragma once
+
+#include "dbase/Table.h"
+
+// What the command line and the host do alike to look after a whole table. Nothing throws; failures are told
+// as everywhere in dbase.
+
+namespace upkeep
+{
+
+using OpenTable = std::unique_ptr<dbase::Table>;
+/// Told now and then how much is done, 0 to 100. @return false to stop.
+using Progress = std::function<bool(int percent)>;
+/// What a work answers that was told to stop.
+dbase::Status stopped();
+
+/// Opens a table for writing, which finishes what dead writers have left; one with date and hour of an agenda
+/// gets its tag FECHA when it has none. @param patience  how long to wait for others who are writing.
+dbase::Result<OpenTable> openWithTag(const std::filesystem::path &file, std::chrono::milliseconds patience);
+/// The tag FECHA of every agenda table.
+[[nodiscard]] const dbase::TagDefinition &agendaTag();
+
+/// The tags against the lines. An index file of which no tag could be taken has not been compared.
+/// @return damaged when they differ.
+dbase::Status compareTags(dbase::Table &table);
+
+/// Whether the bytes of a field are blank for its type.
+[[nodiscard]] bool isBlank(std::span<const std::uint8_t> record, const dbase::FieldDefinition &field);
+/// Whether they are a value of its type; blank is one.
+[[nodiscard]] bool isReadable(std::span<const std::uint8_t> record, const dbase::FieldDefinition &field);
+/// Calls `found` for each field of a live line that holds no value of its type.
+/// @return how many there are.
+dbase::Result<int>
+findUnreadable(const dbase::Table &table,
+               const std::function<void(dbase::RecordNumber, std::span<const std::uint8_t> record,
+                                        const dbase::FieldDefinition &)> &found);
+
+enum class Source {
+    inUse,     ///< others may be writing to it: it is held still meanwhile, for as long as reading it takes
+    laidAside, ///< nobody writes to it
+};
+/// Copies the lines of a table that can be opened; the index is made from them again when the copy is opened.
+/// The name of the copy appears only when all of it is there.
+dbase::Status copyTable(const std::filesystem::path &from, const std::filesystem::path &to, Source source,
+                        std::chrono::milliseconds patience);
+
+} // namespace upkeep
