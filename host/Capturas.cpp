@@ -220,15 +220,20 @@ std::vector<TCapturas::TPaso> TCapturas::PasosDeLosDialogos(TOficina &oficina)
         if (auto *const busqueda = Pieza<QLineEdit>(Delante(), "EBusqueda"))
             busqueda->setText(QStringLiteral("mar"));
     };
+    const TPaso espera = [] {}; // the sign that clears the search fades in
     const QPalette claro = QApplication::palette();
     return {
         abreLista,
         busca,
+        espera,
+        espera,
         Retrata(QStringLiteral("clientes")),
         CierraDialogo(),
         [] { QApplication::setPalette(PaletaOscura()); },
         abreLista,
         busca,
+        espera,
+        espera,
         Retrata(QStringLiteral("clientes-oscuro")),
         CierraDialogo(),
         [claro] { QApplication::setPalette(claro); },

@@ -5,6 +5,7 @@
 #include "report/Painter.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QSize>
 #include <QtCore/QTimer>
 #include <QtGui/QAction>
 #include <QtGui/QImage>
@@ -17,6 +18,7 @@ namespace
 {
 
 constexpr int PuntosPorPulgada = 110;
+constexpr QSize MedidaDeVistaPrevia{800, 600}; ///< whole beside a text, in the manual
 
 /// The preview in front written as NAME.pdf and NAME-1.png onwards, and closed.
 void GuardaInforme(TCapturas &capturas, const QString &carpeta, const QString &nombre)
@@ -55,8 +57,11 @@ TPasos Pasos(TCapturas &capturas, const QString &carpeta, const QList<TInformeDe
                 QTimer::singleShot(0, accion, &QAction::trigger); // the preview is modal
         });
         pasos.emplace_back([pedido, &capturas, nombre = informe.Nombre] {
-            if (*pedido)
-                capturas.Dibuja(*QApplication::activeModalWidget(), QStringLiteral("vista-previa-") + nombre);
+            if (!*pedido)
+                return;
+            QWidget &vista = *QApplication::activeModalWidget();
+            vista.resize(MedidaDeVistaPrevia);
+            capturas.Dibuja(vista, QStringLiteral("vista-previa-") + nombre);
         });
         pasos.emplace_back([pedido, &capturas, carpeta, nombre = informe.Nombre] {
             if (*pedido)

@@ -9,6 +9,7 @@
 #include <QtGui/QAction>
 #include <QtGui/QKeyEvent>
 #include <QtGui/QScreen>
+#include <QtGui/QTextDocument>
 #include <QtGui/QWindow>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QTextBrowser>
@@ -37,6 +38,13 @@ TVentanaManual::TVentanaManual(const QString &pagina, QWidget *padre)
     texto->setAccessibleName(windowTitle());
     texto->setContextMenuPolicy(Qt::NoContextMenu); // Qt's own, which may speak English
     texto->setOpenExternalLinks(false);             // an office's program opens nothing of the network
+    constexpr double MargenDePagina = 14;
+    texto->document()->setDocumentMargin(MargenDePagina);
+    texto->document()->setDefaultStyleSheet(
+        QStringLiteral("p, li { line-height: 125%; } li { margin-bottom: 3px; }"
+                       "div, table { margin-top: 8px; margin-bottom: 10px; }"
+                       "table { border-collapse: collapse; border-color: gray; }"));
+    texto->zoomIn(); // to be read at length, unlike the captions of a window
     auto *const barra = new QToolBar(this);
     barra->setToolButtonStyle(Qt::ToolButtonTextOnly);
     const auto comando = [&](const QString &titulo, const QKeySequence &tecla,
@@ -59,7 +67,7 @@ TVentanaManual::TVentanaManual(const QString &pagina, QWidget *padre)
     orden->addWidget(barra);
     orden->addWidget(texto);
     // Wide enough for its pictures, which are those of whole windows.
-    const QSize medida(124 * fontMetrics().averageCharWidth(), 46 * fontMetrics().height());
+    const QSize medida(130 * fontMetrics().averageCharWidth(), 46 * fontMetrics().height());
     resize(medida.boundedTo(screen()->availableSize() * 0.94));
     texto->setSource(QUrl::fromLocalFile(pagina));
     texto->setFocus();

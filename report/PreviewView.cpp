@@ -123,7 +123,9 @@ void PreviewView::updateScrollBars()
 {
     const QSize view = viewport()->size();
     const double height = gap + pageCount() * pagePitch();
-    const double width = pageDots().width() + 2 * gap;
+    // A page zoomed to just this width may come out wider by what a double cannot hold.
+    constexpr double slack = 1e-6;
+    const double width = pageDots().width() + 2 * gap - slack;
     verticalScrollBar()->setRange(0, std::max(0, static_cast<int>(std::ceil(height)) - view.height()));
     verticalScrollBar()->setPageStep(view.height());
     verticalScrollBar()->setSingleStep(40);

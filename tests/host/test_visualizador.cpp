@@ -16,6 +16,7 @@
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QProgressDialog>
+#include <QtWidgets/QScrollBar>
 #include <QtWidgets/QSpinBox>
 
 namespace
@@ -118,6 +119,18 @@ TEST_F(Visualizador, KeysTurnPagesAndZoom)
         for (int i = 0; i < 40; ++i)
             tecla(ventana, Qt::Key_Minus, Qt::ControlModifier);
         EXPECT_EQ(hojas.zoom(), report::PreviewView::smallestZoom);
+    });
+}
+
+TEST_F(Visualizador, APageFittedToTheWidthHasNothingToScrollAside)
+{
+    llena(15);
+    enVista([](TVisualizador &ventana) {
+        const auto &hojas = *ventana.findChild<report::PreviewView *>();
+        for (int ancho = 700; ancho < 800; ++ancho) {
+            ventana.resize(ancho, 600);
+            EXPECT_EQ(hojas.horizontalScrollBar()->maximum(), 0) << ancho;
+        }
     });
 }
 
