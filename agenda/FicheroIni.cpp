@@ -221,6 +221,11 @@ bool TFicheroIni::LeeLogico(const QString &seccion, const QString &clave, bool p
 
 void TFicheroIni::Escribe(const QString &seccion, const QString &clave, const QString &valor)
 {
+    Escribe({{seccion, clave, valor}});
+}
+
+void TFicheroIni::Escribe(const QList<TValorIni> &valores)
+{
     const QFileInfo fichero(m_ruta);
     if (!QDir().mkpath(fichero.path()))
         throw NoSePuedeEscribir(m_ruta, QStringLiteral("no se puede crear la carpeta"));
@@ -230,7 +235,9 @@ void TFicheroIni::Escribe(const QString &seccion, const QString &clave, const QS
     if (!cerrojo.tryLock(std::chrono::milliseconds(2 * EsperaMs)))
         throw NoSePuedeEscribir(m_ruta, QStringLiteral("lo está usando otro puesto"));
     const QByteArray antes = Contenido(m_ruta).value_or(QByteArray());
-    const QByteArray despues = ConValor(antes, seccion, clave, valor);
+    QByteArray despues = antes;
+    for (const TValorIni &uno : valores)
+        despues = ConValor(despues, uno.Seccion, uno.Clave, uno.Valor);
     if (despues == antes)
         return;
     QString causa;

@@ -3,9 +3,17 @@
 #include "agenda/Color.h"
 
 #include <QtCore/QByteArray>
+#include <QtCore/QList>
 #include <QtCore/QString>
 
 #include <optional>
+
+/// One value of a settings file, and where it stands.
+struct TValorIni {
+    QString Seccion;
+    QString Clave;
+    QString Valor;
+};
 
 /// A settings file of sections and keys that other programs of the office share. Nothing is kept between two
 /// calls: each reads the file, and a setter changes that one value and leaves every other byte as it was.
@@ -28,6 +36,8 @@ public:
     /// the new one.
     /// @throws dataset::EDatabaseError when the file cannot be written.
     void Escribe(const QString &seccion, const QString &clave, const QString &valor);
+    /// The same for several values in one step: a killed process leaves all of them or none.
+    void Escribe(const QList<TValorIni> &valores);
     void EscribeEntero(const QString &seccion, const QString &clave, int valor);
     void EscribeLogico(const QString &seccion, const QString &clave, bool valor);
 

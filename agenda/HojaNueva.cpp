@@ -28,22 +28,19 @@ bool AnadeHueco(DataSet &tabla, QDate fecha, const QString &hora)
     }
 }
 
-/// @param avisa  says which lines cannot be added and goes on; otherwise the first of them ends it.
-/// @return whether all were added.
-bool AnadeHuecos(DataSet &tabla, QDate fecha, bool avisa)
+/// @param hastaElPrimero  ends the sheet at the first line that cannot be added.
+/// @return the slots that could not be added.
+QStringList AnadeHuecos(DataSet &tabla, QDate fecha, bool hastaElPrimero)
 {
-    bool todas = true;
+    QStringList perdidos;
     RecorreHuecos(ParrillaDeAjustes(), [&](int hora, int minuto) {
-        if (!todas && !avisa)
+        if (hastaElPrimero && !perdidos.isEmpty())
             return;
         const QString hueco = StrCeros(hora, 2) + u':' + StrCeros(minuto, 2);
-        if (AnadeHueco(tabla, fecha, hueco))
-            return;
-        todas = false;
-        if (avisa)
-            AvisaHuecoPerdido(hueco);
+        if (!AnadeHueco(tabla, fecha, hueco))
+            perdidos << hueco;
     });
-    return todas;
+    return perdidos;
 }
 
 } // namespace
@@ -63,18 +60,18 @@ void InsertaLinea(DataSet &tabla, QDate fecha, const QString &hora)
     tabla.field(u"AVISO").setText(QStringLiteral("N"));
 }
 
-void AnadeHojaDelDia(DataSet &tabla, QDate fecha, bool soloSiFalta)
+QStringList AnadeHojaDelDia(DataSet &tabla, QDate fecha, bool soloSiFalta)
 {
     const dataset::ControlsGuard sinAvisos(tabla);
     try {
         // All of its lines or none, and no other workstation between them.
         dataset::CommitGroup hoja(tabla);
         if (soloSiFalta && PonRangoDelDia(tabla, fecha))
-            return;
+            return {};
         QuitaRangoDelDia(tabla);
-        if (AnadeHuecos(tabla, fecha, false)) {
+        if (AnadeHuecos(tabla, fecha, true).isEmpty()) {
             hoja.commit();
-            return;
+            return {};
         }
     } catch (const dataset::EDatabaseError &error) {
         qCWarning(registroHoja, "The sheet could not be written as a whole: %s", error.what());
@@ -82,7 +79,7 @@ void AnadeHojaDelDia(DataSet &tabla, QDate fecha, bool soloSiFalta)
     // Line by line then, so that each one that cannot be added is named; unless whoever was in the way has
     // built it.
     if (soloSiFalta && PonRangoDelDia(tabla, fecha))
-        return;
+        return {};
     QuitaRangoDelDia(tabla);
-    AnadeHuecos(tabla, fecha, true);
+    return AnadeHuecos(tabla, fecha, false);
 }

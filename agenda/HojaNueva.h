@@ -4,6 +4,7 @@
 
 #include <QtCore/QDate>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
 // How a day sheet comes to be, the same for every engine over AGENDA_N tables.
 
@@ -14,7 +15,8 @@
 void InsertaLinea(dataset::DataSet &tabla, QDate fecha, const QString &hora);
 
 /// Adds the lines of a day sheet to a table, whose range is dropped for it. The whole sheet is one change of
-/// the table; when that cannot be, it is added line by line, and the user is told of each line that is lost.
+/// the table; when that cannot be, it is added line by line.
 /// @param soloSiFalta  nothing is added when another workstation has built the day in the meantime.
+/// @return the slots that could not be added, of which the user is to be told.
 /// @throws dataset::EDatabaseError when the settings cannot be read.
-void AnadeHojaDelDia(dataset::DataSet &tabla, QDate fecha, bool soloSiFalta);
+[[nodiscard]] QStringList AnadeHojaDelDia(dataset::DataSet &tabla, QDate fecha, bool soloSiFalta);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "agenda/SemanaAgenda.h"
+
 #include <QtCore/QDate>
 #include <QtCore/QString>
 
@@ -38,3 +40,19 @@ public:
     [[nodiscard]] virtual std::unique_ptr<IInforme> CreaQRAgendaN(QObject *propietario, QDate lunes,
                                                                   dataset::DataSet &semana) = 0;
 };
+
+/// What the report operations need of the engine whose lines they print.
+struct TMotorDeInformes {
+    QObject *Propietario; ///< owner of the layouts' windows; may be null
+    IInformesAgenda &Informes;
+    TMotorDeSemana Semana;
+};
+
+enum class TClaseInforme { dia, diaPorOficial, semana, semanaPorOficial };
+
+/// Shows a report of an engine's current table until the user closes it. One by clerk asks for the clerk
+/// first, and does nothing when the user cancels.
+/// @param fecha  of a day sheet its title, its lines being those that the table holds; of a week sheet a day
+///               of the week, which the table shows afterwards.
+/// @throws what the table or the report layer throws, with the table's range and controls as they were.
+void HazInforme(const TMotorDeInformes &motor, TClaseInforme clase, QDate fecha);

@@ -2,6 +2,8 @@
 
 #include "dataset/DatabaseError.h"
 
+#include <QtCore/QLocale>
+
 namespace
 {
 const QString FormatoFecha = QStringLiteral("dd/MM/yyyy");
@@ -57,4 +59,13 @@ QDate Cad_Date(const QString &texto)
 QString Date_Cad(QDate fecha)
 {
     return fecha.toString(FormatoFecha);
+}
+
+QString FechaCorta(QDate fecha)
+{
+    const QString formato = QLocale::system().dateFormat(QLocale::ShortFormat);
+    // A desktop that has been told no country writes months in English: the program's own is better then.
+    const bool sinPais = formato == QLocale::c().dateFormat(QLocale::ShortFormat);
+    return sinPais ? QLocale().toString(fecha, QLocale::ShortFormat)
+                   : QLocale::system().toString(fecha, QLocale::ShortFormat);
 }

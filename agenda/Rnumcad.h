@@ -21,3 +21,5 @@
 [[nodiscard]] QDate Cad_Date(const QString &texto);
 /// Date to "dd/mm/yyyy"; empty for an invalid date.
 [[nodiscard]] QString Date_Cad(QDate fecha);
+/// A date as the desktop writes a short one.
+[[nodiscard]] QString FechaCorta(QDate fecha);

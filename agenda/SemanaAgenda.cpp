@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <exception>
 
 using dataset::DataSet;
 using dataset::MemTable;
@@ -86,17 +87,30 @@ private:
     std::array<int, DiasDeLaSemana> m_lineas{};
 };
 
-/// Does what must be done in every case. @return false when it failed, which is logged.
-bool Intenta(const char *que, const std::function<void()> &trabajo)
+/// Does one thing after the other, whatever fails. The first failure is the one to be told, the others are logged.
+class TIntentos
 {
-    try {
-        trabajo();
-        return true;
-    } catch (const std::exception &error) {
-        qCWarning(registroSemana, "%s: %s", que, error.what());
-        return false;
+public:
+    void Intenta(const char *que, const std::function<void()> &trabajo)
+    {
+        try {
+            trabajo();
+        } catch (const std::exception &error) {
+            if (m_primero)
+                qCWarning(registroSemana, "%s: %s", que, error.what());
+            else
+                m_primero = std::current_exception();
+        }
     }
-}
+    void Dilo() const
+    {
+        if (m_primero)
+            std::rethrow_exception(m_primero);
+    }
+
+private:
+    std::exception_ptr m_primero;
+};
 
 void AbreVacia(MemTable &semana)
 {
@@ -139,20 +153,17 @@ void HazInformeSemana(const TMotorDeSemana &motor, QDate fecha, const std::optio
         if (motor.Tabla.rowOf(donde) >= 0)
             motor.Tabla.goToBookmark(donde);
     };
-    try {
+    TIntentos intentos;
+    intentos.Intenta("The week report", [&] {
         motor.CancelaRango();
         TBRango(motor.Tabla, {{"FECHA", lunes}}, {{"FECHA", lunes.addDays(DiasDeLaSemana - 1)}});
         AbreVacia(motor.Semana);
         LlenaSemana(motor.Tabla, motor.Semana, lunes, oficial);
         muestra(lunes);
-    } catch (...) {
-        // The first failure is the one to be told.
-        Intenta("Closing the week rows", cierraSemana);
-        Intenta("Going back to the day", vuelveAlDia);
-        throw;
-    }
-    cierraSemana();
-    vuelveAlDia();
+    });
+    intentos.Intenta("Closing the week rows", cierraSemana);
+    intentos.Intenta("Going back to the day", vuelveAlDia);
+    intentos.Dilo();
 }
 
 QString OficialDelInforme(const QString &nombre)

@@ -154,6 +154,16 @@ void TFAgenda2::PreparaRejilla()
 
 // Commands
 
+bool TFAgenda2::Acepta()
+{
+    if (!TVentanaAgenda::Acepta())
+        return false;
+    // The line whose record was taken is not left in memory alone: the window may be closed next.
+    if (m_motor.HayLineaPisada())
+        m_motor.ActualizarDesdeAgenda2();
+    return true;
+}
+
 void TFAgenda2::AcAceptarExecute()
 {
     if (!m_motor.Aceptar()) {

@@ -19,6 +19,7 @@ public:
 
 protected:
     void FormResize() override;
+    bool Acepta() override;
 
 private:
     static constexpr int NumNotarios = 2;

@@ -1,9 +1,8 @@
 #include "agenda1/AgendaZenQR.h"
 
+#include "agenda/Rnumcad.h"
 #include "agenda1/TablaQR.h"
 #include "dataset/DataSet.h"
-
-#include <QtCore/QLocale>
 
 #include <array>
 
@@ -31,11 +30,6 @@ constexpr QRgb GrisDia = 0xFFEDEDEDU;
 
 constexpr std::array<const char *, 6> NombresDeDia{"LUNES - ",  "MARTES - ",  "MIERCOLES - ",
                                                    "JUEVES - ", "VIERNES - ", "SABADO - "};
-
-QString EnCorto(QDate fecha)
-{
-    return QLocale().toString(fecha, QLocale::ShortFormat);
-}
 
 } // namespace
 
@@ -66,8 +60,8 @@ void TQRAgendaZen::MontaTitulo()
     };
     titulo.addShape({0, 0.5, Dias * AnchoDia, AltoTituloSemana});
     titulo.addLabel(QStringLiteral("QRLTitulo"), {0, 6, Dias * AnchoDia, 24},
-                    QStringLiteral("SEMANA DEL ") + EnCorto(m_lunes) + QStringLiteral(" AL ") +
-                        EnCorto(m_lunes.addDays(5)),
+                    QStringLiteral("SEMANA DEL ") + FechaCorta(m_lunes) + QStringLiteral(" AL ") +
+                        FechaCorta(m_lunes.addDays(5)),
                     {13, true, Alignment::center, false});
     MontaCabecera(titulo, AltoTituloSemana + 8);
 }

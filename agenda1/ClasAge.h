@@ -88,6 +88,9 @@ public:
     /// Writes cdsAgenda2 as the working day, in one commit. What other workstations have written since it was
     /// loaded is kept; the user is told of lines that both have touched.
     void ActualizarDesdeAgenda2();
+    /// Whether a line has been accepted over the record of another of its hour, which until the day is
+    /// written back is in memory alone.
+    [[nodiscard]] bool HayLineaPisada() const { return m_pisada; }
 
     // ClasAgeInformes.cpp
     /// Previews the week, Monday to Saturday, that holds the working day; a Sunday belongs to the one before
@@ -101,6 +104,7 @@ private:
     QString VeA(TSentido sentido, const QString &nadaMas);
     bool PonRango();
     bool AceptaDosNotarios();
+    [[nodiscard]] QStringList EmpiezaRegistro(TFilaDia &mia);
     bool AusenteDeDos(const QString &notario);
     bool SalidaDeDos(const QString &notario);
     [[nodiscard]] TFilasDia DiaEnTabla() const;
@@ -121,4 +125,5 @@ private:
     TFilasDia m_base;                                        ///< the day as it was loaded into cdsAgenda2
     QHash<dataset::Bookmark, dataset::Bookmark> m_registros; ///< of cdsAgenda2's lines in AGENDA
     dataset::Bookmark m_sinEscribir = 0; ///< line of cdsAgenda2 that was accepted and could not be written
+    bool m_pisada = false;
 };

@@ -126,6 +126,7 @@ void TAgenda::CargarAgenda2()
 {
     m_base = DiaEnTabla();
     PonDiaEnMemoria(m_base);
+    m_pisada = false;
 }
 
 void TAgenda::RecargaAgenda2()
@@ -173,6 +174,45 @@ void TAgenda::AvisaChoques(const QStringList &horas)
                    QStringLiteral("Se han conservado las dos anotaciones. Revíselas."), TituloAtencionPuntos);
 }
 
+/// Begins the change of the record that the current line goes to: the first of its hour, or a new one.
+/// @return the hour, when another workstation has changed the same line in another way.
+QStringList TAgenda::EmpiezaRegistro(TFilaDia &mia)
+{
+    const Bookmark propio = m_registros.value(Tabla2().bookmark());
+    const bool sigue = propio != 0 && FTabla->goToBookmark(propio);
+    const bool hay = TBBusca(
+        *FTabla, {{"FECHA", Tabla2().field(u"FECHA").asDate()}, {"HORA", mia.Valores[DiaHora]}}, true);
+    const Bookmark hallado = hay ? FTabla->bookmark() : 0;
+    const Bookmark otraLinea = m_registros.key(hallado);
+    // A line of that hour that another workstation has added since the day was loaded stays as it is.
+    const bool ajena = otraLinea == 0 && (propio == 0 || sigue);
+    if (!hay || ajena) {
+        FTabla->append();
+        return {};
+    }
+    FTabla->edit();
+    if (hallado != propio) {
+        // Deliberate: of several lines of one hour the first is written over. The one that it held is still
+        // here in memory, and comes back when the day is written whole.
+        if (otraLinea != 0)
+            m_registros[otraLinea] = 0;
+        m_pisada = m_pisada || otraLinea != 0;
+        return {};
+    }
+    const auto antes = std::find_if(m_base.begin(), m_base.end(),
+                                    [hallado](const TFilaDia &una) { return una.Registro == hallado; });
+    if (antes == m_base.end())
+        return {};
+    mia.Registro = hallado;
+    const TFusionDia fusion = FundeDia({*antes}, {mia}, {Desempaqueta(*FTabla)});
+    mia = fusion.Filas.back();
+    if (!fusion.Choques.isEmpty()) { // theirs stays; this one becomes a line of its own
+        FTabla->cancel();
+        FTabla->append();
+    }
+    return fusion.Choques;
+}
+
 bool TAgenda::AceptaDosNotarios()
 {
     DataSet &tabla2 = Tabla2();
@@ -186,28 +226,7 @@ bool TAgenda::AceptaDosNotarios()
     TFilaDia mia = FilaActual2(tabla2);
     const dataset::ControlsGuard sinAvisos(*FTabla);
     const dataset::PendingEditGuard sinResto(*FTabla);
-    const bool esta =
-        TBBusca(*FTabla, {{"FECHA", tabla2.field(u"FECHA").asDate()}, {"HORA", mia.Valores[DiaHora]}}, true);
-    QStringList choques;
-    if (esta) {
-        FTabla->edit();
-        TFilaDia suya = Desempaqueta(*FTabla);
-        const auto antes = std::find_if(m_base.begin(), m_base.end(), [&suya](const TFilaDia &una) {
-            return una.Registro == suya.Registro;
-        });
-        if (antes != m_base.end() && m_registros.value(tabla2.bookmark()) == suya.Registro) {
-            mia.Registro = suya.Registro;
-            const TFusionDia fusion = FundeDia({*antes}, {mia}, {suya});
-            choques = fusion.Choques;
-            mia = fusion.Filas.back();
-            if (!choques.isEmpty()) { // theirs stays; this one becomes a line of its own
-                FTabla->cancel();
-                FTabla->append();
-            }
-        }
-    } else {
-        FTabla->append();
-    }
+    const QStringList choques = EmpiezaRegistro(mia);
     Empaqueta(mia, FFecha, *FTabla);
     TBPost(*FTabla);
     mia.Registro = FTabla->bookmark();

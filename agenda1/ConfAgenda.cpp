@@ -8,6 +8,7 @@
 #include "agenda/host/Servicios.h"
 #include "agenda1/ClasAge.h"
 #include "dbcontrols/ColorPanel.h"
+#include "dbcontrols/Focus.h"
 #include "dbcontrols/MaskEdit.h"
 
 #include <QtGui/QKeyEvent>
@@ -28,14 +29,6 @@ namespace
 QString SinBlancosNiBarras(const QString &fecha)
 {
     return QuitaCaracter(QuitaCaracter(fecha, u' '), u'/');
-}
-
-/// A menu, a list or another window takes the focus for a while only: the control is not being left.
-bool SoloPorUnRato(const QEvent &evento)
-{
-    const Qt::FocusReason razon = static_cast<const QFocusEvent &>(evento).reason();
-    return razon == Qt::PopupFocusReason || razon == Qt::ActiveWindowFocusReason ||
-           razon == Qt::MenuBarFocusReason;
 }
 
 void MuestraError(const QString &texto)
@@ -221,7 +214,8 @@ bool TFConfAgenda::eventFilter(QObject *objeto, QEvent *evento)
         return !eIntervaloHorasKeyPress(*static_cast<QKeyEvent *>(evento));
     if (evento->type() == QEvent::FocusIn) {
         TomaFoco(*control);
-    } else if (evento->type() == QEvent::FocusOut && !SoloPorUnRato(*evento)) {
+    } else if (evento->type() == QEvent::FocusOut &&
+               !dbcontrols::isPassingFocus(static_cast<QFocusEvent *>(evento)->reason())) {
         DejaFoco(*control);
         if (objeto == eIntervaloHoras)
             eIntervaloHorasExit();

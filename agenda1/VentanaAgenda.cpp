@@ -1,5 +1,6 @@
 #include "agenda1/VentanaAgenda.h"
 
+#include "agenda/GuardaVentana.h"
 #include "agenda/MotorComun.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Rvarias.h"
@@ -9,7 +10,6 @@
 #include "dbcontrols/DbGrid.h"
 #include "dbcontrols/MaskEdit.h"
 
-#include <QtCore/QLoggingCategory>
 #include <QtCore/QScopedValueRollback>
 #include <QtGui/QAction>
 #include <QtGui/QCloseEvent>
@@ -25,8 +25,6 @@ using dataset::DataSet;
 
 namespace
 {
-
-Q_LOGGING_CATEGORY(registroVentana, "agenda.unica.ventanas")
 
 const QString ProblemasCita = QStringLiteral("Problemas en la actualización de la cita");
 
@@ -47,20 +45,13 @@ void TVentanaAgenda::Suelta()
 bool TVentanaAgenda::Ejecuta(const TOrden &orden)
 {
     const QScopedValueRollback<int> enCurso(m_ordenes, m_ordenes + 1);
-    try {
-        orden();
-        return true;
-    } catch (const std::exception &error) {
-        qCWarning(registroVentana, "%s", error.what());
-        Avisa(QString::fromUtf8(error.what()));
-        return false;
-    }
+    return EjecutaConGuarda(orden);
 }
 
 void TVentanaAgenda::Avisa(const QString &texto)
 {
     const QScopedValueRollback<int> enCurso(m_ordenes, m_ordenes + 1);
-    AvisaMotor(texto, {}, TituloAtencionPuntos);
+    AvisaAlUsuario(texto);
 }
 
 // Opening and closing
@@ -173,7 +164,7 @@ void TVentanaAgenda::BAceptarClick()
     Ejecuta([this] {
         const bool nueva = m_fuente->state() == DataSet::State::insert;
         const QStringList escrito = Textos(CamposDeLaLinea());
-        if (m_motor.Aceptar()) {
+        if (Acepta()) {
             Deshabilita();
             return;
         }
@@ -257,7 +248,7 @@ void TVentanaAgenda::PegaEnLaLinea(const QStringList &campos, const QStringList 
         m_motor.Cancelar();
         throw;
     }
-    if (m_motor.Aceptar())
+    if (Acepta())
         return;
     Avisa(ProblemasCita);
     m_motor.Cancelar();

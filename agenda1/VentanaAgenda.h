@@ -78,6 +78,8 @@ protected:
     [[nodiscard]] bool Editando() const;
     [[nodiscard]] bool Ocupada() const { return m_ordenes > 0; }
 
+    /// The engine's Aceptar, with what the window adds to it. @return false when the line was not written.
+    virtual bool Acepta() { return m_motor.Aceptar(); }
     void Habilita(QWidget &foco);
     void Deshabilita();
     /// Writes texts into fields of the current line, from the engine's Modificar to its Aceptar.

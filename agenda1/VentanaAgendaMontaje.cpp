@@ -48,7 +48,7 @@ TVentanaAgenda::TVentanaAgenda(TAgenda &motor, const QString &nombre, const TRot
     m_pista->setAccessibleName(QStringLiteral("Explicación"));
     statusBar()->addWidget(m_pista, 1);
 
-    LFecha = new QLabel(Date_Cad(motor.Fecha()), this);
+    LFecha = new QLabel(FechaCorta(motor.Fecha()), this);
     LFecha->setObjectName(QStringLiteral("LFecha"));
     LFecha->setAccessibleName(QStringLiteral("Fecha de la agenda"));
     LFecha->setAlignment(Qt::AlignCenter);
@@ -61,6 +61,8 @@ TVentanaAgenda::TVentanaAgenda(TAgenda &motor, const QString &nombre, const TRot
     m_fuente->setAutoEdit(false); // only the engine begins a change
     m_rejilla = new DbGrid(this);
     m_rejilla->setEnterOpensEditor(false);
+    m_rejilla->setSelectionMode(
+        QAbstractItemView::NoSelection); // commands are for one line; colours stay seen
     m_rejilla->setDataSource(m_fuente);
     m_rejilla->setAccessibleName(QStringLiteral("Anotaciones del día"));
     m_rejilla->setStatusTip(QStringLiteral("Anotaciones del día"));

@@ -20,18 +20,6 @@ namespace
 
 Q_LOGGING_CATEGORY(registro, "agenda.tablas")
 
-/// Runs work on a table; a failure cancels the pending change, is logged and gives false.
-template <class TTrabajo> bool ConGuarda(DataSet &tabla, const char *operacion, TTrabajo &&trabajo)
-{
-    try {
-        return trabajo();
-    } catch (const std::exception &error) {
-        qCWarning(registro, "%s: %s", operacion, error.what());
-        CancelaSinPreguntar(tabla);
-        return false;
-    }
-}
-
 /// A text without the first occurrence of a mark.
 QString SinMarca(QString texto, const QString &marca)
 {
@@ -40,8 +28,28 @@ QString SinMarca(QString texto, const QString &marca)
 
 } // namespace
 
-TAgenda3P::TAgenda3P(QObject *propietario, QDate fecha, const TTablasNotarios &tablas)
+/// Runs work on a table; a failure cancels the pending change, is logged and gives false.
+template <class TTrabajo> bool TAgenda3P::ConGuarda(DataSet &tabla, const char *operacion, TTrabajo &&trabajo)
+{
+    try {
+        return trabajo();
+    } catch (const std::exception &error) {
+        AnotaError(operacion, error);
+        CancelaSinPreguntar(tabla);
+        return false;
+    }
+}
+
+void TAgenda3P::AnotaError(const char *operacion, const std::exception &error)
+{
+    qCWarning(registro, "%s: %s", operacion, error.what());
+    m_ultimoError = QString::fromUtf8(error.what());
+}
+
+TAgenda3P::TAgenda3P(QObject *propietario, QDate fecha, const TTablasNotarios &tablas,
+                     IInformesAgenda *informes)
     : m_propietario(propietario)
+    , m_informes(informes)
     , m_tablas(tablas)
 {
     if (m_tablas.front()) {
@@ -51,7 +59,7 @@ TAgenda3P::TAgenda3P(QObject *propietario, QDate fecha, const TTablasNotarios &t
         AbreTablasPropias();
     }
     m_tablaActual = m_tablas.front();
-    if (!RangoPorFecha(fecha))
+    if (fecha.isValid() && !RangoPorFecha(fecha))
         InsertaDia(fecha, true);
 }
 
@@ -69,10 +77,11 @@ TAgenda3P::~TAgenda3P()
         return;
     for (int notario = 1; notario <= std::min(m_numNotarios, MaxNotarios); ++notario) {
         dataset::DbfTable &tabla = m_datos->tbAgendaN(notario);
-        ConGuarda(tabla, "Cerrar", [&tabla] {
+        try {
             tabla.close();
-            return true;
-        });
+        } catch (const std::exception &error) {
+            qCWarning(registro, "Cerrar: %s", error.what());
+        }
     }
 }
 
@@ -116,16 +125,22 @@ bool TAgenda3P::InsertaDia(QDate fecha, bool preguntar)
 {
     if (preguntar && !PreguntaHojaNueva(fecha))
         return false;
+    QStringList perdidos;
     try {
         // The slots of a whole sheet go table by table: one commit each, instead of one a line.
         for (int notario = 1; notario <= m_numNotarios; ++notario) {
             if (DataSet *const tabla = Tabla(notario))
-                AnadeHojaDelDia(*tabla, fecha, false);
+                perdidos << AnadeHojaDelDia(*tabla, fecha, false);
         }
     } catch (...) {
         RangoPorFecha(fecha); // the settings could not be read: the day is to be seen all the same
         throw;
     }
+    // A slot is one of all tables, and is named once, however many of them lack it.
+    perdidos.removeDuplicates();
+    perdidos.sort();
+    for (const QString &hueco : std::as_const(perdidos))
+        AvisaHuecoPerdido(hueco);
     return RangoPorFecha(fecha);
 }
 
@@ -246,7 +261,7 @@ bool TAgenda3P::AceptarAgendaN()
         TBPost(TablaActual());
         return true;
     } catch (const std::exception &error) {
-        qCWarning(registro, "AceptarAgendaN: %s", error.what());
+        AnotaError("AceptarAgendaN", error);
         return false;
     }
 }

@@ -47,15 +47,15 @@ void CopiaCampos(DataSet &de, DataSet &a)
 
 } // namespace
 
-/// Where every table stands, for going back after a paste; meanwhile the current one shows the whole table
-/// and none tells its watchers anything. A table on which a change was left pending stays on it.
+/// Where every table stands, for going back after a paste; meanwhile none tells its watchers anything. A
+/// table on which a change was left pending stays on it.
 class TAgenda3P::TSitio
 {
 public:
     explicit TSitio(TAgenda3P &motor)
         : m_motor(motor)
         , m_dia(motor.DiaMostrado())
-        , m_conRango(HayRangoDelDia(motor.TablaActual()) || motor.TablaActual().hasRange())
+        , m_sinDia(motor.TablaActual().isEmpty())
     {
         for (DataSet *const tabla : motor.m_tablas) {
             if (!tabla)
@@ -63,7 +63,7 @@ public:
             m_quietas.emplace_back(*tabla);
             m_lineas.emplace_back(tabla, tabla->bookmark());
         }
-        if (m_conRango)
+        if (m_sinDia)
             QuitaRangoDelDia(motor.TablaActual());
     }
     ~TSitio()
@@ -71,7 +71,7 @@ public:
         for (const auto &[tabla, linea] : m_lineas) {
             try {
                 if (!tabla->isEditing()) {
-                    if (m_conRango && tabla == m_motor.m_tablaActual)
+                    if (m_sinDia && tabla == m_motor.m_tablaActual)
                         PonRangoDelDia(*tabla, m_dia);
                     if (linea != 0)
                         tabla->goToBookmark(linea);
@@ -87,7 +87,7 @@ public:
 private:
     TAgenda3P &m_motor;
     QDate m_dia;
-    bool m_conRango;
+    bool m_sinDia; ///< an empty day takes no change, so the whole table is shown while there is one
     std::deque<dataset::ControlsGuard> m_quietas; ///< go last, after every table is where it was
     std::vector<std::pair<DataSet *, dataset::Bookmark>> m_lineas;
 };
@@ -136,7 +136,7 @@ void TAgenda3P::PegaDesplazado(QDate fecha, int minutos, bool desplaza)
         }
     } catch (const std::exception &error) {
         // Deliberate: what is pending on the line being pasted stays as it is.
-        qCWarning(registroCopia, "The paste has ended early: %s", error.what());
+        AnotaError("Pegar", error);
         CancelaSinPreguntar(*m_buffer);
     }
 }
@@ -179,7 +179,7 @@ void TAgenda3P::Limpiar(bool preguntar)
             tabla.field(campo).clear();
         TBPost(tabla);
     } catch (const std::exception &error) {
-        qCWarning(registroCopia, "Limpiar: %s", error.what());
+        AnotaError("Limpiar", error);
         CancelaSinPreguntar(tabla);
     }
 }

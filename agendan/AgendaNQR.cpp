@@ -1,9 +1,8 @@
 #include "agendan/AgendaNQR.h"
 
+#include "agenda/Rnumcad.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DataSet.h"
-
-#include <QtCore/QLocale>
 
 using report::Alignment;
 
@@ -50,11 +49,6 @@ constexpr double ReglaDetalle = 23;
 
 constexpr std::array<const char *, 6> NombresDeDias{"LUNES - ",  "MARTES - ",  "MIERCOLES - ",
                                                     "JUEVES - ", "VIERNES - ", "SABADO - "};
-
-QString FechaCorta(QDate fecha)
-{
-    return QLocale().toString(fecha, QLocale::ShortFormat);
-}
 
 } // namespace
 

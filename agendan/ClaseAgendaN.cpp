@@ -141,7 +141,8 @@ bool TClassAgendaN::ConstruyeHoja(QDate fecha, bool soloSiFalta)
     DataSet &tabla = TablaActual();
     const dataset::ControlsGuard sinAvisos(tabla);
     try {
-        AnadeHojaDelDia(tabla, fecha, soloSiFalta);
+        for (const QString &hueco : AnadeHojaDelDia(tabla, fecha, soloSiFalta))
+            AvisaHuecoPerdido(hueco);
     } catch (...) {
         RangoPorFecha(fecha); // the settings could not be read: the day, not the whole table, is to be seen
         throw;

@@ -18,6 +18,7 @@
 #include <utility>
 
 class IInformesAgenda;
+enum class TClaseInforme;
 class TClientesRaiz;
 class TDMAgendaN;
 namespace dataset
@@ -39,8 +40,7 @@ public:
     /// @param propietario  owner of the windows; not owned, may be null.
     /// @param clientes     the host's client list; not owned, may be null.
     /// @param tablas       open tables of the host, not owned; with an empty first position the engine opens
-    /// one table
-    ///                     per notary itself.
+    ///                     one table per notary itself.
     /// @param vistas       not owned; outlives the engine. Null where no window is ever asked for.
     /// @param informes     the same, for its reports.
     /// @throws dataset::EDatabaseError when a notary's table cannot be opened.
@@ -137,8 +137,7 @@ private:
     [[nodiscard]] QDate DiaMostrado() const;
     std::optional<bool> MarcaLineaActual(const QString &marca);
     void VuelveALaLinea(dataset::Bookmark linea, QDate fecha, const QString &hora) noexcept;
-    void MuestraInformeDia(QDate fecha, const std::optional<QString> &oficial);
-    void MuestraInformeSemana(QDate fecha, const std::optional<QString> &oficial);
+    void MuestraInforme(TClaseInforme clase, QDate fecha);
     /// The data module's week rows; an engine over the host's tables has some of its own.
     [[nodiscard]] dataset::MemTable &SemanaDeInforme();
 

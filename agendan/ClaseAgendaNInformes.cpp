@@ -2,43 +2,34 @@
 
 #include "agenda/AgendaNDM.h"
 #include "agenda/InformesAgenda.h"
-#include "agenda/SemanaAgenda.h"
 
 void TClassAgendaN::InformeDia(QDate fecha)
 {
-    MuestraInformeDia(fecha, std::nullopt);
+    MuestraInforme(TClaseInforme::dia, fecha);
 }
 
 void TClassAgendaN::InformeDia_PorOficial(QDate fecha)
 {
-    if (const auto oficial = PreguntaOficialDelInforme())
-        MuestraInformeDia(fecha, oficial);
+    MuestraInforme(TClaseInforme::diaPorOficial, fecha);
 }
 
 void TClassAgendaN::InformeSemana(QDate fecha)
 {
-    MuestraInformeSemana(fecha, std::nullopt);
+    MuestraInforme(TClaseInforme::semana, fecha);
 }
 
 void TClassAgendaN::InformeSemana_PorOficial(QDate fecha)
 {
-    if (const auto oficial = PreguntaOficialDelInforme())
-        MuestraInformeSemana(fecha, oficial);
+    MuestraInforme(TClaseInforme::semanaPorOficial, fecha);
 }
 
-void TClassAgendaN::MuestraInformeDia(QDate fecha, const std::optional<QString> &oficial)
+void TClassAgendaN::MuestraInforme(TClaseInforme clase, QDate fecha)
 {
-    m_informes->CreaQRAgendaDiaN(m_propietario, fecha, TablaActual(), oficial)->Preview();
-}
-
-void TClassAgendaN::MuestraInformeSemana(QDate fecha, const std::optional<QString> &oficial)
-{
-    dataset::MemTable &semana = SemanaDeInforme();
-    HazInformeSemana({TablaActual(), semana, [this] { CancelaRangoPorFecha(); },
-                      [this](QDate dia) { RangoPorFecha(dia); }},
-                     fecha, oficial, [&](QDate lunes) {
-                         m_informes->CreaQRAgendaN(m_propietario, lunes, semana)->Preview();
-                     });
+    HazInforme({m_propietario,
+                *m_informes,
+                {TablaActual(), SemanaDeInforme(), [this] { CancelaRangoPorFecha(); },
+                 [this](QDate dia) { RangoPorFecha(dia); }}},
+               clase, fecha);
 }
 
 dataset::MemTable &TClassAgendaN::SemanaDeInforme()

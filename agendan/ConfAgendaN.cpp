@@ -4,6 +4,7 @@
 #include "agenda/Rvarias.h"
 #include "agenda/host/Servicios.h"
 #include "dbcontrols/ColorPanel.h"
+#include "dbcontrols/Focus.h"
 
 #include <QtGui/QKeyEvent>
 #include <QtGui/QValidator>
@@ -42,14 +43,6 @@ public:
         return EsUnNumero(texto) && cabe ? Acceptable : Invalid;
     }
 };
-
-/// A menu, a list or another window takes the focus for a while only: the control is not being left.
-bool EsDeIdaYVuelta(const QEvent &evento)
-{
-    const Qt::FocusReason razon = static_cast<const QFocusEvent &>(evento).reason();
-    return razon == Qt::PopupFocusReason || razon == Qt::ActiveWindowFocusReason ||
-           razon == Qt::MenuBarFocusReason;
-}
 
 } // namespace
 
@@ -245,7 +238,8 @@ bool TFConfAgendaN::eventFilter(QObject *objeto, QEvent *evento)
         return !eIntervaloHorasKeyPress(*static_cast<QKeyEvent *>(evento));
     if (evento->type() == QEvent::FocusIn) {
         TomaFoco(*control);
-    } else if (evento->type() == QEvent::FocusOut && !EsDeIdaYVuelta(*evento)) {
+    } else if (evento->type() == QEvent::FocusOut &&
+               !dbcontrols::isPassingFocus(static_cast<QFocusEvent *>(evento)->reason())) {
         if (EsDeMinutos(control))
             eIntervaloHorasExit(*static_cast<QLineEdit *>(control));
         else

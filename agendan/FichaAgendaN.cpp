@@ -1,6 +1,7 @@
 #include "agendan/FichaAgendaN.h"
 
 #include "agenda/ClaseConfAgendaN.h"
+#include "agenda/GuardaVentana.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Rvarias.h"
 #include "agenda/host/Servicios.h"
@@ -261,7 +262,7 @@ void TFFichaAgendaN::MEFechaExit()
     QMetaObject::invokeMethod(
         this,
         [this] {
-            ConGuarda([this] { Avisa(QStringLiteral("La fecha introducida no es correcta")); });
+            ConGuarda([] { AvisaAlUsuario(QStringLiteral("La fecha introducida no es correcta")); });
             MEFecha->setFocus(Qt::OtherFocusReason);
         },
         Qt::QueuedConnection);

@@ -16,6 +16,7 @@
 
 namespace dbcontrols
 {
+class CalendarPopup;
 class DbGrid;
 class DbMemo;
 class MaskEdit;
@@ -28,7 +29,6 @@ class QStatusBar;
 class QTimer;
 class QToolBar;
 class QToolButton;
-class TCalendarioAgendaN;
 class TPestanasAgendaN;
 
 /// The window in which the office works the multi-notary agenda. It knows no rule of the agenda: every
@@ -42,8 +42,7 @@ class TFFichaAgendaN : public QMainWindow, public IFichaAgendaN
     Q_OBJECT
 public:
     /// @param propietario  the window is centred on it and stays in front of it; may be null. Not the parent:
-    /// the
-    ///                     window belongs to whoever holds the pointer.
+    ///                     the window belongs to whoever holds the pointer.
     explicit TFFichaAgendaN(QWidget *propietario);
     ~TFFichaAgendaN() override;
 
@@ -117,7 +116,6 @@ private:
     /// Runs something that is not a command; failures are shown. @return false when it failed.
     bool ConGuarda(const TOrden &orden);
     void AvisaError(const QString &texto);
-    void Avisa(const QString &texto);
     void ASincronizarDiaExecute();
     void ADiaAnteriorExecute();
     void ADiaSiguienteExecute();
@@ -193,7 +191,7 @@ private:
     QToolBar *TBAgendaN = nullptr;
     dbcontrols::MaskEdit *MEFecha = nullptr;
     QToolButton *BCalendario = nullptr;
-    TCalendarioAgendaN *m_calendario = nullptr;
+    dbcontrols::CalendarPopup *m_calendario = nullptr;
     TPestanasAgendaN *PCAgenda = nullptr;
     QMenu *PMAgendaN = nullptr;
     QMenu *PMImprimir = nullptr;

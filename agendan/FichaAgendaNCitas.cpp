@@ -2,6 +2,7 @@
 
 #include "agendan/FichaAgendaN.h"
 
+#include "agenda/GuardaVentana.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
@@ -175,8 +176,8 @@ void TFFichaAgendaN::CopiaCitas(TTrasCopiar tras)
         return;
     const QList<Bookmark> lineas = LineasDeLaOrden();
     if (lineas.isEmpty()) {
-        Avisa(mover ? QStringLiteral("No hay ninguna cita que mover.")
-                    : QStringLiteral("No hay ninguna cita que copiar."));
+        AvisaAlUsuario(mover ? QStringLiteral("No hay ninguna cita que mover.")
+                             : QStringLiteral("No hay ninguna cita que copiar."));
         return;
     }
     const TSitioEnElDia sitio(*tabla);

@@ -2,27 +2,17 @@
 
 #include "agendan/FichaAgendaN.h"
 
+#include "agenda/GuardaVentana.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/host/Servicios.h"
-#include "agendan/CalendarioAgendaN.h"
 #include "agendan/PestanasAgendaN.h"
-#include "dataset/DatabaseError.h"
+#include "dbcontrols/CalendarPopup.h"
 #include "dbcontrols/DbGrid.h"
 #include "dbcontrols/MaskEdit.h"
 
-#include <QtCore/QLoggingCategory>
 #include <QtCore/QScopedValueRollback>
 #include <QtGui/QAction>
 #include <QtWidgets/QStatusBar>
-
-namespace
-{
-
-Q_LOGGING_CATEGORY(registro, "agendan.ventanas")
-
-const QString AtencionDosPuntos = QStringLiteral(" ATENCIÓN:");
-
-} // namespace
 
 bool TFFichaAgendaN::Ejecuta(TAlcance alcance, const TOrden &orden)
 {
@@ -56,38 +46,13 @@ void TFFichaAgendaN::AvisaSiFallo(const QString &que)
 bool TFFichaAgendaN::ConGuarda(const TOrden &orden)
 {
     const QScopedValueRollback<int> enCurso(m_ordenesEnCurso, m_ordenesEnCurso + 1);
-    QString texto;
-    try {
-        orden();
-        return true;
-    } catch (const dataset::EDatabaseError &error) {
-        texto = error.text();
-    } catch (const dataset::EConvertError &error) {
-        texto = error.text();
-    } catch (const std::exception &error) {
-        texto = QString::fromUtf8(error.what());
-    }
-    AvisaError(texto);
-    return false;
+    return EjecutaConGuarda(orden);
 }
 
 void TFFichaAgendaN::AvisaError(const QString &texto)
 {
-    qCWarning(registro) << texto;
     const QScopedValueRollback<int> enCurso(m_ordenesEnCurso, m_ordenesEnCurso + 1);
-    TMensaje mensaje;
-    mensaje.Texto = texto;
-    mensaje.Icono = TIconoMensaje::error;
-    mensaje.Titulo = AtencionDosPuntos;
-    Servicios().Mensaje->Mensajes(mensaje);
-}
-
-void TFFichaAgendaN::Avisa(const QString &texto)
-{
-    TMensaje mensaje;
-    mensaje.Texto = texto;
-    mensaje.Titulo = AtencionDosPuntos;
-    Servicios().Mensaje->Mensajes(mensaje);
+    AvisaDeError(texto);
 }
 
 void TFFichaAgendaN::ASincronizarDiaExecute()
@@ -107,7 +72,8 @@ void TFFichaAgendaN::ADiaAnteriorExecute()
         ActualizaFecha();
         ASincronizarDiaExecute();
     } else {
-        Avisa(QStringLiteral("No hay días anteriores en la agenda de ") + PCAgenda->Rotulo(Pestana()));
+        AvisaAlUsuario(QStringLiteral("No hay días anteriores en la agenda de ") +
+                       PCAgenda->Rotulo(Pestana()));
         ADiaAnterior->setEnabled(false);
     }
 }
@@ -121,7 +87,8 @@ void TFFichaAgendaN::ADiaSiguienteExecute()
         ActualizaFecha();
         ASincronizarDiaExecute();
     } else {
-        Avisa(QStringLiteral("No hay días posteriores en la agenda de ") + PCAgenda->Rotulo(Pestana()));
+        AvisaAlUsuario(QStringLiteral("No hay días posteriores en la agenda de ") +
+                       PCAgenda->Rotulo(Pestana()));
         ADiaSiguiente->setEnabled(false);
     }
 }
@@ -150,15 +117,15 @@ void TFFichaAgendaN::VeAlDia(QDate fecha)
 void TFFichaAgendaN::AbreCalendario()
 {
     if (!m_calendario) {
-        m_calendario = new TCalendarioAgendaN(this);
-        connect(m_calendario, &TCalendarioAgendaN::Elegida, this, [this](QDate fecha) {
+        m_calendario = new dbcontrols::CalendarPopup(this);
+        connect(m_calendario, &dbcontrols::CalendarPopup::chosen, this, [this](QDate fecha) {
             if (m_motor && AceptaPendiente(Pestana()))
                 ConGuarda([this, fecha] { VeAlDia(fecha); });
             GetDBGAgendaN()->setFocus();
         });
     }
     const QDate escrita = QDate::fromString(MEFecha->text(), QStringLiteral("dd/MM/yyyy"));
-    m_calendario->Abre(*MEFecha, escrita.isValid() ? escrita : Servicios().Reloj->Hoy());
+    m_calendario->open(*MEFecha, escrita.isValid() ? escrita : Servicios().Reloj->Hoy());
 }
 
 void TFFichaAgendaN::Imprime(void (TClassAgendaN::*informe)(QDate))

@@ -2,8 +2,8 @@
 
 #include "agenda/ClaseConfAgendaN.h"
 #include "agenda/HoraTexto.h"
-#include "agendan/IconosAgendaN.h"
 #include "agendan/PestanasAgendaN.h"
+#include "dbcontrols/CommandIcons.h"
 #include "dbcontrols/DbGrid.h"
 #include "dbcontrols/DbMemo.h"
 #include "dbcontrols/MaskEdit.h"
@@ -138,15 +138,15 @@ QAction *TFFichaAgendaN::CreaComando(const char *nombre, const QString &titulo, 
 
 void TFFichaAgendaN::PonIconos()
 {
-    ADiaAnterior->setIcon(IconoAgendaN(TDibujoAgendaN::anterior));
-    ADiaSiguiente->setIcon(IconoAgendaN(TDibujoAgendaN::siguiente));
-    ANuevo->setIcon(IconoAgendaN(TDibujoAgendaN::nuevo));
-    AModificar->setIcon(IconoAgendaN(TDibujoAgendaN::modificar));
-    ABorrar->setIcon(IconoAgendaN(TDibujoAgendaN::borrar));
-    AImprimirDia->setIcon(IconoAgendaN(TDibujoAgendaN::imprimir));
-    AContacto->setIcon(IconoAgendaN(TDibujoAgendaN::contacto));
-    AConfiguracion->setIcon(IconoAgendaN(TDibujoAgendaN::configuracion));
-    ASalir->setIcon(IconoAgendaN(TDibujoAgendaN::salir));
+    ADiaAnterior->setIcon(dbcontrols::commandIcon(dbcontrols::CommandIcon::previous));
+    ADiaSiguiente->setIcon(dbcontrols::commandIcon(dbcontrols::CommandIcon::next));
+    ANuevo->setIcon(dbcontrols::commandIcon(dbcontrols::CommandIcon::add));
+    AModificar->setIcon(dbcontrols::commandIcon(dbcontrols::CommandIcon::edit));
+    ABorrar->setIcon(dbcontrols::commandIcon(dbcontrols::CommandIcon::remove));
+    AImprimirDia->setIcon(dbcontrols::commandIcon(dbcontrols::CommandIcon::print));
+    AContacto->setIcon(dbcontrols::commandIcon(dbcontrols::CommandIcon::contact));
+    AConfiguracion->setIcon(dbcontrols::commandIcon(dbcontrols::CommandIcon::settings));
+    ASalir->setIcon(dbcontrols::commandIcon(dbcontrols::CommandIcon::leave));
 }
 
 void TFFichaAgendaN::CreaFecha()

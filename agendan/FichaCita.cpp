@@ -1,7 +1,7 @@
 #include "agendan/FichaCita.h"
 
+#include "agenda/GuardaVentana.h"
 #include "agenda/host/Servicios.h"
-#include "agendan/GuardaVentana.h"
 #include "dbcontrols/DataSource.h"
 #include "dbcontrols/DbComboBox.h"
 #include "dbcontrols/DbEdit.h"

@@ -1,9 +1,9 @@
 // The buttons of the card.
 
 #include "agenda/ClaseConfAgendaN.h"
+#include "agenda/GuardaVentana.h"
 #include "agenda/host/Servicios.h"
 #include "agendan/FichaCita.h"
-#include "agendan/GuardaVentana.h"
 #include "dataset/DatabaseError.h"
 #include "dbcontrols/DataSource.h"
 #include "dbcontrols/MaskEdit.h"
@@ -185,7 +185,10 @@ void TFFichaCitas::BAceptarClick()
     PonFoco(*BAceptar);
     if (m_fechaRechazada)
         return;
-    LExplica->clear();
+    // What leaving the party field has just told is to be read, also when the card goes back to rest.
+    m_avisoAyuda = LExplica->toolTip();
+    if (m_avisoAyuda.isEmpty())
+        LExplica->clear();
     EjecutaConGuarda([this] { Acepta(); });
 }
 

@@ -1,10 +1,10 @@
 // Date, time and interested party of the card: what is typed in them, and how the record shows in them.
 
+#include "agenda/GuardaVentana.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Rvarias.h"
 #include "agenda/host/Servicios.h"
 #include "agendan/FichaCita.h"
-#include "agendan/GuardaVentana.h"
 #include "dbcontrols/CalendarPopup.h"
 #include "dbcontrols/DbEdit.h"
 #include "dbcontrols/MaskEdit.h"
@@ -100,7 +100,6 @@ void TFFichaCitas::AbreCalendario()
 {
     if (!m_calendario) {
         m_calendario = new dbcontrols::CalendarPopup(this);
-        m_calendario->setObjectName(QStringLiteral("Calendario"));
         connect(m_calendario, &dbcontrols::CalendarPopup::chosen, this, [this](QDate dia) {
             PonFoco(*MEFecha);
             MEFecha->setMaskedText(Date_Cad(dia)); // goes into the record when the field is left, as typed
@@ -161,11 +160,12 @@ void TFFichaCitas::EInteresadoExit()
             EscribeInteresado(clientes->Nombre(), codigo);
             return;
         }
-        // The name stays as it was, so a code that the search has put in on the way goes out again.
+        // The name stays as it was, so a code that the search has put in on the way goes out again, from the
+        // line and from the Tag, which always goes with the party of the line.
         const QString tecleado = EInteresado->text();
         if (Tabla().field(u"CODCLIENTE").asInteger() != m_codigoAlEntrar)
             Tabla().field(u"CODCLIENTE").setInteger(m_codigoAlEntrar);
-        EInteresado->setProperty(Tag, 0);
+        MuestraCodCliente();
         if (tecleado != DBEInteresado->text())
             m_avisoAyuda =
                 QStringLiteral("«%1» no está en la lista de clientes: el interesado no cambia").arg(tecleado);

@@ -1,9 +1,9 @@
 // How the card is put together.
 
+#include "agenda/GuardaVentana.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
 #include "agendan/FichaCita.h"
-#include "agendan/GuardaVentana.h"
 #include "dataset/DatabaseError.h"
 #include "dbcontrols/DataSource.h"
 #include "dbcontrols/DbComboBox.h"
@@ -153,6 +153,7 @@ QLayout *TFFichaCitas::CreaFilaDelOficial()
     DBCBOficial->setObjectName(QStringLiteral("DBCBOficial"));
     DBCBOficial->setAccessibleName(QStringLiteral("Oficial"));
     DBCBOficial->setUpperCase(true);
+    DBCBOficial->setCompleter(nullptr); // what the clerk types is what the line gets
     DBCBOficial->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     DBCBOficial->setMinimumContentsLength(16);
     DBCBOficial->setField(QStringLiteral("OFICIAL"));

@@ -107,10 +107,11 @@ void DataSet::remove()
         throw EDatabaseError(QStringLiteral("No hay ninguna línea que borrar"), dbase::ErrorKind::notFound);
     if (d->ranged)
         d->rowSet(); // the neighbours, while the line is still among them
-    d->store->erase(d->number);
-    d->shownRecords.forget(d->number);
+    const Bookmark gone = d->number;
+    d->store->erase(gone);
+    d->shownRecords.forget(gone);
     d->goToNeighbour();
-    d->forgetRows();
+    d->forgetRow(gone);
 }
 
 void DataSet::beginGroup()

@@ -194,6 +194,17 @@ const RowSet &DataSetPrivate::rowSetOrLast() const
     return *rows; // still stale: the next question tries again
 }
 
+void DataSetPrivate::forgetRow(Bookmark gone)
+{
+    // While a group holds the table nobody else writes: the other rows are as they were, and deleting many
+    // does not collect them each time.
+    const int row = grouped && ranged && !rowsStale ? rows->rowOf(gone) : -1;
+    if (row >= 0)
+        rows = rows->without(row);
+    else
+        forgetRows();
+}
+
 const Record *DataSetPrivate::rowRecord(Bookmark wanted)
 {
     if (const Record *const known = shownRecords.find(wanted))

@@ -43,6 +43,8 @@ public:
     /// The same for questions, which must not fail: what cannot be read now is what was read last.
     const RowSet &rowSetOrLast() const;
     void forgetRows() { rowsStale = true; }
+    /// The same after one record went.
+    void forgetRow(Bookmark gone);
     /// The record of a row, for showing it; null when it is gone.
     [[nodiscard]] const Record *rowRecord(Bookmark wanted);
     [[nodiscard]] const Record &shown() const { return editing() ? pending : record; }

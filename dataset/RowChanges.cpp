@@ -40,6 +40,15 @@ int RowSet::rowOf(Bookmark number) const
     return row;
 }
 
+std::shared_ptr<const RowSet> RowSet::without(int row) const
+{
+    const auto others = std::make_shared<RowSet>(std::vector<Bookmark>());
+    others->m_numbers = m_numbers;
+    others->m_numbers.removeAt(row);
+    others->m_last = row;
+    return others;
+}
+
 namespace
 {
 

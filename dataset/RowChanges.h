@@ -4,6 +4,7 @@
 
 #include <QtCore/QList>
 
+#include <memory>
 #include <vector>
 
 namespace dataset
@@ -21,6 +22,8 @@ public:
     [[nodiscard]] Bookmark at(int row) const { return m_numbers[row]; }
     [[nodiscard]] int rowOf(Bookmark number) const; ///< -1 when it is no row
     [[nodiscard]] const QList<Bookmark> &numbers() const { return m_numbers; }
+    /// The same rows but one. The row asked for next is likely to be beside it.
+    [[nodiscard]] std::shared_ptr<const RowSet> without(int row) const;
 
 private:
     void buildLookup() const;

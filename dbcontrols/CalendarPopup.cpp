@@ -3,61 +3,85 @@
 #include <QtCore/QLocale>
 #include <QtGui/QScreen>
 #include <QtGui/QTextCharFormat>
+#include <QtWidgets/QApplication>
 #include <QtWidgets/QCalendarWidget>
 #include <QtWidgets/QVBoxLayout>
 
 namespace dbcontrols
 {
 
+namespace
+{
+
+/// Names for those who hear the window; the parts are known by the names that the toolkit gives them.
+void nameParts(const QCalendarWidget &calendar)
+{
+    const struct {
+        const char *part;
+        QString name;
+    } parts[] = {
+        {"qt_calendar_calendarview", QStringLiteral("Días del mes")},
+        {"qt_calendar_prevmonth", QStringLiteral("Mes anterior")},
+        {"qt_calendar_nextmonth", QStringLiteral("Mes siguiente")},
+        {"qt_calendar_monthbutton", QStringLiteral("Mes")},
+        {"qt_calendar_yearbutton", QStringLiteral("Año")},
+        {"qt_calendar_yearedit", QStringLiteral("Año")},
+    };
+    for (const auto &[part, name] : parts) {
+        if (auto *const widget = calendar.findChild<QWidget *>(QLatin1String(part)))
+            widget->setAccessibleName(name);
+    }
+}
+
+/// Sundays in a red that can be read on the ground that they stand on, light or dark.
+QTextCharFormat sundayFormat(const QPalette &palette)
+{
+    QTextCharFormat format;
+    const bool dark = palette.color(QPalette::Base).lightness() < 128;
+    format.setForeground(dark ? QColor(0xFF, 0x8A, 0x80) : QColor(0xB7, 0x1C, 0x1C));
+    return format;
+}
+
+} // namespace
+
 CalendarPopup::CalendarPopup(QWidget *parent)
     : QFrame(parent, Qt::Popup)
     , m_calendar(new QCalendarWidget(this))
 {
-    setFrameShape(StyledPanel);
+    setObjectName(QStringLiteral("CalendarPopup"));
     setAccessibleName(QStringLiteral("Calendario"));
+    setFrameShape(QFrame::StyledPanel);
     m_calendar->setAccessibleName(accessibleName());
     m_calendar->setLocale(QLocale(QStringLiteral("es_ES")));
     m_calendar->setFirstDayOfWeek(Qt::Monday);
     m_calendar->setVerticalHeaderFormat(QCalendarWidget::NoVerticalHeader);
+    m_calendar->setGridVisible(false);
+    m_calendar->setWeekdayTextFormat(Qt::Saturday, {});
+    nameParts(*m_calendar);
     auto *const layout = new QVBoxLayout(this);
     layout->setContentsMargins(1, 1, 1, 1);
     layout->addWidget(m_calendar);
-    layout->setSizeConstraint(QLayout::SetFixedSize);
     setFocusProxy(m_calendar);
-    connect(m_calendar, &QCalendarWidget::clicked, this, &CalendarPopup::choose);
     connect(m_calendar, &QCalendarWidget::activated, this, &CalendarPopup::choose);
+    connect(m_calendar, &QCalendarWidget::clicked, this, &CalendarPopup::choose);
 }
 
 CalendarPopup::~CalendarPopup() = default;
 
-void CalendarPopup::useColors()
+void CalendarPopup::open(const QWidget &field, QDate date)
 {
-    // The calendar's own header and red are made for a light ground only.
-    const QPalette &colors = palette();
-    QTextCharFormat day;
-    day.setForeground(colors.color(QPalette::Active, QPalette::Text));
-    day.setBackground(colors.color(QPalette::Active, QPalette::Base));
-    m_calendar->setHeaderTextFormat(day);
-    const bool dark = colors.color(QPalette::Active, QPalette::Base).lightness() < 128;
-    QTextCharFormat weekend;
-    weekend.setForeground(dark ? QColor(255, 140, 140) : QColor(190, 0, 0));
-    for (const Qt::DayOfWeek one : {Qt::Saturday, Qt::Sunday})
-        m_calendar->setWeekdayTextFormat(one, weekend);
-}
-
-void CalendarPopup::open(const QWidget &anchor, QDate date)
-{
-    useColors();
+    m_calendar->setWeekdayTextFormat(Qt::Sunday, sundayFormat(palette()));
     if (date.isValid())
         m_calendar->setSelectedDate(date);
-    const QSize size = sizeHint();
-    const QRect screen = anchor.screen()->availableGeometry();
-    QPoint place = anchor.mapToGlobal(QPoint(0, anchor.height()));
-    if (place.y() + size.height() > screen.bottom())
-        place = anchor.mapToGlobal(QPoint(0, -size.height()));
-    place.setX(qMax(screen.left(), qMin(place.x(), screen.right() - size.width())));
-    place.setY(qMax(screen.top(), place.y()));
-    move(place);
+    m_calendar->showSelectedDate();
+    adjustSize();
+    const QRect available = field.screen()->availableGeometry();
+    QRect place(field.mapToGlobal(QPoint(0, field.height())), size());
+    if (place.bottom() > available.bottom())
+        place.moveBottom(field.mapToGlobal(QPoint(0, 0)).y() - 1);
+    place.moveLeft(qMax(available.left(), qMin(place.left(), available.right() - place.width() + 1)));
+    move(place.topLeft());
+    m_focused = QApplication::focusWidget();
     show();
     m_calendar->setFocus(Qt::PopupFocusReason);
 }
@@ -65,15 +89,16 @@ void CalendarPopup::open(const QWidget &anchor, QDate date)
 void CalendarPopup::hideEvent(QHideEvent *event)
 {
     QFrame::hideEvent(event);
-    // Not every desktop gives the keys back to the window that had them.
-    if (parentWidget())
-        parentWidget()->activateWindow();
+    if (!m_focused)
+        return;
+    m_focused->activateWindow(); // some desktops make the window of a pop-up the active one
+    m_focused->setFocus(Qt::PopupFocusReason);
 }
 
 void CalendarPopup::choose(QDate date)
 {
     if (!isVisible())
-        return; // a double click chooses twice
+        return; // a double click has chosen with its first half
     close();
     emit chosen(date);
 }

@@ -3,6 +3,7 @@
 #include "dbcontrols/Export.h"
 
 #include <QtCore/QDate>
+#include <QtCore/QPointer>
 #include <QtWidgets/QFrame>
 
 class QCalendarWidget;
@@ -10,8 +11,8 @@ class QCalendarWidget;
 namespace dbcontrols
 {
 
-/// A small Spanish calendar that opens below a control and goes away when a day has been chosen: with the
-/// mouse, or with arrow keys and Enter; Esc leaves it.
+/// A month that drops down under a date field. The arrows go from day to day, the page keys from month to
+/// month; Enter or a click chooses, Esc leaves everything as it was.
 class DBCONTROLS_EXPORT CalendarPopup : public QFrame
 {
     Q_OBJECT
@@ -19,21 +20,21 @@ public:
     explicit CalendarPopup(QWidget *parent);
     ~CalendarPopup() override;
 
-    /// @param anchor  the control below which it opens. @param date  shown first; invalid: the calendar's
-    /// own.
-    void open(const QWidget &anchor, QDate date);
+    /// Drops down under a control, or above it where the screen ends.
+    /// @param date  the day that is marked; an invalid one marks none in particular.
+    void open(const QWidget &field, QDate date);
 
 signals:
+    /// A day was chosen; the calendar has closed.
     void chosen(QDate date);
 
 protected:
     void hideEvent(QHideEvent *event) override;
 
 private:
-    void useColors();
     void choose(QDate date);
-
-    QCalendarWidget *m_calendar;
+    QCalendarWidget *m_calendar = nullptr;
+    QPointer<QWidget> m_focused; ///< gets the keys back
 };
 
 } // namespace dbcontrols

@@ -6,6 +6,8 @@
 #include <QtWidgets/QDialogButtonBox>
 #include <QtWidgets/QPushButton>
 
+#include <cmath>
+
 namespace dbcontrols
 {
 
@@ -27,7 +29,20 @@ void nameButtons(const QColorDialog &dialog)
         cancel->setText(QStringLiteral("&Cancelar"));
 }
 
+double brightnessOf(const QColor &color)
+{
+    return 0.299 * color.red() + 0.587 * color.green() + 0.114 * color.blue();
+}
+
 } // namespace
+
+QColor readableOn(const QColor &background, const QColor &usual)
+{
+    constexpr double enough = 90;
+    if (std::abs(brightnessOf(background) - brightnessOf(usual)) >= enough)
+        return usual;
+    return brightnessOf(background) > 140 ? Qt::black : Qt::white;
+}
 
 QColor screenColor(quint32 number, const QPalette &palette)
 {

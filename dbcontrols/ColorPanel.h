@@ -16,6 +16,9 @@ namespace dbcontrols
 /// set a colour of the desktop by number, for which the palette has the nearest.
 [[nodiscard]] DBCONTROLS_EXPORT QColor screenColor(quint32 number, const QPalette &palette);
 
+/// The usual text colour where it can be read on a background, which may be any colour; else black or white.
+[[nodiscard]] DBCONTROLS_EXPORT QColor readableOn(const QColor &background, const QColor &usual);
+
 /// A panel filled with a colour. A click on it, or Space, is the wish for another one.
 class DBCONTROLS_EXPORT ColorPanel : public QAbstractButton
 {

@@ -63,7 +63,7 @@ void DbComboBox::setUpperCase(bool upperCase)
 void DbComboBox::prepareEditor()
 {
     useTextMenu(*lineEdit());
-    // Not textEdited: what the completion adds, and what is chosen, is to be stored as well.
+    // Not textEdited: what a completion adds, and what is chosen, is to be stored as well.
     connect(lineEdit(), &QLineEdit::textChanged, this, &DbComboBox::store);
 }
 

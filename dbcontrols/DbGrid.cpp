@@ -207,8 +207,10 @@ void DbGrid::syncCurrent()
         column = 0;
     const QModelIndex wanted = m_model->index(row, column);
     // The view's own setter, because it also moves the place from which Shift selects.
-    if (currentIndex() != wanted)
-        setCurrentIndex(wanted);
+    if (currentIndex() == wanted)
+        return;
+    executeDelayedItemsLayout(); // so that a row just added can be scrolled to, and is seen whole
+    setCurrentIndex(wanted);
 }
 
 void DbGrid::reconcileSoon()
@@ -295,8 +297,9 @@ void DbGrid::mousePressEvent(QMouseEvent *event)
 {
     QTableView::mousePressEvent(event);
     // Posting the line that was left may have moved the clicked one away from under the mouse.
-    if (event->button() == Qt::LeftButton && event->modifiers() == Qt::NoModifier &&
-        currentIndex().isValid() && indexAt(event->pos()).isValid() && !m_moveFailed)
+    if (selectionMode() != NoSelection && event->button() == Qt::LeftButton &&
+        event->modifiers() == Qt::NoModifier && currentIndex().isValid() && indexAt(event->pos()).isValid() &&
+        !m_moveFailed)
         selectionModel()->select(currentIndex(),
                                  QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
 }

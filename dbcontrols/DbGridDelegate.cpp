@@ -1,13 +1,12 @@
 #include "dbcontrols/DbGridDelegate.h"
 
 #include "dbcontrols/CellEditor.h"
+#include "dbcontrols/ColorPanel.h"
 #include "dbcontrols/DbGrid.h"
 
 #include <QtGui/QKeyEvent>
 #include <QtGui/QPainter>
 #include <QtWidgets/QHeaderView>
-
-#include <cmath>
 
 namespace dbcontrols
 {
@@ -20,20 +19,6 @@ constexpr int TextMargin = 2;
 QColor selectedBackground()
 {
     return {0, 0, 255};
-}
-
-double brightnessOf(const QColor &color)
-{
-    return 0.299 * color.red() + 0.587 * color.green() + 0.114 * color.blue();
-}
-
-/// The usual text colour where it can be read on a background, which may be any colour; else black or white.
-QColor readableOn(const QColor &background, const QColor &usual)
-{
-    constexpr double enough = 90;
-    if (std::abs(brightnessOf(background) - brightnessOf(usual)) >= enough)
-        return usual;
-    return brightnessOf(background) > 140 ? Qt::black : Qt::white;
 }
 
 } // namespace

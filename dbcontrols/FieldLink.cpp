@@ -1,6 +1,7 @@
 #include "dbcontrols/FieldLink.h"
 
 #include "dbcontrols/Texts.h"
+#include "dbcontrols/Watching.h"
 
 #include <QtCore/QScopedValueRollback>
 
@@ -33,21 +34,17 @@ FieldLink::~FieldLink() = default;
 
 void FieldLink::setDataSource(DataSource *source)
 {
-    if (m_source == source)
-        return;
-    if (m_source)
-        m_source->disconnect(this);
-    m_source = source;
-    if (source) {
-        connect(source, &DataSource::sourceChanged, this, &FieldLink::reload);
-        connect(source, &DataSource::currentChanged, this, &FieldLink::reload);
-        connect(source, &DataSource::stateChanged, this, &FieldLink::reload);
-        connect(source, &DataSource::fieldChanged, this, &FieldLink::fieldChanged);
-        connect(source, &DataSource::rowsReset, this, &FieldLink::rowsChanged);
-        connect(source, &DataSource::rowsChanged, this, &FieldLink::rowsChanged);
-        connect(source, &QObject::destroyed, this, &FieldLink::reload);
-    }
-    reload();
+    const auto follow = [this](DataSource &next) {
+        connect(&next, &DataSource::sourceChanged, this, &FieldLink::reload);
+        connect(&next, &DataSource::currentChanged, this, &FieldLink::reload);
+        connect(&next, &DataSource::stateChanged, this, &FieldLink::reload);
+        connect(&next, &DataSource::fieldChanged, this, &FieldLink::fieldChanged);
+        connect(&next, &DataSource::rowsReset, this, &FieldLink::rowsChanged);
+        connect(&next, &DataSource::rowsChanged, this, &FieldLink::rowsChanged);
+        connect(&next, &QObject::destroyed, this, &FieldLink::reload);
+    };
+    if (watchInstead(m_source, source, *this, follow))
+        reload();
 }
 
 void FieldLink::setField(const QString &name)

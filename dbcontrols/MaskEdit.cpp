@@ -1,5 +1,7 @@
 #include "dbcontrols/MaskEdit.h"
 
+#include "dbcontrols/Focus.h"
+
 #include "dbcontrols/TextMenu.h"
 
 #include <QtCore/QMimeData>
@@ -14,17 +16,6 @@
 
 namespace dbcontrols
 {
-
-namespace
-{
-
-bool isPassing(Qt::FocusReason reason)
-{
-    return reason == Qt::PopupFocusReason || reason == Qt::ActiveWindowFocusReason ||
-           reason == Qt::MenuBarFocusReason;
-}
-
-} // namespace
 
 MaskEdit::MaskEdit(QWidget *parent)
     : QLineEdit(parent)
@@ -147,7 +138,7 @@ void MaskEdit::inputMethodEvent(QInputMethodEvent *event)
 void MaskEdit::focusInEvent(QFocusEvent *event)
 {
     QLineEdit::focusInEvent(event);
-    if (isPassing(event->reason()))
+    if (isPassingFocus(event->reason()))
         return;
     if (event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason)
         selectAll();
@@ -157,7 +148,7 @@ void MaskEdit::focusInEvent(QFocusEvent *event)
 void MaskEdit::focusOutEvent(QFocusEvent *event)
 {
     QLineEdit::focusOutEvent(event);
-    if (!isPassing(event->reason()))
+    if (!isPassingFocus(event->reason()))
         emit focusLeft();
 }
 

@@ -15,11 +15,10 @@ namespace
 constexpr int AnchoDeNombre = 50;
 
 /// @return null when there is no such table.
-std::unique_ptr<DbfTable> AbreUnica(const dataset::Aliases &aliases, bool duradera = true)
+std::unique_ptr<DbfTable> AbreUnica(const dataset::Aliases &aliases)
 {
     auto tabla = std::make_unique<DbfTable>(aliases);
     PreparaTablaAgenda(*tabla);
-    tabla->setDurable(duradera);
     try {
         tabla->open();
     } catch (const dataset::EDatabaseError &error) {
@@ -40,7 +39,7 @@ bool TieneAjustes(DbfTable &tabla)
 
 std::unique_ptr<DbfTable> CreaAgendaUnica(const dataset::Aliases &aliases, const TAjustesUnica &ajustes)
 {
-    auto tabla = AbreUnica(aliases, ajustes.Duradera);
+    auto tabla = AbreUnica(aliases);
     if (!tabla) {
         const QString carpeta = aliases.folderOf(QStringLiteral("DB"));
         if (!QDir().mkpath(carpeta))
@@ -49,7 +48,7 @@ std::unique_ptr<DbfTable> CreaAgendaUnica(const dataset::Aliases &aliases, const
         DbfTable nueva(aliases);
         PreparaTablaAgenda(nueva);
         nueva.createFile(CamposAgenda());
-        tabla = AbreUnica(aliases, ajustes.Duradera);
+        tabla = AbreUnica(aliases);
     }
     if (TieneAjustes(*tabla))
         return tabla;

@@ -11,8 +11,7 @@ struct TAjustesUnica {
     QStringList Notarios = QStringList(); ///< two names for two notaries; none for one
     int HoraInicio = 9;
     int HoraFin = 20;
-    int Intervalo = 30;   ///< minutes
-    bool Duradera = true; ///< false: a power cut may spoil it
+    int Intervalo = 30; ///< minutes
 };
 
 /// Makes the table AGENDA of the alias "DB", with its folder where that is missing, and its settings row; an

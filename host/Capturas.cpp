@@ -1,11 +1,13 @@
 #include "host/Capturas.h"
 
 #include "host/CapturasInformes.h"
+#include "host/MantenimientoDatos.h"
 #include "host/VentanaOficina.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QTimer>
 #include <QtGui/QAction>
+#include <QtGui/QKeyEvent>
 #include <QtGui/QPalette>
 #include <QtGui/QPixmap>
 #include <QtWidgets/QAbstractButton>
@@ -53,7 +55,8 @@ TCapturas::TCapturas(const QString &carpeta, TOficina &oficina)
     QDir().mkpath(m_carpeta);
     m_pasos = PasosDeLaAgenda();
     for (const auto &pasos :
-         {PasosDeInformes(*this, m_carpeta), PasosDeLaUnica(oficina), PasosDeLosDialogos(oficina)})
+         {PasosDeInformes(*this, m_carpeta), PasosDeLaUnica(oficina), PasosDeLaConjunta(oficina),
+          PasosDeLosDialogos(oficina), PasosDeLosDatos(oficina)})
         m_pasos.insert(m_pasos.end(), pasos.begin(), pasos.end());
     m_pasos.emplace_back([this] { Delante()->close(); });
 }
@@ -99,6 +102,9 @@ std::vector<TCapturas::TPaso> TCapturas::PasosDeLaAgenda()
             }
         },
         Retrata(QStringLiteral("agenda-seleccion")),
+        ejecuta("ADetalles"),
+        Retrata(QStringLiteral("ficha-cita")),
+        CierraDialogo(),
         [this] {
             if (auto *const menu = Pieza<QMenu>(Delante(), "PMAgendaN")) {
                 menu->popup(Delante()->mapToGlobal(QPoint(150, 150)));
@@ -158,6 +164,33 @@ std::vector<TCapturas::TPaso> TCapturas::PasosDeLaUnica(TOficina &oficina)
     return pasos;
 }
 
+std::vector<TCapturas::TPaso> TCapturas::PasosDeLaConjunta(TOficina &oficina)
+{
+    const auto teclea = [this](int tecla) {
+        return [this, tecla] {
+            if (auto *const rejilla = Pieza<QTableView>(Delante(), "RejillaConjunta")) {
+                QKeyEvent pulsada(QEvent::KeyPress, tecla, Qt::NoModifier);
+                QApplication::sendEvent(rejilla, &pulsada);
+            }
+        };
+    };
+    const QPalette claro = QApplication::palette();
+    return {
+        Abre([&oficina] { oficina.MuestraAgendaConjunta(nullptr); }),
+        [this] {
+            if (auto *const rejilla = Pieza<QTableView>(Delante(), "RejillaConjunta"))
+                rejilla->setCurrentIndex(rejilla->model()->index(2, 0));
+        },
+        Retrata(QStringLiteral("agenda-conjunta")),
+        teclea(Qt::Key_F2),
+        Retrata(QStringLiteral("agenda-conjunta-edicion")),
+        [] { QApplication::setPalette(PaletaOscura()); },
+        Retrata(QStringLiteral("agenda-conjunta-oscuro")),
+        [claro] { QApplication::setPalette(claro); },
+        [this] { Delante()->close(); },
+    };
+}
+
 std::vector<TCapturas::TPaso> TCapturas::PasosDeLosDialogos(TOficina &oficina)
 {
     const auto abreLista =
@@ -200,6 +233,30 @@ std::vector<TCapturas::TPaso> TCapturas::PasosDeLosDialogos(TOficina &oficina)
         Retrata(QStringLiteral("error")),
         CierraDialogo(),
     };
+}
+
+std::vector<TCapturas::TPaso> TCapturas::PasosDeLosDatos(TOficina &oficina)
+{
+    const auto anade = [this] {
+        if (auto *const boton = Pieza<QAbstractButton>(Delante(), "BAnadir"))
+            QTimer::singleShot(0, boton, &QAbstractButton::click);
+    };
+    std::vector<TPaso> pasos;
+    const std::pair<void (*)(TOficina &, QWidget *), QString> ventanas[] = {
+        {MantieneClientes, QStringLiteral("datos-clientes")},
+        {MantieneOficiales, QStringLiteral("datos-oficiales")},
+        {MantieneNotarios, QStringLiteral("datos-notarios")},
+    };
+    for (const auto &[ventana, nombre] : ventanas) {
+        const std::vector<TPaso> suyos{Abre([&oficina, mantiene = ventana] { mantiene(oficina, nullptr); }),
+                                       Retrata(nombre),
+                                       anade,
+                                       Retrata(nombre + QStringLiteral("-ficha")),
+                                       CierraDialogo(),
+                                       CierraDialogo()};
+        pasos.insert(pasos.end(), suyos.begin(), suyos.end());
+    }
+    return pasos;
 }
 
 QWidget *TCapturas::Delante() const

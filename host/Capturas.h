@@ -34,6 +34,8 @@ private:
     [[nodiscard]] std::vector<TPaso> PasosDeLaAgenda();
     [[nodiscard]] std::vector<TPaso> PasosDeLosDialogos(TOficina &oficina);
     [[nodiscard]] std::vector<TPaso> PasosDeLaUnica(TOficina &oficina);
+    [[nodiscard]] std::vector<TPaso> PasosDeLaConjunta(TOficina &oficina);
+    [[nodiscard]] std::vector<TPaso> PasosDeLosDatos(TOficina &oficina);
     [[nodiscard]] TPaso CierraDialogo() const;
     /// Opens something modal; the next steps go on from within.
     [[nodiscard]] TPaso Abre(const TPaso &orden);

@@ -4,6 +4,7 @@
 #include "host/BuscaNombre.h"
 #include "host/DialogoLista.h"
 #include "host/Dialogos.h"
+#include "host/TablasOficina.h"
 
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QDialog>
@@ -46,18 +47,22 @@ bool Encuentra(const std::function<bool()> &busca)
 
 } // namespace
 
+QList<TColumnaLista> ColumnasClientes()
+{
+    return {{QStringLiteral("Nombre"), CampoNombre, 34},
+            {QStringLiteral("NIF"), QStringLiteral("NIF"), 11},
+            {QStringLiteral("Teléfono"), QStringLiteral("TELEFONO"), 12},
+            {QStringLiteral("Población"), QStringLiteral("POBLACION"), 16}};
+}
+
 TClientesOficina::TClientesOficina(const dataset::Aliases &aliases, const QString &alias)
     : m_tabla(aliases)
     , m_porCodigo(aliases)
 {
     for (dataset::DbfTable *const tabla : {&m_tabla, &m_porCodigo}) {
-        tabla->setDatabaseName(alias);
-        tabla->setTableName(QStringLiteral("CLIENTES"));
+        PreparaTablaClientes(*tabla, alias);
         tabla->setOpenReadOnly(true);
     }
-    m_tabla.addIndexDefinition(CampoNombre, QStringLiteral("UPPER(NOMBRE)"));
-    m_tabla.setIndexFieldNames(CampoNombre);
-    m_porCodigo.addIndexDefinition(CampoCodigo, CampoCodigo);
     m_porCodigo.setIndexFieldNames(CampoCodigo);
 }
 
@@ -108,12 +113,7 @@ bool TClientesOficina::Lista(const QString &titulo, const QString &inicial, bool
     Abre();
     TDialogoLista::TOpciones opciones{titulo, inicial, QStringLiteral("cliente"), elegir,
                                       [this] { MuestraFicha(m_tabla.field(CampoCodigo).asInteger()); }};
-    TDialogoLista dialogo(m_tabla,
-                          {{QStringLiteral("Nombre"), CampoNombre, 34},
-                           {QStringLiteral("NIF"), QStringLiteral("NIF"), 11},
-                           {QStringLiteral("Teléfono"), QStringLiteral("TELEFONO"), 12},
-                           {QStringLiteral("Población"), QStringLiteral("POBLACION"), 16}},
-                          opciones, QApplication::activeWindow());
+    TDialogoLista dialogo(m_tabla, ColumnasClientes(), opciones, QApplication::activeWindow());
     if (dialogo.exec() != QDialog::Accepted || !elegir)
         return false;
     TomaActual(m_tabla);
@@ -170,14 +170,17 @@ void TClientesOficina::Pon(QLineEdit &edicion, bool encontrado)
 
 void TClientesOficina::KeyUpBusqueda(QLineEdit &edicion, int tecla)
 {
-    if (!EsDeTexto(tecla))
+    // A shortcut, or a key that found nothing to delete, has typed nothing.
+    if (!EsDeTexto(tecla) || !edicion.isModified())
         return;
+    edicion.setModified(false);
     // What the user has typed ends where the completion, selected, begins.
     const QString tecleado =
         edicion.hasSelectedText() ? edicion.text().left(edicion.selectionStart()) : edicion.text();
     const bool borra = tecla == Qt::Key_Backspace || tecla == Qt::Key_Delete;
     if (borra || tecleado.size() != edicion.cursorPosition()) {
-        Pon(edicion, Encuentra([&] { return BuscaNombre(edicion.text(), 0); }));
+        const qint64 conocido = edicion.property(Tag).toLongLong();
+        Pon(edicion, Encuentra([&] { return BuscaNombre(edicion.text(), conocido); }));
         return;
     }
     const bool encontrado = Encuentra([&] { return BuscaComienzo(tecleado); });

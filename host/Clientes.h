@@ -3,6 +3,11 @@
 #include "agenda/host/Clacliraiz.h"
 #include "dataset/DbfTable.h"
 
+struct TColumnaLista;
+
+/// The columns of a list of clients.
+[[nodiscard]] QList<TColumnaLista> ColumnasClientes();
+
 /// The office's client list, over CLIENTES.DBF.
 ///
 /// While a name is being typed the first client that begins so is found and the edit completed, what was

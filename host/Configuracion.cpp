@@ -91,6 +91,34 @@ QString TConfiguracion::AliasNotario(int notario) const
                QStringLiteral("NOTARIO%1").arg(notario));
 }
 
+QList<TNotario> TConfiguracion::Notarios() const
+{
+    QList<TNotario> notarios;
+    QStringList nombres = GetNotarios();
+    if (nombres.isEmpty())
+        nombres << GetNombre1();
+    for (int notario = 1; notario <= nombres.size(); ++notario)
+        notarios << TNotario{nombres.at(notario - 1), AliasNotario(notario)};
+    return notarios;
+}
+
+void TConfiguracion::SetNotarios(const QList<TNotario> &notarios)
+{
+    QList<TValorIni> valores{
+        {SeccionOficina, QStringLiteral("Notarios"), Int_Cad(static_cast<int>(notarios.size()))}};
+    for (int notario = 1; notario <= notarios.size(); ++notario) {
+        const QString suya = QStringLiteral("Notario%1").arg(notario);
+        valores << TValorIni{suya, QStringLiteral("Nombre"), notarios.at(notario - 1).Nombre}
+                << TValorIni{suya, QStringLiteral("Alias"), notarios.at(notario - 1).Alias};
+    }
+    TFicheroIni(FicheroDe(m_carpeta)).Escribe(valores);
+}
+
+QString TConfiguracion::CarpetaDeAlias(const QString &alias) const
+{
+    return QDir(m_carpeta).absoluteFilePath(Lee(QStringLiteral("Alias"), alias, alias));
+}
+
 dataset::Aliases TConfiguracion::Aliases() const
 {
     QStringList nombres{GetAliasZentra(), QStringLiteral("DB")}; // DB: the single-table agenda's
@@ -98,6 +126,6 @@ dataset::Aliases TConfiguracion::Aliases() const
         nombres << AliasNotario(notario);
     dataset::Aliases aliases;
     for (const QString &nombre : std::as_const(nombres))
-        aliases.add(nombre, QDir(m_carpeta).absoluteFilePath(Lee(QStringLiteral("Alias"), nombre, nombre)));
+        aliases.add(nombre, CarpetaDeAlias(nombre));
     return aliases;
 }

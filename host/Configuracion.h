@@ -3,11 +3,27 @@
 #include "agenda/host/Confzen.h"
 #include "dataset/Aliases.h"
 
-/// The office's configuration, from "oficina.ini" in its data folder:
+/// A notary as the office's configuration has him.
+struct TNotario {
+    QString Nombre;
+    QString Alias; ///< of his database
+    friend bool operator==(const TNotario &, const TNotario &) = default;
+};
+
+/// The office's configuration, from "oficina.ini" in its data folder. A key that is missing has its default:
 ///
-///     [Oficina]              Notarios=3, Don=Don, Nombre=..., AliasZentra=ZENTRA, FechaInicio=01/01/2026,
-///     PrnOtros= [Notario1] ...         Nombre=..., Alias=NOTARIO1 [Alias]                ZENTRA=comun folder
-///     of an alias, absolute or inside the data folder; its name by default
+///     [Oficina]
+///     Notarios=3               0, when missing: one notary's office
+///     Don=Don                  form of address and name of the one notary
+///     Nombre=...
+///     AliasZentra=ZENTRA       alias of the shared tables; this one by default
+///     FechaInicio=01/01/2026   end of use of the single-table agenda
+///     PrnOtros=...             printer for the sheets
+///     [Notario1]               and so on, one for each notary
+///     Nombre=...               "Notario 1" by default
+///     Alias=NOTARIO1           of his tables; this one by default
+///     [Alias]
+///     ZENTRA=comun             folder of an alias, absolute or inside the data folder; its name by default
 class TConfiguracion : public TConfig
 {
 public:
@@ -29,6 +45,13 @@ public:
 
     /// Alias of a notary's database, 1-based.
     [[nodiscard]] QString AliasNotario(int notario) const;
+    static constexpr int MaxNotarios = 5; ///< as many as an agenda has tabs
+    /// The notaries in their order; of an office kept under a single notary's data, that one.
+    [[nodiscard]] QList<TNotario> Notarios() const;
+    /// Writes all of them in one step. @throws dataset::EDatabaseError
+    void SetNotarios(const QList<TNotario> &notarios);
+    /// Folder of an alias, absolute, whether the office has such a database or not.
+    [[nodiscard]] QString CarpetaDeAlias(const QString &alias) const;
     /// Every database of the office with its folder.
     [[nodiscard]] dataset::Aliases Aliases() const;
     [[nodiscard]] static QString FicheroDe(const QString &carpeta);

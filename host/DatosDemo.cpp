@@ -1,20 +1,20 @@
 #include "host/DatosDemo.h"
 
 #include "agenda/AgendaNDM.h"
+#include "agenda/AgendaZenDM.h"
 #include "agenda/FicheroIni.h"
 #include "agenda/Rnumcad.h"
 #include "dataset/DatabaseError.h"
-#include "host/AgendaUnica.h"
 #include "host/Configuracion.h"
+#include "host/OficinaNueva.h"
+#include "host/TablasOficina.h"
 
-#include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QStringList>
 
 #include <random>
 
 using dataset::DbfTable;
-using dataset::FieldKind;
 
 namespace
 {
@@ -25,8 +25,8 @@ const QStringList Nombres = {"María", "Antonio", "Carmen",     "José",   "Bego
 const QStringList Apellidos = {"García",  "Núñez",     "Peláez", "Ibáñez",   "Muñoz",     "Rodríguez",
                                "Castaño", "Güell",     "Sáenz",  "Ortega",   "Villafañe", "Pérez",
                                "López",   "Domínguez", "Ruiz",   "Quiñones", "Vidal",     "Señor"};
-const QStringList Oficiales = {"Marta Ibáñez", "Luis Peña",  "Rosa Güemes", "Julián Cañas",
-                               "Teresa Ocaña", "Pablo Sáez", "Inés Muñiz"};
+const QStringList OficialesInventados = {"Marta Ibáñez", "Luis Peña",  "Rosa Güemes", "Julián Cañas",
+                                         "Teresa Ocaña", "Pablo Sáez", "Inés Muñiz"};
 const QStringList Asuntos = {"Firma de escritura de compraventa",
                              "Testamento abierto",
                              "Poder general para pleitos",
@@ -61,9 +61,6 @@ const QStringList Calles = {"C/ Mayor", "Avda. de España", "Pza. del Pósito", 
 const QStringList Poblaciones = {"Logroño", "A Coruña", "Cádiz", "Ávila", "León"};
 
 constexpr int Clientes = 120;
-constexpr int PrimeraHora = 9;
-constexpr int UltimaHora = 20;
-constexpr int Intervalo = 30;
 
 /// Draws from the seed alone: the standard's distributions differ between libraries.
 class TAzar
@@ -94,22 +91,18 @@ public:
     void Crea();
 
 private:
-    void CreaConfiguracion();
-    void CreaComunes();
-    void CreaAgenda(int notario);
+    void RellenaClientes();
+    void RellenaAgenda(int notario);
     void RellenaDia(DbfTable &agenda, QDate fecha);
-    void CreaUnica();
+    void RellenaUnica();
     void RellenaDiaUnico(DbfTable &agenda, QDate fecha);
-    void Anade(DbfTable &tabla, const QList<QVariant> &valores);
-    std::unique_ptr<DbfTable> Nueva(const QString &alias, const QString &nombre,
-                                    const QList<dataset::FieldInfo> &campos, const QStringList &indices = {});
 
     QString m_carpeta;
     TDemo m_demo;
     TAzar m_azar;
     dataset::Aliases m_aliases;
     QStringList m_clientes;
-    QStringList m_notarios;
+    QStringList m_oficiales;
 };
 
 void TGenerador::Crea()
@@ -117,115 +110,60 @@ void TGenerador::Crea()
     if (QFileInfo::exists(TConfiguracion::FicheroDe(m_carpeta)))
         throw dataset::EDatabaseError(
             QStringLiteral("La carpeta «%1» ya contiene una oficina.").arg(m_carpeta));
-    QStringList alias{QStringLiteral("ZENTRA"), QStringLiteral("DB")};
-    for (int notario = 1; notario <= m_demo.Notarios; ++notario) {
-        alias << QStringLiteral("NOTARIO%1").arg(notario);
-        m_notarios << m_azar.Persona();
-    }
-    for (const QString &nombre : std::as_const(alias)) {
-        const QString carpeta = QDir(m_carpeta).absoluteFilePath(nombre);
-        if (!QDir().mkpath(carpeta))
-            throw dataset::EDatabaseError(QStringLiteral("No se puede crear la carpeta «%1».").arg(carpeta));
-        m_aliases.add(nombre, carpeta);
-    }
-    CreaComunes();
-    for (int notario = 1; notario <= m_demo.Notarios; ++notario)
-        CreaAgenda(notario);
-    CreaUnica();
+    TOficinaNueva oficina;
+    oficina.Notarios = m_demo.NombresNotarios;
+    for (int notario = 1; m_demo.NombresNotarios.isEmpty() && notario <= m_demo.Notarios; ++notario)
+        oficina.Notarios << m_azar.Persona();
+    m_oficiales = m_demo.Oficiales.isEmpty() ? OficialesInventados : m_demo.Oficiales;
+    oficina.Oficiales = m_oficiales;
+    oficina.HoraInicio = m_demo.HoraInicio;
+    oficina.HoraFin = m_demo.HoraFin;
+    oficina.Intervalo = m_demo.Intervalo;
+    oficina.Hoy = m_demo.Hoy;
+    m_demo.Convenio = m_demo.Convenio && oficina.Notarios.size() > 1;
+    oficina.Convenio = m_demo.Convenio;
+    m_aliases = CreaTablasDeOficina(m_carpeta, oficina);
+    RellenaClientes();
+    for (int notario = 1; notario <= oficina.Notarios.size(); ++notario)
+        RellenaAgenda(notario);
+    RellenaUnica();
+    TFicheroIni(m_carpeta + QStringLiteral("/CONFIG/VARIOS.INI"))
+        .Escribe(QStringLiteral("GENERAL"), QStringLiteral("Oficina"),
+                 QStringLiteral("Notaría de demostración"));
     // Last: a folder with this file is an office, and a half-made one must not pass for it.
-    CreaConfiguracion();
+    CreaConfiguracionDeOficina(m_carpeta, oficina);
 }
 
-void TGenerador::CreaConfiguracion()
-{
-    TFicheroIni varios(m_carpeta + QStringLiteral("/CONFIG/VARIOS.INI"));
-    varios.Escribe(QStringLiteral("GENERAL"), QStringLiteral("Oficina"),
-                   QStringLiteral("Notaría de demostración"));
-    varios.EscribeEntero(QStringLiteral("IncrementoMin"), QStringLiteral("AGENDASALIDA"), 15);
-    varios.EscribeLogico(QStringLiteral("AGENDA"), QStringLiteral("SincronizarDia"), true);
-    varios.Escribe(QStringLiteral("COLOR"), QStringLiteral("AGENDASALIDA"), QStringLiteral("$00C6C6FF"));
-    TFicheroIni oficina(TConfiguracion::FicheroDe(m_carpeta));
-    const QString seccion = QStringLiteral("Oficina");
-    oficina.EscribeEntero(seccion, QStringLiteral("Notarios"), m_demo.Notarios);
-    oficina.Escribe(seccion, QStringLiteral("AliasZentra"), QStringLiteral("ZENTRA"));
-    oficina.Escribe(seccion, QStringLiteral("Don"), QStringLiteral("D."));
-    oficina.Escribe(seccion, QStringLiteral("Nombre"), m_notarios.value(0));
-    oficina.Escribe(seccion, QStringLiteral("FechaInicio"), Date_Cad(m_demo.Hoy));
-    for (int notario = 1; notario <= m_demo.Notarios; ++notario) {
-        const QString suya = QStringLiteral("Notario%1").arg(notario);
-        oficina.Escribe(suya, QStringLiteral("Nombre"), m_notarios.at(notario - 1));
-        oficina.Escribe(suya, QStringLiteral("Alias"), QStringLiteral("NOTARIO%1").arg(notario));
-    }
-}
-
-std::unique_ptr<DbfTable> TGenerador::Nueva(const QString &alias, const QString &nombre,
-                                            const QList<dataset::FieldInfo> &campos,
-                                            const QStringList &indices)
-{
-    auto tabla = std::make_unique<DbfTable>(m_aliases);
-    tabla->setDatabaseName(alias);
-    tabla->setTableName(nombre);
-    tabla->setDurable(false); // a demo that a power cut spoils is made again
-    for (const QString &campo : indices)
-        tabla->addIndexDefinition(campo,
-                                  campo == QLatin1String("NOMBRE") ? QStringLiteral("UPPER(NOMBRE)") : campo);
-    tabla->createFile(campos);
-    tabla->open();
-    return tabla;
-}
-
-void TGenerador::Anade(DbfTable &tabla, const QList<QVariant> &valores)
-{
-    tabla.append();
-    for (int campo = 0; campo < valores.size(); ++campo)
-        tabla.field(campo).setValue(valores.at(campo));
-    tabla.post();
-}
-
-void TGenerador::CreaComunes()
+void TGenerador::RellenaClientes()
 {
     const QString zentra = QStringLiteral("ZENTRA");
-    const auto comun = Nueva(
-        zentra, QStringLiteral("VA_COMUN"),
-        {{"PROGRAMA", FieldKind::text, 10}, {"NOMBRE", FieldKind::text, 20}, {"VALOR", FieldKind::text, 60}});
-    Anade(*comun, {"AGENDA", "HoraInicio", Int_Cad(PrimeraHora)});
-    Anade(*comun, {"AGENDA", "HoraFin", Int_Cad(UltimaHora)});
-    Anade(*comun, {"AGENDA", "intervalo", Int_Cad(Intervalo)});
-    Anade(*comun, {"FACTURAS", "Serie", "A"});
+    DbfTable comun(m_aliases);
+    PreparaTablaComun(comun, zentra);
+    comun.open();
+    AnadeLinea(comun, {"FACTURAS", "Serie", "A"});
 
-    const auto empleados = Nueva(
-        zentra, QStringLiteral("EMPLEADO"),
-        {{"CODIGO", FieldKind::integer, 6}, {"NOMBRE", FieldKind::text, 40}, {"CARGO", FieldKind::text, 30}},
-        {"NOMBRE"});
-    for (int i = 0; i < Oficiales.size(); ++i)
-        Anade(*empleados, {i + 1, Oficiales.at(i), i == 0 ? "Oficial mayor" : "Oficial"});
-
-    const auto clientes = Nueva(zentra, QStringLiteral("CLIENTES"),
-                                {{"CODIGO", FieldKind::integer, 8},
-                                 {"NOMBRE", FieldKind::text, 100},
-                                 {"NIF", FieldKind::text, 12},
-                                 {"TELEFONO", FieldKind::text, 15},
-                                 {"DIRECCION", FieldKind::text, 60},
-                                 {"POBLACION", FieldKind::text, 40}},
-                                {"NOMBRE", "CODIGO"});
+    DbfTable clientes(m_aliases);
+    PreparaTablaClientes(clientes, zentra);
+    clientes.setDurable(false); // a demo that a power cut spoils is made again
+    clientes.open();
     for (int codigo = 1; codigo <= Clientes; ++codigo) {
         m_clientes << m_azar.Persona();
         const int numero = 10000000 + m_azar.Hasta(80000000);
-        Anade(*clientes,
-              {codigo, m_clientes.back(),
-               QString::number(numero) + QStringLiteral("TRWAGMYFPDXBNJZSQVHLCKE").at(numero % 23),
-               QStringLiteral("6%1").arg(m_azar.Hasta(100000000), 8, 10, QLatin1Char('0')),
-               m_azar.De(Calles) + QStringLiteral(", %1").arg(1 + m_azar.Hasta(90)), m_azar.De(Poblaciones)});
+        AnadeLinea(clientes,
+                   {codigo, m_clientes.back(),
+                    QString::number(numero) + QStringLiteral("TRWAGMYFPDXBNJZSQVHLCKE").at(numero % 23),
+                    QStringLiteral("6%1").arg(m_azar.Hasta(100000000), 8, 10, QLatin1Char('0')),
+                    m_azar.De(Calles) + QStringLiteral(", %1").arg(1 + m_azar.Hasta(90)),
+                    m_azar.De(Poblaciones)});
     }
 }
 
-void TGenerador::CreaAgenda(int notario)
+void TGenerador::RellenaAgenda(int notario)
 {
     DbfTable agenda(m_aliases);
     agenda.setDatabaseName(QStringLiteral("NOTARIO%1").arg(notario));
     agenda.setDurable(false);
     PreparaTablaAgendaN(agenda);
-    agenda.createFile(CamposAgendaN());
     agenda.open();
     const bool grande = notario == 1 && m_demo.AnyosDelPrimero > 0;
     const QDate ultimo = m_demo.Hoy.addMonths(m_demo.MesesDespues);
@@ -240,7 +178,8 @@ void TGenerador::CreaAgenda(int notario)
 void TGenerador::RellenaDia(DbfTable &agenda, QDate fecha)
 {
     const bool ausente = m_azar.Ciento(3);
-    for (int minuto = PrimeraHora * 60; minuto < (UltimaHora + 1) * 60; minuto += Intervalo) {
+    for (int minuto = m_demo.HoraInicio * 60; minuto < (m_demo.HoraFin + 1) * 60;
+         minuto += m_demo.Intervalo) {
         const bool comida = minuto >= 14 * 60 && minuto < 16 * 60;
         const bool ocupada = m_azar.Ciento(comida ? 8 : 72);
         const bool salida = ocupada && m_azar.Ciento(9);
@@ -258,29 +197,29 @@ void TGenerador::RellenaDia(DbfTable &agenda, QDate fecha)
         }
         if (ausente)
             concepto.prepend(QStringLiteral("[AUSENTE]"));
-        Anade(agenda, {fecha, StrCeros(minuto / 60, 2) + u':' + StrCeros(minuto % 60, 2), concepto, codigo,
-                       interesado, ocupada ? QVariant(m_azar.De(Oficiales)) : QVariant(),
-                       salida || ausente ? "S" : "N", "N"});
+        AnadeLinea(agenda, {fecha, StrCeros(minuto / 60, 2) + u':' + StrCeros(minuto % 60, 2), concepto,
+                            codigo, interesado, ocupada ? QVariant(m_azar.De(m_oficiales)) : QVariant(),
+                            salida || ausente ? "S" : "N", "N"});
     }
 }
 
-void TGenerador::CreaUnica()
+void TGenerador::RellenaUnica()
 {
-    TAjustesUnica ajustes;
-    ajustes.Duradera = false; // a demo that a power cut spoils is made again
-    if (m_demo.Convenio)
-        ajustes.Notarios = {m_notarios.value(0), m_demo.Notarios > 1 ? m_notarios.at(1) : m_azar.Persona()};
-    const auto agenda = CreaAgendaUnica(m_aliases, ajustes);
+    DbfTable agenda(m_aliases);
+    PreparaTablaAgenda(agenda);
+    agenda.setDurable(false);
+    agenda.open();
     const QDate ultimo = m_demo.Hoy.addMonths(m_demo.MesesDespues);
     for (QDate fecha = m_demo.Hoy.addMonths(-m_demo.MesesAntes); fecha <= ultimo; fecha = fecha.addDays(1)) {
         if (fecha.dayOfWeek() < 6 || fecha == m_demo.Hoy)
-            RellenaDiaUnico(*agenda, fecha);
+            RellenaDiaUnico(agenda, fecha);
     }
 }
 
 void TGenerador::RellenaDiaUnico(DbfTable &agenda, QDate fecha)
 {
-    for (int minuto = PrimeraHora * 60; minuto < (UltimaHora + 1) * 60; minuto += Intervalo) {
+    for (int minuto = m_demo.HoraInicio * 60; minuto < (m_demo.HoraFin + 1) * 60;
+         minuto += m_demo.Intervalo) {
         const bool comida = minuto >= 14 * 60 && minuto < 16 * 60;
         const bool salida = !comida && m_azar.Ciento(7);
         // With two notaries each has a half of every text.
@@ -289,7 +228,7 @@ void TGenerador::RellenaDiaUnico(DbfTable &agenda, QDate fecha)
         QStringList interesado;
         for (int notario = 1; notario <= (m_demo.Convenio ? 2 : 1); ++notario) {
             const bool ocupada = m_azar.Ciento(comida ? 8 : 65);
-            const QString empleado = m_azar.De(Oficiales);
+            const QString empleado = m_azar.De(m_oficiales);
             oficial << (ocupada ? m_demo.Convenio ? StrLeft(empleado.section(u' ', 0, 0), 8) : empleado
                                 : QString());
             concepto << (ocupada ? m_azar.De(Asuntos) : QString());
@@ -308,8 +247,8 @@ void TGenerador::RellenaDiaUnico(DbfTable &agenda, QDate fecha)
                        ? Espacios(textos[0], ancho) + QString(hueco, u' ') + Espacios(textos[1], ancho)
                        : textos[0];
         };
-        Anade(agenda, {fecha, StrCeros(minuto / 60, 2) + u':' + StrCeros(minuto % 60, 2),
-                       junta(oficial, 8, 0), donde, junta(concepto, 30, 15), junta(interesado, 50, 0)});
+        AnadeLinea(agenda, {fecha, StrCeros(minuto / 60, 2) + u':' + StrCeros(minuto % 60, 2),
+                            junta(oficial, 8, 0), donde, junta(concepto, 30, 15), junta(interesado, 50, 0)});
     }
 }
 

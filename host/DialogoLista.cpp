@@ -5,7 +5,10 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QItemSelectionModel>
+#include <QtCore/QSignalBlocker>
+#include <QtCore/QTimer>
 #include <QtGui/QKeyEvent>
+#include <QtWidgets/QApplication>
 #include <QtWidgets/QDialogButtonBox>
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QHeaderView>
@@ -79,31 +82,42 @@ TDialogoLista::TDialogoLista(DataSet &tabla, const QList<TColumnaLista> &columna
     , m_busca(tabla, columnas.front().Campo)
 {
     setWindowTitle(opciones.Titulo);
-    auto *const rotulo = new QLabel(QStringLiteral("&Buscar:"), this);
-    EBusqueda = new QLineEdit(this);
-    EBusqueda->setObjectName(QStringLiteral("EBusqueda"));
-    EBusqueda->setAccessibleName(QStringLiteral("Comienzo del nombre de ") + opciones.QueBusca);
-    EBusqueda->setClearButtonEnabled(true);
-    EBusqueda->setContextMenuPolicy(Qt::NoContextMenu); // Qt's own, which may speak English
-    EBusqueda->installEventFilter(this);
-    rotulo->setBuddy(EBusqueda);
+    new QVBoxLayout(this);
+    CreaBusqueda();
     CreaLista(columnas);
     LAviso = new QLabel(this);
     LAviso->setObjectName(QStringLiteral("LAviso"));
     LAviso->setWordWrap(true);
-    auto *const orden = new QVBoxLayout(this);
-    auto *const fila = new QHBoxLayout;
-    fila->addWidget(rotulo);
-    fila->addWidget(EBusqueda);
-    orden->addLayout(fila);
-    orden->addWidget(TVLista);
-    orden->addWidget(LAviso);
-    CreaPie();
+    layout()->addWidget(TVLista);
+    layout()->addWidget(LAviso);
+    if (SeMantiene())
+        CreaMantenimiento();
+    else
+        CreaPie();
     VeA(opciones.Inicial);
     MuestraQueHay();
     resize(sizeHint() + QSize(0, 6 * TVLista->verticalHeader()->defaultSectionSize()));
-    EBusqueda->setFocus();
+    TVLista->setFocus();
     connect(EBusqueda, &QLineEdit::textChanged, this, &TDialogoLista::Busca);
+}
+
+void TDialogoLista::CreaBusqueda()
+{
+    EBusqueda = new QLineEdit(this);
+    EBusqueda->setObjectName(QStringLiteral("EBusqueda"));
+    EBusqueda->setAccessibleName(QStringLiteral("Comienzo del nombre de ") + m_opciones.QueBusca);
+    EBusqueda->setClearButtonEnabled(true);
+    EBusqueda->setContextMenuPolicy(Qt::NoContextMenu); // Qt's own, which may speak English
+    EBusqueda->installEventFilter(this);
+    EBusqueda->setVisible(m_opciones.Busqueda);
+    if (!m_opciones.Busqueda)
+        return;
+    auto *const rotulo = new QLabel(QStringLiteral("&Buscar:"), this);
+    rotulo->setBuddy(EBusqueda);
+    auto *const fila = new QHBoxLayout;
+    fila->addWidget(rotulo);
+    fila->addWidget(EBusqueda);
+    static_cast<QVBoxLayout *>(layout())->addLayout(fila);
 }
 
 void TDialogoLista::CreaLista(const QList<TColumnaLista> &columnas)
@@ -120,7 +134,8 @@ void TDialogoLista::CreaLista(const QList<TColumnaLista> &columnas)
     TVLista->setAlternatingRowColors(true);
     TVLista->setWordWrap(false);
     TVLista->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
-    TVLista->setFocusProxy(EBusqueda); // what is typed is always meant for the search
+    if (m_opciones.Busqueda)
+        TVLista->setFocusProxy(EBusqueda); // what is typed is always meant for the search
     QHeaderView *const lineas = TVLista->verticalHeader();
     lineas->hide();
     lineas->setSectionResizeMode(QHeaderView::Fixed); // one height for all: none is measured
@@ -138,11 +153,25 @@ void TDialogoLista::CreaLista(const QList<TColumnaLista> &columnas)
     }
     TVLista->setMinimumSize(qMin(ancho, 620), 8 * lineas->defaultSectionSize());
     connect(TVLista, &QTableView::clicked, this, &TDialogoLista::TomaAMano);
-    connect(TVLista, &QTableView::doubleClicked, this,
-            [this] { m_opciones.Elegir || !m_ficha ? accept() : MuestraFicha(); });
+    connect(TVLista, &QTableView::doubleClicked, this, [this] {
+        if (SeMantiene())
+            Ordena(m_opciones.Cambiar);
+        else if (m_opciones.Elegir || !m_ficha)
+            accept();
+        else
+            MuestraFicha();
+    });
     connect(TVLista->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             &TDialogoLista::CambiaFila);
-    connect(modelo, &QAbstractItemModel::modelReset, this, [this] { PonFila(m_tabla.currentRow()); });
+    // Changes of others leave the list where the clerk is looking.
+    connect(modelo, &QAbstractItemModel::modelAboutToBeReset, this,
+            [this] { m_desplazamiento = TVLista->verticalScrollBar()->value(); });
+    connect(modelo, &QAbstractItemModel::modelReset, this, [this] {
+        const QModelIndex indice = TVLista->model()->index(m_tabla.currentRow(), 0);
+        TVLista->setCurrentIndex(indice);
+        TVLista->verticalScrollBar()->setValue(m_desplazamiento);
+        TVLista->scrollTo(indice);
+    });
 }
 
 void TDialogoLista::CreaPie()
@@ -161,10 +190,95 @@ void TDialogoLista::CreaPie()
     layout()->addWidget(botones);
 }
 
+QPushButton *TDialogoLista::Boton(const QString &titulo, const char *nombre,
+                                  const std::function<void()> &orden)
+{
+    auto *const boton = new QPushButton(titulo, this);
+    boton->setObjectName(QLatin1String(nombre));
+    boton->setAutoDefault(false);
+    connect(boton, &QPushButton::clicked, this, orden);
+    return boton;
+}
+
+void TDialogoLista::CreaMantenimiento()
+{
+    constexpr int RefrescoMs = 5000;
+    auto *const fila = new QHBoxLayout;
+    fila->addWidget(
+        Boton(QStringLiteral("&Añadir (Ins)"), "BAnadir", [this] { Ordena(m_opciones.Anadir, false); }));
+    m_cambiar = Boton(QStringLiteral("Ca&mbiar (Intro)"), "BCambiar", [this] { Ordena(m_opciones.Cambiar); });
+    m_cambiar->setDefault(true);
+    fila->addWidget(m_cambiar);
+    m_borrar = Boton(QStringLiteral("B&orrar (Supr)"), "BBorrar", [this] { Ordena(m_opciones.Borrar); });
+    fila->addWidget(m_borrar);
+    fila->addStretch();
+    m_aceptar = Boton(QStringLiteral("&Cerrar (Esc)"), "BCerrar", [this] { reject(); });
+    fila->addWidget(m_aceptar);
+    static_cast<QVBoxLayout *>(layout())->addLayout(fila);
+    auto *const reloj = new QTimer(this);
+    connect(reloj, &QTimer::timeout, this, [this] {
+        if (QApplication::activeModalWidget() == this)
+            Refresca();
+    });
+    reloj->start(RefrescoMs);
+}
+
+void TDialogoLista::Refresca()
+{
+    try {
+        m_tabla.refresh();
+    } catch (const dataset::EDatabaseError &error) {
+        LAviso->setText(error.text()); // a message box every few seconds would help nobody
+        return;
+    }
+    MuestraQueHay();
+}
+
+void TDialogoLista::Ordena(const TOrden &orden, bool pideLinea)
+{
+    if (pideLinea && !HayElegida())
+        return;
+    ConGuarda([&] {
+        const dataset::Bookmark linea = orden(HayElegida() ? m_tabla.bookmark() : 0);
+        m_tabla.refresh();
+        if (linea != 0 && m_tabla.goToBookmark(linea)) {
+            const QSignalBlocker sinBuscar(EBusqueda);
+            EBusqueda->clear();
+            m_sinCoincidencia = false;
+        }
+        const QModelIndex indice = TVLista->model()->index(m_tabla.currentRow(), 0);
+        TVLista->setCurrentIndex(indice);
+        TVLista->scrollTo(indice);
+    });
+    MuestraQueHay();
+    TVLista->setFocus();
+}
+
+bool TDialogoLista::OrdenDeTecla(int tecla)
+{
+    if (!SeMantiene())
+        return false;
+    if (tecla == Qt::Key_Insert)
+        Ordena(m_opciones.Anadir, false);
+    else if (tecla == Qt::Key_Delete)
+        Ordena(m_opciones.Borrar);
+    else if (tecla == Qt::Key_F5)
+        Refresca();
+    else
+        return false;
+    return true;
+}
+
+void TDialogoLista::keyPressEvent(QKeyEvent *evento)
+{
+    if (!OrdenDeTecla(evento->key()))
+        QDialog::keyPressEvent(evento);
+}
+
 void TDialogoLista::VeA(const QString &inicial)
 {
     ConGuarda([&] {
-        if (m_busca.Busca(inicial)) {
+        if (m_opciones.Busqueda && m_busca.Busca(inicial)) {
             EBusqueda->setText(inicial);
             EBusqueda->selectAll(); // the first letter typed replaces it
         } else {
@@ -204,8 +318,10 @@ void TDialogoLista::MuestraQueHay()
         aviso = QStringLiteral("Ningún %1 empieza por «%2».").arg(m_opciones.QueBusca, EBusqueda->text());
     LAviso->setText(aviso);
     m_aceptar->setEnabled(!m_opciones.Elegir || (!vacia && !m_sinCoincidencia));
-    if (m_ficha)
-        m_ficha->setEnabled(!vacia && !m_sinCoincidencia);
+    for (QPushButton *const boton : {m_ficha, m_cambiar, m_borrar}) {
+        if (boton)
+            boton->setEnabled(!vacia && !m_sinCoincidencia);
+    }
 }
 
 bool TDialogoLista::eventFilter(QObject *objeto, QEvent *evento)
@@ -213,6 +329,11 @@ bool TDialogoLista::eventFilter(QObject *objeto, QEvent *evento)
     if (objeto != EBusqueda || evento->type() != QEvent::KeyPress)
         return QDialog::eventFilter(objeto, evento);
     const auto &tecla = *static_cast<QKeyEvent *>(evento);
+    const bool borraTexto =
+        tecla.key() == Qt::Key_Delete &&
+        (EBusqueda->hasSelectedText() || EBusqueda->cursorPosition() < EBusqueda->text().size());
+    if (!borraTexto && OrdenDeTecla(tecla.key()))
+        return true;
     const bool alExtremo = (tecla.modifiers() & Qt::ControlModifier) &&
                            (tecla.key() == Qt::Key_Home || tecla.key() == Qt::Key_End);
     const bool mueve = tecla.key() == Qt::Key_Up || tecla.key() == Qt::Key_Down ||

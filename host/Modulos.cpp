@@ -15,24 +15,41 @@ dataset::EDatabaseError NoSirve(const QString &porque)
         QStringLiteral("No se puede cargar el módulo de la agenda: %1").arg(porque));
 }
 
+/// By its whole path: a relative one would be searched for in Qt's folders.
+QString FicheroDelModulo()
+{
+    const QDir programa(QCoreApplication::applicationDirPath());
+    for (const QString &carpeta : {QStringLiteral("."), QStringLiteral("../lib/agenda")}) {
+        const QDir sitio(programa.absoluteFilePath(carpeta));
+        const QStringList candidatos = sitio.entryList({"libZenAgenda.*", "ZenAgenda.*"}, QDir::Files);
+        if (!candidatos.isEmpty())
+            return QDir::cleanPath(sitio.absoluteFilePath(candidatos.front()));
+    }
+    throw NoSirve(QStringLiteral("no está junto al programa."));
+}
+
 } // namespace
 
-TModuloAgenda::TModuloAgenda(const TServicios &servicios)
+TModuloAgenda::TModuloAgenda(const TServicios &servicios, const QString &fichero)
+    : m_cargador(fichero.isEmpty() ? FicheroDelModulo() : fichero)
 {
-    // Beside the program, by its whole path: a relative one would be searched for in Qt's folders.
-    const QDir carpeta(QCoreApplication::applicationDirPath());
-    const QStringList candidatos = carpeta.entryList({"libZenAgenda.*", "ZenAgenda.*"}, QDir::Files);
-    if (candidatos.isEmpty())
-        throw NoSirve(QStringLiteral("no está junto al programa."));
-    m_cargador.setFileName(carpeta.absoluteFilePath(candidatos.front()));
     if (m_cargador.metaData().value(QStringLiteral("IID")).toString() != QStringLiteral(IZenAgenda_iid))
-        throw NoSirve(QStringLiteral("el fichero no es el módulo esperado."));
+        throw NoSirve(QStringLiteral("el fichero «%1» no es el módulo esperado.")
+                          .arg(QDir::toNativeSeparators(m_cargador.fileName())));
     m_modulo = qobject_cast<IZenAgenda *>(m_cargador.instance());
     if (!m_modulo)
         throw NoSirve(m_cargador.errorString());
-    if (m_modulo->Version() != IZenAgenda::VersionInterfaz || !m_modulo->Registra(servicios)) {
+    if (const int version = m_modulo->Version(); version != IZenAgenda::VersionInterfaz) {
         m_cargador.unload();
-        throw NoSirve(QStringLiteral("es de otra versión."));
+        throw NoSirve(
+            QStringLiteral("es de la versión %1 y este programa trabaja con la %2. Instale el programa y el "
+                           "módulo de la misma entrega.")
+                .arg(version)
+                .arg(IZenAgenda::VersionInterfaz));
+    }
+    if (!m_modulo->Registra(servicios)) {
+        m_cargador.unload();
+        throw NoSirve(QStringLiteral("ya está en uso, o al programa le falta un servicio."));
     }
 }
 

@@ -3,6 +3,7 @@
 #include "dataset/DbfTable.h"
 #include "host/DialogoLista.h"
 #include "host/Dialogos.h"
+#include "host/TablasOficina.h"
 #include "host/Visualizador.h"
 
 #include <QtWidgets/QAbstractButton>
@@ -137,13 +138,10 @@ bool TRutOficina::PreguntaFecha(QDate &fecha, const QString &indicacion, const Q
 bool TRutOficina::PreguntaOficial(QString &nombre)
 {
     dataset::DbfTable empleados(m_aliases);
-    empleados.setDatabaseName(m_config.GetAliasZentra());
-    empleados.setTableName(QStringLiteral("EMPLEADO"));
+    PreparaTablaEmpleados(empleados, m_config.GetAliasZentra());
     empleados.setOpenReadOnly(true);
-    const QString campo = QStringLiteral("NOMBRE");
-    empleados.addIndexDefinition(campo, QStringLiteral("UPPER(NOMBRE)"));
-    empleados.setIndexFieldNames(campo);
     empleados.open();
+    const QString campo = QStringLiteral("NOMBRE");
     TDialogoLista dialogo(empleados, {{QStringLiteral("Nombre"), campo, 40}},
                           {QStringLiteral("Oficiales"), nombre, QStringLiteral("oficial"), true},
                           QApplication::activeWindow());

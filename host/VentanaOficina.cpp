@@ -1,17 +1,23 @@
 #include "host/VentanaOficina.h"
 
 #include "dataset/DatabaseError.h"
+#include "dbcontrols/WindowPlace.h"
+#include "host/AgendaConjunta.h"
 #include "host/AgendaUnica.h"
+#include "host/MantenimientoDatos.h"
+#include "host/PanelOficina.h"
 
-#include <QtCore/QLocale>
+#include <QtCore/QDir>
+#include <QtCore/QEvent>
 #include <QtGui/QAction>
+#include <QtGui/QCloseEvent>
 #include <QtGui/QScreen>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QMenu>
 #include <QtWidgets/QMenuBar>
-#include <QtWidgets/QPushButton>
 #include <QtWidgets/QStatusBar>
-#include <QtWidgets/QVBoxLayout>
+
+#include <algorithm>
 
 TOficina::TOficina(const QString &carpeta, QDate hoy)
     : Config(carpeta)
@@ -24,63 +30,116 @@ TOficina::TOficina(const QString &carpeta, QDate hoy)
 {
 }
 
+QStringList TOficina::NombresDeNotarios() const
+{
+    QStringList nombres = Config.GetNotarios();
+    if (nombres.isEmpty())
+        nombres << Config.GetDon() + u' ' + Config.GetNombre1();
+    const int cuantos = std::max(1, Config.GetnCuantos());
+    while (nombres.size() < cuantos)
+        nombres << QStringLiteral("Notario %1").arg(nombres.size() + 1);
+    return nombres.mid(0, cuantos);
+}
+
+void TOficina::MuestraAgendaConjunta(QWidget *propietario)
+{
+    const auto motor = Modulo->CreaAgenda3P(propietario, {}, {});
+    TFAgendaConjunta ventana(*motor, &Clientes,
+                             {NombresDeNotarios(), [this] { return Modulo->ColorSalida(); }}, propietario);
+    ventana.VeAlDia(Reloj.Hoy());
+    ventana.ShowModal();
+}
+
 TVentanaOficina::TVentanaOficina(TOficina &oficina)
     : m_oficina(oficina)
+    , m_panel(new TPanelOficina(this))
 {
     setObjectName(QStringLiteral("VentanaOficina"));
     setWindowTitle(QStringLiteral("Oficina notarial"));
-    QAction *const agenda =
-        Comando(QStringLiteral("&Agenda..."), QStringLiteral("Abrir la agenda de los notarios"),
-                [this] { AbreAgenda(); });
-    agenda->setShortcut(Qt::Key_F2);
-    QAction *const unica = Comando(QStringLiteral("Agenda ú&nica..."),
-                                   QStringLiteral("Abrir la agenda de una sola tabla, de uno o dos notarios"),
-                                   [this] { AbreAgendaUnica(); });
-    unica->setShortcut(Qt::Key_F3);
-    QAction *const ajustes = Comando(QStringLiteral("C&onfiguración de la agenda única..."),
-                                     QStringLiteral("Cambiar las horas y los notarios de la agenda única"),
-                                     [this] { ConfiguraAgendaUnica(); });
-    QAction *const clientes =
-        Comando(QStringLiteral("&Clientes..."), QStringLiteral("Consultar la lista de clientes"),
-                [this] { m_oficina.Clientes.Explora(QStringLiteral("Lista de clientes")); });
+    QMenu *const menu = menuBar()->addMenu(QStringLiteral("&Oficina"));
+    AnadeAgenda(*menu, Qt::Key_F2,
+                Comando(QStringLiteral("&Agenda de los notarios..."),
+                        QStringLiteral("Cada notario en su pestaña, con su propia tabla"),
+                        [this] { AbreAgenda(); }));
+    AnadeAgenda(*menu, Qt::Key_F3,
+                Comando(QStringLiteral("Agenda ú&nica..."),
+                        QStringLiteral("Una sola tabla, para uno o dos notarios"),
+                        [this] { AbreAgendaUnica(); }));
+    AnadeAgenda(*menu, Qt::Key_F4,
+                Comando(QStringLiteral("Agenda con&junta..."),
+                        QStringLiteral("El día de todos los notarios, uno al lado del otro"),
+                        [this] { AbreAgendaConjunta(); }));
+    menu->addSeparator();
     QAction *const salir =
         Comando(QStringLiteral("&Salir"), QStringLiteral("Cerrar el programa"), [this] { close(); });
-    QMenu *const menu = menuBar()->addMenu(QStringLiteral("&Oficina"));
-    menu->addActions({agenda, unica, ajustes, clientes});
-    menu->addSeparator();
+    salir->setShortcut(Qt::CTRL | Qt::Key_Q);
     menu->addAction(salir);
+    CreaMenuDatos();
 
-    auto *const centro = new QWidget(this);
-    auto *const orden = new QVBoxLayout(centro);
-    const QString hoy = QLocale(QStringLiteral("es_ES"))
-                            .toString(oficina.Reloj.Hoy(), QStringLiteral("dddd, d 'de' MMMM 'de' yyyy"));
-    auto *const fecha = new QLabel(hoy, centro);
-    QFont grande = fecha->font();
-    grande.setPointSizeF(grande.pointSizeF() * 1.5);
-    fecha->setFont(grande);
-    fecha->setAlignment(Qt::AlignCenter);
-    QStringList notarios = oficina.Config.GetNotarios();
-    if (notarios.isEmpty())
-        notarios << oficina.Config.GetDon() + u' ' + oficina.Config.GetNombre1();
-    auto *const nombres = new QLabel(notarios.join(u'\n'), centro);
-    nombres->setAlignment(Qt::AlignCenter);
-    auto *const abrir = new QPushButton(QStringLiteral("Abrir la &agenda (F2)"), centro);
-    connect(abrir, &QPushButton::clicked, agenda, &QAction::trigger);
-    orden->addStretch();
-    orden->addWidget(fecha);
-    orden->addSpacing(12);
-    orden->addWidget(nombres);
-    orden->addSpacing(20);
-    orden->addWidget(abrir, 0, Qt::AlignCenter);
-    orden->addStretch();
-    setCentralWidget(centro);
+    setCentralWidget(m_panel);
     // A widget, not a message: hints of commands come and go over it.
-    statusBar()->addWidget(new QLabel(QStringLiteral("Datos: ") + oficina.Config.GetPath(), this));
-    resize(760, 540);
-    // Placed here and not by the desktop, which would do it after the agenda has been centred on this window.
+    statusBar()->addWidget(
+        new QLabel(QStringLiteral("Datos: ") + QDir::toNativeSeparators(oficina.Config.GetPath()), this));
+    ActualizaPanel();
+    Coloca();
+    m_panel->TomaElFoco();
+}
+
+void TVentanaOficina::CreaMenuDatos()
+{
+    QMenu *const menu = menuBar()->addMenu(QStringLiteral("&Datos"));
+    menu->addAction(Comando(QStringLiteral("&Notarios..."),
+                            QStringLiteral("Añadir, cambiar o quitar notarios de la oficina"), [this] {
+                                MantieneNotarios(m_oficina, this);
+                                ActualizaPanel();
+                            }));
+    menu->addAction(Comando(QStringLiteral("O&ficiales..."),
+                            QStringLiteral("Añadir, cambiar o borrar oficiales"),
+                            [this] { MantieneOficiales(m_oficina, this); }));
+    menu->addAction(Comando(QStringLiteral("&Clientes..."),
+                            QStringLiteral("Añadir, cambiar o borrar clientes"),
+                            [this] { MantieneClientes(m_oficina, this); }));
+    menu->addSeparator();
+    menu->addAction(Comando(QStringLiteral("Agenda única: c&onfiguración..."),
+                            QStringLiteral("Cambiar las horas y los notarios de la agenda única"),
+                            [this] { ConfiguraAgendaUnica(); }));
+}
+
+void TVentanaOficina::AnadeAgenda(QMenu &menu, Qt::Key tecla, QAction *comando)
+{
+    comando->setShortcut(tecla);
+    menu.addAction(comando);
+    m_panel->AnadeAgenda(*comando);
+}
+
+void TVentanaOficina::ActualizaPanel()
+{
+    m_panel->PonFecha(m_oficina.Reloj.Hoy());
+    m_panel->PonNotarios(m_oficina.NombresDeNotarios());
+}
+
+void TVentanaOficina::Coloca()
+{
+    if (dbcontrols::restorePlace(*this, m_oficina.Config.GetFicheroVentanas()))
+        return;
     const QRect sitio = screen()->availableGeometry();
+    resize((sizeHint() * 5 / 4).boundedTo(sitio.size()));
+    // Placed here and not by the desktop, which would do it after the agenda has been centred on this window.
     move(sitio.center() - QPoint(width() / 2, height() / 2));
-    abrir->setFocus();
+}
+
+void TVentanaOficina::changeEvent(QEvent *evento)
+{
+    QMainWindow::changeEvent(evento);
+    // The program stays open over night, and other workstations change the office's data.
+    if (evento->type() == QEvent::ActivationChange && isActiveWindow())
+        ConGuarda([this] { ActualizaPanel(); });
+}
+
+void TVentanaOficina::closeEvent(QCloseEvent *evento)
+{
+    dbcontrols::rememberPlace(*this, m_oficina.Config.GetFicheroVentanas());
+    QMainWindow::closeEvent(evento);
 }
 
 QAction *TVentanaOficina::Comando(const QString &titulo, const QString &pista,
@@ -118,6 +177,11 @@ bool TVentanaOficina::AbreAgendaUnica()
         if (PreparaAgendaUnica(m_oficina.Aliases))
             m_oficina.Modulo->CreaAgenda1(this, m_oficina.Reloj.Hoy())->IAgenda();
     });
+}
+
+bool TVentanaOficina::AbreAgendaConjunta()
+{
+    return ConGuarda([this] { m_oficina.MuestraAgendaConjunta(this); });
 }
 
 bool TVentanaOficina::ConfiguraAgendaUnica()

@@ -8,10 +8,19 @@
 
 #include <functional>
 
+class QMenu;
+class TPanelOficina;
+
 /// The office's databases, services and module, put together and taken apart in order.
 struct TOficina {
     /// @param hoy  a date to be taken for today; invalid: the system's. @throws dataset::EDatabaseError
     TOficina(const QString &carpeta, QDate hoy);
+
+    /// As many names as the office counts notaries.
+    [[nodiscard]] QStringList NombresDeNotarios() const;
+    /// Shows today of all notaries side by side and returns when the window is closed.
+    /// @throws dataset::EDatabaseError
+    void MuestraAgendaConjunta(QWidget *propietario);
 
     TConfiguracion Config;
     dataset::Aliases Aliases;
@@ -39,11 +48,23 @@ public:
     /// Opens the single-table agenda on today, and its settings; where there is none yet it is offered first.
     /// @return false when it could not be opened.
     bool AbreAgendaUnica();
+    /// Opens the day of all notaries side by side. @return false when it could not be opened.
+    bool AbreAgendaConjunta();
     bool ConfiguraAgendaUnica();
 
+protected:
+    void changeEvent(QEvent *evento) override;
+    void closeEvent(QCloseEvent *evento) override;
+
 private:
+    void CreaMenuDatos();
+    /// Into the menu, and as a large button into the window.
+    void AnadeAgenda(QMenu &menu, Qt::Key tecla, QAction *comando);
+    void ActualizaPanel();
+    void Coloca();
     QAction *Comando(const QString &titulo, const QString &pista, const std::function<void()> &orden);
     bool ConGuarda(const std::function<void()> &orden);
 
     TOficina &m_oficina;
+    TPanelOficina *m_panel;
 };

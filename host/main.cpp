@@ -1,14 +1,17 @@
 #include "agenda/Rnumcad.h"
 #include "dataset/DatabaseError.h"
 #include "host/Arranque.h"
+#include "host/AsistenteOficina.h"
 #include "host/Capturas.h"
 #include "host/DatosDemo.h"
 #include "host/VentanaOficina.h"
 
 #include <QtCore/QCommandLineParser>
+#include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QLibraryInfo>
 #include <QtCore/QLocale>
+#include <QtCore/QSettings>
 #include <QtCore/QStandardPaths>
 #include <QtCore/QTimer>
 #include <QtCore/QTranslator>
@@ -29,6 +32,9 @@ struct TOpciones {
     bool MideArranque = false;
     int Anyos = 0;
     QDate Hoy;
+
+    /// Nobody is there to answer questions.
+    [[nodiscard]] bool SinNadie() const { return SoloDatos || MideArranque || !Capturas.isEmpty(); }
 };
 
 TOpciones LeeOpciones(const QApplication &programa)
@@ -36,7 +42,8 @@ TOpciones LeeOpciones(const QApplication &programa)
     QCommandLineParser linea;
     linea.setApplicationDescription(QStringLiteral("Oficina notarial con su agenda."));
     linea.addHelpOption();
-    const QCommandLineOption datos("datos", "Carpeta de los datos de la oficina.", "carpeta", "datos-demo");
+    const QCommandLineOption datos("datos", "Carpeta de los datos de la oficina; sin ella, la última.",
+                                   "carpeta");
     const QCommandLineOption crear("crear-demo",
                                    "Crea datos de demostración si la carpeta no contiene una oficina.");
     const QCommandLineOption solo("solo-datos", "Termina después de crear los datos.");
@@ -79,21 +86,58 @@ void PreparaDatos(const TOpciones &opciones)
     CreaDatosDemo(opciones.Datos, demo);
 }
 
-int Trabaja(const TOpciones &opciones, const QElapsedTimer &reloj)
+QString FicheroDelUsuario()
 {
+    return QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) +
+           QStringLiteral("/ventanas.ini");
+}
+
+/// Finds out which office is to be opened, leading to a new one where there is none.
+/// @return false when the user gives up.
+bool EligeOficina(TOpciones &opciones)
+{
+    const QString clave = QStringLiteral("Oficina/Datos");
+    QSettings memoria(FicheroDelUsuario(), QSettings::IniFormat);
+    const QString ultima = memoria.value(clave).toString();
+    if (opciones.Datos.isEmpty())
+        opciones.Datos = ultima;
+    if (opciones.Datos.isEmpty())
+        opciones.Datos =
+            QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation) + QStringLiteral("/Oficina");
+    if (!QFileInfo::exists(TConfiguracion::FicheroDe(opciones.Datos))) {
+        // An office that was there yesterday is more likely out of reach than gone.
+        if (opciones.Datos == ultima &&
+            TMensajeOficina().Mensaje_NoSi(
+                QStringLiteral("No se encuentra la oficina en «%1». ¿Desea crear una nueva?")
+                    .arg(QDir::toNativeSeparators(ultima)),
+                QStringLiteral("Si la carpeta está en otro equipo, compruebe antes que se llega a él."),
+                QStringLiteral(" ATENCIÓN:")) != RespuestaSi)
+            return false;
+        TAsistenteOficina asistente(opciones.Datos,
+                                    opciones.Hoy.isValid() ? opciones.Hoy : QDate::currentDate());
+        if (asistente.exec() != QDialog::Accepted)
+            return false;
+        opciones.Datos = asistente.Carpeta();
+    }
+    memoria.setValue(clave, QDir(opciones.Datos).absolutePath());
+    return true;
+}
+
+int Trabaja(TOpciones &opciones, const QElapsedTimer &reloj)
+{
+    if (opciones.Datos.isEmpty() && (opciones.CrearDemo || opciones.SinNadie()))
+        opciones.Datos = QStringLiteral("datos-demo");
     PreparaDatos(opciones);
-    if (opciones.SoloDatos)
+    if (opciones.SoloDatos || (!opciones.SinNadie() && !EligeOficina(opciones)))
         return 0;
     TOficina oficina(opciones.Datos, opciones.Hoy);
+    if (opciones.Capturas.isEmpty() && !opciones.MideArranque) // both show the windows as they are first
+        oficina.Config.PonFicheroVentanas(FicheroDelUsuario());
     TVentanaOficina ventana(oficina);
     if (opciones.MideArranque) {
         const TMideArranque medida(reloj);
         return ventana.AbreAgenda() ? 0 : 1;
     }
-    if (opciones.Capturas.isEmpty()) // pictures show the windows as they are the first time
-        oficina.Config.PonFicheroVentanas(
-            QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) +
-            QStringLiteral("/ventanas.ini"));
     ventana.show();
     if (!opciones.Capturas.isEmpty()) {
         QCoreApplication::processEvents(); // laid out and shown, as a clerk would find it
@@ -121,8 +165,7 @@ int main(int argc, char *argv[])
         return Trabaja(opciones, reloj);
     } catch (const std::exception &error) {
         std::fprintf(stderr, "%s\n", error.what());
-        const bool sinNadie = opciones.SoloDatos || opciones.MideArranque || !opciones.Capturas.isEmpty();
-        if (!sinNadie)
+        if (!opciones.SinNadie())
             TMensajeOficina().Mensaje_Error(QString::fromUtf8(error.what()), QStringLiteral(" ATENCIÓN:"));
         return 1;
     }

@@ -3,7 +3,10 @@
 #include "agenda/ClaseConfAgendaN.h"
 #include "agenda/host/Constanteszen.h"
 #include "agenda1/ClasAge.h"
+#include "agenda3p/Agenda3P.h"
 #include "agendan/ClaseAgendaN.h"
+
+#include <array>
 
 namespace
 {
@@ -62,6 +65,28 @@ private:
     int &m_vivas;
 };
 
+class TAgenda3PDelModulo : public TAgenda3P
+{
+public:
+    TAgenda3PDelModulo(int &vivas, QObject *propietario, QDate fecha, const IZenAgenda::TTablas &tablas,
+                       IInformesAgenda *informes)
+        : TAgenda3P(propietario, fecha, tablas, informes)
+        , m_vivas(vivas)
+    {
+        ++m_vivas;
+    }
+    ~TAgenda3PDelModulo() override { --m_vivas; }
+    TAgenda3PDelModulo(const TAgenda3PDelModulo &) = delete;
+    TAgenda3PDelModulo &operator=(const TAgenda3PDelModulo &) = delete;
+
+private:
+    int &m_vivas;
+};
+
+/// What the module brings, in the order in which the units are made.
+const std::array<const char *, 7> Unidades = {
+    "ClaseConfAgendaN", "ConfAgendaN", "ClaseAgendaN", "FichaAgendaN", "FichaCita", "Agenda3P", "ClasAge"};
+
 } // namespace
 
 TModulo::TModulo() = default;
@@ -82,7 +107,24 @@ bool TModulo::Registra(const TServicios &servicios)
     m_informes = std::make_unique<TInformesAgendaN>();
     m_vistas1 = std::make_unique<TVistasAgenda>();
     m_informes1 = std::make_unique<TInformesAgenda1>();
+    RegistraUnidades();
     return true;
+}
+
+void TModulo::RegistraUnidades()
+{
+    if (IRegistro *const registro = Servicios().Registro) {
+        for (const char *const unidad : Unidades)
+            registro->RegistraUnidad(QLatin1String(unidad));
+    }
+}
+
+void TModulo::LiberaUnidades()
+{
+    if (IRegistro *const registro = Servicios().Registro) {
+        for (auto unidad = Unidades.rbegin(); unidad != Unidades.rend(); ++unidad)
+            registro->LiberaUnidad(QLatin1String(*unidad));
+    }
 }
 
 bool TModulo::Libera()
@@ -95,6 +137,8 @@ bool TModulo::Libera()
     m_vistas.reset();
     goConfAgendaN.reset();
     m_vistaConfiguracion.reset();
+    if (m_servicios)
+        LiberaUnidades();
     m_servicios.reset();
     return true;
 }
@@ -114,4 +158,16 @@ std::unique_ptr<IAgenda1> TModulo::CreaAgenda1(QObject *propietario, QDate fecha
         return nullptr;
     return std::make_unique<TAgendaUnicaDelModulo>(m_agendas, propietario, fecha, m_vistas1.get(),
                                                    m_informes1.get());
+}
+
+std::unique_ptr<IAgenda3P> TModulo::CreaAgenda3P(QObject *propietario, QDate fecha, const TTablas &tablas)
+{
+    if (!m_servicios)
+        return nullptr;
+    return std::make_unique<TAgenda3PDelModulo>(m_agendas, propietario, fecha, tablas, m_informes.get());
+}
+
+quint32 TModulo::ColorSalida() const
+{
+    return goConfAgendaN->GetColorSalida();
 }

@@ -25,8 +25,14 @@ public:
     [[nodiscard]] std::unique_ptr<IAgendaN> CreaAgendaN(QObject *propietario, TClientesRaiz *clientes,
                                                         const TTablas &tablas) override;
     [[nodiscard]] std::unique_ptr<IAgenda1> CreaAgenda1(QObject *propietario, QDate fecha) override;
+    [[nodiscard]] std::unique_ptr<IAgenda3P> CreaAgenda3P(QObject *propietario, QDate fecha,
+                                                          const TTablas &tablas) override;
+    [[nodiscard]] quint32 ColorSalida() const override;
 
 private:
+    void RegistraUnidades();
+    void LiberaUnidades();
+
     std::unique_ptr<TServiciosInstalados> m_servicios;
     std::unique_ptr<TVistaConfiguracion> m_vistaConfiguracion;
     std::unique_ptr<TVistasAgendaN> m_vistas;

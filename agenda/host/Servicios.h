@@ -3,6 +3,7 @@
 #include "agenda/host/Clacliraiz.h"
 #include "agenda/host/Confzen.h"
 #include "agenda/host/Mensaje.h"
+#include "agenda/host/Registro.h"
 #include "agenda/host/Reloj.h"
 #include "agenda/host/Rut.h"
 #include "agenda/host/Rvarias.h"
@@ -16,6 +17,7 @@ struct TServicios {
     TConfig *Config = nullptr;
     IReloj *Reloj = nullptr;
     const dataset::Aliases *Aliases = nullptr;
+    IRegistro *Registro = nullptr; ///< may be missing: then nobody is told of units
 
     [[nodiscard]] bool Completos() const { return Mensaje && Rut && Rvarias && Config && Reloj && Aliases; }
 };

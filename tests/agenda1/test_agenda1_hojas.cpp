@@ -101,7 +101,7 @@ TEST_F(HojasUnicaTest, TheWeekThreeDaysSideBySide)
     EXPECT_EQ(nombre, "TQRAgendaZen");
     ASSERT_EQ(paginas.size(), 2U); // each half begins a page
     cabeEnSuPagina(paginas, report::PageSetup::a4Landscape());
-    EXPECT_EQ(textos(0).first(), "SEMANA DEL 16/11/26 AL 21/11/26");
+    EXPECT_EQ(textos(0).first(), "SEMANA DEL 16/11/2026 AL 21/11/2026");
     for (const char *const texto :
          {"LUNES - 16", "MARTES - 17", "MIERCOLES - 18", "Lunes10:00", "Martes12:00"})
         EXPECT_NE(textoDe(paginas[0], texto), nullptr) << texto;

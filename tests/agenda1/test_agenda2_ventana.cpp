@@ -65,6 +65,7 @@ TEST_F(DosNotariosVentanaTest, TheSelectionRestsOnThePartiesOnly)
             pulsaCelda(1, pulsada);
             EXPECT_EQ(celda(), qMakePair(1, queda)) << pulsada;
         }
+        EXPECT_FALSE(rejilla().selectionModel()->hasSelection()) << "it would hide who is out";
         EXPECT_EQ(pieza<QGroupBox>("PActualiza").title(), "Benito Ruiz");
         // Coloured: the columns of the notary who is out, and no others.
         EXPECT_FALSE(rejilla().cellColor(rejilla().model()->index(1, 3)));
@@ -96,6 +97,14 @@ TEST_F(DosNotariosVentanaTest, ALineIsWrittenWhenItIsAccepted)
         pulsa("BAceptar");
     });
     EXPECT_EQ(dia().last(), "12:00||" + junta("", "Nueva", 50) + "||");
+    enVentana([this] {
+        tecla(Qt::Key_Insert); // its hour is the current line's, which stays as well
+        tecla(Qt::Key_Tab);
+        teclea("Otra");
+        pulsa("BAceptar");
+    });
+    EXPECT_EQ(dia().size(), 5);
+    EXPECT_EQ(dia().at(1).left(10), "09:00|Otra");
 }
 
 TEST_F(DosNotariosVentanaTest, ACopyGoesFromOneNotaryToTheOther)

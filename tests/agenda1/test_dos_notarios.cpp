@@ -97,6 +97,42 @@ TEST_F(DosNotariosTest, TheWholeDayIsWrittenBack)
     EXPECT_EQ(dia(Dia.addDays(1)).size(), 1);
 }
 
+TEST_F(DosNotariosTest, LinesOfOneHourStayLinesOfTheirOwn)
+{
+    const auto nombre = [](const char *uno) { return empaquetada("10:00", uno, "", ""); };
+    for (const char *const uno : {"UNO", "DOS"})
+        ponLinea(nombre(uno));
+    abre([&](TAgenda &motor) {
+        const auto acepta = [&motor](const char *texto) {
+            motor.Tabla2().field(u"INTERESADO1").setText(texto);
+            motor.Tabla2().field(u"SALIDA").setText("0");
+            EXPECT_TRUE(motor.Aceptar());
+        };
+        motor.Tabla2().setCurrentRow(1);
+        EXPECT_TRUE(motor.Modificar());
+        acepta("DOS BIS");
+        EXPECT_EQ(dia(), (QStringList{nombre("DOS BIS"), nombre("DOS")}))
+            << "the first found is written over";
+        EXPECT_TRUE(motor.HayLineaPisada());
+        motor.RecargaAgenda2();
+        motor.ActualizarDesdeAgenda2();
+        EXPECT_EQ(dia(), (QStringList{nombre("UNO"), nombre("DOS BIS")}));
+        EXPECT_FALSE(motor.HayLineaPisada());
+        EXPECT_TRUE(motor.Insertar()); // at the hour of the line that it begins on
+        acepta("TRES");
+        motor.ActualizarDesdeAgenda2();
+        EXPECT_EQ(dia(), (QStringList{nombre("UNO"), nombre("DOS BIS"), nombre("TRES")}));
+        // One that another workstation has added meanwhile is nobody's here, and stays.
+        ponLinea(empaquetada("11:00", "SUYA", "", ""));
+        EXPECT_TRUE(motor.Insertar());
+        motor.Tabla2().field(u"HORA").setText("11:00");
+        acepta("MÍA");
+        motor.ActualizarDesdeAgenda2();
+        EXPECT_EQ(dia().mid(3),
+                  (QStringList{empaquetada("11:00", "MÍA", "", ""), empaquetada("11:00", "SUYA", "", "")}));
+    });
+}
+
 TEST_F(DosNotariosTest, OutingsAndAbsences)
 {
     const struct {

@@ -154,4 +154,26 @@ TEST_F(Motor3PTest, TablesOfTheHostCountOneMoreAndStayOpen)
     EXPECT_TRUE(una->isActive());
 }
 
+// A slot is one of all tables: however many of them cannot take it, the user hears of it once.
+TEST_F(Motor3PTest, ALostSlotIsNamedOnce)
+{
+    oficina.ponAjustes(9, 9, 30);
+    enTodas(Hoy, {"09:00"});
+    const auto una = oficina.agenda(1);
+    const auto otra = oficina.agenda(2);
+    const auto tercera = oficina.agenda(3);
+    for (dataset::DbfTable *const tabla : {una.get(), otra.get()}) {
+        tabla->close();
+        tabla->setOpenReadOnly(true);
+        tabla->open();
+    }
+    TAgenda3P motor(nullptr, QDate(), {una.get(), otra.get(), tercera.get()});
+    EXPECT_FALSE(una->hasRange()); // without a date nothing is shown or asked
+    for (const char *hora : {"09:00", "09:30"})
+        oficina.Mensaje.espera(
+            {QString("Problemas añadiendo hora: %1 Añadala manualmente").arg(hora), " ATENCIÓN:"});
+    EXPECT_FALSE(motor.InsertaDia(Manana, false));
+    EXPECT_EQ(oficina.dia(3, Manana).size(), 2);
+}
+
 } // namespace

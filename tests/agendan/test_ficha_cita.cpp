@@ -149,9 +149,9 @@ TEST_F(CitaTest, TheClerkIsWrittenInCapitalsAndWithinTheField)
     enFicha(TOperacion::modificar, [&] {
         auto &oficial = control<QComboBox>("DBCBOficial");
         oficial.setFocus();
-        teclea("ju");
-        EXPECT_EQ(oficial.currentText(), "JULIÁN CAÑAS DE ") << "completed from the list";
-        EXPECT_EQ(tabla().field(u"OFICIAL").asText(), "JULIÁN CAÑAS DE");
+        teclea("ro");
+        EXPECT_EQ(oficial.currentText(), "RO") << "nothing is added to what was typed";
+        EXPECT_EQ(tabla().field(u"OFICIAL").asText(), "RO");
         escribe("DBCBOficial", " ");
         tecla(Qt::Key_Backspace);
         tecla(Qt::Key_Down);
@@ -358,6 +358,7 @@ TEST_F(CitaTest, ThePartyIsLookedUpInTheClientList)
         EXPECT_EQ(tabla().field(u"CODCLIENTE").asInteger(), 8);
         EXPECT_EQ(control<QLabel>("LExplica").text(),
                   "«MARX» no está en la lista de clientes: el interesado no cambia");
+        EXPECT_EQ(control("EInteresado").property("Tag").toInt(), 8) << "the code of the line's party";
 
         // With a client the button shows it, without one it lets choose.
         clientes.llamadas.clear();
@@ -373,6 +374,14 @@ TEST_F(CitaTest, ThePartyIsLookedUpInTheClientList)
         pulsa("BInteresado");
         EXPECT_EQ(texto("EInteresado"), "MARÍA NÚÑEZ");
         EXPECT_EQ(tabla().field(u"CODCLIENTE").asInteger(), 7);
+
+        escribe("EInteresado", "nadie");
+        pulsa("BAceptar");
+        EXPECT_FALSE(editando());
+        EXPECT_EQ(control<QLabel>("LExplica").text(),
+                  "«NADIE» no está en la lista de clientes: el interesado no cambia");
+        control("BSalir").setFocus();
+        EXPECT_EQ(control<QLabel>("LExplica").text(), "Cierra esta ventana");
     });
 }
 

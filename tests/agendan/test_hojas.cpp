@@ -181,7 +181,7 @@ TEST_F(Hojas, AWeekStandsInItsFifteenColumns)
         ASSERT_EQ(paginas.size(), 2U);
         const Page &pagina = paginas[0];
         EXPECT_NEAR(hoja.QR.page.paperRect().width(), 1123, 0.6);
-        const auto *const titulo = textoDe(pagina, "SEMANA DEL 16/11/26 AL 21/11/26");
+        const auto *const titulo = textoDe(pagina, "SEMANA DEL 16/11/2026 AL 21/11/2026");
         ASSERT_TRUE(titulo);
         EXPECT_NEAR(titulo->left + titulo->width / 2, Margen + 19 + 1006 / 2.0, 0.01);
         EXPECT_NEAR(titulo->top, Margen + 46, 0.01);
@@ -272,7 +272,7 @@ TEST_F(Hojas, ThursdayBeginsAPageInEveryRun)
                 for (const Page &pagina : layOut(hoja.QR)) {
                     cabeceras << cabecera(pagina);
                     primeras << textosEntre(pagina, Margen + 158, Margen + 165).value(1);
-                    EXPECT_EQ(textoDe(pagina, "SEMANA DEL 16/11/26 AL 21/11/26") != nullptr,
+                    EXPECT_EQ(textoDe(pagina, "SEMANA DEL 16/11/2026 AL 21/11/2026") != nullptr,
                               pagina.number == 1);
                 }
                 EXPECT_EQ(cabeceras, caso.cabeceras) << caso.que;

@@ -26,7 +26,7 @@ protected:
     [[nodiscard]] QWidget *calendario() const
     {
         QWidget *const abierto = QApplication::activePopupWidget();
-        return abierto && abierto->objectName() == "CalendarioAgendaN" ? abierto : nullptr;
+        return abierto && abierto->objectName() == "CalendarPopup" ? abierto : nullptr;
     }
 };
 

@@ -240,6 +240,37 @@ TEST_P(DataSetTest, GuardsUndoWhatWasNotKept)
     EXPECT_EQ(changed.at(0), (QVariantList{0, 5}));
 }
 
+TEST_P(DataSetTest, RowsStayRightWhileAGroupDeletes)
+{
+    fill();
+    for (const bool commit : {false, true}) {
+        if (!commit && GetParam() == Kind::memory)
+            continue; // in memory nothing waits for the end of a group
+        rangeOfDay(*table, day(3));
+        CommitGroup group(*table);
+        const struct {
+            int row;
+            QStringList left;
+            QString stands;
+        } steps[] = {{1, {"3a", "3c"}, "3c"}, {1, {"3a"}, "3a"}, {0, {}, ""}};
+        for (const auto &step : steps) {
+            table->setCurrentRow(step.row);
+            table->remove();
+            EXPECT_EQ(rows(), step.left);
+            EXPECT_EQ(table->isEmpty(), step.left.isEmpty());
+            EXPECT_EQ(concept_(*table), step.stands);
+            EXPECT_EQ(table->currentRow(), table->rowCount() - 1);
+        }
+        if (commit)
+            group.commit();
+        else
+            table->dropGroup();
+        EXPECT_EQ(rows(), commit ? QStringList() : QStringList({"3a", "3b", "3c"}));
+    }
+    table->cancelRange();
+    EXPECT_EQ(rows(), (QStringList{"1a", "2a"}));
+}
+
 /// A watcher that keeps its own rows, only by what it is told.
 struct Watcher {
     explicit Watcher(DataSet &watched)

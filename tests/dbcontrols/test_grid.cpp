@@ -94,6 +94,16 @@ TEST_F(GridTest, CurrentRowIsTheCurrentRecordBothWays)
     EXPECT_EQ(table.currentRow(), 3);
 }
 
+TEST_F(GridTest, ANewLineIsSeenWhole)
+{
+    for (int minute = 0; minute < 30; ++minute) {
+        add(QStringLiteral("13:%1").arg(minute, 2, 10, QLatin1Char('0')));
+        const QRect row = grid->visualRect(grid->currentIndex());
+        EXPECT_TRUE(grid->viewport()->rect().contains(row.topLeft())) << minute;
+        EXPECT_LT(row.bottom(), grid->viewport()->height()) << minute;
+    }
+}
+
 TEST_F(GridTest, SelectionKeepsItsOrderAndOutlivesChanges)
 {
     click(2);

@@ -4,7 +4,10 @@
 #include "tests/support/TempFolder.h"
 
 #include <QtCore/QTimer>
+#include <QtTest/QTest>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QTableView>
 #include <QtWidgets/QWidget>
 
 #include <functional>
@@ -30,6 +33,11 @@ protected:
     void SetUp() override
     {
         crea(carpeta.path());
+        vigila();
+    }
+    /// A window that is never closed fails the test instead of stopping it.
+    void vigila()
+    {
         guardian.setSingleShot(true);
         QObject::connect(&guardian, &QTimer::timeout, [] {
             ADD_FAILURE() << "a window was never closed";
@@ -49,6 +57,26 @@ protected:
                 ADD_FAILURE() << "no window has opened";
         });
     }
+    static void tecla(QWidget *dialogo, Qt::Key key, Qt::KeyboardModifiers modifiers = {})
+    {
+        QTest::keyClick(dialogo->windowHandle(), key, modifiers);
+        QCoreApplication::processEvents();
+    }
+    static void teclea(QWidget *dialogo, const QString &texto)
+    {
+        for (const QChar letra : texto)
+            QTest::sendKeyEvent(QTest::Click, dialogo->focusWidget(), Qt::Key_unknown, QString(letra), {});
+        QCoreApplication::processEvents();
+    }
+    static QString enLista(QWidget *dialogo)
+    {
+        return dialogo->findChild<QTableView *>("TVLista")
+            ->currentIndex()
+            .siblingAtColumn(0)
+            .data()
+            .toString();
+    }
+    static QString aviso(QWidget *dialogo) { return dialogo->findChild<QLabel *>("LAviso")->text(); }
     [[nodiscard]] QString ruta() const { return QString::fromStdString(carpeta.path().string()); }
 
     TempFolder carpeta;

@@ -44,27 +44,6 @@ protected:
             clientes.post();
         }
     }
-    static void tecla(QWidget *dialogo, Qt::Key key, Qt::KeyboardModifiers modifiers = {})
-    {
-        QTest::keyClick(dialogo->windowHandle(), key, modifiers);
-        QCoreApplication::processEvents();
-    }
-    static void teclea(QWidget *dialogo, const QString &texto)
-    {
-        for (const QChar letra : texto)
-            QTest::sendKeyEvent(QTest::Click, dialogo->focusWidget(), Qt::Key_unknown, QString(letra), {});
-        QCoreApplication::processEvents();
-    }
-    static QString enLista(QWidget *dialogo)
-    {
-        return dialogo->findChild<QTableView *>("TVLista")
-            ->currentIndex()
-            .siblingAtColumn(0)
-            .data()
-            .toString();
-    }
-    static QString aviso(QWidget *dialogo) { return dialogo->findChild<QLabel *>("LAviso")->text(); }
-
     std::unique_ptr<TOficina> oficina;
 };
 
@@ -91,6 +70,7 @@ TEST_F(ListasTest, TypingFindsTheFirstNameThatBeginsSo)
     for (const auto &caso : casos) {
         QLineEdit edicion;
         edicion.setText(caso.tecleado);
+        edicion.setModified(true); // as typing does
         oficina->Clientes.KeyUpBusqueda(edicion, Qt::Key_A);
         EXPECT_EQ(oficina->Clientes.Nombre(), QString(caso.hallado)) << caso.tecleado;
         EXPECT_EQ(edicion.text(), QString(caso.hallado ? caso.hallado : caso.tecleado));
@@ -149,6 +129,14 @@ TEST_F(ListasTest, APartyWhoIsNoClientIsNotTakenForOneNorAClientForHisNamesake)
     edicion.selectAll();
     for (const Qt::Key sinTexto : {Qt::Key_Tab, Qt::Key_Shift, Qt::Key_Left, Qt::Key_F5, Qt::Key_Return})
         oficina->Clientes.KeyUpBusqueda(edicion, sinTexto);
+    QTest::keyClick(&edicion, Qt::Key_End);
+    QTest::keyClick(&edicion, Qt::Key_C, Qt::ControlModifier); // types nothing
+    QTest::keyClick(&edicion, Qt::Key_Delete);                 // nor does this at the end
+    EXPECT_EQ(edicion.tag(), 6);
+    edicion.setSelection(0, 1);
+    QTest::keyClick(&edicion, 'M'); // the name as it was
+    EXPECT_EQ(edicion.text(), "María Pérez");
+    EXPECT_EQ(edicion.tag(), 6);
     oficina->Clientes.ExitBusqueda(edicion, true);
     EXPECT_EQ(edicion.tag(), 6);
     EXPECT_EQ(oficina->Clientes.Codigo(), 6);
@@ -255,6 +243,7 @@ TEST_F(ListasTest, WithoutAClientTableNobodyIsFoundAndTypingGoesOn)
     std::filesystem::remove(carpeta.path() / "ZENTRA" / "CLIENTES.DBF");
     QLineEdit edicion;
     edicion.setText("mar");
+    edicion.setModified(true);
     oficina->Clientes.KeyUpBusqueda(edicion, Qt::Key_R);
     oficina->Clientes.ExitBusqueda(edicion, true);
     EXPECT_EQ(edicion.text(), "mar");

@@ -1,5 +1,6 @@
-#include "agendan/GuardaVentana.h"
+#include "agenda/GuardaVentana.h"
 
+#include "agenda/MotorComun.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
 
@@ -8,16 +9,7 @@
 namespace
 {
 
-Q_LOGGING_CATEGORY(registroGuarda, "agendan.ventanas")
-
-void Muestra(const QString &texto, TIconoMensaje icono)
-{
-    TMensaje mensaje;
-    mensaje.Texto = texto;
-    mensaje.Icono = icono;
-    mensaje.Titulo = QStringLiteral(" ATENCIÓN:");
-    Servicios().Mensaje->Mensajes(mensaje);
-}
+Q_LOGGING_CATEGORY(registroGuarda, "agenda.ventanas")
 
 } // namespace
 
@@ -41,10 +33,14 @@ bool EjecutaConGuarda(const std::function<void()> &orden)
 void AvisaDeError(const QString &texto)
 {
     qCWarning(registroGuarda) << texto;
-    Muestra(texto, TIconoMensaje::error);
+    TMensaje mensaje;
+    mensaje.Texto = texto;
+    mensaje.Icono = TIconoMensaje::error;
+    mensaje.Titulo = TituloAtencionPuntos;
+    Servicios().Mensaje->Mensajes(mensaje);
 }
 
 void AvisaAlUsuario(const QString &texto)
 {
-    Muestra(texto, TIconoMensaje::advertencia);
+    AvisaMotor(texto, {}, TituloAtencionPuntos);
 }

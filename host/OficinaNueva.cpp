@@ -1,0 +1,192 @@
+#include "host/OficinaNueva.h"
+
+#include "agenda/AgendaNDM.h"
+#include "agenda/FicheroIni.h"
+#include "agenda/Rnumcad.h"
+#include "dataset/DatabaseError.h"
+#include "host/AgendaUnica.h"
+#include "host/Configuracion.h"
+#include "host/TablasOficina.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QTemporaryDir>
+
+using dataset::DbfTable;
+
+namespace
+{
+
+const QString AliasComun = QStringLiteral("ZENTRA");
+
+QString AliasDe(int notario)
+{
+    return QStringLiteral("NOTARIO%1").arg(notario);
+}
+
+dataset::EDatabaseError NoSePuede(const QString &porque)
+{
+    return dataset::EDatabaseError(porque, dbase::ErrorKind::inputOutput);
+}
+
+void CreaComunes(const dataset::Aliases &aliases, const TOficinaNueva &oficina)
+{
+    DbfTable comun(aliases);
+    PreparaTablaComun(comun, AliasComun);
+    CreaTablaSiFalta(comun, aliases, CamposComun());
+    comun.open();
+    AnadeLinea(comun, {"AGENDA", "HoraInicio", Int_Cad(oficina.HoraInicio)});
+    AnadeLinea(comun, {"AGENDA", "HoraFin", Int_Cad(oficina.HoraFin)});
+    AnadeLinea(comun, {"AGENDA", "intervalo", Int_Cad(oficina.Intervalo)});
+
+    DbfTable empleados(aliases);
+    PreparaTablaEmpleados(empleados, AliasComun);
+    CreaTablaSiFalta(empleados, aliases, CamposEmpleados());
+    empleados.open();
+    for (int i = 0; i < oficina.Oficiales.size(); ++i)
+        AnadeLinea(empleados, {i + 1, oficina.Oficiales.at(i), i == 0 ? "Oficial mayor" : "Oficial"});
+
+    DbfTable clientes(aliases);
+    PreparaTablaClientes(clientes, AliasComun);
+    CreaTablaSiFalta(clientes, aliases, CamposClientes());
+}
+
+/// The names that an office takes in its folder, the configuration last.
+QStringList EntradasDe(const QString &carpeta)
+{
+    const QString configuracion = QFileInfo(TConfiguracion::FicheroDe(carpeta)).fileName();
+    QStringList entradas = QDir(carpeta).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    entradas.removeAll(configuracion);
+    return entradas << configuracion;
+}
+
+/// Folders made on the way to a new one, to be taken away again.
+class TCarpetaNueva
+{
+public:
+    explicit TCarpetaNueva(const QString &carpeta)
+    {
+        for (QString falta = QDir(carpeta).absolutePath(); !QFileInfo::exists(falta);
+             falta = QFileInfo(falta).absolutePath())
+            m_faltaban << falta;
+        if (!QDir().mkpath(carpeta)) {
+            Deshaz();
+            throw NoSePuede(
+                QStringLiteral("No se puede crear la carpeta «%1».").arg(QDir::toNativeSeparators(carpeta)));
+        }
+    }
+    ~TCarpetaNueva() { Deshaz(); }
+    TCarpetaNueva(const TCarpetaNueva &) = delete;
+    TCarpetaNueva &operator=(const TCarpetaNueva &) = delete;
+    void Conserva() { m_faltaban.clear(); }
+
+private:
+    void Deshaz()
+    {
+        for (const QString &una : std::as_const(m_faltaban))
+            QDir().rmdir(una);
+    }
+    QStringList m_faltaban; ///< the innermost first
+};
+
+/// Moves everything from one folder to the other; all of it or nothing.
+void Traslada(const QString &de, const QString &a)
+{
+    QStringList trasladadas;
+    for (const QString &entrada : EntradasDe(de)) {
+        if (QFile::rename(QDir(de).filePath(entrada), QDir(a).filePath(entrada))) {
+            trasladadas << entrada;
+            continue;
+        }
+        for (const QString &una : std::as_const(trasladadas))
+            QFile::rename(QDir(a).filePath(una), QDir(de).filePath(una));
+        throw NoSePuede(QStringLiteral("No se puede poner «%1» en la carpeta «%2».")
+                            .arg(entrada, QDir::toNativeSeparators(a)));
+    }
+}
+
+} // namespace
+
+dataset::Aliases CreaTablasDeOficina(const QString &carpeta, const TOficinaNueva &oficina)
+{
+    dataset::Aliases aliases;
+    aliases.add(AliasComun, QDir(carpeta).absoluteFilePath(AliasComun));
+    aliases.add(QStringLiteral("DB"), QDir(carpeta).absoluteFilePath(QStringLiteral("DB")));
+    CreaComunes(aliases, oficina);
+    for (int notario = 1; notario <= oficina.Notarios.size(); ++notario) {
+        const QString alias = AliasDe(notario);
+        aliases.add(alias, QDir(carpeta).absoluteFilePath(alias));
+        DbfTable agenda(aliases);
+        agenda.setDatabaseName(alias);
+        PreparaTablaAgendaN(agenda);
+        CreaTablaSiFalta(agenda, aliases, CamposAgendaN());
+    }
+    TAjustesUnica unica;
+    unica.HoraInicio = oficina.HoraInicio;
+    unica.HoraFin = oficina.HoraFin;
+    unica.Intervalo = oficina.Intervalo;
+    if (oficina.Convenio)
+        unica.Notarios = oficina.Notarios.mid(0, 2);
+    CreaAgendaUnica(aliases, unica);
+    return aliases;
+}
+
+void CreaConfiguracionDeOficina(const QString &carpeta, const TOficinaNueva &oficina)
+{
+    TFicheroIni varios(carpeta + QStringLiteral("/CONFIG/VARIOS.INI"));
+    varios.EscribeEntero(QStringLiteral("IncrementoMin"), QStringLiteral("AGENDASALIDA"),
+                         qMin(oficina.Intervalo, 15));
+    varios.EscribeLogico(QStringLiteral("AGENDA"), QStringLiteral("SincronizarDia"), true);
+    varios.Escribe(QStringLiteral("COLOR"), QStringLiteral("AGENDASALIDA"), QStringLiteral("$00C6C6FF"));
+    const QString seccion = QStringLiteral("Oficina");
+    QList<TValorIni> valores{
+        {seccion, QStringLiteral("Notarios"), Int_Cad(static_cast<int>(oficina.Notarios.size()))},
+        {seccion, QStringLiteral("AliasZentra"), AliasComun},
+        {seccion, QStringLiteral("Don"), QStringLiteral("D.")},
+        {seccion, QStringLiteral("Nombre"), oficina.Notarios.value(0)},
+        {seccion, QStringLiteral("FechaInicio"), Date_Cad(oficina.Hoy)}};
+    for (int notario = 1; notario <= oficina.Notarios.size(); ++notario) {
+        const QString suya = QStringLiteral("Notario%1").arg(notario);
+        valores << TValorIni{suya, QStringLiteral("Nombre"), oficina.Notarios.at(notario - 1)}
+                << TValorIni{suya, QStringLiteral("Alias"), AliasDe(notario)};
+    }
+    TFicheroIni(TConfiguracion::FicheroDe(carpeta)).Escribe(valores);
+}
+
+QString PorQueNoSirve(const QString &carpeta)
+{
+    if (carpeta.trimmed().isEmpty())
+        return QStringLiteral("Falta el nombre de la carpeta.");
+    const QString nombre = QDir::toNativeSeparators(QDir(carpeta).absolutePath());
+    if (QFileInfo::exists(TConfiguracion::FicheroDe(carpeta)))
+        return QStringLiteral("La carpeta «%1» ya contiene una oficina.").arg(nombre);
+    if (!QDir(carpeta).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot) &&
+        QDir(carpeta).exists())
+        return QStringLiteral("La carpeta «%1» no está vacía. Elija otra, o escriba el nombre de una nueva.")
+            .arg(nombre);
+    QFileInfo raiz(QDir(carpeta).absolutePath());
+    while (!raiz.exists())
+        raiz = QFileInfo(raiz.absolutePath());
+    if (!raiz.isDir())
+        return QStringLiteral("«%1» no es una carpeta.").arg(QDir::toNativeSeparators(raiz.filePath()));
+    // The only sure way to know is to try.
+    if (!QTemporaryDir(raiz.filePath() + QStringLiteral("/.oficina-XXXXXX")).isValid())
+        return QStringLiteral("No se puede escribir en la carpeta «%1».")
+            .arg(QDir::toNativeSeparators(raiz.filePath()));
+    return {};
+}
+
+void CreaEnSuSitio(const QString &carpeta, const std::function<void(const QString &)> &haz)
+{
+    if (const QString porque = PorQueNoSirve(carpeta); !porque.isEmpty())
+        throw NoSePuede(porque);
+    TCarpetaNueva sitio(carpeta);
+    // In the same folder, so that moving is renaming.
+    const QTemporaryDir oculta(QDir(carpeta).filePath(QStringLiteral(".oficina-XXXXXX")));
+    if (!oculta.isValid())
+        throw NoSePuede(QStringLiteral("No se puede escribir en la carpeta «%1».")
+                            .arg(QDir::toNativeSeparators(carpeta)));
+    haz(oculta.path());
+    Traslada(oculta.path(), carpeta);
+    sitio.Conserva();
+}

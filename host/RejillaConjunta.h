@@ -1,0 +1,86 @@
+#pragma once
+
+#include <QtWidgets/QHeaderView>
+#include <QtWidgets/QStyledItemDelegate>
+#include <QtWidgets/QTableView>
+
+#include <functional>
+
+class QLineEdit;
+class TModeloConjunto;
+
+/// Column titles in two storeys: the notary's name over his three columns.
+class TCabeceraConjunta : public QHeaderView
+{
+    Q_OBJECT
+public:
+    /// @param modelo  not owned, outlives this.
+    TCabeceraConjunta(const TModeloConjunto &modelo, QWidget *padre);
+    /// The notary whose name stands out; 1-based.
+    void PonNotarioActual(int notario);
+    [[nodiscard]] QSize sizeHint() const override;
+
+protected:
+    void paintSection(QPainter *pintor, const QRect &lugar, int columna) const override;
+
+private:
+    const TModeloConjunto &m_modelo;
+    int m_notario = 0;
+};
+
+/// What the grid asks of its window while cells are edited.
+class IEdicionConjunta
+{
+public:
+    virtual ~IEdicionConjunta() = default;
+    /// Takes the line of a cell for changing. @return false, after telling why, when it cannot be had.
+    virtual bool EmpiezaEdicion(const QModelIndex &celda) = 0;
+    /// The editor is about to open over a cell.
+    virtual void PreparaEditor(QLineEdit &editor, const QModelIndex &celda) = 0;
+    /// Writes what was typed. @return false, after telling why, when it is still pending in the line.
+    virtual bool GuardaEdicion(QLineEdit &editor, const QModelIndex &celda) = 0;
+    /// The editor has closed; what is still pending is given up.
+    virtual void TerminaEdicion() = 0;
+};
+
+/// The grid of the day of all notaries: the hour stays in sight at the left, cells are edited in place.
+class TRejillaConjunta : public QTableView
+{
+    Q_OBJECT
+public:
+    /// @param edicion  not owned, outlives this.
+    TRejillaConjunta(TModeloConjunto &modelo, IEdicionConjunta &edicion, QWidget *padre);
+    [[nodiscard]] bool EstaEditando() const { return state() == EditingState; }
+    [[nodiscard]] TCabeceraConjunta &Cabecera() { return *m_cabecera; }
+
+signals:
+    void Redimensionada();
+
+protected:
+    bool edit(const QModelIndex &celda, EditTrigger motivo, QEvent *evento) override;
+    void keyPressEvent(QKeyEvent *tecla) override;
+    void resizeEvent(QResizeEvent *evento) override;
+    void closeEditor(QWidget *editor, QAbstractItemDelegate::EndEditHint luego) override;
+
+private:
+    IEdicionConjunta &m_edicion;
+    TCabeceraConjunta *m_cabecera;
+};
+
+/// Paints the cells and opens their editors.
+class TDelegadoConjunto : public QStyledItemDelegate
+{
+    Q_OBJECT
+public:
+    TDelegadoConjunto(IEdicionConjunta &edicion, QObject *padre);
+    void paint(QPainter *pintor, const QStyleOptionViewItem &opcion, const QModelIndex &celda) const override;
+    QWidget *createEditor(QWidget *padre, const QStyleOptionViewItem &opcion,
+                          const QModelIndex &celda) const override;
+    void setEditorData(QWidget *editor, const QModelIndex &celda) const override;
+    void setModelData(QWidget *editor, QAbstractItemModel *modelo, const QModelIndex &celda) const override;
+    [[nodiscard]] bool QuedaPendiente() const { return m_pendiente; }
+
+private:
+    IEdicionConjunta &m_edicion;
+    mutable bool m_pendiente = false; ///< what was typed last could not be written
+};

@@ -1,0 +1,378 @@
+// The day of all notaries side by side, worked with keys; the tables are read afterwards as another
+// workstation would.
+
+#include "agenda/host/Clacliraiz.h"
+#include "agenda3p/Agenda3P.h"
+#include "dataset/DatabaseError.h"
+#include "dbcontrols/Texts.h"
+#include "host/AgendaConjunta.h"
+#include "tests/support/InformesDePrueba.h"
+#include "tests/support/OficinaDePrueba.h"
+
+#include <QtCore/QTimer>
+#include <QtGui/QAction>
+#include <QtTest/QTest>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QLineEdit>
+
+#include <fstream>
+
+namespace
+{
+
+const QDate Dia{2026, 11, 16};
+const QDate OtroDia{2026, 11, 18};
+constexpr int Oficial = 2;
+constexpr int CitaSegundo = 3;
+const QString Atencion = QStringLiteral(" ATENCIÓN:");
+const QString Conjunta = QStringLiteral("Agenda conjunta");
+
+/// Knows one client.
+class ClientesDeUno : public TClientesRaiz
+{
+public:
+    void MuestraFicha(qint64) override { ADD_FAILURE(); }
+    void Explora(const QString &) override { ADD_FAILURE(); }
+    bool Elige(const QString &, const QString &inicial) override
+    {
+        Inicial = inicial;
+        return true;
+    }
+    [[nodiscard]] qint64 Codigo() const override { return 42; }
+    [[nodiscard]] QString Nombre() const override { return "Muñoz, Íñigo"; }
+    void KeyUpBusqueda(QLineEdit &, int) override {}
+    void ExitBusqueda(QLineEdit &edicion, bool) override
+    {
+        edicion.setProperty("Tag", edicion.text() == Nombre() ? 42 : 0);
+    }
+    void FinBusqueda() override { ++Fines; }
+    QString Inicial;
+    int Fines = 0;
+};
+
+class ConjuntaTest : public testing::Test
+{
+protected:
+    ConjuntaTest()
+        : oficina(3)
+    {
+        oficina.Reloj.Dia = Dia;
+        oficina.ponAjustes(9, 10, 30);
+        for (int notario = 1; notario <= 3; ++notario) {
+            for (const char *const hora : {"09:00", "10:00"})
+                oficina.linea(notario, Dia, hora);
+        }
+    }
+    TFAgendaConjunta &abre()
+    {
+        motor = std::make_unique<TAgenda3P>(nullptr, QDate(), TTablasNotarios{}, &informes);
+        ventana = std::make_unique<TFAgendaConjunta>(
+            *motor, &clientes,
+            TFAgendaConjunta::TOpciones{{"Ana Núñez", "Benito Ruiz", "Carmen Güell"},
+                                        [] { return 0xC6C6FFU; }},
+            nullptr);
+        ventana->VeAlDia(Dia);
+        ventana->show();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(ventana.get()));
+        ve(0, 0);
+        return *ventana;
+    }
+    [[nodiscard]] TRejillaConjunta &rejilla() const { return *ventana->findChild<TRejillaConjunta *>(); }
+    void ve(int fila, int columna) { rejilla().setCurrentIndex(rejilla().model()->index(fila, columna)); }
+    void tecla(int cual, Qt::KeyboardModifiers con = {})
+    {
+        QTest::keyClick(QApplication::focusWidget() ? QApplication::focusWidget() : &rejilla(),
+                        static_cast<Qt::Key>(cual), con);
+        QCoreApplication::processEvents();
+    }
+    static void teclea(const QString &texto)
+    {
+        for (const QChar letra : texto)
+            QTest::sendKeyEvent(QTest::Click, QApplication::focusWidget(), Qt::Key_unknown, QString(letra),
+                                {});
+        QCoreApplication::processEvents();
+    }
+    /// A command by its keys, which opens a dialog that asks for an hour.
+    void conHora(int cual, Qt::KeyboardModifiers con, const QString &hora)
+    {
+        QTimer::singleShot(50, qApp, [hora] {
+            QWidget *const dialogo = QApplication::activeModalWidget();
+            ASSERT_TRUE(dialogo && dialogo->inherits("TDialogoHora"));
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Home);
+            teclea(hora);
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+        });
+        tecla(cual, con);
+        ventana->activateWindow(); // a desktop does so by itself
+        EXPECT_TRUE(QTest::qWaitForWindowActive(ventana.get()));
+    }
+    [[nodiscard]] QString celda(int fila, int columna) const
+    {
+        return rejilla().model()->index(fila, columna).data().toString();
+    }
+    void refresca()
+    {
+        ventana->findChild<QTimer *>("Reloj")->setInterval(1);
+        QTest::qWait(30);
+        ventana->findChild<QTimer *>("Reloj")->setInterval(60000);
+    }
+
+    support::OficinaDePrueba oficina;
+    support::InformesDePrueba informes;
+    ClientesDeUno clientes;
+    std::unique_ptr<TAgenda3P> motor;
+    std::unique_ptr<TFAgendaConjunta> ventana;
+};
+
+TEST_F(ConjuntaTest, WhatIsTypedInACellIsWrittenInThatNotarysLine)
+{
+    abre();
+    ve(1, CitaSegundo);
+    teclea("Poder");
+    EXPECT_TRUE(rejilla().EstaEditando());
+    // While the clerk types the line is his.
+    const auto otro = oficina.agenda(2);
+    otro->last();
+    EXPECT_THROW(otro->edit(), dataset::EDatabaseError);
+    tecla(Qt::Key_Tab);
+    EXPECT_EQ(oficina.dia(2, Dia), (QStringList{"09:00  N", "10:00 Poder N"}));
+    EXPECT_EQ(rejilla().currentIndex().column(), CitaSegundo + 1);
+    ASSERT_TRUE(rejilla().EstaEditando());
+    tecla(Qt::Key_F4); // the list of clients
+    tecla(Qt::Key_Tab);
+    teclea("  LUIS");
+    tecla(Qt::Key_Return);
+    EXPECT_FALSE(rejilla().EstaEditando());
+    otro->refresh();
+    otro->last();
+    EXPECT_EQ(otro->field(u"INTERESADO").asText(), "Muñoz, Íñigo");
+    EXPECT_EQ(otro->field(u"CODCLIENTE").asInteger(), 42);
+    EXPECT_EQ(otro->field(u"OFICIAL").asText(), "  LUIS");
+    // Esc leaves the cell as it was, and gives the line back; a second Esc closes.
+    teclea("Otro");
+    tecla(Qt::Key_Escape);
+    otro->edit();
+    otro->cancel();
+    EXPECT_EQ(celda(1, CitaSegundo + Oficial), "  LUIS");
+    tecla(Qt::Key_Escape);
+    EXPECT_FALSE(ventana->isVisible());
+    EXPECT_EQ(oficina.dia(1, Dia), (QStringList{"09:00  N", "10:00  N"}));
+}
+
+TEST_F(ConjuntaTest, ALineHeldOrChangedElsewhereIsNotWrittenOver)
+{
+    abre();
+    const auto otro = oficina.agenda(1);
+    otro->first();
+    otro->edit();
+    oficina.Mensaje.espera(
+        {QStringLiteral("No se puede cambiar la línea de las 09:00 de la agenda de Ana Núñez.\n") +
+             QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string()) +
+             ": otro puesto está usando la línea 1",
+         Atencion});
+    tecla(Qt::Key_F2);
+    EXPECT_FALSE(rejilla().EstaEditando());
+    otro->field(u"CONCEPTO").setText("Suya");
+    otro->post();
+    oficina.Mensaje.espera({dbcontrols::changedElsewhere(), Atencion});
+    teclea("M");
+    EXPECT_EQ(celda(0, 0), "Suya");
+    otro->remove();
+    oficina.Mensaje.espera(
+        {"Otro puesto ha borrado la línea de las 09:00 de la agenda de Ana Núñez.", Atencion});
+    motor->TablaActual().refresh();
+    tecla(Qt::Key_F2);
+    EXPECT_EQ(oficina.dia(1, Dia), (QStringList{"10:00  N"}));
+}
+
+// Another program that heeds no locks writes into the line while the clerk types.
+TEST_F(ConjuntaTest, WhatCannotBeWrittenStaysInTheCell)
+{
+    abre();
+    teclea("Poder");
+    {
+        std::fstream fichero(oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF",
+                             std::ios::in | std::ios::out | std::ios::binary);
+        char cabecera[12];
+        fichero.read(cabecera, sizeof cabecera);
+        const int largo =
+            static_cast<unsigned char>(cabecera[8]) + 256 * static_cast<unsigned char>(cabecera[9]);
+        fichero.seekp(largo + 1 + 8 + 5); // behind the mark, FECHA and HORA
+        fichero << "AJENO";
+    }
+    oficina.Mensaje.espera(
+        {QStringLiteral(
+             "No se ha podido guardar la cita.\n%1: otro puesto ha cambiado la línea mientras tanto\n\n"
+             "Lo que ha escrito sigue en la celda: pulse Intro para volver a intentarlo o Esc para "
+             "dejarlo.")
+             .arg(QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string())),
+         Atencion});
+    tecla(Qt::Key_Return);
+    ASSERT_TRUE(rejilla().EstaEditando());
+    EXPECT_EQ(qobject_cast<QLineEdit *>(QApplication::focusWidget())->text(), "Poder");
+    tecla(Qt::Key_Escape);
+    EXPECT_FALSE(rejilla().EstaEditando());
+    EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 AJENO N");
+}
+
+TEST_F(ConjuntaTest, ASlotIsMadeAndDeletedInEveryTable)
+{
+    oficina.linea(1, Dia, "10:00", "Segunda");
+    abre();
+    ASSERT_EQ(rejilla().model()->rowCount(), 3);
+    conHora(Qt::Key_Insert, {}, "0930");
+    for (int notario = 1; notario <= 3; ++notario)
+        EXPECT_EQ(oficina.dia(notario, Dia).at(1), "09:30  N") << notario;
+    EXPECT_EQ(rejilla().currentIndex().row(), 1);
+    EXPECT_EQ(QApplication::focusWidget(), &rejilla());
+    const QString pregunta = "¿Desea borrar la cita de las %1 de todas las agendas?\nLos datos se perderán.";
+    oficina.Mensaje.espera({pregunta.arg("09:30"), " ATENCIÓN", 1});
+    tecla(Qt::Key_Delete, Qt::ControlModifier);
+    for (int notario = 1; notario <= 3; ++notario)
+        EXPECT_FALSE(oficina.dia(notario, Dia).join(' ').contains("09:30")) << notario;
+    // The second line of an hour is the first notary's alone: nobody loses his first one with it.
+    ve(2, 0);
+    oficina.Mensaje.espera({pregunta.arg("10:00"), " ATENCIÓN", 1});
+    tecla(Qt::Key_Delete, Qt::ControlModifier);
+    for (int notario = 1; notario <= 3; ++notario)
+        EXPECT_EQ(oficina.dia(notario, Dia), (QStringList{"09:00  N", "10:00  N"})) << notario;
+    // An hour that is there already is asked about.
+    oficina.Mensaje.espera({"¿Desea añadir otro (S/N)?", Conjunta, 0, "Ya hay un hueco a las 10:00."});
+    conHora(Qt::Key_Insert, {}, "1000");
+    EXPECT_EQ(oficina.dia(3, Dia).size(), 2);
+}
+
+TEST_F(ConjuntaTest, MarksAndClearingTouchOneNotary)
+{
+    oficina.linea(2, OtroDia, "09:00");
+    abre();
+    ve(0, CitaSegundo);
+    teclea("Acta");
+    tecla(Qt::Key_Return);
+    tecla(Qt::Key_S, Qt::ControlModifier);
+    EXPECT_EQ(oficina.dia(2, Dia).first(), "09:00 [SALIDA]Acta S");
+    EXPECT_TRUE(rejilla().model()->index(0, CitaSegundo).data(Qt::BackgroundRole).isValid());
+    EXPECT_FALSE(rejilla().model()->index(0, 0).data(Qt::BackgroundRole).isValid());
+    tecla(Qt::Key_U, Qt::ControlModifier);
+    EXPECT_EQ(oficina.dia(2, Dia), (QStringList{"09:00 [AUSENTE]Acta S", "10:00 [AUSENTE] S"}));
+    tecla(Qt::Key_U, Qt::ControlModifier);
+    EXPECT_EQ(oficina.dia(2, Dia), (QStringList{"09:00 Acta N", "10:00  N"}));
+    oficina.Mensaje.espera({"¿Desea limpiar la cita de las 09:00 de la base de datos?", " ATENCIÓN", 1});
+    tecla(Qt::Key_Delete);
+    EXPECT_EQ(oficina.dia(2, Dia).first(), "09:00  ");
+    EXPECT_EQ(oficina.dia(1, Dia), (QStringList{"09:00  N", "10:00  N"}));
+}
+
+TEST_F(ConjuntaTest, CopiedLinesGoToAnotherNotaryAndHourAndOverwriteOnlyWhenAllowed)
+{
+    abre();
+    teclea("Poder");
+    tecla(Qt::Key_Return);
+    ve(1, 0);
+    teclea("Acta");
+    tecla(Qt::Key_Return);
+    ve(0, 0);
+    tecla(Qt::Key_Down, Qt::ShiftModifier);
+    tecla(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(ventana->findChild<QLabel *>("LPortapapeles")->text(), "Copiado: 09:00, 10:00");
+    ve(0, CitaSegundo);
+    teclea("Suya");
+    tecla(Qt::Key_Return);
+    const QString encima = "¿Desea escribir encima (S/N)?";
+    const QString cuales = "En la agenda de Benito Ruiz ya hay citas a las 09:00, que se perderán.";
+    oficina.Mensaje.espera({encima, Conjunta, 0, cuales});
+    tecla(Qt::Key_V, Qt::ControlModifier);
+    EXPECT_EQ(oficina.dia(2, Dia), (QStringList{"09:00 Suya N", "10:00  N"}));
+    oficina.Mensaje.espera({encima, Conjunta, 1, cuales});
+    tecla(Qt::Key_V, Qt::ControlModifier);
+    EXPECT_EQ(oficina.dia(2, Dia), (QStringList{"09:00 Poder N", "10:00 Acta N"}));
+    conHora(Qt::Key_V, Qt::ControlModifier | Qt::ShiftModifier, "1200");
+    EXPECT_EQ(oficina.dia(2, Dia).mid(2), (QStringList{"12:00 Poder N", "13:00 Acta N"}));
+    EXPECT_EQ(oficina.dia(3, Dia).mid(2), (QStringList{"12:00  N", "13:00  N"}));
+    EXPECT_EQ(celda(rejilla().currentIndex().row(), CitaSegundo), "Poder");
+    oficina.Mensaje.espera({"La cita copiada de las 10:00 quedaría fuera del día.", Atencion});
+    conHora(Qt::Key_V, Qt::ControlModifier | Qt::ShiftModifier, "2330");
+    tecla(Qt::Key_Backspace, Qt::ControlModifier);
+    EXPECT_FALSE(motor->HayDatosEnPortapapeles());
+    EXPECT_EQ(oficina.dia(1, Dia).size(), 4);
+}
+
+TEST_F(ConjuntaTest, ADayThatSomeNotariesLackIsCompletedWithoutDoubling)
+{
+    oficina.linea(1, OtroDia, "09:00", "Poder");
+    oficina.linea(1, OtroDia, "09:30");
+    abre().VeAlDia(OtroDia);
+    const auto *const aviso = ventana->findChild<QLabel *>("LAviso");
+    EXPECT_EQ(aviso->text(), "Sin hoja de este día: Benito Ruiz, Carmen Güell.");
+    ve(0, CitaSegundo);
+    oficina.Mensaje.espera(
+        {"¿Desea añadirlo (S/N)?", Conjunta, 1, "No hay hueco a las 09:00 en la agenda de Benito Ruiz."});
+    tecla(Qt::Key_Return);
+    ASSERT_TRUE(rejilla().EstaEditando());
+    teclea("Acta");
+    tecla(Qt::Key_M, Qt::ControlModifier);
+    EXPECT_EQ(oficina.dia(1, OtroDia), (QStringList{"09:00 Poder N", "09:30  N"}));
+    EXPECT_EQ(oficina.dia(2, OtroDia), (QStringList{"09:00 Acta N", "09:30  N"}));
+    EXPECT_EQ(oficina.dia(3, OtroDia), (QStringList{"09:00  N", "09:30  N"}));
+    EXPECT_FALSE(aviso->isVisible());
+}
+
+TEST_F(ConjuntaTest, DaysAreGoneThroughAndAnEmptyOneIsOffered)
+{
+    for (int notario = 1; notario <= 3; ++notario)
+        oficina.linea(notario, OtroDia, "09:00");
+    abre();
+    tecla(Qt::Key_PageDown, Qt::ControlModifier);
+    EXPECT_EQ(ventana->Fecha(), OtroDia);
+    EXPECT_EQ(rejilla().model()->rowCount(), 1);
+    oficina.Mensaje.espera({"No hay días posteriores en la agenda de Ana Núñez", Atencion});
+    tecla(Qt::Key_PageDown, Qt::ControlModifier);
+    tecla(Qt::Key_PageUp, Qt::ControlModifier);
+    EXPECT_EQ(ventana->Fecha(), Dia);
+    oficina.Rut.FechaElegida = Dia.addDays(1);
+    oficina.Mensaje.espera({"¿Desea añadir una hoja a día de 17/11/2026 (S/N)?", "Agenda", 1,
+                            "No hay datos a fecha de 17/11/2026"});
+    tecla(Qt::Key_B, Qt::ControlModifier);
+    for (int notario = 1; notario <= 3; ++notario)
+        EXPECT_EQ(oficina.dia(notario, Dia.addDays(1)).size(), 4) << notario;
+    tecla(Qt::Key_Home, Qt::ControlModifier);
+    EXPECT_EQ(ventana->Fecha(), Dia);
+}
+
+TEST_F(ConjuntaTest, LinesOfOthersComeByThemselvesAndTheCellStays)
+{
+    abre();
+    ve(1, CitaSegundo);
+    oficina.linea(3, Dia, "08:00", "Madruga");
+    refresca();
+    EXPECT_EQ(celda(0, 2 * CitaSegundo), "Madruga");
+    EXPECT_EQ(rejilla().currentIndex().row(), 2);
+    EXPECT_EQ(rejilla().currentIndex().column(), CitaSegundo);
+    // Not while a cell is being typed in.
+    teclea("Po");
+    oficina.linea(1, Dia, "08:30");
+    refresca();
+    EXPECT_EQ(rejilla().model()->rowCount(), 3);
+    tecla(Qt::Key_Return);
+    refresca();
+    EXPECT_EQ(rejilla().model()->rowCount(), 4);
+    EXPECT_EQ(celda(3, CitaSegundo), "Po");
+}
+
+TEST_F(ConjuntaTest, TheSheetsAreThoseOfTheNotaryOneStandsOn)
+{
+    oficina.linea(2, Dia, "12:00", "Del segundo");
+    abre();
+    ve(0, CitaSegundo);
+    oficina.Rut.OficialElegido = "LUIS";
+    for (const char *const comando :
+         {"AImprimirDia", "AImprimirDiaOficial", "AImprimirSemana", "AImprimirSemanaOficial"})
+        ventana->findChild<QAction *>(comando)->trigger();
+    EXPECT_EQ(informes.Pedidos,
+              (QStringList{"dia 16/11", "dia 16/11 [LUIS]", "semana 16/11", "semana 16/11"}));
+    EXPECT_EQ(rejilla().model()->rowCount(), 3);
+    EXPECT_EQ(celda(2, CitaSegundo), "Del segundo");
+}
+
+} // namespace
