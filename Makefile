@@ -7,7 +7,7 @@ FUZZ_SECONDS ?= 3600
 PREFIX   ?= /usr/local
 FUENTES   = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: install deb windows-dbase help run test bench format format-check tidy asan coverage fuzz release dev clean
+.PHONY: manual install deb windows-dbase help run test bench format format-check tidy asan coverage fuzz release dev clean
 
 help:
 	@echo "make run       build and open the program (DATOS=folder for other data)"
@@ -16,6 +16,7 @@ help:
 	@echo "make format    put every source into the house's format; format-check only looks"
 	@echo "make tidy      clang-tidy over every source"
 	@echo "make install   put the release build below PREFIX (/usr/local); make deb packs it for Debian"
+	@echo "make manual    draw the pictures of docs/manual again"
 	@echo "make asan      the tests under AddressSanitizer and UndefinedBehaviorSanitizer"
 	@echo "make windows-dbase   the table files for Windows; their tests under wine where it is installed"
 	@echo "make coverage  which lines the tests reach"
@@ -41,6 +42,12 @@ run:
 
 install: release
 	cmake --install build/release --prefix "$(DESTDIR)$(PREFIX)" --strip
+
+manual:
+	@$(PAQUETES) construir ejecutar
+	cmake --preset release
+	cmake --build --preset release --target oficina ZenAgenda
+	docs/manual/imagenes.sh build/release/bin
 
 deb: release
 	@$(PAQUETES) empaquetar

@@ -15,7 +15,7 @@ if(AGENDA_QT)
     install(FILES packaging/man/oficina.1 DESTINATION share/man/man1)
     install(FILES packaging/oficina-agenda.desktop DESTINATION share/applications)
     install(FILES packaging/oficina-agenda.svg DESTINATION share/icons/hicolor/scalable/apps)
-    install(DIRECTORY docs/manual/ DESTINATION share/doc/oficina/manual OPTIONAL)
+    install(DIRECTORY docs/manual/ DESTINATION share/doc/oficina/manual PATTERN "*.sh" EXCLUDE)
 endif()
 # On Windows libraries and module lie beside the program.
 install(TARGETS ${propias} LIBRARY DESTINATION lib/agenda RUNTIME DESTINATION bin ARCHIVE DESTINATION lib/agenda EXCLUDE_FROM_ALL)

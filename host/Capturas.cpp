@@ -1,8 +1,10 @@
 #include "host/Capturas.h"
 
+#include "host/AsistenteOficina.h"
 #include "host/CapturasInformes.h"
 #include "host/MantenimientoDatos.h"
 #include "host/VentanaOficina.h"
+#include "host/VentanaTablas.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QTimer>
@@ -13,6 +15,7 @@
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QDialog>
+#include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QMenu>
 #include <QtWidgets/QTabWidget>
@@ -21,6 +24,8 @@
 namespace
 {
 constexpr int PausaMs = 100;
+// In place of the folder in hand, so that pictures made on two machines are the same.
+const QString CarpetaDeMuestra = QStringLiteral("/srv/notaria");
 
 template <class T> T *Pieza(QWidget *ventana, const char *nombre)
 {
@@ -53,6 +58,7 @@ TCapturas::TCapturas(const QString &carpeta, TOficina &oficina)
     : m_carpeta(QDir(carpeta).absolutePath())
 {
     QDir().mkpath(m_carpeta);
+    QApplication::setCursorFlashTime(0); // seen in every picture, not in every other one
     m_pasos = PasosDeLaAgenda();
     for (const auto &pasos :
          {PasosDeInformes(*this, m_carpeta), PasosDeLaUnica(oficina), PasosDeLaConjunta(oficina),
@@ -72,6 +78,16 @@ TCapturas::TPaso TCapturas::CierraDialogo() const
 TCapturas::TPaso TCapturas::Abre(const TPaso &orden)
 {
     return [this, orden] { QTimer::singleShot(0, this, orden); };
+}
+
+TCapturas::TPaso TCapturas::Pulsa(const QString &titulo)
+{
+    return Abre([this, titulo] {
+        for (auto *const boton : Delante()->findChildren<QAbstractButton *>()) {
+            if (boton->text() == titulo)
+                return boton->click();
+        }
+    });
 }
 
 TCapturas::TPaso TCapturas::Retrata(const QString &nombre)
@@ -104,6 +120,11 @@ std::vector<TCapturas::TPaso> TCapturas::PasosDeLaAgenda()
         Retrata(QStringLiteral("agenda-seleccion")),
         ejecuta("ADetalles"),
         Retrata(QStringLiteral("ficha-cita")),
+        CierraDialogo(),
+        ejecuta("AModificar"),
+        Retrata(QStringLiteral("ficha-cita-edicion")),
+        Pulsa(QStringLiteral("&Cancelar")),
+        Pulsa(QStringLiteral("&Sí")), // the card asks before what was typed goes
         CierraDialogo(),
         [this] {
             if (auto *const menu = Pieza<QMenu>(Delante(), "PMAgendaN")) {
@@ -256,6 +277,19 @@ std::vector<TCapturas::TPaso> TCapturas::PasosDeLosDatos(TOficina &oficina)
                                        CierraDialogo()};
         pasos.insert(pasos.end(), suyos.begin(), suyos.end());
     }
+    const std::vector<TPaso> resto{
+        Abre([&oficina] { TVentanaTablas(oficina, nullptr).exec(); }),
+        // Until its first look at the tables has ended.
+        [this] { EsperaA("BCopia"); },
+        Pulsa(QStringLiteral("&Comprobar")),
+        [this] { EsperaA("BCopia"); },
+        Retrata(QStringLiteral("tablas")),
+        CierraDialogo(),
+        Abre([&oficina] { TAsistenteOficina(CarpetaDeMuestra, oficina.Reloj.Hoy()).exec(); }),
+        Retrata(QStringLiteral("asistente")),
+        CierraDialogo(),
+    };
+    pasos.insert(pasos.end(), resto.begin(), resto.end());
     return pasos;
 }
 
@@ -282,8 +316,17 @@ void TCapturas::Sigue()
     m_pasos[m_siguiente++]();
 }
 
+void TCapturas::EsperaA(const char *boton)
+{
+    const auto *const uno = Pieza<QAbstractButton>(Delante(), boton);
+    if (uno && !uno->isEnabled())
+        --m_siguiente; // asked again at the next turn
+}
+
 bool TCapturas::Dibuja(QWidget &ventana, const QString &nombre)
 {
+    if (auto *const datos = Pieza<QLabel>(&ventana, "LDatos"))
+        datos->setText(QStringLiteral("Datos: ") + CarpetaDeMuestra);
     const bool bien = ventana.grab().save(QDir(m_carpeta).filePath(nombre + QStringLiteral(".png")));
     Anota(bien);
     return bien;

@@ -39,7 +39,11 @@ private:
     [[nodiscard]] TPaso CierraDialogo() const;
     /// Opens something modal; the next steps go on from within.
     [[nodiscard]] TPaso Abre(const TPaso &orden);
+    /// Clicks the button of that caption in the window in front.
+    [[nodiscard]] TPaso Pulsa(const QString &titulo);
     [[nodiscard]] TPaso Retrata(const QString &nombre);
+    /// Puts the step off for as long as a button of the window in front is not enabled.
+    void EsperaA(const char *boton);
     [[nodiscard]] QWidget *Delante() const;
 
     QString m_carpeta;

@@ -8,6 +8,7 @@
 #include <QtCore/QUrl>
 #include <QtGui/QAction>
 #include <QtGui/QKeyEvent>
+#include <QtGui/QScreen>
 #include <QtGui/QWindow>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QTextBrowser>
@@ -57,7 +58,9 @@ TVentanaManual::TVentanaManual(const QString &pagina, QWidget *padre)
     auto *const orden = new QVBoxLayout(this);
     orden->addWidget(barra);
     orden->addWidget(texto);
-    resize(90 * fontMetrics().averageCharWidth(), 36 * fontMetrics().height());
+    // Wide enough for its pictures, which are those of whole windows.
+    const QSize medida(124 * fontMetrics().averageCharWidth(), 46 * fontMetrics().height());
+    resize(medida.boundedTo(screen()->availableSize() * 0.94));
     texto->setSource(QUrl::fromLocalFile(pagina));
     texto->setFocus();
 }

@@ -99,8 +99,10 @@ TVentanaOficina::TVentanaOficina(TOficina &oficina)
 
     setCentralWidget(m_panel);
     // A widget, not a message: hints of commands come and go over it.
-    statusBar()->addWidget(
-        new QLabel(QStringLiteral("Datos: ") + QDir::toNativeSeparators(oficina.Config.GetPath()), this));
+    auto *const datos =
+        new QLabel(QStringLiteral("Datos: ") + QDir::toNativeSeparators(oficina.Config.GetPath()), this);
+    datos->setObjectName(QStringLiteral("LDatos"));
+    statusBar()->addWidget(datos);
     ActualizaPanel();
     Coloca();
     m_panel->TomaElFoco();
