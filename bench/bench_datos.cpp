@@ -1,5 +1,6 @@
 // What the data set adds to the table below it, and a grid over an agenda of twenty years: speed and memory.
 
+#include "bench/Memoria.h"
 #include "bench/TablaGrande.h"
 #include "dbase/Table.h"
 #include "dbcontrols/DbGrid.h"
@@ -212,31 +213,6 @@ BENCHMARK(RejillaRefrescoAjeno)->Unit(benchmark::kMillisecond);
 
 // ---------------------------------------------------------------------------------------------------------------------
 // Memory, in a process of its own that does nothing else
-
-struct TMemoria {
-    int Propia = 0;      ///< kB of its own: heap and stack
-    int Todas = 0;       ///< the same and the pages of files
-    int MasQueNunca = 0; ///< the most that it has been
-};
-
-TMemoria Memoria()
-{
-    TMemoria memoria;
-    QFile estado(QStringLiteral("/proc/self/status"));
-    if (!estado.open(QIODevice::ReadOnly))
-        return memoria;
-    const QList<QByteArray> lineas = estado.readAll().split('\n');
-    for (const QByteArray &linea : lineas) {
-        const auto kB = [&linea] { return linea.simplified().split(' ').value(1).toInt(); };
-        if (linea.startsWith("RssAnon:"))
-            memoria.Propia = kB();
-        else if (linea.startsWith("VmRSS:"))
-            memoria.Todas = kB();
-        else if (linea.startsWith("VmHWM:"))
-            memoria.MasQueNunca = kB();
-    }
-    return memoria;
-}
 
 void DiMemoria(const char *que, const TMemoria &antes)
 {

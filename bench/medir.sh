@@ -29,3 +29,6 @@ echo "== Arranque hasta la agenda pintada (meta: < 300 ms; 20 años de un notari
 for vez in 1 2 3 4 5; do
     "$programas/oficina" --datos "$datos/oficina" --fecha 20/11/2026 --mide-arranque 2>/dev/null
 done
+echo
+echo "== Una jornada de ocho horas, acelerada (5 notarios de 20 años; meta: la memoria no crece)"
+"$programas/bench_jornada" 2>/dev/null

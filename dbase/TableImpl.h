@@ -163,6 +163,8 @@ private:
     [[nodiscard]] MdxTag newTag(const TagDefinition &wanted, const KeyExpression &expression) const;
     Status needTags();
     Status recover();
+    Status lockOutOthers();
+    Result<std::size_t> readCommits(std::vector<std::uint8_t> &bytes, std::vector<Commit> &commits);
     [[nodiscard]] Result<bool> isCutBack() const;
     Status setJournalAside(std::span<const std::uint8_t> journal);
     Status checkpoint(bool closing);

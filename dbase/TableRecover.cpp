@@ -129,6 +129,50 @@ bool TableImpl::closedAsSeen() const
            !m_indexSuspect && m_mdx->languageDriver() == header.languageDriver;
 }
 
+/// Programs that know nothing of the journal may be at work: the locks that they know keep them out.
+Status TableImpl::lockOutOthers()
+{
+    auto table = waitForLock(m_dbf, headerLockOffset, changeLockLength, File::LockKind::exclusive,
+                             options.lockTimeout, "otro programa está escribiendo en la tabla");
+    if (!table.ok())
+        return table.status();
+    if (m_mdx) {
+        auto index = waitForLock(m_mdx->file(), headerLockOffset, 1, File::LockKind::exclusive,
+                                 options.lockTimeout, "otro programa está usando el índice");
+        if (!index.ok())
+            return index.status();
+        m_mdxLock = std::move(index).value();
+    }
+    m_dbfLock = std::move(table).value();
+    m_held = Held::changing;
+    m_holders = 1;
+    return {};
+}
+
+/// The journal's bytes, and its whole commits one after the other. @return where they end.
+Result<std::size_t> TableImpl::readCommits(std::vector<std::uint8_t> &bytes, std::vector<Commit> &commits)
+{
+    const auto size = m_journal.stamp();
+    if (!size.ok())
+        return size.status();
+    bytes.resize(std::min<std::uint64_t>(size.value().size, largestJournal));
+    const auto got = m_journal.readAt(0, bytes);
+    if (!got.ok())
+        return got.status();
+    bytes.resize(got.value());
+    std::size_t at = journalSector;
+    while (at + journalSector <= bytes.size()) {
+        auto one = decodeCommit(std::span(bytes).subspan(at), m_state.base + commits.size() + 1,
+                                header.recordLength);
+        if (!one)
+            break;
+        encodeCommit(*one, header.recordLength, m_commitBytes);
+        at += commitRoom(m_commitBytes.size());
+        commits.push_back(std::move(*one));
+    }
+    return at;
+}
+
 /// Alone with the files: finishes what dead writers have left, and makes the index right.
 Status TableImpl::recover()
 {
@@ -145,42 +189,11 @@ Status TableImpl::recover()
     } else if (const Status status = startJournal(); !status.ok()) {
         return status;
     }
-    // Programs that know nothing of the journal may be at work: the locks that they know keep them out.
-    auto table = waitForLock(m_dbf, headerLockOffset, changeLockLength, File::LockKind::exclusive,
-                             options.lockTimeout, "otro programa está escribiendo en la tabla");
-    if (!table.ok())
-        return table.status();
-    if (m_mdx) {
-        auto index = waitForLock(m_mdx->file(), headerLockOffset, 1, File::LockKind::exclusive,
-                                 options.lockTimeout, "otro programa está usando el índice");
-        if (!index.ok())
-            return index.status();
-        m_mdxLock = std::move(index).value();
-    }
-    m_dbfLock = std::move(table).value();
-    m_held = Held::changing;
-    m_holders = 1;
-
-    const auto size = m_journal.stamp();
-    if (!size.ok()) {
-        endChange();
-        return size.status();
-    }
-    bytes.resize(std::min<std::uint64_t>(size.value().size, largestJournal));
-    got = m_journal.readAt(0, bytes);
-    bytes.resize(got.ok() ? got.value() : 0);
     std::vector<Commit> commits;
-    std::size_t at = journalSector;
-    while (at + journalSector <= bytes.size()) {
-        auto one = decodeCommit(std::span(bytes).subspan(at), m_state.base + commits.size() + 1,
-                                header.recordLength);
-        if (!one)
-            break;
-        encodeCommit(*one, header.recordLength, m_commitBytes);
-        at += commitRoom(m_commitBytes.size());
-        commits.push_back(std::move(*one));
-    }
-    Status status = got.status();
+    if (const Status locked = lockOutOthers(); !locked.ok())
+        return locked;
+    const auto end = readCommits(bytes, commits);
+    Status status = end.status();
     if (status.ok() && !commits.empty()) {
         const auto cut = isCutBack();
         status = cut.status();
@@ -192,7 +205,7 @@ Status TableImpl::recover()
     if (status.ok() && !commits.empty()) {
         // That they can be read does not mean that they are on disk: a cut during the repair must find them
         // there.
-        status = m_journal.writeAt(0, std::span(bytes).first(at));
+        status = m_journal.writeAt(0, std::span(bytes).first(end.value()));
         if (status.ok())
             status = m_journal.sync();
         if (status.ok())

@@ -8,7 +8,7 @@
 #include <QtWidgets/QFormLayout>
 #include <QtWidgets/QLabel>
 
-void MuestraAcercaDe(const IZenAgenda &modulo, QWidget *padre)
+void MuestraAcercaDe(const IZenAgenda &modulo, const QStringList &unidades, QWidget *padre)
 {
     QDialog dialogo(padre);
     dialogo.setObjectName(QStringLiteral("AcercaDe"));
@@ -26,6 +26,7 @@ void MuestraAcercaDe(const IZenAgenda &modulo, QWidget *padre)
     };
     fila(QStringLiteral("Versión:"), QStringLiteral(AGENDA_VERSION));
     fila(QStringLiteral("Módulo de la agenda:"), QStringLiteral("interfaz %1").arg(modulo.Version()));
+    fila(QStringLiteral("Sus unidades:"), unidades.join(u'\n'));
     fila(QStringLiteral("Qt:"), QString::fromLatin1(qVersion()));
     orden->addRow(new QLabel(QStringLiteral("Qt se usa según la licencia LGPL, versión 3."), &dialogo));
     orden->addRow(CreaBotones(dialogo, QStringLiteral("&Cerrar"), {}));

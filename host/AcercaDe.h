@@ -1,7 +1,10 @@
 #pragma once
 
+#include <QtCore/QStringList>
+
 class IZenAgenda;
 class QWidget;
 
 /// Shows which program, module and toolkit are running.
-void MuestraAcercaDe(const IZenAgenda &modulo, QWidget *padre);
+/// @param unidades  what the module has registered.
+void MuestraAcercaDe(const IZenAgenda &modulo, const QStringList &unidades, QWidget *padre);

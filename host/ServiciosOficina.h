@@ -41,6 +41,18 @@ public:
     void DejaFocoControl(QWidget &control) override;
 };
 
+/// The units that loaded modules have brought.
+class TRegistroOficina : public IRegistro
+{
+public:
+    void RegistraUnidad(const QString &unidad) override { m_unidades << unidad; }
+    void LiberaUnidad(const QString &unidad) override { m_unidades.removeOne(unidad); }
+    [[nodiscard]] const QStringList &Unidades() const { return m_unidades; }
+
+private:
+    QStringList m_unidades;
+};
+
 class TRelojSistema : public IReloj
 {
 public:

@@ -27,9 +27,9 @@ TOficina::TOficina(const QString &carpeta, QDate hoy)
     , Aliases(Config.Aliases())
     , Rut(Config, Aliases)
     , Reloj(hoy)
-    , Servicios({&Mensaje, &Rut, &Rvarias, &Config, &Reloj, &Aliases})
+    , Servicios({&Mensaje, &Rut, &Rvarias, &Config, &Reloj, &Aliases, &Registro})
     , Clientes(Aliases, Config.GetAliasZentra())
-    , Modulo({&Mensaje, &Rut, &Rvarias, &Config, &Reloj, &Aliases})
+    , Modulo({&Mensaje, &Rut, &Rvarias, &Config, &Reloj, &Aliases, &Registro})
 {
 }
 
@@ -92,8 +92,10 @@ TVentanaOficina::TVentanaOficina(TOficina &oficina)
     // Shown only: the key is answered in every window.
     manual->setText(manual->text() + QStringLiteral("\tF1"));
     ayuda->addAction(manual);
-    ayuda->addAction(Comando(QStringLiteral("&Acerca de..."), QStringLiteral("Versiones del programa"),
-                             [this] { MuestraAcercaDe(*m_oficina.Modulo.operator->(), this); }));
+    ayuda->addAction(
+        Comando(QStringLiteral("&Acerca de..."), QStringLiteral("Versiones del programa"), [this] {
+            MuestraAcercaDe(*m_oficina.Modulo.operator->(), m_oficina.Registro.Unidades(), this);
+        }));
 
     setCentralWidget(m_panel);
     // A widget, not a message: hints of commands come and go over it.

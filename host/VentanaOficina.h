@@ -30,6 +30,7 @@ struct TOficina {
     TRutOficina Rut;
     TRvariasOficina Rvarias;
     TRelojSistema Reloj;
+    TRegistroOficina Registro;
     TServiciosInstalados Servicios;
     TClientesOficina Clientes;
     TModuloAgenda Modulo;

@@ -100,7 +100,7 @@ TEST_F(VentanaOficinaTest, AMissingManualIsSaidAndTheVersionsAreTold)
         EXPECT_TRUE(textos.contains(QStringLiteral("interfaz %1").arg(IZenAgenda::VersionInterfaz)));
         tecla(dialogo, Qt::Key_Escape);
     });
-    MuestraAcercaDe(*oficina.Modulo.operator->(), nullptr);
+    MuestraAcercaDe(*oficina.Modulo.operator->(), oficina.Registro.Unidades(), nullptr);
 }
 
 } // namespace
