@@ -61,8 +61,8 @@ TAgenda3P::TAgenda3P(QObject *propietario, QDate fecha, const TTablasNotarios &t
         AbreTablasPropias();
     }
     m_tablaActual = m_tablas.front();
-    if (fecha.isValid() && !RangoPorFecha(fecha))
-        InsertaDia(fecha, true);
+    if (fecha.isValid() && !TAgenda3P::RangoPorFecha(fecha))
+        TAgenda3P::InsertaDia(fecha, true);
 }
 
 void TAgenda3P::AbreTablasPropias()
@@ -103,7 +103,7 @@ bool TAgenda3P::RangoPorFecha(QDate fecha)
     bool todas = true;
     std::exception_ptr fallo;
     for (int notario = 1; notario <= m_numNotarios; ++notario) {
-        DataSet *const tabla = Tabla(notario);
+        DataSet *const tabla = TablaDe(m_tablas, notario);
         try {
             if (tabla && !PonRangoDelDia(*tabla, fecha))
                 todas = false;
@@ -144,11 +144,11 @@ bool TAgenda3P::InsertaDia(QDate fecha, bool preguntar)
     try {
         // The slots of a whole sheet go table by table: one commit each, instead of one a line.
         for (int notario = 1; notario <= m_numNotarios; ++notario) {
-            if (DataSet *const tabla = Tabla(notario))
+            if (DataSet *const tabla = TablaDe(m_tablas, notario))
                 perdidos << AnadeHojaDelDia(*tabla, fecha, vacias.at(static_cast<std::size_t>(notario - 1)));
         }
     } catch (...) {
-        RangoPorFecha(fecha); // the settings could not be read: the day is to be seen all the same
+        TAgenda3P::RangoPorFecha(fecha); // the settings could not be read: the day is to be seen all the same
         throw;
     }
     // A slot is one of all tables, and is named once, however many of them lack it.
@@ -156,7 +156,7 @@ bool TAgenda3P::InsertaDia(QDate fecha, bool preguntar)
     perdidos.sort();
     for (const QString &hueco : std::as_const(perdidos))
         AvisaHuecoPerdido(hueco);
-    return RangoPorFecha(fecha);
+    return TAgenda3P::RangoPorFecha(fecha);
 }
 
 bool TAgenda3P::AnteriorDia()

@@ -83,7 +83,10 @@ TFAgendaConjunta::TFAgendaConjunta(IAgenda3P &motor, TClientesRaiz *clientes, co
     m_rejilla->setFocus();
 }
 
-TFAgendaConjunta::~TFAgendaConjunta() = default;
+TFAgendaConjunta::~TFAgendaConjunta()
+{
+    m_editor.clear(); // the filter is asked until the last of its objects has gone
+}
 
 void TFAgendaConjunta::ShowModal()
 {

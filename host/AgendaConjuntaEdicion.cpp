@@ -173,6 +173,7 @@ bool TFAgendaConjunta::GuardaEdicion(QLineEdit &editor, const QModelIndex &celda
 
 void TFAgendaConjunta::TerminaEdicion()
 {
+    m_editor.clear(); // deleted soon, and what reaches the filter meanwhile is no longer an edit's
     ConGuarda([this] {
         if (m_clientes)
             m_clientes->FinBusqueda();
