@@ -45,6 +45,8 @@ public:
     static Result<File> open(const std::filesystem::path &path, Mode mode);
 
     [[nodiscard]] bool isOpen() const;
+    /// Closes it, which gives back its locks. Every call on it fails from then on; unlock() does nothing.
+    void close() noexcept;
     [[nodiscard]] Result<FileStamp> stamp() const;
 
     /// Reads up to the buffer's size, less only at the end of the file. @return bytes read.

@@ -55,6 +55,18 @@ File::Native::~Native()
         ::close(descriptor);
 }
 
+bool File::Native::isOpen() const
+{
+    return descriptor >= 0;
+}
+
+void File::close() noexcept
+{
+    // Without a descriptor the system refuses every call.
+    if (const int open = m_native ? std::exchange(m_native->descriptor, -1) : -1; open >= 0)
+        ::close(open);
+}
+
 Result<File> File::open(const std::filesystem::path &path, Mode mode)
 {
     auto native = std::make_unique<Native>();

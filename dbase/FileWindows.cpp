@@ -43,6 +43,18 @@ File::Native::~Native()
         CloseHandle(handle);
 }
 
+bool File::Native::isOpen() const
+{
+    return handle && handle != INVALID_HANDLE_VALUE;
+}
+
+void File::close() noexcept
+{
+    // Without a handle the system refuses every call.
+    if (m_native && m_native->isOpen())
+        CloseHandle(std::exchange(m_native->handle, nullptr));
+}
+
 Result<File> File::open(const std::filesystem::path &path, Mode mode)
 {
     auto native = std::make_unique<Native>();

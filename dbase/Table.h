@@ -139,10 +139,15 @@ public:
     /// @return locked when somebody has not.
     Status pack();
     /// Drops every line and takes others in their place, in one step; everybody else must have the table
-    /// closed. On failure the lines are those of before.
+    /// closed. On failure the lines are those of before and nothing lies aside, but for one case: the disk
+    /// may fail to confirm the step itself. Then the answer is inputOutput, the copy stays aside, and a power
+    /// cut may leave the old lines or the new ones. Lines that are in place are a success: an index that
+    /// could not be written goes with them, and this object then refuses further work; the next one to open
+    /// the table puts it in order.
     /// @param rows   records of this table's layout, one behind the other.
-    /// @param aside  where a copy of the old file is left; must not exist. Empty for none.
-    /// @return locked when somebody has the table open.
+    /// @param aside  where a copy of the old file is left, on the disk before the old file goes; must not
+    /// exist. Empty for none.
+    /// @return locked when somebody has the table open, full, inputOutput.
     Status replaceLines(std::span<const std::uint8_t> rows, const std::filesystem::path &aside);
     /// Why the table takes no changes; empty when it does.
     [[nodiscard]] std::string readOnlyReason() const;

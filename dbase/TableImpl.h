@@ -17,6 +17,8 @@ namespace dbase
 // Byte ranges far behind the data, the same for every program of the family: nothing is ever written there.
 inline constexpr std::uint64_t headerLockOffset = 0xEFFFFFFE;
 inline constexpr std::uint64_t changeLockLength = 2; ///< header and append byte together
+/// Of the journal: held shared for as long as a table is open, exclusive by whoever is alone with its files.
+inline constexpr std::uint64_t presenceOffset = headerLockOffset;
 /// A record's byte lies below the header's.
 [[nodiscard]] inline std::uint64_t recordLockOffset(RecordNumber number)
 {
@@ -230,8 +232,14 @@ private:
     Status repairIndex();
     /// Whether the index file is exactly what the lines say, its blocks used once each.
     [[nodiscard]] bool indexIsRight(std::span<const TagKeys> keys) const;
+    // TableRewrite.cpp
     Status whileAlone(const std::function<Status()> &work);
     Status rewriteLines(std::span<const std::uint8_t> rows, const std::filesystem::path &aside);
+    Status writeBeside(const std::filesystem::path &written, std::span<const std::uint8_t> dateAndCount,
+                       std::span<const std::uint8_t> rows);
+    Status copyAside(const std::filesystem::path &aside) const;
+    Status takePlace(const std::filesystem::path &written);
+    Status giveOwnRights(const std::filesystem::path &to) const;
     Status rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRule> &rules);
     Status makeIndex(std::span<const TagDefinition> wanted);
     Status makeIndexAnew();

@@ -11,8 +11,6 @@ namespace dbase
 namespace
 {
 
-constexpr std::uint64_t mostRecords = 1'000'000'000; ///< as many lines as the lock bytes have room for
-
 bool sameName(const std::filesystem::path &a, const std::filesystem::path &b)
 {
     return sameText(displayName(a), displayName(b));

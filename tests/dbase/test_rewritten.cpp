@@ -80,6 +80,23 @@ TEST_F(Rewritten, OtherLinesComeInOneStepAndTheOldFileStaysAside)
     EXPECT_EQ(live(*open(), nullptr), rows);
 }
 
+#if !defined(_WIN32)
+TEST_F(Rewritten, TheNewFileHasTheRightsOfTheOldOne)
+{
+    using std::filesystem::perms;
+    for (const perms rights : {perms(0600), perms(0660), perms(0664)}) {
+        std::filesystem::permissions(file, rights);
+        const auto table = open();
+        ASSERT_TRUE(table->replaceLines(row(*table, "a"), aside).ok());
+        EXPECT_EQ(std::filesystem::status(file).permissions(), rights);
+        EXPECT_EQ(std::filesystem::status(aside).permissions(), rights);
+        ASSERT_TRUE(table->pack().ok());
+        EXPECT_EQ(std::filesystem::status(file).permissions(), rights);
+        std::filesystem::remove(aside);
+    }
+}
+#endif
+
 TEST_F(Rewritten, WhoOpensATableWhileItIsPackedWritesIntoTheNewFile)
 {
     constexpr int lines = 150;

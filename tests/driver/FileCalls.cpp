@@ -372,6 +372,8 @@ int rename(const char *from, const char *to) noexcept
     const auto name = nameOf(from);
     const auto newName = nameOf(to);
     if (name && newName) {
+        if (fails(Call::rename))
+            return -1;
         if (isLastChange())
             die();
         note({Event::Kind::renamed, *name, 0, {}, newName->string()});

@@ -15,8 +15,8 @@ namespace driver::filecalls
 {
 
 /// Giving back a lock never fails.
-enum class Call { open, read, write, flush, size, lock, look, map, reserve, unlock };
-inline constexpr std::size_t kindsOfCall = 10;
+enum class Call { open, read, write, flush, size, lock, look, map, reserve, unlock, rename };
+inline constexpr std::size_t kindsOfCall = 11;
 
 /// Which call fails, and how.
 struct Fault {
