@@ -49,6 +49,9 @@ public:
     void close() noexcept;
     [[nodiscard]] Result<FileStamp> stamp() const;
 
+    /// Whether two open files are one and the same, whatever their names.
+    [[nodiscard]] Result<bool> isSameAs(const File &other) const;
+
     /// Reads up to the buffer's size, less only at the end of the file. @return bytes read.
     Result<std::size_t> readAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const;
     /// Writes all of it. @return full when the disk is, inputOutput for any other refusal.

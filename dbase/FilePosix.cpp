@@ -103,6 +103,15 @@ Result<FileStamp> File::stamp() const
                      std::int64_t{info.st_mtim.tv_sec} * nanosecondsPerSecond + info.st_mtim.tv_nsec};
 }
 
+Result<bool> File::isSameAs(const File &other) const
+{
+    struct stat own = {};
+    struct stat theirs = {};
+    if (::fstat(m_native->descriptor, &own) != 0 || ::fstat(other.m_native->descriptor, &theirs) != 0)
+        return failureOfCall("no se puede consultar el fichero", m_native->name);
+    return own.st_dev == theirs.st_dev && own.st_ino == theirs.st_ino;
+}
+
 Result<std::size_t> File::readAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const
 {
     std::size_t done = 0;

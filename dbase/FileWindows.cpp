@@ -91,6 +91,17 @@ Result<FileStamp> File::stamp() const
             joined(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime) * 100)};
 }
 
+Result<bool> File::isSameAs(const File &other) const
+{
+    BY_HANDLE_FILE_INFORMATION own{};
+    BY_HANDLE_FILE_INFORMATION theirs{};
+    if (!GetFileInformationByHandle(m_native->handle, &own) ||
+        !GetFileInformationByHandle(other.m_native->handle, &theirs))
+        return failureOfCall("no se puede consultar el fichero", m_native->name);
+    return own.dwVolumeSerialNumber == theirs.dwVolumeSerialNumber &&
+           own.nFileIndexHigh == theirs.nFileIndexHigh && own.nFileIndexLow == theirs.nFileIndexLow;
+}
+
 Result<std::size_t> File::readAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const
 {
     std::size_t done = 0;

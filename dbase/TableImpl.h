@@ -19,6 +19,8 @@ inline constexpr std::uint64_t headerLockOffset = 0xEFFFFFFE;
 inline constexpr std::uint64_t changeLockLength = 2; ///< header and append byte together
 /// Of the journal: held shared for as long as a table is open, exclusive by whoever is alone with its files.
 inline constexpr std::uint64_t presenceOffset = headerLockOffset;
+/// Beyond the usual patience: another workstation may be putting a large table in order.
+inline constexpr auto repairPatience = std::chrono::seconds(2);
 /// A record's byte lies below the header's.
 [[nodiscard]] inline std::uint64_t recordLockOffset(RecordNumber number)
 {
@@ -92,6 +94,7 @@ public:
     /// Whether another file lies at the table's path by now: whoever packs a table puts one there, perhaps
     /// after this object has opened the old one and before it has joined those who must not be packed away.
     [[nodiscard]] Result<bool> isDisplaced() const;
+    bool wasDisplaced = false; ///< why open() has failed: the table is to be opened once more
     Status close();
     Status readRecord(RecordNumber number, std::span<std::uint8_t> record) const;
     Result<RecordNumber> append(std::span<const std::uint8_t> record);
@@ -151,6 +154,8 @@ private:
     Status openJournal();
     Status startJournal();
     Status joinOthers();
+    /// With presence held, which keeps the file in its place from then on.
+    Status refuseDisplaced();
     void mapHeader();
     Status openIndex();
     Status takeToldTags(const Status &why);
@@ -158,6 +163,8 @@ private:
     void goOnWithoutIndexFile();
     void retireIndexes();
     [[nodiscard]] bool soundForReading();
+    [[nodiscard]] bool wasClosedInOrder();
+    Status joinAsReader();
     Status readTags();
     [[nodiscard]] std::string whyNotKept(const MdxTag &tag, const Result<TagRule> &rule) const;
     [[nodiscard]] bool keysFit(const MdxTag &tag, const KeyExpression &expression) const;

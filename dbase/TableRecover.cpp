@@ -10,8 +10,6 @@ namespace dbase
 namespace
 {
 
-/// Beyond the usual patience: another workstation may be putting a large table in order.
-constexpr auto repairPatience = std::chrono::seconds(2);
 constexpr std::uint64_t largestJournal =
     std::uint64_t{256} * 1024 * 1024; ///< no commit of ours is half as long
 
@@ -30,8 +28,11 @@ Status TableImpl::openJournal()
             return opened.status();
         if (!readOnly)
             readOnlyReason = "no se puede escribir en la carpeta de la tabla";
-        readOnly = true; // without a journal nothing is written
-        return {};
+        // Without a journal nothing is written; one that can be read still tells who has the table open.
+        if (!std::exchange(readOnly, true))
+            opened = File::open(file, File::Mode::readOnly);
+        if (!opened.ok())
+            return {};
     }
     m_journal = std::move(opened).value();
     return {};
@@ -61,23 +62,27 @@ Status TableImpl::joinOthers()
     const auto deadline = std::chrono::steady_clock::now() + options.lockTimeout + repairPatience;
     for (;;) {
         const auto alone = m_journal.tryLock(presenceOffset, 1, File::LockKind::exclusive);
-        if (!alone.ok())
-            return alone.status();
-        if (alone.value()) {
-            m_presence = RangeLock(m_journal, presenceOffset, 1);
-            const Status status = recover();
-            if (!status.ok())
-                return status;
-        }
-        const auto joined = m_presence.held()
-                                ? m_journal.convertLock(presenceOffset, 1, File::LockKind::shared)
-                                : m_journal.tryLock(presenceOffset, 1, File::LockKind::shared);
+        const auto joined = alone.ok() && !alone.value()
+                                ? m_journal.tryLock(presenceOffset, 1, File::LockKind::shared)
+                                : alone;
         if (!joined.ok())
             return joined.status();
         if (joined.value()) {
-            if (!m_presence.held())
-                m_presence = RangeLock(m_journal, presenceOffset, 1);
-            break;
+            m_presence = RangeLock(m_journal, presenceOffset, 1);
+            // From here on nobody puts another file in the table's place; while this one waited somebody may
+            // have. Journal and index are about that other file then, and nothing is written to them.
+            if (const Status status = refuseDisplaced(); !status.ok())
+                return status;
+            if (!alone.value())
+                break;
+            if (const Status status = recover(); !status.ok())
+                return status;
+            const auto shared = m_journal.convertLock(presenceOffset, 1, File::LockKind::shared);
+            if (!shared.ok())
+                return shared.status();
+            if (shared.value())
+                break;
+            m_presence.disown(); // lost to somebody who came in between
         }
         if (std::chrono::steady_clock::now() > deadline)
             return failure(ErrorKind::locked, "otro puesto está arreglando la tabla");
@@ -302,6 +307,9 @@ Status TableImpl::closeInOrder()
     const auto last = m_journal.convertLock(presenceOffset, 1, File::LockKind::exclusive);
     if (!last.ok() || !last.value())
         return last.status();
+    // Another program may have put another file there: journal and index are that one's from then on.
+    if (const auto displaced = isDisplaced(); !displaced.ok() || displaced.value())
+        return displaced.status().kind() == ErrorKind::notFound ? Status() : displaced.status();
     if (const auto unfinished = lookAtJournal(); !unfinished.ok() || unfinished.value())
         return unfinished.status();
     if (m_state.closedInOrder && closedAsSeen())

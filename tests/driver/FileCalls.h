@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -62,6 +63,9 @@ void fail(std::optional<Fault> fault);
 [[nodiscard]] int tally(Call call);
 [[nodiscard]] int tally(); ///< of all kinds
 void tallyAnew();
+/// Does something just before a journal is locked the next time: what another workstation does in between.
+/// The calls of `work` are made as any others.
+void beforeLockOfJournal(std::function<void()> work);
 /// The process kills itself at its n-th change of a file, in mid-write where that is one.
 void dieAt(int change);
 

@@ -99,4 +99,50 @@ TEST(FailingRewrites, LeaveTheLinesThatWereAnswered)
     }
 }
 
+/// A table that is packed after somebody has opened its file and before it has joined: journal and index are
+/// the new file's, and who still has the old one leaves them alone.
+TEST(Displaced, AnOpenerThatWaitedWritesNothingForTheOldFile)
+{
+    const support::TempFolder folder;
+    ASSERT_TRUE(AgendaTable::create(folder.path()).ok());
+    const auto jnl = folder.path() / "AGENDA_N.JNL";
+    const auto mdx = folder.path() / "AGENDA_N.MDX";
+    std::string journal;
+    std::string index;
+    filecalls::watch(folder.path(), false);
+    filecalls::beforeLockOfJournal([&] {
+        AgendaTable other;
+        ASSERT_TRUE(other.open(folder.path(), patience).ok());
+        ASSERT_TRUE(other.table().erase(1).ok());
+        ASSERT_TRUE(other.table().pack().ok());
+        ASSERT_TRUE(other.close().ok());
+        journal = support::readFile(jnl);
+        index = support::readFile(mdx);
+    });
+    AgendaTable agenda;
+    ASSERT_TRUE(agenda.open(folder.path(), patience).ok());
+    EXPECT_FALSE(journal.empty());
+    EXPECT_EQ(agenda.table().recordCount(), 3U);
+    EXPECT_TRUE(support::readFile(jnl) == journal);
+    EXPECT_TRUE(support::readFile(mdx) == index);
+    filecalls::unwatch();
+}
+
+/// A program that knows nothing of the journal puts another file there while the table is open.
+TEST(Displaced, LeavingATableWritesNothingAboutTheNewFile)
+{
+    const support::TempFolder folder;
+    ASSERT_TRUE(AgendaTable::create(folder.path()).ok());
+    const auto file = folder.path() / "AGENDA_N.DBF";
+    const auto jnl = folder.path() / "AGENDA_N.JNL";
+    AgendaTable agenda;
+    ASSERT_TRUE(agenda.open(folder.path(), patience).ok());
+    ASSERT_TRUE(agenda.table().erase(1).ok());
+    std::filesystem::copy_file(file, folder.path() / "otra");
+    std::filesystem::rename(folder.path() / "otra", file);
+    const std::string journal = support::readFile(jnl);
+    EXPECT_TRUE(agenda.close().ok());
+    EXPECT_TRUE(support::readFile(jnl) == journal);
+}
+
 } // namespace
