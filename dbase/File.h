@@ -28,7 +28,7 @@ struct FileStamp {
 };
 
 /// One open file. Reads and writes name their place; nothing is buffered.
-class File
+class DBASE_EXPORT File
 {
 public:
     enum class Mode { readOnly, readWrite, createNew };
@@ -120,7 +120,7 @@ private:
 };
 
 /// Makes names that were added to a folder survive a power cut, where the system needs to be told.
-Status syncFolder(const std::filesystem::path &folder);
+DBASE_EXPORT Status syncFolder(const std::filesystem::path &folder);
 
 /// A byte range held; given back at the end of its life.
 class RangeLock

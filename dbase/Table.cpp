@@ -75,6 +75,11 @@ Result<std::unique_ptr<Table>> Table::open(const std::filesystem::path &file, co
     return Status(ErrorKind::locked, "otro puesto está arreglando la tabla", displayName(file));
 }
 
+Result<bool> Table::isInUse(const std::filesystem::path &file)
+{
+    return TableImpl(file, {}).hasOthers();
+}
+
 Status Table::close(std::unique_ptr<Table> table)
 {
     return table->m_impl->close();

@@ -66,9 +66,14 @@ class DBASE_EXPORT Table
 public:
     /// Makes a new, empty table; an existing file is refused (invalidArgument), never overwritten.
     static Status create(const std::filesystem::path &file, const TableDefinition &definition);
-    /// @return notFound, damaged, unsupported, inputOutput. A file without write permission opens read-only.
+    /// @return notFound, damaged, unsupported, inputOutput, locked (somebody puts it in order). A file
+    /// without write permission opens read-only.
     static Result<std::unique_ptr<Table>> open(const std::filesystem::path &file,
                                                const OpenOptions &options = {});
+
+    /// Whether anybody has the table open, as far as the journal beside it tells; also where the table itself
+    /// is missing or cannot be opened. @return inputOutput.
+    static Result<bool> isInUse(const std::filesystem::path &file);
 
     /// Leaves a table and says how it went; the destructor leaves it as well, and keeps a failure to itself.
     /// What was acknowledged is safe either way: after a failure the next opener looks the table over.

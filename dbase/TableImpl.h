@@ -94,6 +94,8 @@ public:
     /// Whether another file lies at the table's path by now: whoever packs a table puts one there, perhaps
     /// after this object has opened the old one and before it has joined those who must not be packed away.
     [[nodiscard]] Result<bool> isDisplaced() const;
+    /// Whether others have joined; for a table that is not open here.
+    [[nodiscard]] Result<bool> hasOthers() const;
     bool wasDisplaced = false; ///< why open() has failed: the table is to be opened once more
     Status close();
     Status readRecord(RecordNumber number, std::span<std::uint8_t> record) const;

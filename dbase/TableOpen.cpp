@@ -140,6 +140,17 @@ Result<bool> TableImpl::isDisplaced() const
     return own.value() != now.value();
 }
 
+Result<bool> TableImpl::hasOthers() const
+{
+    // For writing, where that is allowed: not every system answers without trying to take the lock.
+    auto journal = File::open(sibling(".JNL"), File::Mode::readWrite);
+    if (journal.status().kind() == ErrorKind::readOnly)
+        journal = File::open(sibling(".JNL"), File::Mode::readOnly);
+    if (journal.status().kind() == ErrorKind::notFound)
+        return false;
+    return journal.ok() ? journal.value().isLockedElsewhere(presenceOffset, 1) : journal.status();
+}
+
 Status TableImpl::refuseDisplaced()
 {
     const auto displaced = isDisplaced();
