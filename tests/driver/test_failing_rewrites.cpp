@@ -17,15 +17,15 @@ using namespace driver;
 using filecalls::Call;
 using filecalls::Fault;
 
-constexpr auto patience = std::chrono::milliseconds(40);
+constexpr auto shortPatience = std::chrono::milliseconds(40);
 
-struct Kind {
+struct RewriteFault {
     std::optional<Call> call;
     int error;
     bool staysBroken;
 };
 
-const Kind kinds[] = {
+const RewriteFault rewriteFaults[] = {
     {Call::rename, EACCES, true}, {Call::open, EMFILE, false}, {Call::open, EMFILE, true},
     {Call::write, ENOSPC, false}, {Call::write, ENOSPC, true}, {Call::flush, EIO, false},
     {Call::flush, EIO, true},     {Call::read, EIO, false},    {Call::read, EIO, true},
@@ -33,7 +33,7 @@ const Kind kinds[] = {
     {{}, ESTALE, true},
 };
 
-Bytes linesOf(const dbase::Table &table)
+Bytes liveLines(const dbase::Table &table)
 {
     std::vector<dbase::RecordNumber> numbers;
     Bytes rows;
@@ -43,7 +43,7 @@ Bytes linesOf(const dbase::Table &table)
 
 /// One replacement of the lines in which a call fails.
 /// @return whether there were that many calls.
-bool replaceWith(const Image &start, const Kind &kind, int number)
+bool replaceWith(const Image &start, const RewriteFault &kind, int number)
 {
     const support::TempFolder folder;
     writeImage(folder.path(), start);
@@ -51,8 +51,8 @@ bool replaceWith(const Image &start, const Kind &kind, int number)
     const std::string file = support::readFile(folder.path() / "AGENDA_N.DBF");
     filecalls::watch(folder.path(), false);
     AgendaTable agenda;
-    EXPECT_TRUE(agenda.open(folder.path(), patience).ok());
-    const Bytes before = linesOf(agenda.table());
+    EXPECT_TRUE(agenda.open(folder.path(), shortPatience).ok());
+    const Bytes before = liveLines(agenda.table());
     const Bytes after(before.begin(), before.begin() + static_cast<long>(agenda.table().recordLength()));
     const auto held = agenda.table().lockRecord(2); // given back to whatever file there is in the end
     filecalls::fail(Fault{kind.call, number, kind.error, kind.staysBroken, false});
@@ -61,7 +61,7 @@ bool replaceWith(const Image &start, const Kind &kind, int number)
     filecalls::fail({});
     if (kind.call == Call::rename && met) {
         EXPECT_EQ(status.kind(), dbase::ErrorKind::inputOutput);
-        EXPECT_EQ(linesOf(agenda.table()), before) << "the table goes on with its old file";
+        EXPECT_EQ(liveLines(agenda.table()), before) << "the table goes on with its old file";
         EXPECT_TRUE(agenda.table().erase(1).ok());
         EXPECT_TRUE(agenda.table().replaceLines(before, {}).ok());
     }
@@ -75,8 +75,8 @@ bool replaceWith(const Image &start, const Kind &kind, int number)
     if (kept) {
         EXPECT_EQ(support::readFile(aside), file);
     }
-    EXPECT_TRUE(agenda.open(folder.path(), patience).ok());
-    const Bytes now = linesOf(agenda.table());
+    EXPECT_TRUE(agenda.open(folder.path(), shortPatience).ok());
+    const Bytes now = liveLines(agenda.table());
     EXPECT_TRUE(now == (status.ok() ? after : before) || (unsure && now == after)) << status.message();
     EXPECT_TRUE(agenda.table().check().ok());
     filecalls::unwatch();
@@ -88,7 +88,7 @@ TEST(FailingRewrites, LeaveTheLinesThatWereAnswered)
     const support::TempFolder folder;
     ASSERT_TRUE(AgendaTable::create(folder.path()).ok());
     const Image start = readImage(folder.path());
-    for (const Kind &kind : kinds) {
+    for (const RewriteFault &kind : rewriteFaults) {
         int number = 1;
         for (bool met = true; met && !HasFailure(); ++number) {
             SCOPED_TRACE("call " + (kind.call ? std::to_string(static_cast<int>(*kind.call)) : "any") +
@@ -112,7 +112,7 @@ TEST(Displaced, AnOpenerThatWaitedWritesNothingForTheOldFile)
     filecalls::watch(folder.path(), false);
     filecalls::beforeLockOfJournal([&] {
         AgendaTable other;
-        ASSERT_TRUE(other.open(folder.path(), patience).ok());
+        ASSERT_TRUE(other.open(folder.path(), shortPatience).ok());
         ASSERT_TRUE(other.table().erase(1).ok());
         ASSERT_TRUE(other.table().pack().ok());
         ASSERT_TRUE(other.close().ok());
@@ -120,7 +120,7 @@ TEST(Displaced, AnOpenerThatWaitedWritesNothingForTheOldFile)
         index = support::readFile(mdx);
     });
     AgendaTable agenda;
-    ASSERT_TRUE(agenda.open(folder.path(), patience).ok());
+    ASSERT_TRUE(agenda.open(folder.path(), shortPatience).ok());
     EXPECT_FALSE(journal.empty());
     EXPECT_EQ(agenda.table().recordCount(), 3U);
     EXPECT_TRUE(support::readFile(jnl) == journal);
@@ -136,7 +136,7 @@ TEST(Displaced, LeavingATableWritesNothingAboutTheNewFile)
     const auto file = folder.path() / "AGENDA_N.DBF";
     const auto jnl = folder.path() / "AGENDA_N.JNL";
     AgendaTable agenda;
-    ASSERT_TRUE(agenda.open(folder.path(), patience).ok());
+    ASSERT_TRUE(agenda.open(folder.path(), shortPatience).ok());
     ASSERT_TRUE(agenda.table().erase(1).ok());
     std::filesystem::copy_file(file, folder.path() / "otra");
     std::filesystem::rename(folder.path() / "otra", file);
