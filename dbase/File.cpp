@@ -20,7 +20,7 @@ File::~File() = default;
 
 bool File::isOpen() const
 {
-    return m_native != nullptr;
+    return m_native && m_native->isOpen();
 }
 
 } // namespace dbase

@@ -28,7 +28,7 @@ struct FileStamp {
 };
 
 /// One open file. Reads and writes name their place; nothing is buffered.
-class File
+class DBASE_EXPORT File
 {
 public:
     enum class Mode { readOnly, readWrite, createNew };
@@ -45,7 +45,12 @@ public:
     static Result<File> open(const std::filesystem::path &path, Mode mode);
 
     [[nodiscard]] bool isOpen() const;
+    /// Closes it, which gives back its locks. Every call on it fails from then on; unlock() does nothing.
+    void close() noexcept;
     [[nodiscard]] Result<FileStamp> stamp() const;
+
+    /// Whether two open files are one and the same, whatever their names.
+    [[nodiscard]] Result<bool> isSameAs(const File &other) const;
 
     /// Reads up to the buffer's size, less only at the end of the file. @return bytes read.
     Result<std::size_t> readAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const;
@@ -115,7 +120,7 @@ private:
 };
 
 /// Makes names that were added to a folder survive a power cut, where the system needs to be told.
-Status syncFolder(const std::filesystem::path &folder);
+DBASE_EXPORT Status syncFolder(const std::filesystem::path &folder);
 
 /// A byte range held; given back at the end of its life.
 class RangeLock

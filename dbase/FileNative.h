@@ -13,6 +13,7 @@ struct File::Native {
 #else
     int descriptor = -1;
 #endif
+    [[nodiscard]] bool isOpen() const;
     std::string name; ///< for messages
 
     Native() = default;

@@ -55,6 +55,18 @@ File::Native::~Native()
         ::close(descriptor);
 }
 
+bool File::Native::isOpen() const
+{
+    return descriptor >= 0;
+}
+
+void File::close() noexcept
+{
+    // Without a descriptor the system refuses every call.
+    if (const int open = m_native ? std::exchange(m_native->descriptor, -1) : -1; open >= 0)
+        ::close(open);
+}
+
 Result<File> File::open(const std::filesystem::path &path, Mode mode)
 {
     auto native = std::make_unique<Native>();
@@ -89,6 +101,15 @@ Result<FileStamp> File::stamp() const
         return failureOfCall("no se puede consultar el fichero", m_native->name);
     return FileStamp{static_cast<std::uint64_t>(info.st_size),
                      std::int64_t{info.st_mtim.tv_sec} * nanosecondsPerSecond + info.st_mtim.tv_nsec};
+}
+
+Result<bool> File::isSameAs(const File &other) const
+{
+    struct stat own = {};
+    struct stat theirs = {};
+    if (::fstat(m_native->descriptor, &own) != 0 || ::fstat(other.m_native->descriptor, &theirs) != 0)
+        return failureOfCall("no se puede consultar el fichero", m_native->name);
+    return own.st_dev == theirs.st_dev && own.st_ino == theirs.st_ino;
 }
 
 Result<std::size_t> File::readAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const

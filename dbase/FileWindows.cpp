@@ -43,6 +43,18 @@ File::Native::~Native()
         CloseHandle(handle);
 }
 
+bool File::Native::isOpen() const
+{
+    return handle && handle != INVALID_HANDLE_VALUE;
+}
+
+void File::close() noexcept
+{
+    // Without a handle the system refuses every call.
+    if (m_native && m_native->isOpen())
+        CloseHandle(std::exchange(m_native->handle, nullptr));
+}
+
 Result<File> File::open(const std::filesystem::path &path, Mode mode)
 {
     auto native = std::make_unique<Native>();
@@ -77,6 +89,17 @@ Result<FileStamp> File::stamp() const
         joined(info.nFileSizeHigh, info.nFileSizeLow),
         static_cast<std::int64_t>(
             joined(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime) * 100)};
+}
+
+Result<bool> File::isSameAs(const File &other) const
+{
+    BY_HANDLE_FILE_INFORMATION own{};
+    BY_HANDLE_FILE_INFORMATION theirs{};
+    if (!GetFileInformationByHandle(m_native->handle, &own) ||
+        !GetFileInformationByHandle(other.m_native->handle, &theirs))
+        return failureOfCall("no se puede consultar el fichero", m_native->name);
+    return own.dwVolumeSerialNumber == theirs.dwVolumeSerialNumber &&
+           own.nFileIndexHigh == theirs.nFileIndexHigh && own.nFileIndexLow == theirs.nFileIndexLow;
 }
 
 Result<std::size_t> File::readAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const

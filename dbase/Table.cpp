@@ -62,18 +62,22 @@ Status Table::create(const std::filesystem::path &file, const TableDefinition &d
 
 Result<std::unique_ptr<Table>> Table::open(const std::filesystem::path &file, const OpenOptions &options)
 {
-    constexpr int mostAttempts = 10;
-    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+    // Whoever packs a table over and over again does not keep others out for ever.
+    const auto deadline = std::chrono::steady_clock::now() + options.lockTimeout + repairPatience;
+    do {
         auto impl = std::make_unique<TableImpl>(file, options);
-        if (const Status status = impl->open(); !status.ok())
-            return status;
-        const auto displaced = impl->isDisplaced();
-        if (!displaced.ok())
-            return displaced.status();
-        if (!displaced.value())
+        const Status status = impl->open();
+        if (status.ok())
             return std::unique_ptr<Table>(new Table(std::move(impl))); // a private constructor; owned at once
-    }
+        if (!impl->wasDisplaced)
+            return status;
+    } while (std::chrono::steady_clock::now() < deadline);
     return Status(ErrorKind::locked, "otro puesto está arreglando la tabla", displayName(file));
+}
+
+Result<bool> Table::isInUse(const std::filesystem::path &file)
+{
+    return TableImpl(file, {}).hasOthers();
 }
 
 Status Table::close(std::unique_ptr<Table> table)

@@ -66,9 +66,14 @@ class DBASE_EXPORT Table
 public:
     /// Makes a new, empty table; an existing file is refused (invalidArgument), never overwritten.
     static Status create(const std::filesystem::path &file, const TableDefinition &definition);
-    /// @return notFound, damaged, unsupported, inputOutput. A file without write permission opens read-only.
+    /// @return notFound, damaged, unsupported, inputOutput, locked (somebody puts it in order). A file
+    /// without write permission opens read-only.
     static Result<std::unique_ptr<Table>> open(const std::filesystem::path &file,
                                                const OpenOptions &options = {});
+
+    /// Whether anybody has the table open, as far as the journal beside it tells; also where the table itself
+    /// is missing or cannot be opened. @return inputOutput.
+    static Result<bool> isInUse(const std::filesystem::path &file);
 
     /// Leaves a table and says how it went; the destructor leaves it as well, and keeps a failure to itself.
     /// What was acknowledged is safe either way: after a failure the next opener looks the table over.
@@ -139,10 +144,15 @@ public:
     /// @return locked when somebody has not.
     Status pack();
     /// Drops every line and takes others in their place, in one step; everybody else must have the table
-    /// closed. On failure the lines are those of before.
+    /// closed. On failure the lines are those of before and nothing lies aside, but for one case: the disk
+    /// may fail to confirm the step itself. Then the answer is inputOutput, the copy stays aside, and a power
+    /// cut may leave the old lines or the new ones. Lines that are in place are a success: an index that
+    /// could not be written goes with them, and this object then refuses further work; the next one to open
+    /// the table puts it in order.
     /// @param rows   records of this table's layout, one behind the other.
-    /// @param aside  where a copy of the old file is left; must not exist. Empty for none.
-    /// @return locked when somebody has the table open.
+    /// @param aside  where a copy of the old file is left, on the disk before the old file goes; must not
+    /// exist. Empty for none.
+    /// @return locked when somebody has the table open, full, inputOutput.
     Status replaceLines(std::span<const std::uint8_t> rows, const std::filesystem::path &aside);
     /// Why the table takes no changes; empty when it does.
     [[nodiscard]] std::string readOnlyReason() const;

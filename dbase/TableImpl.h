@@ -17,6 +17,10 @@ namespace dbase
 // Byte ranges far behind the data, the same for every program of the family: nothing is ever written there.
 inline constexpr std::uint64_t headerLockOffset = 0xEFFFFFFE;
 inline constexpr std::uint64_t changeLockLength = 2; ///< header and append byte together
+/// Of the journal: held shared for as long as a table is open, exclusive by whoever is alone with its files.
+inline constexpr std::uint64_t presenceOffset = headerLockOffset;
+/// Beyond the usual patience: another workstation may be putting a large table in order.
+inline constexpr auto repairPatience = std::chrono::seconds(2);
 /// A record's byte lies below the header's.
 [[nodiscard]] inline std::uint64_t recordLockOffset(RecordNumber number)
 {
@@ -90,6 +94,9 @@ public:
     /// Whether another file lies at the table's path by now: whoever packs a table puts one there, perhaps
     /// after this object has opened the old one and before it has joined those who must not be packed away.
     [[nodiscard]] Result<bool> isDisplaced() const;
+    /// Whether others have joined; for a table that is not open here.
+    [[nodiscard]] Result<bool> hasOthers() const;
+    bool wasDisplaced = false; ///< why open() has failed: the table is to be opened once more
     Status close();
     Status readRecord(RecordNumber number, std::span<std::uint8_t> record) const;
     Result<RecordNumber> append(std::span<const std::uint8_t> record);
@@ -149,6 +156,8 @@ private:
     Status openJournal();
     Status startJournal();
     Status joinOthers();
+    /// With presence held, which keeps the file in its place from then on.
+    Status refuseDisplaced();
     void mapHeader();
     Status openIndex();
     Status takeToldTags(const Status &why);
@@ -156,6 +165,8 @@ private:
     void goOnWithoutIndexFile();
     void retireIndexes();
     [[nodiscard]] bool soundForReading();
+    [[nodiscard]] bool wasClosedInOrder();
+    Status joinAsReader();
     Status readTags();
     [[nodiscard]] std::string whyNotKept(const MdxTag &tag, const Result<TagRule> &rule) const;
     [[nodiscard]] bool keysFit(const MdxTag &tag, const KeyExpression &expression) const;
@@ -230,8 +241,14 @@ private:
     Status repairIndex();
     /// Whether the index file is exactly what the lines say, its blocks used once each.
     [[nodiscard]] bool indexIsRight(std::span<const TagKeys> keys) const;
+    // TableRewrite.cpp
     Status whileAlone(const std::function<Status()> &work);
     Status rewriteLines(std::span<const std::uint8_t> rows, const std::filesystem::path &aside);
+    Status writeBeside(const std::filesystem::path &written, std::span<const std::uint8_t> dateAndCount,
+                       std::span<const std::uint8_t> rows);
+    Status copyAside(const std::filesystem::path &aside) const;
+    Status takePlace(const std::filesystem::path &written);
+    Status giveOwnRights(const std::filesystem::path &to) const;
     Status rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRule> &rules);
     Status makeIndex(std::span<const TagDefinition> wanted);
     Status makeIndexAnew();

@@ -11,8 +11,6 @@ namespace dbase
 namespace
 {
 
-constexpr std::uint64_t mostRecords = 1'000'000'000; ///< as many lines as the lock bytes have room for
-
 bool sameName(const std::filesystem::path &a, const std::filesystem::path &b)
 {
     return sameText(displayName(a), displayName(b));
@@ -101,34 +99,88 @@ Status TableImpl::open()
     return status;
 }
 
+/// Whether the journal's header says that the files are in order, and they look like it.
+bool TableImpl::wasClosedInOrder()
+{
+    if (!m_journal.isOpen())
+        return false;
+    std::vector<std::uint8_t> bytes(journalSector);
+    const auto got = m_journal.readAt(0, bytes);
+    const auto state = got.ok() && got.value() == bytes.size() ? decodeJournalHeader(bytes) : std::nullopt;
+    if (!state)
+        return false;
+    takeState(*state, bytes);
+    return closedAsSeen();
+}
+
 /// Whether an index that cannot be repaired may be believed.
 bool TableImpl::soundForReading()
 {
-    std::vector<std::uint8_t> bytes(journalSector);
-    if (m_journal.isOpen()) {
-        const auto got = m_journal.readAt(0, bytes);
-        const auto state =
-            got.ok() && got.value() == bytes.size() ? decodeJournalHeader(bytes) : std::nullopt;
-        if (state) {
-            takeState(*state, bytes);
-            if (closedAsSeen())
-                return true;
-        }
-    }
+    if (wasClosedInOrder())
+        return true;
     const auto keys = keysOfAll();
     return keys.ok() && indexIsRight(keys.value());
 }
 
 Result<bool> TableImpl::isDisplaced() const
 {
-    // By size and time, which a new file does not share with the old one. A line written by others between
-    // the two looks only costs another opening.
-    const auto own = m_dbf.stamp();
     const auto there = File::open(path, File::Mode::readOnly);
-    if (!own.ok() || !there.ok())
-        return own.ok() ? there.status() : own.status();
+    if (!there.ok())
+        return there.status();
+    const auto same = m_dbf.isSameAs(there.value());
+    if (!same.ok() || same.value())
+        return same.ok() ? Result<bool>(false) : same.status();
+    if (!m_remote)
+        return true;
+    // Not every share gives a file the same number each time; another file has another size or time as well.
+    const auto own = m_dbf.stamp();
     const auto now = there.value().stamp();
-    return now.ok() ? Result<bool>(now.value() != own.value()) : now.status();
+    if (!own.ok() || !now.ok())
+        return own.ok() ? now.status() : own.status();
+    return own.value() != now.value();
+}
+
+Result<bool> TableImpl::hasOthers() const
+{
+    // For writing, where that is allowed: not every system answers without trying to take the lock.
+    auto journal = File::open(sibling(".JNL"), File::Mode::readWrite);
+    if (journal.status().kind() == ErrorKind::readOnly)
+        journal = File::open(sibling(".JNL"), File::Mode::readOnly);
+    if (journal.status().kind() == ErrorKind::notFound)
+        return false;
+    return journal.ok() ? journal.value().isLockedElsewhere(presenceOffset, 1) : journal.status();
+}
+
+Status TableImpl::refuseDisplaced()
+{
+    const auto displaced = isDisplaced();
+    if (!displaced.ok() || !displaced.value())
+        return displaced.status();
+    wasDisplaced = true;
+    m_presence.release();
+    return failure(ErrorKind::locked, "la tabla se ha cambiado por otra mientras se abría");
+}
+
+/// A reader joins as well, so that the file is not packed away beneath it. But who is not alone takes it that
+/// the first one has put everything in order, which a reader cannot: it joins only where that is so.
+Status TableImpl::joinAsReader()
+{
+    const auto isInOrder = [this] {
+        const auto others = m_journal.isLockedElsewhere(presenceOffset, 1);
+        return (others.ok() && others.value()) || wasClosedInOrder();
+    };
+    if (m_journal.isOpen() && isInOrder()) {
+        auto joined =
+            waitForLock(m_journal, presenceOffset, 1, File::LockKind::shared,
+                        options.lockTimeout + repairPatience, "otro puesto está arreglando la tabla");
+        if (joined.status().kind() == ErrorKind::locked)
+            return joined.status();
+        if (joined.ok())
+            m_presence = std::move(joined).value();
+        if (!isInOrder())
+            m_presence.release(); // the others went in between, not in order
+    }
+    return refuseDisplaced();
 }
 
 Status TableImpl::openFiles()
@@ -156,8 +208,8 @@ Status TableImpl::openFiles()
         if (!got.ok() || got.value() != bytes.size() || !decodeJournalHeader(bytes))
             m_journal = File();
     }
-    if (status.ok() && !readOnly)
-        status = joinOthers();
+    if (status.ok())
+        status = readOnly ? joinAsReader() : joinOthers();
     return status.ok() ? linesInFile().status() : status;
 }
 

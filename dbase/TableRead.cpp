@@ -157,6 +157,12 @@ Result<bool> TableImpl::refresh()
     // A group that has changed nothing yet may still look; one that has goes by what it knows.
     if (m_held == Held::changing && !(m_group && m_group->changes.empty()))
         return false;
+    if (!m_presence.held()) {
+        // Nothing keeps the file in its place.
+        if (const auto displaced = isDisplaced(); displaced.ok() && displaced.value())
+            return failure(ErrorKind::inputOutput,
+                           "la tabla se ha cambiado por otra; ciérrela y vuelva a abrirla");
+    }
     const auto unfinished = lookAtJournal();
     if (!unfinished.ok())
         return unfinished.status();

@@ -10,13 +10,8 @@ namespace dbase
 namespace
 {
 
-constexpr std::uint64_t presenceOffset = headerLockOffset;
-/// Beyond the usual patience: another workstation may be putting a large table in order.
-constexpr auto repairPatience = std::chrono::seconds(2);
 constexpr std::uint64_t largestJournal =
     std::uint64_t{256} * 1024 * 1024; ///< no commit of ours is half as long
-///< no commit of ours is half as long
-constexpr std::uint64_t mostRecords = 1'000'000'000; ///< as many lines as the lock bytes have room for
 
 } // namespace
 
@@ -33,8 +28,11 @@ Status TableImpl::openJournal()
             return opened.status();
         if (!readOnly)
             readOnlyReason = "no se puede escribir en la carpeta de la tabla";
-        readOnly = true; // without a journal nothing is written
-        return {};
+        // Without a journal nothing is written; one that can be read still tells who has the table open.
+        if (!std::exchange(readOnly, true))
+            opened = File::open(file, File::Mode::readOnly);
+        if (!opened.ok())
+            return {};
     }
     m_journal = std::move(opened).value();
     return {};
@@ -64,23 +62,27 @@ Status TableImpl::joinOthers()
     const auto deadline = std::chrono::steady_clock::now() + options.lockTimeout + repairPatience;
     for (;;) {
         const auto alone = m_journal.tryLock(presenceOffset, 1, File::LockKind::exclusive);
-        if (!alone.ok())
-            return alone.status();
-        if (alone.value()) {
-            m_presence = RangeLock(m_journal, presenceOffset, 1);
-            const Status status = recover();
-            if (!status.ok())
-                return status;
-        }
-        const auto joined = m_presence.held()
-                                ? m_journal.convertLock(presenceOffset, 1, File::LockKind::shared)
-                                : m_journal.tryLock(presenceOffset, 1, File::LockKind::shared);
+        const auto joined = alone.ok() && !alone.value()
+                                ? m_journal.tryLock(presenceOffset, 1, File::LockKind::shared)
+                                : alone;
         if (!joined.ok())
             return joined.status();
         if (joined.value()) {
-            if (!m_presence.held())
-                m_presence = RangeLock(m_journal, presenceOffset, 1);
-            break;
+            m_presence = RangeLock(m_journal, presenceOffset, 1);
+            // From here on nobody puts another file in the table's place; while this one waited somebody may
+            // have. Journal and index are about that other file then, and nothing is written to them.
+            if (const Status status = refuseDisplaced(); !status.ok())
+                return status;
+            if (!alone.value())
+                break;
+            if (const Status status = recover(); !status.ok())
+                return status;
+            const auto shared = m_journal.convertLock(presenceOffset, 1, File::LockKind::shared);
+            if (!shared.ok())
+                return shared.status();
+            if (shared.value())
+                break;
+            m_presence.disown(); // lost to somebody who came in between
         }
         if (std::chrono::steady_clock::now() > deadline)
             return failure(ErrorKind::locked, "otro puesto está arreglando la tabla");
@@ -305,6 +307,9 @@ Status TableImpl::closeInOrder()
     const auto last = m_journal.convertLock(presenceOffset, 1, File::LockKind::exclusive);
     if (!last.ok() || !last.value())
         return last.status();
+    // Another program may have put another file there: journal and index are that one's from then on.
+    if (const auto displaced = isDisplaced(); !displaced.ok() || displaced.value())
+        return displaced.status().kind() == ErrorKind::notFound ? Status() : displaced.status();
     if (const auto unfinished = lookAtJournal(); !unfinished.ok() || unfinished.value())
         return unfinished.status();
     if (m_state.closedInOrder && closedAsSeen())
@@ -315,106 +320,6 @@ Status TableImpl::closeInOrder()
     const Status status = checkpoint(true);
     endChange();
     return status;
-}
-
-// ---------------------------------------------------------------------------------------------------------------------
-// Packing
-
-Status TableImpl::pack()
-{
-    return whileAlone([this] {
-        std::vector<std::uint8_t> rows;
-        const Status status = scan(1, [&](RecordNumber /*number*/, std::span<const std::uint8_t> record) {
-            if (!isDeleted(record))
-                rows.insert(rows.end(), record.begin(), record.end());
-        });
-        return status.ok() ? rewriteLines(rows, {}) : status;
-    });
-}
-
-Status TableImpl::replaceLines(std::span<const std::uint8_t> rows, const std::filesystem::path &aside)
-{
-    if (rows.size() % header.recordLength != 0)
-        return failure(ErrorKind::invalidArgument, "las líneas no son de esta tabla");
-    return whileAlone([&] { return rewriteLines(rows, aside); });
-}
-
-/// Does something that nobody else may have the table open for.
-Status TableImpl::whileAlone(const std::function<Status()> &work)
-{
-    if (readOnly)
-        return failure(ErrorKind::readOnly, readOnlyReason);
-    const std::string refusal = "otro puesto tiene abierta la tabla";
-    const auto alone = m_journal.convertLock(presenceOffset, 1, File::LockKind::exclusive);
-    if (!alone.ok())
-        return alone.status();
-    if (!alone.value())
-        return failure(ErrorKind::locked, refusal);
-    Status status = beginChange();
-    if (status.ok()) {
-        // Programs that do not know the journal show themselves by the lines that they hold.
-        auto lines = waitForLock(m_dbf, headerLockOffset - mostRecords, mostRecords,
-                                 File::LockKind::exclusive, options.lockTimeout, refusal);
-        status = lines.ok() ? work() : lines.status();
-        endChange();
-    }
-    const auto joined = m_journal.convertLock(presenceOffset, 1, File::LockKind::shared);
-    return status.ok() ? joined.status() : status;
-}
-
-/// A new file beside the old one, put in its place in one step: a cut leaves the one or the other.
-Status TableImpl::rewriteLines(std::span<const std::uint8_t> rows, const std::filesystem::path &aside)
-{
-    Status status = checkpoint(false);
-    if (!status.ok())
-        return status;
-    std::filesystem::path written = path;
-    written += ".PCK";
-    std::error_code error;
-    std::filesystem::remove(written, error); // of a pack that was cut
-    auto made = File::open(written, File::Mode::createNew);
-    if (!made.ok())
-        return made.status();
-    File out = std::move(made).value();
-    std::vector<std::uint8_t> bytes(header.headerLength);
-    const auto got = m_dbf.readAt(0, bytes);
-    if (!got.ok())
-        return got.status();
-    const auto kept = static_cast<RecordNumber>(rows.size() / header.recordLength);
-    const auto dateAndCount = encodeDateAndCount(today(), kept);
-    std::copy(dateAndCount.begin(), dateAndCount.end(), bytes.begin() + dbfDateOffset);
-    bytes.insert(bytes.end(), rows.begin(), rows.end());
-    bytes.push_back(dbfEndMark);
-    status = out.writeAt(0, bytes);
-    if (status.ok())
-        status = out.sync();
-    if (status.ok() && !aside.empty()) {
-        std::filesystem::copy_file(path, aside, error);
-        if (error)
-            status = failure(ErrorKind::inputOutput, "no se puede apartar la tabla anterior");
-    }
-    if (!status.ok()) {
-        std::filesystem::remove(written, error);
-        return status;
-    }
-    out = File(); // closed: an open file cannot take another one's place everywhere
-    m_dbfLock.release();
-    m_headerMap = Mapping();
-    m_dbf = File();
-    std::filesystem::rename(written, path, error);
-    auto reopened = File::open(path, File::Mode::readWrite);
-    if (error || !reopened.ok())
-        return poison(failure(ErrorKind::inputOutput, "la tabla nueva no ha podido ocupar su sitio"));
-    m_dbf = std::move(reopened).value();
-    mapHeader();
-    m_dateAndCount = dateAndCount;
-    header.recordCount = kept;
-    m_reservedUpTo = 0;
-    ++version;
-    status = syncFolder(path.parent_path());
-    if (status.ok() && m_mdx)
-        status = repairIndex();
-    return status.ok() ? checkpoint(false) : status;
 }
 
 } // namespace dbase

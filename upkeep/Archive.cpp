@@ -1,9 +1,14 @@
 #include "upkeep/Archive.h"
 
+#include "dbase/File.h"
 #include "upkeep/Paths.h"
 
-#include <fstream>
+#include <cerrno>
+#include <functional>
+#include <memory>
+#include <span>
 #include <system_error>
+#include <utility>
 
 #include <zip.h>
 
@@ -15,6 +20,7 @@ namespace
 
 namespace fs = std::filesystem;
 using dbase::ErrorKind;
+using dbase::File;
 using dbase::Result;
 using dbase::Status;
 
@@ -114,6 +120,12 @@ Status compress(OpenArchive opened, const fs::path &shown, const Progress &progr
                   full ? "no queda sitio en el disco" : "no se puede escribir la copia");
 }
 
+Status flush(const fs::path &file)
+{
+    auto opened = File::open(file, File::Mode::readWrite);
+    return opened.ok() ? opened.value().sync() : opened.status();
+}
+
 Status sameNames(const fs::path &shown, const std::vector<std::string> &names,
                  const std::vector<ArchiveFile> &files)
 {
@@ -137,6 +149,8 @@ Status writeArchive(const fs::path &archive, const std::vector<ArchiveFile> &fil
     Status status = fill(*opened.value(), archive, files);
     if (status.ok())
         status = compress(std::move(opened).value(), archive, progress);
+    if (status.ok())
+        status = flush(unfinished); // before it is read back, and before it takes the old one's place
     if (status.ok()) {
         constexpr int half = 50;
         const auto names =
@@ -148,9 +162,11 @@ Status writeArchive(const fs::path &archive, const std::vector<ArchiveFile> &fil
         if (error)
             status = refuse(archive, ErrorKind::inputOutput, "no se puede poner la copia en su sitio");
     }
-    if (!status.ok())
+    if (!status.ok()) {
         fs::remove(unfinished, error);
-    return status;
+        return status;
+    }
+    return dbase::syncFolder(archive.parent_path());
 }
 
 Result<std::vector<std::string>> checkArchive(const fs::path &archive, const Progress &progress)
@@ -185,15 +201,17 @@ Status extractFile(const fs::path &archive, const std::string &name, const fs::p
     const zip_int64_t index = zip_name_locate(opened.value().get(), name.c_str(), ZIP_FL_ENC_GUESS);
     if (index < 0)
         return refuse(archive, ErrorKind::notFound, "la copia no contiene «" + name + "»");
-    std::ofstream out(to, std::ios::binary | std::ios::trunc);
-    Status status = readThrough(
-        *opened.value(), static_cast<zip_uint64_t>(index), archive, [&](std::span<const char> bytes) {
-            out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-            return out ? Status() : Status(ErrorKind::inputOutput, "no se puede escribir", pathText(to));
-        });
-    out.close();
-    if (status.ok() && !out)
-        status = {ErrorKind::inputOutput, "no se puede escribir", pathText(to)};
+    auto made = File::open(to, File::Mode::createNew);
+    if (!made.ok())
+        return made.status();
+    std::uint64_t at = 0;
+    const Status status = readThrough(*opened.value(), static_cast<zip_uint64_t>(index), archive,
+                                      [&](std::span<const char> bytes) {
+                                          const std::vector<std::uint8_t> block(bytes.begin(), bytes.end());
+                                          const std::uint64_t place = std::exchange(at, at + block.size());
+                                          return made.value().writeAt(place, block);
+                                      });
+    made.value().close();
     std::error_code error;
     if (!status.ok())
         fs::remove(to, error);

@@ -2,6 +2,10 @@
 
 #include "upkeep/TableCare.h"
 
+#include <filesystem>
+#include <string>
+#include <vector>
+
 namespace upkeep
 {
 
@@ -12,7 +16,7 @@ struct ArchiveFile {
 };
 
 /// Makes a .zip of files, reads it back and compares check sums and sizes. An archive of that name is
-/// replaced; on failure, or when it was stopped, it stays as it was.
+/// replaced, with all of the new one on the disk; on failure, or when it was stopped, it stays as it was.
 /// @return inputOutput, full; invalidArgument when `progress` said no.
 dbase::Status writeArchive(const std::filesystem::path &archive, const std::vector<ArchiveFile> &files,
                            const Progress &progress);
@@ -23,6 +27,7 @@ dbase::Result<std::vector<std::string>> checkArchive(const std::filesystem::path
                                                      const Progress &progress);
 
 /// Unpacks one file of an archive. @param to  must not exist; removed again on failure.
+/// @return notFound (not in the archive), damaged, invalidArgument (`to` exists), full, inputOutput.
 dbase::Status extractFile(const std::filesystem::path &archive, const std::string &name,
                           const std::filesystem::path &to);
 

@@ -13,6 +13,8 @@ struct OfficeTable {
 
 /// Copies tables, each as at one moment while others go on working, and files beside them into a .zip that is
 /// read back. @param plain  other files, as they are.
+/// @param patience  how long to wait for others who are writing to a table, or putting it in order.
+/// @return locked, full, inputOutput, or what a table cannot be opened for; invalidArgument when stopped.
 dbase::Status backUp(const std::filesystem::path &archive, const std::vector<OfficeTable> &tables,
                      const std::vector<OfficeTable> &plain, std::chrono::milliseconds patience,
                      const Progress &progress);
@@ -21,8 +23,11 @@ dbase::Status backUp(const std::filesystem::path &archive, const std::vector<Off
 /// read whole and each of its tables opened before the first is touched; the old lines are kept aside until
 /// the last has succeeded. Tables that the copy lacks stay as they are. It cannot be stopped any more once
 /// the first table has been replaced.
+/// What cannot be put back after a failure stays aside, in NAME.DBF.ANTERIOR-1 or the next free number, and
+/// the answer says so.
+/// @param patience  how long to wait for others who are writing.
 /// @return the names of the tables that were replaced. locked when others have one of them open; damaged,
-/// invalidArgument (other fields, nothing of this office in the copy), inputOutput.
+/// unsupported, invalidArgument (other fields, nothing of this office in the copy), full, inputOutput.
 dbase::Result<std::vector<std::string>> restore(const std::filesystem::path &archive,
                                                 const std::vector<OfficeTable> &tables,
                                                 std::chrono::milliseconds patience, const Progress &progress);

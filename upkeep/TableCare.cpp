@@ -1,9 +1,10 @@
 #include "upkeep/TableCare.h"
 
+#include "dbase/File.h"
 #include "upkeep/Paths.h"
 
 #include <algorithm>
-#include <fstream>
+#include <system_error>
 
 namespace upkeep
 {
@@ -15,6 +16,7 @@ namespace fs = std::filesystem;
 using dbase::ErrorKind;
 using dbase::FieldDefinition;
 using dbase::FieldType;
+using dbase::File;
 using dbase::Result;
 using dbase::Status;
 using dbase::Table;
@@ -25,28 +27,38 @@ bool hasField(const Table &table, std::string_view name, FieldType type)
     return at >= 0 && table.fields()[static_cast<std::size_t>(at)].type == type;
 }
 
-Status copyBytes(const fs::path &from, const fs::path &to)
+Result<std::vector<std::uint8_t>> readWhole(const fs::path &from)
 {
-    std::ifstream in(from, std::ios::binary);
-    std::ofstream out(to, std::ios::binary | std::ios::trunc);
-    std::vector<char> buffer(std::size_t{1} << 16U);
-    while (in && out) {
-        in.read(buffer.data(), static_cast<std::streamsize>(buffer.size()));
-        out.write(buffer.data(), in.gcount());
-    }
-    out.close();
-    if (in.bad() || !in.eof() || !out)
-        return {ErrorKind::inputOutput, "no se ha podido copiar la tabla entera", pathText(to)};
-    return {};
+    const auto file = File::open(from, File::Mode::readOnly);
+    const auto stamp = file.ok() ? file.value().stamp() : file.status();
+    if (!stamp.ok())
+        return stamp.status();
+    std::vector<std::uint8_t> bytes(stamp.value().size);
+    const auto got = file.value().readAt(0, bytes);
+    if (!got.ok())
+        return got.status();
+    if (got.value() != bytes.size())
+        return Status(ErrorKind::inputOutput, "no se ha podido leer la tabla entera", pathText(from));
+    return bytes;
+}
+
+Status writeNew(const fs::path &to, std::span<const std::uint8_t> bytes)
+{
+    auto made = File::open(to, File::Mode::createNew);
+    if (!made.ok())
+        return made.status();
+    const Status status = made.value().writeAt(0, bytes);
+    return status.ok() ? made.value().sync() : status;
 }
 
 /// The name of the copy appears only when all of it is there.
-Status copyFile(const fs::path &from, const fs::path &to)
+Status writeCopy(const fs::path &to, std::span<const std::uint8_t> bytes)
 {
     fs::path unfinished = to;
     unfinished += ".tmp";
-    Status status = copyBytes(from, unfinished);
     std::error_code error;
+    fs::remove(unfinished, error); // of a copy that was cut
+    Status status = writeNew(unfinished, bytes);
     if (status.ok()) {
         fs::rename(unfinished, to, error);
         if (error)
@@ -54,7 +66,7 @@ Status copyFile(const fs::path &from, const fs::path &to)
     }
     if (!status.ok())
         fs::remove(unfinished, error);
-    return status;
+    return status.ok() ? dbase::syncFolder(to.parent_path()) : status;
 }
 
 } // namespace
@@ -149,14 +161,15 @@ Status copyTable(const fs::path &from, const fs::path &to, Source source, std::c
     const auto opened = Table::open(from, options);
     if (!opened.ok())
         return opened.status();
-    if (source == Source::laidAside)
-        return copyFile(from, to);
     Table &table = *opened.value();
-    if (const Status status = table.beginGroup(); !status.ok())
-        return status;
-    const Status status = copyFile(from, to);
+    if (source == Source::inUse) {
+        if (const Status status = table.beginGroup(); !status.ok())
+            return status;
+    }
+    // Others wait for as long as the group lasts: the destination, perhaps a slow one, comes afterwards.
+    const auto bytes = readWhole(from);
     table.dropGroup();
-    return status;
+    return bytes.ok() ? writeCopy(to, bytes.value()) : bytes.status();
 }
 
 } // namespace upkeep

@@ -2,6 +2,12 @@
 
 #include "dbase/Table.h"
 
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <span>
+
 // What the command line and the host do alike to look after a whole table. Nothing throws; failures are told
 // as everywhere in dbase.
 
@@ -36,11 +42,14 @@ findUnreadable(const dbase::Table &table,
                                         const dbase::FieldDefinition &)> &found);
 
 enum class Source {
-    inUse,     ///< others may be writing to it: it is held still meanwhile, for as long as reading it takes
+    inUse,     ///< others may be writing to it: it is held still for as long as reading it takes, no longer
     laidAside, ///< nobody writes to it
 };
 /// Copies the lines of a table that can be opened; the index is made from them again when the copy is opened.
-/// The name of the copy appears only when all of it is there.
+/// The table is read into memory whole; the name of the copy appears only when all of it is on the disk.
+/// @param to        an existing file is replaced.
+/// @param patience  how long to wait for others who are writing to the table, or putting it in order.
+/// @return what Table::open says; locked, full, inputOutput.
 dbase::Status copyTable(const std::filesystem::path &from, const std::filesystem::path &to, Source source,
                         std::chrono::milliseconds patience);
 

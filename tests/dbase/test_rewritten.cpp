@@ -80,6 +80,56 @@ TEST_F(Rewritten, OtherLinesComeInOneStepAndTheOldFileStaysAside)
     EXPECT_EQ(live(*open(), nullptr), rows);
 }
 
+TEST_F(Rewritten, ReadersKeepTheirFileOrAreToldThatItHasGone)
+{
+    OpenOptions reading;
+    reading.readOnly = true;
+    ASSERT_TRUE(open()->append(row(*open(), "a")).ok()); // closed in order
+    {
+        const auto reader = Table::open(file, reading);
+        ASSERT_TRUE(reader.ok());
+        EXPECT_EQ(open()->pack().kind(), ErrorKind::locked);
+        EXPECT_TRUE(reader.value()->refresh().ok());
+    }
+    EXPECT_TRUE(open()->pack().ok());
+    {
+        const auto writer = open(); // somebody has put everything in order
+        const auto reader = Table::open(file, reading);
+        ASSERT_TRUE(reader.ok());
+        EXPECT_EQ(writer->pack().kind(), ErrorKind::locked);
+    }
+    // A journal of somebody who died: a reader that joined would pass for one who has mended the table.
+    const auto jnl = temp.path() / "T.JNL";
+    auto writer = open();
+    ASSERT_TRUE(writer->append(row(*writer, "b")).ok());
+    const std::string journal = support::readFile(jnl);
+    writer.reset();
+    support::writeFile(jnl, journal);
+    const auto reader = Table::open(file, reading);
+    ASSERT_TRUE(reader.ok());
+    writer = open();
+    EXPECT_TRUE(reader.value()->refresh().ok());
+    EXPECT_TRUE(writer->replaceLines(row(*writer, "c"), aside).ok());
+    EXPECT_EQ(reader.value()->refresh().status().kind(), ErrorKind::inputOutput);
+}
+
+#if !defined(_WIN32)
+TEST_F(Rewritten, TheNewFileHasTheRightsOfTheOldOne)
+{
+    using std::filesystem::perms;
+    for (const perms rights : {perms(0600), perms(0660), perms(0664)}) {
+        std::filesystem::permissions(file, rights);
+        const auto table = open();
+        ASSERT_TRUE(table->replaceLines(row(*table, "a"), aside).ok());
+        EXPECT_EQ(std::filesystem::status(file).permissions(), rights);
+        EXPECT_EQ(std::filesystem::status(aside).permissions(), rights);
+        ASSERT_TRUE(table->pack().ok());
+        EXPECT_EQ(std::filesystem::status(file).permissions(), rights);
+        std::filesystem::remove(aside);
+    }
+}
+#endif
+
 TEST_F(Rewritten, WhoOpensATableWhileItIsPackedWritesIntoTheNewFile)
 {
     constexpr int lines = 150;

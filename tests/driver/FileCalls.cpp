@@ -8,6 +8,7 @@
 #include <cstring>
 #include <map>
 #include <numeric>
+#include <utility>
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -30,6 +31,7 @@ struct State {
     bool met = false;
     std::array<int, kindsOfCall> tally{};
     int changesLeft = 0; ///< until death; 0: for ever
+    std::function<void()> beforeLock;
     bool recording = false;
     std::vector<Event> events;
 };
@@ -219,6 +221,10 @@ void tallyAnew()
 {
     state().tally.fill(0);
 }
+void beforeLockOfJournal(std::function<void()> work)
+{
+    state().beforeLock = std::move(work);
+}
 void dieAt(int change)
 {
     state().changesLeft = change;
@@ -336,6 +342,8 @@ int fcntl(int descriptor, int command, ...)
     void *const argument = va_arg(rest, void *);
     va_end(rest);
     if ((command == F_OFD_SETLK || command == F_SETLK) && watched(descriptor)) {
+        if (state().beforeLock && isJournal(*watched(descriptor)))
+            std::exchange(state().beforeLock, nullptr)();
         // Giving back a lock does not fail: the system has nothing to find room for.
         if (static_cast<const struct flock *>(argument)->l_type == F_UNLCK)
             ++tallyOf(Call::unlock);
@@ -372,6 +380,8 @@ int rename(const char *from, const char *to) noexcept
     const auto name = nameOf(from);
     const auto newName = nameOf(to);
     if (name && newName) {
+        if (fails(Call::rename))
+            return -1;
         if (isLastChange())
             die();
         note({Event::Kind::renamed, *name, 0, {}, newName->string()});

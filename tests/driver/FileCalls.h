@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,8 +16,8 @@ namespace driver::filecalls
 {
 
 /// Giving back a lock never fails.
-enum class Call { open, read, write, flush, size, lock, look, map, reserve, unlock };
-inline constexpr std::size_t kindsOfCall = 10;
+enum class Call { open, read, write, flush, size, lock, look, map, reserve, unlock, rename };
+inline constexpr std::size_t kindsOfCall = 11;
 
 /// Which call fails, and how.
 struct Fault {
@@ -62,6 +63,9 @@ void fail(std::optional<Fault> fault);
 [[nodiscard]] int tally(Call call);
 [[nodiscard]] int tally(); ///< of all kinds
 void tallyAnew();
+/// Does something just before a journal is locked the next time: what another workstation does in between.
+/// The calls of `work` are made as any others.
+void beforeLockOfJournal(std::function<void()> work);
 /// The process kills itself at its n-th change of a file, in mid-write where that is one.
 void dieAt(int change);
 

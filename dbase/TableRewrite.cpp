@@ -1,0 +1,201 @@
+// A table's file gives way to another one: packing, and taking other lines.
+
+#include "dbase/TableImpl.h"
+
+#include <algorithm>
+#include <tuple>
+
+namespace dbase
+{
+
+namespace
+{
+
+constexpr std::uint64_t mostRecords = 1'000'000'000; ///< as many lines as the lock bytes have room for
+constexpr std::size_t copyChunk = std::size_t{1} << 20U;
+
+} // namespace
+
+Status TableImpl::pack()
+{
+    return whileAlone([this] {
+        std::vector<std::uint8_t> rows;
+        const Status status = scan(1, [&](RecordNumber /*number*/, std::span<const std::uint8_t> record) {
+            if (!isDeleted(record))
+                rows.insert(rows.end(), record.begin(), record.end());
+        });
+        return status.ok() ? rewriteLines(rows, {}) : status;
+    });
+}
+
+Status TableImpl::replaceLines(std::span<const std::uint8_t> rows, const std::filesystem::path &aside)
+{
+    if (rows.size() % header.recordLength != 0)
+        return failure(ErrorKind::invalidArgument, "las líneas no son de esta tabla");
+    return whileAlone([&] { return rewriteLines(rows, aside); });
+}
+
+/// Does something that nobody else may have the table open for.
+Status TableImpl::whileAlone(const std::function<Status()> &work)
+{
+    if (readOnly)
+        return failure(ErrorKind::readOnly, readOnlyReason);
+    if (!m_poison.ok())
+        return m_poison;
+    const std::string refusal = "otro puesto tiene abierta la tabla";
+    const auto alone = m_journal.convertLock(presenceOffset, 1, File::LockKind::exclusive);
+    if (!alone.ok())
+        return alone.status();
+    if (!alone.value())
+        return failure(ErrorKind::locked, refusal);
+    Status status = beginChange();
+    if (status.ok()) {
+        // Programs that do not know the journal show themselves by the lines that they hold.
+        auto lines = waitForLock(m_dbf, headerLockOffset - mostRecords, mostRecords,
+                                 File::LockKind::exclusive, options.lockTimeout, refusal);
+        status = lines.ok() ? work() : lines.status();
+        endChange();
+    }
+    // What this object has left half done is for the next opener, who must find nobody in the table: others
+    // are let in when this one has gone.
+    if (!m_poison.ok())
+        return status;
+    const auto joined = m_journal.convertLock(presenceOffset, 1, File::LockKind::shared);
+    if (!joined.ok() || !joined.value())
+        std::ignore = poison(joined.ok() ? failure(ErrorKind::locked, refusal) : joined.status());
+    return status; // of the work, which has been done or has not
+}
+
+/// A new file beside the old one, put in its place in one step: a cut leaves the one or the other.
+Status TableImpl::rewriteLines(std::span<const std::uint8_t> rows, const std::filesystem::path &aside)
+{
+    Status status = checkpoint(false);
+    if (!status.ok())
+        return status;
+    std::filesystem::path written = path;
+    written += ".PCK";
+    std::error_code error;
+    std::filesystem::remove(written, error); // of a pack that was cut
+    const auto kept = static_cast<RecordNumber>(rows.size() / header.recordLength);
+    const auto dateAndCount = encodeDateAndCount(today(), kept);
+    status = writeBeside(written, dateAndCount, rows);
+    if (status.ok() && !aside.empty())
+        status = copyAside(aside);
+    if (status.ok()) {
+        status = takePlace(written);
+        if (!status.ok() && !aside.empty())
+            std::filesystem::remove(aside, error);
+    }
+    if (!status.ok()) {
+        std::filesystem::remove(written, error);
+        return status;
+    }
+    m_dateAndCount.assign(dateAndCount.begin(), dateAndCount.end());
+    header.recordCount = kept;
+    m_reservedUpTo = 0;
+    ++version;
+    status = syncFolder(path.parent_path());
+    if (!status.ok())
+        return poison(status);
+    // The new lines are there to stay, whatever becomes of the index. One that cannot be made right now is
+    // nothing that this object, or anybody beside it, may go on with.
+    if (m_poison.ok()) {
+        if (m_mdx)
+            status = repairIndex();
+        if (status.ok())
+            status = checkpoint(false);
+        if (!status.ok())
+            std::ignore = poison(status);
+    }
+    return {};
+}
+
+/// The table's header and these lines in a file of their own, on the disk.
+Status TableImpl::writeBeside(const std::filesystem::path &written,
+                              std::span<const std::uint8_t> dateAndCount, std::span<const std::uint8_t> rows)
+{
+    auto made = File::open(written, File::Mode::createNew);
+    if (!made.ok())
+        return made.status();
+    std::vector<std::uint8_t> bytes(header.headerLength);
+    const auto got = m_dbf.readAt(0, bytes);
+    if (!got.ok())
+        return got.status();
+    std::copy(dateAndCount.begin(), dateAndCount.end(), bytes.begin() + dbfDateOffset);
+    bytes.insert(bytes.end(), rows.begin(), rows.end());
+    bytes.push_back(dbfEndMark);
+    Status status = made.value().writeAt(0, bytes);
+    if (status.ok())
+        status = giveOwnRights(written);
+    return status.ok() ? made.value().sync() : status;
+}
+
+/// Whoever could work with the table before can do so afterwards, and nobody else.
+Status TableImpl::giveOwnRights(const std::filesystem::path &to) const
+{
+    std::error_code error;
+    const auto own = std::filesystem::status(path, error).permissions();
+    if (!error)
+        std::filesystem::permissions(to, own, error);
+    if (!error)
+        return {};
+    // Where a share has no rights to give, what it gives by itself is as good when it is the same.
+    std::error_code other;
+    return std::filesystem::status(to, other).permissions() == own && !other
+               ? Status()
+               : failure(ErrorKind::inputOutput,
+                         "no se pueden dar al fichero nuevo los permisos de la tabla");
+}
+
+/// A copy of the file as it is, on the disk under its name before this returns. A failure leaves none.
+Status TableImpl::copyAside(const std::filesystem::path &aside) const
+{
+    auto made = File::open(aside, File::Mode::createNew);
+    if (!made.ok())
+        return made.status();
+    Status status;
+    std::vector<std::uint8_t> buffer(copyChunk);
+    for (std::uint64_t at = 0; status.ok();) {
+        const auto got = m_dbf.readAt(at, buffer);
+        status = got.status();
+        if (!got.ok() || got.value() == 0)
+            break;
+        status = made.value().writeAt(at, std::span(buffer).first(got.value()));
+        at += got.value();
+    }
+    if (status.ok())
+        status = giveOwnRights(aside);
+    if (status.ok())
+        status = made.value().sync();
+    if (status.ok())
+        status = syncFolder(aside.parent_path());
+    if (!status.ok()) {
+        made.value().close();
+        std::error_code error;
+        std::filesystem::remove(aside, error);
+    }
+    return status;
+}
+
+/// Puts the new file in the old one's place and goes on with whichever lies there.
+/// @return failure when that is the old one, with everything as before.
+Status TableImpl::takePlace(const std::filesystem::path &written)
+{
+    m_dbfLock.release();
+    m_headerMap = Mapping();
+    m_dbf.close(); // an open file cannot give up its place everywhere
+    std::error_code error;
+    std::filesystem::rename(written, path, error);
+    auto opened = File::open(path, File::Mode::readWrite);
+    if (opened.ok()) {
+        m_dbf = std::move(opened).value();
+        mapHeader();
+    } else {
+        std::ignore = poison(opened.status());
+    }
+    if (error)
+        return failure(ErrorKind::inputOutput, "la tabla nueva no ha podido ocupar su sitio");
+    return {};
+}
+
+} // namespace dbase
