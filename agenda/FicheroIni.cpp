@@ -226,6 +226,11 @@ void TFicheroIni::Escribe(const QString &seccion, const QString &clave, const QS
 
 void TFicheroIni::Escribe(const QList<TValorIni> &valores)
 {
+    Cambia([&](const QByteArray & /*contenido*/) { return valores; });
+}
+
+void TFicheroIni::Cambia(const std::function<QList<TValorIni>(const QByteArray &)> &decide)
+{
     const QFileInfo fichero(m_ruta);
     if (!QDir().mkpath(fichero.path()))
         throw NoSePuedeEscribir(m_ruta, QStringLiteral("no se puede crear la carpeta"));
@@ -233,10 +238,12 @@ void TFicheroIni::Escribe(const QList<TValorIni> &valores)
     QLockFile cerrojo(m_ruta + QStringLiteral(".lck"));
     cerrojo.setStaleLockTime(std::chrono::seconds(10));
     if (!cerrojo.tryLock(std::chrono::milliseconds(2 * EsperaMs)))
-        throw NoSePuedeEscribir(m_ruta, QStringLiteral("lo está usando otro puesto"));
+        throw NoSePuedeEscribir(m_ruta, cerrojo.error() == QLockFile::LockFailedError
+                                            ? QStringLiteral("lo está usando otro puesto")
+                                            : QStringLiteral("no se puede escribir en su carpeta"));
     const QByteArray antes = Contenido(m_ruta).value_or(QByteArray());
     QByteArray despues = antes;
-    for (const TValorIni &uno : valores)
+    for (const TValorIni &uno : decide(antes))
         despues = ConValor(despues, uno.Seccion, uno.Clave, uno.Valor);
     if (despues == antes)
         return;

@@ -6,6 +6,7 @@
 #include <QtCore/QList>
 #include <QtCore/QString>
 
+#include <functional>
 #include <optional>
 
 /// One value of a settings file, and where it stands.
@@ -38,6 +39,10 @@ public:
     void Escribe(const QString &seccion, const QString &clave, const QString &valor);
     /// The same for several values in one step: a killed process leaves all of them or none.
     void Escribe(const QList<TValorIni> &valores);
+    /// Reads, decides and writes in one step, in which no other workstation writes.
+    /// @param decide  is given the file's content, empty when there is no file, and answers with what to set.
+    /// What it throws passes on, with nothing written. It must not write this file itself.
+    void Cambia(const std::function<QList<TValorIni>(const QByteArray &contenido)> &decide);
     void EscribeEntero(const QString &seccion, const QString &clave, int valor);
     void EscribeLogico(const QString &seccion, const QString &clave, bool valor);
 

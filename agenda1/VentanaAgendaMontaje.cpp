@@ -8,8 +8,8 @@
 #include "dbcontrols/DbEdit.h"
 #include "dbcontrols/DbGrid.h"
 #include "dbcontrols/MaskEdit.h"
+#include "dbcontrols/WindowPlace.h"
 
-#include <QtCore/QSettings>
 #include <QtGui/QAction>
 #include <QtGui/QScreen>
 #include <QtGui/QWindow>
@@ -31,8 +31,6 @@ namespace
 
 constexpr QSize AreaDeLaVentana{940, 600};
 constexpr int PuntosPulgada = 96;
-const QString ClaveSitio = QStringLiteral("Lugar");
-const QString ClavePulgada = QStringLiteral("PuntosPorPulgada");
 
 } // namespace
 
@@ -243,15 +241,8 @@ void TVentanaAgenda::Coloca()
     const QWidget *const delante = QApplication::activeWindow();
     if (delante && delante->windowHandle())
         windowHandle()->setTransientParent(delante->windowHandle());
-    const QString fichero = Servicios().Config->GetFicheroVentanas();
-    if (!fichero.isEmpty()) {
-        QSettings memoria(fichero, QSettings::IniFormat);
-        memoria.beginGroup(objectName());
-        // Sizes of a finer or coarser screen would clip the texts of this one.
-        if (memoria.value(ClavePulgada).toInt() == logicalDpiX() &&
-            restoreGeometry(memoria.value(ClaveSitio).toByteArray()))
-            return;
-    }
+    if (dbcontrols::restorePlace(*this, Servicios().Config->GetFicheroVentanas()))
+        return;
     const QRect disponible = (delante ? delante->screen() : screen())->availableGeometry();
     resize(
         (AreaDeLaVentana * qMax(PuntosPulgada, logicalDpiX()) / PuntosPulgada).boundedTo(disponible.size()));
@@ -263,11 +254,5 @@ void TVentanaAgenda::Coloca()
 
 void TVentanaAgenda::RecuerdaLugar() const
 {
-    const QString fichero = Servicios().Config->GetFicheroVentanas();
-    if (fichero.isEmpty())
-        return;
-    QSettings memoria(fichero, QSettings::IniFormat);
-    memoria.beginGroup(objectName());
-    memoria.setValue(ClavePulgada, logicalDpiX());
-    memoria.setValue(ClaveSitio, saveGeometry());
+    dbcontrols::rememberPlace(*this, Servicios().Config->GetFicheroVentanas());
 }

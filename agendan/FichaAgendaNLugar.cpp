@@ -7,6 +7,7 @@
 #include "dbcontrols/DbGrid.h"
 #include "dbcontrols/DbMemo.h"
 #include "dbcontrols/MaskEdit.h"
+#include "dbcontrols/WindowPlace.h"
 
 #include <QtCore/QSettings>
 #include <QtGui/QScreen>
@@ -33,11 +34,8 @@ constexpr int LadoIcono = 20;
 constexpr int LineasMemo = 3;
 constexpr int AnchoMinimo = 20;
 
-const QString Seccion = QStringLiteral("FichaAgendaN");
-const QString ClaveLugar = QStringLiteral("Lugar");
 const QString ClaveDivisor = QStringLiteral("Divisor");
 const QString ClaveColumnas = QStringLiteral("Columnas%1");
-const QString ClavePuntos = QStringLiteral("PuntosPorPulgada");
 
 } // namespace
 
@@ -75,14 +73,10 @@ void TFFichaAgendaN::ColocaSobreElPropietario()
 bool TFFichaAgendaN::RecuperaLugar()
 {
     const QString fichero = Servicios().Config->GetFicheroVentanas();
-    if (fichero.isEmpty())
+    if (!dbcontrols::restorePlace(*this, fichero))
         return false;
     QSettings memoria(fichero, QSettings::IniFormat);
-    memoria.beginGroup(Seccion);
-    // Sizes of a finer or coarser screen would clip the texts of this one.
-    if (memoria.value(ClavePuntos).toInt() != logicalDpiX() ||
-        !restoreGeometry(memoria.value(ClaveLugar).toByteArray()))
-        return false;
+    memoria.beginGroup(objectName());
     for (int pestana = 0; pestana < NumPestanas; ++pestana) {
         const QStringList anchos = memoria.value(ClaveColumnas.arg(pestana + 1)).toStringList();
         DbGrid *const rejilla = DBGAgendaN[static_cast<std::size_t>(pestana)];
@@ -99,10 +93,9 @@ void TFFichaAgendaN::RecuerdaLugar() const
     const QString fichero = Servicios().Config->GetFicheroVentanas();
     if (fichero.isEmpty())
         return;
+    dbcontrols::rememberPlace(*this, fichero);
     QSettings memoria(fichero, QSettings::IniFormat);
-    memoria.beginGroup(Seccion);
-    memoria.setValue(ClavePuntos, logicalDpiX());
-    memoria.setValue(ClaveLugar, saveGeometry());
+    memoria.beginGroup(objectName());
     for (int pestana = 0; pestana < NumPestanas; ++pestana) {
         const DbGrid *const rejilla = DBGAgendaN[static_cast<std::size_t>(pestana)];
         QStringList anchos;

@@ -2,7 +2,7 @@
 #
 #   bin/                the programs
 #   lib/agenda/         libraries of ours and the loadable module: nobody else's, so not among the system's
-#   share/              menu entry, icon, man pages, the manual
+#   share/              menu entry, icon, man pages, the manual, who may do what with all this
 
 install(TARGETS agendatool RUNTIME DESTINATION bin)
 install(FILES packaging/man/agendatool.1 DESTINATION share/man/man1)
@@ -15,10 +15,16 @@ if(AGENDA_QT)
     install(FILES packaging/man/oficina.1 DESTINATION share/man/man1)
     install(FILES packaging/oficina-agenda.desktop DESTINATION share/applications)
     install(FILES packaging/oficina-agenda.svg DESTINATION share/icons/hicolor/scalable/apps)
-    install(DIRECTORY docs/manual/ DESTINATION share/doc/oficina/manual PATTERN "*.sh" EXCLUDE)
+    # The program shows it, so it is not documentation that a small system may leave out (share/doc).
+    install(DIRECTORY docs/manual/ DESTINATION share/oficina/manual PATTERN "*.sh" EXCLUDE)
 endif()
-# On Windows libraries and module lie beside the program.
-install(TARGETS ${propias} LIBRARY DESTINATION lib/agenda RUNTIME DESTINATION bin ARCHIVE DESTINATION lib/agenda EXCLUDE_FROM_ALL)
+install(FILES packaging/copyright DESTINATION share/doc/oficina-agenda)
+# A module counts as a library also on Windows, where libraries and module lie beside the program.
+set(bibliotecas lib/agenda)
+if(WIN32)
+    set(bibliotecas bin)
+endif()
+install(TARGETS ${propias} LIBRARY DESTINATION ${bibliotecas} RUNTIME DESTINATION ${bibliotecas} ARCHIVE DESTINATION lib/agenda EXCLUDE_FROM_ALL)
 set_target_properties(${propias} PROPERTIES INSTALL_RPATH "$ORIGIN")
 
 set(CPACK_GENERATOR DEB)

@@ -6,6 +6,7 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
 
 #include <algorithm>
 
@@ -13,6 +14,14 @@ namespace
 {
 const QString SeccionOficina = QStringLiteral("Oficina");
 const QString ClaveFechaInicio = QStringLiteral("FechaInicio");
+const QString SeccionCodigos = QStringLiteral("Codigos");
+
+std::optional<qint64> CodigoEn(const std::optional<QString> &texto)
+{
+    bool bien = false;
+    const qint64 codigo = texto.value_or(QString()).toLongLong(&bien);
+    return bien ? std::optional(codigo) : std::nullopt;
+}
 } // namespace
 
 QString TConfiguracion::FicheroDe(const QString &carpeta)
@@ -102,7 +111,7 @@ QList<TNotario> TConfiguracion::Notarios() const
     return notarios;
 }
 
-void TConfiguracion::SetNotarios(const QList<TNotario> &notarios)
+void TConfiguracion::SetNotarios(const QList<TNotario> &notarios, const QList<TNotario> &vistos)
 {
     QList<TValorIni> valores{
         {SeccionOficina, QStringLiteral("Notarios"), Int_Cad(static_cast<int>(notarios.size()))}};
@@ -111,7 +120,28 @@ void TConfiguracion::SetNotarios(const QList<TNotario> &notarios)
         valores << TValorIni{suya, QStringLiteral("Nombre"), notarios.at(notario - 1).Nombre}
                 << TValorIni{suya, QStringLiteral("Alias"), notarios.at(notario - 1).Alias};
     }
-    TFicheroIni(FicheroDe(m_carpeta)).Escribe(valores);
+    TFicheroIni(FicheroDe(m_carpeta)).Cambia([&](const QByteArray & /*contenido*/) {
+        if (Notarios() != vistos)
+            throw dataset::EDatabaseError(
+                QStringLiteral("Otro puesto ha cambiado los notarios; la lista se ha vuelto a leer."),
+                dbase::ErrorKind::conflict);
+        return valores;
+    });
+}
+
+std::optional<qint64> TConfiguracion::MayorCodigo(const QString &lista) const
+{
+    return CodigoEn(TFicheroIni(FicheroDe(m_carpeta)).Lee(SeccionCodigos, lista));
+}
+
+qint64 TConfiguracion::AnotaCodigo(const QString &lista, qint64 codigo, int paso)
+{
+    qint64 mayor = 0;
+    TFicheroIni(FicheroDe(m_carpeta)).Cambia([&](const QByteArray &contenido) {
+        mayor = std::max(codigo, CodigoEn(ValorEn(contenido, SeccionCodigos, lista)).value_or(0)) + paso;
+        return QList<TValorIni>{{SeccionCodigos, lista, QString::number(mayor)}};
+    });
+    return mayor;
 }
 
 QString TConfiguracion::CarpetaDeAlias(const QString &alias) const
@@ -128,4 +158,17 @@ dataset::Aliases TConfiguracion::Aliases() const
     for (const QString &nombre : std::as_const(nombres))
         aliases.add(nombre, CarpetaDeAlias(nombre));
     return aliases;
+}
+
+QString PorQueNoSirveElAlias(const QString &alias)
+{
+    static const QRegularExpression valido(QStringLiteral("^[A-Z][A-Z0-9_]{0,19}$"));
+    if (!valido.match(alias).hasMatch())
+        return QStringLiteral("El alias empieza por una letra y solo lleva letras sin acento, cifras y "
+                              "guiones bajos.");
+    // The settings' folder, and names that on Windows are devices in every folder.
+    static const QRegularExpression reservado(QStringLiteral("^(CONFIG|CON|NUL|AUX|PRN|COM[0-9]|LPT[0-9])$"));
+    if (reservado.match(alias).hasMatch())
+        return QStringLiteral("El alias «%1» está reservado; elija otro.").arg(alias);
+    return {};
 }

@@ -3,6 +3,8 @@
 #include "agenda/host/Confzen.h"
 #include "dataset/Aliases.h"
 
+#include <optional>
+
 /// A notary as the office's configuration has him.
 struct TNotario {
     QString Nombre;
@@ -24,6 +26,8 @@ struct TNotario {
 ///     Alias=NOTARIO1           of his tables; this one by default
 ///     [Alias]
 ///     ZENTRA=comun             folder of an alias, absolute or inside the data folder; its name by default
+///     [Codigos]
+///     CLIENTES=121             the highest code that a list has ever given; kept by the program
 class TConfiguracion : public TConfig
 {
 public:
@@ -48,8 +52,14 @@ public:
     static constexpr int MaxNotarios = 5; ///< as many as an agenda has tabs
     /// The notaries in their order; of an office kept under a single notary's data, that one.
     [[nodiscard]] QList<TNotario> Notarios() const;
-    /// Writes all of them in one step. @throws dataset::EDatabaseError
-    void SetNotarios(const QList<TNotario> &notarios);
+    /// Writes all of them in one step, in place of those that the caller has seen.
+    /// @throws dataset::EDatabaseError, kind conflict, when others have changed them since.
+    void SetNotarios(const QList<TNotario> &notarios, const QList<TNotario> &vistos);
+    /// The highest code that a list of the office has ever given; nothing when it has not been noted yet.
+    [[nodiscard]] std::optional<qint64> MayorCodigo(const QString &lista) const;
+    /// Notes a code as given. @param paso  1 gives the next one after it, and notes that; 0 none.
+    /// @return the code noted, which nobody else is given. @throws dataset::EDatabaseError
+    qint64 AnotaCodigo(const QString &lista, qint64 codigo, int paso);
     /// Folder of an alias, absolute, whether the office has such a database or not.
     [[nodiscard]] QString CarpetaDeAlias(const QString &alias) const;
     /// Every database of the office with its folder.
@@ -62,3 +72,7 @@ private:
     QString m_carpeta; ///< absolute, with a separator at its end
     QString m_ficheroVentanas;
 };
+
+/// Why a text cannot be a new database's name, which is also its folder's, on whatever system the office's
+/// files are; empty when it can.
+[[nodiscard]] QString PorQueNoSirveElAlias(const QString &alias);

@@ -69,6 +69,8 @@ public:
     void Muestra(QWidget *padre);
     /// Says what will be left of a line that is deleted.
     std::function<QString(DbfTable &)> AlBorrar = [](DbfTable &) { return QString(); };
+    /// The highest code that others name, also when its line is gone; asked once, while none is noted.
+    std::function<qint64()> MayorNombrado = [] { return 0; };
 
 private:
     [[nodiscard]] std::unique_ptr<DbfTable> Cursor(bool soloLectura) const;
@@ -76,6 +78,7 @@ private:
     [[nodiscard]] std::optional<TDefecto> Revisa(DbfTable &tabla) const;
     [[nodiscard]] bool HayOtro(const DbfTable &tabla, const QString &nombre) const;
     [[nodiscard]] qint64 CodigoNuevo() const;
+    qint64 AnotaCodigo(qint64 codigo, int paso) const;
     void AseguraCodigo(DbfTable &tabla) const;
     Bookmark Ficha(DbfTable &tabla) const;
     Bookmark Anade() const;
@@ -153,21 +156,30 @@ std::optional<TDefecto> TMantenimiento::Revisa(DbfTable &tabla) const
         !Pregunta(QStringLiteral("El NIF «%1» no es correcto.").arg(nif),
                   QStringLiteral("¿Desea guardarlo de todas formas? Puede ser un documento extranjero.")))
         return TDefecto{Nif, {}};
-    if (tabla.state() == dataset::DataSet::State::insert && tabla.fieldIndex(Codigo) >= 0)
+    if (tabla.state() == dataset::DataSet::State::insert && tabla.fieldIndex(Codigo) >= 0 &&
+        tabla.field(Codigo).asInteger() == 0)
         tabla.field(Codigo).setInteger(CodigoNuevo());
     return {};
 }
 
+/// A code that nobody had before: what still names somebody who was deleted must not lead to somebody else.
 qint64 TMantenimiento::CodigoNuevo() const
 {
     const auto otras = Cursor(true);
     otras->setIndexFieldNames(Codigo);
     otras->open();
     otras->last();
-    return otras->field(Codigo).asInteger() + 1;
+    return AnotaCodigo(otras->field(Codigo).asInteger(), 1);
 }
 
-/// Two workstations that add at the same time take the same code: the later line gets another one.
+qint64 TMantenimiento::AnotaCodigo(qint64 codigo, int paso) const
+{
+    const QString lista = Cursor(true)->tableName();
+    const bool anotado = m_oficina.Config.MayorCodigo(lista).has_value();
+    return m_oficina.Config.AnotaCodigo(lista, anotado ? codigo : std::max(codigo, MayorNombrado()), paso);
+}
+
+/// Other programs that add at the same time may take the same code: the later line gets another one.
 void TMantenimiento::AseguraCodigo(DbfTable &tabla) const
 {
     if (tabla.fieldIndex(Codigo) < 0)
@@ -203,8 +215,15 @@ Bookmark TMantenimiento::Anade() const
     tabla->open();
     tabla->append();
     const Bookmark linea = Ficha(*tabla);
-    if (linea != 0)
+    if (linea == 0)
+        return 0;
+    try {
         AseguraCodigo(*tabla);
+    } catch (const dataset::EDatabaseError &error) {
+        AvisaAtencion(QStringLiteral("El %1 se ha añadido, pero no se ha podido comprobar que su código sea "
+                                     "solo suyo. Si otro lo tiene también, bórrelo y añádalo de nuevo.\n(%2)")
+                          .arg(m_relacion.Uno, error.text()));
+    }
     return linea;
 }
 
@@ -229,14 +248,17 @@ Bookmark TMantenimiento::Borra(Bookmark linea) const
             AlBorrar(*tabla)))
         return 0;
     tabla->cancel();
+    if (tabla->fieldIndex(Codigo) >= 0)
+        AnotaCodigo(tabla->field(Codigo).asInteger(), 0);
     tabla->remove();
     return 0;
 }
 
-/// How many appointments of the notaries have a client's code.
-int CitasDe(const TOficina &oficina, qint64 codigo)
+/// The client's code of each appointment of the notaries.
+void PorCadaCita(const TOficina &oficina, const std::function<void(qint64 codigo)> &haz)
 {
-    int citas = 0;
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    const auto normal = qScopeGuard([] { QApplication::restoreOverrideCursor(); });
     for (const TNotario &notario : oficina.Config.Notarios()) {
         DbfTable agenda(oficina.Aliases);
         PreparaTablaAgendaN(agenda);
@@ -245,9 +267,22 @@ int CitasDe(const TOficina &oficina, qint64 codigo)
         agenda.setIndexFieldNames({}); // every line once, in the order of the file
         agenda.open();
         for (agenda.first(); !agenda.eof(); agenda.next())
-            citas += agenda.field(u"CODCLIENTE").asInteger() == codigo ? 1 : 0;
+            haz(agenda.field(u"CODCLIENTE").asInteger());
     }
+}
+
+int CitasDe(const TOficina &oficina, qint64 codigo)
+{
+    int citas = 0;
+    PorCadaCita(oficina, [&](qint64 suyo) { citas += suyo == codigo ? 1 : 0; });
     return citas;
+}
+
+qint64 MayorClienteCitado(const TOficina &oficina)
+{
+    qint64 mayor = 0;
+    PorCadaCita(oficina, [&](qint64 suyo) { mayor = std::max(mayor, suyo); });
+    return mayor;
 }
 
 } // namespace
@@ -268,14 +303,13 @@ void MantieneClientes(TOficina &oficina, QWidget *padre)
                                        {QStringLiteral("&Población:"), QStringLiteral("POBLACION"), 40}},
                                       true});
     clientes.AlBorrar = [&oficina](DbfTable &tabla) {
-        QApplication::setOverrideCursor(Qt::WaitCursor);
-        const auto normal = qScopeGuard([] { QApplication::restoreOverrideCursor(); });
         const int citas = CitasDe(oficina, tabla.field(Codigo).asInteger());
         return citas == 0
                    ? QStringLiteral("Ninguna cita lo nombra.")
                    : QStringLiteral("Lo nombran %1; conservarán su texto, pero ya no llevarán a su ficha.")
                          .arg(citas == 1 ? QStringLiteral("1 cita") : QStringLiteral("%1 citas").arg(citas));
     };
+    clientes.MayorNombrado = [&oficina] { return MayorClienteCitado(oficina); };
     clientes.Muestra(padre);
 }
 

@@ -11,7 +11,7 @@
 #include "host/VentanaOficina.h"
 
 #include <QtCore/QDir>
-#include <QtCore/QRegularExpression>
+#include <QtCore/QFileInfo>
 #include <QtWidgets/QApplication>
 
 #include <algorithm>
@@ -38,6 +38,7 @@ private:
     [[nodiscard]] std::optional<TDefecto> Revisa(dataset::DataSet &ficha, const TNotario &inicial,
                                                  bool nuevo) const;
     [[nodiscard]] QString AliasLibre() const;
+    [[nodiscard]] bool TieneAgenda(const QString &alias) const;
     Bookmark Anade();
     Bookmark Cambia(int fila);
     Bookmark Borra(int fila);
@@ -59,6 +60,7 @@ TMantieneNotarios::TMantieneNotarios(TOficina &oficina)
 void TMantieneNotarios::Lee()
 {
     const dataset::ControlsGuard deUnaVez(m_lista);
+    m_oficina.LeeAliases();
     m_notarios = m_oficina.Config.Notarios();
     m_lista.emptyTable();
     for (const TNotario &notario : std::as_const(m_notarios))
@@ -69,24 +71,21 @@ void TMantieneNotarios::Lee()
 
 void TMantieneNotarios::Guarda(const QList<TNotario> &notarios)
 {
-    if (m_oficina.Config.Notarios() != m_notarios) {
-        Lee();
-        throw dataset::EDatabaseError(
-            QStringLiteral("Otro puesto ha cambiado los notarios; la lista se ha vuelto a leer."),
-            dbase::ErrorKind::conflict);
+    try {
+        m_oficina.Config.SetNotarios(notarios, m_notarios);
+    } catch (const dataset::EDatabaseError &) {
+        Lee(); // others may have been quicker
+        throw;
     }
-    m_oficina.Config.SetNotarios(notarios);
-    m_oficina.Aliases = m_oficina.Config.Aliases();
     Lee();
 }
 
+/// One without a folder, too: in that of a notary who was removed his agenda still is.
 QString TMantieneNotarios::AliasLibre() const
 {
     for (int numero = 1;; ++numero) {
         const QString alias = QStringLiteral("NOTARIO%1").arg(numero);
-        if (std::none_of(m_notarios.begin(), m_notarios.end(), [&](const TNotario &uno) {
-                return uno.Alias.compare(alias, Qt::CaseInsensitive) == 0;
-            }))
+        if (!m_oficina.Aliases.contains(alias) && !QFileInfo::exists(m_oficina.Config.CarpetaDeAlias(alias)))
             return alias;
     }
 }
@@ -105,10 +104,8 @@ std::optional<TDefecto> TMantieneNotarios::Revisa(dataset::DataSet &ficha, const
     }
     if (!nuevo)
         return {};
-    static const QRegularExpression valido(QStringLiteral("^[A-Z][A-Z0-9_]{0,19}$"));
-    if (!valido.match(alias).hasMatch())
-        return TDefecto{ColumnaAlias, QStringLiteral("El alias empieza por una letra y solo lleva letras sin "
-                                                     "acento, cifras y guiones bajos.")};
+    if (const QString porque = PorQueNoSirveElAlias(alias); !porque.isEmpty())
+        return TDefecto{ColumnaAlias, porque};
     if (m_oficina.Aliases.contains(alias))
         return TDefecto{ColumnaAlias, QStringLiteral("El alias «%1» ya está en uso.").arg(alias)};
     return {};
@@ -130,31 +127,39 @@ std::optional<TNotario> TMantieneNotarios::Ficha(const TNotario &inicial, bool n
     return TNotario{ficha.field(ColumnaNombre).asText(), ficha.field(ColumnaAlias).asText().toUpper()};
 }
 
+/// Makes the agenda of a new notary. @return false when there is one already and it is not to be his.
+bool TMantieneNotarios::TieneAgenda(const QString &alias) const
+{
+    if (CreaAgendaDeNotario(m_oficina.Config, alias))
+        return true;
+    dataset::Aliases aliases;
+    aliases.add(alias, m_oficina.Config.CarpetaDeAlias(alias));
+    dataset::DbfTable agenda(aliases);
+    agenda.setDatabaseName(alias);
+    PreparaTablaAgendaN(agenda);
+    agenda.open();
+    CompruebaCamposAgendaN(agenda);
+    return Servicios().Mensaje->Mensaje_NoSi(
+               QStringLiteral("¿Desea usar la agenda que ya hay en la carpeta «%1»?").arg(alias),
+               QStringLiteral("Tiene %1 líneas.").arg(agenda.rowCount()),
+               QStringLiteral("Notarios")) == RespuestaSi;
+}
+
 Bookmark TMantieneNotarios::Anade()
 {
     if (m_notarios.size() >= TConfiguracion::MaxNotarios) {
         AvisaAtencion(QStringLiteral("La agenda admite hasta %1 notarios.").arg(TConfiguracion::MaxNotarios));
         return 0;
     }
-    const auto nuevo = Ficha({{}, AliasLibre()}, true);
-    if (!nuevo)
-        return 0;
-    dataset::Aliases aliases;
-    aliases.add(nuevo->Alias, m_oficina.Config.CarpetaDeAlias(nuevo->Alias));
-    dataset::DbfTable agenda(aliases);
-    agenda.setDatabaseName(nuevo->Alias);
-    PreparaTablaAgendaN(agenda);
-    if (!CreaTablaSiFalta(agenda, aliases, CamposAgendaN())) {
-        agenda.open();
-        CompruebaCamposAgendaN(agenda);
-        if (Servicios().Mensaje->Mensaje_SiNo(
-                QStringLiteral("¿Desea usar la agenda que ya hay en la carpeta «%1»?").arg(nuevo->Alias),
-                QStringLiteral("Tiene %1 líneas.").arg(agenda.rowCount()),
-                QStringLiteral("Notarios")) != RespuestaSi)
+    TNotario nuevo{{}, AliasLibre()};
+    do {
+        const auto tecleado = Ficha(nuevo, true);
+        if (!tecleado)
             return 0;
-    }
+        nuevo = *tecleado;
+    } while (!TieneAgenda(nuevo.Alias));
     QList<TNotario> notarios = m_notarios;
-    notarios << *nuevo;
+    notarios << nuevo;
     Guarda(notarios);
     return m_lista.bookmarkAt(static_cast<int>(notarios.size()) - 1);
 }

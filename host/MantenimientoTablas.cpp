@@ -1,9 +1,11 @@
 #include "host/MantenimientoTablas.h"
 
+#include "upkeep/Archive.h"
 #include "upkeep/OfficeCopy.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QTemporaryDir>
 
 #include <algorithm>
 
@@ -115,11 +117,11 @@ TParte Compacta(const fs::path &fichero)
 TTrabajo::TCuerpo UnaAUna(const QList<TTablaOficina> &tablas, const QString &que,
                           TParte (*haz)(const fs::path &), const QString &alFinal)
 {
-    return [=](TTrabajo &trabajo) {
+    return [=](TTrabajo &trabajo) -> TFinal {
         int mal = 0;
         for (int fila = 0; fila < tablas.size(); ++fila) {
             if (!trabajo.Sigue())
-                return QStringLiteral("Se ha cancelado; lo hecho hasta aquí vale.");
+                return {QStringLiteral("Se ha cancelado; lo hecho hasta aquí vale."), true};
             const TTablaOficina &tabla = tablas.at(fila);
             trabajo.Avanza(static_cast<int>(100 * fila / tablas.size()),
                            QStringLiteral("%1 %2 de %3...").arg(que, tabla.Nombre, tabla.Alias));
@@ -129,10 +131,16 @@ TTrabajo::TCuerpo UnaAUna(const QList<TTablaOficina> &tablas, const QString &que
         }
         trabajo.Avanza(100, {});
         if (mal > 0)
-            return mal == 1 ? QStringLiteral("Hay 1 tabla con problemas: se dice en su línea.")
-                            : QStringLiteral("Hay %1 tablas con problemas: se dice en sus líneas.").arg(mal);
-        return alFinal;
+            return {mal == 1
+                        ? QStringLiteral("Hay 1 tabla con problemas: se dice en su línea.")
+                        : QStringLiteral("Hay %1 tablas con problemas: se dice en sus líneas.").arg(mal)};
+        return {alFinal};
     };
+}
+
+QString NombreEnCopia(const TTablaOficina &tabla)
+{
+    return tabla.Alias + u'/' + tabla.Nombre + QStringLiteral(".DBF");
 }
 
 std::vector<upkeep::OfficeTable> ParaCopia(const QList<TTablaOficina> &tablas, bool soloLasQueHay)
@@ -141,8 +149,7 @@ std::vector<upkeep::OfficeTable> ParaCopia(const QList<TTablaOficina> &tablas, b
     std::error_code error;
     for (const TTablaOficina &tabla : tablas) {
         if (!soloLasQueHay || fs::exists(tabla.Fichero, error))
-            copia.push_back(
-                {(tabla.Alias + u'/' + tabla.Nombre + QStringLiteral(".DBF")).toStdString(), tabla.Fichero});
+            copia.push_back({NombreEnCopia(tabla).toStdString(), tabla.Fichero});
     }
     return copia;
 }
@@ -155,14 +162,75 @@ upkeep::Progress AvanceDe(TTrabajo &trabajo, const QString &que)
     };
 }
 
-QString Fallo(const TTrabajo &trabajo, const QString &que, const Status &estado)
+/// By what the work answers, not by what was asked of it: it may have failed, or ended, before it was looked
+/// at whether it was to stop.
+TFinal Fallo(const QString &que, const Status &estado)
 {
-    if (!trabajo.Sigue())
-        return QStringLiteral("Se ha cancelado; todo sigue como estaba.");
-    return QStringLiteral("%1 %2").arg(que, estado.kind() == ErrorKind::locked
-                                                ? QStringLiteral("Otro puesto tiene abierta una tabla (%1).")
-                                                      .arg(QString::fromStdString(estado.message()))
-                                                : QString::fromStdString(estado.message()) + u'.');
+    const Status parado = upkeep::stopped();
+    if (estado.kind() == parado.kind() && estado.text() == parado.text())
+        return {QStringLiteral("Se ha cancelado; todo sigue como estaba."), true};
+    return {QStringLiteral("%1 %2").arg(que, estado.kind() == ErrorKind::locked
+                                                 ? QStringLiteral("Otro puesto tiene abierta una tabla (%1).")
+                                                       .arg(QString::fromStdString(estado.message()))
+                                                 : QString::fromStdString(estado.message()) + u'.')};
+}
+
+QStringList Textos(const std::vector<std::string> &nombres)
+{
+    QStringList textos;
+    for (const std::string &nombre : nombres)
+        textos << QString::fromStdString(nombre);
+    return textos;
+}
+
+QString SinExtension(const QStringList &tablas)
+{
+    QStringList nombres;
+    for (const QString &tabla : tablas)
+        nombres << tabla.left(tabla.lastIndexOf(u'.'));
+    return nombres.join(QStringLiteral(", "));
+}
+
+/// What a copy has brought, what it could not and what it holds besides.
+QString Balance(TTrabajo &trabajo, const QList<TTablaOficina> &tablas, const QList<TTablaOficina> &todas,
+                const QStringList &traidas, const QStringList &enCopia)
+{
+    QStringList faltan;
+    for (int fila = 0; fila < tablas.size(); ++fila) {
+        const TTablaOficina &tabla = tablas.at(fila);
+        const bool traida = traidas.contains(NombreEnCopia(tabla), Qt::CaseInsensitive);
+        trabajo.Dice(fila, traida ? QStringLiteral("Restaurada.") : QStringLiteral("No está en la copia."),
+                     Mira(tabla.Fichero).Lineas);
+        if (!traida)
+            faltan << NombreEnCopia(tabla);
+    }
+    QStringList desconocidas;
+    bool otrosAlias = false;
+    for (const QString &nombre : enCopia) {
+        const auto es = [&](const TTablaOficina &una) {
+            return NombreEnCopia(una).compare(nombre, Qt::CaseInsensitive) == 0;
+        };
+        if (!nombre.endsWith(QStringLiteral(".DBF"), Qt::CaseInsensitive) ||
+            std::any_of(todas.begin(), todas.end(), es))
+            continue;
+        desconocidas << nombre;
+        const QString alias = nombre.section(u'/', 0, 0);
+        otrosAlias = otrosAlias || std::none_of(todas.begin(), todas.end(), [&](const TTablaOficina &una) {
+                         return una.Alias.compare(alias, Qt::CaseInsensitive) == 0;
+                     });
+    }
+    QString texto = traidas.size() == 1 ? QStringLiteral("Se ha restaurado 1 tabla.")
+                                        : QStringLiteral("Se han restaurado %1 tablas.").arg(traidas.size());
+    if (!faltan.isEmpty())
+        texto +=
+            QStringLiteral(" No están en la copia, y siguen como estaban: %1.").arg(SinExtension(faltan));
+    if (!desconocidas.isEmpty())
+        texto += QStringLiteral(" Están en la copia y esta oficina no las tiene: %1.")
+                     .arg(SinExtension(desconocidas));
+    if (otrosAlias)
+        texto += QStringLiteral(" Para traerlas, añada a sus notarios con esos alias (Datos, Notarios) y "
+                                "restaure de nuevo.");
+    return texto;
 }
 
 } // namespace
@@ -214,7 +282,7 @@ TTrabajo::TCuerpo CompactaTablas(const QList<TTablaOficina> &tablas)
 TTrabajo::TCuerpo CopiaTablas(const QList<TTablaOficina> &tablas, const QString &carpeta,
                               const QString &fichero)
 {
-    return [=](TTrabajo &trabajo) {
+    return [=](TTrabajo &trabajo) -> TFinal {
         std::vector<upkeep::OfficeTable> ajustes;
         for (const char *const nombre : {"oficina.ini", "CONFIG/VARIOS.INI"}) {
             if (const QString ruta = QDir(carpeta).filePath(QLatin1String(nombre)); QFileInfo::exists(ruta))
@@ -224,20 +292,49 @@ TTrabajo::TCuerpo CopiaTablas(const QList<TTablaOficina> &tablas, const QString 
         const Status estado = upkeep::backUp(RutaDe(fichero), suyas, ajustes, Paciencia,
                                              AvanceDe(trabajo, QStringLiteral("Copiando...")));
         if (!estado.ok())
-            return Fallo(trabajo, QStringLiteral("No se ha podido hacer la copia."), estado);
-        return QStringLiteral("Copia hecha y leída de nuevo: %1 tablas en «%2».")
-            .arg(suyas.size())
-            .arg(QDir::toNativeSeparators(fichero));
+            return Fallo(QStringLiteral("No se ha podido hacer la copia."), estado);
+        return {QStringLiteral("Copia hecha y leída de nuevo: %1 tablas en «%2».")
+                    .arg(suyas.size())
+                    .arg(QDir::toNativeSeparators(fichero))};
     };
 }
 
-TTrabajo::TCuerpo RestauraTablas(const QList<TTablaOficina> &tablas, const QString &fichero)
+TTrabajo::TCuerpo RestauraTablas(const QList<TTablaOficina> &tablas, const QList<TTablaOficina> &todas,
+                                 const QString &fichero)
 {
-    return [=](TTrabajo &trabajo) {
-        const auto nombres = upkeep::restore(RutaDe(fichero), ParaCopia(tablas, false), Paciencia,
-                                             AvanceDe(trabajo, QStringLiteral("Restaurando...")));
+    return [=](TTrabajo &trabajo) -> TFinal {
+        const QString nada = QStringLiteral("No se ha restaurado nada.");
+        constexpr int leida = 20;
+        const auto enCopia = upkeep::checkArchive(RutaDe(fichero), [&](int porCiento) {
+            trabajo.Avanza(porCiento * leida / 100, QStringLiteral("Leyendo la copia..."));
+            return trabajo.Sigue();
+        });
+        if (!enCopia.ok())
+            return Fallo(nada, enCopia.status());
+        // Up to here upkeep::restore() looks at the answer; then it replaces tables.
+        constexpr int todaviaSePara = 60;
+        const auto nombres =
+            upkeep::restore(RutaDe(fichero), ParaCopia(tablas, false), Paciencia, [&](int porCiento) {
+                trabajo.Avanza(leida + porCiento * (100 - leida) / 100, QStringLiteral("Restaurando..."));
+                const bool sigue = trabajo.Sigue();
+                if (porCiento == todaviaSePara && sigue)
+                    trabajo.YaNoSePara();
+                return sigue;
+            });
         if (!nombres.ok())
-            return Fallo(trabajo, QStringLiteral("No se ha restaurado nada."), nombres.status());
-        return QStringLiteral("Se han restaurado %1 tablas.").arg(nombres.value().size());
+            return Fallo(nada, nombres.status());
+        return {Balance(trabajo, tablas, todas, Textos(nombres.value()), Textos(enCopia.value()))};
     };
+}
+
+QList<TNotario> NotariosDeLaCopia(const QString &fichero)
+{
+    const QTemporaryDir carpeta;
+    const QString ajustes = TConfiguracion::FicheroDe(carpeta.path());
+    if (!carpeta.isValid() ||
+        !upkeep::extractFile(RutaDe(fichero), QFileInfo(ajustes).fileName().toStdString(), RutaDe(ajustes))
+             .ok())
+        return {};
+    const TConfiguracion suya(carpeta.path());
+    return suya.GetnCuantos() <= TConfiguracion::MaxNotarios ? suya.Notarios() : QList<TNotario>();
 }

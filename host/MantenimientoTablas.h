@@ -33,5 +33,9 @@ struct TTablaOficina {
 /// @param carpeta  of the office's data, for the settings files.
 [[nodiscard]] TTrabajo::TCuerpo CopiaTablas(const QList<TTablaOficina> &tablas, const QString &carpeta,
                                             const QString &fichero);
-/// Brings the lines of a .zip back: of all tables or of none.
-[[nodiscard]] TTrabajo::TCuerpo RestauraTablas(const QList<TTablaOficina> &tablas, const QString &fichero);
+/// Brings the lines of a .zip back: of all tables or of none. Says also which tables the copy lacks, and
+/// which ones it holds that are none of `todas`, the office's.
+[[nodiscard]] TTrabajo::TCuerpo RestauraTablas(const QList<TTablaOficina> &tablas,
+                                               const QList<TTablaOficina> &todas, const QString &fichero);
+/// The notaries of the office that a copy was made of; none where the copy does not tell.
+[[nodiscard]] QList<TNotario> NotariosDeLaCopia(const QString &fichero);

@@ -87,12 +87,12 @@ TAyuda::~TAyuda()
 QString TAyuda::PaginaDelManual()
 {
     const QDir programa(QCoreApplication::applicationDirPath());
-    for (const char *const lugar : {"../share/doc/oficina/manual/index.html", AGENDA_MANUAL}) {
-        if (const QString pagina = QDir::cleanPath(programa.absoluteFilePath(QString::fromUtf8(lugar)));
-            QFileInfo::exists(pagina))
-            return pagina;
-    }
-    return {};
+    const QString instalada =
+        QDir::cleanPath(programa.absoluteFilePath(QStringLiteral("../share/oficina/manual/index.html")));
+    if (QFileInfo::exists(instalada))
+        return instalada;
+    const QString deLasFuentes = QStringLiteral(AGENDA_MANUAL); // run where it was built
+    return QFileInfo::exists(deLasFuentes) ? deLasFuentes : QString();
 }
 
 void TAyuda::Muestra()

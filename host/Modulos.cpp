@@ -5,6 +5,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QJsonObject>
+#include <QtCore/QLibrary>
 
 namespace
 {
@@ -21,9 +22,10 @@ QString FicheroDelModulo()
     const QDir programa(QCoreApplication::applicationDirPath());
     for (const QString &carpeta : {QStringLiteral("."), QStringLiteral("../lib/agenda")}) {
         const QDir sitio(programa.absoluteFilePath(carpeta));
-        const QStringList candidatos = sitio.entryList({"libZenAgenda.*", "ZenAgenda.*"}, QDir::Files);
-        if (!candidatos.isEmpty())
-            return QDir::cleanPath(sitio.absoluteFilePath(candidatos.front()));
+        for (const QString &candidato : sitio.entryList({"libZenAgenda.*", "ZenAgenda.*"}, QDir::Files)) {
+            if (QLibrary::isLibrary(candidato)) // not its debug symbols, nor a linker's list
+                return QDir::cleanPath(sitio.absoluteFilePath(candidato));
+        }
     }
     throw NoSirve(QStringLiteral("no está junto al programa."));
 }
@@ -37,8 +39,13 @@ TModuloAgenda::TModuloAgenda(const TServicios &servicios, const QString &fichero
         throw NoSirve(QStringLiteral("el fichero «%1» no es el módulo esperado.")
                           .arg(QDir::toNativeSeparators(m_cargador.fileName())));
     m_modulo = qobject_cast<IZenAgenda *>(m_cargador.instance());
-    if (!m_modulo)
-        throw NoSirve(m_cargador.errorString());
+    if (!m_modulo) {
+        const QString porque = m_cargador.isLoaded()
+                                   ? QStringLiteral("su objeto no es el de un módulo de la agenda.")
+                                   : m_cargador.errorString();
+        m_cargador.unload();
+        throw NoSirve(porque);
+    }
     if (const int version = m_modulo->Version(); version != IZenAgenda::VersionInterfaz) {
         m_cargador.unload();
         throw NoSirve(

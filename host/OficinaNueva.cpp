@@ -8,8 +8,10 @@
 #include "host/Configuracion.h"
 #include "host/TablasOficina.h"
 
+#include <QtCore/QDateTime>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
 #include <QtCore/QTemporaryDir>
 
 using dataset::DbfTable;
@@ -58,6 +60,42 @@ QStringList EntradasDe(const QString &carpeta)
     QStringList entradas = QDir(carpeta).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     entradas.removeAll(configuracion);
     return entradas << configuracion;
+}
+
+const QString NombreOculto = QStringLiteral(".oficina-XXXXXX");
+
+/// Whether an office is, or was, being made in an entry.
+bool EsOculta(const QFileInfo &entrada)
+{
+    static const QRegularExpression oculto(QStringLiteral("^\\.oficina-[A-Za-z]{6}$"));
+    return entrada.isDir() && oculto.match(entrada.fileName()).hasMatch();
+}
+
+/// What is in a folder and is somebody's: not what desktops and file systems put into every folder, and not
+/// what an interrupted start has left.
+QStringList Ajenas(const QString &carpeta)
+{
+    static const QStringList deTodas{QStringLiteral("desktop.ini"), QStringLiteral("Thumbs.db"),
+                                     QStringLiteral(".DS_Store"), QStringLiteral(".directory"),
+                                     QStringLiteral("lost+found")};
+    QStringList ajenas;
+    for (const QFileInfo &una :
+         QDir(carpeta).entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)) {
+        if (!EsOculta(una) && !deTodas.contains(una.fileName(), Qt::CaseInsensitive))
+            ajenas << una.fileName();
+    }
+    return ajenas;
+}
+
+/// Takes away what interrupted starts have left; what has just been written may be another workstation's.
+void QuitaRestos(const QString &carpeta)
+{
+    constexpr qint64 SegundosSeguros = 3600;
+    for (const QFileInfo &una :
+         QDir(carpeta).entryInfoList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot)) {
+        if (EsOculta(una) && una.lastModified().secsTo(QDateTime::currentDateTime()) > SegundosSeguros)
+            QDir(una.filePath()).removeRecursively();
+    }
 }
 
 /// Folders made on the way to a new one, to be taken away again.
@@ -160,17 +198,18 @@ QString PorQueNoSirve(const QString &carpeta)
     const QString nombre = QDir::toNativeSeparators(QDir(carpeta).absolutePath());
     if (QFileInfo::exists(TConfiguracion::FicheroDe(carpeta)))
         return QStringLiteral("La carpeta «%1» ya contiene una oficina.").arg(nombre);
-    if (!QDir(carpeta).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot) &&
-        QDir(carpeta).exists())
-        return QStringLiteral("La carpeta «%1» no está vacía. Elija otra, o escriba el nombre de una nueva.")
-            .arg(nombre);
+    if (const QStringList ajenas = Ajenas(carpeta); !ajenas.isEmpty())
+        return QStringLiteral("La carpeta «%1» no está vacía: contiene «%2»%3. Elija otra, o escriba el "
+                              "nombre de una nueva.")
+            .arg(nombre, ajenas.front(),
+                 ajenas.size() == 1 ? QString() : QStringLiteral(" y %1 más").arg(ajenas.size() - 1));
     QFileInfo raiz(QDir(carpeta).absolutePath());
     while (!raiz.exists())
         raiz = QFileInfo(raiz.absolutePath());
     if (!raiz.isDir())
         return QStringLiteral("«%1» no es una carpeta.").arg(QDir::toNativeSeparators(raiz.filePath()));
     // The only sure way to know is to try.
-    if (!QTemporaryDir(raiz.filePath() + QStringLiteral("/.oficina-XXXXXX")).isValid())
+    if (!QTemporaryDir(QDir(raiz.filePath()).filePath(NombreOculto)).isValid())
         return QStringLiteral("No se puede escribir en la carpeta «%1».")
             .arg(QDir::toNativeSeparators(raiz.filePath()));
     return {};
@@ -182,7 +221,8 @@ void CreaEnSuSitio(const QString &carpeta, const std::function<void(const QStrin
         throw NoSePuede(porque);
     TCarpetaNueva sitio(carpeta);
     // In the same folder, so that moving is renaming.
-    const QTemporaryDir oculta(QDir(carpeta).filePath(QStringLiteral(".oficina-XXXXXX")));
+    QuitaRestos(carpeta);
+    const QTemporaryDir oculta(QDir(carpeta).filePath(NombreOculto));
     if (!oculta.isValid())
         throw NoSePuede(QStringLiteral("No se puede escribir en la carpeta «%1».")
                             .arg(QDir::toNativeSeparators(carpeta)));

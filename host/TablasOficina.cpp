@@ -1,7 +1,9 @@
 #include "host/TablasOficina.h"
 
+#include "agenda/AgendaNDM.h"
 #include "dataset/DatabaseError.h"
 #include "dbase/Table.h"
+#include "host/Configuracion.h"
 
 #include <QtCore/QDir>
 
@@ -83,6 +85,16 @@ bool CreaTablaSiFalta(DbfTable &tabla, const dataset::Aliases &aliases, const QL
         throw dataset::EDatabaseError(hay.status());
     tabla.createFile(campos);
     return true;
+}
+
+bool CreaAgendaDeNotario(const TConfiguracion &config, const QString &alias)
+{
+    dataset::Aliases aliases;
+    aliases.add(alias, config.CarpetaDeAlias(alias));
+    DbfTable agenda(aliases);
+    agenda.setDatabaseName(alias);
+    PreparaTablaAgendaN(agenda);
+    return CreaTablaSiFalta(agenda, aliases, CamposAgendaN());
 }
 
 void AnadeLinea(dataset::DataSet &tabla, const QList<QVariant> &valores)

@@ -16,13 +16,13 @@ void TTrabajo::Empieza(TCuerpo cuerpo)
     m_parar = false;
     m_enMarcha = true;
     m_hilo = std::thread([this, trabaja = std::move(cuerpo)] {
-        QString mensaje;
+        TFinal final;
         try {
-            mensaje = trabaja(*this);
+            final = trabaja(*this);
         } catch (const std::exception &error) {
-            mensaje = QString::fromUtf8(error.what());
+            final.Mensaje = QString::fromUtf8(error.what());
         }
         m_enMarcha = false;
-        emit termina(mensaje);
+        emit termina(final.Mensaje, final.Cancelado);
     });
 }

@@ -7,6 +7,12 @@
 #include <functional>
 #include <thread>
 
+/// What a work has come to.
+struct TFinal {
+    QString Mensaje;        ///< for the user
+    bool Cancelado = false; ///< it ended because it was stopped
+};
+
 /// Runs something long beside the windows, one thing at a time; its news come as signals in the windows'
 /// thread.
 class TTrabajo : public QObject
@@ -14,8 +20,7 @@ class TTrabajo : public QObject
     Q_OBJECT
 public:
     /// Works, asks Sigue() now and then and gives news through the functions below.
-    /// @return what to tell the user at the end.
-    using TCuerpo = std::function<QString(TTrabajo &)>;
+    using TCuerpo = std::function<TFinal(TTrabajo &)>;
 
     TTrabajo() = default;
     /// Stops it and waits.
@@ -28,13 +33,16 @@ public:
     // For the work itself.
     [[nodiscard]] bool Sigue() const { return !m_parar; }
     void Avanza(int porCiento, const QString &que) { emit avanza(porCiento, que); }
+    /// From now on stopping it changes nothing.
+    void YaNoSePara() { emit sinVuelta(); }
     /// @param lineas  below 0: not known.
     void Dice(int fila, const QString &estado, qint64 lineas) { emit dice(fila, estado, lineas); }
 
 signals:
     void avanza(int porCiento, const QString &que);
     void dice(int fila, const QString &estado, qint64 lineas);
-    void termina(const QString &mensaje);
+    void sinVuelta();
+    void termina(const QString &mensaje, bool cancelado);
 
 private:
     std::thread m_hilo;

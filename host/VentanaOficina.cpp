@@ -117,11 +117,15 @@ void TVentanaOficina::CreaMenuDatos()
                                 ActualizaPanel();
                             }));
     menu->addAction(Comando(QStringLiteral("O&ficiales..."),
-                            QStringLiteral("Añadir, cambiar o borrar oficiales"),
-                            [this] { MantieneOficiales(m_oficina, this); }));
-    menu->addAction(Comando(QStringLiteral("&Clientes..."),
-                            QStringLiteral("Añadir, cambiar o borrar clientes"),
-                            [this] { MantieneClientes(m_oficina, this); }));
+                            QStringLiteral("Añadir, cambiar o borrar oficiales"), [this] {
+                                m_oficina.LeeAliases();
+                                MantieneOficiales(m_oficina, this);
+                            }));
+    menu->addAction(
+        Comando(QStringLiteral("&Clientes..."), QStringLiteral("Añadir, cambiar o borrar clientes"), [this] {
+            m_oficina.LeeAliases();
+            MantieneClientes(m_oficina, this);
+        }));
     menu->addSeparator();
     menu->addAction(Comando(QStringLiteral("Agenda única: c&onfiguración..."),
                             QStringLiteral("Cambiar las horas y los notarios de la agenda única"),
@@ -137,6 +141,7 @@ void TVentanaOficina::AnadeAgenda(QMenu &menu, Qt::Key tecla, QAction *comando)
 
 void TVentanaOficina::ActualizaPanel()
 {
+    m_oficina.LeeAliases();
     m_panel->PonFecha(m_oficina.Reloj.Hoy());
     m_panel->PonNotarios(m_oficina.NombresDeNotarios());
 }
@@ -156,7 +161,19 @@ void TVentanaOficina::changeEvent(QEvent *evento)
     QMainWindow::changeEvent(evento);
     // The program stays open over night, and other workstations change the office's data.
     if (evento->type() == QEvent::ActivationChange && isActiveWindow())
-        ConGuarda([this] { ActualizaPanel(); });
+        ActualizaSinEstorbar();
+}
+
+/// For what the user has not asked for: a box would make the window active again when it is closed, and so
+/// come back for ever.
+void TVentanaOficina::ActualizaSinEstorbar()
+{
+    try {
+        ActualizaPanel();
+        statusBar()->clearMessage();
+    } catch (const std::exception &error) {
+        statusBar()->showMessage(QString::fromUtf8(error.what()));
+    }
 }
 
 void TVentanaOficina::closeEvent(QCloseEvent *evento)
@@ -190,6 +207,7 @@ bool TVentanaOficina::ConGuarda(const std::function<void()> &orden)
 bool TVentanaOficina::AbreAgenda()
 {
     return ConGuarda([this] {
+        m_oficina.LeeAliases();
         const auto agenda = m_oficina.Modulo->CreaAgendaN(this, &m_oficina.Clientes, {});
         agenda->SincronizarTablasAFecha(m_oficina.Reloj.Hoy(), true);
         agenda->FichaAgendaN();
@@ -199,6 +217,7 @@ bool TVentanaOficina::AbreAgenda()
 bool TVentanaOficina::AbreAgendaUnica()
 {
     return ConGuarda([this] {
+        m_oficina.LeeAliases();
         if (PreparaAgendaUnica(m_oficina.Aliases))
             m_oficina.Modulo->CreaAgenda1(this, m_oficina.Reloj.Hoy())->IAgenda();
     });
@@ -206,12 +225,16 @@ bool TVentanaOficina::AbreAgendaUnica()
 
 bool TVentanaOficina::AbreAgendaConjunta()
 {
-    return ConGuarda([this] { m_oficina.MuestraAgendaConjunta(this); });
+    return ConGuarda([this] {
+        m_oficina.LeeAliases();
+        m_oficina.MuestraAgendaConjunta(this);
+    });
 }
 
 bool TVentanaOficina::ConfiguraAgendaUnica()
 {
     return ConGuarda([this] {
+        m_oficina.LeeAliases();
         if (PreparaAgendaUnica(m_oficina.Aliases))
             m_oficina.Modulo->CreaAgenda1(this, m_oficina.Reloj.Hoy())->IConfiguracion();
     });

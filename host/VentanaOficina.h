@@ -18,6 +18,8 @@ struct TOficina {
     /// @param hoy  a date to be taken for today; invalid: the system's. @throws dataset::EDatabaseError
     TOficina(const QString &carpeta, QDate hoy);
 
+    /// Reads the databases again: other workstations add notaries. What is open stays open.
+    void LeeAliases() { Aliases = Config.Aliases(); }
     /// As many names as the office counts notaries.
     [[nodiscard]] QStringList NombresDeNotarios() const;
     /// Shows today of all notaries side by side and returns when the window is closed.
@@ -65,6 +67,7 @@ private:
     /// Into the menu, and as a large button into the window.
     void AnadeAgenda(QMenu &menu, Qt::Key tecla, QAction *comando);
     void ActualizaPanel();
+    void ActualizaSinEstorbar();
     void Coloca();
     QAction *Comando(const QString &titulo, const QString &pista, const std::function<void()> &orden);
     bool ConGuarda(const std::function<void()> &orden);

@@ -1,6 +1,7 @@
 #include "host/VentanaTablas.h"
 
 #include "dbcontrols/WindowPlace.h"
+#include "host/TablasOficina.h"
 #include "host/VentanaOficina.h"
 
 #include <QtCore/QDateTime>
@@ -19,6 +20,7 @@
 #include <QtWidgets/QVBoxLayout>
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {
@@ -67,6 +69,7 @@ TVentanaTablas::TVentanaTablas(TOficina &oficina, QWidget *padre)
         if (lineas >= 0)
             TVTablas->item(m_filas.at(fila), ColLineas)->setText(locale().toString(lineas));
     });
+    connect(&m_trabajo, &TTrabajo::sinVuelta, this, [this] { BCancelar->setEnabled(false); });
     connect(&m_trabajo, &TTrabajo::termina, this, &TVentanaTablas::Termina);
     if (!dbcontrols::restorePlace(*this, oficina.Config.GetFicheroVentanas()))
         resize(96 * fontMetrics().averageCharWidth(), 30 * fontMetrics().height());
@@ -184,7 +187,7 @@ void TVentanaTablas::Empieza(const TTrabajo::TCuerpo &cuerpo)
     m_trabajo.Empieza(cuerpo);
 }
 
-void TVentanaTablas::Termina(const QString &mensaje)
+void TVentanaTablas::Termina(const QString &mensaje, bool cancelado)
 {
     PonEnMarcha(false);
     LMensaje->setText(mensaje);
@@ -195,7 +198,8 @@ void TVentanaTablas::Termina(const QString &mensaje)
             TVTablas->item(fila, ColTamano)
                 ->setText(locale().formattedDataSize(static_cast<qint64>(bytes), 1));
     }
-    if (m_cerrar)
+    const bool cerrar = std::exchange(m_cerrar, false);
+    if (cerrar && (cancelado || mensaje.isEmpty()))
         reject();
 }
 
@@ -216,14 +220,80 @@ void TVentanaTablas::HazCopia(const QString &fichero)
     Empieza(CopiaTablas(Elegidas(), m_oficina.Config.GetPath(), fichero));
 }
 
+QString TVentanaTablas::Diferencia(const QList<TNotario> &deLaCopia) const
+{
+    const QList<TNotario> nuestros = m_oficina.Config.Notarios();
+    QStringList diferencias;
+    for (const TNotario &suyo : deLaCopia) {
+        const auto mismo = std::find_if(nuestros.begin(), nuestros.end(), [&](const TNotario &uno) {
+            return uno.Alias.compare(suyo.Alias, Qt::CaseInsensitive) == 0;
+        });
+        if (mismo == nuestros.end())
+            diferencias << QStringLiteral("%1 es allí «%2» y aquí no está").arg(suyo.Alias, suyo.Nombre);
+        else if (mismo->Nombre != suyo.Nombre)
+            diferencias
+                << QStringLiteral("%1 es allí «%2» y aquí «%3»").arg(suyo.Alias, suyo.Nombre, mismo->Nombre);
+    }
+    return diferencias.join(QStringLiteral("; "));
+}
+
+/// Those of this office whom the copy does not know stay, behind the copy's.
+void TVentanaTablas::OfreceNotarios(const QList<TNotario> &deLaCopia)
+{
+    const QList<TNotario> nuestros = m_oficina.Config.Notarios();
+    QList<TNotario> juntos = deLaCopia;
+    const auto esta = [](const QList<TNotario> &lista, const QString &alias) {
+        return std::any_of(lista.begin(), lista.end(), [&](const TNotario &uno) {
+            return uno.Alias.compare(alias, Qt::CaseInsensitive) == 0;
+        });
+    };
+    for (const TNotario &nuestro : nuestros) {
+        if (!esta(deLaCopia, nuestro.Alias))
+            juntos << nuestro;
+    }
+    QStringList serian;
+    for (const TNotario &uno : std::as_const(juntos)) {
+        serian << QStringLiteral("%1 (%2)").arg(uno.Nombre, uno.Alias);
+        // A name out of a file that anybody may have made becomes a folder's.
+        if (!esta(nuestros, uno.Alias) &&
+            (m_oficina.Aliases.contains(uno.Alias) || !PorQueNoSirveElAlias(uno.Alias.toUpper()).isEmpty()))
+            return;
+    }
+    if (juntos.size() > TConfiguracion::MaxNotarios ||
+        m_oficina.Mensaje.Mensaje_NoSi(
+            QStringLiteral("¿Desea que la oficina tenga los notarios de la copia?"),
+            QStringLiteral("Serán: %1.\n\nSi contesta que no, las agendas que la oficina no conoce se quedan "
+                           "en la copia.")
+                .arg(serian.join(QStringLiteral(", "))),
+            QStringLiteral(" ATENCIÓN:")) != RespuestaSi)
+        return;
+    for (const TNotario &uno : std::as_const(juntos))
+        CreaAgendaDeNotario(m_oficina.Config, uno.Alias);
+    m_oficina.Config.SetNotarios(juntos, nuestros);
+    m_oficina.LeeAliases();
+    Lee();
+    TVTablas->selectAll();
+}
+
 void TVentanaTablas::Restaura(const QString &fichero)
 {
-    if (m_oficina.Mensaje.Mensaje_NoSi(
-            QStringLiteral("¿Desea restaurar las tablas elegidas con la copia «%1»?")
-                .arg(QFileInfo(fichero).fileName()),
-            QStringLiteral("Lo que se haya escrito en ellas después de esa copia se perderá."),
-            QStringLiteral(" ATENCIÓN:")) == RespuestaSi)
-        Empieza(RestauraTablas(Elegidas(), fichero));
+    try {
+        const QList<TNotario> suyos = NotariosDeLaCopia(fichero);
+        const QString diferencia = Diferencia(suyos);
+        QString aviso = QStringLiteral("Lo que se haya escrito en ellas después de esa copia se perderá.");
+        if (!diferencia.isEmpty())
+            aviso += QStringLiteral("\n\nPuede ser la copia de otra oficina: %1.").arg(diferencia);
+        if (m_oficina.Mensaje.Mensaje_NoSi(
+                QStringLiteral("¿Desea restaurar las tablas elegidas con la copia «%1»?")
+                    .arg(QFileInfo(fichero).fileName()),
+                aviso, QStringLiteral(" ATENCIÓN:")) != RespuestaSi)
+            return;
+        if (!diferencia.isEmpty() && Elegidas().size() == m_tablas.size())
+            OfreceNotarios(suyos);
+        Empieza(RestauraTablas(Elegidas(), m_tablas, fichero));
+    } catch (const std::exception &error) {
+        LMensaje->setText(QString::fromUtf8(error.what()));
+    }
 }
 
 QString TVentanaTablas::CarpetaDeCopias() const
@@ -248,10 +318,13 @@ void TVentanaTablas::PreguntaCopia()
         QStringLiteral("oficina-") +
         QDateTime(m_oficina.Reloj.Hoy(), QTime::currentTime()).toString(QStringLiteral("yyyy-MM-dd-HHmm")) +
         QStringLiteral(".zip");
-    QString fichero = QFileDialog::getSaveFileName(this, QStringLiteral("Copia de seguridad"),
-                                                   QDir(CarpetaDeCopias()).filePath(nombre), FiltroCopias);
-    if (fichero.isEmpty())
+    QFileDialog dialogo(this, QStringLiteral("Copia de seguridad"), CarpetaDeCopias(), FiltroCopias);
+    dialogo.setAcceptMode(QFileDialog::AcceptSave);
+    dialogo.setDefaultSuffix(QStringLiteral("zip")); // or restoring would not show the copy
+    dialogo.selectFile(nombre);
+    if (dialogo.exec() != QDialog::Accepted)
         return;
+    const QString fichero = dialogo.selectedFiles().constFirst();
     RecuerdaCarpeta(fichero);
     HazCopia(fichero);
 }

@@ -21,9 +21,11 @@ public:
 
     /// Copies the selected tables into a .zip, replacing one of that name.
     void HazCopia(const QString &fichero);
-    /// Asks, and brings the selected tables back from a .zip.
+    /// Asks, and brings the selected tables back from a .zip; when all are selected, offers to take the
+    /// copy's notaries where they are others.
     void Restaura(const QString &fichero);
-    /// While something is being done it is stopped first, and the window closes when it has.
+    /// While something is being done it is stopped first, and the window closes when it has; where it came to
+    /// an end by itself the window stays, with what it came to.
     void reject() override;
     [[nodiscard]] bool EnMarcha() const { return m_trabajo.EnMarcha(); }
 
@@ -35,7 +37,10 @@ private:
     void Lee();
     [[nodiscard]] QList<TTablaOficina> Elegidas();
     void Empieza(const TTrabajo::TCuerpo &cuerpo);
-    void Termina(const QString &mensaje);
+    void Termina(const QString &mensaje, bool cancelado);
+    /// @return how the notaries of a copy and of this office differ; empty when they do not.
+    [[nodiscard]] QString Diferencia(const QList<TNotario> &deLaCopia) const;
+    void OfreceNotarios(const QList<TNotario> &deLaCopia);
     void PonEnMarcha(bool enMarcha);
     void PreguntaCopia();
     void PreguntaRestaurar();

@@ -1,12 +1,10 @@
-#include "agenda/Rnumcad.h"
-#include "dataset/DatabaseError.h"
+#include "dbcontrols/CommandIcons.h"
 #include "host/Arranque.h"
 #include "host/AsistenteOficina.h"
 #include "host/Capturas.h"
-#include "host/DatosDemo.h"
+#include "host/Opciones.h"
 #include "host/VentanaOficina.h"
 
-#include <QtCore/QCommandLineParser>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QLibraryInfo>
@@ -15,54 +13,13 @@
 #include <QtCore/QStandardPaths>
 #include <QtCore/QTimer>
 #include <QtCore/QTranslator>
+#include <QtGui/QIcon>
 #include <QtWidgets/QApplication>
 
 #include <cstdio>
-#include <optional>
 
 namespace
 {
-
-struct TOpciones {
-    QString Datos;
-    QString Capturas;
-    bool CrearDemo = false;
-    bool SoloDatos = false;
-    bool Convenio = false;
-    bool MideArranque = false;
-    int Anyos = 0;
-    QDate Hoy;
-
-    /// Nobody is there to answer questions.
-    [[nodiscard]] bool SinNadie() const { return SoloDatos || MideArranque || !Capturas.isEmpty(); }
-};
-
-TOpciones LeeOpciones(const QApplication &programa)
-{
-    QCommandLineParser linea;
-    linea.setApplicationDescription(QStringLiteral("Oficina notarial con su agenda."));
-    linea.addHelpOption();
-    const QCommandLineOption datos("datos", "Carpeta de los datos de la oficina; sin ella, la última.",
-                                   "carpeta");
-    const QCommandLineOption crear("crear-demo",
-                                   "Crea datos de demostración si la carpeta no contiene una oficina.");
-    const QCommandLineOption solo("solo-datos", "Termina después de crear los datos.");
-    const QCommandLineOption anyos("anyos", "Años de agenda del primer notario de la demostración.", "n",
-                                   "0");
-    const QCommandLineOption convenio("convenio", "La agenda única de la demostración es de dos notarios.");
-    const QCommandLineOption fecha("fecha", "Fecha que se toma por hoy, dd/mm/aaaa.", "fecha");
-    const QCommandLineOption capturas("capturas", "Dibuja las ventanas en ficheros PNG y termina.",
-                                      "carpeta");
-    const QCommandLineOption mide("mide-arranque", "Mide hasta que la agenda está pintada y termina.");
-    linea.addOptions({datos, crear, solo, convenio, anyos, fecha, capturas, mide});
-    linea.process(programa);
-    TOpciones opciones{
-        linea.value(datos),    linea.value(capturas), linea.isSet(crear),         linea.isSet(solo),
-        linea.isSet(convenio), linea.isSet(mide),     linea.value(anyos).toInt(), {}};
-    if (linea.isSet(fecha))
-        opciones.Hoy = Cad_Date(linea.value(fecha));
-    return opciones;
-}
 
 void PonAspecto(QTranslator &traduccion)
 {
@@ -73,17 +30,6 @@ void PonAspecto(QTranslator &traduccion)
     QLocale::setDefault(QLocale(QStringLiteral("es_ES")));
     if (traduccion.load(QStringLiteral("qtbase_es"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         QCoreApplication::installTranslator(&traduccion);
-}
-
-void PreparaDatos(const TOpciones &opciones)
-{
-    if (!opciones.CrearDemo || QFileInfo::exists(TConfiguracion::FicheroDe(opciones.Datos)))
-        return;
-    TDemo demo;
-    demo.Hoy = opciones.Hoy.isValid() ? opciones.Hoy : QDate::currentDate();
-    demo.AnyosDelPrimero = opciones.Anyos;
-    demo.Convenio = opciones.Convenio;
-    CreaDatosDemo(opciones.Datos, demo);
 }
 
 QString FicheroDelUsuario()
@@ -157,11 +103,20 @@ int main(int argc, char *argv[])
     QElapsedTimer reloj;
     reloj.start();
     const QApplication programa(argc, argv);
+    // What a desktop knows the windows by: the name of the menu entry.
+    QGuiApplication::setDesktopFileName(QStringLiteral("oficina-agenda"));
+    QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("oficina-agenda"),
+                                                 dbcontrols::commandIcon(dbcontrols::CommandIcon::edit)));
     QTranslator traduccion;
     PonAspecto(traduccion);
-    TOpciones opciones;
+    TLineaLeida leida = LeeOpciones(QCoreApplication::arguments());
+    if (!leida.Opciones) {
+        // Never a box: whoever starts the program from a script would wait for it for ever.
+        std::fprintf(leida.Ayuda ? stdout : stderr, "%s\n", qPrintable(leida.Texto));
+        return leida.Ayuda ? 0 : 1;
+    }
+    TOpciones &opciones = *leida.Opciones;
     try {
-        opciones = LeeOpciones(programa);
         return Trabaja(opciones, reloj);
     } catch (const std::exception &error) {
         std::fprintf(stderr, "%s\n", error.what());

@@ -93,29 +93,49 @@ TModulo::TModulo() = default;
 
 TModulo::~TModulo()
 {
-    TModulo::Libera();
+    Deshaz();
 }
 
 bool TModulo::Registra(const TServicios &servicios)
 {
     if (m_servicios || !servicios.Completos())
         return false;
-    m_servicios = std::make_unique<TServiciosInstalados>(servicios);
-    m_vistaConfiguracion = std::make_unique<TVistaConfiguracion>();
-    goConfAgendaN = std::make_unique<TClassConfAgendaN>(m_vistaConfiguracion.get());
-    m_vistas = std::make_unique<TVistasAgendaN>();
-    m_informes = std::make_unique<TInformesAgendaN>();
-    m_vistas1 = std::make_unique<TVistasAgenda>();
-    m_informes1 = std::make_unique<TInformesAgenda1>();
-    RegistraUnidades();
-    return true;
+    try {
+        // The members only at the end: what fails before leaves nothing behind.
+        auto instalados = std::make_unique<TServiciosInstalados>(servicios);
+        auto vistaConfiguracion = std::make_unique<TVistaConfiguracion>();
+        auto configuracion = std::make_unique<TClassConfAgendaN>(vistaConfiguracion.get());
+        auto vistas = std::make_unique<TVistasAgendaN>();
+        auto informes = std::make_unique<TInformesAgendaN>();
+        auto vistas1 = std::make_unique<TVistasAgenda>();
+        auto informes1 = std::make_unique<TInformesAgenda1>();
+        RegistraUnidades();
+        m_servicios = std::move(instalados);
+        m_vistaConfiguracion = std::move(vistaConfiguracion);
+        goConfAgendaN = std::move(configuracion);
+        m_vistas = std::move(vistas);
+        m_informes = std::move(informes);
+        m_vistas1 = std::move(vistas1);
+        m_informes1 = std::move(informes1);
+        return true;
+    } catch (...) { // nothing may cross the boundary from here
+        return false;
+    }
 }
 
 void TModulo::RegistraUnidades()
 {
-    if (IRegistro *const registro = Servicios().Registro) {
-        for (const char *const unidad : Unidades)
-            registro->RegistraUnidad(QLatin1String(unidad));
+    IRegistro *const registro = Servicios().Registro;
+    if (!registro)
+        return;
+    std::size_t dichas = 0;
+    try {
+        for (; dichas < Unidades.size(); ++dichas)
+            registro->RegistraUnidad(QLatin1String(Unidades[dichas]));
+    } catch (...) {
+        while (dichas > 0)
+            registro->LiberaUnidad(QLatin1String(Unidades[--dichas]));
+        throw;
     }
 }
 
@@ -131,6 +151,12 @@ bool TModulo::Libera()
 {
     if (m_agendas > 0)
         return false;
+    Deshaz();
+    return true;
+}
+
+void TModulo::Deshaz()
+{
     m_informes1.reset();
     m_vistas1.reset();
     m_informes.reset();
@@ -140,7 +166,6 @@ bool TModulo::Libera()
     if (m_servicios)
         LiberaUnidades();
     m_servicios.reset();
-    return true;
 }
 
 std::unique_ptr<IAgendaN> TModulo::CreaAgendaN(QObject *propietario, TClientesRaiz *clientes,

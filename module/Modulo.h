@@ -32,6 +32,9 @@ public:
 private:
     void RegistraUnidades();
     void LiberaUnidades();
+    /// Gives everything back, also under an agenda that lives: the settings object must not outlive what it
+    /// shows itself with.
+    void Deshaz();
 
     std::unique_ptr<TServiciosInstalados> m_servicios;
     std::unique_ptr<TVistaConfiguracion> m_vistaConfiguracion;

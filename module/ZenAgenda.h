@@ -22,8 +22,8 @@
 // makes the settings object goConfAgendaN and the makers of windows and reports, and tells the host's
 // register of units (where the host has one) each unit that the module brings, in the order in which they
 // come to be. It answers false, with nothing done, when a service is missing or the module is registered
-// already; it throws nothing. Everything runs on the host's user-interface thread, where its QApplication
-// lives: host and module share it, with its event loop.
+// already, or when anything fails on the way; it throws nothing. Everything runs on the host's user-interface
+// thread, where its QApplication lives: host and module share it, with its event loop.
 //
 // Use. Each Crea...() makes an agenda of its own, which the caller owns and deletes by deleting the pointer;
 // any number may live at a time, each with its own cursors over the shared tables. Windows live only inside a
@@ -38,10 +38,11 @@
 //
 // Unload. Libera() gives everything back in reverse: makers, settings object, units, services. While an
 // agenda lives it answers false and does nothing: the host deletes its agendas first, and then unloads the
-// module, which deletes its root object. The library's code stays mapped until the program ends, as Qt's
-// loader has it when it is told nothing else, and a host leaves it so: texts that were handed out may be
-// constants inside it, and so may those that Qt keeps (settings, fonts). Loading, registering and releasing
-// may be repeated as often as the host likes.
+// module, which deletes its root object. A host that unloads under an agenda that lives has all of it taken
+// away all the same, and must not touch that agenda again, not even to delete it. The library's code stays
+// mapped until the program ends, as Qt's loader has it when it is told nothing else, and a host leaves it so:
+// texts that were handed out may be constants inside it, and so may those that Qt keeps (settings, fonts).
+// Loading, registering and releasing may be repeated as often as the host likes.
 //
 // Host and module are built with the same compiler and share the libraries dbase, dataset, dbcontrols and
 // report, whose objects and exceptions may pass between them. Everything else is hidden inside the module.

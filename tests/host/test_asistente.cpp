@@ -5,6 +5,7 @@
 #include "dataset/DatabaseError.h"
 #include "host/AsistenteOficina.h"
 #include "host/OficinaNueva.h"
+#include "host/Opciones.h"
 #include "host/TablasOficina.h"
 #include "host/VentanaOficina.h"
 #include "tests/host/Oficina.h"
@@ -54,6 +55,14 @@ protected:
         });
         pulsa(asistente, boton);
         EXPECT_EQ(asistente.currentId(), pagina);
+    }
+    [[nodiscard]] TOpciones demo() const
+    {
+        TOpciones opciones;
+        opciones.Datos = nueva();
+        opciones.CrearDemo = true;
+        opciones.Hoy = Hoy;
+        return opciones;
     }
     /// To the last page.
     void rellena(TAsistenteOficina &asistente) const
@@ -109,7 +118,7 @@ TEST_F(AsistenteTest, LeadsToAnOfficeThatOpens)
             tecla(agenda, Qt::Key_Escape); // of the single-table agenda, the question about the day's sheet
         });
         if (titulo[0] == '\0') {
-            QTimer::singleShot(400, qApp, [] {
+            QTimer::singleShot(400, &ventana, [] { // not in the next test
                 if (QWidget *const agenda = QApplication::activeModalWidget())
                     tecla(agenda, Qt::Key_Escape);
             });
@@ -157,6 +166,63 @@ TEST_F(AsistenteTest, AFailureHalfWayLeavesTheFolderAsItWas)
     fs::create_directories(nueva().toStdString());
     EXPECT_THROW(CreaEnSuSitio(nueva(), falla), dataset::EDatabaseError);
     EXPECT_TRUE(fs::is_empty(nueva().toStdString()));
+}
+
+TEST_F(AsistenteTest, WhatNobodyPutThereIsNotInTheWay)
+{
+    const fs::path sitio = nueva().toStdString();
+    for (const char *resto : {".oficina-AbCdEf", ".oficina-GhIjKl", "lost+found"})
+        fs::create_directories(sitio / resto / "ZENTRA");
+    fs::last_write_time(sitio / ".oficina-AbCdEf", fs::file_time_type::clock::now() - std::chrono::hours(2));
+    support::writeFile(sitio / ".DS_Store", "x");
+    support::writeFile(sitio / "Desktop.ini", "x");
+    support::writeFile(sitio / ".oficina-fich", "x"); // somebody's
+    EXPECT_TRUE(PorQueNoSirve(nueva()).contains("«.oficina-fich»")) << PorQueNoSirve(nueva()).toStdString();
+    fs::rename(sitio / ".oficina-fich", sitio / "carta.txt");
+    fs::create_directory(sitio / "fotos");
+    EXPECT_TRUE(PorQueNoSirve(nueva()).contains("contiene «carta.txt» y 1 más"));
+    fs::remove(sitio / "carta.txt");
+    fs::remove(sitio / "fotos");
+    EXPECT_EQ(PorQueNoSirve(nueva()), "");
+    PreparaDatos(demo());
+    EXPECT_EQ(TConfiguracion(nueva()).GetnCuantos(), 3);
+    EXPECT_FALSE(fs::exists(sitio / ".oficina-AbCdEf")) << "of an interrupted start";
+    EXPECT_TRUE(fs::exists(sitio / ".oficina-GhIjKl")) << "it may be another workstation's, at this moment";
+}
+
+TEST_F(AsistenteTest, ABadCommandLineIsRefusedAndTouchesNothing)
+{
+    const std::pair<QStringList, const char *> malas[] = {
+        {{"--fecha", "31/02/2026"}, "--fecha: «31/02/2026»"},
+        {{"--fecha", ""}, "--fecha"},
+        {{"--anyos", "abc"}, "--anyos: «abc»"},
+        {{"--anyos", "-1"}, "--anyos: «-1»"},
+        {{"--anyos", "101"}, "de 0 a 100"},
+        {{"--no-existe"}, "no-existe"},
+        {{"--datos"}, "datos"},
+        {{"carpeta suelta"}, "«carpeta suelta»"},
+    };
+    for (const auto &[linea, dice] : malas) {
+        const TLineaLeida leida = LeeOpciones(QStringList{"oficina"} + linea);
+        EXPECT_FALSE(leida.Opciones) << dice;
+        EXPECT_FALSE(leida.Ayuda);
+        EXPECT_TRUE(leida.Texto.contains(dice)) << leida.Texto.toStdString();
+    }
+    const TLineaLeida buena =
+        LeeOpciones({"oficina", "--solo-datos", "--anyos", "2", "--fecha", "20/11/2026", "--datos", "x"});
+    ASSERT_TRUE(buena.Opciones) << buena.Texto.toStdString();
+    EXPECT_EQ(buena.Opciones->Anyos, 2);
+    EXPECT_EQ(buena.Opciones->Hoy, Hoy);
+    EXPECT_EQ(buena.Opciones->Datos, "x");
+    EXPECT_TRUE(buena.Opciones->SinNadie());
+    EXPECT_TRUE(LeeOpciones({"oficina", "-h"}).Ayuda);
+
+    // A demo that cannot be made leaves the folder as it was.
+    const fs::path sitio = nueva().toStdString();
+    fs::create_directories(sitio);
+    support::writeFile(sitio / "carta.txt", "x");
+    EXPECT_THROW(PreparaDatos(demo()), dataset::EDatabaseError);
+    EXPECT_EQ(std::distance(fs::directory_iterator(sitio), {}), 1);
 }
 
 TEST_F(AsistenteTest, WhatCannotBeIsSaidOnItsPage)

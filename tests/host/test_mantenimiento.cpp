@@ -220,6 +220,79 @@ TEST_F(MantenimientoTest, TwoWorkstationsThatAddAtOnceHaveTwoCodes)
     EXPECT_EQ(oficiales.field(u"CODIGO").asInteger(), 9);
 }
 
+TEST_F(MantenimientoTest, ACodeIsNeverGivenAgain)
+{
+    const auto leidos = clientes();
+    // By another program: only the appointments still tell that the code has been somebody's.
+    ASSERT_TRUE(leidos->locate({{"CODIGO", 120}}, dataset::SearchMode::exact));
+    leidos->remove();
+    DbfTable agenda(oficina->Aliases);
+    PreparaTablaAgendaN(agenda);
+    agenda.setDatabaseName("NOTARIO2");
+    agenda.open();
+    agenda.first();
+    agenda.edit();
+    agenda.field(u"CODCLIENTE").setInteger(120);
+    agenda.post();
+    agenda.close();
+    const auto anade = [](QWidget *lista, const QString &nombre) {
+        enDialogo([nombre](QWidget *ficha) {
+            rellena(ficha, "NOMBRE", nombre);
+            tecla(ficha, Qt::Key_Return);
+        });
+        tecla(lista, Qt::Key_Insert);
+        EXPECT_EQ(enLista(lista), nombre);
+    };
+    enDialogo([&](QWidget *lista) {
+        anade(lista, "Zoilo Primero");
+        enDialogo([](QWidget *caja) { contesta(caja, "&Sí"); });
+        tecla(lista, Qt::Key_Delete);
+        anade(lista, "Zoilo Segundo");
+        tecla(lista, Qt::Key_Escape);
+    });
+    MantieneClientes(*oficina, nullptr);
+    leidos->refresh();
+    EXPECT_FALSE(leidos->locate({{"NOMBRE", "Zoilo Primero"}}, dataset::SearchMode::exact));
+    ASSERT_TRUE(leidos->locate({{"NOMBRE", "Zoilo Segundo"}}, dataset::SearchMode::exact));
+    EXPECT_EQ(leidos->field(u"CODIGO").asInteger(), 122) << "121 was the first one's";
+    EXPECT_EQ(oficina->Config.MayorCodigo("CLIENTES"), 122);
+}
+
+TEST_F(MantenimientoTest, ANewNotaryDoesNotTakeARemovedOnesAgendaUnasked)
+{
+    oficina->Config.SetNotarios({{"Uno", "NOTARIO1"}}, oficina->Config.Notarios());
+    oficina->LeeAliases(); // the second's folder stays
+    enDialogo([](QWidget *lista) {
+        enDialogo([](QWidget *ficha) {
+            EXPECT_EQ(ficha->findChild<QLineEdit *>("ALIAS")->text(), "NOTARIO3");
+            rellena(ficha, "NOMBRE", "Nueva Notaria");
+            for (const char *alias : {"CONFIG", "NUL", "COM1"}) {
+                rellena(ficha, "ALIAS", alias);
+                enCaja("está reservado", Qt::Key_Return);
+                tecla(ficha, Qt::Key_Return);
+            }
+            rellena(ficha, "ALIAS", "NOTARIO2");
+            enDialogo([](QWidget *caja) {
+                EXPECT_TRUE(qobject_cast<QMessageBox *>(caja)->text().contains("agenda que ya hay"));
+                enDialogo([](QWidget *otraVez) { // the card, as it was typed
+                    EXPECT_EQ(otraVez->findChild<QLineEdit *>("NOMBRE")->text(), "Nueva Notaria");
+                    EXPECT_EQ(otraVez->findChild<QLineEdit *>("ALIAS")->text(), "NOTARIO2");
+                    rellena(otraVez, "ALIAS", "NUEVA");
+                    tecla(otraVez, Qt::Key_Return);
+                });
+                tecla(caja, Qt::Key_Return); // no is the default
+            });
+            tecla(ficha, Qt::Key_Return);
+        });
+        tecla(lista, Qt::Key_Insert);
+        tecla(lista, Qt::Key_Escape);
+    });
+    MantieneNotarios(*oficina, nullptr);
+    EXPECT_EQ(oficina->Config.AliasNotario(2), "NUEVA");
+    EXPECT_THROW(oficina->Config.SetNotarios({}, {}), dataset::EDatabaseError) << "changed by others";
+    EXPECT_EQ(oficina->Config.GetnCuantos(), 2);
+}
+
 TEST_F(MantenimientoTest, ANotaryComesWithHisTableAndLeavesItBehind)
 {
     const QStringList antes = oficina->Config.GetNotarios();

@@ -1,6 +1,7 @@
 // The host: demo data, configuration, dialogs, and the module loaded for real.
 
 #include "agenda/AgendaNDM.h"
+#include "agenda/FicheroIni.h"
 #include "dataset/DatabaseError.h"
 #include "host/DatosDemo.h"
 #include "host/Dialogos.h"
@@ -87,6 +88,18 @@ TEST_F(OficinaTest, OpensTheAgendaThroughTheModuleAndLeavesNothing)
                                           &oficina.Reloj, &oficina.Aliases}));
     EXPECT_FALSE(oficina.Modulo->Registra({})) << "twice";
 }
+
+#ifdef Q_OS_LINUX
+TEST_F(OficinaTest, AFolderThatCannotBeWrittenIsNotAnotherWorkstation)
+{
+    try {
+        TFicheroIni(QStringLiteral("/proc/oficina.ini")).Escribe("A", "B", "C");
+        ADD_FAILURE() << "written";
+    } catch (const dataset::EDatabaseError &error) {
+        EXPECT_TRUE(error.text().contains("no se puede escribir en su carpeta")) << error.what();
+    }
+}
+#endif
 
 TEST_F(OficinaTest, AMissingOrBrokenTableIsAMessage)
 {

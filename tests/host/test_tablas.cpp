@@ -51,14 +51,17 @@ protected:
     {
         return celda(alias, tabla, 4);
     }
+    static void pulsaEn(QWidget *caja, const QString &cual)
+    {
+        for (QPushButton *const boton : caja->findChildren<QPushButton *>()) {
+            if (boton->text() == cual)
+                return QTest::mouseClick(boton, Qt::LeftButton);
+        }
+        ADD_FAILURE() << "no such button: " << cual.toStdString();
+    }
     void restaura(const QString &de) const
     {
-        enDialogo([](QWidget *caja) {
-            for (QPushButton *const boton : caja->findChildren<QPushButton *>()) {
-                if (boton->text() == "&Sí")
-                    return QTest::mouseClick(boton, Qt::LeftButton);
-            }
-        });
+        enDialogo([](QWidget *caja) { pulsaEn(caja, "&Sí"); });
         ventana->Restaura(de);
         espera();
     }
@@ -189,6 +192,96 @@ TEST_F(TablasTest, ACopyComesBackWholeOrNotAtAll)
         EXPECT_TRUE(agenda.setRange({{"FECHA", support::Hoy}}, {{"FECHA", support::Hoy}}));
         EXPECT_EQ(agenda.rowCount(), 24);
     }
+}
+
+TEST_F(TablasTest, ACopyOfMoreNotariesOffersThem)
+{
+    const support::TempFolder otra;
+    crea(otra.path(), 3);
+    TConfiguracion suya(QString::fromStdString(otra.path().string()));
+    const auto hecha = CopiaTablas(TablasDeLaOficina(suya), suya.GetPath(), copia);
+    TTrabajo trabajo;
+    ASSERT_TRUE(hecha(trabajo).Mensaje.startsWith("Copia hecha"));
+    const QList<TNotario> nuestros{{"Don Nuestro", "NOTARIO1"}, {"Propia", "NOTARIO2"}};
+    oficina->Config.SetNotarios(nuestros, oficina->Config.Notarios());
+
+    for (const char *acepta : {"&No", "&Sí"}) {
+        enDialogo([&](QWidget *caja) {
+            const QString dice = qobject_cast<QMessageBox *>(caja)->informativeText();
+            EXPECT_TRUE(dice.contains("Puede ser la copia de otra oficina")) << dice.toStdString();
+            EXPECT_TRUE(dice.contains("y aquí «Don Nuestro»")) << dice.toStdString();
+            enDialogo([&](QWidget *oferta) {
+                EXPECT_TRUE(qobject_cast<QMessageBox *>(oferta)->text().contains("notarios de la copia"));
+                pulsaEn(oferta, acepta);
+            });
+            pulsaEn(caja, "&Sí");
+        });
+        ventana->Restaura(copia);
+        espera();
+        EXPECT_EQ(mensaje().contains("esta oficina no las tiene: NOTARIO3/AGENDA_N."), acepta[1] == 'N')
+            << mensaje().toStdString();
+    }
+    EXPECT_EQ(mensaje(), "Se han restaurado 7 tablas.");
+    EXPECT_EQ(oficina->Config.Notarios(), suya.Notarios());
+    EXPECT_EQ(support::readFile(fichero("NOTARIO3", "AGENDA_N.DBF")).size(),
+              support::readFile(otra.path() / "NOTARIO3" / "AGENDA_N.DBF").size());
+
+    // What the copy lacks is said, too.
+    DbfTable sola(oficina->Aliases);
+    sola.setDatabaseName("ZENTRA");
+    sola.setTableName("OTRA");
+    sola.createFile(CamposEmpleados());
+    ventana = std::make_unique<TVentanaTablas>(*oficina, nullptr);
+    ventana->show();
+    espera();
+    restaura(copia);
+    EXPECT_EQ(mensaje(),
+              "Se han restaurado 7 tablas. No están en la copia, y siguen como estaban: ZENTRA/OTRA.");
+    EXPECT_EQ(estado("ZENTRA", "OTRA"), "No está en la copia.");
+    EXPECT_EQ(estado("ZENTRA", "CLIENTES"), "Restaurada.");
+}
+
+TEST_F(TablasTest, StoppingCountsOnlyWhileSomethingCanBeStopped)
+{
+    ventana->HazCopia(copia);
+    espera();
+    const QList<TTablaOficina> tablas = TablasDeLaOficina(oficina->Config);
+    for (const int paradaEn : {0, 50, 68, 69, 80}) {
+        const auto tabla = clientes();
+        tabla->first();
+        tabla->remove();
+        tabla->close();
+        TTrabajo trabajo;
+        bool sinVuelta = false;
+        QObject::connect(&trabajo, &TTrabajo::avanza, &trabajo, [&](int porCiento) {
+            if (porCiento >= paradaEn)
+                trabajo.Para();
+        });
+        QObject::connect(&trabajo, &TTrabajo::sinVuelta, &trabajo, [&] { sinVuelta = true; });
+        const TFinal final = RestauraTablas(tablas, tablas, copia)(trabajo);
+        EXPECT_EQ(sinVuelta, paradaEn > 68) << paradaEn;
+        EXPECT_EQ(final.Cancelado, !sinVuelta) << final.Mensaje.toStdString();
+        tabla->open();
+        EXPECT_EQ(tabla->rowCount() == 120, sinVuelta) << paradaEn;
+    }
+}
+
+TEST_F(TablasTest, WhatFailedWhileTheWindowWasClosingIsStillSaid)
+{
+    ventana->HazCopia(copia);
+    espera();
+    const auto otro = clientes();
+    enDialogo([](QWidget *caja) { pulsaEn(caja, "&Sí"); });
+    ventana->Restaura(copia);
+    const auto *const cancelar = ventana->findChild<QPushButton *>("BCancelar");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !cancelar->isEnabled(); }, 20000));
+    EXPECT_TRUE(ventana->EnMarcha()) << "it waits for the table of the other workstation";
+    ventana->reject();
+    espera();
+    EXPECT_TRUE(ventana->isVisible());
+    EXPECT_TRUE(mensaje().contains("Otro puesto tiene abierta una tabla")) << mensaje().toStdString();
+    ventana->reject();
+    EXPECT_FALSE(ventana->isVisible());
 }
 
 TEST_F(TablasTest, ADamagedCopyIsRefusedBeforeAnythingIsTouched)

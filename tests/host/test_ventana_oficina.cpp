@@ -3,6 +3,7 @@
 #include "host/AcercaDe.h"
 #include "host/MantenimientoDatos.h"
 #include "host/Manual.h"
+#include "host/TablasOficina.h"
 #include "host/VentanaOficina.h"
 #include "tests/host/Oficina.h"
 
@@ -11,6 +12,7 @@
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QMessageBox>
+#include <QtWidgets/QStatusBar>
 #include <QtWidgets/QTextBrowser>
 
 namespace
@@ -44,6 +46,57 @@ TEST_F(VentanaOficinaTest, TheAgendasOpenByTheirButtonsWithTheKeyboard)
         }
         QTest::keyClick(ventana.windowHandle(), tecla);
     }
+}
+
+TEST_F(VentanaOficinaTest, ANotaryOfAnotherWorkstationIsInTheNextAgenda)
+{
+    TOficina oficina(ruta(), Hoy);
+    TVentanaOficina ventana(oficina);
+    ventana.show();
+    TConfiguracion otro(ruta());
+    ASSERT_TRUE(CreaAgendaDeNotario(otro, "TERCERA"));
+    QList<TNotario> notarios = otro.Notarios();
+    notarios << TNotario{"Tercera", "TERCERA"};
+    otro.SetNotarios(notarios, otro.Notarios());
+    for (const auto &[abre, titulo] : {std::pair(&TVentanaOficina::AbreAgenda, "Agenda del día:"),
+                                       {&TVentanaOficina::AbreAgendaConjunta, "Agenda conjunta"}}) {
+        enDialogo([titulo = QString(titulo)](QWidget *agenda) {
+            EXPECT_FALSE(qobject_cast<QMessageBox *>(agenda));
+            EXPECT_TRUE(agenda->windowTitle().startsWith(titulo)) << agenda->windowTitle().toStdString();
+            tecla(agenda, Qt::Key_Escape);
+        });
+        EXPECT_TRUE((ventana.*abre)());
+    }
+    EXPECT_TRUE(oficina.Aliases.contains("TERCERA"));
+}
+
+TEST_F(VentanaOficinaTest, AnUnreadableConfigurationIsSaidWithoutABox)
+{
+    TOficina oficina(ruta(), Hoy);
+    TVentanaOficina ventana(oficina);
+    ventana.show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&ventana));
+    const auto fichero = carpeta.path() / "oficina.ini";
+    const std::string antes = support::readFile(fichero);
+    std::filesystem::remove(fichero);
+    std::filesystem::create_directory(fichero); // what no right to read would do, for whoever has all rights
+    const auto vuelve = [&] {
+        QWidget otra;
+        otra.show();
+        otra.activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(&otra));
+        otra.close();
+        ventana.activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(&ventana));
+    };
+    vuelve();
+    EXPECT_FALSE(QApplication::activeModalWidget());
+    EXPECT_TRUE(ventana.statusBar()->currentMessage().contains("no se puede leer"))
+        << ventana.statusBar()->currentMessage().toStdString();
+    std::filesystem::remove(fichero);
+    support::writeFile(fichero, antes);
+    vuelve();
+    EXPECT_EQ(ventana.statusBar()->currentMessage(), "");
 }
 
 TEST_F(VentanaOficinaTest, ThePlaceIsRemembered)

@@ -18,13 +18,19 @@ const QDate Dia{2026, 11, 16};
 class Registro : public IRegistro
 {
 public:
-    void RegistraUnidad(const QString &unidad) override { Unidades << unidad; }
+    void RegistraUnidad(const QString &unidad) override
+    {
+        if (unidad == Falla)
+            throw dataset::EDatabaseError(QStringLiteral("no cabe"));
+        Unidades << unidad;
+    }
     void LiberaUnidad(const QString &unidad) override
     {
         ASSERT_FALSE(Unidades.isEmpty());
         EXPECT_EQ(Unidades.takeLast(), unidad);
     }
     QStringList Unidades;
+    QString Falla; ///< the unit that cannot be taken
 };
 
 class ModuloTest : public testing::Test
@@ -77,6 +83,25 @@ TEST_F(ModuloTest, LoadedUsedAndUnloadedAHundredTimes)
     EXPECT_TRUE(registro.Unidades.isEmpty());
     QPluginLoader cargador(fichero);
     EXPECT_FALSE(cargador.isLoaded()) << "the library is still there";
+}
+
+TEST_F(ModuloTest, AFailingRegistrationThrowsNothingAndLeavesNothing)
+{
+    TModuloAgenda modulo(servicios());
+    const QStringList unidades = registro.Unidades;
+    ASSERT_GT(unidades.size(), 2);
+    ASSERT_TRUE(modulo->Libera());
+    for (const QString &falla : {unidades.first(), unidades.at(2), unidades.last()}) {
+        registro.Falla = falla;
+        bool registrado = true;
+        EXPECT_NO_THROW(registrado = modulo->Registra(servicios()));
+        EXPECT_FALSE(registrado);
+        EXPECT_TRUE(registro.Unidades.isEmpty());
+        EXPECT_FALSE(modulo->CreaAgendaN(nullptr, nullptr, {}));
+    }
+    registro.Falla.clear();
+    EXPECT_TRUE(modulo->Registra(servicios()));
+    EXPECT_EQ(registro.Unidades, unidades);
 }
 
 TEST_F(ModuloTest, WhatIsNotTheModuleIsRefusedWithAReason)
