@@ -142,8 +142,8 @@ void TModulo::RegistraUnidades()
 void TModulo::LiberaUnidades()
 {
     if (IRegistro *const registro = Servicios().Registro) {
-        for (auto unidad = Unidades.rbegin(); unidad != Unidades.rend(); ++unidad)
-            registro->LiberaUnidad(QLatin1String(*unidad));
+        for (std::size_t quedan = Unidades.size(); quedan > 0; --quedan)
+            registro->LiberaUnidad(QLatin1String(Unidades.at(quedan - 1)));
     }
 }
 
