@@ -27,6 +27,7 @@ protected:
     {
         OpenOptions options;
         options.durable = false;
+        options.lockTimeout = std::chrono::minutes(1); // a slow disk is no failure here
         auto opened = Table::open(file, options);
         EXPECT_TRUE(opened.ok()) << opened.status().message();
         return std::move(opened).value();
