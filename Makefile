@@ -59,6 +59,7 @@ test:
 	cmake --preset ci
 	cmake --build --preset ci
 	ctest --preset ci
+	@if command -v x86_64-w64-mingw32-g++-posix >/dev/null 2>&1; then $(MAKE) windows-dbase; fi
 
 dev:
 	@$(PAQUETES) construir pruebas

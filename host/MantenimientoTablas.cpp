@@ -322,7 +322,11 @@ TTrabajo::TCuerpo RestauraTablas(const QList<TTablaOficina> &tablas, const QList
                 return sigue;
             });
         if (!nombres.ok())
-            return Fallo(nada, nombres.status());
+            // Of a failure in writing the status itself says what stands where.
+            return Fallo(nombres.status().kind() == ErrorKind::inputOutput
+                             ? QStringLiteral("No se ha podido restaurar la copia.")
+                             : nada,
+                         nombres.status());
         return {Balance(trabajo, tablas, todas, Textos(nombres.value()), Textos(enCopia.value()))};
     };
 }
