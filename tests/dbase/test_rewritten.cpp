@@ -110,8 +110,14 @@ TEST_F(Rewritten, ReadersKeepTheirFileOrAreToldThatItHasGone)
     ASSERT_TRUE(reader.ok());
     writer = open();
     EXPECT_TRUE(reader.value()->refresh().ok());
+#if defined(_WIN32)
+    // A file that somebody has open keeps its name there: the table stays as it is, for both.
+    EXPECT_FALSE(writer->replaceLines(row(*writer, "c"), aside).ok());
+    EXPECT_TRUE(reader.value()->refresh().ok());
+#else
     EXPECT_TRUE(writer->replaceLines(row(*writer, "c"), aside).ok());
     EXPECT_EQ(reader.value()->refresh().status().kind(), ErrorKind::inputOutput);
+#endif
 }
 
 #if !defined(_WIN32)
