@@ -123,7 +123,7 @@ TTrabajo::TCuerpo UnaAUna(const QList<TTablaOficina> &tablas, const QString &que
             if (!trabajo.Sigue())
                 return {QStringLiteral("Se ha cancelado; lo hecho hasta aquí vale."), true};
             const TTablaOficina &tabla = tablas.at(fila);
-            trabajo.Avanza(static_cast<int>(100 * fila / tablas.size()),
+            trabajo.Avanza(static_cast<int>(qsizetype{100} * fila / tablas.size()),
                            QStringLiteral("%1 %2 de %3...").arg(que, tabla.Nombre, tabla.Alias));
             const TParte parte = haz(tabla.Fichero);
             trabajo.Dice(fila, parte.Estado, parte.Lineas);
