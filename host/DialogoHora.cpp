@@ -27,6 +27,7 @@ TDialogoHora::TDialogoHora(const QString &hora, const QString &indicacion, const
     orden->addWidget(etiqueta);
     orden->addWidget(EHora);
     orden->addWidget(CreaBotones(*this, QStringLiteral("&Aceptar"), QStringLiteral("&Cancelar")));
+    setMinimumWidth(fontMetrics().averageCharWidth() * 45); // the title is read whole
     EHora->setFocus();
 }
 

@@ -84,8 +84,10 @@ private:
 };
 
 /// What the module brings, in the order in which the units are made.
-const std::array<const char *, 7> Unidades = {
-    "ClaseConfAgendaN", "ConfAgendaN", "ClaseAgendaN", "FichaAgendaN", "FichaCita", "Agenda3P", "ClasAge"};
+constexpr std::array Unidades = {"ClaseConfAgendaN", "ConfAgendaN", "ClaseAgendaN", "FichaAgendaN",
+                                 "FichaCita",        "AgendaNQR",   "AgendaDiaNQR", "Agenda3P",
+                                 "ClasAge",          "Agenda1",     "Agenda2",      "ConfAgenda",
+                                 "AgendaZenQR",      "AgendaDiaQR", "AgendaDia2QR"};
 
 } // namespace
 

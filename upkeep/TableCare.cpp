@@ -82,6 +82,21 @@ const dbase::TagDefinition &agendaTag()
     return tag;
 }
 
+dbase::TableDefinition agendaDefinition()
+{
+    dbase::TableDefinition made;
+    made.fields = {{"FECHA", FieldType::date, 8},
+                   {"HORA", FieldType::character, 5},
+                   {"CONCEPTO", FieldType::character, 254},
+                   {"CODCLIENTE", FieldType::floating, 20, 4},
+                   {"INTERESADO", FieldType::character, 100},
+                   {"OFICIAL", FieldType::character, 16},
+                   {"SALIDA", FieldType::character, 1},
+                   {"AVISO", FieldType::character, 1}};
+    made.tags = {agendaTag()};
+    return made;
+}
+
 Result<OpenTable> openWithTag(const fs::path &file, std::chrono::milliseconds patience)
 {
     dbase::OpenOptions options;

@@ -25,6 +25,8 @@ dbase::Status stopped();
 dbase::Result<OpenTable> openWithTag(const std::filesystem::path &file, std::chrono::milliseconds patience);
 /// The tag FECHA of every agenda table.
 [[nodiscard]] const dbase::TagDefinition &agendaTag();
+/// A notary's agenda table, with that tag, for creating it without a data set.
+[[nodiscard]] dbase::TableDefinition agendaDefinition();
 
 /// The tags against the lines. An index file of which no tag could be taken has not been compared.
 /// @return damaged when they differ.

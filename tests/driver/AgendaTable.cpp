@@ -1,5 +1,7 @@
 #include "tests/driver/AgendaTable.h"
 
+#include "upkeep/TableCare.h"
+
 namespace driver
 {
 
@@ -10,16 +12,8 @@ namespace
 
 TableDefinition definition()
 {
-    TableDefinition made;
-    made.fields = {{"FECHA", FieldType::date, 8},
-                   {"HORA", FieldType::character, 5},
-                   {"CONCEPTO", FieldType::character, 254},
-                   {"CODCLIENTE", FieldType::floating, 20, 4},
-                   {"INTERESADO", FieldType::character, 100},
-                   {"OFICIAL", FieldType::character, 16},
-                   {"SALIDA", FieldType::character, 1},
-                   {"AVISO", FieldType::character, 1}};
-    made.tags = {{"FECHA", "DTOS(FECHA)+HORA"}, {"CLAVE", "OFICIAL"}};
+    TableDefinition made = upkeep::agendaDefinition();
+    made.tags.push_back({"CLAVE", "OFICIAL"});
     return made;
 }
 

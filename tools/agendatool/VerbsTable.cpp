@@ -14,27 +14,11 @@ namespace
 {
 
 using dbase::ErrorKind;
-using dbase::FieldType;
 using dbase::Result;
 using dbase::Status;
 using dbase::Table;
 
 constexpr int mostFaultsShown = 20;
-
-dbase::TableDefinition agendaDefinition()
-{
-    dbase::TableDefinition made;
-    made.fields = {{"FECHA", FieldType::date, 8},
-                   {"HORA", FieldType::character, 5},
-                   {"CONCEPTO", FieldType::character, 254},
-                   {"CODCLIENTE", FieldType::floating, 20, 4},
-                   {"INTERESADO", FieldType::character, 100},
-                   {"OFICIAL", FieldType::character, 16},
-                   {"SALIDA", FieldType::character, 1},
-                   {"AVISO", FieldType::character, 1}};
-    made.tags = {upkeep::agendaTag()};
-    return made;
-}
 
 Result<OpenTable> told(const Context &context, Result<OpenTable> opened)
 {
@@ -138,7 +122,7 @@ int createTable(const Context &context)
     if (status.ok())
         status = refuseOldJournal(file.value());
     if (status.ok())
-        status = Table::create(file.value(), agendaDefinition());
+        status = Table::create(file.value(), upkeep::agendaDefinition());
     if (!status.ok())
         return context.fail(status);
     context.note("Creada " + pathText(file.value()));
