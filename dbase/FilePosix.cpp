@@ -103,6 +103,14 @@ Result<FileStamp> File::stamp() const
                      std::int64_t{info.st_mtim.tv_sec} * nanosecondsPerSecond + info.st_mtim.tv_nsec};
 }
 
+Result<std::uint64_t> File::size() const
+{
+    const off_t end = ::lseek(m_native->descriptor, 0, SEEK_END); // reads and writes name their own place
+    if (end < 0)
+        return failureOfCall("no se puede consultar el fichero", m_native->name);
+    return static_cast<std::uint64_t>(end);
+}
+
 Result<bool> File::isSameAs(const File &other) const
 {
     struct stat own = {};

@@ -91,6 +91,14 @@ Result<FileStamp> File::stamp() const
             joined(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime) * 100)};
 }
 
+Result<std::uint64_t> File::size() const
+{
+    LARGE_INTEGER end{};
+    if (!GetFileSizeEx(m_native->handle, &end))
+        return failureOfCall("no se puede consultar el fichero", m_native->name);
+    return static_cast<std::uint64_t>(end.QuadPart);
+}
+
 Result<bool> File::isSameAs(const File &other) const
 {
     BY_HANDLE_FILE_INFORMATION own{};

@@ -40,9 +40,9 @@ Result<std::unique_ptr<MdxFile>> MdxFile::open(const std::filesystem::path &path
 
 Status MdxFile::load()
 {
-    const auto stamp = m_file.stamp();
-    if (!stamp.ok())
-        return stamp.status();
+    const auto size = m_file.size();
+    if (!size.ok())
+        return size.status();
     std::vector<std::uint8_t> bytes(mdxHeaderSize);
     const auto got = m_file.readAt(0, bytes);
     if (!got.ok())
@@ -51,7 +51,7 @@ Status MdxFile::load()
     const auto named = [this](const Status &status) {
         return Status(status.kind(), status.text(), m_name, status.offset());
     };
-    auto header = decodeMdxHeader(bytes, stamp.value().size);
+    auto header = decodeMdxHeader(bytes, size.value());
     if (!header.ok())
         return named(header.status());
     m_header = std::move(header).value();
@@ -59,6 +59,7 @@ Status MdxFile::load()
     m_pagesInFile = m_header.pageCount;
     forgetLost();
     m_coveredPages = 0;
+    m_reservedUpTo = 0;
     if (!cover(m_pagesInFile))
         return {ErrorKind::damaged, "el índice dice tener más bloques que el fichero", m_name};
     m_read.clear();
@@ -96,17 +97,17 @@ bool describesAnOrder(std::span<const std::uint8_t> head, const MdxTag &tag)
 
 Result<MdxFile::Told> MdxFile::told() const
 {
-    const auto stamp = m_file.stamp();
-    if (!stamp.ok())
-        return stamp.status();
+    const auto size = m_file.size();
+    if (!size.ok())
+        return size.status();
     std::vector<std::uint8_t> bytes(mdxHeaderSize);
     const auto got = m_file.readAt(0, bytes);
     if (!got.ok())
         return got.status();
     Told told;
-    const auto pages = static_cast<PageNumber>(std::min(stamp.value().size, mostBytes) / mdxPageSize);
+    const auto pages = static_cast<PageNumber>(std::min(size.value(), mostBytes) / mdxPageSize);
     const int count = get16(&bytes[mdxHeader::tagCount]);
-    const bool known = decodeMdxHeader(bytes, stamp.value().size).status().kind() != ErrorKind::unsupported;
+    const bool known = decodeMdxHeader(bytes, size.value()).status().kind() != ErrorKind::unsupported;
     if (got.value() != bytes.size() || !known || pages < mdxFirstBlock + 2 || count < 1 || count > mdxMaxTags)
         return told;
     told.all = true;
@@ -145,12 +146,12 @@ bool MdxFile::cover(PageNumber pages)
 {
     if (pages <= m_coveredPages)
         return true;
-    const auto stamp = m_file.stamp();
-    if (!stamp.ok() || stamp.value().size < offsetOf(pages))
+    const auto size = m_file.size();
+    if (!size.ok() || size.value() < offsetOf(pages))
         return false;
     if (m_mapped && m_mapping.size() < offsetOf(pages)) {
         // Longer than the file is now: what it grows by shows up by itself.
-        auto mapping = Mapping::of(m_file, stamp.value().size + mappingSlack);
+        auto mapping = Mapping::of(m_file, size.value() + mappingSlack);
         m_mapped = mapping.ok();
         m_mapping = mapping.ok() ? std::move(mapping).value() : Mapping();
     }
@@ -183,8 +184,8 @@ const std::uint8_t *MdxFile::block(PageNumber page) const
         if (get32(mapped) != 0)
             return mapped;
         // A block of no entries is rare; where the file has become shorter every block looks like one.
-        const auto stamp = m_file.stamp();
-        return stamp.ok() && stamp.value().size >= offsetOf(page + 2) ? mapped : nullptr;
+        const auto size = m_file.size();
+        return size.ok() && size.value() >= offsetOf(page + 2) ? mapped : nullptr;
     }
     const auto [found, added] = m_read.try_emplace(page);
     if (!added)
@@ -300,9 +301,14 @@ void MdxFile::release(PageNumber page)
 
 Status MdxFile::reserveGrowth()
 {
-    if (m_header.pageCount == m_pagesInFile)
+    const std::uint64_t end = offsetOf(m_header.pageCount);
+    if (m_header.pageCount == m_pagesInFile || end <= m_reservedUpTo)
         return {};
-    return m_file.reserve(offsetOf(m_pagesInFile), offsetOf(m_header.pageCount) - offsetOf(m_pagesInFile));
+    const std::uint64_t from = offsetOf(m_pagesInFile);
+    const Status status = m_file.reserve(from, end + reserveAhead - from);
+    if (status.ok())
+        m_reservedUpTo = end + reserveAhead;
+    return status;
 }
 
 void MdxFile::drop()

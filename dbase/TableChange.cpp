@@ -8,14 +8,6 @@
 namespace dbase
 {
 
-namespace
-{
-
-/// How much room is asked for in advance, so that a full disk is met while nothing has changed yet.
-constexpr std::uint64_t reserveAhead = std::uint64_t{64} * 1024;
-
-} // namespace
-
 Status TableImpl::checkWritable(std::size_t recordSize) const
 {
     if (readOnly)

@@ -217,12 +217,11 @@ Status TableImpl::openFiles()
 /// are missing.
 Result<std::uint64_t> TableImpl::linesInFile() const
 {
-    const auto stamp = m_dbf.stamp();
-    if (!stamp.ok())
-        return stamp.status();
-    const std::uint64_t size = stamp.value().size;
+    const auto size = m_dbf.size();
+    if (!size.ok())
+        return size.status();
     const std::uint64_t lines =
-        size < header.headerLength ? 0 : (size - header.headerLength) / header.recordLength;
+        size.value() < header.headerLength ? 0 : (size.value() - header.headerLength) / header.recordLength;
     if (lines >= header.recordCount)
         return lines;
     return failure(ErrorKind::damaged, "la tabla dice tener " + std::to_string(header.recordCount) +

@@ -91,12 +91,12 @@ Status TableImpl::joinOthers()
             !pause.ok() && pause.status().kind() != ErrorKind::locked)
             return pause.status();
     }
-    const auto stamp = m_journal.stamp();
-    if (!stamp.ok())
-        return stamp.status();
-    m_journalSize = std::max<std::uint64_t>(stamp.value().size, journalSize);
-    if (!m_remote && stamp.value().size >= journalSector) {
-        if (auto mapping = Mapping::of(m_journal, stamp.value().size); mapping.ok())
+    const auto size = m_journal.size();
+    if (!size.ok())
+        return size.status();
+    m_journalSize = std::max<std::uint64_t>(size.value(), journalSize);
+    if (!m_remote && size.value() >= journalSector) {
+        if (auto mapping = Mapping::of(m_journal, size.value()); mapping.ok())
             m_journalMap = std::move(mapping).value();
     }
     mapHeader();
@@ -154,10 +154,10 @@ Status TableImpl::lockOutOthers()
 /// The journal's bytes, and its whole commits one after the other. @return where they end.
 Result<std::size_t> TableImpl::readCommits(std::vector<std::uint8_t> &bytes, std::vector<Commit> &commits)
 {
-    const auto size = m_journal.stamp();
+    const auto size = m_journal.size();
     if (!size.ok())
         return size.status();
-    bytes.resize(std::min<std::uint64_t>(size.value().size, largestJournal));
+    bytes.resize(std::min<std::uint64_t>(size.value(), largestJournal));
     const auto got = m_journal.readAt(0, bytes);
     if (!got.ok())
         return got.status();
@@ -232,11 +232,11 @@ Status TableImpl::recover()
 Result<bool> TableImpl::isCutBack() const
 {
     const auto announced = announcedCount();
-    const auto stamp = m_dbf.stamp();
-    if (!announced.ok() || !stamp.ok())
-        return announced.ok() ? stamp.status() : announced.status();
+    const auto size = m_dbf.size();
+    if (!announced.ok() || !size.ok())
+        return announced.ok() ? size.status() : announced.status();
     return announced.value() < m_state.tableRecords &&
-           stamp.value().size < recordOffset(m_state.tableRecords) + header.recordLength;
+           size.value() < recordOffset(m_state.tableRecords) + header.recordLength;
 }
 
 /// Keeps a journal that is not about this table under a name of its own, and begins anew. A copy, since

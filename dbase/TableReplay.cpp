@@ -82,10 +82,10 @@ Status TableImpl::settleCount(bool withLength)
 
 Status TableImpl::finishDeadCommit()
 {
-    const auto size = m_journal.stamp();
+    const auto size = m_journal.size();
     if (!size.ok())
         return size.status();
-    std::vector<std::uint8_t> bytes(size.value().size > m_state.tail ? size.value().size - m_state.tail : 0);
+    std::vector<std::uint8_t> bytes(size.value() > m_state.tail ? size.value() - m_state.tail : 0);
     const auto got = m_journal.readAt(m_state.tail, bytes);
     if (!got.ok())
         return got.status();

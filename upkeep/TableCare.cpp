@@ -30,10 +30,10 @@ bool hasField(const Table &table, std::string_view name, FieldType type)
 Result<std::vector<std::uint8_t>> readWhole(const fs::path &from)
 {
     const auto file = File::open(from, File::Mode::readOnly);
-    const auto stamp = file.ok() ? file.value().stamp() : file.status();
-    if (!stamp.ok())
-        return stamp.status();
-    std::vector<std::uint8_t> bytes(stamp.value().size);
+    const auto size = file.ok() ? file.value().size() : file.status();
+    if (!size.ok())
+        return size.status();
+    std::vector<std::uint8_t> bytes(size.value());
     const auto got = file.value().readAt(0, bytes);
     if (!got.ok())
         return got.status();
