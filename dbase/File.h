@@ -34,7 +34,12 @@ struct FileStamp {
 class DBASE_EXPORT File
 {
 public:
-    enum class Mode { readOnly, readWrite, createNew };
+    enum class Mode {
+        readOnly,
+        readWrite,
+        createNew,
+        writeThrough ///< readWrite; writeAt() returns when what it wrote, and nothing else, is on the disk
+    };
 
     File();
     File(File &&other) noexcept;
@@ -44,15 +49,16 @@ public:
     ~File();
 
     /// @return notFound, readOnly (no right to write), invalidArgument (createNew on an existing file),
-    /// inputOutput.
+    /// inputOutput, unsupported (writeThrough where the
+    /// system has no such thing: write and sync() instead).
     static Result<File> open(const std::filesystem::path &path, Mode mode);
 
     [[nodiscard]] bool isOpen() const;
     /// Closes it, which gives back its locks. Every call on it fails from then on; unlock() does nothing.
     void close() noexcept;
     [[nodiscard]] Result<FileStamp> stamp() const;
-    /// Bytes in the file. Cheaper than its stamp, also for those who write: systems give a file whose time has
-    /// been asked a finer one at its next write, and have to put that on disk with the next flush.
+    /// Bytes in the file. Cheaper than its stamp, also for those who write: systems give a file whose time
+    /// has been asked a finer one at its next write, and have to put that on disk with the next flush.
     [[nodiscard]] Result<std::uint64_t> size() const;
 
     /// Whether two open files are one and the same, whatever their names.

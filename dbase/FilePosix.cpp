@@ -74,6 +74,13 @@ Result<File> File::open(const std::filesystem::path &path, Mode mode)
     int flags = O_CLOEXEC | (mode == Mode::readOnly ? O_RDONLY : O_RDWR);
     if (mode == Mode::createNew)
         flags |= O_CREAT | O_EXCL;
+    if (mode == Mode::writeThrough) {
+#if defined(__linux__)
+        flags |= O_DSYNC;
+#else
+        return Status(ErrorKind::unsupported, "el sistema no escribe a través de su memoria", native->name);
+#endif
+    }
     do {
         native->descriptor = ::open(path.c_str(), flags, 0666); // the folder's umask decides
     } while (native->descriptor < 0 && errno == EINTR);

@@ -59,6 +59,8 @@ Result<File> File::open(const std::filesystem::path &path, Mode mode)
 {
     auto native = std::make_unique<Native>();
     native->name = displayName(path);
+    if (mode == Mode::writeThrough) // disks are known to take its flag for advice
+        return Status(ErrorKind::unsupported, "el sistema no escribe a través de su memoria", native->name);
     const DWORD access = mode == Mode::readOnly ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
     native->handle =
         CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,

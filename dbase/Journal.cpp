@@ -16,6 +16,7 @@ constexpr std::array<std::uint8_t, 4> commitMagic{'A', 'G', 'C', '1'};
 constexpr std::size_t headerSumAt = 68;
 constexpr std::uint32_t closedBit = 1;
 constexpr std::uint32_t durableBit = 2;
+constexpr std::uint32_t onDiskBit = 4;
 constexpr std::size_t commitFixed = 32;
 constexpr std::size_t commitSumAt = 24;
 constexpr std::size_t changeFixed = 8;
@@ -79,7 +80,8 @@ JournalHeaderBytes encodeJournalHeader(const JournalHeader &header)
     put64(&out[12], header.applied);
     put32(&out[20], header.tail);
     put32(&out[24], header.indexedRecords);
-    put32(&out[28], (header.closedInOrder ? closedBit : 0U) | (header.holdsDurable ? durableBit : 0U));
+    put32(&out[28], (header.closedInOrder ? closedBit : 0U) | (header.holdsDurable ? durableBit : 0U) |
+                        (header.onDisk ? onDiskBit : 0U));
     put64(&out[32], header.tableSize);
     put64(&out[40], static_cast<std::uint64_t>(header.tableTime));
     put64(&out[48], header.indexSize);
@@ -101,6 +103,7 @@ std::optional<JournalHeader> decodeJournalHeader(std::span<const std::uint8_t> b
     header.indexedRecords = get32(&bytes[24]);
     header.closedInOrder = (get32(&bytes[28]) & closedBit) != 0;
     header.holdsDurable = (get32(&bytes[28]) & durableBit) != 0;
+    header.onDisk = (get32(&bytes[28]) & onDiskBit) != 0;
     header.tableSize = get64(&bytes[32]);
     header.tableTime = static_cast<std::int64_t>(get64(&bytes[40]));
     header.indexSize = get64(&bytes[48]);

@@ -12,6 +12,7 @@
 //       24    4  records that the index knows, 0 when the last writer has kept none
 //       28    4  bit 0: closed in order, table and index are whole and on disk, as the stamps say
 //                bit 1: since the base there are commits that must outlive a power cut
+//                bit 2: base and all commits are on disk
 //       32    8  size of the table then
 //       40    8  time of the table then
 //       48    8  size of the index then
@@ -56,6 +57,7 @@ struct JournalHeader {
     std::uint32_t indexedRecords = 0;
     bool closedInOrder = false;
     bool holdsDurable = false;
+    bool onDisk = false; ///< what the next commit goes on from; then it alone needs to be brought there
     std::uint64_t tableSize = 0;
     std::int64_t tableTime = 0;
     std::uint64_t indexSize = 0;

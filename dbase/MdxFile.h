@@ -104,7 +104,7 @@ private:
     Mapping m_mapping;
     PageNumber m_coveredPages = 0; ///< known to be in the file and, where it is mapped, in the mapping
     mutable std::map<PageNumber, Block>
-        m_read; ///< where nothing is mapped: blocks read since the last look()
+        m_read;                       ///< where nothing is mapped: blocks read since the last look()
     std::uint64_t m_reservedUpTo = 0; ///< byte up to which the disk has room for the file
     std::map<PageNumber, Block> m_staged;
     std::vector<std::map<PageNumber, Block>::node_type> m_spare; ///< of staged blocks, to be used again

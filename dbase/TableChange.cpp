@@ -234,6 +234,7 @@ Status TableImpl::writeJournal(const Commit &commit)
     }
     if (m_state.closedInOrder) {
         m_state.closedInOrder = false;
+        m_state.onDisk = false;
         Status status = writeState();
         // Said on disk before the first change, also by a table that flushes nothing else: after a power cut
         // the next opener must not believe in an index that was only half written.
@@ -242,17 +243,33 @@ Status TableImpl::writeJournal(const Commit &commit)
         if (!status.ok())
             return status;
     }
-    Status status = m_journal.writeAt(m_state.tail, bytes);
+    const Status status = options.durable ? writeDurably(bytes) : m_journal.writeAt(m_state.tail, bytes);
     if (!status.ok())
         return status;
-    if (options.durable) {
-        status = m_journal.sync();
-        if (!status.ok())
-            return poison(status); // what has reached the disk is not known; the next opener finds out
-        m_state.holdsDurable = true;
-    }
+    m_state.holdsDurable = m_state.holdsDurable || options.durable;
+    m_state.onDisk = options.durable;
     m_state.tail += static_cast<std::uint32_t>(commitRoom(bytes.size()));
     return {};
+}
+
+/// Writes a commit and brings it to the disk, with everything that it goes on from. As a rule that is there
+/// already, and the commit's own bytes are all that the disk has to be given.
+Status TableImpl::writeDurably(std::span<const std::uint8_t> bytes)
+{
+    if (m_state.onDisk && m_journalThrough.isOpen()) {
+        const Status status = m_journalThrough.writeAt(m_state.tail, bytes);
+        if (status.ok())
+            return status;
+        // The commit may stand there, on disk or not. On a full disk it can still be taken back.
+        const std::vector<std::uint8_t> nothing(journalSector, 0);
+        const bool undone =
+            status.kind() == ErrorKind::full && m_journalThrough.writeAt(m_state.tail, nothing).ok();
+        return undone ? status : poison(status);
+    }
+    if (const Status status = m_journal.writeAt(m_state.tail, bytes); !status.ok())
+        return status;
+    const Status status = m_journal.sync();
+    return status.ok() ? status : poison(status); // what has reached the disk is not known
 }
 
 /// Begins the journal anew without anything flushed.
@@ -260,6 +277,7 @@ Status TableImpl::startOver()
 {
     m_state.base = m_state.applied;
     m_state.tail = journalSector;
+    m_state.onDisk = false;
     return writeState();
 }
 

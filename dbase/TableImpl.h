@@ -177,6 +177,7 @@ private:
     Status lockOutOthers();
     Result<std::size_t> readCommits(std::vector<std::uint8_t> &bytes, std::vector<Commit> &commits);
     [[nodiscard]] Result<bool> isCutBack() const;
+    Status forgetLinesThatNeverCame();
     Status setJournalAside(std::span<const std::uint8_t> journal);
     Status checkpoint(bool closing);
     Status closeInOrder();
@@ -211,6 +212,7 @@ private:
     Status findHeirs(std::size_t number, UniqueChange &change);
     bool findHeirsByTag(std::size_t number, UniqueChange &change);
     Status writeJournal(const Commit &commit);
+    Status writeDurably(std::span<const std::uint8_t> bytes);
     Status startOver();
     Status apply(const Commit &commit);
     Status writeRecords(const Commit &commit);
@@ -258,6 +260,7 @@ private:
 
     File m_dbf;
     File m_journal;
+    File m_journalThrough; ///< the same file, for commits that are on disk when they are written
     std::unique_ptr<MdxFile> m_mdx;
     Mapping m_journalMap;
     Mapping m_headerMap; ///< the table's header, which no program ever makes shorter

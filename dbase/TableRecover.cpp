@@ -3,6 +3,7 @@
 #include "dbase/TableImpl.h"
 
 #include <algorithm>
+#include <array>
 
 namespace dbase
 {
@@ -35,6 +36,13 @@ Status TableImpl::openJournal()
             return {};
     }
     m_journal = std::move(opened).value();
+    if (!options.durable || readOnly)
+        return {};
+    // Where there is none, or another file has come in between, commits are written and then flushed.
+    auto through = File::open(file, File::Mode::writeThrough);
+    const auto same = through.ok() ? through.value().isSameAs(m_journal) : through.status();
+    if (same.ok() && same.value())
+        m_journalThrough = std::move(through).value();
     return {};
 }
 
@@ -213,6 +221,8 @@ Status TableImpl::recover()
         if (status.ok())
             status = replay(commits);
     }
+    if (status.ok() && !m_state.closedInOrder)
+        status = forgetLinesThatNeverCame();
     if (status.ok())
         status = settleCount(true);
     if (status.ok())
@@ -223,6 +233,37 @@ Status TableImpl::recover()
     }
     endChange();
     return status;
+}
+
+/// A power cut may leave a header that counts lines which had not reached the disk: of a workstation that
+/// does not flush, or of another program. What was promised is in the file by now; the table goes on with
+/// that.
+Status TableImpl::forgetLinesThatNeverCame()
+{
+    const auto announced = announcedCount();
+    const auto size = m_dbf.size();
+    if (!announced.ok() || !size.ok())
+        return announced.ok() ? size.status() : announced.status();
+    auto lines = static_cast<RecordNumber>(
+        size.value() < header.headerLength ? 0 : (size.value() - header.headerLength) / header.recordLength);
+    if (lines >= announced.value() || lines < m_state.tableRecords)
+        return {}; // fewer than were on disk for sure is damage
+    std::vector<std::uint8_t> record(header.recordLength);
+    for (; lines > m_state.tableRecords; --lines) {
+        const auto read = m_dbf.readAt(recordOffset(lines), record);
+        if (!read.ok())
+            return read.status();
+        if (looksLikeRecord(record, header))
+            break;
+    }
+    notice = "después de un corte de corriente faltan al final de la tabla " +
+             std::to_string(announced.value() - lines) +
+             " líneas que se anotaron en su cabecera y no llegaron al disco; revise las últimas citas";
+    Status status = m_dbf.writeAt(recordOffset(lines + 1), std::array{dbfEndMark});
+    if (status.ok())
+        status = m_dbf.truncate(recordOffset(lines + 1) + 1);
+    m_dateAndCount.clear();
+    return status.ok() ? writeDateAndCount(lines) : status;
 }
 
 /// Whether the table has lost lines that were on disk for sure: then it is not the one that the journal goes
@@ -283,6 +324,7 @@ Status TableImpl::checkpoint(bool closing)
     state.indexedRecords = indexedRecords();
     state.closedInOrder = closing;
     state.holdsDurable = false;
+    state.onDisk = false;
     state.tableRecords = header.recordCount;
     if (closing) {
         const auto table = m_dbf.stamp();

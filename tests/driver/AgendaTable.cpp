@@ -55,9 +55,11 @@ Status AgendaTable::create(const std::filesystem::path &folder)
     return agenda.close();
 }
 
-Status AgendaTable::open(const std::filesystem::path &folder, std::chrono::milliseconds lockTimeout)
+Status AgendaTable::open(const std::filesystem::path &folder, std::chrono::milliseconds lockTimeout,
+                         bool durable)
 {
     OpenOptions options;
+    options.durable = durable;
     options.lockTimeout = lockTimeout;
     options.tags = definition().tags;
     const auto file = findTable(folder, "AGENDA_N");

@@ -33,7 +33,7 @@ public:
 
     /// Opens the table of a folder, and so repairs it. @return readOnly also when it only opens for reading.
     dbase::Status open(const std::filesystem::path &folder,
-                       std::chrono::milliseconds lockTimeout = std::chrono::seconds(2));
+                       std::chrono::milliseconds lockTimeout = std::chrono::seconds(2), bool durable = true);
     /// @return what the closing met; nothing of what was acknowledged depends on it.
     dbase::Status close();
     [[nodiscard]] bool isOpen() const { return m_table != nullptr; }

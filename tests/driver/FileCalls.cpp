@@ -8,6 +8,7 @@
 #include <cstring>
 #include <map>
 #include <numeric>
+#include <set>
 #include <utility>
 
 #include <dlfcn.h>
@@ -25,6 +26,7 @@ namespace
 struct State {
     std::string folder;                        ///< with its slash; empty: nothing is watched
     std::map<int, std::filesystem::path> open; ///< descriptor to name
+    std::set<int> through;                     ///< those whose writes go to the disk at once
     Plant planted = Plant::none;
     std::optional<Fault> fault;
     int counted = 0;
@@ -120,6 +122,7 @@ ssize_t writeNow(int descriptor, const std::filesystem::path &name, const void *
         note({Event::Kind::written,
               name,
               static_cast<std::uint64_t>(at),
+              0,
               {static_cast<const char *>(bytes), static_cast<std::size_t>(done)},
               {}});
     return done;
@@ -143,23 +146,35 @@ void countBeforeJournal(const void *bytes, std::size_t count, off_t at)
     }
 }
 
-int flush(int descriptor, int (*call)(int))
+/// A flush of a watched file, or of some of its bytes.
+int flushNow(const std::filesystem::path &name, std::uint64_t from, std::uint64_t length)
 {
-    const std::filesystem::path *const name = watched(descriptor);
-    if (!name)
-        return call(descriptor);
     const Plant planted = state().planted;
-    if ((planted == Plant::journalNotFlushed && isJournal(*name)) ||
-        (planted == Plant::tableNotFlushed && isTable(*name)))
+    if ((planted == Plant::journalNotFlushed && isJournal(name)) ||
+        (planted == Plant::tableNotFlushed && isTable(name)))
         return 0;
     if (fails(Call::flush)) {
-        note({Event::Kind::flushFailed, *name, 0, {}, {}});
+        note({Event::Kind::flushFailed, name, from, length, {}, {}});
         return planted == Plant::failureHidden ? 0 : -1;
     }
     if (isLastChange())
         die();
-    note({Event::Kind::flushed, *name, 0, {}, {}});
+    note({Event::Kind::flushed, name, from, length, {}, {}});
     return 0;
+}
+
+int flush(int descriptor, int (*call)(int))
+{
+    const std::filesystem::path *const name = watched(descriptor);
+    return name ? flushNow(*name, 0, 0) : call(descriptor);
+}
+
+/// The second half of a write through to the disk; of any other nothing.
+ssize_t flushThrough(int descriptor, const std::filesystem::path &name, ssize_t done, off_t at)
+{
+    if (done <= 0 || !state().through.contains(descriptor))
+        return done;
+    return flushNow(name, static_cast<std::uint64_t>(at), static_cast<std::uint64_t>(done)) == 0 ? done : -1;
 }
 
 int openFile(const char *path, int flags, mode_t rights)
@@ -170,11 +185,14 @@ int openFile(const char *path, int flags, mode_t rights)
         return -1;
     if (file && (flags & O_CREAT) != 0 && isLastChange())
         die();
-    const int descriptor = REAL(open)(path, flags, rights);
+    const bool through = file && (flags & O_DSYNC) != 0;
+    const int descriptor = REAL(open)(path, through ? flags & ~O_DSYNC : flags, rights);
     if (descriptor >= 0 && file) {
         state().open[descriptor] = *name;
+        if (through)
+            state().through.insert(descriptor);
         if ((flags & O_CREAT) != 0)
-            note({Event::Kind::created, *name, 0, {}, {}});
+            note({Event::Kind::created, *name, 0, 0, {}, {}});
     }
     return descriptor;
 }
@@ -235,7 +253,7 @@ const std::vector<Event> &recorded()
 }
 void mark(std::string text)
 {
-    note({Event::Kind::mark, {}, 0, {}, std::move(text)});
+    note({Event::Kind::mark, {}, 0, 0, {}, std::move(text)});
 }
 
 } // namespace driver::filecalls
@@ -263,6 +281,7 @@ int open(const char *path, int flags, ...)
 int close(int descriptor)
 {
     state().open.erase(descriptor);
+    state().through.erase(descriptor);
     return REAL(close)(descriptor);
 }
 
@@ -276,8 +295,10 @@ ssize_t pwrite(int descriptor, const void *bytes, size_t count, off_t at)
         const bool first = state().counted == state().fault->number;
         const bool half = error == 0 || (first && state().fault->halfDone);
         const ssize_t done = half ? writeNow(descriptor, *name, bytes, (count + 1) / 2, at) : 0;
+        if (error == 0)
+            return flushThrough(descriptor, *name, done, at);
         errno = error;
-        return error == 0 ? done : -1;
+        return -1;
     }
     if (state().planted == Plant::headerFirst && isJournal(*name))
         countBeforeJournal(bytes, count, at);
@@ -285,7 +306,14 @@ ssize_t pwrite(int descriptor, const void *bytes, size_t count, off_t at)
         writeNow(descriptor, *name, bytes, count / 2, at);
         die();
     }
-    return writeNow(descriptor, *name, bytes, count, at);
+    return flushThrough(descriptor, *name, writeNow(descriptor, *name, bytes, count, at), at);
+}
+
+off_t lseek(int descriptor, off_t place, int from) noexcept
+{
+    if (watched(descriptor) && fails(Call::length))
+        return -1;
+    return REAL(lseek)(descriptor, place, from);
 }
 
 ssize_t pread(int descriptor, void *bytes, size_t count, off_t at)
@@ -323,7 +351,7 @@ int ftruncate(int descriptor, off_t size) noexcept
             return -1;
         if (isLastChange())
             die();
-        note({Event::Kind::sized, *name, static_cast<std::uint64_t>(size), {}, {}});
+        note({Event::Kind::sized, *name, static_cast<std::uint64_t>(size), 0, {}, {}});
     }
     return REAL(ftruncate)(descriptor, size);
 }
@@ -384,7 +412,7 @@ int rename(const char *from, const char *to) noexcept
             return -1;
         if (isLastChange())
             die();
-        note({Event::Kind::renamed, *name, 0, {}, newName->string()});
+        note({Event::Kind::renamed, *name, 0, 0, {}, newName->string()});
     }
     return REAL(rename)(from, to);
 }
@@ -393,7 +421,7 @@ int remove(const char *path) noexcept
 {
     const int outcome = REAL(remove)(path);
     if (const auto name = nameOf(path); name && outcome == 0)
-        note({Event::Kind::removed, *name, 0, {}, {}});
+        note({Event::Kind::removed, *name, 0, 0, {}, {}});
     return outcome;
 }
 
@@ -402,6 +430,7 @@ int open64(const char *path, int flags, ...) __attribute__((alias("open")));
 ssize_t pwrite64(int descriptor, const void *bytes, size_t count, off64_t at)
     __attribute__((alias("pwrite")));
 ssize_t pread64(int descriptor, void *bytes, size_t count, off64_t at) __attribute__((alias("pread")));
+off64_t lseek64(int descriptor, off64_t place, int from) noexcept __attribute__((alias("lseek")));
 int ftruncate64(int descriptor, off64_t size) noexcept __attribute__((alias("ftruncate")));
 int fallocate64(int descriptor, int mode, off64_t from, off64_t count) __attribute__((alias("fallocate")));
 int fcntl64(int descriptor, int command, ...) __attribute__((alias("fcntl")));

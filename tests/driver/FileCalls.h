@@ -15,9 +15,9 @@
 namespace driver::filecalls
 {
 
-/// Giving back a lock never fails.
-enum class Call { open, read, write, flush, size, lock, look, map, reserve, unlock, rename };
-inline constexpr std::size_t kindsOfCall = 11;
+/// Giving back a lock never fails. A write through to the disk is a write and a flush.
+enum class Call { open, read, write, flush, size, lock, look, length, map, reserve, unlock, rename };
+inline constexpr std::size_t kindsOfCall = 12;
 
 /// Which call fails, and how.
 struct Fault {
@@ -45,6 +45,7 @@ struct Event {
     enum class Kind { created, written, sized, flushed, flushFailed, renamed, removed, mark } kind;
     std::filesystem::path file; ///< name in the folder; of a mark empty
     std::uint64_t offset = 0;   ///< of sized: the new size
+    std::uint64_t length = 0;   ///< of flushed and flushFailed: so many bytes from the offset on; 0: the file
     std::string bytes;          ///< written
     std::string text;           ///< of a mark; of renamed: the new name
 };

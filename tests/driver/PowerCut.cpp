@@ -34,6 +34,10 @@ struct Change {
     std::string bytes;
     bool dropped = false; ///< covered by a flush that failed
     [[nodiscard]] std::uint64_t end() const { return offset + bytes.size(); }
+    [[nodiscard]] Change part(std::uint64_t from, std::uint64_t to) const
+    {
+        return {false, from, bytes.substr(from - offset, to - from), dropped};
+    }
 };
 
 class DiskFile
@@ -63,10 +67,29 @@ public:
             apply(m_safe, *one, 0, everything);
         m_changes.erase(m_changes.begin(), kept);
     }
-    void flushFails()
+    /// Of some bytes: nothing else of the file becomes safe.
+    void flush(std::uint64_t from, std::uint64_t to)
+    {
+        std::vector<Change> rest;
+        for (const Change &one : m_changes) {
+            const std::uint64_t first = std::max(one.offset, from);
+            const std::uint64_t last = std::min(one.end(), to);
+            if (one.dropped || one.isSize || first >= last) {
+                rest.push_back(one);
+                continue;
+            }
+            apply(m_safe, one.part(first, last), 0, everything);
+            for (const Change &left : {one.part(one.offset, first), one.part(last, one.end())}) {
+                if (!left.bytes.empty())
+                    rest.push_back(left);
+            }
+        }
+        m_changes = std::move(rest);
+    }
+    void flushFails(std::uint64_t from, std::uint64_t to)
     {
         for (Change &one : m_changes)
-            one.dropped = !one.isSize;
+            one.dropped = one.dropped || (!one.isSize && one.offset < to && one.end() > from);
     }
     [[nodiscard]] std::string content(const Arrived &arrived) const
     {
@@ -139,12 +162,15 @@ public:
         case Event::Kind::sized:
             return m_files[m_names.at(name)].add({true, event.offset, {}});
         case Event::Kind::flushed:
+            if (event.length > 0)
+                return m_files[m_names.at(name)].flush(event.offset, event.offset + event.length);
             m_files[m_names.at(name)].flush();
             m_safeNames = m_names;
             m_nameChanges.clear();
             return;
         case Event::Kind::flushFailed:
-            return m_files[m_names.at(name)].flushFails();
+            return m_files[m_names.at(name)].flushFails(
+                event.offset, event.length > 0 ? event.offset + event.length : UINT64_MAX);
         }
     }
 

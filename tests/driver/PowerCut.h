@@ -2,10 +2,10 @@
 
 // What may be on the disk after a power cut, built from a recording of file calls, and each of it judged.
 //
-// Safe is what was written to a file before a flush of it that succeeded. Of the rest any sector of 512 bytes
-// may have arrived or not; names survive as a beginning of their changes, and a flush of any file makes the
-// earlier ones safe. A failed flush saves nothing, and a later one does not save what it covered: the system
-// has dropped it.
+// Safe is what was written to a file before a flush of it that succeeded, of all of it or of those bytes. Of
+// the rest any sector of 512 bytes may have arrived or not; names survive as a beginning of their changes,
+// and a flush of any file makes the earlier ones safe. A failed flush saves nothing, and a later one does not
+// save what it covered: the system has dropped it.
 
 #include "tests/driver/FileCalls.h"
 

@@ -29,7 +29,7 @@ const RewriteFault rewriteFaults[] = {
     {Call::rename, EACCES, true}, {Call::open, EMFILE, false}, {Call::open, EMFILE, true},
     {Call::write, ENOSPC, false}, {Call::write, ENOSPC, true}, {Call::flush, EIO, false},
     {Call::flush, EIO, true},     {Call::read, EIO, false},    {Call::read, EIO, true},
-    {Call::size, EIO, false},     {Call::look, EIO, false},    {Call::lock, ENOLCK, true},
+    {Call::size, EIO, false},     {Call::length, EIO, false},  {Call::lock, ENOLCK, true},
     {{}, ESTALE, true},
 };
 

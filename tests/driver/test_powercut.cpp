@@ -159,15 +159,72 @@ TEST(PowerCut, AfterOthersFinishedHalfALine)
 
 TEST(PowerCut, AfterAFlushThatFailed)
 {
-    for (int flush = 1; flush <= 6; ++flush) {
-        const Scene scene{.seed = 200U + static_cast<unsigned>(flush),
+    constexpr int flushes = 6;
+    for (int number = 1; number <= flushes + flushes / 2; ++number) {
+        const int flush = (number - 1) % flushes + 1;
+        const Scene scene{.seed = 200U + static_cast<unsigned>(number),
                           .writers = 2,
                           .changes = 14,
-                          .fault = Fault{Call::flush, flush, EIO, false, false}};
+                          .fault = Fault{Call::flush, flush, number > flushes ? EINTR : EIO, false, false}};
         const Recording recording = record(scene);
         EXPECT_TRUE(recording.faultMet) << flush;
         expectNoFailure(cut(scene, recording, 5, 1));
     }
+}
+
+/// What a workstation that does not flush has put into the journal lies in the way of what another one was
+/// promised: before it, and under it when the journal has begun anew.
+TEST(PowerCut, BesideAWriterThatDoesNotFlush)
+{
+    constexpr auto patience = std::chrono::seconds(1);
+    constexpr int linesOfGroup = 520; // the third group does not fit into the journal behind two others
+    const support::TempFolder folder;
+    ASSERT_TRUE(AgendaTable::create(folder.path()).ok());
+    const Image start = readImage(folder.path());
+    filecalls::watch(folder.path());
+    AgendaTable promised;
+    AgendaTable hasty;
+    ASSERT_TRUE(promised.open(folder.path(), patience, true).ok());
+    ASSERT_TRUE(hasty.open(folder.path(), patience, false).ok());
+    std::mt19937 random(7);
+    const auto add = [&](AgendaTable &agenda, const std::string &key) {
+        ASSERT_TRUE(agenda.table().append(agenda.line(key, "v0", random)).ok());
+        if (&agenda == &promised)
+            filecalls::mark(key);
+    };
+    for (int group = 0; group < 3; ++group) {
+        ASSERT_TRUE(hasty.table().beginGroup().ok());
+        for (int n = 0; n < linesOfGroup; ++n)
+            add(hasty, "h" + std::to_string(group * linesOfGroup + n));
+        ASSERT_TRUE(hasty.table().commitGroup().ok());
+    }
+    for (const char *key : {"p1", "p2"})
+        add(promised, key);
+    add(hasty, "hx");
+    for (const char *key : {"p3", "p4"})
+        add(promised, key);
+    const std::vector<filecalls::Event> events = filecalls::recorded();
+    filecalls::unwatch();
+    CutOptions options;
+    options.statesAtPoint = 8;
+    const CutReport report = cutEverywhere(
+        start, events,
+        [](const std::filesystem::path &place, std::span<const std::string> keys) {
+            AgendaTable agenda;
+            dbase::Status status = agenda.open(place, std::chrono::milliseconds(200));
+            std::vector<std::string> wrong;
+            if (!status.ok())
+                return std::vector{status.message()};
+            for (const std::string &key : keys) {
+                if (const auto found = agenda.find(key); !found.ok() || found.value() == 0)
+                    wrong.push_back(key + " is gone");
+            }
+            if (status = agenda.table().check(); !status.ok())
+                wrong.push_back(status.message());
+            return wrong;
+        },
+        options);
+    expectNoFailure(report);
 }
 
 TEST(PowerCut, WhilePacking)
