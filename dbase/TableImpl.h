@@ -188,7 +188,7 @@ private:
 
     // TableLocks.cpp
     Result<RangeLock> waitForLock(File &file, std::uint64_t offset, std::uint64_t length, File::LockKind kind,
-                                  std::chrono::milliseconds timeout, const std::string &refusal);
+                                  std::chrono::milliseconds timeout, std::string_view refusal);
     Status beginRead();
     void endRead() noexcept;
     /// @param adding  new lines are to come: what stands behind the last one must be known.

@@ -20,7 +20,7 @@ constexpr int mostSettlings = 5;
 
 Result<RangeLock> TableImpl::waitForLock(File &file, std::uint64_t offset, std::uint64_t length,
                                          File::LockKind kind, std::chrono::milliseconds timeout,
-                                         const std::string &refusal)
+                                         std::string_view refusal)
 {
     std::optional<std::chrono::steady_clock::time_point> deadline;
     std::uniform_int_distribution<int> pause(shortestPauseMs, longestPauseMs);
@@ -34,7 +34,7 @@ Result<RangeLock> TableImpl::waitForLock(File &file, std::uint64_t offset, std::
         if (!deadline)
             deadline = now + timeout;
         if (now >= *deadline)
-            return failure(ErrorKind::locked, refusal);
+            return failure(ErrorKind::locked, std::string(refusal));
         // Random, so that two workstations that wait for each other's line do not meet again and again.
         std::this_thread::sleep_for(std::chrono::milliseconds(pause(m_random)));
     }
@@ -147,7 +147,7 @@ Status TableImpl::beginChange(bool adding)
         ++m_holders;
         return {};
     }
-    const std::string refusal = "otro puesto está escribiendo en la tabla";
+    constexpr std::string_view refusal = "otro puesto está escribiendo en la tabla";
     auto table = waitForLock(m_dbf, headerLockOffset, changeLockLength, File::LockKind::exclusive,
                              options.lockTimeout, refusal);
     if (!table.ok())
