@@ -38,6 +38,22 @@ Result<std::unique_ptr<MdxFile>> MdxFile::open(const std::filesystem::path &path
     return std::unique_ptr<MdxFile>(new MdxFile(std::move(file).value(), displayName(path)));
 }
 
+/// A tag as its slot in the file's header and its own header tell it. On a failure as much of it as is known.
+Status MdxFile::readTag(std::span<const std::uint8_t> header, int number, PageNumber pageCount, MdxTag &tag,
+                        Block &head) const
+{
+    auto slot = decodeMdxSlot(header, number, pageCount);
+    if (!slot.ok())
+        return slot.status();
+    tag = std::move(slot).value();
+    const auto read = m_file.readAt(offsetOf(tag.headerPage), head);
+    if (!read.ok())
+        return read.status();
+    if (read.value() != head.size())
+        return {ErrorKind::damaged, "la cabecera de un orden no se puede leer"};
+    return decodeMdxTagHeader(head, tag, pageCount);
+}
+
 Status MdxFile::load()
 {
     const auto size = m_file.size();
@@ -65,17 +81,10 @@ Status MdxFile::load()
     m_read.clear();
     std::vector<MdxTag> tags; // those known so far stay when these cannot be read
     for (int number = 1; number <= m_header.tagCount; ++number) {
-        auto tag = decodeMdxSlot(bytes, number, m_header.pageCount);
-        if (!tag.ok())
-            return named(tag.status());
-        const std::uint8_t *const head = block(tag.value().headerPage);
-        if (!head)
-            return {ErrorKind::damaged, "la cabecera de un orden no se puede leer", m_name};
-        if (const Status status =
-                decodeMdxTagHeader(std::span(head, mdxBlockSize), tag.value(), m_header.pageCount);
-            !status.ok())
+        Block head{};
+        const Status status = readTag(bytes, number, m_header.pageCount, tags.emplace_back(), head);
+        if (!status.ok())
             return named(status);
-        tags.push_back(std::move(tag).value());
     }
     m_tags = std::move(tags);
     return {};
@@ -112,17 +121,14 @@ Result<MdxFile::Told> MdxFile::told() const
         return told;
     told.all = true;
     for (int number = 1; number <= count; ++number) {
-        auto tag = decodeMdxSlot(bytes, number, pages);
+        MdxTag tag;
         Block head{};
-        if (tag.ok()) {
-            const auto read = m_file.readAt(offsetOf(tag.value().headerPage), head);
-            if (!read.ok())
-                return read.status();
-            // Root and shape may be impossible: the tree is not believed anyway.
-            static_cast<void>(decodeMdxTagHeader(head, tag.value(), pages).ok());
-        }
-        if (tag.ok() && describesAnOrder(head, tag.value()))
-            told.tags.push_back(std::move(tag).value());
+        // Root and shape may be impossible: the tree is not believed anyway.
+        const Status status = readTag(bytes, number, pages, tag, head);
+        if (status.kind() == ErrorKind::inputOutput)
+            return status;
+        if (!tag.name.empty() && describesAnOrder(head, tag))
+            told.tags.push_back(std::move(tag));
         else
             told.all = false;
     }

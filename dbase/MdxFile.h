@@ -91,6 +91,8 @@ public:
 private:
     using Block = std::array<std::uint8_t, mdxBlockSize>;
     MdxFile(File file, std::string name);
+    Status readTag(std::span<const std::uint8_t> header, int number, PageNumber pageCount, MdxTag &tag,
+                   Block &head) const;
     bool cover(PageNumber pages);
     void forgetLost();
     [[nodiscard]] bool inFile(PageNumber page) const;
