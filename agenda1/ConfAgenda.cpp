@@ -8,12 +8,9 @@
 #include "agenda/host/Servicios.h"
 #include "agenda1/ClasAge.h"
 #include "dbcontrols/ColorPanel.h"
-#include "dbcontrols/Focus.h"
 #include "dbcontrols/MaskEdit.h"
 
 #include <QtGui/QKeyEvent>
-#include <QtGui/QWindow>
-#include <QtWidgets/QApplication>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QGroupBox>
 #include <QtWidgets/QLabel>
@@ -201,55 +198,19 @@ void TFConfAgenda::MEFechaExit()
 
 // Keys and focus
 
-bool TFConfAgenda::eventFilter(QObject *objeto, QEvent *evento)
+bool TFConfAgenda::takesKey(const QWidget &control, const QKeyEvent &tecla) const
 {
-    const bool tecla = evento->type() == QEvent::KeyPress;
-    if (objeto == windowHandle())
-        return tecla && !QApplication::activePopupWidget() && QApplication::activeModalWidget() == this &&
-               FormKeyDown(static_cast<QKeyEvent *>(evento)->key());
-    auto *const control = qobject_cast<QWidget *>(objeto);
-    if (!control)
-        return QDialog::eventFilter(objeto, evento);
-    if (tecla && objeto == eIntervaloHoras)
-        return !eIntervaloHorasKeyPress(*static_cast<QKeyEvent *>(evento));
-    if (evento->type() == QEvent::FocusIn) {
-        TomaFoco(*control);
-    } else if (evento->type() == QEvent::FocusOut &&
-               !dbcontrols::isPassingFocus(static_cast<QFocusEvent *>(evento)->reason())) {
-        DejaFoco(*control);
-        if (objeto == eIntervaloHoras)
-            eIntervaloHorasExit();
-    }
-    return QDialog::eventFilter(objeto, evento);
+    return &control != eIntervaloHoras || eIntervaloHorasKeyPress(tecla);
 }
 
-bool TFConfAgenda::FormKeyDown(int tecla)
-{
-    switch (tecla) {
-    case Qt::Key_Enter:
-    case Qt::Key_Return:
-        QMetaObject::invokeMethod(
-            this,
-            [this] {
-                setAttribute(Qt::WA_KeyboardFocusChange); // styles show the focus of buttons only then
-                focusNextChild();
-            },
-            Qt::QueuedConnection);
-        return true;
-    case Qt::Key_Escape:
-        BSalir->click();
-        return true;
-    default:
-        return false;
-    }
-}
-
-void TFConfAgenda::TomaFoco(QWidget &control)
+void TFConfAgenda::entered(QWidget &control)
 {
     Servicios().Rvarias->TomaFocoControl(control);
 }
 
-void TFConfAgenda::DejaFoco(QWidget &control)
+void TFConfAgenda::left(QWidget &control)
 {
     Servicios().Rvarias->DejaFocoControl(control);
+    if (&control == eIntervaloHoras)
+        eIntervaloHorasExit();
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtWidgets/QDialog>
+#include "dbcontrols/FieldDialog.h"
 
 namespace dbcontrols
 {
@@ -19,11 +19,9 @@ class QRadioButton;
 class TAgenda;
 
 /// The settings of the single-table agenda: the kind of agenda, its hours and names in the settings row, the
-/// end date with the host, and the colour of outings, which is stored the moment it is chosen.
-///
-/// Keys are seen here before the control that has the focus gets them: Enter goes to the next control, on
-/// buttons as well, and Esc is the exit button.
-class TFConfAgenda : public QDialog
+/// end date with the host, and the colour of outings, which is stored the moment it is chosen. Esc is the
+/// exit button.
+class TFConfAgenda : public dbcontrols::FieldDialog
 {
     Q_OBJECT
 public:
@@ -33,7 +31,9 @@ public:
     TFConfAgenda(QWidget *propietario, TAgenda &motor);
 
 protected:
-    bool eventFilter(QObject *objeto, QEvent *evento) override;
+    [[nodiscard]] bool takesKey(const QWidget &control, const QKeyEvent &tecla) const override;
+    void entered(QWidget &control) override;
+    void left(QWidget &control) override;
     void showEvent(QShowEvent *evento) override;
 
 private:
@@ -60,9 +60,6 @@ private:
     /// is none; none at all is one.
     bool CompruebaFecha();
     [[nodiscard]] static bool eIntervaloHorasKeyPress(const QKeyEvent &tecla);
-    bool FormKeyDown(int tecla);
-    void TomaFoco(QWidget &control);
-    void DejaFoco(QWidget &control);
 
     TAgenda &m_motor;
     QRadioButton *rbNormal = nullptr;

@@ -9,7 +9,6 @@
 
 #include <QtCore/QRegularExpression>
 #include <QtGui/QRegularExpressionValidator>
-#include <QtGui/QWindow>
 #include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QFormLayout>
@@ -31,21 +30,19 @@ constexpr QSize MedidaBoton{88, 28};
 } // namespace
 
 TFConfAgenda::TFConfAgenda(QWidget *propietario, TAgenda &motor)
-    : QDialog(propietario ? propietario->window() : nullptr)
+    : FieldDialog(propietario)
     , m_motor(motor)
 {
     setObjectName(QStringLiteral("FConfAgenda"));
     setWindowTitle(QStringLiteral("Agenda del día"));
-    setWindowModality(Qt::ApplicationModal);
     auto *const orden = new QVBoxLayout(this);
     for (QGroupBox *const grupo :
          {CreaTipo(), CreaIntervaloDelDia(), CreaIntervalo(), CreaNombres(), CreaColor(), CreaFecha()})
         orden->addWidget(grupo);
     orden->addStretch();
     orden->addLayout(CreaBotones());
-    for (QWidget *const control : std::initializer_list<QWidget *>{
-             rbNormal, rbConvenio, cbHoraComienzo, cbHoraFin, eIntervaloHoras, eNotario1, eNotario2, MEFecha})
-        control->installEventFilter(this);
+    setEscapeButton(BSalir);
+    watch({rbNormal, rbConvenio, cbHoraComienzo, cbHoraFin, eIntervaloHoras, eNotario1, eNotario2, MEFecha});
     HabilitaInteresados();
     leerDatos();
     (rbConvenio->isChecked() ? rbConvenio : rbNormal)->setFocus();
@@ -204,7 +201,5 @@ void TFConfAgenda::showEvent(QShowEvent *evento)
 {
     // Before the base class centres it.
     setFixedSize(layout()->sizeHint().expandedTo({AnchoDelDialogo, 0}));
-    QDialog::showEvent(evento);
-    windowHandle()->removeEventFilter(this);
-    windowHandle()->installEventFilter(this);
+    FieldDialog::showEvent(evento);
 }

@@ -4,11 +4,9 @@
 #include "agenda/Rvarias.h"
 #include "agenda/host/Servicios.h"
 #include "dbcontrols/ColorPanel.h"
-#include "dbcontrols/Focus.h"
 
 #include <QtGui/QKeyEvent>
 #include <QtGui/QValidator>
-#include <QtGui/QWindow>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QComboBox>
@@ -49,11 +47,10 @@ public:
 // Putting the dialog together
 
 TFConfAgendaN::TFConfAgendaN(QWidget *propietario)
-    : QDialog(propietario ? propietario->window() : nullptr)
+    : FieldDialog(propietario)
 {
     setObjectName(QStringLiteral("FConfAgendaN"));
     setWindowTitle(QStringLiteral("Configuracion de la Agenda"));
-    setWindowModality(Qt::ApplicationModal);
     auto *const orden = new QVBoxLayout(this);
     orden->setContentsMargins(6, 4, 6, 6);
     orden->setSpacing(0);
@@ -83,9 +80,8 @@ TFConfAgendaN::TFConfAgendaN(QWidget *propietario)
                                 pColorAgendaSalida, BAceptar,  BCancelar,       CBSincronizarDia};
     for (std::size_t i = 1; i < std::size(enOrden); ++i)
         setTabOrder(enOrden[i - 1], enOrden[i]);
-    for (QWidget *const control :
-         std::initializer_list<QWidget *>{cbHoraComienzo, cbHoraFin, eIntervaloHoras, EIncrementoMin})
-        control->installEventFilter(this);
+    setEscapeButton(BCancelar);
+    watch({cbHoraComienzo, cbHoraFin, eIntervaloHoras, EIncrementoMin});
     cbHoraComienzo->setFocus();
 }
 
@@ -218,77 +214,32 @@ void TFConfAgendaN::showEvent(QShowEvent *evento)
     // Before the base class centres it. The notes wrap, so the height follows from the width.
     const int ancho = qMax(AreaDelDialogo.width(), layout()->sizeHint().width());
     setFixedSize(ancho, qMax(AreaDelDialogo.height(), layout()->totalHeightForWidth(ancho)));
-    QDialog::showEvent(evento);
-    windowHandle()->removeEventFilter(this);
-    windowHandle()->installEventFilter(this);
+    FieldDialog::showEvent(evento);
 }
 
 // Keys and focus
 
-bool TFConfAgendaN::eventFilter(QObject *objeto, QEvent *evento)
+bool TFConfAgendaN::takesKey(const QWidget &control, const QKeyEvent &tecla) const
 {
-    const bool tecla = evento->type() == QEvent::KeyPress;
-    if (objeto == windowHandle())
-        return tecla && !QApplication::activePopupWidget() && QApplication::activeModalWidget() == this &&
-               FormKeyDown(static_cast<QKeyEvent *>(evento)->key());
-    auto *const control = qobject_cast<QWidget *>(objeto);
-    if (!control)
-        return QDialog::eventFilter(objeto, evento);
-    if (tecla && EsDeMinutos(control))
-        return !eIntervaloHorasKeyPress(*static_cast<QKeyEvent *>(evento));
-    if (evento->type() == QEvent::FocusIn) {
-        TomaFoco(*control);
-    } else if (evento->type() == QEvent::FocusOut &&
-               !dbcontrols::isPassingFocus(static_cast<QFocusEvent *>(evento)->reason())) {
-        if (EsDeMinutos(control))
-            eIntervaloHorasExit(*static_cast<QLineEdit *>(control));
-        else
-            DejaFoco(*control);
-    }
-    return QDialog::eventFilter(objeto, evento);
+    return !EsDeMinutos(control) || eIntervaloHorasKeyPress(tecla);
 }
 
-bool TFConfAgendaN::FormKeyDown(int tecla)
-{
-    switch (tecla) {
-    case Qt::Key_Enter:
-    case Qt::Key_Return:
-        QMetaObject::invokeMethod(
-            this,
-            [this] {
-                focusNextChild();
-                EnsenyaFoco();
-            },
-            Qt::QueuedConnection);
-        return true;
-    case Qt::Key_Escape:
-        BCancelar->click();
-        return true;
-    default:
-        return false;
-    }
-}
-
-void TFConfAgendaN::EnsenyaFoco()
-{
-    // Styles draw the focus of buttons only when it has come with Tab.
-    setAttribute(Qt::WA_KeyboardFocusChange);
-    focusWidget()->update();
-}
-
-void TFConfAgendaN::TomaFoco(QWidget &control)
+void TFConfAgendaN::entered(QWidget &control)
 {
     Servicios().Rvarias->TomaFocoControl(control);
 }
 
-void TFConfAgendaN::DejaFoco(QWidget &control)
+void TFConfAgendaN::left(QWidget &control)
 {
-    Servicios().Rvarias->DejaFocoControl(control);
+    if (EsDeMinutos(control))
+        eIntervaloHorasExit(static_cast<QLineEdit &>(control));
+    else
+        Servicios().Rvarias->DejaFocoControl(control);
 }
 
-bool TFConfAgendaN::EsDeMinutos(const QObject *objeto) const
+bool TFConfAgendaN::EsDeMinutos(const QWidget &control) const
 {
-    return objeto == eIntervaloHoras || objeto == EIncrementoMin;
+    return &control == eIntervaloHoras || &control == EIncrementoMin;
 }
 
 bool TFConfAgendaN::eIntervaloHorasKeyPress(const QKeyEvent &tecla)
@@ -305,7 +256,8 @@ bool TFConfAgendaN::eIntervaloHorasKeyPress(const QKeyEvent &tecla)
 void TFConfAgendaN::eIntervaloHorasExit(QLineEdit &edicion)
 {
     if (m_sinNumero || EsUnNumero(edicion.text())) {
-        DejaFoco(edicion); // also one that is only being left for the field that gets the focus back
+        Servicios().Rvarias->DejaFocoControl(
+            edicion); // also one that is only being left for the field that gets the focus back
         return;
     }
     m_sinNumero = &edicion;
@@ -350,7 +302,7 @@ void TFConfAgendaN::BAceptarClick()
 void TFConfAgendaN::BCancelarClick()
 {
     BCancelar->setFocus();
-    EnsenyaFoco();
+    showFocus();
     TMensaje pregunta;
     pregunta.Clase = TClaseMensaje::pregunta;
     pregunta.Texto = QStringLiteral("¿Desea cancelar la operación?");

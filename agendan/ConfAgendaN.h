@@ -2,7 +2,7 @@
 
 #include "agenda/VistaConfiguracion.h"
 
-#include <QtWidgets/QDialog>
+#include "dbcontrols/FieldDialog.h"
 
 namespace dbcontrols
 {
@@ -18,9 +18,8 @@ class QPushButton;
 
 /// The settings dialog. It only holds the values while it is open.
 ///
-/// Keys are seen here before the control that has the focus gets them: Enter goes to the next control, on
-/// buttons as well, and Esc is the cancel button. A minute field that is no number keeps the focus.
-class TFConfAgendaN : public QDialog
+/// Esc is the cancel button. A minute field that is no number keeps the focus.
+class TFConfAgendaN : public dbcontrols::FieldDialog
 {
     Q_OBJECT
 public:
@@ -33,7 +32,9 @@ public:
     [[nodiscard]] int Tag() const { return m_tag; }
 
 protected:
-    bool eventFilter(QObject *objeto, QEvent *evento) override;
+    [[nodiscard]] bool takesKey(const QWidget &control, const QKeyEvent &tecla) const override;
+    void entered(QWidget &control) override;
+    void left(QWidget &control) override;
     void showEvent(QShowEvent *evento) override;
 
 private:
@@ -46,11 +47,7 @@ private:
     QPushButton *CreaBoton(const char *nombre, const QString &titulo);
     QLabel *CreaNota(const QString &texto);
 
-    bool FormKeyDown(int tecla);
-    void EnsenyaFoco();
-    void TomaFoco(QWidget &control);
-    void DejaFoco(QWidget &control);
-    [[nodiscard]] bool EsDeMinutos(const QObject *objeto) const;
+    [[nodiscard]] bool EsDeMinutos(const QWidget &control) const;
     [[nodiscard]] static bool eIntervaloHorasKeyPress(const QKeyEvent &tecla);
     void eIntervaloHorasExit(QLineEdit &edicion);
     void PonColor(TColor color);
