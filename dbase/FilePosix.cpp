@@ -2,6 +2,8 @@
 
 #include "dbase/FileNative.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -151,7 +153,7 @@ Status File::writeAt(std::uint64_t offset, std::span<const std::uint8_t> bytes)
         const ssize_t count = ::pwrite(m_native->descriptor, bytes.data() + done, bytes.size() - done,
                                        static_cast<off_t>(offset + done));
         if (count < 0 && errno == EINTR)
-            continue;
+            continue; // also when the disk was to be reached: the bytes are given to it anew
         if (count < 0)
             return failureOfCall("no se puede escribir en el fichero", m_native->name);
         done += static_cast<std::size_t>(count);
@@ -236,13 +238,27 @@ bool File::isRemote() const
     struct statfs info = {};
     if (::fstatfs(m_native->descriptor, &info) != 0)
         return true; // the careful answer
-    constexpr long nfs = 0x6969;
-    constexpr long smb = 0x517B;
-    constexpr long smb2 = 0xFE534D42L;
-    constexpr long cifs = 0xFF534D42L;
-    constexpr long fuse = 0x65735546;
-    const auto type = static_cast<long>(static_cast<unsigned long>(info.f_type) & 0xFFFFFFFFUL);
-    return type == nfs || type == smb || type == smb2 || type == cifs || type == fuse;
+    // Those that are known to keep one memory of a file for all who have it open; all others might be a
+    // share.
+    constexpr std::array<std::uint32_t, 16> local = {
+        0xEF53,     // ext2, ext3, ext4
+        0x58465342, // XFS
+        0x9123683E, // Btrfs
+        0x01021994, // tmpfs
+        0x794C7630, // overlay
+        0x2FC12FC1, // ZFS
+        0xF2F52010, // F2FS
+        0xCA451A4E, // bcachefs
+        0x3153464A, // JFS
+        0x52654973, // ReiserFS
+        0x858458F6, // ramfs
+        0x4D44,     // FAT
+        0x2011BAB0, // exFAT
+        0x7366746E, // NTFS
+        0x73717368, // SquashFS
+        0x9660,     // ISO 9660
+    };
+    return std::find(local.begin(), local.end(), static_cast<std::uint32_t>(info.f_type)) == local.end();
 #else
     return true;
 #endif

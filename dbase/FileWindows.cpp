@@ -18,7 +18,8 @@ namespace dbase
 Status failureOfCall(const std::string &what, const std::string &name)
 {
     const DWORD code = GetLastError();
-    const bool full = code == ERROR_DISK_FULL || code == ERROR_HANDLE_DISK_FULL;
+    const bool full =
+        code == ERROR_DISK_FULL || code == ERROR_HANDLE_DISK_FULL || code == ERROR_DISK_QUOTA_EXCEEDED;
     return {full ? ErrorKind::full : ErrorKind::inputOutput,
             full ? std::string("no queda sitio en el disco") : what + " (error " + std::to_string(code) + ")",
             name};
@@ -74,6 +75,8 @@ Result<File> File::open(const std::filesystem::path &path, Mode mode)
     case ERROR_ACCESS_DENIED:
     case ERROR_WRITE_PROTECT:
         return Status(ErrorKind::readOnly, "no hay permiso para abrir el fichero", native->name);
+    case ERROR_SHARING_VIOLATION:
+        return Status(ErrorKind::locked, "otro programa tiene el fichero para él solo", native->name);
     case ERROR_FILE_EXISTS:
         return Status(ErrorKind::invalidArgument, "el fichero ya existe", native->name);
     default:
@@ -195,9 +198,20 @@ Result<bool> File::isLockedElsewhere(std::uint64_t offset, std::uint64_t length)
     return got.ok() ? Result<bool>(!got.value()) : got;
 }
 
-Status File::reserve(std::uint64_t /*offset*/, std::uint64_t /*bytes*/)
+Status File::reserve(std::uint64_t offset, std::uint64_t bytes)
 {
-    return {};
+    FILE_STANDARD_INFO info{};
+    if (!GetFileInformationByHandleEx(m_native->handle, FileStandardInfo, &info, sizeof info))
+        return {};
+    FILE_ALLOCATION_INFO wanted{};
+    wanted.AllocationSize.QuadPart = static_cast<LONGLONG>(offset + bytes);
+    // Less than the file has would cut it off.
+    if (wanted.AllocationSize.QuadPart <= info.AllocationSize.QuadPart ||
+        wanted.AllocationSize.QuadPart <= info.EndOfFile.QuadPart ||
+        SetFileInformationByHandle(m_native->handle, FileAllocationInfo, &wanted, sizeof wanted))
+        return {};
+    const Status status = failureOfCall("no queda sitio", m_native->name);
+    return status.kind() == ErrorKind::full ? status : Status();
 }
 
 bool File::isRemote() const

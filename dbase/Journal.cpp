@@ -114,12 +114,19 @@ std::optional<JournalHeader> decodeJournalHeader(std::span<const std::uint8_t> b
     return header;
 }
 
-void encodeCommit(const Commit &commit, std::size_t recordLength, std::vector<std::uint8_t> &out)
+std::uint64_t commitSize(const Commit &commit)
 {
-    std::size_t size = commitFixed;
+    std::uint64_t size = commitFixed;
     for (const RecordChange &change : commit.changes)
         size += changeFixed + change.before.size() + change.after.size();
-    out.resize(size);
+    return size;
+}
+
+void encodeCommit(const Commit &commit, std::size_t recordLength, std::vector<std::uint8_t> &out)
+{
+    const auto size = static_cast<std::size_t>(commitSize(commit));
+    out.resize((size + journalSector - 1) / journalSector * journalSector);
+    std::memset(out.data() + size, 0, out.size() - size);
     std::memcpy(out.data(), commitMagic.data(), commitMagic.size());
     put32(&out[4], static_cast<std::uint32_t>(size));
     put64(&out[8], commit.number);
@@ -137,7 +144,7 @@ void encodeCommit(const Commit &commit, std::size_t recordLength, std::vector<st
             at += image->size();
         }
     }
-    put32(&out[commitSumAt], commitSum(out));
+    put32(&out[commitSumAt], commitSum(std::span(out).first(size)));
 }
 
 bool mayBeCommit(std::span<const std::uint8_t> bytes, std::uint64_t number)
@@ -179,11 +186,6 @@ std::optional<Commit> decodeCommit(std::span<const std::uint8_t> bytes, std::uin
         commit.changes.push_back(std::move(change));
     }
     return at == size ? std::optional(std::move(commit)) : std::nullopt;
-}
-
-std::size_t commitRoom(std::size_t encodedSize)
-{
-    return (encodedSize + journalSector - 1) / journalSector * journalSector;
 }
 
 } // namespace dbase

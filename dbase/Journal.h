@@ -66,6 +66,9 @@ struct JournalHeader {
     friend bool operator==(const JournalHeader &, const JournalHeader &) = default;
 };
 
+/// No commit of ours is longer; what a damaged journal says beyond is not read.
+inline constexpr std::uint64_t largestJournal = std::uint64_t{256} * 1024 * 1024;
+
 /// One record's part in a commit.
 struct RecordChange {
     RecordNumber number = 0;
@@ -84,7 +87,10 @@ using JournalHeaderBytes = std::array<std::uint8_t, journalSector>;
 /// @return nothing for bytes that no journal can hold.
 [[nodiscard]] std::optional<JournalHeader> decodeJournalHeader(std::span<const std::uint8_t> bytes);
 
-/// @param out  receives the bytes; given, so that one buffer serves commit after commit.
+/// Bytes of a commit, without what fills its last sector.
+[[nodiscard]] std::uint64_t commitSize(const Commit &commit);
+/// @param out  receives the bytes, to the end of the last sector: a commit that stood in a shorter file's end
+/// would be missed. Given, so that one buffer serves commit after commit.
 void encodeCommit(const Commit &commit, std::size_t recordLength, std::vector<std::uint8_t> &out);
 /// The commit that begins at the start of `bytes`. @return nothing when there is none of that number and
 /// record length.
@@ -92,7 +98,5 @@ void encodeCommit(const Commit &commit, std::size_t recordLength, std::vector<st
                                                  std::size_t recordLength);
 /// Whether something of that number begins there; cheap, and to be looked at closer when true.
 [[nodiscard]] bool mayBeCommit(std::span<const std::uint8_t> bytes, std::uint64_t number);
-/// Bytes that an encoded commit takes in the file.
-[[nodiscard]] std::size_t commitRoom(std::size_t encodedSize);
 
 } // namespace dbase

@@ -185,7 +185,7 @@ const std::uint8_t *MdxFile::block(PageNumber page) const
         return staged->second.data();
     if (!inFile(page))
         return nullptr;
-    if (m_mapped && page <= m_coveredPages - 2) {
+    if (m_mapped && page + 2 <= m_coveredPages) {
         const std::uint8_t *const mapped = m_mapping.data() + offsetOf(page);
         if (get32(mapped) != 0)
             return mapped;
@@ -220,6 +220,8 @@ Result<bool> MdxFile::look()
         return false;
     if (!cover(pages))
         return false;
+    if (pages < m_pagesInFile)
+        m_reservedUpTo = 0; // another one has made the index anew, and given back the room
     m_header.pageCount = pages;
     m_pagesInFile = pages;
     m_header.freePage = get32(&head[mdxHeader::freePage]);

@@ -60,12 +60,27 @@ Status Table::create(const std::filesystem::path &file, const TableDefinition &d
     return impl->open();
 }
 
+namespace
+{
+
+/// The path of the file itself: a table has one journal and one index, whatever links lead to it.
+std::filesystem::path ownPath(const std::filesystem::path &file)
+{
+    std::error_code error;
+    if (!std::filesystem::is_symlink(file, error))
+        return file;
+    std::filesystem::path own = std::filesystem::canonical(file, error);
+    return error ? file : own;
+}
+
+} // namespace
+
 Result<std::unique_ptr<Table>> Table::open(const std::filesystem::path &file, const OpenOptions &options)
 {
     // Whoever packs a table over and over again does not keep others out for ever.
     const auto deadline = std::chrono::steady_clock::now() + options.lockTimeout + repairPatience;
     do {
-        auto impl = std::make_unique<TableImpl>(file, options);
+        auto impl = std::make_unique<TableImpl>(ownPath(file), options);
         const Status status = impl->open();
         if (status.ok())
             return std::unique_ptr<Table>(new Table(std::move(impl))); // a private constructor; owned at once
@@ -77,7 +92,7 @@ Result<std::unique_ptr<Table>> Table::open(const std::filesystem::path &file, co
 
 Result<bool> Table::isInUse(const std::filesystem::path &file)
 {
-    return TableImpl(file, {}).hasOthers();
+    return TableImpl(ownPath(file), {}).hasOthers();
 }
 
 Status Table::close(std::unique_ptr<Table> table)

@@ -25,8 +25,10 @@ struct TableDefinition {
 /// How to open a table.
 struct OpenOptions {
     bool readOnly = false;
-    bool durable = true; ///< a write that has returned survives a power cut
-    std::chrono::milliseconds lockTimeout{2000};
+    /// A write that has returned survives a power cut. Without it a cut may leave some of the last commits,
+    /// or parts of them; after a kill each is whole either way.
+    bool durable = true;
+    std::chrono::milliseconds lockTimeout{2000}; ///< for each lock that an operation needs, at most three
     std::vector<TagDefinition> tags; ///< tags the caller counts on; made when the table has none of that name
 };
 
@@ -59,8 +61,11 @@ private:
 /// One open dBase table with its indexes. Not for use by several threads at once; several objects, in one
 /// process or in many, may have the same file open and change it at the same time.
 ///
-/// Nothing here throws; every failure is a Status with the reason. A file that cannot be right is refused at
-/// opening and left as it was.
+/// Nothing here throws but for lack of memory; every failure is a Status with the reason. A file that cannot
+/// be right is refused at opening and left as it was. What changes a table answers, besides what each says:
+/// readOnly, locked (the text says what is in the way), full (nothing has changed), damaged, inputOutput.
+/// After inputOutput in the middle of a commit the change may be there or not; the object then refuses
+/// everything, and the next opening finds out.
 class DBASE_EXPORT Table
 {
 public:
@@ -95,7 +100,8 @@ public:
     [[nodiscard]] bool isReadOnly() const;
 
     /// Copies record `number` as it now stands in the file into `record` (recordLength() bytes).
-    /// @return invalidArgument for a number outside 1..recordCount().
+    /// @return invalidArgument for a number outside 1..recordCount(), damaged when the file ends before it,
+    /// inputOutput.
     Status read(RecordNumber number, std::span<std::uint8_t> record) const;
 
     /// Adds a record behind the last one and to every index. @return its number.
@@ -130,7 +136,8 @@ public:
     /// it lasts milliseconds, never a dialog. New lines can be read at once; the indexes know them after
     /// commitGroup().
     Status beginGroup();
-    /// Writes the group. On failure nothing of it is written.
+    /// Writes the group: all of it or, on failure, nothing; but see inputOutput above. @return
+    /// invalidArgument when no group was begun or it is too large (128 MB).
     Status commitGroup();
     /// Forgets it; does nothing when there is none.
     void dropGroup();

@@ -38,6 +38,8 @@ Result<RecordNumber> TableImpl::append(std::span<const std::uint8_t> record)
     if (m_group) {
         if (m_group->recordCount == header.recordCount) {
             status = settleCount(true); // the first new line of the group
+            if (status.ok() && m_mdx && m_state.indexedRecords != header.recordCount)
+                status = repairIndex(); // another program's line stood behind the count
             if (!status.ok())
                 return status;
             m_group->recordCount = header.recordCount;
@@ -138,8 +140,11 @@ void TableImpl::dropGroup()
 
 Status TableImpl::commit(Commit &commit)
 {
-    if (commit.recordCount >= headerLockOffset - 0x40000000U)
-        return failure(ErrorKind::full, "la tabla no admite más líneas");
+    const std::uint64_t tableEnd = recordOffset(commit.recordCount) + header.recordLength + 1;
+    if (commit.recordCount > mostRecords || tableEnd > headerLockOffset - mostRecords)
+        return failure(ErrorKind::full, "la tabla no admite más líneas"); // the locks of lines begin there
+    if (commitSize(commit) > largestJournal / 2)
+        return failure(ErrorKind::invalidArgument, "son demasiados cambios de una vez");
     commit.number = m_state.applied + 1;
     Status status = stageKeys(commit);
     if (!status.ok() && status.kind() != ErrorKind::full) {
@@ -156,11 +161,11 @@ Status TableImpl::commit(Commit &commit)
             m_mdx->drop();
         return status;
     }
-    const std::uint64_t tableEnd = recordOffset(commit.recordCount) + header.recordLength + 1;
     if (commit.recordCount > header.recordCount && tableEnd > m_reservedUpTo) {
         status = m_dbf.reserve(recordOffset(header.recordCount + 1),
                                tableEnd + reserveAhead - recordOffset(header.recordCount + 1));
-        m_reservedUpTo = tableEnd + reserveAhead;
+        if (status.ok())
+            m_reservedUpTo = tableEnd + reserveAhead;
     }
     if (status.ok() && m_mdx)
         status = m_mdx->reserveGrowth();
@@ -210,79 +215,9 @@ Status TableImpl::stageKeys(const Commit &commit)
     return m_mdx->shortened() ? failure(ErrorKind::damaged, "otro programa ha acortado el índice") : Status();
 }
 
-Status TableImpl::writeJournal(const Commit &commit)
-{
-    encodeCommit(commit, header.recordLength, m_commitBytes);
-    const std::span<const std::uint8_t> bytes = m_commitBytes;
-    if (header.recordCount < m_state.tableRecords) {
-        // Another program has packed the table: what the journal says is about lines that have other numbers
-        // now.
-        if (const Status status = checkpoint(false); !status.ok())
-            return status;
-    }
-    if (m_state.tail + commitRoom(bytes.size()) > m_journalSize) {
-        // Nothing that was promised to outlive a power cut is in the way of the new commits: no need to wait
-        // for the disk.
-        if (const Status status = m_state.holdsDurable || options.durable ? checkpoint(false) : startOver();
-            !status.ok())
-            return status;
-    }
-    if (const std::uint64_t end = m_state.tail + commitRoom(bytes.size()); end > m_journalSize) {
-        if (const Status status = m_journal.reserve(m_journalSize, end - m_journalSize); !status.ok())
-            return status;
-        m_journalSize = end;
-    }
-    if (m_state.closedInOrder) {
-        m_state.closedInOrder = false;
-        m_state.onDisk = false;
-        Status status = writeState();
-        // Said on disk before the first change, also by a table that flushes nothing else: after a power cut
-        // the next opener must not believe in an index that was only half written.
-        if (status.ok() && !options.durable)
-            status = m_journal.sync();
-        if (!status.ok())
-            return status;
-    }
-    const Status status = options.durable ? writeDurably(bytes) : m_journal.writeAt(m_state.tail, bytes);
-    if (!status.ok())
-        return status;
-    m_state.holdsDurable = m_state.holdsDurable || options.durable;
-    m_state.onDisk = options.durable;
-    m_state.tail += static_cast<std::uint32_t>(commitRoom(bytes.size()));
-    return {};
-}
-
-/// Writes a commit and brings it to the disk, with everything that it goes on from. As a rule that is there
-/// already, and the commit's own bytes are all that the disk has to be given.
-Status TableImpl::writeDurably(std::span<const std::uint8_t> bytes)
-{
-    if (m_state.onDisk && m_journalThrough.isOpen()) {
-        const Status status = m_journalThrough.writeAt(m_state.tail, bytes);
-        if (status.ok())
-            return status;
-        // The commit may stand there, on disk or not. On a full disk it can still be taken back.
-        const std::vector<std::uint8_t> nothing(journalSector, 0);
-        const bool undone =
-            status.kind() == ErrorKind::full && m_journalThrough.writeAt(m_state.tail, nothing).ok();
-        return undone ? status : poison(status);
-    }
-    if (const Status status = m_journal.writeAt(m_state.tail, bytes); !status.ok())
-        return status;
-    const Status status = m_journal.sync();
-    return status.ok() ? status : poison(status); // what has reached the disk is not known
-}
-
-/// Begins the journal anew without anything flushed.
-Status TableImpl::startOver()
-{
-    m_state.base = m_state.applied;
-    m_state.tail = journalSector;
-    m_state.onDisk = false;
-    return writeState();
-}
-
 Status TableImpl::apply(const Commit &commit)
 {
+    m_hasChanged = true;
     Status status = writeRecords(commit);
     if (status.ok())
         status = writeDateAndCount(commit.recordCount);
@@ -291,9 +226,10 @@ Status TableImpl::apply(const Commit &commit)
     if (!status.ok())
         return status;
     header.recordCount = commit.recordCount;
-    m_state.applied = commit.number;
-    m_state.indexedRecords = indexedRecords();
-    return writeState();
+    JournalHeader state = m_state;
+    state.applied = commit.number;
+    state.indexedRecords = indexedRecords();
+    return writeState(state);
 }
 
 Status TableImpl::writeRecords(const Commit &commit)
@@ -331,15 +267,6 @@ Status TableImpl::writeDateAndCount(RecordNumber count)
     m_dateAndCount = bytes;
     header.recordCount = count;
     return {};
-}
-
-Status TableImpl::writeState()
-{
-    const auto bytes = encodeJournalHeader(m_state);
-    const Status status = m_journal.writeAt(0, bytes);
-    if (status.ok())
-        m_stateBytes = bytes;
-    return status;
 }
 
 void TableImpl::noteCommit(const Commit &commit)

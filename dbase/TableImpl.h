@@ -16,7 +16,8 @@ namespace dbase
 
 // Byte ranges far behind the data, the same for every program of the family: nothing is ever written there.
 inline constexpr std::uint64_t headerLockOffset = 0xEFFFFFFE;
-inline constexpr std::uint64_t changeLockLength = 2; ///< header and append byte together
+inline constexpr std::uint64_t changeLockLength = 2;        ///< header and append byte together
+inline constexpr std::uint64_t mostRecords = 1'000'000'000; ///< as many lines as the lock bytes have room for
 /// Of the journal: held shared for as long as a table is open, exclusive by whoever is alone with its files.
 inline constexpr std::uint64_t presenceOffset = headerLockOffset;
 /// Beyond the usual patience: another workstation may be putting a large table in order.
@@ -131,6 +132,7 @@ public:
     bool readOnly = false;
     std::string readOnlyReason;
     std::string notice; ///< what opening has found that somebody should know
+    void addNotice(const std::string &text) { notice += notice.empty() ? text : ". " + text; }
     bool isNew = false; ///< just created: what an old journal says is not about this table
     std::uint64_t version = 1;
     std::shared_ptr<const bool> alive = std::make_shared<const bool>(true); ///< expires with this object
@@ -153,13 +155,17 @@ private:
     Status openFiles();
     Status readHeader();
     [[nodiscard]] Result<std::uint64_t> linesInFile() const;
-    Status openJournal();
-    Status startJournal();
+    [[nodiscard]] std::uint64_t linesThatFit(std::uint64_t fileSize) const
+    {
+        return fileSize < header.headerLength ? 0 : (fileSize - header.headerLength) / header.recordLength;
+    }
     Status joinOthers();
     /// With presence held, which keeps the file in its place from then on.
     Status refuseDisplaced();
     void mapHeader();
     Status openIndex();
+    Status loadIndex();
+    void reloadIndexForReading();
     Status takeToldTags(const Status &why);
     void dropIndexFile();
     void goOnWithoutIndexFile();
@@ -174,12 +180,12 @@ private:
     [[nodiscard]] MdxTag newTag(const TagDefinition &wanted, const KeyExpression &expression) const;
     Status needTags();
     Status recover();
+    Status replayJournal(bool isKnown);
     Status lockOutOthers();
-    Result<std::size_t> readCommits(std::vector<std::uint8_t> &bytes, std::vector<Commit> &commits);
     [[nodiscard]] Result<bool> isCutBack() const;
-    Status forgetLinesThatNeverCame();
-    Status setJournalAside(std::span<const std::uint8_t> journal);
-    Status checkpoint(bool closing);
+    Status cutLinesThatNeverCame();
+    /// @param before  lines that the header counted when the table was opened.
+    void sayWhatIsMissing(RecordNumber before);
     Status closeInOrder();
     [[nodiscard]] bool closedAsSeen() const;
     /// What the journal's header is to say: a table without its index keeps none for the others either.
@@ -197,6 +203,7 @@ private:
     Status checkNotLockedElsewhere(RecordNumber number, RangeLock &held);
     /// Reads the journal's header; true when a commit of somebody who died waits to be finished.
     Result<bool> lookAtJournal();
+    Status lookAtState(std::span<const std::uint8_t> map);
     void takeState(const JournalHeader &state, std::span<const std::uint8_t> bytes);
     [[nodiscard]] File &readLockFile();
 
@@ -211,15 +218,32 @@ private:
                         std::span<const std::uint8_t> key);
     Status findHeirs(std::size_t number, UniqueChange &change);
     bool findHeirsByTag(std::size_t number, UniqueChange &change);
-    Status writeJournal(const Commit &commit);
-    Status writeDurably(std::span<const std::uint8_t> bytes);
-    Status startOver();
     Status apply(const Commit &commit);
     Status writeRecords(const Commit &commit);
     Status writeDateAndCount(RecordNumber count);
-    Status writeState();
+    // TableJournal.cpp
+    struct FoundCommits {
+        std::uint64_t from = 0;          ///< where they stand in the journal
+        std::vector<std::uint8_t> bytes; ///< as they stand there, whole sectors
+        std::vector<Commit> commits;
+    };
+    Status openJournal();
+    Status startJournal();
+    Status writeState(const JournalHeader &state);
+    Status syncJournal();
+    Status writeJournal(const Commit &commit);
+    Status makeRoom(std::size_t size);
+    Status sayInUse();
+    Status writeDurably(std::span<const std::uint8_t> bytes);
+    Status emptyJournal();
+    Result<FoundCommits> commitsFrom(std::uint64_t from, std::uint64_t after);
+    Status bringToDisk(const FoundCommits &found);
+    Status setJournalAside();
+    Status checkpoint(bool closing);
     // TableReplay.cpp
-    Status finishDeadCommit();
+    Status finishDeadCommits();
+    [[nodiscard]] Result<bool> standsBehind(RecordNumber number, RecordNumber last,
+                                            std::span<const std::uint8_t> line) const;
     Status replay(std::span<const Commit> commits);
     Status settleCount(bool withLength);
     [[nodiscard]] bool endMarkFollows(RecordNumber last) const;
@@ -241,6 +265,7 @@ private:
                                                       std::span<const std::uint8_t> record) const;
     /// Makes the index right, by looking first and rewriting it only when it is not.
     Status repairIndex();
+    Status sayIndexIsUnderWay();
     /// Whether the index file is exactly what the lines say, its blocks used once each.
     [[nodiscard]] bool indexIsRight(std::span<const TagKeys> keys) const;
     // TableRewrite.cpp
@@ -257,6 +282,10 @@ private:
     Status buildMemoryTag(MemoryTag &tag);
     Status addMemoryTag(const TagDefinition &tag);
     void noteStamp();
+    [[nodiscard]] Status checkPlace();
+    Status settleWithOthers();
+    Result<bool> takeInNews();
+    Status refreshMemoryTags();
 
     File m_dbf;
     File m_journal;
@@ -275,10 +304,13 @@ private:
     std::vector<std::uint8_t> m_commitBytes; ///< last commit as it was written
     std::uint64_t m_seenCommit = 0;          ///< last one that refresh() knows of
     FileStamp m_stamp;
-    bool m_stampDoubtful = true; ///< the file changed so lately that an equal stamp proves nothing
+    std::chrono::steady_clock::time_point m_placeSeen; ///< when the files were last found at their place
+    bool m_foreignChange = false; ///< of a program that does not know the journal, which is to be emptied
+    bool m_stampDoubtful = true;  ///< the file changed so lately that an equal stamp proves nothing
     std::vector<std::uint8_t> m_dateAndCount;
     std::uint64_t m_reservedUpTo = 0;
     bool m_remote = false;
+    bool m_hasChanged = false;
     bool m_opened = false; ///< a table that was refused is left alone at the end, too
 
     Held m_held = Held::nothing;

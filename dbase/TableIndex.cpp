@@ -171,8 +171,25 @@ Status TableImpl::repairIndex()
             return status;
     }
     m_indexSuspect = false;
-    m_state.indexedRecords = indexedRecords();
-    return {};
+    if (m_state.indexedRecords == indexedRecords())
+        return {};
+    JournalHeader state = m_state;
+    state.indexedRecords = indexedRecords();
+    return writeState(state);
+}
+
+/// Before the index is written anew in its place: whoever finds it half done, after a kill or a power cut, is
+/// not to believe in it.
+Status TableImpl::sayIndexIsUnderWay()
+{
+    JournalHeader state = m_state;
+    state.closedInOrder = false;
+    state.onDisk = false;
+    state.indexedRecords = 0;
+    if (state == m_state)
+        return {};
+    const Status status = writeState(state);
+    return status.ok() ? syncJournal() : status;
 }
 
 Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRule> &rules)
@@ -198,11 +215,12 @@ Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRu
     head.created = today();
     head.updated = head.created;
     head.languageDriver = header.languageDriver;
+    if (const Status status = sayIndexIsUnderWay(); !status.ok())
+        return status;
     if (const Status status = m_mdx->rewrite(head, tags, keys, single); !status.ok()) {
         m_indexSuspect = true; // it may be half written; the rules of the tags stay known for the next time
         return status;
     }
-    m_state.indexedRecords = indexedRecords();
     return readTags();
 }
 

@@ -51,35 +51,45 @@ void TableImpl::takeState(const JournalHeader &state, std::span<const std::uint8
     std::copy_n(bytes.begin(), m_stateBytes.size(), m_stateBytes.begin());
 }
 
+/// The journal's header as it is now; read again when a writer was at it, since not everybody who looks holds
+/// a lock. @param map  the journal in memory; empty where it is not mapped.
+Status TableImpl::lookAtState(std::span<const std::uint8_t> map)
+{
+    constexpr int mostLooks = 3;
+    JournalHeaderBytes bytes{};
+    for (int look = 0; look < mostLooks; ++look) {
+        if (map.size() >= journalSector) {
+            if (std::equal(m_stateBytes.begin(), m_stateBytes.end(), map.begin()))
+                return {};
+            std::copy_n(map.begin(), bytes.size(), bytes.begin());
+        } else {
+            const auto got = m_journal.readAt(0, bytes);
+            if (!got.ok())
+                return got.status();
+            if (got.value() != bytes.size())
+                return failure(ErrorKind::damaged, "el diario de la tabla se ha perdido");
+            if (bytes == m_stateBytes)
+                return {};
+        }
+        if (const auto state = decodeJournalHeader(bytes)) {
+            takeState(*state, bytes);
+            return {};
+        }
+    }
+    return failure(ErrorKind::damaged, "el diario de la tabla está dañado");
+}
+
 Result<bool> TableImpl::lookAtJournal()
 {
     if (!m_journal.isOpen())
         return false;
-    std::vector<std::uint8_t> own;
-    std::span<const std::uint8_t> bytes;
     if (m_journalMap.lost())
         m_journalMap = Mapping(); // another program has cut the journal off
-    if (m_journalMap.size() >= journalSector) {
-        bytes = {m_journalMap.data(), m_journalMap.size()};
-    } else {
-        own.resize(journalSector);
-        const auto got = m_journal.readAt(0, own);
-        if (!got.ok())
-            return got.status();
-        own.resize(got.value());
-        bytes = own;
-    }
-    if (bytes.size() < journalSector)
-        return failure(ErrorKind::damaged, "el diario de la tabla se ha perdido");
-    const auto head = bytes.first(journalSector);
-    if (!std::equal(head.begin(), head.end(), m_stateBytes.begin(), m_stateBytes.end())) {
-        const auto state = decodeJournalHeader(head);
-        if (!state)
-            return failure(ErrorKind::damaged, "el diario de la tabla está dañado");
-        takeState(*state, head);
-    }
-    if (m_state.tail + journalSector <= bytes.size())
-        return mayBeCommit(bytes.subspan(m_state.tail, journalSector), m_state.applied + 1);
+    const std::span<const std::uint8_t> map{m_journalMap.data(), m_journalMap.size()};
+    if (const Status status = lookAtState(map); !status.ok())
+        return status;
+    if (m_state.tail + journalSector <= map.size())
+        return mayBeCommit(map.subspan(m_state.tail, journalSector), m_state.applied + 1);
     std::vector<std::uint8_t> next(journalSector);
     const auto got = m_journal.readAt(m_state.tail, next);
     if (!got.ok())
@@ -104,12 +114,21 @@ Status TableImpl::beginRead()
         const auto unfinished = lookAtJournal();
         if (!unfinished.ok())
             return unfinished.status();
-        bool sound = !unfinished.value() && !m_indexSuspect;
-        if (sound && m_mdx) {
+        // A writer that keeps no index, or one that died while it made the index anew, says so.
+        const bool isKept = !m_journal.isOpen() || m_state.indexedRecords > 0 || header.recordCount == 0;
+        bool sound = !unfinished.value() && !m_indexSuspect && (isKept || !m_mdx);
+        bool isSame = true;
+        if (m_mdx && (sound || readOnly)) {
             const auto same = m_mdx->look();
             if (!same.ok())
                 return same.status();
-            sound = same.value();
+            isSame = same.value();
+            sound = sound && isSame;
+        }
+        if (readOnly && m_mdx && (m_indexSuspect || !isSame) && attempt == 0) {
+            lock.value().release();
+            reloadIndexForReading();
+            continue;
         }
         // What cannot be put in order is read as it is: better an old index than no agenda.
         if (sound || readOnly) {
@@ -168,7 +187,7 @@ Status TableImpl::beginChange(bool adding)
     const auto unfinished = lookAtJournal();
     status = unfinished.status();
     if (status.ok() && unfinished.value())
-        status = finishDeadCommit();
+        status = finishDeadCommits();
     if (status.ok())
         status = settleCount(adding);
     if (status.ok() && !m_mdx && m_indexSuspect)

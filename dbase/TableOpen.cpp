@@ -220,8 +220,7 @@ Result<std::uint64_t> TableImpl::linesInFile() const
     const auto size = m_dbf.size();
     if (!size.ok())
         return size.status();
-    const std::uint64_t lines =
-        size.value() < header.headerLength ? 0 : (size.value() - header.headerLength) / header.recordLength;
+    const std::uint64_t lines = linesThatFit(size.value());
     if (lines >= header.recordCount)
         return lines;
     return failure(ErrorKind::damaged, "la tabla dice tener " + std::to_string(header.recordCount) +

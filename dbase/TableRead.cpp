@@ -14,6 +14,8 @@ constexpr std::size_t scanChunk = 1U << 20U;
 /// Clocks of file systems tick in steps; a file that changed within this time may change again under the same
 /// stamp.
 constexpr auto stampTick = std::chrono::milliseconds(50);
+/// Of those that keep whole seconds, or only even ones.
+constexpr auto coarseStampTick = std::chrono::seconds(2);
 /// Longest run of records that is read in one call when only some of it is wanted.
 constexpr RecordNumber rowsPerRead = 512;
 
@@ -147,22 +149,82 @@ void TableImpl::noteStamp()
     m_stamp = stamp.value();
     const auto now = std::chrono::system_clock::now().time_since_epoch();
     const std::chrono::nanoseconds age = now - std::chrono::nanoseconds(m_stamp.modified);
-    m_stampDoubtful = m_remote || age < stampTick;
+    const bool isCoarse = m_stamp.modified % std::chrono::nanoseconds(std::chrono::seconds(1)).count() == 0;
+    m_stampDoubtful = m_remote || age < (isCoarse ? std::chrono::nanoseconds(coarseStampTick) : stampTick);
+}
+
+/// Programs that know nothing of presence may put another file in the table's place, or the journal's: what
+/// is written from then on nobody would find.
+Status TableImpl::checkPlace()
+{
+    constexpr auto pause = std::chrono::seconds(1);
+    const auto now = std::chrono::steady_clock::now();
+    if (m_presence.held() && now - m_placeSeen < pause)
+        return {};
+    m_placeSeen = now;
+    auto displaced = isDisplaced();
+    if (displaced.ok() && !displaced.value() && m_presence.held()) {
+        const auto journal = File::open(sibling(".JNL"), File::Mode::readOnly);
+        const auto same = journal.ok() ? m_journal.isSameAs(journal.value()) : journal.status();
+        const bool gone = same.status().kind() == ErrorKind::notFound;
+        displaced = (same.ok() && !same.value() && !m_remote) || gone;
+    }
+    return displaced.ok() && displaced.value()
+               ? failure(ErrorKind::inputOutput,
+                         "la tabla se ha cambiado por otra; ciérrela y vuelva a abrirla")
+               : Status();
+}
+
+/// A line that another program has changed since our last commit could be taken for one that the commit had
+/// not reached yet, if this machine dies: the journal lets go of what is in the file by now. Where somebody
+/// has the table just now, the next look tries again.
+Status TableImpl::settleWithOthers()
+{
+    if (readOnly || m_held != Held::nothing || !m_journal.isOpen())
+        return {};
+    const auto patience = std::exchange(options.lockTimeout, std::chrono::milliseconds(0));
+    Status status = beginChange();
+    options.lockTimeout = patience;
+    if (status.kind() == ErrorKind::locked)
+        return {};
+    if (status.ok()) {
+        if (m_state.tail > journalSector)
+            status = emptyJournal();
+        endChange();
+    }
+    m_foreignChange = m_foreignChange && !status.ok();
+    return status;
+}
+
+/// Orders kept in memory, of which callers hold pointers, follow the table.
+Status TableImpl::refreshMemoryTags()
+{
+    for (MemoryTag &tag : m_memoryTags) {
+        if (tag.version == 0 || tag.version == version)
+            continue; // never asked, or of now
+        if (const Status status = buildMemoryTag(tag); !status.ok())
+            return status;
+    }
+    return {};
 }
 
 Result<bool> TableImpl::refresh()
+{
+    const auto news = takeInNews();
+    if (news.ok() && m_foreignChange)
+        std::ignore = settleWithOthers();
+    return m_poison.ok() ? news : m_poison;
+}
+
+Result<bool> TableImpl::takeInNews()
 {
     if (!m_poison.ok())
         return m_poison;
     // A group that has changed nothing yet may still look; one that has goes by what it knows.
     if (m_held == Held::changing && !(m_group && m_group->changes.empty()))
         return false;
-    if (!m_presence.held()) {
-        // Nothing keeps the file in its place.
-        if (const auto displaced = isDisplaced(); displaced.ok() && displaced.value())
-            return failure(ErrorKind::inputOutput,
-                           "la tabla se ha cambiado por otra; ciérrela y vuelva a abrirla");
-    }
+    if (const Status status = checkPlace(); !status.ok())
+        return status;
     const auto unfinished = lookAtJournal();
     if (!unfinished.ok())
         return unfinished.status();
@@ -172,6 +234,8 @@ Result<bool> TableImpl::refresh()
     if (!unfinished.value() && m_state.applied == m_seenCommit && stamp.value() == m_stamp &&
         !m_stampDoubtful && !m_indexSuspect)
         return false;
+    // The file has moved on and the journal has not: also after our own last commit, whose stamp nobody asks.
+    m_foreignChange = m_foreignChange || (m_state.applied == m_seenCommit && stamp.value() != m_stamp);
     // The stamp first: what is written while we look must be looked at again.
     noteStamp();
     const ReadLook look(*this);
@@ -187,7 +251,8 @@ Result<bool> TableImpl::refresh()
     if (m_mdx && !readOnly && m_state.indexedRecords != header.recordCount)
         m_indexSuspect = true;
     ++version;
-    return true;
+    const Status status = refreshMemoryTags();
+    return status.ok() ? Result<bool>(true) : status;
 }
 
 } // namespace dbase

@@ -8,62 +8,6 @@
 namespace dbase
 {
 
-namespace
-{
-
-constexpr std::uint64_t largestJournal =
-    std::uint64_t{256} * 1024 * 1024; ///< no commit of ours is half as long
-
-} // namespace
-
-Status TableImpl::openJournal()
-{
-    const std::filesystem::path file = sibling(".JNL");
-    auto opened = File::open(file, readOnly ? File::Mode::readOnly : File::Mode::readWrite);
-    if (!opened.ok() && opened.status().kind() == ErrorKind::notFound && !readOnly)
-        opened = File::open(file, File::Mode::createNew);
-    if (!opened.ok() && opened.status().kind() == ErrorKind::invalidArgument) // made by another one just now
-        opened = File::open(file, File::Mode::readWrite);
-    if (!opened.ok()) {
-        if (opened.status().kind() == ErrorKind::inputOutput)
-            return opened.status();
-        if (!readOnly)
-            readOnlyReason = "no se puede escribir en la carpeta de la tabla";
-        // Without a journal nothing is written; one that can be read still tells who has the table open.
-        if (!std::exchange(readOnly, true))
-            opened = File::open(file, File::Mode::readOnly);
-        if (!opened.ok())
-            return {};
-    }
-    m_journal = std::move(opened).value();
-    if (!options.durable || readOnly)
-        return {};
-    // Where there is none, or another file has come in between, commits are written and then flushed.
-    auto through = File::open(file, File::Mode::writeThrough);
-    const auto same = through.ok() ? through.value().isSameAs(m_journal) : through.status();
-    if (same.ok() && same.value())
-        m_journalThrough = std::move(through).value();
-    return {};
-}
-
-/// A journal with nothing in it. Its numbers begin at the clock, beyond any that an old journal of the place
-/// may hold.
-Status TableImpl::startJournal()
-{
-    m_state = {};
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    m_state.base = static_cast<std::uint64_t>(std::chrono::nanoseconds(now).count());
-    m_state.applied = m_state.base;
-    const std::vector<std::uint8_t> empty(journalSize,
-                                          0); // written out, so that later flushes have no lengths to save
-    Status status = m_journal.writeAt(0, empty);
-    if (status.ok())
-        status = writeState();
-    if (status.ok())
-        status = m_journal.sync();
-    return status.ok() ? syncFolder(path.parent_path()) : status;
-}
-
 /// Joins the programs that have the table open; when there are none, first puts everything in order.
 Status TableImpl::joinOthers()
 {
@@ -159,30 +103,6 @@ Status TableImpl::lockOutOthers()
     return {};
 }
 
-/// The journal's bytes, and its whole commits one after the other. @return where they end.
-Result<std::size_t> TableImpl::readCommits(std::vector<std::uint8_t> &bytes, std::vector<Commit> &commits)
-{
-    const auto size = m_journal.size();
-    if (!size.ok())
-        return size.status();
-    bytes.resize(std::min<std::uint64_t>(size.value(), largestJournal));
-    const auto got = m_journal.readAt(0, bytes);
-    if (!got.ok())
-        return got.status();
-    bytes.resize(got.value());
-    std::size_t at = journalSector;
-    while (at + journalSector <= bytes.size()) {
-        auto one = decodeCommit(std::span(bytes).subspan(at), m_state.base + commits.size() + 1,
-                                header.recordLength);
-        if (!one)
-            break;
-        encodeCommit(*one, header.recordLength, m_commitBytes);
-        at += commitRoom(m_commitBytes.size());
-        commits.push_back(std::move(*one));
-    }
-    return at;
-}
-
 /// Alone with the files: finishes what dead writers have left, and makes the index right.
 Status TableImpl::recover()
 {
@@ -199,71 +119,95 @@ Status TableImpl::recover()
     } else if (const Status status = startJournal(); !status.ok()) {
         return status;
     }
-    std::vector<Commit> commits;
     if (const Status locked = lockOutOthers(); !locked.ok())
         return locked;
-    const auto end = readCommits(bytes, commits);
-    Status status = end.status();
-    if (status.ok() && !commits.empty()) {
-        const auto cut = isCutBack();
-        status = cut.status();
-        if (cut.ok() && cut.value()) {
-            status = setJournalAside(bytes);
-            commits.clear();
-        }
-    }
-    if (status.ok() && !commits.empty()) {
-        // That they can be read does not mean that they are on disk: a cut during the repair must find them
-        // there.
-        status = m_journal.writeAt(0, std::span(bytes).first(end.value()));
-        if (status.ok())
-            status = m_journal.sync();
-        if (status.ok())
-            status = replay(commits);
-    }
-    if (status.ok() && !m_state.closedInOrder)
-        status = forgetLinesThatNeverCame();
+    Status status = replayJournal(state.has_value());
     if (status.ok())
         status = settleCount(true);
     if (status.ok())
         status = repairIndex();
-    if (status.ok() && (!commits.empty() || !m_state.closedInOrder)) {
-        m_state.applied = std::max(m_state.applied, m_state.base + commits.size());
+    if (status.ok() && (m_state.tail != journalSector || !m_state.closedInOrder)) {
+        // What a power cut has left behind the last whole commit must not follow on the next one.
+        constexpr std::uint64_t leap = 1'000'000;
+        m_state.applied += leap;
         status = checkpoint(false);
     }
     endChange();
     return status;
 }
 
+/// Does again what the journal holds, whether it is done or not.
+/// @param isKnown  the journal's header tells what the table has had.
+Status TableImpl::replayJournal(bool isKnown)
+{
+    const auto found = commitsFrom(journalSector, m_state.base);
+    const auto before = announcedCount();
+    if (!found.ok() || !before.ok())
+        return found.ok() ? before.status() : found.status();
+    const std::vector<Commit> &commits = found.value().commits;
+    if (!commits.empty()) {
+        const auto cut = isCutBack();
+        if (!cut.ok() || cut.value())
+            return cut.ok() ? setJournalAside() : cut.status();
+    }
+    Status status = isKnown ? cutLinesThatNeverCame() : Status();
+    if (status.ok() && !commits.empty()) {
+        status = bringToDisk(found.value());
+        if (status.ok())
+            status = replay(commits);
+        m_state.applied = std::max(m_state.applied, m_state.base + commits.size());
+        m_state.tail = journalSector + static_cast<std::uint32_t>(found.value().bytes.size());
+    }
+    if (status.ok() && isKnown)
+        sayWhatIsMissing(before.value());
+    return status;
+}
+
 /// A power cut may leave a header that counts lines which had not reached the disk: of a workstation that
-/// does not flush, or of another program. What was promised is in the file by now; the table goes on with
-/// that.
-Status TableImpl::forgetLinesThatNeverCame()
+/// does not flush, or of another program. They go; what was promised stands in the journal, and what was on
+/// disk at the last flush is not touched.
+Status TableImpl::cutLinesThatNeverCame()
 {
     const auto announced = announcedCount();
     const auto size = m_dbf.size();
     if (!announced.ok() || !size.ok())
         return announced.ok() ? size.status() : announced.status();
-    auto lines = static_cast<RecordNumber>(
-        size.value() < header.headerLength ? 0 : (size.value() - header.headerLength) / header.recordLength);
-    if (lines >= announced.value() || lines < m_state.tableRecords)
-        return {}; // fewer than were on disk for sure is damage
+    std::uint64_t lines = linesThatFit(size.value());
+    constexpr RecordNumber mostAtOnce = 10'000; // a count beyond that was never one
+    if (lines > announced.value() || lines + mostAtOnce < announced.value() || lines < m_state.tableRecords)
+        return {};
     std::vector<std::uint8_t> record(header.recordLength);
+    // A length may be old news on a share: what it leaves out must not be readable either.
+    if (lines < announced.value()) {
+        const auto beyond = m_dbf.readAt(recordOffset(static_cast<RecordNumber>(lines) + 1), record);
+        if (!beyond.ok() || beyond.value() == record.size())
+            return beyond.status();
+    }
     for (; lines > m_state.tableRecords; --lines) {
-        const auto read = m_dbf.readAt(recordOffset(lines), record);
+        const auto read = m_dbf.readAt(recordOffset(static_cast<RecordNumber>(lines)), record);
         if (!read.ok())
             return read.status();
-        if (looksLikeRecord(record, header))
+        if (std::any_of(record.begin(), record.end(), [](std::uint8_t byte) { return byte != 0; }))
             break;
     }
-    notice = "después de un corte de corriente faltan al final de la tabla " +
-             std::to_string(announced.value() - lines) +
-             " líneas que se anotaron en su cabecera y no llegaron al disco; revise las últimas citas";
-    Status status = m_dbf.writeAt(recordOffset(lines + 1), std::array{dbfEndMark});
+    if (lines == announced.value())
+        return {};
+    const auto kept = static_cast<RecordNumber>(lines);
+    Status status = m_dbf.writeAt(recordOffset(kept + 1), std::array{dbfEndMark});
     if (status.ok())
-        status = m_dbf.truncate(recordOffset(lines + 1) + 1);
+        status = m_dbf.truncate(recordOffset(kept + 1) + 1);
     m_dateAndCount.clear();
-    return status.ok() ? writeDateAndCount(lines) : status;
+    return status.ok() ? writeDateAndCount(kept) : status;
+}
+
+void TableImpl::sayWhatIsMissing(RecordNumber before)
+{
+    const auto now = announcedCount();
+    if (!now.ok() || now.value() >= before)
+        return;
+    addNotice("después de un corte de corriente faltan al final de la tabla " +
+              std::to_string(before - now.value()) +
+              " líneas que se anotaron en su cabecera y no llegaron al disco; revise las últimas citas");
 }
 
 /// Whether the table has lost lines that were on disk for sure: then it is not the one that the journal goes
@@ -276,70 +220,7 @@ Result<bool> TableImpl::isCutBack() const
     const auto size = m_dbf.size();
     if (!announced.ok() || !size.ok())
         return announced.ok() ? size.status() : announced.status();
-    return announced.value() < m_state.tableRecords &&
-           size.value() < recordOffset(m_state.tableRecords) + header.recordLength;
-}
-
-/// Keeps a journal that is not about this table under a name of its own, and begins anew. A copy, since
-/// others may have the journal open already and wait for its lock.
-Status TableImpl::setJournalAside(std::span<const std::uint8_t> journal)
-{
-    constexpr int mostKept = 999;
-    std::filesystem::path kept;
-    Result<File> made = failure(ErrorKind::full, "hay demasiados diarios apartados");
-    for (int number = 1; number <= mostKept; ++number) {
-        kept = sibling(".JNL");
-        kept += ".APARTADO-" + std::to_string(number);
-        made = File::open(kept, File::Mode::createNew);
-        if (made.ok() || made.status().kind() != ErrorKind::invalidArgument)
-            break;
-    }
-    Status status = made.status();
-    if (status.ok())
-        status = made.value().writeAt(0, journal);
-    if (status.ok())
-        status = made.value().sync();
-    if (status.ok())
-        status = syncFolder(path.parent_path());
-    if (!status.ok())
-        return status;
-    notice =
-        "la tabla tiene menos líneas que las que ya estaban guardadas: se ha puesto en su lugar una copia "
-        "anterior. Los últimos cambios, que eran de la otra, no se le han aplicado; quedan en " +
-        displayName(kept.filename());
-    return startJournal();
-}
-
-/// Under the change locks: table and index safely on disk, the journal empty.
-Status TableImpl::checkpoint(bool closing)
-{
-    Status status = m_dbf.sync();
-    if (status.ok() && m_mdx)
-        status = m_mdx->file().sync();
-    if (!status.ok())
-        return poison(status);
-    JournalHeader state = m_state;
-    state.base = m_state.applied;
-    state.tail = journalSector;
-    state.indexedRecords = indexedRecords();
-    state.closedInOrder = closing;
-    state.holdsDurable = false;
-    state.onDisk = false;
-    state.tableRecords = header.recordCount;
-    if (closing) {
-        const auto table = m_dbf.stamp();
-        const auto index = m_mdx ? m_mdx->file().stamp() : Result<FileStamp>(FileStamp{});
-        if (!table.ok() || !index.ok())
-            return table.ok() ? index.status() : table.status();
-        state.tableSize = table.value().size;
-        state.tableTime = table.value().modified;
-        state.indexSize = index.value().size;
-        state.indexTime = index.value().modified;
-    }
-    m_state = state;
-    status = writeState();
-    // The old commits are about to be written over; the new base must not get lost behind them.
-    return status.ok() ? m_journal.sync() : status;
+    return announced.value() < m_state.tableRecords && linesThatFit(size.value()) < m_state.tableRecords;
 }
 
 /// The last one to leave says so, and spares the next one the search.
@@ -350,8 +231,14 @@ Status TableImpl::closeInOrder()
     if (!last.ok() || !last.value())
         return last.status();
     // Another program may have put another file there: journal and index are that one's from then on.
-    if (const auto displaced = isDisplaced(); !displaced.ok() || displaced.value())
+    if (const auto displaced = isDisplaced(); !displaced.ok() || displaced.value()) {
+        if (m_hasChanged)
+            return failure(
+                ErrorKind::inputOutput,
+                "otro programa ha cambiado la tabla por otra mientras estaba abierta; lo que se ha "
+                "escrito en ella entretanto se ha perdido");
         return displaced.status().kind() == ErrorKind::notFound ? Status() : displaced.status();
+    }
     if (const auto unfinished = lookAtJournal(); !unfinished.ok() || unfinished.value())
         return unfinished.status();
     if (m_state.closedInOrder && closedAsSeen())

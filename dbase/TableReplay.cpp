@@ -80,18 +80,15 @@ Status TableImpl::settleCount(bool withLength)
     return count == announced ? Status() : writeDateAndCount(count);
 }
 
-Status TableImpl::finishDeadCommit()
+/// Under the change locks: does what a writer has left in the journal when it died.
+/// @return full without any harm, so that it can be tried again; after any other failure this object is done.
+Status TableImpl::finishDeadCommits()
 {
-    const auto size = m_journal.size();
-    if (!size.ok())
-        return size.status();
-    std::vector<std::uint8_t> bytes(size.value() > m_state.tail ? size.value() - m_state.tail : 0);
-    const auto got = m_journal.readAt(m_state.tail, bytes);
-    if (!got.ok())
-        return got.status();
-    bytes.resize(got.value());
-    const auto dead = decodeCommit(bytes, m_state.applied + 1, header.recordLength);
-    if (!dead) {
+    const auto found = commitsFrom(m_state.tail, m_state.applied);
+    if (!found.ok())
+        return found.status();
+    const std::vector<Commit> &dead = found.value().commits;
+    if (dead.empty()) {
         // It died while writing it: nothing has been changed. The place must not look like a commit any more.
         const std::vector<std::uint8_t> nothing(journalSector, 0);
         return m_journal.writeAt(m_state.tail, nothing);
@@ -102,45 +99,39 @@ Status TableImpl::finishDeadCommit()
                                   "en todos los puestos y vuelva a abrirla")
                         : cut.status();
     }
-    // That it can be read does not mean that it is on disk: a cut from here on must find it there.
-    std::vector<std::uint8_t> again;
-    encodeCommit(*dead, header.recordLength, again);
-    Status status = m_journal.writeAt(m_state.tail, again);
+    Status status = bringToDisk(found.value());
     if (status.ok())
-        status = m_journal.sync();
-    if (status.ok())
-        status = replay(std::span(&*dead, 1));
-    // It may have died inside a line. What is left of that must not come back after a power cut, behind a
-    // header that says that the commit is done: only then is it told from another program's change by the
-    // byte.
-    if (status.ok())
-        status = m_dbf.sync();
+        status = replay(dead);
     if (status.ok())
         status = repairIndex();
     if (!status.ok())
-        return poison(status);
-    m_state.applied = dead->number;
-    m_state.tail += static_cast<std::uint32_t>(commitRoom(again.size()));
-    m_state.indexedRecords = indexedRecords();
+        return status.kind() == ErrorKind::full ? status : poison(status);
+    m_state.applied = dead.back().number;
     ++version;
-    return writeState();
+    // It may have died inside a line. What is left of that must not come back after a power cut, behind a
+    // header that says that the commit is done: only then is it told from another program's change by the
+    // byte. So the table goes to the disk first, and the journal has done its duty.
+    return checkpoint(false);
 }
 
 namespace
 {
 
-/// Whether a record is made of pieces of the given versions alone: then it is ours, perhaps torn. What is not
-/// was written by another program later and stays. A power cut tears at sectors of the file, a killed writer
-/// at any byte.
+/// Whether a record is made of pieces of the given versions alone, or of places that the disk never got: then
+/// it is ours, perhaps torn. What is not was written by another program later and stays. A power cut tears at
+/// sectors of the file, a killed writer at any byte.
 bool madeOf(std::span<const std::uint8_t> present, std::uint64_t offset,
             std::span<const std::vector<std::uint8_t>> versions, bool tornAnywhere)
 {
-    for (std::size_t from = 0; from < present.size();) {
+    // An end mark is what stood there before the line, or what a program wrote that took the line for the end.
+    for (std::size_t from = present[0] == dbfEndMark ? 1 : 0; from < present.size();) {
         const std::size_t room = tornAnywhere ? 1 : journalSector - (offset + from) % journalSector;
         const auto piece = present.subspan(from, std::min(room, present.size() - from));
-        const bool known = std::any_of(versions.begin(), versions.end(), [&](const auto &one) {
-            return std::memcmp(one.data() + from, piece.data(), piece.size()) == 0;
-        });
+        const bool known =
+            std::all_of(piece.begin(), piece.end(), [](std::uint8_t byte) { return byte == 0; }) ||
+            std::any_of(versions.begin(), versions.end(), [&](const auto &one) {
+                return std::memcmp(one.data() + from, piece.data(), piece.size()) == 0;
+            });
         if (!known)
             return false;
         from += piece.size();
@@ -149,6 +140,21 @@ bool madeOf(std::span<const std::uint8_t> present, std::uint64_t offset,
 }
 
 } // namespace
+
+/// Whether one of the lines behind `number` is this one already: of a replay that was cut.
+Result<bool> TableImpl::standsBehind(RecordNumber number, RecordNumber last,
+                                     std::span<const std::uint8_t> line) const
+{
+    std::vector<std::uint8_t> present(header.recordLength);
+    while (number < last) {
+        const auto got = m_dbf.readAt(recordOffset(++number), present);
+        if (!got.ok())
+            return got.status();
+        if (got.value() == line.size() && std::equal(line.begin(), line.end(), present.begin()))
+            return true;
+    }
+    return false;
+}
 
 /// Does commits again, oldest first: afterwards every record they name holds the last of its versions.
 Status TableImpl::replay(std::span<const Commit> commits)
@@ -183,10 +189,14 @@ Status TableImpl::replay(std::span<const Commit> commits)
         if (!got.ok())
             return got.status();
         const bool whole = number <= announced && got.value() == present.size();
-        if (whole && !madeOf(present, recordOffset(number), history.versions, history.unfinished) &&
-            looksLikeRecord(present, header)) {
+        if (whole && !madeOf(present, recordOffset(number), history.versions, history.unfinished)) {
             // Another program has changed the line since, or has taken the number for a line of its own.
-            if (history.unfinished && history.isNew)
+            if (!history.unfinished || !history.isNew)
+                continue;
+            const auto stands = standsBehind(number, announced, history.versions.back());
+            if (!stands.ok())
+                return stands.status();
+            if (!stands.value())
                 homeless.push_back(history.versions.back());
             continue;
         }

@@ -11,7 +11,6 @@ namespace dbase
 namespace
 {
 
-constexpr std::uint64_t mostRecords = 1'000'000'000; ///< as many lines as the lock bytes have room for
 constexpr std::size_t copyChunk = std::size_t{1} << 20U;
 
 } // namespace
@@ -42,6 +41,8 @@ Status TableImpl::whileAlone(const std::function<Status()> &work)
         return failure(ErrorKind::readOnly, readOnlyReason);
     if (!m_poison.ok())
         return m_poison;
+    if (m_group)
+        return failure(ErrorKind::invalidArgument, "hay un grupo de cambios empezado");
     const std::string refusal = "otro puesto tiene abierta la tabla";
     const auto alone = m_journal.convertLock(presenceOffset, 1, File::LockKind::exclusive);
     if (!alone.ok())

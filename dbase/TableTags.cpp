@@ -32,6 +32,12 @@ Status TableImpl::openIndex()
         return {};
     }
     m_mdx = std::move(opened).value();
+    return loadIndex();
+}
+
+/// Takes in the head of the index file and its orders.
+Status TableImpl::loadIndex()
+{
     auto lock = waitForLock(m_mdx->file(), headerLockOffset, 1, File::LockKind::shared, options.lockTimeout,
                             "otro puesto está escribiendo en el índice");
     if (!lock.ok())
@@ -72,9 +78,9 @@ Status TableImpl::takeToldTags(const Status &why)
         readOnlyReason = "no se puede saber qué órdenes tiene el índice: " + why.text();
         return {};
     }
-    notice =
+    addNotice(
         "el índice no se podía leer (" + why.text() +
-        ") y se ha hecho de nuevo. Si otros programas tenían en él órdenes suyos, hay que volver a crearlos";
+        ") y se ha hecho de nuevo. Si otros programas tenían en él órdenes suyos, hay que volver a crearlos");
     return {};
 }
 
@@ -87,6 +93,17 @@ void TableImpl::retireIndexes()
         m_retiredIndexes.push_back(std::move(index));
     }
     m_indexes.clear();
+}
+
+/// For a table that takes no changes, and so cannot repair: others may have made the index anew, with its
+/// blocks in other places. One that is wrong all the same is not asked any more.
+void TableImpl::reloadIndexForReading()
+{
+    m_indexSuspect = false;
+    if (loadIndex().ok() && m_mdx && soundForReading())
+        return;
+    if (m_mdx)
+        goOnWithoutIndexFile();
 }
 
 /// The table goes on without its index file.

@@ -17,6 +17,8 @@ inline std::vector<std::string> judge(const std::filesystem::path &folder, const
             status = agenda.table().check();
         if (!status.ok())
             return {status.message()};
+        if (const std::string notice = agenda.table().notice(); !notice.empty())
+            return {"something was missing: " + notice};
         const auto contents = agenda.readAll();
         if (!contents.ok())
             return {contents.status().message()};

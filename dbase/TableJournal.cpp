@@ -1,0 +1,270 @@
+// The journal of an open table: its header, the commits in it, and emptying it. Its layout stands in
+// Journal.h.
+
+#include "dbase/TableImpl.h"
+
+#include <algorithm>
+
+namespace dbase
+{
+
+Status TableImpl::openJournal()
+{
+    const std::filesystem::path file = sibling(".JNL");
+    auto opened = File::open(file, readOnly ? File::Mode::readOnly : File::Mode::readWrite);
+    if (!opened.ok() && opened.status().kind() == ErrorKind::notFound && !readOnly)
+        opened = File::open(file, File::Mode::createNew);
+    if (!opened.ok() && opened.status().kind() == ErrorKind::invalidArgument) // made by another one just now
+        opened = File::open(file, File::Mode::readWrite);
+    if (!opened.ok()) {
+        if (opened.status().kind() == ErrorKind::inputOutput)
+            return opened.status();
+        if (!readOnly)
+            readOnlyReason = "no se puede escribir en la carpeta de la tabla";
+        // Without a journal nothing is written; one that can be read still tells who has the table open.
+        if (!std::exchange(readOnly, true))
+            opened = File::open(file, File::Mode::readOnly);
+        if (!opened.ok())
+            return {};
+    }
+    m_journal = std::move(opened).value();
+    if (!options.durable || readOnly)
+        return {};
+    // Where there is none, or another file has come in between, commits are written and then flushed.
+    auto through = File::open(file, File::Mode::writeThrough);
+    const auto same = through.ok() ? through.value().isSameAs(m_journal) : through.status();
+    if (same.ok() && same.value())
+        m_journalThrough = std::move(through).value();
+    return {};
+}
+
+/// A journal with nothing in it. Its numbers begin at the clock, beyond any that an old journal of the place
+/// may hold.
+Status TableImpl::startJournal()
+{
+    JournalHeader state;
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    state.base = static_cast<std::uint64_t>(std::chrono::nanoseconds(now).count());
+    state.applied = state.base;
+    const std::vector<std::uint8_t> empty(journalSize,
+                                          0); // written out, so that later flushes have no lengths to save
+    Status status = m_journal.writeAt(0, empty);
+    if (status.ok())
+        status = writeState(state);
+    if (status.ok())
+        status = syncJournal();
+    return status.ok() ? syncFolder(path.parent_path()) : status;
+}
+
+/// The header as it is to be from now on. After a failure it is the old one still; where that cannot be made
+/// sure, the failure is final: what others and this object believe of the journal would part.
+Status TableImpl::writeState(const JournalHeader &state)
+{
+    const auto bytes = encodeJournalHeader(state);
+    const Status status = m_journal.writeAt(0, bytes);
+    if (!status.ok())
+        return m_journal.writeAt(0, m_stateBytes).ok() ? status : poison(status);
+    m_state = state;
+    m_stateBytes = bytes;
+    return {};
+}
+
+Status TableImpl::syncJournal()
+{
+    const Status status = m_journal.sync();
+    return status.ok() ? status : poison(status); // what has reached the disk is not known
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Commits
+
+Status TableImpl::writeJournal(const Commit &commit)
+{
+    encodeCommit(commit, header.recordLength, m_commitBytes);
+    const std::span<const std::uint8_t> bytes = m_commitBytes;
+    Status status = makeRoom(bytes.size());
+    if (status.ok() && m_state.closedInOrder)
+        status = sayInUse();
+    if (status.ok())
+        status = options.durable ? writeDurably(bytes) : m_journal.writeAt(m_state.tail, bytes);
+    if (!status.ok())
+        return status;
+    m_state.holdsDurable = m_state.holdsDurable || options.durable;
+    m_state.onDisk = options.durable;
+    m_state.tail += static_cast<std::uint32_t>(bytes.size());
+    return {};
+}
+
+/// Room for a commit behind the others, on the disk as well, or in an emptied journal.
+Status TableImpl::makeRoom(std::size_t size)
+{
+    // Fewer lines than were on disk for sure: another program has packed the table, and what the journal says
+    // is about lines that have other numbers now.
+    const bool isAboutOthers = header.recordCount < m_state.tableRecords;
+    if (isAboutOthers || m_state.tail + size > m_journalSize) {
+        if (const Status status = isAboutOthers ? checkpoint(false) : emptyJournal(); !status.ok())
+            return status;
+    }
+    const std::uint64_t end = m_state.tail + size;
+    if (end <= m_journalSize)
+        return {};
+    if (const Status status = m_journal.reserve(m_journalSize, end - m_journalSize); !status.ok())
+        return status;
+    m_journalSize = end;
+    return {};
+}
+
+/// Before the first change, also by a table that flushes nothing else: after a power cut the next opener must
+/// not believe in an index that was only half written.
+Status TableImpl::sayInUse()
+{
+    JournalHeader state = m_state;
+    state.closedInOrder = false;
+    state.onDisk = false;
+    const Status status = writeState(state);
+    return status.ok() ? syncJournal() : status;
+}
+
+/// Writes a commit and brings it to the disk, with everything that it goes on from. As a rule that is there
+/// already, and the commit's own bytes are all that the disk has to be given.
+Status TableImpl::writeDurably(std::span<const std::uint8_t> bytes)
+{
+    if (m_state.onDisk && m_journalThrough.isOpen()) {
+        const Status status = m_journalThrough.writeAt(m_state.tail, bytes);
+        if (status.ok())
+            return status;
+        // The commit may stand there, on disk or not. On a full disk it can still be taken back.
+        const std::vector<std::uint8_t> nothing(journalSector, 0);
+        const bool undone =
+            status.kind() == ErrorKind::full && m_journalThrough.writeAt(m_state.tail, nothing).ok();
+        return undone ? status : poison(status);
+    }
+    const Status status = m_journal.writeAt(m_state.tail, bytes);
+    return status.ok() ? syncJournal() : status;
+}
+
+/// Begins the journal anew. Where nothing in it was promised to outlive a power cut, nobody waits for the
+/// disk.
+Status TableImpl::emptyJournal()
+{
+    if (m_state.holdsDurable || options.durable)
+        return checkpoint(false);
+    JournalHeader state = m_state;
+    state.base = state.applied;
+    state.tail = journalSector;
+    state.onDisk = false;
+    return writeState(state);
+}
+
+/// The whole commits that stand one behind the other in the file.
+/// @param from   where the first one stands, if there is any.
+/// @param after  the number before its own.
+Result<TableImpl::FoundCommits> TableImpl::commitsFrom(std::uint64_t from, std::uint64_t after)
+{
+    const auto size = m_journal.size();
+    if (!size.ok())
+        return size.status();
+    FoundCommits found{from, {}, {}};
+    const std::uint64_t end = std::min(size.value(), largestJournal);
+    found.bytes.resize(end > from ? end - from : 0);
+    const auto got = m_journal.readAt(from, found.bytes);
+    if (!got.ok())
+        return got.status();
+    found.bytes.resize(got.value());
+    std::size_t at = 0;
+    while (at < found.bytes.size()) {
+        auto one = decodeCommit(std::span(found.bytes).subspan(at), after + found.commits.size() + 1,
+                                header.recordLength);
+        if (!one)
+            break;
+        encodeCommit(*one, header.recordLength, m_commitBytes);
+        at += m_commitBytes.size();
+        found.commits.push_back(std::move(*one));
+    }
+    found.bytes.resize(at); // the last one's sector to its end
+    return found;
+}
+
+/// That commits can be read does not mean that they are on disk: a cut while they are done again must find
+/// them there, and the header in front of them.
+Status TableImpl::bringToDisk(const FoundCommits &found)
+{
+    Status status = m_journal.writeAt(0, m_stateBytes);
+    if (status.ok())
+        status = m_journal.writeAt(found.from, found.bytes);
+    return status.ok() ? m_journal.sync() : status;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Emptying it
+
+/// Keeps a journal that is not about this table under a name of its own, and begins anew. A copy, since
+/// others may have the journal open already and wait for its lock.
+Status TableImpl::setJournalAside()
+{
+    const auto size = m_journal.size();
+    if (!size.ok())
+        return size.status();
+    std::vector<std::uint8_t> journal(std::min(size.value(), largestJournal));
+    const auto got = m_journal.readAt(0, journal);
+    if (!got.ok())
+        return got.status();
+    journal.resize(got.value());
+    constexpr int mostKept = 999;
+    std::filesystem::path kept;
+    Result<File> made = failure(ErrorKind::full, "hay demasiados diarios apartados");
+    for (int number = 1; number <= mostKept; ++number) {
+        kept = sibling(".JNL");
+        kept += ".APARTADO-" + std::to_string(number);
+        made = File::open(kept, File::Mode::createNew);
+        if (made.ok() || made.status().kind() != ErrorKind::invalidArgument)
+            break;
+    }
+    Status status = made.status();
+    if (status.ok())
+        status = made.value().writeAt(0, journal);
+    if (status.ok())
+        status = made.value().sync();
+    if (status.ok())
+        status = syncFolder(path.parent_path());
+    if (!status.ok())
+        return status;
+    addNotice(
+        "la tabla tiene menos líneas que las que ya estaban guardadas: se ha puesto en su lugar una copia "
+        "anterior. Los últimos cambios, que eran de la otra, no se le han aplicado; quedan en " +
+        displayName(kept.filename()));
+    return startJournal();
+}
+
+/// Under the change locks: table and index safely on disk, the journal empty.
+Status TableImpl::checkpoint(bool closing)
+{
+    Status status = m_dbf.sync();
+    if (status.ok() && m_mdx)
+        status = m_mdx->file().sync();
+    if (!status.ok())
+        return poison(status);
+    JournalHeader state = m_state;
+    state.base = m_state.applied;
+    state.tail = journalSector;
+    state.indexedRecords = indexedRecords();
+    state.closedInOrder = closing;
+    state.holdsDurable = false;
+    state.onDisk = false;
+    state.tableRecords = header.recordCount;
+    if (closing) {
+        const auto table = m_dbf.stamp();
+        const auto index = m_mdx ? m_mdx->file().stamp() : Result<FileStamp>(FileStamp{});
+        if (!table.ok() || !index.ok())
+            return table.ok() ? index.status() : table.status();
+        state.tableSize = table.value().size;
+        state.tableTime = table.value().modified;
+        state.indexSize = index.value().size;
+        state.indexTime = index.value().modified;
+    }
+    status = writeState(state);
+    // The old commits are about to be written over; the new base must not get lost behind them.
+    return status.ok() ? syncJournal() : status;
+}
+
+} // namespace dbase
