@@ -173,8 +173,10 @@ TEST(Kills, FindPlantedFaults)
         for (int change = 1; change <= 60; ++change) {
             Storm storm;
             EXPECT_TRUE(storm.end(*storm.dyingWriter(7, change, 60, planted)));
-            // Whoever comes next has the fault as well: a sound program would make good what was left.
-            storm.end(*storm.dyingWriter(8, 0, 2, planted));
+            // Whoever comes next has the fault as well: a sound program would make good what was left. A
+            // header that counts too much it would mend as well, and only say so.
+            if (planted != Plant::headerFirst)
+                storm.end(*storm.dyingWriter(8, 0, 2, planted));
             if (const auto wrong = storm.wrong(); !wrong.empty())
                 return std::to_string(change) + ": " + wrong.front();
         }
