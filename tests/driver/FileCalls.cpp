@@ -247,7 +247,7 @@ void dieAt(int change)
 {
     state().changesLeft = change;
 }
-const std::vector<Event> &recorded()
+std::vector<Event> recorded()
 {
     return state().events;
 }

@@ -70,7 +70,7 @@ void beforeLockOfJournal(std::function<void()> work);
 /// The process kills itself at its n-th change of a file, in mid-write where that is one.
 void dieAt(int change);
 
-[[nodiscard]] const std::vector<Event> &recorded();
+[[nodiscard]] std::vector<Event> recorded();
 void mark(std::string text);
 
 } // namespace driver::filecalls

@@ -69,9 +69,10 @@ protected:
         options.durable = durable;
         options.tags = {{"FECHA", "DTOS(FECHA)+HORA"}};
         auto opened = Table::open(m_folder.path() / "AGENDA_N.DBF", options);
-        if (opened.ok())
-            m_table = std::move(opened).value();
-        return opened.ok();
+        if (!opened.ok())
+            return false;
+        m_table = std::move(opened).value();
+        return true;
     }
 
     Status seek()

@@ -6,6 +6,7 @@
 #include "tests/driver/PowerCut.h"
 #include "tests/driver/Writer.h"
 #include "tests/support/TempFolder.h"
+#include "upkeep/TableCare.h"
 
 #include <gtest/gtest.h>
 
@@ -185,6 +186,68 @@ TEST(FailingCalls, LeaveAnIndexThatCanBeRepaired)
             filecalls::unwatch();
         }
         EXPECT_GT(number, 2) << "no such call in a repair";
+    }
+}
+
+/// A full disk is met before anything has changed, however often it is tried.
+TEST(FailingCalls, AFullDiskIsMetEachTime)
+{
+    const support::TempFolder folder;
+    writeImage(folder.path(), newTable());
+    filecalls::watch(folder.path(), false);
+    AgendaTable agenda;
+    ASSERT_TRUE(agenda.open(folder.path(), patience).ok());
+    std::mt19937 random(1);
+    const auto add = [&] {
+        return agenda.table().append(agenda.line("nueva", "v0", random)).status().kind();
+    };
+    filecalls::fail(Fault{Call::reserve, 1, ENOSPC, true, false});
+    for (int attempt = 1; attempt <= 3; ++attempt) {
+        const int before = filecalls::counted();
+        EXPECT_EQ(add(), dbase::ErrorKind::full) << attempt;
+        EXPECT_GT(filecalls::counted(), before) << "room must be asked for, attempt " << attempt;
+    }
+    filecalls::fail({});
+    EXPECT_EQ(add(), dbase::ErrorKind::none);
+    filecalls::unwatch();
+}
+
+/// Who dies while it makes the index anew leaves half of one to those who have the table open.
+TEST(FailingCalls, NobodyBelievesInAnIndexThatIsHalfMade)
+{
+    constexpr int lines = 300;
+    for (int write = 1;; ++write) {
+        SCOPED_TRACE(write);
+        const support::TempFolder folder;
+        const auto file = folder.path() / "AGENDA_N.DBF";
+        ASSERT_TRUE(dbase::Table::create(file, upkeep::agendaDefinition()).ok());
+        filecalls::watch(folder.path(), false);
+        auto other = dbase::Table::open(file, {});
+        ASSERT_TRUE(other.ok());
+        dbase::Table &table = *other.value();
+        for (int n = 0; n < lines; ++n) {
+            auto line = dbase::blankRecord(table.recordLength());
+            const std::string day = std::to_string(20260100 + n * 7 % 31 + n % 12 * 100 + 1);
+            std::copy(day.begin(), day.end(), line.begin() + 1);
+            ASSERT_TRUE(table.append(line).ok());
+        }
+        {
+            auto dying = dbase::Table::open(file, {});
+            ASSERT_TRUE(dying.ok());
+            filecalls::fail(Fault{Call::write, write, EIO, true, true});
+            std::ignore = dying.value()->reindex();
+        }
+        const bool met = filecalls::faultMet();
+        filecalls::fail({});
+        std::vector<dbase::RecordNumber> numbers;
+        const dbase::Status status = table.liveRecords(table.index("FECHA"), {}, {}, numbers);
+        EXPECT_TRUE(status.ok()) << status.message();
+        EXPECT_EQ(numbers.size(), lines);
+        EXPECT_TRUE(table.check().ok());
+        filecalls::unwatch();
+        if (!met)
+            break;
+        ASSERT_LT(write, 50);
     }
 }
 

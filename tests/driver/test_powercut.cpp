@@ -172,59 +172,111 @@ TEST(PowerCut, AfterAFlushThatFailed)
     }
 }
 
+/// Two workstations at one table, and the keys of lines that were promised to outlive a cut.
+class TwoWorkstations
+{
+public:
+    explicit TwoWorkstations(bool secondIsDurable)
+    {
+        constexpr auto patience = std::chrono::seconds(1);
+        EXPECT_TRUE(AgendaTable::create(m_folder.path()).ok());
+        m_start = readImage(m_folder.path());
+        filecalls::watch(m_folder.path());
+        EXPECT_TRUE(promised.open(m_folder.path(), patience, true).ok());
+        EXPECT_TRUE(second.open(m_folder.path(), patience, secondIsDurable).ok());
+    }
+    ~TwoWorkstations() { filecalls::unwatch(); }
+    TwoWorkstations(const TwoWorkstations &) = delete;
+    TwoWorkstations &operator=(const TwoWorkstations &) = delete;
+
+    dbase::Status add(AgendaTable &agenda, const std::string &key)
+    {
+        const dbase::Status status = agenda.table().append(agenda.line(key, "v0", m_random)).status();
+        if (&agenda == &promised && status.ok())
+            filecalls::mark(key);
+        return status;
+    }
+    /// So many lines that two of them fit into the journal and three do not.
+    dbase::Status addGroup(AgendaTable &agenda)
+    {
+        dbase::Status status = agenda.table().beginGroup();
+        for (int n = 0; status.ok() && n < 520; ++n)
+            status =
+                agenda.table().append(agenda.line("g" + std::to_string(m_others++), "v0", m_random)).status();
+        return status.ok() ? agenda.table().commitGroup() : status;
+    }
+    CutReport cutAll()
+    {
+        const std::vector<filecalls::Event> events = filecalls::recorded();
+        filecalls::unwatch();
+        CutOptions options;
+        options.statesAtPoint = 6;
+        return cutEverywhere(m_start, events, holdsKeys, options);
+    }
+
+    AgendaTable promised;
+    AgendaTable second;
+
+private:
+    static std::vector<std::string> holdsKeys(const std::filesystem::path &place,
+                                              std::span<const std::string> keys)
+    {
+        AgendaTable agenda;
+        dbase::Status status = agenda.open(place, std::chrono::milliseconds(200));
+        std::vector<std::string> wrong;
+        if (!status.ok())
+            return std::vector{status.message()};
+        for (const std::string &key : keys) {
+            if (const auto found = agenda.find(key); !found.ok() || found.value() == 0)
+                wrong.push_back(key + " is gone");
+        }
+        if (status = agenda.table().check(); !status.ok())
+            wrong.push_back(status.message());
+        return wrong;
+    }
+    support::TempFolder m_folder;
+    Image m_start;
+    std::mt19937 m_random{7};
+    int m_others = 0;
+};
+
 /// What a workstation that does not flush has put into the journal lies in the way of what another one was
 /// promised: before it, and under it when the journal has begun anew.
 TEST(PowerCut, BesideAWriterThatDoesNotFlush)
 {
-    constexpr auto patience = std::chrono::seconds(1);
-    constexpr int linesOfGroup = 520; // the third group does not fit into the journal behind two others
-    const support::TempFolder folder;
-    ASSERT_TRUE(AgendaTable::create(folder.path()).ok());
-    const Image start = readImage(folder.path());
-    filecalls::watch(folder.path());
-    AgendaTable promised;
-    AgendaTable hasty;
-    ASSERT_TRUE(promised.open(folder.path(), patience, true).ok());
-    ASSERT_TRUE(hasty.open(folder.path(), patience, false).ok());
-    std::mt19937 random(7);
-    const auto add = [&](AgendaTable &agenda, const std::string &key) {
-        ASSERT_TRUE(agenda.table().append(agenda.line(key, "v0", random)).ok());
-        if (&agenda == &promised)
-            filecalls::mark(key);
-    };
-    for (int group = 0; group < 3; ++group) {
-        ASSERT_TRUE(hasty.table().beginGroup().ok());
-        for (int n = 0; n < linesOfGroup; ++n)
-            add(hasty, "h" + std::to_string(group * linesOfGroup + n));
-        ASSERT_TRUE(hasty.table().commitGroup().ok());
-    }
+    TwoWorkstations both(false);
+    for (int group = 0; group < 3; ++group)
+        ASSERT_TRUE(both.addGroup(both.second).ok());
     for (const char *key : {"p1", "p2"})
-        add(promised, key);
-    add(hasty, "hx");
+        EXPECT_TRUE(both.add(both.promised, key).ok());
+    EXPECT_TRUE(both.add(both.second, "hx").ok());
     for (const char *key : {"p3", "p4"})
-        add(promised, key);
-    const std::vector<filecalls::Event> events = filecalls::recorded();
-    filecalls::unwatch();
-    CutOptions options;
-    options.statesAtPoint = 8;
-    const CutReport report = cutEverywhere(
-        start, events,
-        [](const std::filesystem::path &place, std::span<const std::string> keys) {
-            AgendaTable agenda;
-            dbase::Status status = agenda.open(place, std::chrono::milliseconds(200));
-            std::vector<std::string> wrong;
-            if (!status.ok())
-                return std::vector{status.message()};
-            for (const std::string &key : keys) {
-                if (const auto found = agenda.find(key); !found.ok() || found.value() == 0)
-                    wrong.push_back(key + " is gone");
-            }
-            if (status = agenda.table().check(); !status.ok())
-                wrong.push_back(status.message());
-            return wrong;
-        },
-        options);
-    expectNoFailure(report);
+        EXPECT_TRUE(both.add(both.promised, key).ok());
+    expectNoFailure(both.cutAll());
+}
+
+/// The journal is full and a call fails while it is emptied: whoever goes on does so from what is on the
+/// disk.
+TEST(PowerCut, WhenTheJournalCannotBeEmptied)
+{
+    // Of table, index and journal; and of the journal's header, and the commit behind it.
+    for (const auto &[call, calls] : {std::pair(Call::flush, 3), std::pair(Call::write, 2)}) {
+        for (int number = 1; number <= calls; ++number) {
+            SCOPED_TRACE((call == Call::write ? "write " : "flush ") + std::to_string(number));
+            TwoWorkstations both(true);
+            EXPECT_TRUE(both.add(both.promised, "p0").ok());
+            for (int group = 0; group < 2; ++group)
+                ASSERT_TRUE(both.addGroup(both.promised).ok());
+            filecalls::fail(Fault{call, number, EIO, false, false});
+            std::ignore = both.addGroup(both.promised);
+            EXPECT_TRUE(filecalls::faultMet());
+            filecalls::fail({});
+            for (const char *key : {"p1", "p2", "p3"})
+                std::ignore = both.add(both.promised, key);
+            EXPECT_TRUE(both.add(both.second, "s1").ok());
+            expectNoFailure(both.cutAll());
+        }
+    }
 }
 
 TEST(PowerCut, WhilePacking)
