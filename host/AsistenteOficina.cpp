@@ -243,8 +243,8 @@ bool TAsistenteOficina::ValidaCarpeta()
         if (TMensajeOficina().Mensaje_SiNo(
                 QStringLiteral("¿Desea abrir la oficina que ya hay en esa carpeta?"),
                 QDir::toNativeSeparators(Carpeta()), windowTitle()) == RespuestaSi)
-            QDialog::done(
-                Accepted); // NOLINT(bugprone-parent-virtual-call): the wizard's own looks at this page again
+            // NOLINTNEXTLINE(bugprone-parent-virtual-call): the wizard's own would look at this page again
+            QDialog::done(Accepted);
         return false;
     }
     const QString porque = PorQueNoSirve(ECarpeta->text().trimmed().isEmpty() ? QString() : Carpeta());
