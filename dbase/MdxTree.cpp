@@ -196,7 +196,8 @@ Status MdxTree::takeOut(const MdxCursor &path, int level, int position)
 }
 
 /// Puts a block of so few items together with a neighbour under the same parent, if that leaves room: neither
-/// the next insertion is to split it again nor the next removal to look for another neighbour.
+/// the next insertion is to split it again nor the next removal to look for another neighbour. A root stays
+/// with its one child: other programs that have the file open cannot follow a tree that becomes lower.
 Status MdxTree::mergeIfSmall(const MdxCursor &path, int level, int count)
 {
     const bool leaf = isLeaf(path, level);

@@ -37,7 +37,7 @@ public:
             Tree &tree = trees[reinterpret_cast<const char *>(at(slot + 4))];
             tree.head = std::size_t{head} * pageSize;
             tree.most = get16(at(tree.head + 14));
-            walk(tree, get32(at(tree.head)), 1);
+            walk(tree, tree.head, 1);
         }
         for (Page page = get32(at(36)); page != 0; ++free)
             page = get32(at(std::size_t{take(page)} * pageSize + 4));
@@ -49,6 +49,7 @@ public:
         int blocks = 0;
         int height = 0;
         std::vector<std::size_t> leaves; ///< where they start, in order
+        std::vector<std::size_t> links;  ///< where the level above names them
     };
     std::map<std::string, Tree> trees;
     int free = 0;
@@ -59,29 +60,33 @@ public:
         return std::all_of(m_uses.begin(), m_uses.end(), [](int uses) { return uses == 1; });
     }
 
-private:
     [[nodiscard]] const std::uint8_t *at(std::size_t offset) const
     {
         return reinterpret_cast<const std::uint8_t *>(m_bytes.data()) + offset;
     }
+
+private:
     Page take(Page page)
     {
         ++m_uses.at(page / 2);
         return page;
     }
-    void walk(Tree &tree, Page page, int height)
+    void walk(Tree &tree, std::size_t link, int height)
     {
-        const std::size_t start = std::size_t{take(page)} * pageSize;
+        const std::size_t start = std::size_t{take(get32(at(link)))} * pageSize;
         const std::size_t item = get16(at(tree.head + 18));
         const std::size_t count = get32(at(start));
         const std::size_t behind = 8 + count * item;
         ASSERT_LE(behind, blockSize);
         ++tree.blocks;
         tree.height = std::max(tree.height, height);
-        if (behind + 4 > blockSize || get32(at(start + behind)) == 0)
-            return tree.leaves.push_back(start);
+        if (behind + 4 > blockSize || get32(at(start + behind)) == 0) {
+            tree.leaves.push_back(start);
+            tree.links.push_back(link);
+            return;
+        }
         for (std::size_t child = 0; child <= count && !testing::Test::HasFatalFailure(); ++child)
-            walk(tree, get32(at(start + 8 + child * item)), height + 1);
+            walk(tree, start + 8 + child * item, height + 1);
     }
 
     std::string m_bytes;
@@ -92,6 +97,7 @@ class Trees : public testing::Test
 {
 protected:
     static constexpr RecordNumber count = 1500;
+    static constexpr std::size_t small = 40; ///< the leaf that becomes so
     support::TempFolder folder;
     std::filesystem::path dbf = folder.path() / "ARBOL.DBF";
     std::filesystem::path mdx = folder.path() / "ARBOL.MDX";
@@ -222,6 +228,7 @@ TEST_F(Trees, ShrinkAndGrowWithTheirEntries)
     const std::uintmax_t largest = std::filesystem::file_size(mdx);
     for (const int live : {750, 60, 1400, 200, 2, 700, 0, 300}) {
         SCOPED_TRACE(live);
+        Blocks before(mdx);
         bringTo(live);
         expectRight();
         Blocks now(mdx);
@@ -229,11 +236,52 @@ TEST_F(Trees, ShrinkAndGrowWithTheirEntries)
             SCOPED_TRACE(name);
             const auto entries = static_cast<int>(expected(*table->index(name)).size());
             EXPECT_LE(tree.blocks, tree.height + 4 * entries / tree.most) << entries << " entries";
+            // Other programs that have the file open cannot follow a tree that becomes lower.
+            EXPECT_TRUE(entries == 0 || tree.height >= before.trees[name].height);
         }
         if (HasFailure())
             return;
     }
     EXPECT_LE(std::filesystem::file_size(mdx), largest + largest / 4);
+}
+
+// A leaf becomes small between neighbours that another program has spoilt: nothing of them is taken over.
+TEST_F(Trees, TakeNothingFromAnImpossibleNeighbour)
+{
+    const struct {
+        const char *what;
+        void (*spoil)(std::string &file, const Blocks::Tree &tree, std::size_t leaf);
+    } cases[] = {
+        {"more items than fit",
+         [](std::string &file, const Blocks::Tree &, std::size_t start) { file[start + 1] = 1; }},
+        {"an inner block",
+         [](std::string &file, const Blocks::Tree &, std::size_t start) { file[start] = 1; }},
+        {"the same block again",
+         [](std::string &file, const Blocks::Tree &tree, std::size_t start) {
+             const auto at = std::find(tree.leaves.begin(), tree.leaves.end(), start) - tree.leaves.begin();
+             file.replace(tree.links[static_cast<std::size_t>(at)], 4, file, tree.links[small], 4);
+         }},
+        {"a block behind the file",
+         [](std::string &file, const Blocks::Tree &tree, std::size_t start) {
+             const auto at = std::find(tree.leaves.begin(), tree.leaves.end(), start) - tree.leaves.begin();
+             file[tree.links[static_cast<std::size_t>(at)] + 3] = 1;
+         }},
+    };
+    for (const auto &one : cases) {
+        SCOPED_TRACE(one.what);
+        const Blocks sound(mdx);
+        const Blocks::Tree &tree = sound.trees.at("LARGA");
+        std::string file = readFile(mdx);
+        one.spoil(file, tree, tree.leaves[small - 1]);
+        one.spoil(file, tree, tree.leaves[small + 1]);
+        std::fstream(mdx, std::ios::in | std::ios::out | std::ios::binary) << file;
+        for (std::size_t i = 0; i < get32(sound.at(tree.leaves[small])); ++i) {
+            const Status status = put(get32(sound.at(tree.leaves[small] + 8 + i * 104)), false);
+            ASSERT_TRUE(status.ok()) << status.message();
+        }
+        expectRight();
+        bringTo(count);
+    }
 }
 
 } // namespace
