@@ -32,6 +32,10 @@ struct IndexEntry {
 /// the largest down), equal keys by record number, so that lines with the same key stay in the order in which
 /// they were added.
 ///
+/// Keys to look for may be shorter than those of the index where these are texts; the key of a lone date or
+/// number is given whole. Bytes beyond the length of the keys count for nothing, except that find() then
+/// finds nothing.
+///
 /// A position is an IndexEntry held by the caller; it stays usable when the entry itself has gone (next and
 /// prior then give its neighbours). Owned by the Table, which keeps it right on every write; valid as long as
 /// the Table lives.

@@ -43,28 +43,36 @@ PageNumber MdxCursor::childOf(const Step &step) const
     return get32(item(step, step.position));
 }
 
-bool MdxCursor::atLeaf() const
+bool MdxCursor::isLeaf(const Step &step) const
 {
-    const std::uint8_t *const behind = item(top(), top().count);
-    return behind + mdxBlock::childSize > top().block + mdxBlockSize ||
+    const std::uint8_t *const behind = item(step, step.count);
+    return behind + mdxBlock::childSize > step.block + mdxBlockSize ||
            get32(behind) == 0; // no room for a child
+}
+
+MdxCursor::Step MdxCursor::look(PageNumber page) const
+{
+    const std::uint8_t *const block = m_source.block(page);
+    const std::uint32_t count = block ? get32(block) : 0;
+    if (!block || count > static_cast<std::uint32_t>(m_tag.maxItems))
+        return {page};
+    return {page, block, 0, static_cast<int>(count)};
 }
 
 bool MdxCursor::enter(PageNumber page)
 {
-    const std::uint8_t *block = m_depth < maxDepth ? m_source.block(page) : nullptr;
-    const std::uint32_t count = block ? get32(block) : 0;
-    if (!block || count > static_cast<std::uint32_t>(m_tag.maxItems)) {
+    const Step step = m_depth < maxDepth ? look(page) : Step{page};
+    if (!step.block) {
         fail(page);
         return false;
     }
-    m_steps[static_cast<std::size_t>(m_depth++)] = {page, block, 0, static_cast<int>(count)};
+    m_steps[static_cast<std::size_t>(m_depth++)] = step;
     return true;
 }
 
 bool MdxCursor::descendToEdge(bool left)
 {
-    while (!atLeaf()) {
+    while (!isLeaf(top())) {
         top().position = left ? 0 : top().count;
         if (!enter(childOf(top())))
             return false;
@@ -94,7 +102,7 @@ void MdxCursor::descend(std::span<const std::uint8_t> prefix, bool after)
                 high = middle;
         }
         step.position = low;
-        if (atLeaf())
+        if (isLeaf(step))
             break;
         if (!enter(childOf(step)))
             return;
@@ -111,9 +119,9 @@ bool MdxCursor::followsSmaller(std::span<const std::uint8_t> key, RecordNumber r
            compareMdxKeys(m_tag.keyType, before + mdxBlock::childSize, key.data(), key.size()) != 0;
 }
 
-void MdxCursor::seek(std::span<const std::uint8_t> prefix, bool after)
+void MdxCursor::seek(std::span<const std::uint8_t> prefix)
 {
-    descend(prefix, after);
+    descend(prefix, false);
     // A bound in an inner block may be larger than the last key really there: the entry is then in the next
     // leaf.
     if (m_depth > 0 && !m_valid)
@@ -214,7 +222,7 @@ bool MdxCursor::follow(const Path &path)
         Step &here = top();
         here.position = path.positions[static_cast<std::size_t>(level)];
         const bool last = level == path.depth - 1;
-        if (here.position > here.count || atLeaf() != last)
+        if (here.position > here.count || isLeaf(here) != last)
             return false;
         if (last)
             return m_valid = here.position < here.count;

@@ -2,6 +2,7 @@
 
 #include "dbase/TableImpl.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace dbase
@@ -29,8 +30,11 @@ bool MdxIndex::isThere() const
 
 std::vector<std::uint8_t> MdxIndex::fileKey(std::span<const std::uint8_t> key) const
 {
-    if (tag().keyType == KeyType::character)
-        return {key.begin(), key.end()};
+    if (tag().keyType == KeyType::character) {
+        const auto most = static_cast<std::size_t>(tag().keyLength); // behind it other items follow
+        const auto known = key.first(std::min(key.size(), most));
+        return {known.begin(), known.end()};
+    }
     std::vector<std::uint8_t> whole(key.begin(), key.end());
     whole.resize(expression().keyLength(), 0);
     std::vector<std::uint8_t> out(static_cast<std::size_t>(tag().keyLength));

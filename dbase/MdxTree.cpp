@@ -2,6 +2,7 @@
 
 #include "dbase/MdxTree.h"
 
+#include "dbase/KeyExpression.h"
 #include "dbase/MdxOffsets.h"
 
 #include <algorithm>
@@ -21,6 +22,12 @@ Status MdxTree::outside(PageNumber page) const
             "el índice nombra un bloque que no existe",
             {},
             static_cast<std::uint64_t>(page) * mdxPageSize};
+}
+
+int MdxTree::mostItems(bool leaf) const
+{
+    return leaf ? std::min(m_tag.maxItems, mdxItemsPerBlock(m_tag.itemLength))
+                : m_tag.maxItems - mdxInnerReserve;
 }
 
 Status MdxTree::insert(std::span<const std::uint8_t> key, RecordNumber record)
@@ -51,7 +58,7 @@ Status MdxTree::remove(std::span<const std::uint8_t> key, RecordNumber record)
         if (m_tag.compare(path.key(), key.data(), key.size()) != 0)
             break;
         if (path.record() == record)
-            return removeAt(path);
+            return takeOut(path, path.depth() - 1, path.step(path.depth() - 1).position);
     }
     if (path.damaged())
         return path.status();
@@ -61,10 +68,7 @@ Status MdxTree::remove(std::span<const std::uint8_t> key, RecordNumber record)
 Status MdxTree::insertItem(const MdxCursor &path, int level, const std::uint8_t *key, std::uint32_t number)
 {
     const MdxCursor::Step &step = path.step(level);
-    const bool leaf = level == path.depth() - 1;
-    const int limit = leaf ? std::min(m_tag.maxItems, mdxItemsPerBlock(m_tag.itemLength))
-                           : m_tag.maxItems - mdxInnerReserve;
-    if (step.count >= limit)
+    if (step.count >= mostItems(isLeaf(path, level)))
         return split(path, level, key, number);
 
     std::uint8_t *block = m_store.change(step.page);
@@ -85,7 +89,7 @@ Status MdxTree::insertItem(const MdxCursor &path, int level, const std::uint8_t 
 Status MdxTree::split(const MdxCursor &path, int level, const std::uint8_t *key, std::uint32_t number)
 {
     const MdxCursor::Step &step = path.step(level);
-    const bool leaf = level == path.depth() - 1;
+    const bool leaf = isLeaf(path, level);
     const auto itemLength = static_cast<std::size_t>(m_tag.itemLength);
 
     // The block as it is by now: a split below has just put its right half's page into it.
@@ -121,7 +125,7 @@ Status MdxTree::split(const MdxCursor &path, int level, const std::uint8_t *key,
                 static_cast<std::size_t>(total - rightFrom) * itemLength + (leaf ? 0 : mdxBlock::childSize));
     put32(rightBlock, static_cast<std::uint32_t>(total - rightFrom));
 
-    std::array<std::uint8_t, 100> bound{};
+    std::array<std::uint8_t, maxKeyLength> bound{};
     const int boundItem = leaf ? left - 1 : left;
     std::memcpy(bound.data(),
                 items.data() + static_cast<std::size_t>(boundItem) * itemLength + mdxBlock::childSize,
@@ -156,68 +160,107 @@ Status MdxTree::newRoot(PageNumber left, PageNumber right, const std::uint8_t *b
     return {};
 }
 
-Status MdxTree::removeAt(const MdxCursor &path)
-{
-    const int level = path.depth() - 1;
-    const MdxCursor::Step &step = path.step(level);
-    std::uint8_t *block = m_store.change(step.page);
-    if (!block)
-        return outside(step.page);
-    const std::size_t at = itemAt(step.position);
-    const std::size_t end = itemAt(step.count);
-    const auto itemLength = static_cast<std::size_t>(m_tag.itemLength);
-    std::memmove(block + at, block + at + itemLength, end - at - itemLength);
-    std::memset(block + end - itemLength, 0, itemLength);
-    put32(block, static_cast<std::uint32_t>(step.count - 1));
-    if (step.count > 1) {
-        if (step.position == step.count - 1)
-            return setBound(path, level, block + itemAt(step.count - 2) + mdxBlock::childSize);
-        return {};
-    }
-    if (level == 0)
-        return {}; // an emptied root stays where it is, as an empty leaf
-    m_store.release(step.page);
-    return removeChild(path, level - 1);
-}
-
-/// Takes the child on the path out of an inner block; an emptied block goes the same way.
-Status MdxTree::removeChild(const MdxCursor &path, int level)
+/// Takes an item out of a block, of an inner one with its child; an emptied block goes the same way.
+Status MdxTree::takeOut(const MdxCursor &path, int level, int position)
 {
     const MdxCursor::Step &step = path.step(level);
-    std::uint8_t *block = m_store.change(step.page);
+    const bool leaf = isLeaf(path, level);
+    const auto itemLength = static_cast<std::size_t>(m_tag.itemLength);
+    std::uint8_t *const block = m_store.change(step.page);
     if (!block)
         return outside(step.page);
-    const auto itemLength = static_cast<std::size_t>(m_tag.itemLength);
-    if (step.count == 0) {
+    const int lastPosition = leaf ? step.count - 1 : step.count;
+    if (lastPosition == 0) {
         if (level == 0) {
-            std::memset(block, 0, mdxBlockSize);
+            std::memset(block, 0, mdxBlockSize); // an emptied root stays where it is, as an empty leaf
             return {};
         }
         m_store.release(step.page);
-        return removeChild(path, level - 1);
+        return takeOut(path, level - 1, path.step(level - 1).position);
     }
-    put32(block, static_cast<std::uint32_t>(step.count - 1));
-    if (step.position < step.count) {
-        const std::size_t at = itemAt(step.position);
-        const std::size_t end = itemAt(step.count) + mdxBlock::childSize;
+    const std::size_t at = itemAt(position);
+    const std::size_t end = itemAt(step.count) + (leaf ? 0 : mdxBlock::childSize);
+    std::array<std::uint8_t, maxKeyLength> bound{};
+    if (position < lastPosition)
         std::memmove(block + at, block + at + itemLength, end - at - itemLength);
-        std::memset(block + end - itemLength, 0, itemLength);
-        return {};
+    else // of an inner block the child in front becomes the last one, which has no key
+        std::memcpy(bound.data(), block + at - itemLength + mdxBlock::childSize,
+                    static_cast<std::size_t>(m_tag.keyLength));
+    std::memset(block + end - itemLength, 0, itemLength);
+    put32(block, static_cast<std::uint32_t>(step.count - 1));
+    if (position == lastPosition) {
+        if (Status status = setBound(path, level, bound); !status.ok())
+            return status;
     }
-    // The item in front becomes the last child, and its key the bound of this block further up.
-    std::array<std::uint8_t, 100> bound{};
-    const std::size_t lastItem = itemAt(step.count - 1);
-    std::memcpy(bound.data(), block + lastItem + mdxBlock::childSize,
-                static_cast<std::size_t>(m_tag.keyLength));
-    std::memset(block + lastItem + mdxBlock::childSize, 0, itemLength);
-    return setBound(path, level, bound.data());
+    return mergeIfSmall(path, level, step.count - 1);
+}
+
+/// Puts a block of so few items together with a neighbour under the same parent, if that leaves room: neither
+/// the next insertion is to split it again nor the next removal to look for another neighbour. A root stays
+/// with its one child: other programs that have the file open cannot follow a tree that becomes lower.
+Status MdxTree::mergeIfSmall(const MdxCursor &path, int level, int count)
+{
+    const bool leaf = isLeaf(path, level);
+    const int limit = mostItems(leaf);
+    if (level == 0 || count * 3 >= limit)
+        return {};
+    const MdxCursor::Step &above = path.step(level - 1);
+    const std::uint8_t *const parent = m_store.block(above.page);
+    if (!parent)
+        return outside(above.page);
+    for (const int position : {above.position - 1, above.position + 1}) {
+        if (position < 0 || position > above.count)
+            continue;
+        const MdxCursor::Step neighbour = path.look(get32(parent + itemAt(position)));
+        bool sound = neighbour.block && path.isLeaf(neighbour) == leaf;
+        for (int onPath = 0; onPath <= level; ++onPath)
+            sound = sound && path.step(onPath).page != neighbour.page;
+        if (!sound)
+            return outside(neighbour.page);
+        const int together = count + neighbour.count + (leaf ? 0 : 1);
+        if (together * 4 > limit * 3)
+            continue;
+        const Half own{path.step(level).page, count};
+        const Half other{neighbour.page, neighbour.count};
+        return position < above.position ? merge(path, level, position, other, own)
+                                         : merge(path, level, above.position, own, other);
+    }
+    return {};
+}
+
+/// The right block takes in the items of the left one, whose item then leaves the level above: so no bound
+/// changes.
+Status MdxTree::merge(const MdxCursor &path, int level, int leftPosition, Half left, Half right)
+{
+    const bool leaf = isLeaf(path, level);
+    const auto itemLength = static_cast<std::size_t>(m_tag.itemLength);
+    const std::size_t lastChild = leaf ? 0 : mdxBlock::childSize;
+    const PageNumber above = path.step(level - 1).page;
+    std::uint8_t *const rightBlock = m_store.change(right.page);
+    const std::uint8_t *const leftBlock = m_store.block(left.page);
+    const std::uint8_t *const parent = m_store.block(above);
+    if (!rightBlock || !leftBlock || !parent)
+        return outside(!rightBlock ? right.page : !leftBlock ? left.page : above);
+
+    std::array<std::uint8_t, mdxBlockSize> merged{};
+    const std::size_t leftEnd = itemAt(left.count);
+    std::memcpy(merged.data() + mdxBlock::items, leftBlock + mdxBlock::items,
+                leftEnd - mdxBlock::items + lastChild);
+    if (!leaf) // the left block's last child has its key in the level above
+        std::memcpy(merged.data() + leftEnd + mdxBlock::childSize,
+                    parent + itemAt(leftPosition) + mdxBlock::childSize,
+                    static_cast<std::size_t>(m_tag.keyLength));
+    std::memcpy(merged.data() + leftEnd + (leaf ? 0 : itemLength), rightBlock + mdxBlock::items,
+                itemAt(right.count) - mdxBlock::items + lastChild);
+    put32(merged.data(), static_cast<std::uint32_t>(left.count + right.count + (leaf ? 0 : 1)));
+    std::memcpy(rightBlock, merged.data(), merged.size());
+    m_store.release(left.page);
+    return takeOut(path, level - 1, leftPosition);
 }
 
 /// Other programs look into one leaf only, so the bounds above a block are kept at its last key.
-Status MdxTree::setBound(const MdxCursor &path, int level, const std::uint8_t *key)
+Status MdxTree::setBound(const MdxCursor &path, int level, std::span<const std::uint8_t> key)
 {
-    std::array<std::uint8_t, 100> copy{}; // the key may lie in a block that change() moves
-    std::memcpy(copy.data(), key, static_cast<std::size_t>(m_tag.keyLength));
     for (int above = level - 1; above >= 0; --above) {
         const MdxCursor::Step &step = path.step(above);
         if (step.position >= step.count)
@@ -225,7 +268,7 @@ Status MdxTree::setBound(const MdxCursor &path, int level, const std::uint8_t *k
         std::uint8_t *block = m_store.change(step.page);
         if (!block)
             return outside(step.page);
-        std::memcpy(block + itemAt(step.position) + mdxBlock::childSize, copy.data(),
+        std::memcpy(block + itemAt(step.position) + mdxBlock::childSize, key.data(),
                     static_cast<std::size_t>(m_tag.keyLength));
         break;
     }

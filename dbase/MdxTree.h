@@ -46,11 +46,11 @@ public:
     {
     }
 
-    /// First entry at or after a key; with `after`, first entry behind all equal keys.
+    /// First entry at or after a key.
     /// @param prefix  at most the tag's key length; a shorter one (type C) is compared over its own length.
-    void seek(std::span<const std::uint8_t> prefix, bool after = false);
-    /// The same, but stays in the leaf where the key would go in, if need be behind its last item (then not
-    /// valid()).
+    void seek(std::span<const std::uint8_t> prefix);
+    /// The same, with `after` the first entry behind all equal keys; but stays in the leaf where the key
+    /// would go in, if need be behind its last item (then not valid()).
     void descend(std::span<const std::uint8_t> prefix, bool after);
     /// Behind descend(): whether the entry before the cursor, in the same leaf, comes before (key, record).
     [[nodiscard]] bool followsSmaller(std::span<const std::uint8_t> key, RecordNumber record) const;
@@ -85,10 +85,12 @@ public:
     };
     [[nodiscard]] int depth() const { return m_depth; }
     [[nodiscard]] const Step &step(int level) const { return m_steps[static_cast<std::size_t>(level)]; }
+    /// Any block, as a way down would meet it. @return without a block when it is impossible.
+    [[nodiscard]] Step look(PageNumber page) const;
+    [[nodiscard]] bool isLeaf(const Step &step) const;
 
 private:
     bool enter(PageNumber page);
-    [[nodiscard]] bool atLeaf() const;
     [[nodiscard]] const std::uint8_t *item(const Step &step, int index) const;
     [[nodiscard]] PageNumber childOf(const Step &step) const;
     bool descendToEdge(bool left);
@@ -123,10 +125,19 @@ private:
     Status insertItem(const MdxCursor &path, int level, const std::uint8_t *key, std::uint32_t number);
     Status split(const MdxCursor &path, int level, const std::uint8_t *key, std::uint32_t number);
     Status newRoot(PageNumber left, PageNumber right, const std::uint8_t *bound);
-    Status removeAt(const MdxCursor &path);
-    Status removeChild(const MdxCursor &path, int level);
-    Status setBound(const MdxCursor &path, int level, const std::uint8_t *key);
+    Status takeOut(const MdxCursor &path, int level, int position);
+    Status mergeIfSmall(const MdxCursor &path, int level, int count);
+    /// One of two neighbours that are to become one block.
+    struct Half {
+        PageNumber page = 0;
+        int count = 0;
+    };
+    Status merge(const MdxCursor &path, int level, int leftPosition, Half left, Half right);
+    Status setBound(const MdxCursor &path, int level, std::span<const std::uint8_t> key);
     [[nodiscard]] Status outside(PageNumber page) const;
+    /// Whether the block at a level of the path is a leaf.
+    [[nodiscard]] static bool isLeaf(const MdxCursor &path, int level) { return level == path.depth() - 1; }
+    [[nodiscard]] int mostItems(bool leaf) const;
     [[nodiscard]] std::size_t itemAt(int index) const;
 
     BlockStore &m_store;

@@ -81,6 +81,8 @@ std::size_t MemoryIndex::upperBound(std::span<const std::uint8_t> prefix) const
 
 Result<std::optional<IndexEntry>> MemoryIndex::find(std::span<const std::uint8_t> prefix)
 {
+    if (prefix.size() > m_keyLength)
+        return std::optional<IndexEntry>();
     const std::size_t i = lowerBound(prefix, 0);
     return i < size() && compare(entry(i), prefix) == 0 ? std::optional(at(i)) : std::nullopt;
 }

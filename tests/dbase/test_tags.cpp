@@ -381,6 +381,17 @@ TEST_F(Tags, RangesAndSearchesGoByTheTagsOwnOrder)
         ASSERT_TRUE(found.ok() && found.value());
         EXPECT_EQ(found.value()->record, 4U * 9 + 1);
         EXPECT_FALSE(index->find(keyOf(30).bytes()).value());
+        Index *const text = one->index("LLANO");
+        const IndexKey whole = text->expression().keyOf(bytesOf(*one, {"AA", 5}));
+        std::vector<std::uint8_t> longer(whole.bytes().begin(), whole.bytes().end());
+        longer.resize(2000, 'x');
+        const auto cut = text->atOrAfter(longer);
+        ASSERT_TRUE(cut.ok() && cut.value());
+        EXPECT_EQ(cut.value()->record, 4U * 9 + 1);
+        EXPECT_FALSE(text->find(longer).value());
+        std::vector<RecordNumber> between;
+        EXPECT_TRUE(text->collect(longer, longer, between).ok());
+        EXPECT_EQ(between.size(), 9U);
         const auto amount = one->index("IMPBAJA")->first();
         ASSERT_TRUE(amount.ok() && amount.value());
         EXPECT_EQ(amount.value()->record, 27U * 9 + 1);
