@@ -1,6 +1,7 @@
 // Whole tables: what is refused, what is kept right under any sequence of writes, and what two openers see.
 
 #include "dbase/Table.h"
+#include "tests/support/EraseLine.h"
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -174,7 +175,7 @@ TEST_F(TableTest, KeepsTheOrderUnderRandomWrites)
         const RecordNumber number = victim->first;
         model.erase({victim->second, number});
         if (action == 2) {
-            ASSERT_TRUE(table.erase(number).ok());
+            ASSERT_TRUE(support::eraseLine(table, number).ok());
             keys.erase(victim);
             continue;
         }
@@ -270,15 +271,16 @@ TEST_F(TableTest, TwoOpenersDoNotOverwriteEachOther)
     EXPECT_EQ(refused.status().kind(), ErrorKind::locked);
     EXPECT_NE(refused.status().text().find("línea 1"), std::string::npos);
     EXPECT_EQ(mine->update(1, read, line(*mine, 2, "10:00")).kind(), ErrorKind::locked);
-    EXPECT_EQ(mine->erase(1).kind(), ErrorKind::locked);
+    EXPECT_EQ(mine->erase(1, read).kind(), ErrorKind::locked);
     // Its own holder changes it; afterwards what I read no longer holds.
     ASSERT_TRUE(theirs->update(1, read, line(*theirs, 1, "09:30", u"Poder")).ok());
     lock.value().release();
     EXPECT_EQ(mine->update(1, read, line(*mine, 2, "10:00")).kind(), ErrorKind::conflict);
+    EXPECT_EQ(mine->erase(1, read).kind(), ErrorKind::conflict) << "nobody here has seen what it holds now";
     EXPECT_EQ(conceptOf(*mine, 1), u"Poder");
 
-    ASSERT_TRUE(theirs->erase(1).ok());
-    EXPECT_EQ(mine->erase(1).kind(), ErrorKind::conflict);
+    ASSERT_TRUE(support::eraseLine(*theirs, 1).ok());
+    EXPECT_EQ(support::eraseLine(*mine, 1).kind(), ErrorKind::conflict);
     EXPECT_TRUE(mine->refresh().ok());
     EXPECT_TRUE(inOrder(*mine).empty());
 }
@@ -331,7 +333,7 @@ TEST_F(TableTest, PackDropsDeletedLinesWhenAlone)
     for (int d = 1; d <= 9; ++d)
         ASSERT_TRUE(mine->append(line(*mine, 10 - d, "09:00", u"x")).ok());
     for (const RecordNumber number : {1U, 4U, 9U})
-        ASSERT_TRUE(mine->erase(number).ok());
+        ASSERT_TRUE(support::eraseLine(*mine, number).ok());
     auto theirs = open();
     EXPECT_EQ(mine->pack().kind(), ErrorKind::locked);
     EXPECT_EQ(mine->recordCount(), 9U);
