@@ -44,7 +44,7 @@ protected:
     {
         std::ostringstream said;
         std::ostringstream complained;
-        const int code = agendatool::run(all, said, complained, std::chrono::milliseconds(30));
+        const int code = agendatool::run(all, said, complained, {}, std::chrono::milliseconds(30));
         out = said.str();
         err = complained.str();
         return code;
