@@ -16,29 +16,24 @@ using support::readFile;
 using support::WithinBounds;
 using support::writeFile;
 
-constexpr std::size_t countAt = 4;
-constexpr std::size_t headerLengthAt = 8;
-constexpr std::size_t recordLengthAt = 10;
-constexpr std::size_t fieldAt = 32; // FECHA, HORA, IMPORTE
-constexpr std::size_t fieldSize = 32;
-constexpr std::size_t typeAt = 11;
-constexpr std::size_t widthAt = 16;
-constexpr std::size_t decimalsAt = 17;
-constexpr std::size_t hour = fieldAt + fieldSize;
-constexpr std::size_t amount = hour + fieldSize;
-constexpr std::size_t endOfFields = amount + fieldSize;
-constexpr std::size_t firstLine = endOfFields + 1;
-constexpr std::size_t lineLength = 1 + 8 + 5 + 10;
-constexpr RecordNumber linesInTable = 3;
-
-std::string le16(std::size_t value)
-{
-    return {static_cast<char>(value), static_cast<char>(value >> 8U)};
-}
-
 class MalformedTable : public testing::Test
 {
 protected:
+    static constexpr std::size_t countAt = 4;
+    static constexpr std::size_t headerLengthAt = 8;
+    static constexpr std::size_t recordLengthAt = 10;
+    static constexpr std::size_t fieldAt = 32; // FECHA, HORA, IMPORTE
+    static constexpr std::size_t fieldSize = 32;
+    static constexpr std::size_t typeAt = 11;
+    static constexpr std::size_t widthAt = 16;
+    static constexpr std::size_t decimalsAt = 17;
+    static constexpr std::size_t hour = fieldAt + fieldSize;
+    static constexpr std::size_t amount = hour + fieldSize;
+    static constexpr std::size_t endOfFields = amount + fieldSize;
+    static constexpr std::size_t firstLine = endOfFields + 1;
+    static constexpr std::size_t lineLength = 1 + 8 + 5 + 10;
+    static constexpr RecordNumber linesInTable = 3;
+
     support::TempFolder folder;
     std::filesystem::path file = folder.path() / "AGENDA_N.DBF";
     std::filesystem::path journal = folder.path() / "AGENDA_N.JNL";
@@ -67,11 +62,15 @@ protected:
         goodJournal = readFile(journal);
         ASSERT_EQ(good.size(), firstLine + linesInTable * lineLength + 1);
     }
+    static std::string le16(std::size_t value)
+    {
+        return {static_cast<char>(value), static_cast<char>(value >> 8U)};
+    }
     [[nodiscard]] std::string with(std::size_t at, const std::string &part) const
     {
         return std::string(good).replace(at, part.size(), part);
     }
-    /// The same lines on disk under so many text fields of one character.
+    /// A table of blank lines with so many text fields of one character.
     [[nodiscard]] static std::string ofManyFields(std::size_t fields, RecordNumber lines)
     {
         std::string bytes =
