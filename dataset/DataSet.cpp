@@ -49,6 +49,7 @@ void DataSet::close()
     if (!isActive())
         return;
     const Operation operation(*d);
+    dropGroup(); // with what was being edited in it
     d->finishEditing();
     d->goToNowhere();
     d->ranged = false;

@@ -32,17 +32,14 @@ using Bookmark = quint32;
 ///
 /// Rules that hold for every kind of data set:
 ///  - edit() takes the record's lock on a shared table and reads the record afresh; post() writes, cancel()
-///  drops, both
-///    give the lock back. A failed post() leaves the state as it was, with what was typed.
+///    drops, both give the lock back. A failed post() leaves the state as it was, with what was typed.
 ///  - Moving (first, last, next, prior, going to a bookmark or row, a search, a range, close) while a record
-///  is being
-///    edited posts it when it was changed and cancels it otherwise.
+///    is being edited posts it when it was changed and cancels it otherwise.
 ///  - A range restricts first/last/next/prior and the rows to the keys between two bounds, both included. A
-///  search looks
-///    at the whole table; outside the range the cursor moves in table order until it is positioned inside
-///    again.
+///    search looks at the whole table; outside the range the cursor moves in table order until it is
+///    positioned inside again.
 ///  - next() on the last record sets eof() and stays there; prior() on the first sets bof(); an empty set has
-///  both.
+///    both.
 ///  - Records deleted or lines written by others are seen at the next refresh, search, range or edit.
 ///
 /// Every operation but the plain queries throws EDatabaseError when it fails, and when the set is not open.
@@ -57,9 +54,9 @@ public:
 
     // Life
     void open();
-    /// Posts or cancels as a move does; closing a closed set does nothing. When the last writing of the files
-    /// fails the set is closed all the same, and what was posted is as safe as it was. The end of the set's
-    /// life closes it as well, and logs such a failure.
+    /// Posts or cancels as a move does, and drops a group that was begun; closing a closed set does nothing.
+    /// When the last writing of the files fails the set is closed all the same, and what was posted is as
+    /// safe as it was. The end of the set's life closes it as well, and logs such a failure.
     void close();
     [[nodiscard]] bool isActive() const;
     [[nodiscard]] State state() const;
@@ -117,14 +114,17 @@ public:
     void edit();
     void post();   ///< does nothing in browse state; the cursor stands on the written record afterwards
     void cancel(); ///< does nothing in browse state; after an insert the cursor is where it was before
-    void remove(); ///< deletes the current record; the next one, or else the one before, becomes current
+    /// Deletes the current record; the next one, or else the one before, becomes current.
+    /// @throws EDatabaseError, kind conflict, when it is not what was last shown any more: nothing is
+    /// deleted, and the record is shown as it now is.
+    void remove();
 
     /// Makes the following posts and removals one commit, all of them or none. Others wait meanwhile, so no
     /// question is asked of the user before commitGroup(). New lines can be read at once; ranges and searches
     /// find them afterwards. Prefer CommitGroup. @throws EDatabaseError, also when there is a group already.
     void beginGroup();
-    void commitGroup();
-    void dropGroup(); ///< the changes are undone; does nothing without a group
+    void commitGroup(); ///< @throws EDatabaseError, also when there is no group, or none any more
+    void dropGroup();   ///< the changes are undone; does nothing without a group
 
     // Order, search, range
     /// Orders by one or more field names, separated by ";", or by the index of that name; empty: order of the

@@ -108,7 +108,16 @@ void DataSet::remove()
     if (d->ranged)
         d->rowSet(); // the neighbours, while the line is still among them
     const Bookmark gone = d->number;
-    d->store->erase(gone);
+    try {
+        d->store->erase(gone, d->record);
+    } catch (const EDatabaseError &error) {
+        // Not the line that was seen: the next attempt deletes what is shown from here on.
+        if (error.kind() == dbase::ErrorKind::conflict) {
+            d->store->refresh();
+            d->takeInForeignChanges();
+        }
+        throw;
+    }
     d->shownRecords.forget(gone);
     d->goToNeighbour();
     d->forgetRow(gone);
@@ -125,8 +134,9 @@ void DataSet::beginGroup()
 
 void DataSet::commitGroup()
 {
+    d->requireOpen();
     if (!d->grouped)
-        return;
+        throw EDatabaseError(QStringLiteral("No hay ningún grupo de cambios empezado"));
     const Operation operation(*d);
     d->finishEditing();
     d->grouped = false;

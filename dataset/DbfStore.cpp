@@ -277,9 +277,9 @@ void DbfStore::update(Bookmark number, const Record &before, const Record &after
     require(change([&] { return m_table->update(number, before.bytes, after.bytes); }));
 }
 
-void DbfStore::erase(Bookmark number)
+void DbfStore::erase(Bookmark number, const Record &before)
 {
-    require(change([&] { return m_table->erase(number); }));
+    require(change([&] { return m_table->erase(number, before.bytes); }));
 }
 
 void DbfStore::beginGroup()

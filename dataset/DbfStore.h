@@ -45,7 +45,7 @@ public:
     void unlock() noexcept override;
     Bookmark append(const Record &record) override;
     void update(Bookmark number, const Record &before, const Record &after) override;
-    void erase(Bookmark number) override;
+    void erase(Bookmark number, const Record &before) override;
     void beginGroup() override;
     void commitGroup() override;
     void dropGroup() noexcept override;

@@ -122,7 +122,7 @@ void MemStore::update(Bookmark number, const Record &before, const Record &after
     m_records[number] = after;
 }
 
-void MemStore::erase(Bookmark number)
+void MemStore::erase(Bookmark number, const Record & /*before*/)
 {
     const auto found = m_records.find(number);
     if (found == m_records.end())

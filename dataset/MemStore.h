@@ -30,7 +30,7 @@ public:
     void unlock() noexcept override {}
     Bookmark append(const Record &record) override;
     void update(Bookmark number, const Record &before, const Record &after) override;
-    void erase(Bookmark number) override;
+    void erase(Bookmark number, const Record &before) override;
     bool refresh() override { return false; }
     bool setOrder(const QString &names) override;
     [[nodiscard]] Place placeOf(Bookmark number, const Record &record) const override;

@@ -71,7 +71,8 @@ public:
     virtual void unlock() noexcept = 0;
     virtual Bookmark append(const Record &record) = 0;
     virtual void update(Bookmark number, const Record &before, const Record &after) = 0;
-    virtual void erase(Bookmark number) = 0;
+    /// @param before  the record as it was read last.
+    virtual void erase(Bookmark number, const Record &before) = 0;
     /// From here to commitGroup() all changes are one; dropGroup() undoes them.
     virtual void beginGroup() {}
     virtual void commitGroup() {}

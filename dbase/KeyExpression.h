@@ -50,8 +50,7 @@ class DBASE_EXPORT KeyExpression
 public:
     /// @param fields  of the table, with their offsets.
     /// @return unsupported, with the offending word, for anything else than the above; invalidArgument for an
-    /// unknown
-    ///         field or a key longer than maxKeyLength.
+    /// unknown field or a key longer than maxKeyLength.
     static Result<KeyExpression> parse(std::string_view text, std::span<const FieldDefinition> fields,
                                        CodePage page);
 

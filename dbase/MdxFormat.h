@@ -19,8 +19,8 @@
 //       36    4  first free block as a page number, 0 = none
 //       40    4  0
 //       44    3  date of the last change
-//      512   32  slot 0, not a tag: its byte 17 (529) is the number of the tag at the top of the tree of
-//      names 544   32  for each tag 1 to 47, its slot
+//      512   32  slot 0, not a tag: its byte 17 (529) is the number of the tag at the top of the names' tree
+//      544   32  for each tag 1 to 47, its slot
 //
 // Tag slot
 //        0    4  page of the tag header

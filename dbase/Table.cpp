@@ -159,9 +159,9 @@ Status Table::update(RecordNumber number, std::span<const std::uint8_t> before,
     return m_impl->update(number, before, after);
 }
 
-Status Table::erase(RecordNumber number)
+Status Table::erase(RecordNumber number, std::span<const std::uint8_t> before)
 {
-    return m_impl->erase(number);
+    return m_impl->erase(number, before);
 }
 
 Result<RecordLock> Table::lockRecord(RecordNumber number, std::chrono::milliseconds timeout)

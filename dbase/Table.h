@@ -110,8 +110,9 @@ public:
     /// else by now nothing is written and the answer is conflict.
     Status update(RecordNumber number, std::span<const std::uint8_t> before,
                   std::span<const std::uint8_t> after);
-    /// Marks a record deleted. Deleting a deleted record is conflict.
-    Status erase(RecordNumber number);
+    /// Marks a record deleted. @param before  what the caller read; conflict as for update(), and for a
+    /// record that was deleted already.
+    Status erase(RecordNumber number, std::span<const std::uint8_t> before);
 
     /// Takes the record's lock, waiting up to `timeout`; locked when somebody else keeps it, the text naming
     /// the record.

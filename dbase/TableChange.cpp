@@ -94,14 +94,13 @@ Status TableImpl::update(RecordNumber number, std::span<const std::uint8_t> befo
     return status;
 }
 
-Status TableImpl::erase(RecordNumber number)
+Status TableImpl::erase(RecordNumber number, std::span<const std::uint8_t> before)
 {
-    std::vector<std::uint8_t> before(header.recordLength);
-    if (const Status status = readRecord(number, before); !status.ok())
+    if (const Status status = checkWritable(before.size()); !status.ok())
         return status;
     if (isDeleted(before))
         return failure(ErrorKind::conflict, "otro puesto ha borrado la línea mientras tanto");
-    std::vector<std::uint8_t> after = before;
+    std::vector<std::uint8_t> after(before.begin(), before.end());
     after[0] = deletedMark;
     return update(number, before, after);
 }

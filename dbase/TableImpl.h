@@ -103,7 +103,7 @@ public:
     Result<RecordNumber> append(std::span<const std::uint8_t> record);
     Status update(RecordNumber number, std::span<const std::uint8_t> before,
                   std::span<const std::uint8_t> after);
-    Status erase(RecordNumber number);
+    Status erase(RecordNumber number, std::span<const std::uint8_t> before);
     Status beginGroup();
     Status commitGroup();
     void dropGroup();

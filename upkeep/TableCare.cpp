@@ -21,6 +21,10 @@ using dbase::Result;
 using dbase::Status;
 using dbase::Table;
 
+/// Often enough for who looks on, and no burden for the work.
+constexpr std::size_t bytesPerStep = 1024 * 1024;
+constexpr std::size_t linesPerStep = 1000;
+
 bool hasField(const Table &table, std::string_view name, FieldType type)
 {
     const int at = table.fieldIndex(name);
@@ -42,23 +46,28 @@ Result<std::vector<std::uint8_t>> readWhole(const fs::path &from)
     return bytes;
 }
 
-Status writeNew(const fs::path &to, std::span<const std::uint8_t> bytes)
+Status writeNew(const fs::path &to, std::span<const std::uint8_t> bytes, const Progress &progress)
 {
     auto made = File::open(to, File::Mode::createNew);
     if (!made.ok())
         return made.status();
-    const Status status = made.value().writeAt(0, bytes);
+    Status status;
+    for (std::size_t at = 0; status.ok() && at < bytes.size(); at += bytesPerStep) {
+        if (progress && !progress(static_cast<int>(at * 100 / bytes.size())))
+            return stopped();
+        status = made.value().writeAt(at, bytes.subspan(at, std::min(bytesPerStep, bytes.size() - at)));
+    }
     return status.ok() ? made.value().sync() : status;
 }
 
 /// The name of the copy appears only when all of it is there.
-Status writeCopy(const fs::path &to, std::span<const std::uint8_t> bytes)
+Status writeCopy(const fs::path &to, std::span<const std::uint8_t> bytes, const Progress &progress)
 {
     fs::path unfinished = to;
     unfinished += ".tmp";
     std::error_code error;
     fs::remove(unfinished, error); // of a copy that was cut
-    Status status = writeNew(unfinished, bytes);
+    Status status = writeNew(unfinished, bytes, progress);
     if (status.ok()) {
         fs::rename(unfinished, to, error);
         if (error)
@@ -70,6 +79,11 @@ Status writeCopy(const fs::path &to, std::span<const std::uint8_t> bytes)
 }
 
 } // namespace
+
+bool tellLines(const Progress &progress, std::size_t done, std::size_t total)
+{
+    return !progress || done % linesPerStep != 0 || progress(static_cast<int>(done * 100 / total));
+}
 
 Status stopped()
 {
@@ -149,7 +163,8 @@ bool isReadable(std::span<const std::uint8_t> record, const FieldDefinition &fie
 
 Result<int> findUnreadable(const Table &table,
                            const std::function<void(dbase::RecordNumber, std::span<const std::uint8_t>,
-                                                    const FieldDefinition &)> &found)
+                                                    const FieldDefinition &)> &found,
+                           const Progress &progress)
 {
     std::vector<dbase::RecordNumber> numbers;
     std::vector<std::uint8_t> rows;
@@ -157,6 +172,8 @@ Result<int> findUnreadable(const Table &table,
         return status;
     int faults = 0;
     for (std::size_t i = 0; i < numbers.size(); ++i) {
+        if (!tellLines(progress, i, numbers.size()))
+            return stopped();
         const auto row = std::span(rows).subspan(i * table.recordLength(), table.recordLength());
         for (const auto &field : table.fields()) {
             if (isReadable(row, field))
@@ -168,7 +185,8 @@ Result<int> findUnreadable(const Table &table,
     return faults;
 }
 
-Status copyTable(const fs::path &from, const fs::path &to, Source source, std::chrono::milliseconds patience)
+Status copyTable(const fs::path &from, const fs::path &to, Source source, std::chrono::milliseconds patience,
+                 const Progress &progress)
 {
     dbase::OpenOptions options;
     options.lockTimeout = patience;
@@ -184,7 +202,7 @@ Status copyTable(const fs::path &from, const fs::path &to, Source source, std::c
     // Others wait for as long as the group lasts: the destination, perhaps a slow one, comes afterwards.
     const auto bytes = readWhole(from);
     table.dropGroup();
-    return bytes.ok() ? writeCopy(to, bytes.value()) : bytes.status();
+    return bytes.ok() ? writeCopy(to, bytes.value(), progress) : bytes.status();
 }
 
 } // namespace upkeep

@@ -37,11 +37,14 @@ dbase::Status compareTags(dbase::Table &table);
 /// Whether they are a value of its type; blank is one.
 [[nodiscard]] bool isReadable(std::span<const std::uint8_t> record, const dbase::FieldDefinition &field);
 /// Calls `found` for each field of a live line that holds no value of its type.
-/// @return how many there are.
+/// @return how many there are; invalidArgument when `progress` said no.
 dbase::Result<int>
 findUnreadable(const dbase::Table &table,
                const std::function<void(dbase::RecordNumber, std::span<const std::uint8_t> record,
-                                        const dbase::FieldDefinition &)> &found);
+                                        const dbase::FieldDefinition &)> &found,
+               const Progress &progress = {});
+/// Tells now and then how many of so many lines are done. @return false when it was told to stop.
+[[nodiscard]] bool tellLines(const Progress &progress, std::size_t done, std::size_t total);
 
 enum class Source {
     inUse,     ///< others may be writing to it: it is held still for as long as reading it takes, no longer
@@ -51,8 +54,9 @@ enum class Source {
 /// The table is read into memory whole; the name of the copy appears only when all of it is on the disk.
 /// @param to        an existing file is replaced.
 /// @param patience  how long to wait for others who are writing to the table, or putting it in order.
-/// @return what Table::open says; locked, full, inputOutput.
+/// @param progress  of the writing; never called while others are kept waiting.
+/// @return what Table::open says; locked, full, inputOutput; invalidArgument when `progress` said no.
 dbase::Status copyTable(const std::filesystem::path &from, const std::filesystem::path &to, Source source,
-                        std::chrono::milliseconds patience);
+                        std::chrono::milliseconds patience, const Progress &progress = {});
 
 } // namespace upkeep

@@ -211,6 +211,78 @@ TEST_F(SharedTest, AGroupIsThereWholeOrNotAtAll)
     EXPECT_EQ(concept_(*mine), "b");
     theirs->refresh();
     EXPECT_EQ(theirs->rowCount(), 6);
+    EXPECT_THROW(group.commit(), EDatabaseError) << "there is nothing left to write";
+}
+
+TEST_F(SharedTest, ClosingDropsTheGroup)
+{
+    {
+        CommitGroup group(*mine);
+        addLine(*mine, day(1), "11:00", "a");
+        mine->append();
+        mine->field(u"HORA").setText("11:30");
+        mine->close();
+        EXPECT_EQ(mine->state(), DataSet::State::inactive);
+        EXPECT_THROW(group.commit(), EDatabaseError) << "what was dropped must not look written";
+    }
+    addLine(*theirs, day(1), "12:00", "nobody is kept waiting");
+    mine->open();
+    EXPECT_EQ(mine->rowCount(), 5);
+    CommitGroup group(*mine);
+    addLine(*mine, day(1), "11:00", "a");
+    group.commit();
+    EXPECT_EQ(mine->rowCount(), 6);
+}
+
+TEST_F(SharedTest, OnlyTheLineThatWasSeenIsDeleted)
+{
+    const auto theyChange = [&](const char *hour, const QString &text) {
+        theirs->locate({{"FECHA", day(1)}, {"HORA", hour}}, SearchMode::exact);
+        theirs->edit();
+        theirs->field(u"CONCEPTO").setText(text);
+        theirs->post();
+    };
+    const auto refusal = [&] {
+        try {
+            mine->remove();
+        } catch (const EDatabaseError &error) {
+            EXPECT_EQ(error.kind(), dbase::ErrorKind::conflict);
+            return error.text();
+        }
+        return QString();
+    };
+    mine->setCurrentRow(1);
+    EXPECT_EQ(mine->textAt(1, 2), "09:30");
+    QSignalSpy changed(mine.get(), &DataSet::rowsChanged);
+    QSignalSpy fields(mine.get(), &DataSet::fieldChanged);
+    theyChange("09:30", "firma urgente");
+    EXPECT_TRUE(refusal().contains("otro puesto ha cambiado la línea mientras tanto"));
+    EXPECT_EQ(mine->rowCount(), 4);
+    EXPECT_EQ(concept_(*mine), "firma urgente") << "shown as it now is";
+    ASSERT_EQ(changed.count(), 1);
+    EXPECT_EQ(changed.at(0), (QVariantList{1, 1}));
+    EXPECT_EQ(fields.count(), 1);
+    mine->remove();
+    EXPECT_EQ(concept_(*mine), "10:00");
+    EXPECT_EQ(mine->rowCount(), 3);
+
+    // Several at once: each is read when its turn comes, and the rows around them may have changed since.
+    theyChange("10:30", "otra");
+    {
+        CommitGroup group(*mine);
+        for (const Bookmark line : mine->rows().mid(1)) {
+            EXPECT_TRUE(mine->goToBookmark(line));
+            mine->remove();
+        }
+        group.commit();
+    }
+    EXPECT_EQ(mine->rowCount(), 1);
+
+    theirs->refresh();
+    theirs->first();
+    theirs->remove();
+    EXPECT_TRUE(refusal().contains("otro puesto ha borrado la línea mientras tanto"));
+    EXPECT_TRUE(mine->isEmpty()) << "and it is gone from what is shown";
 }
 
 } // namespace

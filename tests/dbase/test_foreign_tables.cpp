@@ -2,6 +2,7 @@
 // through our code, and everything that was not changed stays as it was.
 
 #include "dbase/Table.h"
+#include "tests/support/EraseLine.h"
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -287,7 +288,7 @@ TEST_P(ForeignTables, TakeOurChangesAndKeepTheRest)
         ASSERT_EQ(number.value(), dump.lines.size() + 1);
         take(*table, number.value(), added);
 
-        ASSERT_TRUE(table->erase(erased).ok());
+        ASSERT_TRUE(support::eraseLine(*table, erased).ok());
         dump.lines[erased - 1].deleted = true;
         expectLines(*table);
         expectOrders(*table);

@@ -1,11 +1,16 @@
 // agendadriver: a writer and a judge of an agenda table, for tests that kill it, cut its power or make its
 // calls fail.
 //
-//   agendadriver init DIR                   makes the table
-//   agendadriver write DIR ID SEED [OPS]    changes lines and says so (see Writer.h); without OPS until it is
-//   killed agendadriver check DIR                  opens (and so repairs) the table and holds it to what it
-//   must be; 0 = sound agendadriver dump DIR                   "key value" of every line agendadriver hold
-//   DIR KEY SECONDS       keeps the lock of a line
+//   - agendadriver init DIR
+//     makes the table
+//   - agendadriver write DIR ID SEED [OPS]
+//     changes lines and says so (see Writer.h); without OPS until it is killed
+//   - agendadriver check DIR
+//     opens (and so repairs) the table and holds it to what it must be; 0 = sound
+//   - agendadriver dump DIR
+//     "key value" of every line
+//   - agendadriver hold DIR KEY SECONDS
+//     keeps the lock of a line
 
 #include "tests/driver/Writer.h"
 

@@ -4,6 +4,7 @@
 #include "tests/driver/AgendaTable.h"
 #include "tests/driver/FileCalls.h"
 #include "tests/driver/PowerCut.h"
+#include "tests/support/EraseLine.h"
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -62,7 +63,7 @@ bool replaceWith(const Image &start, const RewriteFault &kind, int number)
     if (kind.call == Call::rename && met) {
         EXPECT_EQ(status.kind(), dbase::ErrorKind::inputOutput);
         EXPECT_EQ(liveLines(agenda.table()), before) << "the table goes on with its old file";
-        EXPECT_TRUE(agenda.table().erase(1).ok());
+        EXPECT_TRUE(support::eraseLine(agenda.table(), 1).ok());
         EXPECT_TRUE(agenda.table().replaceLines(before, {}).ok());
     }
     std::ignore = agenda.close();
@@ -113,7 +114,7 @@ TEST(Displaced, AnOpenerThatWaitedWritesNothingForTheOldFile)
     filecalls::beforeLockOfJournal([&] {
         AgendaTable other;
         ASSERT_TRUE(other.open(folder.path(), shortPatience).ok());
-        ASSERT_TRUE(other.table().erase(1).ok());
+        ASSERT_TRUE(support::eraseLine(other.table(), 1).ok());
         ASSERT_TRUE(other.table().pack().ok());
         ASSERT_TRUE(other.close().ok());
         journal = support::readFile(jnl);
@@ -137,7 +138,7 @@ TEST(Displaced, LeavingATableWritesNothingAboutTheNewFile)
     const auto jnl = folder.path() / "AGENDA_N.JNL";
     AgendaTable agenda;
     ASSERT_TRUE(agenda.open(folder.path(), shortPatience).ok());
-    ASSERT_TRUE(agenda.table().erase(1).ok());
+    ASSERT_TRUE(support::eraseLine(agenda.table(), 1).ok());
     std::filesystem::copy_file(file, folder.path() / "otra");
     std::filesystem::rename(folder.path() / "otra", file);
     const std::string journal = support::readFile(jnl);

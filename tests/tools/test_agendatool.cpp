@@ -1,6 +1,7 @@
 // The verbs on real tables: what they write, what they refuse, and what the tables hold afterwards.
 
 #include "dbase/Table.h"
+#include "tests/support/EraseLine.h"
 #include "tests/support/TempFolder.h"
 #include "tools/agendatool/Run.h"
 
@@ -43,7 +44,7 @@ protected:
     {
         std::ostringstream said;
         std::ostringstream complained;
-        const int code = agendatool::run(all, said, complained, std::chrono::milliseconds(30));
+        const int code = agendatool::run(all, said, complained, {}, std::chrono::milliseconds(30));
         out = said.str();
         err = complained.str();
         return code;
@@ -95,7 +96,7 @@ protected:
 TEST_F(AgendaTool, DumpsTheDaysOfARangeInOrder)
 {
     fourLines();
-    ASSERT_TRUE(open()->erase(5).ok());
+    ASSERT_TRUE(support::eraseLine(*open(), 5).ok());
     const struct {
         std::vector<std::string> options;
         std::string concepts;
@@ -246,7 +247,7 @@ TEST_F(AgendaTool, SaysWhenOthersHaveTheTable)
 TEST_F(AgendaTool, PackDropsTheDeletedLines)
 {
     fourLines();
-    ASSERT_TRUE(open()->erase(1).ok());
+    ASSERT_TRUE(support::eraseLine(*open(), 1).ok());
     ASSERT_EQ(tool("info"), exitDone);
     EXPECT_NE(out.find("5 (4 vivas, 1 borradas)"), std::string::npos) << out;
     ASSERT_EQ(tool("dump"), exitDone);
@@ -271,7 +272,7 @@ TEST_F(AgendaTool, FindsDamage)
     ASSERT_EQ(tool("dump"), exitDone);
     EXPECT_NE(out.find("2026XX02"), std::string::npos) << "what cannot be read is shown as it stands";
 
-    ASSERT_TRUE(open()->erase(2).ok());
+    ASSERT_TRUE(support::eraseLine(*open(), 2).ok());
     EXPECT_EQ(tool("check"), exitDone) << "a deleted line harms nobody: " << err;
 
     writeFile(file, good.substr(0, good.size() - 500));
@@ -306,7 +307,7 @@ TEST_F(AgendaTool, FindsAndMendsAWrongIndex)
 TEST_F(AgendaTool, ABackupComesBack)
 {
     fourLines();
-    ASSERT_TRUE(open()->erase(1).ok());
+    ASSERT_TRUE(support::eraseLine(*open(), 1).ok());
     ASSERT_EQ(tool("dump"), exitDone);
     const std::string lines = out;
     const auto theirs = open(); // a backup is made while others work

@@ -34,7 +34,7 @@ protected:
     {
         std::ostringstream dicho;
         std::ostringstream quejas;
-        const int codigo = agendatool::run(palabras, dicho, quejas, std::chrono::milliseconds(30));
+        const int codigo = agendatool::run(palabras, dicho, quejas, {}, std::chrono::milliseconds(30));
         out = dicho.str();
         err = quejas.str();
         return codigo;

@@ -84,6 +84,19 @@ TEST_F(OfficeCopy, ComesBackWithItsRightsAndLeavesNothing)
         EXPECT_EQ(entry.path().string().find("ANTERIOR"), std::string::npos) << entry.path();
 }
 
+TEST_F(OfficeCopy, ACopyOfATableThatIsStoppedLeavesNothing)
+{
+    const fs::path folder = temp.path() / "copias";
+    fs::create_directories(folder);
+    const auto asked = [](int percent) {
+        EXPECT_EQ(percent, 0);
+        return false;
+    };
+    const auto status = upkeep::copyTable(first, folder / "UNA.DBF", upkeep::Source::inUse, patience, asked);
+    EXPECT_EQ(status.kind(), ErrorKind::invalidArgument);
+    EXPECT_TRUE(fs::is_empty(folder));
+}
+
 TEST_F(OfficeCopy, FilesThatCannotBePutAsideStay)
 {
     support::writeFile(stuck, "no table");

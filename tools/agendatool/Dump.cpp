@@ -71,47 +71,57 @@ Status selectRows(const Table &table, const DateRange &range, Bytes &rows)
     return {};
 }
 
-void writeCsv(const Table &table, Record rows, std::ostream &out)
+/// @return false when `progress` said no.
+bool writeCsv(const Table &table, Record rows, std::ostream &out, const upkeep::Progress &progress)
 {
+    const std::size_t length = table.recordLength();
     std::vector<std::string> cells;
     for (const auto &field : table.fields())
         cells.push_back(field.name);
     out << csvLine(cells);
-    for (std::size_t at = 0; at < rows.size(); at += table.recordLength()) {
+    for (std::size_t at = 0; at < rows.size(); at += length) {
+        if (!upkeep::tellLines(progress, at / length, rows.size() / length))
+            return false;
         cells.clear();
         for (const auto &field : table.fields())
-            cells.push_back(valueText(rows.subspan(at, table.recordLength()), field, table.codePage()));
+            cells.push_back(valueText(rows.subspan(at, length), field, table.codePage()));
         out << csvLine(cells);
     }
+    return true;
 }
 
-void writeJson(const Table &table, Record rows, std::ostream &out)
+/// @return false when `progress` said no.
+bool writeJson(const Table &table, Record rows, std::ostream &out, const upkeep::Progress &progress)
 {
+    const std::size_t length = table.recordLength();
     out << '[';
-    for (std::size_t at = 0; at < rows.size(); at += table.recordLength()) {
+    for (std::size_t at = 0; at < rows.size(); at += length) {
+        if (!upkeep::tellLines(progress, at / length, rows.size() / length))
+            return false;
         out << (at == 0 ? "\n{" : ",\n{");
         const char *comma = "";
         for (const auto &field : table.fields()) {
             out << comma << jsonString(field.name) << ": "
-                << valueJson(rows.subspan(at, table.recordLength()), field, table.codePage());
+                << valueJson(rows.subspan(at, length), field, table.codePage());
             comma = ", ";
         }
         out << '}';
     }
     out << "\n]\n";
+    return true;
 }
 
 } // namespace
 
-Status dump(const Table &table, const DateRange &range, DumpFormat format, std::ostream &out)
+Status dump(const Table &table, const DateRange &range, DumpFormat format, std::ostream &out,
+            const upkeep::Progress &progress)
 {
     Bytes rows;
     if (const Status status = selectRows(table, range, rows); !status.ok())
         return status;
-    if (format == DumpFormat::csv)
-        writeCsv(table, rows, out);
-    else
-        writeJson(table, rows, out);
+    const auto write = format == DumpFormat::csv ? writeCsv : writeJson;
+    if (!write(table, rows, out, progress))
+        return upkeep::stopped();
     return out.good() ? Status() : Status(ErrorKind::inputOutput, "no se ha podido escribir el volcado");
 }
 

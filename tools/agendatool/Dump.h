@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dbase/Table.h"
+#include "upkeep/TableCare.h"
 
 #include <iosfwd>
 
@@ -17,7 +17,8 @@ enum class DumpFormat { csv, json };
 
 /// Writes the live lines of a table, UTF-8, in the order of its tag FECHA, or of the file when it has none.
 /// With a bound, lines without a date are left out.
-/// @return invalidArgument for a range over a table without a date FECHA.
-dbase::Status dump(const dbase::Table &table, const DateRange &range, DumpFormat format, std::ostream &out);
+/// @return invalidArgument for a range over a table without a date FECHA, or when `progress` said no.
+dbase::Status dump(const dbase::Table &table, const DateRange &range, DumpFormat format, std::ostream &out,
+                   const upkeep::Progress &progress = {});
 
 } // namespace agendatool

@@ -1,5 +1,6 @@
 #include "tools/agendatool/Run.h"
 
+#include "tools/agendatool/Text.h"
 #include "tools/agendatool/Verbs.h"
 
 #include <array>
@@ -61,7 +62,7 @@ constexpr std::array<Verb, 13> verbs{{{"create", createTable},
 
 } // namespace
 
-int run(const std::vector<std::string> &words, std::ostream &out, std::ostream &err,
+int run(const std::vector<std::string> &words, std::ostream &out, std::ostream &err, Terminals terminals,
         std::chrono::milliseconds patience)
 {
     const auto parsed = parseArguments(words);
@@ -78,7 +79,8 @@ int run(const std::vector<std::string> &words, std::ostream &out, std::ostream &
         out << "agendatool " AGENDATOOL_VERSION "\n";
         return exitDone;
     }
-    const Context context{args, out, err, patience};
+    ProgressLine progress(err, upperAscii(args.table), terminals.err && !args.quiet);
+    const Context context{args, out, terminals.out, patience, progress};
     // A name that no table can have is a slip of the command line, not a fault of the folder.
     if (const auto named = dbase::findTable(args.folder, args.table);
         named.status().kind() == dbase::ErrorKind::invalidArgument) {

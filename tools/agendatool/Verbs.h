@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tools/agendatool/Arguments.h"
+#include "tools/agendatool/ProgressLine.h"
 #include "tools/agendatool/Run.h"
 
 namespace agendatool
@@ -9,9 +10,19 @@ namespace agendatool
 /// What every verb needs: the command line, where to talk, and how long to wait for others.
 struct Context {
     const Arguments &args;
-    std::ostream &out;
-    std::ostream &err;
+    std::ostream &answers;
+    bool outIsTerminal;
     std::chrono::milliseconds patience;
+    ProgressLine &progress;
+
+    /// Where answers go. What both of these write stays, so the line of the progress makes way for it.
+    [[nodiscard]] std::ostream &out() const
+    {
+        progress.remove();
+        return answers;
+    }
+    /// Where complaints go.
+    [[nodiscard]] std::ostream &err() const { return progress.remove(); }
 
     /// Says that something is done, unless asked to be quiet.
     void note(const std::string &text) const;

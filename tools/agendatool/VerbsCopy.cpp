@@ -37,7 +37,8 @@ int backupTable(const Context &context)
         return context.fail(from.status());
     const auto to = freePlace(context.args.target, context.args.table);
     const Status status =
-        to.ok() ? upkeep::copyTable(from.value(), to.value(), upkeep::Source::inUse, context.patience)
+        to.ok() ? upkeep::copyTable(from.value(), to.value(), upkeep::Source::inUse, context.patience,
+                                    context.progress.steps("copiando la tabla"))
                 : to.status();
     if (!status.ok())
         return context.fail(status);
@@ -55,9 +56,9 @@ int restoreTable(const Context &context)
     if (status.ok()) {
         // A journal beside the copy means that somebody has opened it, and may have it open now.
         const bool used = !siblingOf(from.value(), ".JNL").empty();
-        status =
-            upkeep::copyTable(from.value(), to.value(),
-                              used ? upkeep::Source::inUse : upkeep::Source::laidAside, context.patience);
+        status = upkeep::copyTable(from.value(), to.value(),
+                                   used ? upkeep::Source::inUse : upkeep::Source::laidAside, context.patience,
+                                   context.progress.steps("copiando la tabla"));
     }
     if (!status.ok())
         return context.fail(status);

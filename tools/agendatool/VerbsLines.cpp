@@ -23,6 +23,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 /// Others wait while a group is written.
 constexpr std::size_t linesPerGroup = 500;
+constexpr const char *writing = "escribiendo las líneas";
 
 Status ioFailure(const std::filesystem::path &file, const std::string &what)
 {
@@ -38,7 +39,7 @@ Status writeExport(const Context &context, const Table &table, const std::filesy
         std::ofstream out(unfinished, std::ios::binary | std::ios::trunc);
         if (!out)
             return ioFailure(unfinished, "no se puede crear el fichero");
-        status = dump(table, context.args.range, DumpFormat::csv, out);
+        status = dump(table, context.args.range, DumpFormat::csv, out, context.progress.steps(writing));
         out.close();
         if (status.ok() && !out)
             status = ioFailure(unfinished, "no se ha podido escribir entero");
@@ -140,9 +141,11 @@ Status appendGroup(Table &table, std::span<const NewLine> lines)
     return status;
 }
 
-Status appendAll(Table &table, std::span<const NewLine> lines)
+Status appendAll(const Context &context, Table &table, std::span<const NewLine> lines)
 {
+    const upkeep::Progress progress = context.progress.steps("añadiendo las líneas");
     for (std::size_t at = 0; at < lines.size(); at += linesPerGroup) {
+        static_cast<void>(progress(static_cast<int>(at * 100 / lines.size())));
         const Status status =
             appendGroup(table, lines.subspan(at, std::min(linesPerGroup, lines.size() - at)));
         if (!status.ok() && at > 0)
@@ -163,17 +166,21 @@ int refuseTableFile(const Context &context)
     const std::string extension = upperAscii(pathText(context.args.target.extension()));
     if (extension != ".DBF" && extension != ".MDX" && extension != ".JNL")
         return exitDone;
-    context.err << "agendatool: «" << pathText(context.args.target)
-                << "» tiene el nombre de un fichero de tabla\n";
+    context.err() << "agendatool: «" << pathText(context.args.target)
+                  << "» tiene el nombre de un fichero de tabla\n";
     return exitUsage;
 }
 
 int dumpLines(const Context &context)
 {
     const auto opened = openTable(context);
-    const Status status = opened.ok()
-                              ? dump(*opened.value(), context.args.range, context.args.format, context.out)
-                              : opened.status();
+    if (!opened.ok())
+        return context.fail(opened.status());
+    // On a terminal the lines themselves show how far it is.
+    const upkeep::Progress progress =
+        context.outIsTerminal ? upkeep::Progress() : context.progress.steps(writing);
+    const Status status =
+        dump(*opened.value(), context.args.range, context.args.format, context.out(), progress);
     return status.ok() ? exitDone : context.fail(status);
 }
 
@@ -196,6 +203,7 @@ int importLines(const Context &context)
     if (!opened.ok())
         return context.fail(opened.status());
     Table &table = *opened.value();
+    context.progress.phase("leyendo el fichero");
     const auto csv = readWhole(context.args.target);
     if (!csv.ok())
         return context.fail(csv.status());
@@ -203,7 +211,7 @@ int importLines(const Context &context)
     if (!lines.ok())
         return context.fail(
             {lines.status().kind(), lines.status().text(), pathText(context.args.target.filename())});
-    if (const Status status = appendAll(table, lines.value()); !status.ok())
+    if (const Status status = appendAll(context, table, lines.value()); !status.ok())
         return context.fail(status);
     context.note("Añadidas " + std::to_string(lines.value().size()) + " líneas.");
     return exitDone;

@@ -19,12 +19,14 @@ using dbase::Status;
 using dbase::Table;
 
 constexpr int mostFaultsShown = 20;
+/// Opening may have to put a table in order, or to make its index anew.
+constexpr const char *opening = "abriendo la tabla";
 
 Result<OpenTable> told(const Context &context, Result<OpenTable> opened)
 {
     if (opened.ok() && !opened.value()->notice().empty())
-        context.err << pathText(opened.value()->file().filename()) << ": " << opened.value()->notice()
-                    << '\n';
+        context.err() << pathText(opened.value()->file().filename()) << ": " << opened.value()->notice()
+                      << '\n';
     return opened;
 }
 
@@ -32,12 +34,27 @@ Result<OpenTable> told(const Context &context, Result<OpenTable> opened)
 Result<int> countUnreadable(const Context &context, const Table &table)
 {
     int shown = 0;
-    return upkeep::findUnreadable(table, [&](dbase::RecordNumber number, std::span<const std::uint8_t> row,
-                                             const dbase::FieldDefinition &field) {
-        if (++shown <= mostFaultsShown)
-            context.err << "línea " << number << ": el campo " << field.name << " no se entiende: «"
-                        << valueText(row, field, table.codePage()) << "»\n";
-    });
+    return upkeep::findUnreadable(
+        table,
+        [&](dbase::RecordNumber number, std::span<const std::uint8_t> row,
+            const dbase::FieldDefinition &field) {
+            if (++shown <= mostFaultsShown)
+                context.err() << "línea " << number << ": el campo " << field.name << " no se entiende: «"
+                              << valueText(row, field, table.codePage()) << "»\n";
+        },
+        context.progress.steps("leyendo los campos"));
+}
+
+Status compareTags(const Context &context, Table &table)
+{
+    context.progress.phase("comparando el índice");
+    return upkeep::compareTags(table);
+}
+
+Status reindex(const Context &context, Table &table)
+{
+    context.progress.phase("rehaciendo el índice");
+    return table.reindex();
 }
 
 Result<OpenTable> openForRepair(const Context &context)
@@ -63,12 +80,12 @@ std::string fieldText(const dbase::FieldDefinition &field)
 void Context::note(const std::string &text) const
 {
     if (!args.quiet)
-        out << text << '\n';
+        out() << text << '\n';
 }
 
 int Context::fail(const Status &status) const
 {
-    err << "agendatool: " << status.message() << '\n';
+    err() << "agendatool: " << status.message() << '\n';
     return status.kind() == ErrorKind::locked ? exitBusy : exitFailed;
 }
 
@@ -77,6 +94,7 @@ Result<OpenTable> openTable(const Context &context)
     const auto file = dbase::findTable(context.args.folder, context.args.table);
     if (!file.ok())
         return file.status();
+    context.progress.phase(opening);
     dbase::OpenOptions options;
     options.lockTimeout = context.patience;
     return told(context, Table::open(file.value(), options));
@@ -84,18 +102,19 @@ Result<OpenTable> openTable(const Context &context)
 
 Result<OpenTable> openWithTag(const Context &context, const std::filesystem::path &file)
 {
+    context.progress.phase(opening);
     return told(context, upkeep::openWithTag(file, context.patience));
 }
 
 int verify(const Context &context, Table &table)
 {
-    const Status tags = upkeep::compareTags(table);
+    const Status tags = compareTags(context, table);
     const int tagsCode = tags.ok() ? exitDone : context.fail(tags);
     const auto faults = countUnreadable(context, table);
     if (!faults.ok())
         return context.fail(faults.status());
     if (faults.value() > 0)
-        context.err << "agendatool: hay " << faults.value() << " campos que no se entienden\n";
+        context.err() << "agendatool: hay " << faults.value() << " campos que no se entienden\n";
     if (faults.value() > 0 || tagsCode != exitDone)
         return tagsCode == exitBusy ? exitBusy : exitFailed;
     context.note("La tabla está bien: " + std::to_string(table.recordCount()) + " líneas, " +
@@ -138,7 +157,7 @@ int showInfo(const Context &context)
     std::vector<dbase::RecordNumber> live;
     if (const Status status = table.liveRecords(nullptr, {}, {}, live); !status.ok())
         return context.fail(status);
-    std::ostream &out = context.out;
+    std::ostream &out = context.out();
     out << "Tabla: " << pathText(table.file()) << "\nLíneas: " << table.recordCount() << " (" << live.size()
         << " vivas, " << table.recordCount() - live.size()
         << " borradas)\nPágina de códigos: " << static_cast<int>(table.codePage()) << "\nCampos:\n";
@@ -164,8 +183,8 @@ int repairTable(const Context &context)
     if (!opened.ok())
         return context.fail(opened.status());
     Table &table = *opened.value();
-    if (upkeep::compareTags(table).kind() == ErrorKind::damaged) {
-        if (const Status status = table.reindex(); !status.ok())
+    if (compareTags(context, table).kind() == ErrorKind::damaged) {
+        if (const Status status = reindex(context, table); !status.ok())
             return context.fail(status);
         context.note("El índice no coincidía con las líneas; se ha rehecho.");
     }
@@ -175,7 +194,7 @@ int repairTable(const Context &context)
 int reindexTable(const Context &context)
 {
     const auto opened = openForRepair(context);
-    const Status status = opened.ok() ? opened.value()->reindex() : opened.status();
+    const Status status = opened.ok() ? reindex(context, *opened.value()) : opened.status();
     if (!status.ok())
         return context.fail(status);
     context.note("Índice rehecho.");
@@ -185,8 +204,10 @@ int reindexTable(const Context &context)
 int packTable(const Context &context)
 {
     const auto opened = openTable(context);
-    const Status status = opened.ok() ? opened.value()->pack() : opened.status();
-    if (!status.ok())
+    if (!opened.ok())
+        return context.fail(opened.status());
+    context.progress.phase("quitando las líneas borradas");
+    if (const Status status = opened.value()->pack(); !status.ok())
         return context.fail(status);
     context.note("Quedan " + std::to_string(opened.value()->recordCount()) + " líneas.");
     return exitDone;
