@@ -193,7 +193,7 @@ protected:
 
     [[nodiscard]] std::vector<RecordNumber> expected(const Index &index) const
     {
-        std::map<std::vector<std::uint8_t>, std::set<RecordNumber>> model;
+        std::map<std::string, std::set<RecordNumber>> model;
         for (RecordNumber number = 1; number <= count; ++number) {
             const IndexKey key = index.expression().keyOf(lines[number - 1]);
             if (isLive(lines[number - 1]))
