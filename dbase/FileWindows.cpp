@@ -75,8 +75,6 @@ Result<File> File::open(const std::filesystem::path &path, Mode mode)
     case ERROR_ACCESS_DENIED:
     case ERROR_WRITE_PROTECT:
         return Status(ErrorKind::readOnly, "no hay permiso para abrir el fichero", native->name);
-    case ERROR_SHARING_VIOLATION:
-        return Status(ErrorKind::locked, "otro programa tiene el fichero para él solo", native->name);
     case ERROR_FILE_EXISTS:
         return Status(ErrorKind::invalidArgument, "el fichero ya existe", native->name);
     default:
@@ -201,6 +199,8 @@ Result<bool> File::isLockedElsewhere(std::uint64_t offset, std::uint64_t length)
 Status File::reserve(std::uint64_t offset, std::uint64_t bytes)
 {
     FILE_STANDARD_INFO info{};
+    if (isRemote()) // what it answers there may be old news, and asking for less than there is cuts the file
+        return {};
     if (!GetFileInformationByHandleEx(m_native->handle, FileStandardInfo, &info, sizeof info))
         return {};
     FILE_ALLOCATION_INFO wanted{};

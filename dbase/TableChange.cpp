@@ -154,6 +154,13 @@ Status TableImpl::commit(Commit &commit)
         status = repairIndex();
         if (status.ok())
             status = stageKeys(commit);
+        if (status.kind() == ErrorKind::damaged) {
+            // It holds the right keys and still is no tree that can be changed.
+            m_mdx->drop();
+            status = rewriteIndex(m_mdx->tags(), rules());
+            if (status.ok())
+                status = stageKeys(commit);
+        }
     }
     if (!status.ok()) {
         if (m_mdx)
@@ -217,6 +224,7 @@ Status TableImpl::stageKeys(const Commit &commit)
 Status TableImpl::apply(const Commit &commit)
 {
     m_hasChanged = true;
+    m_ownChange = true;
     Status status = writeRecords(commit);
     if (status.ok())
         status = writeDateAndCount(commit.recordCount);

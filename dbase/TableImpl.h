@@ -164,7 +164,6 @@ private:
     Status refuseDisplaced();
     void mapHeader();
     Status openIndex();
-    Status loadIndex();
     void reloadIndexForReading();
     Status takeToldTags(const Status &why);
     void dropIndexFile();
@@ -180,7 +179,7 @@ private:
     [[nodiscard]] MdxTag newTag(const TagDefinition &wanted, const KeyExpression &expression) const;
     Status needTags();
     Status recover();
-    Status replayJournal(bool isKnown);
+    Result<std::uint64_t> replayJournal(bool isKnown);
     Status lockOutOthers();
     [[nodiscard]] Result<bool> isCutBack() const;
     Status cutLinesThatNeverCame();
@@ -242,8 +241,9 @@ private:
     Status checkpoint(bool closing);
     // TableReplay.cpp
     Status finishDeadCommits();
-    [[nodiscard]] Result<bool> standsBehind(RecordNumber number, RecordNumber last,
-                                            std::span<const std::uint8_t> line) const;
+    [[nodiscard]] Result<RecordNumber> standsBehind(RecordNumber number, RecordNumber last,
+                                                    std::span<const std::uint8_t> line,
+                                                    const std::set<RecordNumber> &others) const;
     Status replay(std::span<const Commit> commits);
     Status settleCount(bool withLength);
     [[nodiscard]] bool endMarkFollows(RecordNumber last) const;
@@ -283,9 +283,9 @@ private:
     Status addMemoryTag(const TagDefinition &tag);
     void noteStamp();
     [[nodiscard]] Status checkPlace();
-    Status settleWithOthers();
+    void settleWithOthers();
     Result<bool> takeInNews();
-    Status refreshMemoryTags();
+    Status refreshMemoryTags(std::uint64_t sameAs);
 
     File m_dbf;
     File m_journal;
@@ -306,7 +306,9 @@ private:
     FileStamp m_stamp;
     std::chrono::steady_clock::time_point m_placeSeen; ///< when the files were last found at their place
     bool m_foreignChange = false; ///< of a program that does not know the journal, which is to be emptied
-    bool m_stampDoubtful = true;  ///< the file changed so lately that an equal stamp proves nothing
+    bool m_ownChange = false;     ///< since the stamp was taken
+    std::chrono::steady_clock::time_point m_settled; ///< when the journal was last emptied for that
+    bool m_stampDoubtful = true; ///< the file changed so lately that an equal stamp proves nothing
     std::vector<std::uint8_t> m_dateAndCount;
     std::uint64_t m_reservedUpTo = 0;
     bool m_remote = false;

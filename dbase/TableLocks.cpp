@@ -75,6 +75,7 @@ Status TableImpl::lookAtState(std::span<const std::uint8_t> map)
             takeState(*state, bytes);
             return {};
         }
+        std::this_thread::sleep_for(std::chrono::milliseconds(look + 1));
     }
     return failure(ErrorKind::damaged, "el diario de la tabla está dañado");
 }
@@ -166,6 +167,8 @@ Status TableImpl::beginChange(bool adding)
         ++m_holders;
         return {};
     }
+    if (const Status status = m_opened ? checkPlace() : Status(); !status.ok())
+        return status;
     constexpr std::string_view refusal = "otro puesto está escribiendo en la tabla";
     auto table = waitForLock(m_dbf, headerLockOffset, changeLockLength, File::LockKind::exclusive,
                              options.lockTimeout, refusal);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <thread>
 
 namespace dbase
 {
@@ -132,12 +133,22 @@ Result<bool> TableImpl::isDisplaced() const
         return same.ok() ? Result<bool>(false) : same.status();
     if (!m_remote)
         return true;
-    // Not every share gives a file the same number each time; another file has another size or time as well.
-    const auto own = m_dbf.stamp();
-    const auto now = there.value().stamp();
-    if (!own.ok() || !now.ok())
-        return own.ok() ? now.status() : own.status();
-    return own.value() != now.value();
+    // Not every share gives a file the same number each time; another file has another size or time as well,
+    // also when nobody writes in between.
+    constexpr int mostLooks = 3;
+    for (int look = 0; look < mostLooks; ++look) {
+        const auto own = m_dbf.stamp();
+        const auto now = there.value().stamp();
+        const auto after = m_dbf.stamp();
+        if (!own.ok() || !now.ok() || !after.ok())
+            return !own.ok() ? own.status() : !now.ok() ? now.status() : after.status();
+        if (own.value() == now.value())
+            return false;
+        if (own.value() == after.value() && look > 0)
+            return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(look + 1));
+    }
+    return false;
 }
 
 Result<bool> TableImpl::hasOthers() const

@@ -176,32 +176,35 @@ Status TableImpl::checkPlace()
 }
 
 /// A line that another program has changed since our last commit could be taken for one that the commit had
-/// not reached yet, if this machine dies: the journal lets go of what is in the file by now. Where somebody
-/// has the table just now, the next look tries again.
-Status TableImpl::settleWithOthers()
+/// not reached yet, if this machine dies: the journal lets go of what is in the file by now. Where that
+/// cannot be done just now a later look tries again.
+void TableImpl::settleWithOthers()
 {
-    if (readOnly || m_held != Held::nothing || !m_journal.isOpen())
-        return {};
+    constexpr auto pause = std::chrono::seconds(4); // it waits for the disk
+    const auto now = std::chrono::steady_clock::now();
+    if (readOnly || m_held != Held::nothing || !m_journal.isOpen() || now - m_settled < pause)
+        return;
+    m_settled = now;
     const auto patience = std::exchange(options.lockTimeout, std::chrono::milliseconds(0));
-    Status status = beginChange();
+    const Status begun = beginChange();
     options.lockTimeout = patience;
-    if (status.kind() == ErrorKind::locked)
-        return {};
-    if (status.ok()) {
-        if (m_state.tail > journalSector)
-            status = emptyJournal();
-        endChange();
-    }
-    m_foreignChange = m_foreignChange && !status.ok();
-    return status;
+    if (!begun.ok())
+        return;
+    m_foreignChange = m_state.tail > journalSector && !emptyJournal().ok();
+    endChange();
 }
 
 /// Orders kept in memory, of which callers hold pointers, follow the table.
-Status TableImpl::refreshMemoryTags()
+/// @param sameAs  version whose lines are still those of now; 0 when there is none.
+Status TableImpl::refreshMemoryTags(std::uint64_t sameAs)
 {
     for (MemoryTag &tag : m_memoryTags) {
         if (tag.version == 0 || tag.version == version)
             continue; // never asked, or of now
+        if (tag.version == sameAs) {
+            tag.version = version;
+            continue;
+        }
         if (const Status status = buildMemoryTag(tag); !status.ok())
             return status;
     }
@@ -212,7 +215,7 @@ Result<bool> TableImpl::refresh()
 {
     const auto news = takeInNews();
     if (news.ok() && m_foreignChange)
-        std::ignore = settleWithOthers();
+        settleWithOthers();
     return m_poison.ok() ? news : m_poison;
 }
 
@@ -234,13 +237,16 @@ Result<bool> TableImpl::takeInNews()
     if (!unfinished.value() && m_state.applied == m_seenCommit && stamp.value() == m_stamp &&
         !m_stampDoubtful && !m_indexSuspect)
         return false;
-    // The file has moved on and the journal has not: also after our own last commit, whose stamp nobody asks.
-    m_foreignChange = m_foreignChange || (m_state.applied == m_seenCommit && stamp.value() != m_stamp);
+    const bool hasMoved = stamp.value() != m_stamp || m_indexSuspect || unfinished.value();
     // The stamp first: what is written while we look must be looked at again.
     noteStamp();
     const ReadLook look(*this);
     if (!look.status().ok())
         return look.status();
+    // The file has moved on and the journal has not, which nobody of ours holds just now.
+    const bool isNoCommit = m_state.applied == m_seenCommit;
+    m_foreignChange = m_foreignChange || (hasMoved && isNoCommit && !m_ownChange);
+    m_ownChange = false;
     m_seenCommit = m_state.applied;
     const auto count = announcedCount();
     if (!count.ok())
@@ -250,8 +256,9 @@ Result<bool> TableImpl::takeInNews()
     // look.
     if (m_mdx && !readOnly && m_state.indexedRecords != header.recordCount)
         m_indexSuspect = true;
-    ++version;
-    const Status status = refreshMemoryTags();
+    const std::uint64_t before = version++;
+    const Status status = refreshMemoryTags(hasMoved || !isNoCommit ? 0 : before);
+    m_stampDoubtful = m_stampDoubtful || !status.ok(); // to be looked at again
     return status.ok() ? Result<bool>(true) : status;
 }
 

@@ -121,15 +121,17 @@ Status TableImpl::recover()
     }
     if (const Status locked = lockOutOthers(); !locked.ok())
         return locked;
-    Status status = replayJournal(state.has_value());
+    const auto last = replayJournal(state.has_value());
+    Status status = last.status();
     if (status.ok())
         status = settleCount(true);
     if (status.ok())
         status = repairIndex();
-    if (status.ok() && (m_state.tail != journalSector || !m_state.closedInOrder)) {
-        // What a power cut has left behind the last whole commit must not follow on the next one.
+    if (status.ok() && (last.value() != m_state.base || !m_state.closedInOrder)) {
+        // What a power cut has left behind the last whole commit must not follow on the next one. Only now,
+        // with the table on its way to the disk, does the journal say that the commits are done.
         constexpr std::uint64_t leap = 1'000'000;
-        m_state.applied += leap;
+        m_state.applied = std::max(m_state.applied, last.value()) + leap;
         status = checkpoint(false);
     }
     endChange();
@@ -138,7 +140,8 @@ Status TableImpl::recover()
 
 /// Does again what the journal holds, whether it is done or not.
 /// @param isKnown  the journal's header tells what the table has had.
-Status TableImpl::replayJournal(bool isKnown)
+/// @return the number of the last commit.
+Result<std::uint64_t> TableImpl::replayJournal(bool isKnown)
 {
     const auto found = commitsFrom(journalSector, m_state.base);
     const auto before = announcedCount();
@@ -147,20 +150,24 @@ Status TableImpl::replayJournal(bool isKnown)
     const std::vector<Commit> &commits = found.value().commits;
     if (!commits.empty()) {
         const auto cut = isCutBack();
-        if (!cut.ok() || cut.value())
-            return cut.ok() ? setJournalAside() : cut.status();
+        if (!cut.ok())
+            return cut.status();
+        if (cut.value()) {
+            const Status status = setJournalAside();
+            return status.ok() ? Result<std::uint64_t>(m_state.base) : status;
+        }
     }
     Status status = isKnown ? cutLinesThatNeverCame() : Status();
     if (status.ok() && !commits.empty()) {
         status = bringToDisk(found.value());
         if (status.ok())
             status = replay(commits);
-        m_state.applied = std::max(m_state.applied, m_state.base + commits.size());
-        m_state.tail = journalSector + static_cast<std::uint32_t>(found.value().bytes.size());
     }
-    if (status.ok() && isKnown)
+    if (!status.ok())
+        return status;
+    if (isKnown)
         sayWhatIsMissing(before.value());
-    return status;
+    return m_state.base + commits.size();
 }
 
 /// A power cut may leave a header that counts lines which had not reached the disk: of a workstation that
@@ -232,12 +239,13 @@ Status TableImpl::closeInOrder()
         return last.status();
     // Another program may have put another file there: journal and index are that one's from then on.
     if (const auto displaced = isDisplaced(); !displaced.ok() || displaced.value()) {
-        if (m_hasChanged)
+        const bool isGone = displaced.status().kind() == ErrorKind::notFound;
+        if (m_hasChanged && (displaced.ok() || isGone))
             return failure(
                 ErrorKind::inputOutput,
                 "otro programa ha cambiado la tabla por otra mientras estaba abierta; lo que se ha "
                 "escrito en ella entretanto se ha perdido");
-        return displaced.status().kind() == ErrorKind::notFound ? Status() : displaced.status();
+        return isGone ? Status() : displaced.status();
     }
     if (const auto unfinished = lookAtJournal(); !unfinished.ok() || unfinished.value())
         return unfinished.status();

@@ -106,12 +106,15 @@ Status TableImpl::finishDeadCommits()
         status = repairIndex();
     if (!status.ok())
         return status.kind() == ErrorKind::full ? status : poison(status);
-    m_state.applied = dead.back().number;
+    const std::uint64_t before = std::exchange(m_state.applied, dead.back().number);
     ++version;
     // It may have died inside a line. What is left of that must not come back after a power cut, behind a
     // header that says that the commit is done: only then is it told from another program's change by the
     // byte. So the table goes to the disk first, and the journal has done its duty.
-    return checkpoint(false);
+    status = checkpoint(false);
+    if (!status.ok())
+        m_state.applied = before; // as the file has it: it is done once more
+    return status;
 }
 
 namespace
@@ -123,7 +126,8 @@ namespace
 bool madeOf(std::span<const std::uint8_t> present, std::uint64_t offset,
             std::span<const std::vector<std::uint8_t>> versions, bool tornAnywhere)
 {
-    // An end mark is what stood there before the line, or what a program wrote that took the line for the end.
+    // An end mark is what stood there before the line, or what a program wrote that took the line for the
+    // end.
     for (std::size_t from = present[0] == dbfEndMark ? 1 : 0; from < present.size();) {
         const std::size_t room = tornAnywhere ? 1 : journalSector - (offset + from) % journalSector;
         const auto piece = present.subspan(from, std::min(room, present.size() - from));
@@ -141,19 +145,22 @@ bool madeOf(std::span<const std::uint8_t> present, std::uint64_t offset,
 
 } // namespace
 
-/// Whether one of the lines behind `number` is this one already: of a replay that was cut.
-Result<bool> TableImpl::standsBehind(RecordNumber number, RecordNumber last,
-                                     std::span<const std::uint8_t> line) const
+/// Which of the lines behind `number` is this one already, of a replay that was cut; 0 when none is.
+/// @param others  lines that have been found so for another one.
+Result<RecordNumber> TableImpl::standsBehind(RecordNumber number, RecordNumber last,
+                                             std::span<const std::uint8_t> line,
+                                             const std::set<RecordNumber> &others) const
 {
     std::vector<std::uint8_t> present(header.recordLength);
     while (number < last) {
         const auto got = m_dbf.readAt(recordOffset(++number), present);
         if (!got.ok())
             return got.status();
-        if (got.value() == line.size() && std::equal(line.begin(), line.end(), present.begin()))
-            return true;
+        if (got.value() == line.size() && std::equal(line.begin(), line.end(), present.begin()) &&
+            !others.contains(number))
+            return number;
     }
-    return false;
+    return RecordNumber{0};
 }
 
 /// Does commits again, oldest first: afterwards every record they name holds the last of its versions.
@@ -183,21 +190,28 @@ Status TableImpl::replay(std::span<const Commit> commits)
         return inHeader.status();
     const RecordNumber announced = inHeader.value();
     std::vector<std::vector<std::uint8_t>> homeless;
+    std::set<RecordNumber> housed;
     for (const auto &[number, history] : histories) {
         std::vector<std::uint8_t> present(header.recordLength, 0);
         const auto got = m_dbf.readAt(recordOffset(number), present);
         if (!got.ok())
             return got.status();
         const bool whole = number <= announced && got.value() == present.size();
-        if (whole && !madeOf(present, recordOffset(number), history.versions, history.unfinished)) {
+        // Where no line of anybody was on disk for sure, what looks like none is what the disk held before.
+        const bool isRubbish =
+            history.isNew && number > m_state.tableRecords && !looksLikeRecord(present, header);
+        if (whole && !isRubbish &&
+            !madeOf(present, recordOffset(number), history.versions, history.unfinished)) {
             // Another program has changed the line since, or has taken the number for a line of its own.
             if (!history.unfinished || !history.isNew)
                 continue;
-            const auto stands = standsBehind(number, announced, history.versions.back());
+            const auto stands = standsBehind(number, announced, history.versions.back(), housed);
             if (!stands.ok())
                 return stands.status();
-            if (!stands.value())
+            if (stands.value() == 0)
                 homeless.push_back(history.versions.back());
+            else
+                housed.insert(stands.value());
             continue;
         }
         if (const Status status = m_dbf.writeAt(recordOffset(number), history.versions.back()); !status.ok())

@@ -32,12 +32,6 @@ Status TableImpl::openIndex()
         return {};
     }
     m_mdx = std::move(opened).value();
-    return loadIndex();
-}
-
-/// Takes in the head of the index file and its orders.
-Status TableImpl::loadIndex()
-{
     auto lock = waitForLock(m_mdx->file(), headerLockOffset, 1, File::LockKind::shared, options.lockTimeout,
                             "otro puesto está escribiendo en el índice");
     if (!lock.ok())
@@ -96,14 +90,16 @@ void TableImpl::retireIndexes()
 }
 
 /// For a table that takes no changes, and so cannot repair: others may have made the index anew, with its
-/// blocks in other places. One that is wrong all the same is not asked any more.
+/// blocks in other places. What cannot be taken in now stays as it is known, until the next question.
 void TableImpl::reloadIndexForReading()
 {
-    m_indexSuspect = false;
-    if (loadIndex().ok() && m_mdx && soundForReading())
+    auto lock = waitForLock(m_mdx->file(), headerLockOffset, 1, File::LockKind::shared, options.lockTimeout,
+                            "otro puesto está escribiendo en el índice");
+    if (!lock.ok())
         return;
-    if (m_mdx)
-        goOnWithoutIndexFile();
+    m_mdxLock = std::move(lock).value(); // a member, so that it never outlives the file
+    m_indexSuspect = !m_mdx->load().ok() || !readTags().ok();
+    m_mdxLock.release();
 }
 
 /// The table goes on without its index file.
