@@ -175,7 +175,7 @@ TEST_F(CutFiles, ATableCutOffIsRefusedAndNotWrittenTo)
 
 TEST_F(CutFiles, AJournalCutOffIsToldUntilTheTableIsOpenedAgain)
 {
-    for (const std::uintmax_t size : {0, 50}) {
+    for (const std::uintmax_t size : {std::uintmax_t{0}, std::uintmax_t{50}}) {
         std::filesystem::resize_file(jnl, size);
         for (const Reading how : {Reading::seek, Reading::range, Reading::change, Reading::refresh}) {
             const Status status = ask(*table, how, someKey, line(0), linesToCut);
