@@ -17,9 +17,9 @@ namespace dbase
 
 Status failureOfCall(const std::string &what, const std::string &name)
 {
+    constexpr DWORD diskQuotaExceeded = 1295; // not every header names it
     const DWORD code = GetLastError();
-    const bool full =
-        code == ERROR_DISK_FULL || code == ERROR_HANDLE_DISK_FULL || code == ERROR_DISK_QUOTA_EXCEEDED;
+    const bool full = code == ERROR_DISK_FULL || code == ERROR_HANDLE_DISK_FULL || code == diskQuotaExceeded;
     return {full ? ErrorKind::full : ErrorKind::inputOutput,
             full ? std::string("no queda sitio en el disco") : what + " (error " + std::to_string(code) + ")",
             name};

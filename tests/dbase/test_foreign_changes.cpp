@@ -74,7 +74,10 @@ TEST_F(ForeignChanges, AnotherFileInTheTablesPlaceIsTold)
         auto table = open(folder);
         const auto file = folder.path() / name;
         std::filesystem::copy_file(file, folder.path() / "otro");
-        std::filesystem::rename(folder.path() / "otro", file);
+        std::error_code error;
+        std::filesystem::rename(folder.path() / "otro", file, error);
+        if (error)
+            GTEST_SKIP() << "an open file keeps its place here";
         EXPECT_EQ(table->refresh().status().kind(), ErrorKind::inputOutput);
     }
 }
