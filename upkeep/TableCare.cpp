@@ -22,7 +22,7 @@ using dbase::Status;
 using dbase::Table;
 
 /// Often enough for who looks on, and no burden for the work.
-constexpr std::size_t bytesPerStep = 1024 * 1024;
+constexpr std::size_t bytesPerStep = std::size_t{1024} * 1024;
 constexpr std::size_t linesPerStep = 1000;
 
 bool hasField(const Table &table, std::string_view name, FieldType type)
