@@ -178,12 +178,12 @@ class TwoWorkstations
 public:
     explicit TwoWorkstations(bool secondIsDurable)
     {
-        constexpr auto patience = std::chrono::seconds(1);
+        constexpr auto enoughPatience = std::chrono::seconds(1);
         EXPECT_TRUE(AgendaTable::create(m_folder.path()).ok());
         m_start = readImage(m_folder.path());
         filecalls::watch(m_folder.path());
-        EXPECT_TRUE(promised.open(m_folder.path(), patience, true).ok());
-        EXPECT_TRUE(second.open(m_folder.path(), patience, secondIsDurable).ok());
+        EXPECT_TRUE(promised.open(m_folder.path(), enoughPatience, true).ok());
+        EXPECT_TRUE(second.open(m_folder.path(), enoughPatience, secondIsDurable).ok());
     }
     ~TwoWorkstations() { filecalls::unwatch(); }
     TwoWorkstations(const TwoWorkstations &) = delete;
