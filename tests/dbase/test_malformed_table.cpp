@@ -238,12 +238,12 @@ TEST(Bounds, AreMissedByWhoTakesTooMuchMemory)
     EXPECT_NONFATAL_FAILURE(
         {
             const WithinBounds bounds;
-            const std::string much(WithinBounds::mostMemory + 1024 * 1024, 'x');
+            const std::string much(WithinBounds::mostMemory + std::size_t{1024} * 1024, 'x');
             EXPECT_EQ(much.back(), 'x');
         },
         "mostMemory");
     const WithinBounds bounds; // what was before does not count
-    const std::string little(1024 * 1024, 'x');
+    const std::string little(std::size_t{1024} * 1024, 'x');
     EXPECT_EQ(little.back(), 'x');
 }
 
