@@ -161,7 +161,6 @@ Status TableImpl::checkPlace()
     const auto now = std::chrono::steady_clock::now();
     if (m_presence.held() && now - m_placeSeen < pause)
         return {};
-    m_placeSeen = now;
     auto displaced = isDisplaced();
     if (displaced.ok() && !displaced.value() && m_presence.held()) {
         const auto journal = File::open(sibling(".JNL"), File::Mode::readOnly);
@@ -169,10 +168,11 @@ Status TableImpl::checkPlace()
         const bool gone = same.status().kind() == ErrorKind::notFound;
         displaced = (same.ok() && !same.value() && !m_remote) || gone;
     }
-    return displaced.ok() && displaced.value()
-               ? failure(ErrorKind::inputOutput,
-                         "la tabla se ha cambiado por otra; ciérrela y vuelva a abrirla")
-               : Status();
+    if (displaced.ok() && displaced.value()) // not noted: every further look finds it as well
+        return failure(ErrorKind::inputOutput,
+                       "la tabla se ha cambiado por otra; ciérrela y vuelva a abrirla");
+    m_placeSeen = now;
+    return {};
 }
 
 /// A line that another program has changed since our last commit could be taken for one that the commit had

@@ -79,6 +79,7 @@ TEST_F(ForeignChanges, AnotherFileInTheTablesPlaceIsTold)
         if (error)
             GTEST_SKIP() << "an open file keeps its place here";
         EXPECT_EQ(table->refresh().status().kind(), ErrorKind::inputOutput);
+        EXPECT_EQ(table->append(line(*table, 5, "para nadie")).status().kind(), ErrorKind::inputOutput);
     }
 }
 
