@@ -23,4 +23,31 @@ bool File::isOpen() const
     return m_native && m_native->isOpen();
 }
 
+bool File::isInDoubt() const
+{
+    return m_native && m_native->isInDoubt;
+}
+
+bool File::isRemote() const
+{
+    return m_native->isRemote;
+}
+
+Result<bool> File::isSameAs(const File &other) const
+{
+    const auto own = look();
+    const auto theirs = other.look();
+    if (!own.ok() || !theirs.ok())
+        return own.ok() ? theirs.status() : own.status();
+    return own.value().identity == theirs.value().identity;
+}
+
+Status File::failed(const char *what) const
+{
+    Status status = failureOfCall(what, m_native->name);
+    if (status.kind() != ErrorKind::full)
+        m_native->isInDoubt = true;
+    return status;
+}
+
 } // namespace dbase

@@ -6,6 +6,7 @@
 #include "dbase/Export.h"
 #include "dbase/Status.h"
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -30,7 +31,25 @@ struct FileStamp {
     friend bool operator==(const FileStamp &, const FileStamp &) = default;
 };
 
-/// One open file. Reads and writes name their place; nothing is buffered.
+/// Which file it is, whatever its name. Not every share gives a file the same number each time.
+struct FileIdentity {
+    std::uint64_t device = 0;
+    std::uint64_t number = 0;
+    friend bool operator==(const FileIdentity &, const FileIdentity &) = default;
+};
+
+/// What one question about a file answers.
+struct FileLook {
+    FileStamp stamp;
+    FileIdentity identity;
+};
+
+/// Time that goes on while the machine sleeps: others do not wait for it.
+DBASE_EXPORT std::chrono::nanoseconds timeWithSleep();
+
+/// One open file. Reads and writes name their place; nothing is buffered, and where the file lies on another
+/// machine the system's own memory is passed by where it lets one: what others have written is read, and what
+/// is written is there for them when the call returns.
 class DBASE_EXPORT File
 {
 public:
@@ -49,14 +68,19 @@ public:
     ~File();
 
     /// @return notFound, readOnly (no right to write), invalidArgument (createNew on an existing file),
-    /// inputOutput, unsupported (writeThrough where the
-    /// system has no such thing: write and sync() instead).
+    /// inputOutput, unsupported (writeThrough where the system has no such thing, and on a share, whose locks
+    /// would not stand for a second handle: write and sync() instead).
     static Result<File> open(const std::filesystem::path &path, Mode mode);
 
     [[nodiscard]] bool isOpen() const;
     /// Closes it, which gives back its locks. Every call on it fails from then on; unlock() does nothing.
     void close() noexcept;
-    [[nodiscard]] Result<FileStamp> stamp() const;
+    /// Whether a call has failed that may have left something behind: a lock that could not be given back, a
+    /// connection that is gone. Closing the file and opening it anew is what helps.
+    [[nodiscard]] bool isInDoubt() const;
+    [[nodiscard]] Result<FileLook> look() const;
+    /// The same for a file that need not be open. @return notFound, inputOutput.
+    [[nodiscard]] static Result<FileLook> look(const std::filesystem::path &path);
     /// Bytes in the file. Cheaper than its stamp, also for those who write: systems give a file whose time
     /// has been asked a finer one at its next write, and have to put that on disk with the next flush.
     [[nodiscard]] Result<std::uint64_t> size() const;
@@ -80,11 +104,10 @@ public:
     [[nodiscard]] bool isRemote() const;
 
     enum class LockKind { shared, exclusive };
-    /// Takes a byte range without waiting. @return false when somebody else has it.
+    /// Takes a byte range without waiting. Never a range that this file holds already: some systems would put
+    /// the second lock on top of the first, others in its place. @return false when somebody else has it.
     Result<bool> tryLock(std::uint64_t offset, std::uint64_t length, LockKind kind);
-    /// Turns a lock that is held into one of the other kind, in one step where the system can. @return false,
-    /// with the old one perhaps lost, when somebody else is in the way.
-    Result<bool> convertLock(std::uint64_t offset, std::uint64_t length, LockKind kind);
+    /// Gives it back, with the offset and length that it was taken with. A failure leaves the file in doubt.
     void unlock(std::uint64_t offset, std::uint64_t length) noexcept;
     /// Whether somebody else holds a lock on a byte range; takes none.
     Result<bool> isLockedElsewhere(std::uint64_t offset, std::uint64_t length);
@@ -92,6 +115,8 @@ public:
 private:
     friend class Mapping;
     struct Native;
+    /// What a call of the system has met, with the file in doubt where that may not be all.
+    [[nodiscard]] Status failed(const char *what) const;
     explicit File(std::unique_ptr<Native> native);
     std::unique_ptr<Native> m_native;
 };

@@ -14,6 +14,8 @@ struct File::Native {
     int descriptor = -1;
 #endif
     [[nodiscard]] bool isOpen() const;
+    bool isRemote = false;
+    bool isInDoubt = false;
     std::string name; ///< for messages
 
     Native() = default;

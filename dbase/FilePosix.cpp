@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 #include <fcntl.h>
 #include <sys/stat.h>
 #if defined(__linux__)
@@ -49,194 +50,28 @@ struct flock rangeOf(std::uint64_t offset, std::uint64_t length, short type)
 
 constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
 
-} // namespace
-
-File::Native::~Native()
+FileLook lookOf(const struct stat &info)
 {
-    if (descriptor >= 0)
-        ::close(descriptor);
+    return {{static_cast<std::uint64_t>(info.st_size),
+             std::int64_t{info.st_mtim.tv_sec} * nanosecondsPerSecond + info.st_mtim.tv_nsec},
+            {static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino)}};
 }
 
-bool File::Native::isOpen() const
+int openAs(const std::filesystem::path &path, int flags)
 {
-    return descriptor >= 0;
-}
-
-void File::close() noexcept
-{
-    // Without a descriptor the system refuses every call.
-    if (const int open = m_native ? std::exchange(m_native->descriptor, -1) : -1; open >= 0)
-        ::close(open);
-}
-
-Result<File> File::open(const std::filesystem::path &path, Mode mode)
-{
-    auto native = std::make_unique<Native>();
-    native->name = displayName(path);
-    int flags = O_CLOEXEC | (mode == Mode::readOnly ? O_RDONLY : O_RDWR);
-    if (mode == Mode::createNew)
-        flags |= O_CREAT | O_EXCL;
-    if (mode == Mode::writeThrough) {
-#if defined(__linux__)
-        flags |= O_DSYNC;
-#else
-        return Status(ErrorKind::unsupported, "el sistema no escribe a través de su memoria", native->name);
-#endif
-    }
+    int descriptor = -1;
     do {
-        native->descriptor = ::open(path.c_str(), flags, 0666); // the folder's umask decides
-    } while (native->descriptor < 0 && errno == EINTR);
-    if (native->descriptor >= 0)
-        return File(std::move(native));
-    switch (errno) {
-    case ENOENT:
-    case ENOTDIR:
-        return Status(ErrorKind::notFound, "el fichero no existe", native->name);
-    case EACCES:
-    case EPERM:
-    case EROFS:
-        return Status(ErrorKind::readOnly, "no hay permiso para abrir el fichero", native->name);
-    case EEXIST:
-        return Status(ErrorKind::invalidArgument, "el fichero ya existe", native->name);
-    default:
-        return failureOfCall("no se puede abrir el fichero", native->name);
-    }
+        descriptor = ::open(path.c_str(), flags | O_CLOEXEC, 0666); // the folder's umask decides
+    } while (descriptor < 0 && errno == EINTR);
+    return descriptor;
 }
 
-Result<FileStamp> File::stamp() const
-{
-    struct stat info = {};
-    if (::fstat(m_native->descriptor, &info) != 0)
-        return failureOfCall("no se puede consultar el fichero", m_native->name);
-    return FileStamp{static_cast<std::uint64_t>(info.st_size),
-                     std::int64_t{info.st_mtim.tv_sec} * nanosecondsPerSecond + info.st_mtim.tv_nsec};
-}
-
-Result<std::uint64_t> File::size() const
-{
-    const off_t end = ::lseek(m_native->descriptor, 0, SEEK_END); // reads and writes name their own place
-    if (end < 0)
-        return failureOfCall("no se puede consultar el fichero", m_native->name);
-    return static_cast<std::uint64_t>(end);
-}
-
-Result<bool> File::isSameAs(const File &other) const
-{
-    struct stat own = {};
-    struct stat theirs = {};
-    if (::fstat(m_native->descriptor, &own) != 0 || ::fstat(other.m_native->descriptor, &theirs) != 0)
-        return failureOfCall("no se puede consultar el fichero", m_native->name);
-    return own.st_dev == theirs.st_dev && own.st_ino == theirs.st_ino;
-}
-
-Result<std::size_t> File::readAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const
-{
-    std::size_t done = 0;
-    while (done < buffer.size()) {
-        const ssize_t count = ::pread(m_native->descriptor, buffer.data() + done, buffer.size() - done,
-                                      static_cast<off_t>(offset + done));
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            return failureOfCall("no se puede leer el fichero", m_native->name);
-        if (count == 0)
-            break;
-        done += static_cast<std::size_t>(count);
-    }
-    return done;
-}
-
-Status File::writeAt(std::uint64_t offset, std::span<const std::uint8_t> bytes)
-{
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t count = ::pwrite(m_native->descriptor, bytes.data() + done, bytes.size() - done,
-                                       static_cast<off_t>(offset + done));
-        if (count < 0 && errno == EINTR)
-            continue; // also when the disk was to be reached: the bytes are given to it anew
-        if (count < 0)
-            return failureOfCall("no se puede escribir en el fichero", m_native->name);
-        done += static_cast<std::size_t>(count);
-    }
-    return {};
-}
-
-Status File::truncate(std::uint64_t size)
-{
-    while (::ftruncate(m_native->descriptor, static_cast<off_t>(size)) != 0) {
-        if (errno != EINTR)
-            return failureOfCall("no se puede cambiar el tamaño del fichero", m_native->name);
-    }
-    return {};
-}
-
-Status File::sync()
-{
-#if defined(__APPLE__)
-    const int outcome = ::fcntl(m_native->descriptor, F_FULLFSYNC);
-#else
-    const int outcome = ::fdatasync(m_native->descriptor);
-#endif
-    // Not repeated on any error: what a failed flush covered may have been dropped from the cache.
-    if (outcome != 0)
-        return failureOfCall("el disco no ha confirmado la escritura", m_native->name);
-    return {};
-}
-
-Result<bool> File::tryLock(std::uint64_t offset, std::uint64_t length, LockKind kind)
-{
-    struct flock range = rangeOf(offset, length, kind == LockKind::exclusive ? F_WRLCK : F_RDLCK);
-    while (::fcntl(m_native->descriptor, setLockCommand, &range) != 0) {
-        if (errno == EINTR)
-            continue;
-        if (errno == EAGAIN || errno == EACCES)
-            return false;
-        return failureOfCall("no se puede bloquear el fichero", m_native->name);
-    }
-    return true;
-}
-
-Result<bool> File::convertLock(std::uint64_t offset, std::uint64_t length, LockKind kind)
-{
-    return tryLock(offset, length, kind);
-}
-
-void File::unlock(std::uint64_t offset, std::uint64_t length) noexcept
-{
-    struct flock range = rangeOf(offset, length, F_UNLCK);
-    while (::fcntl(m_native->descriptor, setLockCommand, &range) != 0 && errno == EINTR) {
-    }
-}
-
-Result<bool> File::isLockedElsewhere(std::uint64_t offset, std::uint64_t length)
-{
-    struct flock range = rangeOf(offset, length, F_WRLCK);
-    while (::fcntl(m_native->descriptor, askLockCommand, &range) != 0) {
-        if (errno != EINTR)
-            return failureOfCall("no se puede consultar el bloqueo", m_native->name);
-    }
-    return range.l_type != F_UNLCK;
-}
-
-Status File::reserve(std::uint64_t offset, std::uint64_t bytes)
-{
-#if defined(__linux__)
-    const auto from = static_cast<off_t>(offset);
-    while (::fallocate(m_native->descriptor, FALLOC_FL_KEEP_SIZE, from, static_cast<off_t>(bytes)) != 0) {
-        if (errno == ENOSPC || errno == EDQUOT || errno == EFBIG)
-            return failureOfCall("no queda sitio", m_native->name);
-        if (errno != EINTR)
-            break;
-    }
-#endif
-    return {};
-}
-
-bool File::isRemote() const
+/// Whether a file lies on another machine, as far as the system says.
+bool liesElsewhere(int descriptor)
 {
 #if defined(__linux__)
     struct statfs info = {};
-    if (::fstatfs(m_native->descriptor, &info) != 0)
+    if (::fstatfs(descriptor, &info) != 0)
         return true; // the careful answer
     // Those that are known to keep one memory of a file for all who have it open; all others might be a
     // share.
@@ -262,6 +97,220 @@ bool File::isRemote() const
 #else
     return true;
 #endif
+}
+
+/// The same file, past the memory that this machine keeps of it: there what others have written since may be
+/// missing for as long as the file is open here, whatever the mount's options say.
+void passMemoryBy([[maybe_unused]] const std::filesystem::path &path, [[maybe_unused]] int flags,
+                  [[maybe_unused]] int &descriptor)
+{
+#if defined(O_DIRECT)
+    const int direct = openAs(path, (flags & ~(O_CREAT | O_EXCL)) | O_DIRECT);
+    if (direct < 0)
+        return; // a file system that has no such thing
+    ::close(descriptor);
+    descriptor = direct;
+#endif
+}
+
+} // namespace
+
+std::chrono::nanoseconds timeWithSleep()
+{
+#if defined(CLOCK_BOOTTIME)
+    constexpr clockid_t clock = CLOCK_BOOTTIME;
+#else
+    constexpr clockid_t clock = CLOCK_MONOTONIC;
+#endif
+    struct timespec now = {};
+    ::clock_gettime(clock, &now);
+    return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
+}
+
+File::Native::~Native()
+{
+    if (descriptor >= 0)
+        ::close(descriptor);
+}
+
+bool File::Native::isOpen() const
+{
+    return descriptor >= 0;
+}
+
+void File::close() noexcept
+{
+    // Without a descriptor the system refuses every call.
+    if (const int open = m_native ? std::exchange(m_native->descriptor, -1) : -1; open >= 0)
+        ::close(open);
+}
+
+Result<File> File::open(const std::filesystem::path &path, Mode mode)
+{
+    auto native = std::make_unique<Native>();
+    native->name = displayName(path);
+    int flags = mode == Mode::readOnly ? O_RDONLY : O_RDWR;
+    if (mode == Mode::createNew)
+        flags |= O_CREAT | O_EXCL;
+    if (mode == Mode::writeThrough) {
+#if defined(__linux__)
+        flags |= O_DSYNC;
+#else
+        return Status(ErrorKind::unsupported, "el sistema no escribe a través de su memoria", native->name);
+#endif
+    }
+    native->descriptor = openAs(path, flags);
+    if (native->descriptor >= 0) {
+        native->isRemote = liesElsewhere(native->descriptor);
+        if (native->isRemote && mode == Mode::writeThrough)
+            return Status(ErrorKind::unsupported, "el fichero está en otra máquina", native->name);
+        if (native->isRemote)
+            passMemoryBy(path, flags, native->descriptor);
+        return File(std::move(native));
+    }
+    switch (errno) {
+    case ENOENT:
+    case ENOTDIR:
+        return Status(ErrorKind::notFound, "el fichero no existe", native->name);
+    case EACCES:
+    case EPERM:
+    case EROFS:
+        return Status(ErrorKind::readOnly, "no hay permiso para abrir el fichero", native->name);
+    case EEXIST:
+        return Status(ErrorKind::invalidArgument, "el fichero ya existe", native->name);
+    default:
+        return failureOfCall("no se puede abrir el fichero", native->name);
+    }
+}
+
+Result<FileLook> File::look() const
+{
+    struct stat info = {};
+    if (::fstat(m_native->descriptor, &info) != 0)
+        return failed("no se puede consultar el fichero");
+    return lookOf(info);
+}
+
+Result<FileLook> File::look(const std::filesystem::path &path)
+{
+    struct stat info = {};
+    if (::stat(path.c_str(), &info) == 0)
+        return lookOf(info);
+    if (errno == ENOENT || errno == ENOTDIR)
+        return Status(ErrorKind::notFound, "el fichero no existe", displayName(path));
+    return failureOfCall("no se puede consultar el fichero", displayName(path));
+}
+
+Result<std::uint64_t> File::size() const
+{
+    const off_t end = ::lseek(m_native->descriptor, 0, SEEK_END); // reads and writes name their own place
+    if (end < 0)
+        return failed("no se puede consultar el fichero");
+    return static_cast<std::uint64_t>(end);
+}
+
+Result<std::size_t> File::readAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const
+{
+    std::size_t done = 0;
+    while (done < buffer.size()) {
+        const ssize_t count = ::pread(m_native->descriptor, buffer.data() + done, buffer.size() - done,
+                                      static_cast<off_t>(offset + done));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return failed("no se puede leer el fichero");
+        if (count == 0)
+            break;
+        done += static_cast<std::size_t>(count);
+    }
+    return done;
+}
+
+Status File::writeAt(std::uint64_t offset, std::span<const std::uint8_t> bytes)
+{
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t count = ::pwrite(m_native->descriptor, bytes.data() + done, bytes.size() - done,
+                                       static_cast<off_t>(offset + done));
+        if (count < 0 && errno == EINTR)
+            continue; // also when the disk was to be reached: the bytes are given to it anew
+        if (count < 0)
+            return failed("no se puede escribir en el fichero");
+        done += static_cast<std::size_t>(count);
+    }
+    return {};
+}
+
+Status File::truncate(std::uint64_t size)
+{
+    while (::ftruncate(m_native->descriptor, static_cast<off_t>(size)) != 0) {
+        if (errno != EINTR)
+            return failed("no se puede cambiar el tamaño del fichero");
+    }
+    return {};
+}
+
+Status File::sync()
+{
+#if defined(__APPLE__)
+    const int outcome = ::fcntl(m_native->descriptor, F_FULLFSYNC);
+#else
+    const int outcome = ::fdatasync(m_native->descriptor);
+#endif
+    // Not repeated on any error: what a failed flush covered may have been dropped from the cache.
+    if (outcome != 0)
+        return failed("el disco no ha confirmado la escritura");
+    return {};
+}
+
+Result<bool> File::tryLock(std::uint64_t offset, std::uint64_t length, LockKind kind)
+{
+    struct flock range = rangeOf(offset, length, kind == LockKind::exclusive ? F_WRLCK : F_RDLCK);
+    while (::fcntl(m_native->descriptor, setLockCommand, &range) != 0) {
+        if (errno == EINTR)
+            continue;
+        if (errno == EAGAIN || errno == EACCES)
+            return false;
+        return failed("no se puede bloquear el fichero");
+    }
+    return true;
+}
+
+void File::unlock(std::uint64_t offset, std::uint64_t length) noexcept
+{
+    if (!m_native->isOpen())
+        return;
+    struct flock range = rangeOf(offset, length, F_UNLCK);
+    while (::fcntl(m_native->descriptor, setLockCommand, &range) != 0) {
+        if (errno != EINTR) {
+            m_native->isInDoubt = true; // it may be held still, by nobody who knows
+            return;
+        }
+    }
+}
+
+Result<bool> File::isLockedElsewhere(std::uint64_t offset, std::uint64_t length)
+{
+    struct flock range = rangeOf(offset, length, F_WRLCK);
+    while (::fcntl(m_native->descriptor, askLockCommand, &range) != 0) {
+        if (errno != EINTR)
+            return failed("no se puede consultar el bloqueo");
+    }
+    return range.l_type != F_UNLCK;
+}
+
+Status File::reserve(std::uint64_t offset, std::uint64_t bytes)
+{
+#if defined(__linux__)
+    const auto from = static_cast<off_t>(offset);
+    while (::fallocate(m_native->descriptor, FALLOC_FL_KEEP_SIZE, from, static_cast<off_t>(bytes)) != 0) {
+        if (errno == ENOSPC || errno == EDQUOT || errno == EFBIG)
+            return failed("no queda sitio");
+        if (errno != EINTR)
+            break;
+    }
+#endif
+    return {};
 }
 
 Status syncFolder(const std::filesystem::path &folder)

@@ -36,7 +36,31 @@ OVERLAPPED placeOf(std::uint64_t offset)
     return place;
 }
 
+std::uint64_t joined(DWORD high, DWORD low)
+{
+    return std::uint64_t{high} << 32U | low;
+}
+
+FileLook lookOf(const BY_HANDLE_FILE_INFORMATION &info)
+{
+    return {{joined(info.nFileSizeHigh, info.nFileSizeLow),
+             static_cast<std::int64_t>(
+                 joined(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime) * 100)},
+            {info.dwVolumeSerialNumber, joined(info.nFileIndexHigh, info.nFileIndexLow)}};
+}
+
+bool liesElsewhere(HANDLE handle)
+{
+    FILE_REMOTE_PROTOCOL_INFO info{};
+    return GetFileInformationByHandleEx(handle, FileRemoteProtocolInfo, &info, sizeof info) != 0;
+}
+
 } // namespace
+
+std::chrono::nanoseconds timeWithSleep()
+{
+    return std::chrono::milliseconds(GetTickCount64());
+}
 
 File::Native::~Native()
 {
@@ -66,8 +90,10 @@ Result<File> File::open(const std::filesystem::path &path, Mode mode)
     native->handle =
         CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                     mode == Mode::createNew ? CREATE_NEW : OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (native->handle != INVALID_HANDLE_VALUE)
+    if (native->handle != INVALID_HANDLE_VALUE) {
+        native->isRemote = liesElsewhere(native->handle);
         return File(std::move(native));
+    }
     switch (GetLastError()) {
     case ERROR_FILE_NOT_FOUND:
     case ERROR_PATH_NOT_FOUND:
@@ -82,35 +108,26 @@ Result<File> File::open(const std::filesystem::path &path, Mode mode)
     }
 }
 
-Result<FileStamp> File::stamp() const
+Result<FileLook> File::look() const
 {
     BY_HANDLE_FILE_INFORMATION info{};
     if (!GetFileInformationByHandle(m_native->handle, &info))
-        return failureOfCall("no se puede consultar el fichero", m_native->name);
-    const auto joined = [](DWORD high, DWORD low) { return std::uint64_t{high} << 32U | low; };
-    return FileStamp{
-        joined(info.nFileSizeHigh, info.nFileSizeLow),
-        static_cast<std::int64_t>(
-            joined(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime) * 100)};
+        return failed("no se puede consultar el fichero");
+    return lookOf(info);
+}
+
+Result<FileLook> File::look(const std::filesystem::path &path)
+{
+    const auto file = open(path, Mode::readOnly);
+    return file.ok() ? file.value().look() : file.status();
 }
 
 Result<std::uint64_t> File::size() const
 {
     LARGE_INTEGER end{};
     if (!GetFileSizeEx(m_native->handle, &end))
-        return failureOfCall("no se puede consultar el fichero", m_native->name);
+        return failed("no se puede consultar el fichero");
     return static_cast<std::uint64_t>(end.QuadPart);
-}
-
-Result<bool> File::isSameAs(const File &other) const
-{
-    BY_HANDLE_FILE_INFORMATION own{};
-    BY_HANDLE_FILE_INFORMATION theirs{};
-    if (!GetFileInformationByHandle(m_native->handle, &own) ||
-        !GetFileInformationByHandle(other.m_native->handle, &theirs))
-        return failureOfCall("no se puede consultar el fichero", m_native->name);
-    return own.dwVolumeSerialNumber == theirs.dwVolumeSerialNumber &&
-           own.nFileIndexHigh == theirs.nFileIndexHigh && own.nFileIndexLow == theirs.nFileIndexLow;
 }
 
 Result<std::size_t> File::readAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const
@@ -123,7 +140,7 @@ Result<std::size_t> File::readAt(std::uint64_t offset, std::span<std::uint8_t> b
         if (!ReadFile(m_native->handle, buffer.data() + done, wanted, &count, &place)) {
             if (GetLastError() == ERROR_HANDLE_EOF)
                 break;
-            return failureOfCall("no se puede leer el fichero", m_native->name);
+            return failed("no se puede leer el fichero");
         }
         if (count == 0)
             break;
@@ -140,7 +157,7 @@ Status File::writeAt(std::uint64_t offset, std::span<const std::uint8_t> bytes)
         DWORD count = 0;
         const auto wanted = static_cast<DWORD>(std::min<std::size_t>(bytes.size() - done, 1U << 30U));
         if (!WriteFile(m_native->handle, bytes.data() + done, wanted, &count, &place))
-            return failureOfCall("no se puede escribir en el fichero", m_native->name);
+            return failed("no se puede escribir en el fichero");
         done += count;
     }
     return {};
@@ -151,14 +168,14 @@ Status File::truncate(std::uint64_t size)
     LARGE_INTEGER place{};
     place.QuadPart = static_cast<LONGLONG>(size);
     if (!SetFilePointerEx(m_native->handle, place, nullptr, FILE_BEGIN) || !SetEndOfFile(m_native->handle))
-        return failureOfCall("no se puede cambiar el tamaño del fichero", m_native->name);
+        return failed("no se puede cambiar el tamaño del fichero");
     return {};
 }
 
 Status File::sync()
 {
     if (!FlushFileBuffers(m_native->handle))
-        return failureOfCall("el disco no ha confirmado la escritura", m_native->name);
+        return failed("el disco no ha confirmado la escritura");
     return {};
 }
 
@@ -172,19 +189,17 @@ Result<bool> File::tryLock(std::uint64_t offset, std::uint64_t length, LockKind 
         return true;
     if (GetLastError() == ERROR_LOCK_VIOLATION || GetLastError() == ERROR_IO_PENDING)
         return false;
-    return failureOfCall("no se puede bloquear el fichero", m_native->name);
-}
-
-Result<bool> File::convertLock(std::uint64_t offset, std::uint64_t length, LockKind kind)
-{
-    unlock(offset, length);
-    return tryLock(offset, length, kind);
+    return failed("no se puede bloquear el fichero");
 }
 
 void File::unlock(std::uint64_t offset, std::uint64_t length) noexcept
 {
+    if (!m_native->isOpen())
+        return;
     OVERLAPPED place = placeOf(offset);
-    UnlockFileEx(m_native->handle, 0, static_cast<DWORD>(length), static_cast<DWORD>(length >> 32U), &place);
+    if (!UnlockFileEx(m_native->handle, 0, static_cast<DWORD>(length), static_cast<DWORD>(length >> 32U),
+                      &place))
+        m_native->isInDoubt = true; // it may be held still, by nobody who knows
 }
 
 Result<bool> File::isLockedElsewhere(std::uint64_t offset, std::uint64_t length)
@@ -212,12 +227,6 @@ Status File::reserve(std::uint64_t offset, std::uint64_t bytes)
         return {};
     const Status status = failureOfCall("no queda sitio", m_native->name);
     return status.kind() == ErrorKind::full ? status : Status();
-}
-
-bool File::isRemote() const
-{
-    FILE_REMOTE_PROTOCOL_INFO info{};
-    return GetFileInformationByHandleEx(m_native->handle, FileRemoteProtocolInfo, &info, sizeof info) != 0;
 }
 
 // Not mapped: a mapped file cannot be shortened here, not even by the program that packs it.

@@ -14,6 +14,11 @@ namespace
 constexpr std::size_t mostSpare = 16;           ///< blocks
 constexpr std::uint64_t mostBytes = 0x7FFFFFFF; ///< other programs count them in 31 bits
 constexpr std::uint64_t mappingSlack = std::uint64_t{4} * 1024 * 1024;
+/// What is read at a time where each reading is a way to another machine and back: a multiple of a block.
+constexpr PageNumber pagesAtOnce = 64;
+constexpr std::size_t mostKept = 8192; ///< blocks
+/// Blocks that have not changed go along when that makes one write of two.
+constexpr PageNumber widestGap = 32; ///< pages
 
 std::uint64_t offsetOf(PageNumber page)
 {
@@ -193,14 +198,36 @@ const std::uint8_t *MdxFile::block(PageNumber page) const
         const auto size = m_file.size();
         return size.ok() && size.value() >= offsetOf(page + 2) ? mapped : nullptr;
     }
-    const auto [found, added] = m_read.try_emplace(page);
-    if (!added)
-        return found->second.data();
-    const auto got = m_file.readAt(offsetOf(page), found->second);
-    if (got.ok() && got.value() == mdxBlockSize)
-        return found->second.data();
-    m_read.erase(found);
-    return nullptr;
+    auto found = m_read.find(page);
+    if (found == m_read.end() && !m_onlyKept && readAround(page) > 0)
+        found = m_read.find(page);
+    m_missedOne = m_missedOne || (m_onlyKept && found == m_read.end());
+    return found == m_read.end() ? nullptr : found->second.data();
+}
+
+/// Reads a block with its neighbours, which are mostly asked for next. @return blocks read; those that are
+/// kept already stay, since callers hold on to them.
+std::size_t MdxFile::readAround(PageNumber page) const
+{
+    const PageNumber first = page - page % pagesAtOnce;
+    const PageNumber end = std::min(first + pagesAtOnce, m_pagesInFile);
+    std::vector<std::uint8_t> bytes(offsetOf(end - first));
+    const auto got = m_file.readAt(offsetOf(first), bytes);
+    const std::size_t blocks = got.ok() ? got.value() / mdxBlockSize : 0;
+    for (std::size_t i = 0; i < blocks; ++i) {
+        const auto [place, isNew] = m_read.try_emplace(first + static_cast<PageNumber>(2 * i));
+        if (isNew)
+            std::memcpy(place->second.data(), &bytes[i * mdxBlockSize], mdxBlockSize);
+    }
+    return blocks;
+}
+
+void MdxFile::useOnlyKept(bool only)
+{
+    if (only && m_read.size() > mostKept)
+        m_read.clear(); // after a walk through a large index
+    m_onlyKept = only;
+    m_missedOne = false;
 }
 
 Result<bool> MdxFile::look()
@@ -210,15 +237,20 @@ Result<bool> MdxFile::look()
     std::array<std::uint8_t, mdxHeader::updated + 3> head{};
     if (m_mapped && m_coveredPages >= mdxFirstBlock) {
         std::memcpy(head.data(), m_mapping.data(), head.size());
-    } else {
+    } else if (m_mapped || m_pagesInFile < mdxFirstBlock) {
         const auto got = m_file.readAt(0, head);
         if (!got.ok())
             return got.status();
+    } else if (readAround(0) > 0) { // the tags' own headers are mostly among the first blocks
+        std::copy_n(m_read.begin()->second.begin(), head.size(), head.begin());
+    } else {
+        const auto got = m_file.readAt(0, head); // says why
+        return got.ok() ? Result<bool>(false) : got.status();
     }
     const PageNumber pages = get32(&head[mdxHeader::pageCount]);
     if (get16(&head[mdxHeader::tagCount]) != m_tags.size() || pages < mdxFirstBlock || pages % 2 != 0)
         return false;
-    if (!cover(pages))
+    if (m_mapped && !cover(pages))
         return false;
     if (pages < m_pagesInFile)
         m_reservedUpTo = 0; // another one has made the index anew, and given back the room
@@ -325,20 +357,37 @@ void MdxFile::drop()
     m_header.pageCount = m_pagesInFile;
 }
 
+/// Whether all blocks between two staged ones are at hand, so that they can be written in one go.
+bool MdxFile::keepsAllBetween(PageNumber first, PageNumber last) const
+{
+    if (first + 2 == last)
+        return true;
+    if (m_mapped || last - first > widestGap)
+        return false;
+    for (PageNumber page = first + 2; page < last; page += 2) {
+        if (!m_read.contains(page))
+            return false;
+    }
+    return true;
+}
+
 Status MdxFile::writeStaged()
 {
     // Blocks that lie side by side go in one call; the last ones, which nobody knows yet, first.
     std::vector<std::uint8_t> run;
     for (auto at = m_staged.rbegin(); at != m_staged.rend();) {
-        PageNumber first = at->first;
+        const PageNumber last = at->first;
+        PageNumber first = last;
         auto end = std::next(at);
-        while (end != m_staged.rend() && end->first + 2 == first)
+        while (end != m_staged.rend() && keepsAllBetween(end->first, first))
             first = (end++)->first;
         std::span<const std::uint8_t> bytes = at->second;
         if (std::next(at) != end) {
             run.clear();
-            for (auto from = end.base(); from != at.base(); ++from)
-                run.insert(run.end(), from->second.begin(), from->second.end());
+            for (PageNumber page = first; page <= last; page += 2) {
+                const std::uint8_t *const one = block(page);
+                run.insert(run.end(), one, one + mdxBlockSize);
+            }
             bytes = run;
         }
         if (const Status status = m_file.writeAt(offsetOf(first), bytes); !status.ok())
@@ -371,8 +420,13 @@ Status MdxFile::write(Date today)
     if (status.ok())
         m_countsSeen = head;
     m_pagesInFile = m_header.pageCount;
+    if (!m_mapped && status.ok() && m_read.size() < mostKept) {
+        for (const auto &[page, bytes] : m_staged)
+            m_read.insert_or_assign(page, bytes);
+    } else {
+        m_read.clear();
+    }
     unstage();
-    m_read.clear();
     return status;
 }
 

@@ -37,7 +37,8 @@ private:
 };
 
 /// One open index file. What it shows is only right under the index lock, which is its caller's business;
-/// each time the lock has been taken, look() comes first.
+/// each time the lock has been taken, look() comes first, or the caller knows that nobody has changed the
+/// file since the last one.
 class MdxFile final : public BlockStore
 {
 public:
@@ -63,6 +64,12 @@ public:
 
     /// Takes in where roots and blocks are now. @return whether the tags are still the same ones.
     Result<bool> look();
+    /// Whether the file itself is seen, so that a look() costs nothing; else blocks are read and kept.
+    [[nodiscard]] bool isMapped() const { return m_mapped; }
+    /// From now on only blocks that are kept are handed out, none is read; or again all of them.
+    void useOnlyKept(bool only);
+    /// Whether a block was asked for meanwhile that is not kept.
+    [[nodiscard]] bool missedOne() const { return m_missedOne; }
     /// Whether another program has made the file shorter since the last look(), and blocks that are gone were
     /// read as empty ones.
     [[nodiscard]] bool shortened() const { return m_mapping.lost(); }
@@ -99,6 +106,8 @@ private:
     [[nodiscard]] Block &stage(PageNumber page);
     void unstage();
     Status writeStaged();
+    [[nodiscard]] bool keepsAllBetween(PageNumber first, PageNumber last) const;
+    [[nodiscard]] std::size_t readAround(PageNumber page) const;
 
     File m_file;
     std::string m_name; ///< for messages
@@ -106,7 +115,9 @@ private:
     Mapping m_mapping;
     PageNumber m_coveredPages = 0; ///< known to be in the file and, where it is mapped, in the mapping
     mutable std::map<PageNumber, Block>
-        m_read;                       ///< where nothing is mapped: blocks read since the last look()
+        m_read; ///< where nothing is mapped: blocks read or written since the last look()
+    bool m_onlyKept = false;
+    mutable bool m_missedOne = false;
     std::uint64_t m_reservedUpTo = 0; ///< byte up to which the disk has room for the file
     std::map<PageNumber, Block> m_staged;
     std::vector<std::map<PageNumber, Block>::node_type> m_spare; ///< of staged blocks, to be used again
@@ -116,6 +127,23 @@ private:
     Counts m_countsSeen{};        ///< as they stand in the file
     PageNumber m_pagesInFile = 0; ///< before staged blocks
     std::vector<MdxTag> m_tags;
+};
+
+/// For as long as it lives an index file hands out only what is kept of it.
+class OnlyKeptBlocks
+{
+public:
+    explicit OnlyKeptBlocks(MdxFile &file)
+        : m_file(file)
+    {
+        m_file.useOnlyKept(true);
+    }
+    ~OnlyKeptBlocks() { m_file.useOnlyKept(false); }
+    OnlyKeptBlocks(const OnlyKeptBlocks &) = delete;
+    OnlyKeptBlocks &operator=(const OnlyKeptBlocks &) = delete;
+
+private:
+    MdxFile &m_file;
 };
 
 /// Whether a tag holds exactly the given keys: every record that is not left out once, in order, nothing

@@ -57,6 +57,18 @@ int MdxIndex::compareKey(const MdxCursor &cursor, std::span<const std::uint8_t> 
 
 Result<std::optional<IndexEntry>> MdxIndex::ask(const Move &move)
 {
+    if (m_table.isAsKept() && isThere()) {
+        const OnlyKeptBlocks only(*m_table.m_mdx);
+        MdxCursor cursor(*m_table.m_mdx, tag());
+        move(cursor);
+        const bool isWhole = !cursor.damaged() && !m_table.m_mdx->missedOne();
+        if (isWhole && !cursor.valid())
+            return std::optional<IndexEntry>();
+        if (isWhole && cursor.record() <= m_table.header.recordCount) {
+            m_lastPlace = cursor.path();
+            return std::optional(entryAt(cursor));
+        }
+    }
     const ReadLook look(m_table);
     if (!look.status().ok())
         return look.status();
@@ -179,6 +191,8 @@ Status TableImpl::afterReading(const MdxCursor &cursor)
     }
     if (!cursor.damaged())
         return {};
+    if (m_mdx->missedOne())
+        return failure(ErrorKind::notFound, "no se guarda todo el índice");
     m_indexSuspect = true;
     const Status status = cursor.status();
     return {status.kind(), status.text(), name, status.offset()};

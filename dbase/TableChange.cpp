@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
 
 namespace dbase
 {
@@ -39,7 +40,7 @@ Result<RecordNumber> TableImpl::append(std::span<const std::uint8_t> record)
         if (m_group->recordCount == header.recordCount) {
             status = settleCount(true); // the first new line of the group
             if (status.ok() && m_mdx && m_state.indexedRecords != header.recordCount)
-                status = repairIndex(); // another program's line stood behind the count
+                status = settleIndex(); // another program's line stood behind the count
             if (!status.ok())
                 return status;
             m_group->recordCount = header.recordCount;
@@ -71,7 +72,8 @@ Status TableImpl::update(RecordNumber number, std::span<const std::uint8_t> befo
     if (!status.ok())
         return status;
     std::vector<std::uint8_t> present(header.recordLength);
-    if (m_lastRead == number) // read a moment ago under these same locks
+    // Read a moment ago under these same locks, or under its own one with nobody writing since.
+    if (m_lastRead == number && m_lastReadAsOf == m_state.applied)
         present = m_lastBytes;
     else
         status = readRecord(number, present);
@@ -144,9 +146,8 @@ Status TableImpl::commit(Commit &commit)
         return failure(ErrorKind::full, "la tabla no admite más líneas"); // the locks of lines begin there
     if (commitSize(commit) > largestJournal / 2)
         return failure(ErrorKind::invalidArgument, "son demasiados cambios de una vez");
-    commit.number = m_state.applied + 1;
     Status status = stageKeys(commit);
-    if (!status.ok() && status.kind() != ErrorKind::full) {
+    if (!status.ok() && m_indexHeld && status.kind() != ErrorKind::full) {
         // The index is not what it should be: it is made anew from the lines, and the keys are tried once
         // more.
         m_mdx->drop();
@@ -175,6 +176,12 @@ Status TableImpl::commit(Commit &commit)
     }
     if (status.ok() && m_mdx)
         status = m_mdx->reserveGrowth();
+    if (status.ok()) {
+        const auto alone = stillAlone();
+        status = alone.status();
+        if (status.ok() && !alone.value())
+            status = failure(ErrorKind::locked, std::string(writersRefusal)); // as if it had had to wait
+    }
     if (status.ok())
         status = writeJournal(commit);
     if (!status.ok()) {
@@ -183,17 +190,42 @@ Status TableImpl::commit(Commit &commit)
         return status;
     }
     status = apply(commit);
+    if (status.kind() == ErrorKind::locked)
+        return status; // nothing of it is there
     if (!status.ok())
         return poison(status); // the commit stands in the journal; the next opener finishes it
     noteCommit(commit);
     return {};
 }
 
+/// Whether a commit has something to do with the index. One of several lines keeps readers out all the same:
+/// they are to see it whole.
+bool TableImpl::touchesIndex(const Commit &commit) const
+{
+    const auto touches = [](const TagRule &rule, const RecordChange &change) {
+        if (change.before.empty())
+            return true;
+        const bool stays = rule.accepts(change.after);
+        if (stays != rule.accepts(change.before))
+            return true;
+        if (!stays)
+            return false;
+        return (rule.unique && isDeleted(change.before) != isDeleted(change.after)) ||
+               !std::ranges::equal(rule.expression.keyOf(change.before).bytes(),
+                                   rule.expression.keyOf(change.after).bytes());
+    };
+    return commit.changes.size() > 1 ||
+           std::any_of(m_indexes.begin(), m_indexes.end(),
+                       [&](const auto &index) { return touches(index->rule(), commit.changes.front()); });
+}
+
 /// Prepares the index for a commit; nothing is written yet.
 Status TableImpl::stageKeys(const Commit &commit)
 {
-    if (!m_mdx)
+    if (!m_mdx || !touchesIndex(commit))
         return {};
+    if (const Status status = holdIndex(); !status.ok())
+        return status;
     for (std::size_t number = 0; number < m_indexes.size(); ++number) {
         const TagRule &rule = m_indexes[number]->rule();
         if (rule.unique) {
@@ -225,18 +257,74 @@ Status TableImpl::apply(const Commit &commit)
 {
     m_hasChanged = true;
     m_ownChange = true;
-    Status status = writeRecords(commit);
+    const auto keepsIndex = indexIsKnown();
+    const std::function<Status()> steps[] = {
+        [&] { return writeRecords(commit); },
+        [&] { return writeDateAndCount(commit.recordCount); },
+        [&] { return m_mdx && m_mdx->changed() ? m_mdx->write(today()) : Status(); },
+        [&] {
+            header.recordCount = commit.recordCount;
+            JournalHeader state = m_state;
+            state.applied = commit.number;
+            state.indexedRecords = indexedRecords();
+            return writeState(state);
+        },
+        [] { return Status(); }, // the last one may have taken long, too
+    };
+    for (const auto &step : steps) {
+        const auto alone = stillAlone();
+        if (alone.ok() && !alone.value())
+            return mendAfterOthers(commit);
+        if (const Status status = alone.ok() ? step() : alone.status(); !status.ok())
+            return {ErrorKind::inputOutput, status.text(), name}; // whatever it was, the commit is half done
+    }
+    if (keepsIndex)
+        m_indexAsOf = m_state.applied;
+    m_countAsOf = m_state.applied;
+    return {};
+}
+
+/// Others have written since the change locks were taken, which a server had given them: this workstation was
+/// not heard of for long. They finished the commit under way, or it came too late; and what of it was written
+/// afterwards may lie over something newer. The journal tells what belongs where.
+/// @return ok when the commit is in the table, locked when nothing of it is.
+Status TableImpl::mendAfterOthers(const Commit &commit)
+{
+    if (m_mdx)
+        m_mdx->drop();
+    const auto found = commitsFrom(journalSector, m_state.base);
+    Status status = found.status();
+    if (status.ok() && !found.value().commits.empty()) {
+        status = bringToDisk(found.value());
+        if (status.ok())
+            status = replay(found.value().commits);
+        m_state.applied = std::max(m_state.applied, m_state.base + found.value().commits.size());
+    }
+    m_dateAndCount.clear();
     if (status.ok())
-        status = writeDateAndCount(commit.recordCount);
-    if (status.ok() && m_mdx && m_mdx->changed())
-        status = m_mdx->write(today());
-    if (!status.ok())
-        return status;
-    header.recordCount = commit.recordCount;
-    JournalHeader state = m_state;
-    state.applied = commit.number;
-    state.indexedRecords = indexedRecords();
-    return writeState(state);
+        status = settleCount(true);
+    if (status.ok())
+        status = takeIndexLock();
+    if (status.ok())
+        status = repairIndex();
+    m_indexRewritten = true; // the numbers go on behind all that either side may have given out
+    if (status.ok())
+        status = checkpoint(false);
+    std::size_t there = 0;
+    std::vector<std::uint8_t> present(header.recordLength);
+    std::map<RecordNumber, const RecordChange *> last;
+    for (const RecordChange &change : commit.changes)
+        last[change.number] = &change;
+    for (const auto &[number, change] : last) {
+        if (status.ok())
+            status = number <= header.recordCount ? readRecord(number, present) : Status();
+        there += number <= header.recordCount && present == change->after ? 1U : 0U;
+    }
+    if (status.ok() && there == last.size())
+        return {};
+    if (status.ok() && there == 0)
+        return failure(ErrorKind::locked, std::string(writersRefusal));
+    return failure(ErrorKind::inputOutput, "se ha perdido la conexión mientras se escribía");
 }
 
 Status TableImpl::writeRecords(const Commit &commit)

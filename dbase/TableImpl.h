@@ -20,6 +20,20 @@ inline constexpr std::uint64_t changeLockLength = 2;        ///< header and appe
 inline constexpr std::uint64_t mostRecords = 1'000'000'000; ///< as many lines as the lock bytes have room for
 /// Of the journal: held shared for as long as a table is open, exclusive by whoever is alone with its files.
 inline constexpr std::uint64_t presenceOffset = headerLockOffset;
+/// Of the journal: the gate. Whoever joins those who have the table open, leaves them or wants to be alone
+/// holds it meanwhile, so that presence is given up and taken anew with nobody in between: no lock is ever
+/// turned into one of the other kind, which shares do not know.
+inline constexpr std::uint64_t gateOffset = presenceOffset + 1;
+/// A server gives the locks of a workstation that it hears nothing of to others, after 15 s at the earliest.
+/// Who has held them for this long looks again before it writes on.
+inline constexpr auto trustInLocks = std::chrono::seconds(10);
+inline constexpr std::string_view writersRefusal = "otro puesto está escribiendo en la tabla";
+/// On a share the journal is emptied when it is longer, so that its header and what follows the last commit
+/// are one reading.
+inline constexpr std::uint32_t shareJournalRoom = 64 * 1024;
+/// What numbers of commits go on by when those in between may have been given out or must not be taken for
+/// the next ones.
+inline constexpr std::uint64_t numbersLeap = 1'000'000;
 /// Beyond the usual patience: another workstation may be putting a large table in order.
 inline constexpr auto repairPatience = std::chrono::seconds(2);
 /// A record's byte lies below the header's.
@@ -192,6 +206,23 @@ private:
     [[nodiscard]] std::filesystem::path sibling(const char *extension) const;
 
     // TableLocks.cpp
+    /// How long to wait for a lock: longer where each try takes long, and where those of others do.
+    [[nodiscard]] std::chrono::milliseconds patience(std::chrono::milliseconds timeout) const;
+    void pauseBetweenTries();
+    Status reconnect();
+    Status openAnew();
+    [[nodiscard]] bool isInDoubt() const;
+    Status takeIndexLock();
+    Status holdIndex();
+    Status settleIndex();
+    [[nodiscard]] bool needsCount(bool adding) const;
+    /// Whether the blocks of the index that are kept are those of the last commit known.
+    [[nodiscard]] bool indexIsKnown() const
+    {
+        return m_remote && m_journal.isOpen() && m_indexAsOf == m_state.applied;
+    }
+    [[nodiscard]] bool isAsKept();
+    Result<bool> stillAlone();
     Result<RangeLock> waitForLock(File &file, std::uint64_t offset, std::uint64_t length, File::LockKind kind,
                                   std::chrono::milliseconds timeout, std::string_view refusal);
     Status beginRead();
@@ -202,13 +233,15 @@ private:
     Status checkNotLockedElsewhere(RecordNumber number, RangeLock &held);
     /// Reads the journal's header; true when a commit of somebody who died waits to be finished.
     Result<bool> lookAtJournal();
-    Status lookAtState(std::span<const std::uint8_t> map);
+    Status lookAtState();
+    Status readState(std::span<std::uint8_t> bytes, std::size_t &got) const;
     void takeState(const JournalHeader &state, std::span<const std::uint8_t> bytes);
     [[nodiscard]] File &readLockFile();
 
     // TableChange.cpp
     Status checkWritable(std::size_t recordSize) const;
     Status commit(Commit &commit);
+    [[nodiscard]] bool touchesIndex(const Commit &commit) const;
     Status stageKeys(const Commit &commit);
     // TableUnique.cpp
     struct UniqueChange;
@@ -218,6 +251,7 @@ private:
     Status findHeirs(std::size_t number, UniqueChange &change);
     bool findHeirsByTag(std::size_t number, UniqueChange &change);
     Status apply(const Commit &commit);
+    Status mendAfterOthers(const Commit &commit);
     Status writeRecords(const Commit &commit);
     Status writeDateAndCount(RecordNumber count);
     // TableJournal.cpp
@@ -230,7 +264,7 @@ private:
     Status startJournal();
     Status writeState(const JournalHeader &state);
     Status syncJournal();
-    Status writeJournal(const Commit &commit);
+    Status writeJournal(Commit &commit);
     Status makeRoom(std::size_t size);
     Status sayInUse();
     Status writeDurably(std::span<const std::uint8_t> bytes);
@@ -255,6 +289,12 @@ private:
     void noteCommit(const Commit &commit);
 
     // TableRead.cpp, TableIndex.cpp
+    Status readRows(std::span<const RecordNumber> found, std::vector<RecordNumber> &numbers,
+                    std::vector<std::uint8_t> *rows, std::size_t mostRows);
+    bool rowsAsKept(const MdxIndex &index, std::span<const std::uint8_t> low,
+                    std::span<const std::uint8_t> high, std::vector<RecordNumber> &numbers,
+                    std::vector<std::uint8_t> *rows, std::size_t mostRows);
+    Result<FileLook> lookAtFile();
     Status scan(RecordNumber from,
                 const std::function<void(RecordNumber, std::span<const std::uint8_t>)> &visit,
                 RecordNumber upTo = 0) const;
@@ -281,7 +321,7 @@ private:
     Status makeIndexAnew();
     Status buildMemoryTag(MemoryTag &tag);
     Status addMemoryTag(const TagDefinition &tag);
-    void noteStamp();
+    void noteStamp(const FileStamp &stamp);
     [[nodiscard]] Status checkPlace();
     void settleWithOthers();
     Result<bool> takeInNews();
@@ -304,7 +344,11 @@ private:
     std::vector<std::uint8_t> m_commitBytes; ///< last commit as it was written
     std::uint64_t m_seenCommit = 0;          ///< last one that refresh() knows of
     FileStamp m_stamp;
-    std::chrono::steady_clock::time_point m_placeSeen; ///< when the files were last found at their place
+    FileIdentity m_identity;                               ///< of the table's file, when it was opened
+    std::chrono::steady_clock::time_point m_stampSince;    ///< when m_stamp was first met
+    std::chrono::steady_clock::time_point m_lookedClosely; ///< when refresh() last compared the lines
+    std::chrono::steady_clock::time_point m_commitMet;     ///< when m_seenCommit last changed
+    std::chrono::steady_clock::time_point m_placeSeen;     ///< when the files were last found at their place
     bool m_foreignChange = false; ///< of a program that does not know the journal, which is to be emptied
     bool m_ownChange = false;     ///< since the stamp was taken
     std::chrono::steady_clock::time_point m_settled; ///< when the journal was last emptied for that
@@ -312,6 +356,12 @@ private:
     std::vector<std::uint8_t> m_dateAndCount;
     std::uint64_t m_reservedUpTo = 0;
     bool m_remote = false;
+    std::chrono::nanoseconds m_roundTrip{}; ///< of a question to the machine with the files, as of late
+    std::chrono::nanoseconds m_lockedAt{};  ///< when the change locks were taken, sleep included
+    std::optional<std::chrono::steady_clock::time_point> m_reconnected; ///< when it was last tried
+    std::optional<std::uint64_t> m_indexAsOf; ///< commit whose index the kept blocks are
+    std::optional<std::uint64_t> m_countAsOf; ///< commit whose number of lines the header here has
+    bool m_indexRewritten = false;            ///< others are to forget the blocks that they keep
     bool m_hasChanged = false;
     bool m_opened = false; ///< a table that was refused is left alone at the end, too
 
@@ -319,10 +369,12 @@ private:
     int m_holders = 0;
     RangeLock m_dbfLock;
     RangeLock m_mdxLock;
+    bool m_indexHeld = false; ///< and looked at, for the change under way
     RangeLock m_presence;
     std::set<RecordNumber> m_locked;
     std::optional<Commit> m_group;
-    mutable RecordNumber m_lastRead = 0; ///< line last read under the change locks, 0 for none
+    mutable RecordNumber m_lastRead = 0; ///< line last read under its lock or the change locks, 0 for none
+    mutable std::uint64_t m_lastReadAsOf = 0; ///< last commit known then
     mutable std::vector<std::uint8_t> m_lastBytes;
     Status m_poison;
     bool m_indexSuspect = false;

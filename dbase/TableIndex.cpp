@@ -160,6 +160,8 @@ Status TableImpl::repairIndex()
 {
     if (!m_mdx)
         return m_indexSuspect ? makeIndexAnew() : Status(); // there is an index file that cannot be read
+    if (const Status status = takeIndexLock(); !status.ok())
+        return status;
     const auto same = m_mdx->look();
     if (!same.ok())
         return same.status();
@@ -194,6 +196,8 @@ Status TableImpl::sayIndexIsUnderWay()
 
 Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRule> &rules)
 {
+    if (const Status status = takeIndexLock(); !status.ok())
+        return status;
     auto made = keysOf(tags, rules);
     if (!made.ok())
         return made.status();
@@ -217,6 +221,7 @@ Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRu
     head.languageDriver = header.languageDriver;
     if (const Status status = sayIndexIsUnderWay(); !status.ok())
         return status;
+    m_indexRewritten = true;
     if (const Status status = m_mdx->rewrite(head, tags, keys, single); !status.ok()) {
         m_indexSuspect = true; // it may be half written; the rules of the tags stay known for the next time
         return status;

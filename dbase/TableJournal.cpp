@@ -78,11 +78,12 @@ Status TableImpl::syncJournal()
 // ---------------------------------------------------------------------------------------------------------------------
 // Commits
 
-Status TableImpl::writeJournal(const Commit &commit)
+Status TableImpl::writeJournal(Commit &commit)
 {
+    Status status = makeRoom((commitSize(commit) + journalSector - 1) / journalSector * journalSector);
+    commit.number = m_state.applied + 1; // which an emptied journal may have moved on
     encodeCommit(commit, header.recordLength, m_commitBytes);
     const std::span<const std::uint8_t> bytes = m_commitBytes;
-    Status status = makeRoom(bytes.size());
     if (status.ok() && m_state.closedInOrder)
         status = sayInUse();
     if (status.ok())
@@ -101,7 +102,8 @@ Status TableImpl::makeRoom(std::size_t size)
     // Fewer lines than were on disk for sure: another program has packed the table, and what the journal says
     // is about lines that have other numbers now.
     const bool isAboutOthers = header.recordCount < m_state.tableRecords;
-    if (isAboutOthers || m_state.tail + size > m_journalSize) {
+    const bool isLong = m_remote && m_state.tail > journalSector && m_state.tail + size > shareJournalRoom;
+    if (isAboutOthers || isLong || m_state.tail + size > m_journalSize) {
         if (const Status status = isAboutOthers ? checkpoint(false) : emptyJournal(); !status.ok())
             return status;
     }
@@ -244,8 +246,13 @@ Status TableImpl::checkpoint(bool closing)
         status = m_mdx->file().sync();
     if (!status.ok())
         return poison(status);
+    const auto alone = stillAlone();
+    if (!alone.ok() || !alone.value())
+        return alone.ok() ? failure(ErrorKind::locked, std::string(writersRefusal)) : alone.status();
     JournalHeader state = m_state;
-    state.base = m_state.applied;
+    if (m_indexRewritten)
+        state.applied += numbersLeap; // who keeps blocks of the index does so by the number
+    state.base = state.applied;
     state.tail = journalSector;
     state.indexedRecords = indexedRecords();
     state.closedInOrder = closing;
@@ -253,18 +260,20 @@ Status TableImpl::checkpoint(bool closing)
     state.onDisk = false;
     state.tableRecords = header.recordCount;
     if (closing) {
-        const auto table = m_dbf.stamp();
-        const auto index = m_mdx ? m_mdx->file().stamp() : Result<FileStamp>(FileStamp{});
+        const auto table = m_dbf.look();
+        const auto index = m_mdx ? m_mdx->file().look() : Result<FileLook>(FileLook{});
         if (!table.ok() || !index.ok())
             return table.ok() ? index.status() : table.status();
-        state.tableSize = table.value().size;
-        state.tableTime = table.value().modified;
-        state.indexSize = index.value().size;
-        state.indexTime = index.value().modified;
+        state.tableSize = table.value().stamp.size;
+        state.tableTime = table.value().stamp.modified;
+        state.indexSize = index.value().stamp.size;
+        state.indexTime = index.value().stamp.modified;
     }
     status = writeState(state);
-    // The old commits are about to be written over; the new base must not get lost behind them.
-    return status.ok() ? syncJournal() : status;
+    if (!status.ok())
+        return status;
+    m_indexRewritten = false;
+    return syncJournal(); // the old commits are about to be written over; the new base must not get lost
 }
 
 } // namespace dbase

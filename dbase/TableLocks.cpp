@@ -15,28 +15,53 @@ namespace
 constexpr int shortestPauseMs = 1;
 constexpr int longestPauseMs = 12;
 constexpr int mostSettlings = 5;
+constexpr int mostWaits = 4; ///< for a commit that is under way
+constexpr auto slowestRoundTrip = std::chrono::milliseconds(50);
+/// A way there and back that makes all waiting twice as long.
+constexpr auto slowRoundTrip = std::chrono::milliseconds(5);
+constexpr auto pauseBeforeReconnecting = std::chrono::seconds(1);
 
 } // namespace
+
+std::chrono::milliseconds TableImpl::patience(std::chrono::milliseconds timeout) const
+{
+    const auto more = timeout * std::min<std::chrono::nanoseconds>(m_roundTrip, slowestRoundTrip).count() /
+                      std::chrono::nanoseconds(slowRoundTrip).count();
+    return timeout + more;
+}
+
+/// Random, so that two workstations that wait for each other's line do not meet again and again.
+void TableImpl::pauseBetweenTries()
+{
+    const auto roundTrip = std::chrono::duration_cast<std::chrono::milliseconds>(m_roundTrip);
+    std::uniform_int_distribution<int> pause(
+        shortestPauseMs,
+        longestPauseMs + 2 * static_cast<int>(std::min(roundTrip, slowestRoundTrip).count()));
+    std::this_thread::sleep_for(std::chrono::milliseconds(pause(m_random)));
+}
 
 Result<RangeLock> TableImpl::waitForLock(File &file, std::uint64_t offset, std::uint64_t length,
                                          File::LockKind kind, std::chrono::milliseconds timeout,
                                          std::string_view refusal)
 {
-    std::optional<std::chrono::steady_clock::time_point> deadline;
-    std::uniform_int_distribution<int> pause(shortestPauseMs, longestPauseMs);
+    using Clock = std::chrono::steady_clock;
+    constexpr int weightOfOld = 7; // of eight
+    std::optional<Clock::time_point> deadline;
     for (;;) {
+        const auto asked = m_remote ? Clock::now() : Clock::time_point();
         const auto got = file.tryLock(offset, length, kind);
         if (!got.ok())
             return got.status();
+        if (m_remote)
+            m_roundTrip = (m_roundTrip * weightOfOld + (Clock::now() - asked)) / (weightOfOld + 1);
         if (got.value())
             return RangeLock(file, offset, length);
-        const auto now = std::chrono::steady_clock::now();
+        const auto now = Clock::now();
         if (!deadline)
-            deadline = now + timeout;
+            deadline = now + patience(timeout);
         if (now >= *deadline)
             return failure(ErrorKind::locked, std::string(refusal));
-        // Random, so that two workstations that wait for each other's line do not meet again and again.
-        std::this_thread::sleep_for(std::chrono::milliseconds(pause(m_random)));
+        pauseBetweenTries();
     }
 }
 
@@ -51,23 +76,34 @@ void TableImpl::takeState(const JournalHeader &state, std::span<const std::uint8
     std::copy_n(bytes.begin(), m_stateBytes.size(), m_stateBytes.begin());
 }
 
+/// The journal's first bytes.
+Status TableImpl::readState(std::span<std::uint8_t> bytes, std::size_t &got) const
+{
+    const auto read = m_journal.readAt(0, bytes);
+    if (!read.ok())
+        return read.status();
+    got = read.value();
+    return got >= journalSector ? Status()
+                                : failure(ErrorKind::damaged, "el diario de la tabla se ha perdido");
+}
+
 /// The journal's header as it is now; read again when a writer was at it, since not everybody who looks holds
-/// a lock. @param map  the journal in memory; empty where it is not mapped.
-Status TableImpl::lookAtState(std::span<const std::uint8_t> map)
+/// a lock.
+Status TableImpl::lookAtState()
 {
     constexpr int mostLooks = 3;
+    if (m_journalMap.lost())
+        m_journalMap = Mapping(); // another program has cut the journal off
     JournalHeaderBytes bytes{};
     for (int look = 0; look < mostLooks; ++look) {
-        if (map.size() >= journalSector) {
-            if (std::equal(m_stateBytes.begin(), m_stateBytes.end(), map.begin()))
+        if (m_journalMap.size() >= journalSector) {
+            if (std::equal(m_stateBytes.begin(), m_stateBytes.end(), m_journalMap.data()))
                 return {};
-            std::copy_n(map.begin(), bytes.size(), bytes.begin());
+            std::copy_n(m_journalMap.data(), bytes.size(), bytes.begin());
         } else {
-            const auto got = m_journal.readAt(0, bytes);
-            if (!got.ok())
-                return got.status();
-            if (got.value() != bytes.size())
-                return failure(ErrorKind::damaged, "el diario de la tabla se ha perdido");
+            std::size_t got = 0;
+            if (const Status status = readState(bytes, got); !status.ok())
+                return status;
             if (bytes == m_stateBytes)
                 return {};
         }
@@ -84,14 +120,28 @@ Result<bool> TableImpl::lookAtJournal()
 {
     if (!m_journal.isOpen())
         return false;
-    if (m_journalMap.lost())
-        m_journalMap = Mapping(); // another program has cut the journal off
-    const std::span<const std::uint8_t> map{m_journalMap.data(), m_journalMap.size()};
-    if (const Status status = lookAtState(map); !status.ok())
-        return status;
-    if (m_state.tail + journalSector <= map.size())
-        return mayBeCommit(map.subspan(m_state.tail, journalSector), m_state.applied + 1);
     std::vector<std::uint8_t> next(journalSector);
+    if (m_remote && m_state.tail <= shareJournalRoom) {
+        // Header and next commit with one question, where the header is as it was or nearly so.
+        std::vector<std::uint8_t> front(m_state.tail + 2 * journalSector);
+        std::size_t got = 0;
+        if (const Status status = readState(front, got); !status.ok())
+            return status;
+        if (!std::equal(m_stateBytes.begin(), m_stateBytes.end(), front.begin())) {
+            if (const auto state = decodeJournalHeader(front))
+                takeState(*state, front);
+            else if (const Status status = lookAtState(); !status.ok()) // a writer was at it
+                return status;
+        }
+        if (m_state.tail + journalSector <= got)
+            return mayBeCommit(std::span(front).subspan(m_state.tail, journalSector), m_state.applied + 1);
+    } else {
+        if (const Status status = lookAtState(); !status.ok())
+            return status;
+        const std::span<const std::uint8_t> map{m_journalMap.data(), m_journalMap.size()};
+        if (m_state.tail + journalSector <= map.size())
+            return mayBeCommit(map.subspan(m_state.tail, journalSector), m_state.applied + 1);
+    }
     const auto got = m_journal.readAt(m_state.tail, next);
     if (!got.ok())
         return got.status();
@@ -100,33 +150,49 @@ Result<bool> TableImpl::lookAtJournal()
 
 Status TableImpl::beginRead()
 {
-    if (!m_poison.ok())
-        return m_poison;
+    if (const Status status = reconnect(); !status.ok())
+        return status;
     if (m_held != Held::nothing) {
+        if (m_held == Held::changing && !indexIsKnown()) {
+            if (const Status status = holdIndex(); !status.ok())
+                return status;
+        }
         ++m_holders;
         return {};
     }
-    for (int attempt = 0;; ++attempt) {
+    int waits = 0;
+    for (int attempt = 0;;) {
         const std::uint64_t at = m_mdx ? headerLockOffset : headerLockOffset + 1;
-        auto lock = waitForLock(readLockFile(), at, 1, File::LockKind::shared, options.lockTimeout,
-                                "otro puesto está escribiendo en la tabla");
+        auto lock =
+            waitForLock(readLockFile(), at, 1, File::LockKind::shared, options.lockTimeout, writersRefusal);
         if (!lock.ok())
             return lock.status();
         const auto unfinished = lookAtJournal();
         if (!unfinished.ok())
             return unfinished.status();
+        if (unfinished.value() && waits++ < mostWaits) {
+            // Mostly somebody is at it, who changes no key and so leaves readers in.
+            lock.value().release();
+            pauseBetweenTries();
+            continue;
+        }
         // A writer that keeps no index, or one that died while it made the index anew, says so.
         const bool isKept = !m_journal.isOpen() || m_state.indexedRecords > 0 || header.recordCount == 0;
         bool sound = !unfinished.value() && !m_indexSuspect && (isKept || !m_mdx);
         bool isSame = true;
-        if (m_mdx && (sound || readOnly)) {
+        if (m_mdx && (sound || readOnly) && !indexIsKnown()) {
             const auto same = m_mdx->look();
             if (!same.ok())
                 return same.status();
             isSame = same.value();
             sound = sound && isSame;
+            if (isSame)
+                m_indexAsOf = m_state.applied;
+            else
+                m_indexSuspect = true;
         }
         if (readOnly && m_mdx && (m_indexSuspect || !isSame) && attempt == 0) {
+            ++attempt;
             lock.value().release();
             reloadIndexForReading();
             continue;
@@ -138,7 +204,7 @@ Status TableImpl::beginRead()
             m_holders = 1;
             return {};
         }
-        if (attempt == mostSettlings)
+        if (attempt++ == mostSettlings)
             return failure(ErrorKind::damaged, "el índice no se deja arreglar");
         lock.value().release();
         if (const Status status = beginChange(); !status.ok()) // puts everything in order
@@ -159,8 +225,8 @@ void TableImpl::endRead() noexcept
 
 Status TableImpl::beginChange(bool adding)
 {
-    if (!m_poison.ok())
-        return m_poison;
+    if (const Status status = reconnect(); !status.ok())
+        return status;
     if (readOnly)
         return failure(ErrorKind::readOnly, readOnlyReason);
     if (m_held == Held::changing) {
@@ -169,19 +235,12 @@ Status TableImpl::beginChange(bool adding)
     }
     if (const Status status = m_opened ? checkPlace() : Status(); !status.ok())
         return status;
-    constexpr std::string_view refusal = "otro puesto está escribiendo en la tabla";
     auto table = waitForLock(m_dbf, headerLockOffset, changeLockLength, File::LockKind::exclusive,
-                             options.lockTimeout, refusal);
+                             options.lockTimeout, writersRefusal);
     if (!table.ok())
         return table.status();
-    if (m_mdx) {
-        auto index = waitForLock(m_mdx->file(), headerLockOffset, 1, File::LockKind::exclusive,
-                                 options.lockTimeout, refusal);
-        if (!index.ok())
-            return index.status();
-        m_mdxLock = std::move(index).value();
-    }
     m_dbfLock = std::move(table).value();
+    m_lockedAt = timeWithSleep();
     m_held = Held::changing;
     m_holders = 1;
 
@@ -191,19 +250,59 @@ Status TableImpl::beginChange(bool adding)
     status = unfinished.status();
     if (status.ok() && unfinished.value())
         status = finishDeadCommits();
-    if (status.ok())
+    if (status.ok() && needsCount(adding))
         status = settleCount(adding);
-    if (status.ok() && !m_mdx && m_indexSuspect)
-        status = repairIndex();
-    if (status.ok() && m_mdx) {
-        const auto same = m_mdx->look();
-        status = same.status();
-        const bool counted = m_state.indexedRecords == header.recordCount;
-        if (status.ok() && (!same.value() || !counted || m_indexSuspect))
-            status = repairIndex();
-    }
+    const bool counted = !m_mdx || m_state.indexedRecords == header.recordCount;
+    if (status.ok() && (!counted || m_indexSuspect))
+        status = settleIndex();
     if (!status.ok())
         endChange();
+    return status;
+}
+
+/// On a share the header's count is read where somebody has written since, or it is going to change.
+bool TableImpl::needsCount(bool adding) const
+{
+    return adding || !m_remote || m_countAsOf != m_state.applied ||
+           m_dateAndCount != encodeDateAndCount(today(), header.recordCount);
+}
+
+/// The index for a change that moves keys, and for questions in the middle of one. Other changes leave
+/// readers in.
+Status TableImpl::holdIndex()
+{
+    if (!m_mdx || m_indexHeld)
+        return {};
+    if (const Status status = takeIndexLock(); !status.ok())
+        return status;
+    const auto same = m_mdx->look();
+    if (!same.ok())
+        return same.status();
+    if (!same.value()) {
+        if (const Status status = settleIndex(); !status.ok())
+            return status;
+    }
+    m_indexAsOf = m_state.applied;
+    m_indexHeld = true;
+    return {};
+}
+
+/// Makes the index right; others are told when its blocks have moved.
+Status TableImpl::settleIndex()
+{
+    const Status status = repairIndex();
+    return status.ok() && m_indexRewritten ? checkpoint(false) : status;
+}
+
+Status TableImpl::takeIndexLock()
+{
+    if (!m_mdx || m_mdxLock.held())
+        return {};
+    auto index = waitForLock(m_mdx->file(), headerLockOffset, 1, File::LockKind::exclusive,
+                             options.lockTimeout, writersRefusal);
+    const Status status = index.status();
+    if (status.ok())
+        m_mdxLock = std::move(index).value();
     return status;
 }
 
@@ -214,11 +313,109 @@ void TableImpl::endChange() noexcept
     m_mdxLock.release();
     m_dbfLock.release();
     m_held = Held::nothing;
+    m_indexHeld = false;
     m_lastRead = 0;
+}
+
+/// Whether nobody can have written since the change locks were taken. Who has held them for long, over a
+/// connection that may have been away, takes them anew and looks.
+Result<bool> TableImpl::stillAlone()
+{
+    if (!m_remote || m_held != Held::changing || timeWithSleep() - m_lockedAt < trustInLocks)
+        return true;
+    const bool withIndex = m_mdxLock.held();
+    m_mdxLock.release();
+    m_dbfLock.release();
+    auto table = waitForLock(m_dbf, headerLockOffset, changeLockLength, File::LockKind::exclusive,
+                             options.lockTimeout, writersRefusal);
+    if (!table.ok())
+        return table.status();
+    m_dbfLock = std::move(table).value();
+    m_lockedAt = timeWithSleep();
+    if (withIndex) {
+        if (const Status status = takeIndexLock(); !status.ok())
+            return status;
+    }
+    const JournalHeaderBytes known = m_stateBytes;
+    const auto unfinished = lookAtJournal();
+    if (!unfinished.ok())
+        return unfinished.status();
+    return m_stateBytes == known && !unfinished.value();
+}
+
+/// Whether what is kept of the index is still so, which one reading of the journal's header tells. For
+/// shares: elsewhere the index is seen as it is.
+bool TableImpl::isAsKept()
+{
+    return m_remote && m_mdx && m_held == Held::nothing && m_poison.ok() && !m_indexSuspect && m_indexAsOf &&
+           m_journal.isOpen() && !isInDoubt() && lookAtState().ok() && indexIsKnown();
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// A connection that was away
+
+bool TableImpl::isInDoubt() const
+{
+    return m_dbf.isInDoubt() || m_journal.isInDoubt() || (m_mdx && m_mdx->file().isInDoubt());
+}
+
+/// On a share, after calls that failed: the files are opened anew, as if the table had been closed and
+/// opened. That frees what locks the server still holds for this object, and finds out what has become of a
+/// commit.
+/// @return why the table cannot be used for now.
+Status TableImpl::reconnect()
+{
+    if (!m_remote || !m_opened || m_held != Held::nothing || (m_poison.ok() && !isInDoubt()))
+        return m_poison;
+    const auto now = std::chrono::steady_clock::now();
+    if (m_reconnected && now - *m_reconnected < pauseBeforeReconnecting)
+        return m_poison;
+    m_reconnected = now;
+    const Status status = openAnew();
+    m_poison = status.ok() ? status
+                           : failure(ErrorKind::inputOutput,
+                                     "no se llega a la tabla (" + status.text() + "); se volverá a intentar");
+    return m_poison;
+}
+
+Status TableImpl::openAnew()
+{
+    const std::set<RecordNumber> lines = std::exchange(m_locked, {});
+    const TableHeader known = header;
+    for (RangeLock *lock : {&m_presence, &m_dbfLock, &m_mdxLock})
+        lock->disown(); // they go with their files
+    retireIndexes();
+    m_mdx.reset();
+    m_journal.close();
+    m_dbf.close();
+    m_poison = {};
+    m_indexAsOf.reset();
+    m_countAsOf.reset();
+    m_lastRead = 0;
+    Status status = openFiles();
+    if (status.ok() &&
+        (header.recordLength != known.recordLength || header.headerLength != known.headerLength ||
+         header.fields.size() != known.fields.size()))
+        status = failure(ErrorKind::damaged, "en su lugar hay otra");
+    if (status.ok())
+        status = needTags();
+    if (!status.ok())
+        return status;
+    for (const RecordNumber number : lines) {
+        // One that somebody else has by now is lost; what he writes is found when the line is to be written.
+        const auto taken = m_dbf.tryLock(recordLockOffset(number), 1, File::LockKind::exclusive);
+        if (taken.ok() && taken.value())
+            m_locked.insert(number);
+    }
+    m_stampDoubtful = true;
+    ++version;
+    return {};
 }
 
 Status TableImpl::takeRecordLock(RecordNumber number, std::chrono::milliseconds timeout)
 {
+    if (const Status status = reconnect(); !status.ok())
+        return status;
     if (readOnly)
         return failure(ErrorKind::readOnly, readOnlyReason);
     if (number < 1 || number > header.recordCount || m_locked.contains(number))
@@ -236,8 +433,11 @@ Status TableImpl::takeRecordLock(RecordNumber number, std::chrono::milliseconds 
 
 void TableImpl::dropRecordLock(RecordNumber number)
 {
-    if (m_locked.erase(number) > 0)
-        m_dbf.unlock(recordLockOffset(number), 1);
+    if (m_locked.erase(number) == 0)
+        return;
+    m_dbf.unlock(recordLockOffset(number), 1);
+    if (m_lastRead == number && m_held == Held::nothing)
+        m_lastRead = 0;
 }
 
 /// Taken before the table's lock, as everybody does, and held until the record is written.

@@ -90,8 +90,10 @@ Status TableImpl::open()
     Status status = openFiles();
     if (!status.ok())
         return status;
-    noteStamp();
+    if (const auto look = lookAtFile(); look.ok())
+        noteStamp(look.value().stamp);
     m_seenCommit = m_state.applied;
+    m_lookedClosely = std::chrono::steady_clock::now();
     m_stampDoubtful = false; // nothing has been shown yet that could be out of date
     if (readOnly && m_mdx && !soundForReading())
         goOnWithoutIndexFile();
@@ -137,14 +139,14 @@ Result<bool> TableImpl::isDisplaced() const
     // also when nobody writes in between.
     constexpr int mostLooks = 3;
     for (int look = 0; look < mostLooks; ++look) {
-        const auto own = m_dbf.stamp();
-        const auto now = there.value().stamp();
-        const auto after = m_dbf.stamp();
+        const auto own = m_dbf.look();
+        const auto now = there.value().look();
+        const auto after = m_dbf.look();
         if (!own.ok() || !now.ok() || !after.ok())
             return !own.ok() ? own.status() : !now.ok() ? now.status() : after.status();
-        if (own.value() == now.value())
+        if (own.value().stamp == now.value().stamp)
             return false;
-        if (own.value() == after.value() && look > 0)
+        if (own.value().stamp == after.value().stamp && look > 0)
             return true;
         std::this_thread::sleep_for(std::chrono::milliseconds(look + 1));
     }
@@ -180,16 +182,21 @@ Status TableImpl::joinAsReader()
         const auto others = m_journal.isLockedElsewhere(presenceOffset, 1);
         return (others.ok() && others.value()) || wasClosedInOrder();
     };
+    constexpr std::string_view refusal = "otro puesto está arreglando la tabla";
+    const auto timeout = options.lockTimeout + repairPatience;
+    // Shared, which it can be by those who may only read: it waits for whoever is behind the gate.
+    const auto gate = m_journal.isOpen()
+                          ? waitForLock(m_journal, gateOffset, 1, File::LockKind::shared, timeout, refusal)
+                          : Result<RangeLock>(RangeLock());
+    if (gate.status().kind() == ErrorKind::locked)
+        return gate.status();
     if (m_journal.isOpen() && isInOrder()) {
-        auto joined =
-            waitForLock(m_journal, presenceOffset, 1, File::LockKind::shared,
-                        options.lockTimeout + repairPatience, "otro puesto está arreglando la tabla");
+        auto joined = waitForLock(m_journal, presenceOffset, 1, File::LockKind::shared, timeout, refusal);
         if (joined.status().kind() == ErrorKind::locked)
             return joined.status();
+        // Asked behind the gate, and not again: some systems take this one's own lock for another's.
         if (joined.ok())
             m_presence = std::move(joined).value();
-        if (!isInOrder())
-            m_presence.release(); // the others went in between, not in order
     }
     return refuseDisplaced();
 }
@@ -207,7 +214,15 @@ Status TableImpl::openFiles()
         return file.status();
     m_dbf = std::move(file).value();
     m_remote = m_dbf.isRemote();
-    Status status = readHeader();
+    Status status;
+    if (m_remote) {
+        const auto look = m_dbf.look();
+        status = look.status();
+        if (look.ok())
+            m_identity = look.value().identity;
+    }
+    if (status.ok())
+        status = readHeader();
     if (status.ok())
         status = openJournal();
     if (status.ok())

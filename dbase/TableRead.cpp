@@ -16,6 +16,10 @@ constexpr std::size_t scanChunk = 1U << 20U;
 constexpr auto stampTick = std::chrono::milliseconds(50);
 /// Of those that keep whole seconds, or only even ones.
 constexpr auto coarseStampTick = std::chrono::seconds(2);
+/// On a share: how old the news of a file's time may be.
+constexpr auto longestLag = std::chrono::seconds(5);
+/// On a share the lines are compared so often, whatever the file's time says.
+constexpr auto longestTrustInStamp = std::chrono::seconds(60);
 /// Longest run of records that is read in one call when only some of it is wanted.
 constexpr RecordNumber rowsPerRead = 512;
 
@@ -39,8 +43,9 @@ Status TableImpl::readRecord(RecordNumber number, std::span<std::uint8_t> record
         return got.status();
     if (got.value() != record.size())
         return failure(ErrorKind::damaged, "el fichero acaba dentro de la línea " + std::to_string(number));
-    if (m_held == Held::changing) {
+    if (m_held == Held::changing || (m_remote && m_locked.contains(number))) {
         m_lastRead = number;
+        m_lastReadAsOf = m_state.applied;
         m_lastBytes.assign(record.begin(), record.end());
     }
     return {};
@@ -86,16 +91,19 @@ Status TableImpl::knowOf(RecordNumber number)
 }
 
 /// The live lines between two bounds, in order; the bytes of the first ones too when `rows` is given. All
-/// under one index lock.
+/// under one index lock, or with nobody writing meanwhile.
 Status TableImpl::liveRows(Index *wanted, std::span<const std::uint8_t> low,
                            std::span<const std::uint8_t> high, std::vector<RecordNumber> &numbers,
                            std::vector<std::uint8_t> *rows, std::size_t mostRows)
 {
+    const auto *const filed = dynamic_cast<const MdxIndex *>(wanted);
+    if (filed && rowsAsKept(*filed, low, high, numbers, rows, mostRows))
+        return {};
     const ReadLook look(*this);
     if (!look.status().ok())
         return look.status();
     std::vector<RecordNumber> found;
-    if (const auto *const filed = dynamic_cast<const MdxIndex *>(wanted)) {
+    if (filed) {
         if (const Status status = filed->collectLocked(low, high, found); !status.ok())
             return status;
     } else if (wanted) {
@@ -106,6 +114,37 @@ Status TableImpl::liveRows(Index *wanted, std::span<const std::uint8_t> low,
         for (RecordNumber number = 1; number <= header.recordCount; ++number)
             found[number - 1] = number;
     }
+    return readRows(found, numbers, rows, mostRows);
+}
+
+/// The same by what is kept of the index, on a share. @return false, with nothing added, when that does not
+/// do.
+bool TableImpl::rowsAsKept(const MdxIndex &index, std::span<const std::uint8_t> low,
+                           std::span<const std::uint8_t> high, std::vector<RecordNumber> &numbers,
+                           std::vector<std::uint8_t> *rows, std::size_t mostRows)
+{
+    if (!isAsKept())
+        return false;
+    std::vector<RecordNumber> found;
+    {
+        const OnlyKeptBlocks only(*m_mdx);
+        if (!index.collectLocked(low, high, found).ok())
+            return false;
+    }
+    const std::size_t numbersBefore = numbers.size();
+    const std::size_t bytesBefore = rows ? rows->size() : 0;
+    if (readRows(found, numbers, rows, mostRows).ok() && isAsKept())
+        return true;
+    numbers.resize(numbersBefore);
+    if (rows)
+        rows->resize(bytesBefore);
+    return false;
+}
+
+/// Adds those of the lines found that are live.
+Status TableImpl::readRows(std::span<const RecordNumber> found, std::vector<RecordNumber> &numbers,
+                           std::vector<std::uint8_t> *rows, std::size_t mostRows)
+{
     const std::size_t already = numbers.size();
     const std::size_t length = header.recordLength;
     std::vector<std::uint8_t> buffer;
@@ -140,27 +179,44 @@ Status TableImpl::liveRows(Index *wanted, std::span<const std::uint8_t> low,
 // ---------------------------------------------------------------------------------------------------------------------
 // What others have written
 
-void TableImpl::noteStamp()
+/// What is asked of the table's file to find out whether it has moved. On a share by its name, which tells as
+/// well whether it is still there.
+Result<FileLook> TableImpl::lookAtFile()
 {
-    const auto stamp = m_dbf.stamp();
-    m_stampDoubtful = true;
-    if (!stamp.ok())
+    return m_remote ? File::look(path) : m_dbf.look();
+}
+
+void TableImpl::noteStamp(const FileStamp &stamp)
+{
+    const auto seen = std::chrono::steady_clock::now();
+    if (stamp != m_stamp)
+        m_stampSince = seen;
+    m_stamp = stamp;
+    if (m_remote) { // whose clock is another one
+        m_stampDoubtful = seen - m_stampSince < coarseStampTick;
         return;
-    m_stamp = stamp.value();
+    }
     const auto now = std::chrono::system_clock::now().time_since_epoch();
     const std::chrono::nanoseconds age = now - std::chrono::nanoseconds(m_stamp.modified);
     const bool isCoarse = m_stamp.modified % std::chrono::nanoseconds(std::chrono::seconds(1)).count() == 0;
-    m_stampDoubtful = m_remote || age < (isCoarse ? std::chrono::nanoseconds(coarseStampTick) : stampTick);
+    m_stampDoubtful = age < (isCoarse ? std::chrono::nanoseconds(coarseStampTick) : stampTick);
 }
 
 /// Programs that know nothing of presence may put another file in the table's place, or the journal's: what
 /// is written from then on nobody would find.
 Status TableImpl::checkPlace()
 {
-    constexpr auto pause = std::chrono::seconds(1);
+    const auto pause = m_remote ? std::chrono::seconds(10) : std::chrono::seconds(1);
     const auto now = std::chrono::steady_clock::now();
     if (m_presence.held() && now - m_placeSeen < pause)
         return {};
+    if (m_remote) {
+        const auto there = File::look(path);
+        if (there.ok() && there.value().identity == m_identity) {
+            m_placeSeen = now;
+            return {};
+        }
+    }
     auto displaced = isDisplaced();
     if (displaced.ok() && !displaced.value() && m_presence.held()) {
         const auto journal = File::open(sibling(".JNL"), File::Mode::readOnly);
@@ -221,31 +277,46 @@ Result<bool> TableImpl::refresh()
 
 Result<bool> TableImpl::takeInNews()
 {
-    if (!m_poison.ok())
-        return m_poison;
+    if (const Status status = reconnect(); !status.ok())
+        return status;
     // A group that has changed nothing yet may still look; one that has goes by what it knows.
     if (m_held == Held::changing && !(m_group && m_group->changes.empty()))
         return false;
+    // On a share a commit that was not finished is looked for when something else has moved.
+    const bool stateIsEnough = m_remote && m_journal.isOpen();
+    const auto unfinished = stateIsEnough ? Result<bool>(false) : lookAtJournal();
+    if (const Status status = stateIsEnough ? lookAtState() : unfinished.status(); !status.ok())
+        return status;
+    // Behind the journal: a file that has moved has a commit by now, or it was another program.
+    const auto file = lookAtFile();
+    const auto now = std::chrono::steady_clock::now();
+    if (m_remote && file.ok() && file.value().identity == m_identity)
+        m_placeSeen = now;
     if (const Status status = checkPlace(); !status.ok())
         return status;
-    const auto unfinished = lookAtJournal();
-    if (!unfinished.ok())
-        return unfinished.status();
-    const auto stamp = m_dbf.stamp();
-    if (!stamp.ok())
-        return stamp.status();
-    if (!unfinished.value() && m_state.applied == m_seenCommit && stamp.value() == m_stamp &&
-        !m_stampDoubtful && !m_indexSuspect)
+    if (!file.ok())
+        return file.status();
+    const FileStamp &stamp = file.value().stamp;
+    const bool isDue = m_remote && now - m_lookedClosely > longestTrustInStamp;
+    if (!unfinished.value() && m_state.applied == m_seenCommit && stamp == m_stamp && !m_stampDoubtful &&
+        !m_indexSuspect && !isDue)
         return false;
-    const bool hasMoved = stamp.value() != m_stamp || m_indexSuspect || unfinished.value();
+    const bool hasMoved = stamp != m_stamp || m_indexSuspect || unfinished.value();
     // The stamp first: what is written while we look must be looked at again.
-    noteStamp();
+    noteStamp(stamp);
+    m_lookedClosely = now;
     const ReadLook look(*this);
     if (!look.status().ok())
         return look.status();
     // The file has moved on and the journal has not, which nobody of ours holds just now.
     const bool isNoCommit = m_state.applied == m_seenCommit;
-    m_foreignChange = m_foreignChange || (hasMoved && isNoCommit && !m_ownChange);
+    const bool isForeign = hasMoved && isNoCommit && !m_ownChange;
+    // The time of a file may be old news on a share: soon after a commit it may be that commit's.
+    m_foreignChange = m_foreignChange || (isForeign && (!m_remote || now - m_commitMet > longestLag));
+    if (isForeign)
+        m_indexAsOf.reset();
+    if (!isNoCommit)
+        m_commitMet = now;
     m_ownChange = false;
     m_seenCommit = m_state.applied;
     const auto count = announcedCount();

@@ -11,37 +11,31 @@ namespace dbase
 /// Joins the programs that have the table open; when there are none, first puts everything in order.
 Status TableImpl::joinOthers()
 {
-    const auto deadline = std::chrono::steady_clock::now() + options.lockTimeout + repairPatience;
-    for (;;) {
-        const auto alone = m_journal.tryLock(presenceOffset, 1, File::LockKind::exclusive);
-        const auto joined = alone.ok() && !alone.value()
-                                ? m_journal.tryLock(presenceOffset, 1, File::LockKind::shared)
-                                : alone;
-        if (!joined.ok())
-            return joined.status();
-        if (joined.value()) {
-            m_presence = RangeLock(m_journal, presenceOffset, 1);
-            // From here on nobody puts another file in the table's place; while this one waited somebody may
-            // have. Journal and index are about that other file then, and nothing is written to them.
-            if (const Status status = refuseDisplaced(); !status.ok())
-                return status;
-            if (!alone.value())
-                break;
-            if (const Status status = recover(); !status.ok())
-                return status;
-            const auto shared = m_journal.convertLock(presenceOffset, 1, File::LockKind::shared);
-            if (!shared.ok())
-                return shared.status();
-            if (shared.value())
-                break;
-            m_presence.disown(); // lost to somebody who came in between
-        }
-        if (std::chrono::steady_clock::now() > deadline)
-            return failure(ErrorKind::locked, "otro puesto está arreglando la tabla");
-        if (const auto pause = waitForLock(m_journal, presenceOffset, 1, File::LockKind::shared,
-                                           std::chrono::milliseconds(200), "");
-            !pause.ok() && pause.status().kind() != ErrorKind::locked)
-            return pause.status();
+    constexpr std::string_view refusal = "otro puesto está arreglando la tabla";
+    const auto timeout = options.lockTimeout + repairPatience;
+    const auto gate = waitForLock(m_journal, gateOffset, 1, File::LockKind::exclusive, timeout, refusal);
+    if (!gate.ok())
+        return gate.status();
+    const auto alone = m_journal.tryLock(presenceOffset, 1, File::LockKind::exclusive);
+    if (!alone.ok())
+        return alone.status();
+    if (alone.value()) {
+        const RangeLock whole(m_journal, presenceOffset, 1);
+        // Nobody puts another file in the table's place now; while this one waited somebody may have. Journal
+        // and index are about that other file then, and nothing is written to them.
+        Status status = refuseDisplaced();
+        if (status.ok())
+            status = recover();
+        if (!status.ok())
+            return status;
+    }
+    auto joined = waitForLock(m_journal, presenceOffset, 1, File::LockKind::shared, timeout, refusal);
+    if (!joined.ok())
+        return joined.status();
+    m_presence = std::move(joined).value();
+    if (!alone.value()) {
+        if (const Status status = refuseDisplaced(); !status.ok())
+            return status;
     }
     const auto size = m_journal.size();
     if (!size.ok())
@@ -73,13 +67,13 @@ bool TableImpl::closedAsSeen() const
 {
     if (!m_state.closedInOrder || m_state.tableRecords != header.recordCount)
         return false;
-    const auto table = m_dbf.stamp();
-    if (!table.ok() || table.value() != FileStamp{m_state.tableSize, m_state.tableTime})
+    const auto table = m_dbf.look();
+    if (!table.ok() || table.value().stamp != FileStamp{m_state.tableSize, m_state.tableTime})
         return false;
     if (!m_mdx)
         return m_state.indexSize == 0 && !header.hasProductionIndex;
-    const auto index = m_mdx->file().stamp();
-    return index.ok() && index.value() == FileStamp{m_state.indexSize, m_state.indexTime} &&
+    const auto index = m_mdx->file().look();
+    return index.ok() && index.value().stamp == FileStamp{m_state.indexSize, m_state.indexTime} &&
            !m_indexSuspect && m_mdx->languageDriver() == header.languageDriver;
 }
 
@@ -98,6 +92,7 @@ Status TableImpl::lockOutOthers()
         m_mdxLock = std::move(index).value();
     }
     m_dbfLock = std::move(table).value();
+    m_lockedAt = timeWithSleep();
     m_held = Held::changing;
     m_holders = 1;
     return {};
@@ -130,8 +125,7 @@ Status TableImpl::recover()
     if (status.ok() && (last.value() != m_state.base || !m_state.closedInOrder)) {
         // What a power cut has left behind the last whole commit must not follow on the next one. Only now,
         // with the table on its way to the disk, does the journal say that the commits are done.
-        constexpr std::uint64_t leap = 1'000'000;
-        m_state.applied = std::max(m_state.applied, last.value()) + leap;
+        m_state.applied = std::max(m_state.applied, last.value()) + numbersLeap;
         status = checkpoint(false);
     }
     endChange();
@@ -234,9 +228,15 @@ Result<bool> TableImpl::isCutBack() const
 /// On a failure the next opener finds the journal open and looks for itself.
 Status TableImpl::closeInOrder()
 {
-    const auto last = m_journal.convertLock(presenceOffset, 1, File::LockKind::exclusive);
+    constexpr auto patienceOfClosing = std::chrono::milliseconds(100); // closing keeps nobody waiting
+    const auto gate = waitForLock(m_journal, gateOffset, 1, File::LockKind::exclusive, patienceOfClosing, "");
+    if (!gate.ok()) // somebody comes or goes, and finds this one still there
+        return gate.status().kind() == ErrorKind::locked ? Status() : gate.status();
+    m_presence.release();
+    const auto last = m_journal.tryLock(presenceOffset, 1, File::LockKind::exclusive);
     if (!last.ok() || !last.value())
         return last.status();
+    const RangeLock whole(m_journal, presenceOffset, 1);
     // Another program may have put another file there: journal and index are that one's from then on.
     if (const auto displaced = isDisplaced(); !displaced.ok() || displaced.value()) {
         const bool isGone = displaced.status().kind() == ErrorKind::notFound;
@@ -251,7 +251,7 @@ Status TableImpl::closeInOrder()
         return unfinished.status();
     if (m_state.closedInOrder && closedAsSeen())
         return {};
-    options.lockTimeout = std::chrono::milliseconds(100); // closing keeps nobody waiting
+    options.lockTimeout = patienceOfClosing;
     if (const Status status = beginChange(); !status.ok())
         return status.kind() == ErrorKind::locked ? Status() : status;
     const Status status = checkpoint(true);

@@ -44,26 +44,37 @@ Status TableImpl::whileAlone(const std::function<Status()> &work)
     if (m_group)
         return failure(ErrorKind::invalidArgument, "hay un grupo de cambios empezado");
     const std::string refusal = "otro puesto tiene abierta la tabla";
-    const auto alone = m_journal.convertLock(presenceOffset, 1, File::LockKind::exclusive);
-    if (!alone.ok())
-        return alone.status();
-    if (!alone.value())
-        return failure(ErrorKind::locked, refusal);
-    Status status = beginChange();
-    if (status.ok()) {
-        // Programs that do not know the journal show themselves by the lines that they hold.
-        auto lines = waitForLock(m_dbf, headerLockOffset - mostRecords, mostRecords,
-                                 File::LockKind::exclusive, options.lockTimeout, refusal);
-        status = lines.ok() ? work() : lines.status();
-        endChange();
+    const auto gate =
+        waitForLock(m_journal, gateOffset, 1, File::LockKind::exclusive, options.lockTimeout, refusal);
+    if (!gate.ok())
+        return gate.status();
+    m_presence.release();
+    Status status;
+    {
+        const auto alone = m_journal.tryLock(presenceOffset, 1, File::LockKind::exclusive);
+        const RangeLock whole =
+            alone.ok() && alone.value() ? RangeLock(m_journal, presenceOffset, 1) : RangeLock();
+        status = alone.status();
+        if (status.ok())
+            status = whole.held() ? beginChange() : failure(ErrorKind::locked, refusal);
+        if (status.ok()) {
+            // Programs that do not know the journal show themselves by the lines that they hold.
+            auto lines = waitForLock(m_dbf, headerLockOffset - mostRecords, mostRecords,
+                                     File::LockKind::exclusive, options.lockTimeout, refusal);
+            status = lines.ok() ? work() : lines.status();
+            endChange();
+        }
     }
-    // What this object has left half done is for the next opener, who must find nobody in the table: others
-    // are let in when this one has gone.
+    // What this object has left half done is for the next opener, who must find nobody in the table.
     if (!m_poison.ok())
         return status;
-    const auto joined = m_journal.convertLock(presenceOffset, 1, File::LockKind::shared);
-    if (!joined.ok() || !joined.value())
-        std::ignore = poison(joined.ok() ? failure(ErrorKind::locked, refusal) : joined.status());
+    // Behind the gate nobody else can be alone.
+    auto joined =
+        waitForLock(m_journal, presenceOffset, 1, File::LockKind::shared, options.lockTimeout, refusal);
+    if (joined.ok())
+        m_presence = std::move(joined).value();
+    else
+        std::ignore = poison(joined.status());
     return status; // of the work, which has been done or has not
 }
 

@@ -268,12 +268,7 @@ Status TableImpl::makeIndex(std::span<const TagDefinition> wanted)
             made = MdxFile::open(file, File::Mode::readWrite);
         }
         if (made.ok()) {
-            m_mdx = std::move(made).value();
-            auto lock = waitForLock(m_mdx->file(), headerLockOffset, 1, File::LockKind::exclusive,
-                                    options.lockTimeout, "otro programa está usando el índice");
-            status = lock.status();
-            if (lock.ok())
-                m_mdxLock = std::move(lock).value();
+            m_mdx = std::move(made).value(); // rewriteIndex() takes its lock
         } else {
             status = made.status();
         }
