@@ -280,6 +280,8 @@ Plant planted()
 }
 void fail(std::optional<Fault> fault)
 {
+    if (!fault && state().planted == Plant::neverMended)
+        return;
     state().fault = fault;
     state().counted = 0;
     state().met = false;

@@ -64,6 +64,7 @@ enum class Plant {
     exclusiveStays,      ///< presence is held exclusive, as by one that has converted its lock
     unlockNotTriedAgain, ///< a lock that could not be given back stays for good
     clockStandsStill,    ///< time that a call takes does not show
+    neverMended,         ///< calls that have begun to fail go on failing
 };
 
 /// A change of a file, or a mark between changes.

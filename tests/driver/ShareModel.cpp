@@ -221,6 +221,17 @@ bool meetsOwn(const Handle &handle, off_t from, off_t to)
                        [&](const Lock &lock) { return lock.meets(from, to); });
 }
 
+/// What lies unwritten for long the system brings to the server by itself.
+void pass(std::chrono::nanoseconds time)
+{
+    constexpr auto tooLong = std::chrono::seconds(30);
+    if (time >= tooLong) {
+        for (const auto &[descriptor, handle] : state().handles)
+            share::push(descriptor);
+    }
+    state().ahead += time;
+}
+
 int take(int descriptor, Handle &handle, Lock wanted)
 {
     const auto [from, to] = std::pair(wanted.from, wanted.to);
@@ -455,7 +466,7 @@ void keepLock(int descriptor, off_t from, off_t to)
 void takeTime(std::chrono::nanoseconds time)
 {
     if (filecalls::planted() != Plant::clockStandsStill)
-        state().ahead += time;
+        pass(time);
 }
 
 std::chrono::nanoseconds timeAhead()
@@ -524,7 +535,7 @@ bool unlockHasFailed()
 
 void passTime(std::chrono::nanoseconds time)
 {
-    state().ahead += time;
+    share::pass(time);
 }
 void sleepVirtually(bool inNoTime)
 {
