@@ -1,20 +1,24 @@
 #include "tests/driver/FileCalls.h"
 
+#include "tests/driver/RealCalls.h"
+#include "tests/driver/ShareModel.h"
+
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <map>
 #include <numeric>
 #include <set>
 #include <utility>
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 namespace driver::filecalls
@@ -22,6 +26,8 @@ namespace driver::filecalls
 
 namespace
 {
+
+constexpr int byName = -1; ///< in place of a descriptor
 
 struct State {
     std::string folder;                        ///< with its slash; empty: nothing is watched
@@ -31,6 +37,7 @@ struct State {
     std::optional<Fault> fault;
     int counted = 0;
     bool met = false;
+    bool answerIsLate = false; ///< of the call under way
     std::array<int, kindsOfCall> tally{};
     int changesLeft = 0; ///< until death; 0: for ever
     std::function<void()> beforeLock;
@@ -44,13 +51,6 @@ State &state()
     static State &one = *new State;
     return one;
 }
-
-/// The call that this file stands in front of.
-template <class Function> Function *real(const char *name, Function * /*same type*/)
-{
-    return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
-}
-#define REAL(name) (real(#name, &::name))
 
 /// Name of a watched file, null for all others.
 const std::filesystem::path *watched(int descriptor)
@@ -81,17 +81,55 @@ int &tallyOf(Call call)
     return state().tally[static_cast<std::size_t>(call)];
 }
 
+/// The time that a call takes, with what others do meanwhile.
+void passLateness()
+{
+    State &now = state();
+    const int error = errno;
+    share::takeTime(now.fault->late);
+    if (const auto work = std::exchange(now.fault->meanwhile, nullptr)) {
+        auto fault = std::exchange(now.fault, {});
+        work();
+        now.fault = std::move(fault);
+    }
+    errno = error;
+}
+
+/// Stands for the way of an answer back to the caller.
+struct Answer {
+    Answer() = default;
+    ~Answer()
+    {
+        if (std::exchange(state().answerIsLate, false))
+            passLateness();
+    }
+    Answer(const Answer &) = delete;
+    Answer &operator=(const Answer &) = delete;
+};
+
 /// Whether this call is to fail; errno is set then, and 0 means half the work.
-bool fails(Call call)
+/// @param descriptor  -1: of a call by name.
+bool fails(Call call, int descriptor)
 {
     State &now = state();
     ++tallyOf(call);
-    if (!now.fault || (now.fault->call && *now.fault->call != call))
+    if (call != Call::map)
+        share::roundTrip();
+    if (!now.fault || (now.fault->call && *now.fault->call != call) ||
+        (now.fault->workstation && *now.fault->workstation != share::workstationOf(descriptor)))
         return false;
     ++now.counted;
     if (now.counted < now.fault->number || (now.counted > now.fault->number && !now.fault->staysBroken))
         return false;
     now.met = true;
+    now.answerIsLate = now.fault->answerIsLate;
+    if (now.answerIsLate)
+        return false;
+    if (now.fault->late > std::chrono::seconds(0)) {
+        passLateness();
+        if (now.fault->error == 0)
+            return false;
+    }
     errno = now.fault->error;
     return true;
 }
@@ -114,18 +152,10 @@ bool isLastChange()
     std::abort();
 }
 
-ssize_t writeNow(int descriptor, const std::filesystem::path &name, const void *bytes, std::size_t count,
-                 off_t at)
+ssize_t writeNow(int descriptor, const void *bytes, std::size_t count, off_t at)
 {
-    const ssize_t done = REAL(pwrite)(descriptor, bytes, count, at);
-    if (done > 0)
-        note({Event::Kind::written,
-              name,
-              static_cast<std::uint64_t>(at),
-              0,
-              {static_cast<const char *>(bytes), static_cast<std::size_t>(done)},
-              {}});
-    return done;
+    return share::knows(descriptor) ? share::write(descriptor, bytes, count, at)
+                                    : share::writeAtServer(descriptor, bytes, count, at);
 }
 
 /// The count of a commit that is about to be written goes into the table's header at once.
@@ -141,32 +171,34 @@ void countBeforeJournal(const void *bytes, std::size_t count, off_t at)
             continue;
         if (isLastChange())
             die();
-        writeNow(descriptor, name, from + countInCommit, 4, countInHeader);
+        writeNow(descriptor, from + countInCommit, 4, countInHeader);
         return;
     }
 }
 
 /// A flush of a watched file, or of some of its bytes.
-int flushNow(const std::filesystem::path &name, std::uint64_t from, std::uint64_t length)
+int flushNow(int descriptor, const std::filesystem::path &name, std::uint64_t from, std::uint64_t length)
 {
     const Plant planted = state().planted;
     if ((planted == Plant::journalNotFlushed && isJournal(name)) ||
         (planted == Plant::tableNotFlushed && isTable(name)))
         return 0;
-    if (fails(Call::flush)) {
+    if (fails(Call::flush, descriptor)) {
         note({Event::Kind::flushFailed, name, from, length, {}, {}});
         return planted == Plant::failureHidden ? 0 : -1;
     }
     if (isLastChange())
         die();
+    share::push(descriptor);
     note({Event::Kind::flushed, name, from, length, {}, {}});
     return 0;
 }
 
 int flush(int descriptor, int (*call)(int))
 {
+    const Answer answer;
     const std::filesystem::path *const name = watched(descriptor);
-    return name ? flushNow(*name, 0, 0) : call(descriptor);
+    return name ? flushNow(descriptor, *name, 0, 0) : call(descriptor);
 }
 
 /// The second half of a write through to the disk; of any other nothing.
@@ -174,20 +206,26 @@ ssize_t flushThrough(int descriptor, const std::filesystem::path &name, ssize_t 
 {
     if (done <= 0 || !state().through.contains(descriptor))
         return done;
-    return flushNow(name, static_cast<std::uint64_t>(at), static_cast<std::uint64_t>(done)) == 0 ? done : -1;
+    const auto from = static_cast<std::uint64_t>(at);
+    return flushNow(descriptor, name, from, static_cast<std::uint64_t>(done)) == 0 ? done : -1;
 }
 
 int openFile(const char *path, int flags, mode_t rights)
 {
+    const Answer answer;
     const auto name = nameOf(path);
     const bool file = name && (flags & O_DIRECTORY) == 0;
-    if (file && fails(Call::open))
+    if (file && fails(Call::open, byName))
         return -1;
     if (file && (flags & O_CREAT) != 0 && isLastChange())
         die();
     const bool through = file && (flags & O_DSYNC) != 0;
-    const int descriptor = REAL(open)(path, through ? flags & ~O_DSYNC : flags, rights);
+    // Played here; the folder's own file system may have no such thing.
+    const int played = file ? O_DSYNC | (share::isOn() ? O_DIRECT : 0) : 0;
+    const int descriptor = REAL(open)(path, flags & ~played, rights);
     if (descriptor >= 0 && file) {
+        if (share::isOn())
+            share::opened(descriptor, (flags & O_DIRECT) != 0, isTable(*name));
         state().open[descriptor] = *name;
         if (through)
             state().through.insert(descriptor);
@@ -195,6 +233,29 @@ int openFile(const char *path, int flags, mode_t rights)
             note({Event::Kind::created, *name, 0, 0, {}, {}});
     }
     return descriptor;
+}
+
+/// A look at a watched file by its name: at once, or 0 to be done, or -1 when it fails.
+/// @param done  asks the system.
+template <class Look> int lookByName(const char *path, struct stat *info, Look &&done)
+{
+    const Answer answer;
+    const bool onShare = share::isOn() && nameOf(path);
+    if (onShare && fails(Call::lookByName, byName))
+        return -1;
+    const int outcome = done();
+    if (onShare && outcome == 0)
+        share::lookByName(info);
+    return outcome;
+}
+
+/// Sleeps, or lets the time pass.
+int sleep(const timespec &time, const std::function<int()> &really)
+{
+    if (!share::sleepsInNoTime())
+        return really();
+    passTime(std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec));
+    return 0;
 }
 
 } // namespace
@@ -213,8 +274,14 @@ void plant(Plant what)
 {
     state().planted = what;
 }
+Plant planted()
+{
+    return state().planted;
+}
 void fail(std::optional<Fault> fault)
 {
+    if (!fault && state().planted == Plant::neverMended)
+        return;
     state().fault = fault;
     state().counted = 0;
     state().met = false;
@@ -258,6 +325,21 @@ void mark(std::string text)
 
 } // namespace driver::filecalls
 
+ssize_t driver::share::writeAtServer(int descriptor, const void *bytes, std::size_t count, off_t at)
+{
+    using namespace filecalls;
+    const ssize_t done = REAL(pwrite)(descriptor, bytes, count, at);
+    const std::filesystem::path *const name = watched(descriptor);
+    if (done > 0 && name)
+        note({Event::Kind::written,
+              *name,
+              static_cast<std::uint64_t>(at),
+              0,
+              {static_cast<const char *>(bytes), static_cast<std::size_t>(done)},
+              {}});
+    return done;
+}
+
 // ---------------------------------------------------------------------------------------------------------------------
 // The calls. Those of the C library have no noexcept or have it; these must agree.
 
@@ -280,6 +362,9 @@ int open(const char *path, int flags, ...)
 
 int close(int descriptor)
 {
+    if (watched(descriptor))
+        driver::share::roundTrip();
+    driver::share::close(descriptor);
     state().open.erase(descriptor);
     state().through.erase(descriptor);
     return REAL(close)(descriptor);
@@ -287,14 +372,15 @@ int close(int descriptor)
 
 ssize_t pwrite(int descriptor, const void *bytes, size_t count, off_t at)
 {
+    const Answer answer;
     const std::filesystem::path *const name = watched(descriptor);
     if (!name)
         return REAL(pwrite)(descriptor, bytes, count, at);
-    if (fails(Call::write)) {
+    if (fails(Call::write, descriptor)) {
         const int error = errno;
         const bool first = state().counted == state().fault->number;
         const bool half = error == 0 || (first && state().fault->halfDone);
-        const ssize_t done = half ? writeNow(descriptor, *name, bytes, (count + 1) / 2, at) : 0;
+        const ssize_t done = half ? writeNow(descriptor, bytes, (count + 1) / 2, at) : 0;
         if (error == 0)
             return flushThrough(descriptor, *name, done, at);
         errno = error;
@@ -303,28 +389,34 @@ ssize_t pwrite(int descriptor, const void *bytes, size_t count, off_t at)
     if (state().planted == Plant::headerFirst && isJournal(*name))
         countBeforeJournal(bytes, count, at);
     if (isLastChange()) {
-        writeNow(descriptor, *name, bytes, count / 2, at);
+        writeNow(descriptor, bytes, count / 2, at);
         die();
     }
-    return flushThrough(descriptor, *name, writeNow(descriptor, *name, bytes, count, at), at);
+    return flushThrough(descriptor, *name, writeNow(descriptor, bytes, count, at), at);
 }
 
 off_t lseek(int descriptor, off_t place, int from) noexcept
 {
-    if (watched(descriptor) && fails(Call::length))
+    const Answer answer;
+    if (watched(descriptor) && fails(Call::length, descriptor))
         return -1;
-    return REAL(lseek)(descriptor, place, from);
+    if (from != SEEK_END || !driver::share::knows(descriptor))
+        return REAL(lseek)(descriptor, place, from);
+    struct stat info = {};
+    return driver::share::look(descriptor, &info) == 0 ? info.st_size + place : -1;
 }
 
 ssize_t pread(int descriptor, void *bytes, size_t count, off_t at)
 {
+    const Answer answer;
     const std::filesystem::path *const name = watched(descriptor);
-    if (name && fails(Call::read)) {
+    if (name && fails(Call::read, descriptor)) {
         if (errno != 0)
             return -1;
         count = (count + 1) / 2;
     }
-    const ssize_t got = REAL(pread)(descriptor, bytes, count, at);
+    const ssize_t got = driver::share::knows(descriptor) ? driver::share::read(descriptor, bytes, count, at)
+                                                         : REAL(pread)(descriptor, bytes, count, at);
     constexpr off_t firstCommit = 512;
     if (name && isJournal(*name) && state().planted == Plant::journalNotRead && at + got > firstCommit) {
         const off_t from = at < firstCommit ? firstCommit - at : 0;
@@ -345,20 +437,24 @@ int fsync(int descriptor)
 
 int ftruncate(int descriptor, off_t size) noexcept
 {
+    const Answer answer;
     const std::filesystem::path *const name = watched(descriptor);
     if (name) {
-        if (fails(Call::size))
+        if (fails(Call::size, descriptor))
             return -1;
         if (isLastChange())
             die();
+        driver::share::push(descriptor);
         note({Event::Kind::sized, *name, static_cast<std::uint64_t>(size), 0, {}, {}});
     }
-    return REAL(ftruncate)(descriptor, size);
+    return driver::share::knows(descriptor) ? driver::share::truncate(descriptor, size)
+                                            : REAL(ftruncate)(descriptor, size);
 }
 
 int fallocate(int descriptor, int mode, off_t from, off_t count)
 {
-    if (watched(descriptor) && fails(Call::reserve))
+    const Answer answer;
+    if (watched(descriptor) && fails(Call::reserve, descriptor))
         return -1;
     return REAL(fallocate)(descriptor, mode, from, count);
 }
@@ -369,33 +465,83 @@ int fcntl(int descriptor, int command, ...)
     va_start(rest, command);
     void *const argument = va_arg(rest, void *);
     va_end(rest);
-    if ((command == F_OFD_SETLK || command == F_SETLK) && watched(descriptor)) {
+    const Answer answer;
+    const bool isSet = command == F_OFD_SETLK || command == F_SETLK;
+    const bool isAsked = command == F_OFD_GETLK || command == F_GETLK;
+    if (!watched(descriptor) || (!isSet && !isAsked))
+        return REAL(fcntl)(descriptor, command, argument);
+    auto *const range = static_cast<struct flock *>(argument);
+    if (isSet) {
         if (state().beforeLock && isJournal(*watched(descriptor)))
             std::exchange(state().beforeLock, nullptr)();
-        // Giving back a lock does not fail: the system has nothing to find room for.
-        if (static_cast<const struct flock *>(argument)->l_type == F_UNLCK)
+        // On a folder of this machine giving back a lock does not fail: the system has nothing to find room
+        // for.
+        if (range->l_type == F_UNLCK && !driver::share::knows(descriptor)) {
             ++tallyOf(Call::unlock);
-        else if (fails(Call::lock))
+        } else if (fails(range->l_type == F_UNLCK ? Call::unlock : Call::lock, descriptor)) {
+            if (range->l_type == F_UNLCK)
+                driver::share::keepLock(descriptor, range->l_start, range->l_start + range->l_len);
             return -1;
+        }
         if (state().planted == Plant::nothingLocked)
             return 0;
+    } else if (driver::share::knows(descriptor)) {
+        if (fails(Call::lock, descriptor))
+            return -1;
+        if (behaviour() == Share::smb)
+            driver::share::roundTrip(); // it is taken and given back
     }
-    return REAL(fcntl)(descriptor, command, argument);
+    return driver::share::knows(descriptor) ? driver::share::lock(descriptor, command, range)
+                                            : REAL(fcntl)(descriptor, command, argument);
 }
 
 int fstat(int descriptor, struct stat *info) noexcept
 {
-    if (watched(descriptor) && fails(Call::look))
+    const Answer answer;
+    if (watched(descriptor) && fails(Call::look, descriptor))
         return -1;
-    return REAL(fstat)(descriptor, info);
+    return driver::share::knows(descriptor) ? driver::share::look(descriptor, info)
+                                            : REAL(fstat)(descriptor, info);
+}
+
+int stat(const char *path, struct stat *info) noexcept
+{
+    return lookByName(path, info, [&] { return REAL(stat)(path, info); });
+}
+
+int lstat(const char *path, struct stat *info) noexcept
+{
+    return lookByName(path, info, [&] { return REAL(lstat)(path, info); });
+}
+
+int fstatat(int folder, const char *path, struct stat *info, int flags) noexcept
+{
+    return lookByName(path, info, [&] { return REAL(fstatat)(folder, path, info, flags); });
+}
+
+int fstatfs(int descriptor, struct statfs *info) noexcept
+{
+    const int outcome = REAL(fstatfs)(descriptor, info);
+    if (outcome == 0 && driver::share::knows(descriptor))
+        info->f_type = driver::share::magic();
+    return outcome;
+}
+
+int statfs(const char *path, struct statfs *info) noexcept
+{
+    const int outcome = REAL(statfs)(path, info);
+    if (outcome == 0 && driver::share::isOn() && nameOf((std::string(path) + "/").c_str()))
+        info->f_type = driver::share::magic();
+    return outcome;
 }
 
 void *mmap(void *place, size_t size, int protection, int flags, int descriptor, off_t at) noexcept
 {
     if (const std::filesystem::path *const name = descriptor >= 0 ? watched(descriptor) : nullptr) {
-        if (fails(Call::map))
+        if (fails(Call::map, descriptor))
             return MAP_FAILED;
-        if (isJournal(*name) && state().planted == Plant::journalNotRead) {
+        if (driver::share::knows(descriptor) ||
+            (isJournal(*name) && state().planted == Plant::journalNotRead)) {
             errno = ENODEV;
             return MAP_FAILED;
         }
@@ -403,12 +549,38 @@ void *mmap(void *place, size_t size, int protection, int flags, int descriptor, 
     return REAL(mmap)(place, size, protection, flags, descriptor, at);
 }
 
+int clock_gettime(clockid_t clock, timespec *now) noexcept
+{
+    static auto *const call = REAL(clock_gettime);
+    const int outcome = call(clock, now);
+    if (outcome != 0 || (clock != CLOCK_REALTIME && clock != CLOCK_MONOTONIC && clock != CLOCK_BOOTTIME))
+        return outcome;
+    constexpr long second = 1'000'000'000;
+    const auto ahead = driver::share::timeAhead().count();
+    now->tv_sec += ahead / second + (now->tv_nsec + ahead % second) / second;
+    now->tv_nsec = (now->tv_nsec + ahead % second) % second;
+    return 0;
+}
+
+int nanosleep(const timespec *time, timespec *left)
+{
+    return sleep(*time, [&] { return REAL(nanosleep)(time, left); });
+}
+
+int clock_nanosleep(clockid_t clock, int flags, const timespec *time, timespec *left)
+{
+    if ((flags & TIMER_ABSTIME) != 0)
+        return REAL(clock_nanosleep)(clock, flags, time, left);
+    return sleep(*time, [&] { return REAL(clock_nanosleep)(clock, flags, time, left); });
+}
+
 int rename(const char *from, const char *to) noexcept
 {
+    const Answer answer;
     const auto name = nameOf(from);
     const auto newName = nameOf(to);
     if (name && newName) {
-        if (fails(Call::rename))
+        if (fails(Call::rename, byName))
             return -1;
         if (isLastChange())
             die();
@@ -434,6 +606,13 @@ off64_t lseek64(int descriptor, off64_t place, int from) noexcept __attribute__(
 int ftruncate64(int descriptor, off64_t size) noexcept __attribute__((alias("ftruncate")));
 int fallocate64(int descriptor, int mode, off64_t from, off64_t count) __attribute__((alias("fallocate")));
 int fcntl64(int descriptor, int command, ...) __attribute__((alias("fcntl")));
+int fstat64(int descriptor, struct stat64 *info) noexcept __attribute__((alias("fstat")));
+int stat64(const char *path, struct stat64 *info) noexcept __attribute__((alias("stat")));
+int lstat64(const char *path, struct stat64 *info) noexcept __attribute__((alias("lstat")));
+int fstatat64(int folder, const char *path, struct stat64 *info, int flags) noexcept
+    __attribute__((alias("fstatat")));
+int fstatfs64(int descriptor, struct statfs64 *info) noexcept __attribute__((alias("fstatfs")));
+int statfs64(const char *path, struct statfs64 *info) noexcept __attribute__((alias("statfs")));
 void *mmap64(void *place, size_t size, int protection, int flags, int descriptor, off64_t at) noexcept
     __attribute__((alias("mmap")));
 

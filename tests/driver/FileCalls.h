@@ -2,9 +2,10 @@
 
 // Between the program and the system's file calls, in test programs on Linux: a program that links this has
 // the calls of this file instead of the library's, for every shared library in it. Files of the watched
-// folder are recorded, made to fail and treated wrongly; all others are passed on. For programs with one
-// thread.
+// folder are recorded, made to fail and treated wrongly; all others are passed on. The folder may behave as
+// one on a share, see ShareModel.h. For programs with one thread.
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -15,9 +16,24 @@
 namespace driver::filecalls
 {
 
-/// Giving back a lock never fails. A write through to the disk is a write and a flush.
-enum class Call { open, read, write, flush, size, lock, look, length, map, reserve, unlock, rename };
-inline constexpr std::size_t kindsOfCall = 12;
+/// Giving back a lock and a look by name fail on shares alone. A write through to the disk is a write and a
+/// flush.
+enum class Call {
+    open,
+    read,
+    write,
+    flush,
+    size,
+    lock,
+    look,
+    length,
+    map,
+    reserve,
+    unlock,
+    rename,
+    lookByName
+};
+inline constexpr std::size_t kindsOfCall = 13;
 
 /// Which call fails, and how.
 struct Fault {
@@ -26,6 +42,11 @@ struct Fault {
     int error = 0;            ///< as in errno; 0: the call does half of its work
     bool staysBroken = false; ///< all further calls of the kind fail as well
     bool halfDone = false;    ///< the first to fail, when it is a write, does half of its work
+    /// It takes that long by all clocks, and then fails with the error, or with 0 does its work.
+    std::chrono::seconds late{0};
+    bool answerIsLate = false;            ///< its work is done before the time passes, without error
+    std::function<void()> meanwhile = {}; ///< what happens in that time, once; its calls are not counted
+    std::optional<int> workstation = {};  ///< whose calls are counted; empty: everybody's
 };
 
 /// Faults of a table program that tests must find. They stand here so that the program has no switch for
@@ -38,6 +59,12 @@ enum class Plant {
     nothingLocked,     ///< every lock is granted
     journalNotRead,    ///< what a dead writer left is not done again
     failureHidden,     ///< a failed flush is reported as done
+    // On shares:
+    directIgnored,       ///< NFS: what is to go to the server at once is kept as all else
+    exclusiveStays,      ///< presence is held exclusive, as by one that has converted its lock
+    unlockNotTriedAgain, ///< a lock that could not be given back stays for good
+    clockStandsStill,    ///< time that a call takes does not show
+    neverMended,         ///< calls that have begun to fail go on failing
 };
 
 /// A change of a file, or a mark between changes.
@@ -56,6 +83,7 @@ struct Event {
 void watch(const std::filesystem::path &folder, bool recording = true);
 void unwatch();
 void plant(Plant what);
+[[nodiscard]] Plant planted();
 /// Counts calls from here on; no fault: none fails any more.
 void fail(std::optional<Fault> fault);
 [[nodiscard]] bool faultMet();

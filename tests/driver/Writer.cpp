@@ -48,21 +48,46 @@ void Writer::step()
     const auto what = m_random() % 100;
     if (what < 10)
         return answer("inc", counterKey, "1", [&](const std::string &) { return increment(); });
+    const auto changeOf = [&](const std::string &key) {
+        answer("upd", key, value, [&](const std::string &one) { return change(one, value, true); });
+    };
     if (what < 30)
-        return answer("upd", std::string("shared-") + static_cast<char>('a' + m_random() % 3), value,
-                      [&](const std::string &key) { return change(key, value); });
+        return changeOf(std::string("shared-") + static_cast<char>('a' + m_random() % 3));
     if (what < 35)
-        return answer("ins", own + "s", value, [&](const std::string &key) { return sheet(key, value); });
+        return addSheet(own + "s", value);
     if (what < 65 || m_mine.empty()) {
         m_mine.push_back(own);
-        return answer("ins", own, value, [&](const std::string &key) { return insert(key, value); });
+        return add(own, value);
     }
     const std::size_t pick = m_random() % m_mine.size();
     const std::string key = m_mine[pick];
     if (what < 90)
-        return answer("upd", key, value, [&](const std::string &one) { return change(one, value); });
+        return changeOf(key);
     m_mine.erase(m_mine.begin() + static_cast<std::ptrdiff_t>(pick));
     answer("del", key, {}, [&](const std::string &one) { return remove(one); });
+}
+
+void Writer::changeTo(const std::string &key, const std::string &value)
+{
+    answer("upd", key, value, [&](const std::string &one) { return change(one, value, false); });
+}
+
+void Writer::add(const std::string &key, const std::string &value)
+{
+    answer("ins", key, value, [&](const std::string &one) { return insert(one, value); });
+}
+
+void Writer::addSheet(const std::string &key, const std::string &value)
+{
+    answer("ins", key, value, [&](const std::string &one) { return sheet(one, value); });
+}
+
+Status Writer::refresh()
+{
+    const Status status = m_agenda.isOpen() ? m_agenda.table().refresh().status() : Status();
+    if (!status.ok() && !m_keepsOpen)
+        static_cast<void>(m_agenda.close());
+    return status;
 }
 
 void Writer::say(const char *verb, const char *op, const std::string &key, const std::string &value) const
@@ -86,7 +111,8 @@ void Writer::answer(const char *op, const std::string &key, const std::string &v
     std::fprintf(stderr, "%s %s: %s\n", op, key.c_str(), status.message().c_str());
     // As a window would after a failure of the disk: the table is closed, and opened again for the next
     // change.
-    if (status.kind() == ErrorKind::inputOutput || status.kind() == ErrorKind::damaged)
+    const bool isBroken = status.kind() == ErrorKind::inputOutput || status.kind() == ErrorKind::damaged;
+    if (isBroken && !m_keepsOpen)
         static_cast<void>(m_agenda.close());
 }
 
@@ -129,11 +155,11 @@ template <class Edit> Status Writer::withLine(const std::string &key, Edit &&edi
     return table.update(number.value(), before, after);
 }
 
-Status Writer::change(const std::string &key, const std::string &value)
+Status Writer::change(const std::string &key, const std::string &value, bool mayMove)
 {
     return withLine(key, [&](Bytes &record) {
         m_agenda.setValue(record, value);
-        if (m_random() % 4 == 0)
+        if (mayMove && m_random() % 4 == 0)
             m_agenda.setTime(record, m_random);
     });
 }

@@ -25,6 +25,13 @@ public:
 
     /// One change; opens the table first where it is closed.
     void step();
+    /// One that the caller chooses: another value for a line that is there, or new lines.
+    void changeTo(const std::string &key, const std::string &value);
+    void add(const std::string &key, const std::string &value);
+    void addSheet(const std::string &key, const std::string &value);
+    /// The table is not closed after a failure of the disk.
+    void keepOpen() { m_keepsOpen = true; }
+    dbase::Status refresh();
     /// @return what the closing met.
     dbase::Status close() { return m_agenda.close(); }
 
@@ -35,7 +42,7 @@ private:
     dbase::Status insert(const std::string &key, const std::string &value);
     dbase::Status sheet(const std::string &key, const std::string &value);
     template <class Edit> dbase::Status withLine(const std::string &key, Edit &&edit);
-    dbase::Status change(const std::string &key, const std::string &value);
+    dbase::Status change(const std::string &key, const std::string &value, bool mayMove);
     dbase::Status increment();
     dbase::Status remove(const std::string &key);
 
@@ -47,6 +54,7 @@ private:
     AgendaTable m_agenda;
     std::vector<std::string> m_mine;
     long m_steps = 0;
+    bool m_keepsOpen = false;
 };
 
 } // namespace driver
