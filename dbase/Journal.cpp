@@ -147,9 +147,14 @@ void encodeCommit(const Commit &commit, std::size_t recordLength, std::vector<st
     put32(&out[commitSumAt], commitSum(std::span(out).first(size)));
 }
 
+std::uint64_t numberOfCommit(std::span<const std::uint8_t> bytes)
+{
+    return bytes.size() >= commitFixed && begins(bytes, commitMagic) ? get64(&bytes[8]) : 0;
+}
+
 bool mayBeCommit(std::span<const std::uint8_t> bytes, std::uint64_t number)
 {
-    return bytes.size() >= commitFixed && begins(bytes, commitMagic) && get64(&bytes[8]) == number;
+    return number != 0 && numberOfCommit(bytes) == number;
 }
 
 std::optional<Commit> decodeCommit(std::span<const std::uint8_t> bytes, std::uint64_t number,

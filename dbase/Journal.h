@@ -96,6 +96,9 @@ void encodeCommit(const Commit &commit, std::size_t recordLength, std::vector<st
 /// record length.
 [[nodiscard]] std::optional<Commit> decodeCommit(std::span<const std::uint8_t> bytes, std::uint64_t number,
                                                  std::size_t recordLength);
+/// The number of what begins there, if it is a commit; 0 when it is none. Not to be believed without
+/// decoding.
+[[nodiscard]] std::uint64_t numberOfCommit(std::span<const std::uint8_t> bytes);
 /// Whether something of that number begins there; cheap, and to be looked at closer when true.
 [[nodiscard]] bool mayBeCommit(std::span<const std::uint8_t> bytes, std::uint64_t number);
 

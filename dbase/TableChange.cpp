@@ -257,7 +257,7 @@ Status TableImpl::apply(const Commit &commit)
 {
     m_hasChanged = true;
     m_ownChange = true;
-    const auto keepsIndex = indexIsKnown();
+    const bool keepsIndex = indexIsKnown();
     const std::function<Status()> steps[] = {
         [&] { return writeRecords(commit); },
         [&] { return writeDateAndCount(commit.recordCount); },
@@ -271,10 +271,11 @@ Status TableImpl::apply(const Commit &commit)
         },
         [] { return Status(); }, // the last one may have taken long, too
     };
+    m_underWay = commit.number;
     for (const auto &step : steps) {
         const auto alone = stillAlone();
         if (alone.ok() && !alone.value())
-            return mendAfterOthers(commit);
+            return &step == std::begin(steps) ? verdictOfOthers(commit) : mendAfterOthers();
         if (const Status status = alone.ok() ? step() : alone.status(); !status.ok())
             return {ErrorKind::inputOutput, status.text(), name}; // whatever it was, the commit is half done
     }
@@ -285,15 +286,55 @@ Status TableImpl::apply(const Commit &commit)
 }
 
 /// Others have written since the change locks were taken, which a server had given them: this workstation was
-/// not heard of for long. They finished the commit under way, or it came too late; and what of it was written
-/// afterwards may lie over something newer. The journal tells what belongs where.
+/// not heard of for long. A commit of which nothing but the journal has been written may have come in time,
+/// and they have finished it; or it lies where they had gone on, and must not stay there.
 /// @return ok when the commit is in the table, locked when nothing of it is.
-Status TableImpl::mendAfterOthers(const Commit &commit)
+Status TableImpl::verdictOfOthers(const Commit &commit)
 {
     if (m_mdx)
         m_mdx->drop();
+    m_dateAndCount.clear();
+    Status status = settleCount(true);
+    std::map<RecordNumber, const RecordChange *> last;
+    for (const RecordChange &change : commit.changes)
+        last[change.number] = &change;
+    std::size_t done = 0;
+    std::size_t untouched = 0;
+    std::vector<std::uint8_t> present(header.recordLength);
+    for (const auto &[number, change] : last) {
+        if (number > header.recordCount) {
+            ++untouched;
+            continue;
+        }
+        if (status.ok())
+            status = readRecord(number, present);
+        done += present == change->after ? 1U : 0U;
+        untouched += change->before.empty() || present == change->before ? 1U : 0U;
+    }
+    m_lastRead = 0;
+    m_indexRewritten = true; // the numbers go on behind all that either side has given out
+    if (status.ok())
+        status = checkpoint(false);
+    if (status.ok() && done == last.size())
+        return {};
+    if (status.ok() && done == 0 && untouched == last.size())
+        return failure(ErrorKind::locked, std::string(writersRefusal));
+    return failure(ErrorKind::inputOutput, "se ha perdido la conexión mientras se escribía");
+}
+
+/// The same when some of it had been written here: they have finished the commit, and what was written late
+/// may lie over something newer. The journal tells what belongs where.
+Status TableImpl::mendAfterOthers()
+{
+    if (m_mdx)
+        m_mdx->drop();
+    // Where they have emptied the journal and gone on, and its header was then set back from here, their
+    // first commit tells where they began.
+    const auto first = firstInJournal();
+    if (first.ok() && first.value() > std::max(m_state.applied, m_underWay))
+        m_state.base = first.value() - 1;
     const auto found = commitsFrom(journalSector, m_state.base);
-    Status status = found.status();
+    Status status = first.ok() ? found.status() : first.status();
     if (status.ok() && !found.value().commits.empty()) {
         status = bringToDisk(found.value());
         if (status.ok())
@@ -304,27 +345,11 @@ Status TableImpl::mendAfterOthers(const Commit &commit)
     if (status.ok())
         status = settleCount(true);
     if (status.ok())
-        status = takeIndexLock();
-    if (status.ok())
         status = repairIndex();
-    m_indexRewritten = true; // the numbers go on behind all that either side may have given out
+    m_indexRewritten = true;
     if (status.ok())
         status = checkpoint(false);
-    std::size_t there = 0;
-    std::vector<std::uint8_t> present(header.recordLength);
-    std::map<RecordNumber, const RecordChange *> last;
-    for (const RecordChange &change : commit.changes)
-        last[change.number] = &change;
-    for (const auto &[number, change] : last) {
-        if (status.ok())
-            status = number <= header.recordCount ? readRecord(number, present) : Status();
-        there += number <= header.recordCount && present == change->after ? 1U : 0U;
-    }
-    if (status.ok() && there == last.size())
-        return {};
-    if (status.ok() && there == 0)
-        return failure(ErrorKind::locked, std::string(writersRefusal));
-    return failure(ErrorKind::inputOutput, "se ha perdido la conexión mientras se escribía");
+    return status.ok() ? status : failure(ErrorKind::inputOutput, status.text());
 }
 
 Status TableImpl::writeRecords(const Commit &commit)

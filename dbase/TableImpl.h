@@ -251,7 +251,8 @@ private:
     Status findHeirs(std::size_t number, UniqueChange &change);
     bool findHeirsByTag(std::size_t number, UniqueChange &change);
     Status apply(const Commit &commit);
-    Status mendAfterOthers(const Commit &commit);
+    Status verdictOfOthers(const Commit &commit);
+    Status mendAfterOthers();
     Status writeRecords(const Commit &commit);
     Status writeDateAndCount(RecordNumber count);
     // TableJournal.cpp
@@ -269,6 +270,7 @@ private:
     Status sayInUse();
     Status writeDurably(std::span<const std::uint8_t> bytes);
     Status emptyJournal();
+    [[nodiscard]] Result<std::uint64_t> firstInJournal() const;
     Result<FoundCommits> commitsFrom(std::uint64_t from, std::uint64_t after);
     Status bringToDisk(const FoundCommits &found);
     Status setJournalAside();
@@ -342,6 +344,7 @@ private:
     JournalHeader m_state;
     JournalHeaderBytes m_stateBytes{};       ///< as m_state was read
     std::vector<std::uint8_t> m_commitBytes; ///< last commit as it was written
+    std::uint64_t m_underWay = 0;            ///< number of the commit that is, or was last, written here
     std::uint64_t m_seenCommit = 0;          ///< last one that refresh() knows of
     FileStamp m_stamp;
     FileIdentity m_identity;                               ///< of the table's file, when it was opened

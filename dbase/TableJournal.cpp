@@ -158,6 +158,16 @@ Status TableImpl::emptyJournal()
     return writeState(state);
 }
 
+/// The number of the commit that stands first in the file, whatever the header says; 0 when there is none.
+Result<std::uint64_t> TableImpl::firstInJournal() const
+{
+    std::vector<std::uint8_t> sector(journalSector);
+    const auto got = m_journal.readAt(journalSector, sector);
+    if (!got.ok())
+        return got.status();
+    return got.value() == sector.size() ? numberOfCommit(sector) : 0;
+}
+
 /// The whole commits that stand one behind the other in the file.
 /// @param from   where the first one stands, if there is any.
 /// @param after  the number before its own.

@@ -338,9 +338,12 @@ Result<bool> TableImpl::stillAlone()
     }
     const JournalHeaderBytes known = m_stateBytes;
     const auto unfinished = lookAtJournal();
-    if (!unfinished.ok())
-        return unfinished.status();
-    return m_stateBytes == known && !unfinished.value();
+    const auto first = firstInJournal();
+    if (!unfinished.ok() || !first.ok())
+        return unfinished.ok() ? first.status() : unfinished.status();
+    // The last may be a header that was written late from here, over that of those who had gone on.
+    return m_stateBytes == known && !unfinished.value() &&
+           first.value() <= std::max(m_state.applied, m_underWay);
 }
 
 /// Whether what is kept of the index is still so, which one reading of the journal's header tells. For
