@@ -222,6 +222,7 @@ private:
         return m_remote && m_journal.isOpen() && m_indexAsOf == m_state.applied;
     }
     [[nodiscard]] bool isAsKept();
+    void noteLockTime() { m_lockedAt = m_remote ? timeWithSleep() : std::chrono::nanoseconds(); }
     Result<bool> stillAlone();
     Result<RangeLock> waitForLock(File &file, std::uint64_t offset, std::uint64_t length, File::LockKind kind,
                                   std::chrono::milliseconds timeout, std::string_view refusal);

@@ -240,7 +240,7 @@ Status TableImpl::beginChange(bool adding)
     if (!table.ok())
         return table.status();
     m_dbfLock = std::move(table).value();
-    m_lockedAt = timeWithSleep();
+    noteLockTime();
     m_held = Held::changing;
     m_holders = 1;
 
@@ -331,7 +331,7 @@ Result<bool> TableImpl::stillAlone()
     if (!table.ok())
         return table.status();
     m_dbfLock = std::move(table).value();
-    m_lockedAt = timeWithSleep();
+    noteLockTime();
     if (withIndex) {
         if (const Status status = takeIndexLock(); !status.ok())
             return status;
