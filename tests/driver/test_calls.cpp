@@ -2,6 +2,7 @@
 
 #include "tests/driver/AgendaTable.h"
 #include "tests/driver/FileCalls.h"
+#include "tests/driver/OnShares.h"
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -60,6 +61,7 @@ protected:
     void TearDown() override
     {
         m_table.reset();
+        filecalls::behaveAs(filecalls::Share::local);
         filecalls::unwatch();
     }
     bool open(bool durable)
@@ -108,6 +110,19 @@ protected:
     Status editText()
     {
         return edit([this](Bytes &line) { line[14] = static_cast<std::uint8_t>('a' + m_round++); });
+    }
+    /// As a card does it: the line's own lock is held from reading to writing.
+    Status editLocked()
+    {
+        const auto found = m_table->index("FECHA")->find(asBytes(dayInTheMiddle + "11:30"));
+        if (!found.ok() || !found.value())
+            return {ErrorKind::notFound, found.status().text()};
+        const auto lock = m_table->lockRecord(found.value()->record);
+        m_line.resize(m_table->recordLength());
+        Status status = lock.ok() ? m_table->read(found.value()->record, m_line) : lock.status();
+        Bytes after = m_line;
+        after[14] = static_cast<std::uint8_t>('a' + m_round++);
+        return status.ok() ? m_table->update(found.value()->record, m_line, after) : status;
     }
     Status post() { return m_table->append(lineAt(*m_table, dayNumber(days), m_round++)).status(); }
     Status sheet()
@@ -158,6 +173,46 @@ TEST_F(Costs, StayWithinTheirCalls)
         EXPECT_EQ(filecalls::tally(Call::flush), one.flushes);
         EXPECT_EQ(filecalls::tally(Call::look), one.looks);
         std::cout << one.name << ": " << calls << " calls, " << filecalls::tally(Call::write) << " writes\n";
+    }
+}
+
+/// Times that a call goes to the server and back: what everything on a share waits for.
+TEST_F(Costs, StayWithinTheirRoundTripsOnShares)
+{
+    const struct {
+        const char *name;
+        std::function<Status()> work;
+        int first; ///< at most, after an opening and a look for news; 0: any
+        int again; ///< at most, when nothing has moved since
+        int underLock;
+    } cases[] = {
+        {"look for news", [this] { return m_table->refresh().status(); }, 0, 2, 0},
+        {"seek and read", [this] { return seek(); }, 6, 3, 0},
+        {"one day", [this] { return range(); }, 6, 3, 0},
+        {"durable edit of a locked line", [this] { return editLocked(); }, 0, 12, 8},
+        {"sheet, durable", [this] { return sheet(); }, 0, 20, 20},
+    };
+    for (const filecalls::Share share : {filecalls::Share::smb, filecalls::Share::nfs}) {
+        m_table.reset();
+        filecalls::behaveAs(share);
+        bool within = true;
+        for (const auto &one : cases) {
+            ASSERT_TRUE(open(true));
+            ASSERT_TRUE(m_table->refresh().ok());
+            const auto cost = [&] {
+                filecalls::roundTripsAnew();
+                const Status status = one.work();
+                EXPECT_TRUE(status.ok()) << one.name << ": " << status.message();
+                return std::pair(filecalls::roundTrips(), filecalls::roundTripsUnderLock());
+            };
+            const int first = cost().first;
+            const auto [again, underLock] = cost();
+            within = within && (one.first == 0 || first <= one.first) && again <= one.again &&
+                     underLock <= one.underLock;
+            std::cout << onShares::nameOf(share) << ", " << one.name << ": " << first << " round trips, then "
+                      << again << ", " << underLock << " under the lock\n";
+        }
+        EXPECT_EQ(within, onShares::costs.on(share)) << onShares::nameOf(share);
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include "tests/driver/FileCalls.h"
 #include "tests/driver/Judge.h"
+#include "tests/driver/OnShares.h"
 #include "tests/driver/PowerCut.h"
 #include "tests/driver/Writer.h"
 #include "tests/support/TempFolder.h"
@@ -10,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <iostream>
 
@@ -20,6 +22,7 @@ using namespace driver;
 using filecalls::Call;
 using filecalls::Fault;
 using filecalls::Plant;
+using filecalls::Share;
 
 constexpr unsigned seed = 20261121;
 constexpr int changes = 6;
@@ -31,6 +34,7 @@ struct Kind {
     bool staysBroken;
     bool mustBeTold; ///< a failure of a read may be got over by reading in another way, one of these may not
     const char *name;
+    int late = 0; ///< seconds that the call takes first; without error it works then
 };
 
 const Kind kinds[] = {
@@ -58,6 +62,17 @@ const Kind kinds[] = {
     {{}, ESTALE, true, true, "connection gone"},
 };
 
+const Kind kindsOnShares[] = {
+    {Call::unlock, EIO, false, false, "unlock EIO"},
+    {Call::unlock, EIO, true, false, "unlock EIO from then on"},
+    {Call::lookByName, ESTALE, false, false, "stat ESTALE"},
+    {{}, EHOSTDOWN, true, true, "machine gone"},
+    {{}, 0, false, false, "slow", 20},
+    {{}, EAGAIN, false, false, "slow EAGAIN", 20},
+    {{}, EIO, false, false, "slow EIO", 60},
+    {{}, EHOSTDOWN, true, true, "slow EHOSTDOWN from then on", 60},
+};
+
 struct Outcome {
     bool met = false;
     std::vector<std::string> wrong;
@@ -66,12 +81,14 @@ struct Outcome {
 /// One run with a fault: a writer whose calls fail, beside one whose do not.
 /// @param start   the table's files.
 /// @param beside  whether the other writer is there all the time, or comes when the first has gone.
-Outcome run(const Image &start, const Kind &kind, int number, bool beside, Plant planted)
+Outcome run(const Image &start, const Kind &kind, int number, bool beside, Plant planted, Share share)
 {
     const support::TempFolder folder;
     writeImage(folder.path(), start);
     filecalls::watch(folder.path(), false);
     filecalls::plant(planted);
+    filecalls::behaveAs(share);
+    filecalls::asWorkstation(2);
     Told told;
     const auto teller = [&told](int id) {
         return [&told, id](const std::string &line) { told.line(id, line); };
@@ -83,23 +100,29 @@ Outcome run(const Image &start, const Kind &kind, int number, bool beside, Plant
     const int refusedBefore = told.refused();
     bool said = false;
     {
+        filecalls::asWorkstation(1);
         Writer broken(folder.path(), 1, seed, teller(1), patience);
-        filecalls::fail(Fault{kind.call, number, kind.error, kind.staysBroken, false});
+        filecalls::fail(
+            Fault{kind.call, number, kind.error, kind.staysBroken, false, std::chrono::seconds(kind.late)});
         for (int n = 0; n < changes; ++n)
             broken.step();
         said = !broken.close().ok() || told.refused() > refusedBefore;
         outcome.met = filecalls::faultMet();
         filecalls::fail({});
     }
-    if (outcome.met && kind.mustBeTold && !said)
+    // On a share giving back the last locks may fail as well, with nothing left to tell.
+    const bool mustBeTold = kind.mustBeTold && (kind.call || share == Share::local);
+    if (outcome.met && mustBeTold && !said)
         outcome.wrong.emplace_back("nobody was told");
     const int refused = told.refused();
+    filecalls::asWorkstation(2);
     sound.step();
     sound.step();
     if (told.refused() > refused)
         outcome.wrong.emplace_back("the other writer cannot go on");
     if (const dbase::Status status = sound.close(); !status.ok())
         outcome.wrong.push_back("the other writer: " + status.message());
+    filecalls::behaveAs(Share::local);
     filecalls::unwatch();
     for (const std::string &one : judge(folder.path(), told))
         outcome.wrong.push_back(one);
@@ -107,12 +130,13 @@ Outcome run(const Image &start, const Kind &kind, int number, bool beside, Plant
 }
 
 /// All calls of a kind in turn. @return failures, with the call that fails.
-std::vector<std::string> runAll(const Image &start, const Kind &kind, Plant planted, int &faults)
+std::vector<std::string> runAll(const Image &start, const Kind &kind, Plant planted, int &faults,
+                                Share share = Share::local)
 {
     std::vector<std::string> failures;
     for (const bool beside : {true, false}) {
         for (int number = 1;; ++number) {
-            const Outcome outcome = run(start, kind, number, beside, planted);
+            const Outcome outcome = run(start, kind, number, beside, planted, share);
             for (const std::string &one : outcome.wrong)
                 failures.push_back(std::string(kind.name) + ", call " + std::to_string(number) +
                                    (beside ? ", beside another: " : ", alone: ") + one);
@@ -142,6 +166,28 @@ TEST(FailingCalls, DamageNothingAndAreTold)
         EXPECT_TRUE(faults > before || kind.call == Call::size) << kind.name << " was never met";
     }
     std::cout << faults << " faults\n";
+}
+
+TEST(FailingCalls, DoNoMoreHarmOnShares)
+{
+    const Image start = newTable();
+    for (const Share share : {Share::smb, Share::nfs}) {
+        int faults = 0;
+        std::vector<std::string> wrong;
+        std::vector<Kind> all(std::begin(kindsOnShares), std::end(kindsOnShares));
+        std::copy_if(std::begin(kinds), std::end(kinds), std::back_inserter(all),
+                     [](const Kind &kind) { return kind.mustBeTold && kind.call != Call::size; });
+        for (const Kind &kind : all) {
+            const int before = faults;
+            const auto found = runAll(start, kind, Plant::none, faults, share);
+            wrong.insert(wrong.end(), found.begin(), found.end());
+            EXPECT_GT(faults, before) << kind.name << " was never met";
+        }
+        EXPECT_EQ(wrong.empty(), onShares::failingCalls.on(share)) << onShares::nameOf(share);
+        std::cout << onShares::nameOf(share) << ": " << faults << " faults\n";
+        for (const std::string &one : wrong)
+            std::cout << onShares::nameOf(share) << ", " << one << "\n";
+    }
 }
 
 /// Adds a line as a program does that keeps no index.
