@@ -210,7 +210,7 @@ private:
     [[nodiscard]] std::chrono::milliseconds patience(std::chrono::milliseconds timeout) const;
     void pauseBetweenTries();
     Status reconnect();
-    Status openAnew();
+    Status openAnew(std::chrono::milliseconds pause);
     [[nodiscard]] bool isInDoubt() const;
     Status takeIndexLock();
     Status holdIndex();

@@ -20,6 +20,8 @@ constexpr auto slowestRoundTrip = std::chrono::milliseconds(50);
 /// A way there and back that makes all waiting twice as long.
 constexpr auto slowRoundTrip = std::chrono::milliseconds(5);
 constexpr auto pauseBeforeReconnecting = std::chrono::seconds(1);
+constexpr auto lastingTrouble = std::chrono::seconds(10);
+constexpr auto timeToForget = std::chrono::milliseconds(1200);
 
 } // namespace
 
@@ -371,17 +373,21 @@ Status TableImpl::reconnect()
     if (!m_remote || !m_opened || m_held != Held::nothing || (m_poison.ok() && !isInDoubt()))
         return m_poison;
     const auto now = std::chrono::steady_clock::now();
-    if (m_reconnected && now - *m_reconnected < pauseBeforeReconnecting)
+    const auto since = m_reconnected ? now - *m_reconnected : std::chrono::steady_clock::duration::max();
+    if (since < pauseBeforeReconnecting)
         return m_poison;
     m_reconnected = now;
-    const Status status = openAnew();
+    // Once is mostly enough. A system that has the files still open for a moment after they were closed would
+    // hand out what was to be got rid of.
+    const Status status = openAnew(since < lastingTrouble ? timeToForget : std::chrono::milliseconds(0));
     m_poison = status.ok() ? status
                            : failure(ErrorKind::inputOutput,
                                      "no se llega a la tabla (" + status.text() + "); se volverá a intentar");
     return m_poison;
 }
 
-Status TableImpl::openAnew()
+/// @param pause  between closing and opening.
+Status TableImpl::openAnew(std::chrono::milliseconds pause)
 {
     const std::set<RecordNumber> lines = std::exchange(m_locked, {});
     const TableHeader known = header;
@@ -391,6 +397,8 @@ Status TableImpl::openAnew()
     m_mdx.reset();
     m_journal.close();
     m_dbf.close();
+    if (pause.count() > 0)
+        std::this_thread::sleep_for(pause);
     m_poison = {};
     m_indexAsOf.reset();
     m_countAsOf.reset();
