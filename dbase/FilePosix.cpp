@@ -232,12 +232,8 @@ Status File::reserve(std::uint64_t offset, std::uint64_t bytes)
     return {};
 }
 
-bool File::isRemote() const
+bool isLocalFileSystem(std::uint32_t magic)
 {
-#if defined(__linux__)
-    struct statfs info = {};
-    if (::fstatfs(m_native->descriptor, &info) != 0)
-        return true; // the careful answer
     // Those that are known to keep one memory of a file for all who have it open; all others might be a
     // share.
     constexpr std::array<std::uint32_t, 16> local = {
@@ -258,7 +254,16 @@ bool File::isRemote() const
         0x73717368, // SquashFS
         0x9660,     // ISO 9660
     };
-    return std::find(local.begin(), local.end(), static_cast<std::uint32_t>(info.f_type)) == local.end();
+    return std::find(local.begin(), local.end(), magic) != local.end();
+}
+
+bool File::isRemote() const
+{
+#if defined(__linux__)
+    struct statfs info = {};
+    if (::fstatfs(m_native->descriptor, &info) != 0)
+        return true; // the careful answer
+    return !isLocalFileSystem(static_cast<std::uint32_t>(info.f_type));
 #else
     return true;
 #endif
