@@ -11,7 +11,9 @@
 #include <thread>
 #include <unistd.h>
 
+#if !defined(__linux__)
 extern char **environ; // POSIX leaves it to the program to declare it
+#endif
 
 namespace dbase
 {

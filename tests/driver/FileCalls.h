@@ -38,6 +38,7 @@ enum class Plant {
     nothingLocked,     ///< every lock is granted
     journalNotRead,    ///< what a dead writer left is not done again
     failureHidden,     ///< a failed flush is reported as done
+    oldPages,          ///< what has been read once is read so again until the file is closed
 };
 
 /// A change of a file, or a mark between changes.
