@@ -18,7 +18,7 @@ help:
 	@echo "make install   put the release build below PREFIX (/usr/local); make deb packs it for Debian"
 	@echo "make manual    draw the pictures of docs/manual again"
 	@echo "make asan      the tests under AddressSanitizer and UndefinedBehaviorSanitizer"
-	@echo "make windows-dbase   the table files for Windows; their tests under wine where it is installed"
+	@echo "make windows-dbase   the table files and agendatool for Windows; their tests under wine where it is installed"
 	@echo "make coverage  which lines the tests reach"
 	@echo "make fuzz      arbitrary bytes for what reads files (FUZZ_SECONDS=time for each target)"
 
@@ -93,11 +93,11 @@ asan:
 windows-compile:
 	@$(PAQUETES) construir windows
 	cmake --preset windows-dbase
-	cmake --build --preset windows-dbase --target dbase test_dbase
+	cmake --build --preset windows-dbase --target dbase agendatool test_dbase test_tools
 
 # Runs the tests too where wine is installed.
 windows-dbase: windows-compile
-	@if command -v wine >/dev/null 2>&1; then cd build/windows-dbase/bin && WINEDEBUG=-all wine ./test_dbase.exe; \
+	@if command -v wine >/dev/null 2>&1; then cd build/windows-dbase/bin && WINEDEBUG=-all wine ./test_dbase.exe && WINEDEBUG=-all wine ./test_tools.exe; \
 	else echo "No hay wine: compilado, sin ejecutar las pruebas"; fi
 
 coverage:
