@@ -101,7 +101,8 @@ private:
     int m_writers = 0;
 };
 
-void killByTheClock(Storm &storm, int rounds)
+/// @param longest  milliseconds that a writer lives on after its first word.
+void killByTheClock(Storm &storm, int rounds, unsigned longest)
 {
     constexpr unsigned seed = 20261121;
     std::mt19937 random(seed);
@@ -112,7 +113,7 @@ void killByTheClock(Storm &storm, int rounds)
             writers.push_back(storm.writer(random()));
         for (const auto &one : writers) {
             one->waitForReadyRead(5000);
-            QThread::msleep(random() % 25);
+            QThread::msleep(random() % longest);
             one->kill();
         }
         for (const auto &one : writers)
@@ -125,7 +126,7 @@ void killByTheClock(Storm &storm, int rounds)
 TEST(Kills, LoseNothingThatWasAcknowledged)
 {
     Storm storm;
-    killByTheClock(storm, 12);
+    killByTheClock(storm, 12, 25);
 }
 
 TEST(Kills, AHeldLineIsFreeWhenItsHolderDies)
@@ -209,7 +210,24 @@ INSTANTIATE_TEST_SUITE_P(Shares, KillsOn, testing::Values(filecalls::Share::smb,
 
 TEST_P(KillsOn, LoseNothingThatWasAcknowledged)
 {
-    killByTheClock(storm, 6);
+    killByTheClock(storm, 6, 150);
+}
+/// Beside one that never leaves.
+TEST_P(KillsOn, AllComeToWrite)
+{
+    constexpr int others = 3;
+    constexpr int changes = 20;
+    const auto first = storm.writer(1);
+    EXPECT_TRUE(first->waitForReadyRead(5000));
+    std::vector<std::unique_ptr<QProcess>> all;
+    for (unsigned seed = 2; seed < 2 + others; ++seed)
+        all.push_back(storm.writer(seed, changes));
+    for (const auto &one : all)
+        EXPECT_FALSE(storm.end(*one));
+    EXPECT_GT(storm.told().acknowledged(), others * changes * 8 / 10);
+    first->kill();
+    EXPECT_TRUE(storm.end(*first));
+    storm.expectSound();
 }
 TEST_P(KillsOn, LoseNothingAtEveryChangeOfAFile)
 {
