@@ -15,7 +15,7 @@ constexpr std::size_t mostSpare = 16;           ///< blocks
 constexpr std::uint64_t mostBytes = 0x7FFFFFFF; ///< other programs count them in 31 bits
 constexpr std::uint64_t mappingSlack = std::uint64_t{4} * 1024 * 1024;
 /// What is read at a time where each reading is a way to another machine and back: a multiple of a block.
-constexpr PageNumber pagesAtOnce = 64;
+constexpr PageNumber pagesAtOnce = 128;
 constexpr std::size_t mostKept = 8192; ///< blocks
 /// Blocks that have not changed go along when that makes one write of two.
 constexpr PageNumber widestGap = 32; ///< pages

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <map>
 
 namespace dbase
 {
@@ -283,73 +282,6 @@ Status TableImpl::apply(const Commit &commit)
         m_indexAsOf = m_state.applied;
     m_countAsOf = m_state.applied;
     return {};
-}
-
-/// Others have written since the change locks were taken, which a server had given them: this workstation was
-/// not heard of for long. A commit of which nothing but the journal has been written may have come in time,
-/// and they have finished it; or it lies where they had gone on, and must not stay there.
-/// @return ok when the commit is in the table, locked when nothing of it is.
-Status TableImpl::verdictOfOthers(const Commit &commit)
-{
-    if (m_mdx)
-        m_mdx->drop();
-    m_dateAndCount.clear();
-    Status status = settleCount(true);
-    std::map<RecordNumber, const RecordChange *> last;
-    for (const RecordChange &change : commit.changes)
-        last[change.number] = &change;
-    std::size_t done = 0;
-    std::size_t untouched = 0;
-    std::vector<std::uint8_t> present(header.recordLength);
-    for (const auto &[number, change] : last) {
-        if (number > header.recordCount) {
-            ++untouched;
-            continue;
-        }
-        if (status.ok())
-            status = readRecord(number, present);
-        done += present == change->after ? 1U : 0U;
-        untouched += change->before.empty() || present == change->before ? 1U : 0U;
-    }
-    m_lastRead = 0;
-    m_indexRewritten = true; // the numbers go on behind all that either side has given out
-    if (status.ok())
-        status = checkpoint(false);
-    if (status.ok() && done == last.size())
-        return {};
-    if (status.ok() && done == 0 && untouched == last.size())
-        return failure(ErrorKind::locked, std::string(writersRefusal));
-    return failure(ErrorKind::inputOutput, "se ha perdido la conexión mientras se escribía");
-}
-
-/// The same when some of it had been written here: they have finished the commit, and what was written late
-/// may lie over something newer. The journal tells what belongs where.
-Status TableImpl::mendAfterOthers()
-{
-    if (m_mdx)
-        m_mdx->drop();
-    // Where they have emptied the journal and gone on, and its header was then set back from here, their
-    // first commit tells where they began.
-    const auto first = firstInJournal();
-    if (first.ok() && first.value() > std::max(m_state.applied, m_underWay))
-        m_state.base = first.value() - 1;
-    const auto found = commitsFrom(journalSector, m_state.base);
-    Status status = first.ok() ? found.status() : first.status();
-    if (status.ok() && !found.value().commits.empty()) {
-        status = bringToDisk(found.value());
-        if (status.ok())
-            status = replay(found.value().commits);
-        m_state.applied = std::max(m_state.applied, m_state.base + found.value().commits.size());
-    }
-    m_dateAndCount.clear();
-    if (status.ok())
-        status = settleCount(true);
-    if (status.ok())
-        status = repairIndex();
-    m_indexRewritten = true;
-    if (status.ok())
-        status = checkpoint(false);
-    return status.ok() ? status : failure(ErrorKind::inputOutput, status.text());
 }
 
 Status TableImpl::writeRecords(const Commit &commit)

@@ -209,9 +209,6 @@ private:
     /// How long to wait for a lock: longer where each try takes long, and where those of others do.
     [[nodiscard]] std::chrono::milliseconds patience(std::chrono::milliseconds timeout) const;
     void pauseBetweenTries();
-    Status reconnect();
-    Status openAnew();
-    [[nodiscard]] bool isInDoubt() const;
     Status takeIndexLock();
     Status holdIndex();
     Status settleIndex();
@@ -222,7 +219,7 @@ private:
         return m_remote && m_journal.isOpen() && m_indexAsOf == m_state.applied;
     }
     [[nodiscard]] bool isAsKept();
-    Result<bool> stillAlone();
+    void noteLockTime() { m_lockedAt = m_remote ? timeWithSleep() : std::chrono::nanoseconds(); }
     Result<RangeLock> waitForLock(File &file, std::uint64_t offset, std::uint64_t length, File::LockKind kind,
                                   std::chrono::milliseconds timeout, std::string_view refusal);
     Status beginRead();
@@ -238,6 +235,13 @@ private:
     void takeState(const JournalHeader &state, std::span<const std::uint8_t> bytes);
     [[nodiscard]] File &readLockFile();
 
+    // TableConnection.cpp
+    Status reconnect();
+    Status openAnew(std::chrono::milliseconds pause);
+    [[nodiscard]] bool isInDoubt() const;
+    Result<bool> stillAlone();
+    Status verdictOfOthers(const Commit &commit);
+    Status mendAfterOthers();
     // TableChange.cpp
     Status checkWritable(std::size_t recordSize) const;
     Status commit(Commit &commit);
@@ -251,8 +255,6 @@ private:
     Status findHeirs(std::size_t number, UniqueChange &change);
     bool findHeirsByTag(std::size_t number, UniqueChange &change);
     Status apply(const Commit &commit);
-    Status verdictOfOthers(const Commit &commit);
-    Status mendAfterOthers();
     Status writeRecords(const Commit &commit);
     Status writeDateAndCount(RecordNumber count);
     // TableJournal.cpp

@@ -19,7 +19,6 @@ constexpr int mostWaits = 4; ///< for a commit that is under way
 constexpr auto slowestRoundTrip = std::chrono::milliseconds(50);
 /// A way there and back that makes all waiting twice as long.
 constexpr auto slowRoundTrip = std::chrono::milliseconds(5);
-constexpr auto pauseBeforeReconnecting = std::chrono::seconds(1);
 
 } // namespace
 
@@ -240,7 +239,7 @@ Status TableImpl::beginChange(bool adding)
     if (!table.ok())
         return table.status();
     m_dbfLock = std::move(table).value();
-    m_lockedAt = timeWithSleep();
+    noteLockTime();
     m_held = Held::changing;
     m_holders = 1;
 
@@ -317,102 +316,12 @@ void TableImpl::endChange() noexcept
     m_lastRead = 0;
 }
 
-/// Whether nobody can have written since the change locks were taken. Who has held them for long, over a
-/// connection that may have been away, takes them anew and looks.
-Result<bool> TableImpl::stillAlone()
-{
-    if (!m_remote || m_held != Held::changing || timeWithSleep() - m_lockedAt < trustInLocks)
-        return true;
-    const bool withIndex = m_mdxLock.held();
-    m_mdxLock.release();
-    m_dbfLock.release();
-    auto table = waitForLock(m_dbf, headerLockOffset, changeLockLength, File::LockKind::exclusive,
-                             options.lockTimeout, writersRefusal);
-    if (!table.ok())
-        return table.status();
-    m_dbfLock = std::move(table).value();
-    m_lockedAt = timeWithSleep();
-    if (withIndex) {
-        if (const Status status = takeIndexLock(); !status.ok())
-            return status;
-    }
-    const JournalHeaderBytes known = m_stateBytes;
-    const auto unfinished = lookAtJournal();
-    const auto first = firstInJournal();
-    if (!unfinished.ok() || !first.ok())
-        return unfinished.ok() ? first.status() : unfinished.status();
-    // The last may be a header that was written late from here, over that of those who had gone on.
-    return m_stateBytes == known && !unfinished.value() &&
-           first.value() <= std::max(m_state.applied, m_underWay);
-}
-
 /// Whether what is kept of the index is still so, which one reading of the journal's header tells. For
 /// shares: elsewhere the index is seen as it is.
 bool TableImpl::isAsKept()
 {
     return m_remote && m_mdx && m_held == Held::nothing && m_poison.ok() && !m_indexSuspect && m_indexAsOf &&
            m_journal.isOpen() && !isInDoubt() && lookAtState().ok() && indexIsKnown();
-}
-
-// ---------------------------------------------------------------------------------------------------------------------
-// A connection that was away
-
-bool TableImpl::isInDoubt() const
-{
-    return m_dbf.isInDoubt() || m_journal.isInDoubt() || (m_mdx && m_mdx->file().isInDoubt());
-}
-
-/// On a share, after calls that failed: the files are opened anew, as if the table had been closed and
-/// opened. That frees what locks the server still holds for this object, and finds out what has become of a
-/// commit.
-/// @return why the table cannot be used for now.
-Status TableImpl::reconnect()
-{
-    if (!m_remote || !m_opened || m_held != Held::nothing || (m_poison.ok() && !isInDoubt()))
-        return m_poison;
-    const auto now = std::chrono::steady_clock::now();
-    if (m_reconnected && now - *m_reconnected < pauseBeforeReconnecting)
-        return m_poison;
-    m_reconnected = now;
-    const Status status = openAnew();
-    m_poison = status.ok() ? status
-                           : failure(ErrorKind::inputOutput,
-                                     "no se llega a la tabla (" + status.text() + "); se volverá a intentar");
-    return m_poison;
-}
-
-Status TableImpl::openAnew()
-{
-    const std::set<RecordNumber> lines = std::exchange(m_locked, {});
-    const TableHeader known = header;
-    for (RangeLock *lock : {&m_presence, &m_dbfLock, &m_mdxLock})
-        lock->disown(); // they go with their files
-    retireIndexes();
-    m_mdx.reset();
-    m_journal.close();
-    m_dbf.close();
-    m_poison = {};
-    m_indexAsOf.reset();
-    m_countAsOf.reset();
-    m_lastRead = 0;
-    Status status = openFiles();
-    if (status.ok() &&
-        (header.recordLength != known.recordLength || header.headerLength != known.headerLength ||
-         header.fields.size() != known.fields.size()))
-        status = failure(ErrorKind::damaged, "en su lugar hay otra");
-    if (status.ok())
-        status = needTags();
-    if (!status.ok())
-        return status;
-    for (const RecordNumber number : lines) {
-        // One that somebody else has by now is lost; what he writes is found when the line is to be written.
-        const auto taken = m_dbf.tryLock(recordLockOffset(number), 1, File::LockKind::exclusive);
-        if (taken.ok() && taken.value())
-            m_locked.insert(number);
-    }
-    m_stampDoubtful = true;
-    ++version;
-    return {};
 }
 
 Status TableImpl::takeRecordLock(RecordNumber number, std::chrono::milliseconds timeout)

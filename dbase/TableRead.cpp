@@ -188,11 +188,12 @@ Result<FileLook> TableImpl::lookAtFile()
 
 void TableImpl::noteStamp(const FileStamp &stamp)
 {
-    const auto seen = std::chrono::steady_clock::now();
-    if (stamp != m_stamp)
-        m_stampSince = seen;
+    const bool isOther = stamp != m_stamp;
     m_stamp = stamp;
     if (m_remote) { // whose clock is another one
+        const auto seen = std::chrono::steady_clock::now();
+        if (isOther)
+            m_stampSince = seen;
         m_stampDoubtful = seen - m_stampSince < coarseStampTick;
         return;
     }
@@ -289,7 +290,7 @@ Result<bool> TableImpl::takeInNews()
         return status;
     // Behind the journal: a file that has moved has a commit by now, or it was another program.
     const auto file = lookAtFile();
-    const auto now = std::chrono::steady_clock::now();
+    const auto now = m_remote ? std::chrono::steady_clock::now() : std::chrono::steady_clock::time_point();
     if (m_remote && file.ok() && file.value().identity == m_identity)
         m_placeSeen = now;
     if (const Status status = checkPlace(); !status.ok())

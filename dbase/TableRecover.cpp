@@ -92,7 +92,7 @@ Status TableImpl::lockOutOthers()
         m_mdxLock = std::move(index).value();
     }
     m_dbfLock = std::move(table).value();
-    m_lockedAt = timeWithSleep();
+    noteLockTime();
     m_held = Held::changing;
     m_holders = 1;
     return {};

@@ -1,0 +1,184 @@
+// A connection that was away: locks that a server may have given to others, files whose calls have failed.
+
+#include "dbase/TableImpl.h"
+
+#include <algorithm>
+#include <map>
+#include <thread>
+
+namespace dbase
+{
+
+namespace
+{
+
+constexpr auto pauseBeforeReconnecting = std::chrono::seconds(1);
+constexpr auto lastingTrouble = std::chrono::seconds(10);
+constexpr auto timeToForget = std::chrono::milliseconds(1200);
+
+} // namespace
+
+/// Whether nobody can have written since the change locks were taken. Who has held them for long, over a
+/// connection that may have been away, takes them anew and looks.
+Result<bool> TableImpl::stillAlone()
+{
+    if (!m_remote || m_held != Held::changing || timeWithSleep() - m_lockedAt < trustInLocks)
+        return true;
+    const bool withIndex = m_mdxLock.held();
+    m_mdxLock.release();
+    m_dbfLock.release();
+    auto table = waitForLock(m_dbf, headerLockOffset, changeLockLength, File::LockKind::exclusive,
+                             options.lockTimeout, writersRefusal);
+    if (!table.ok())
+        return table.status();
+    m_dbfLock = std::move(table).value();
+    noteLockTime();
+    if (withIndex) {
+        if (const Status status = takeIndexLock(); !status.ok())
+            return status;
+    }
+    const JournalHeaderBytes known = m_stateBytes;
+    const auto unfinished = lookAtJournal();
+    const auto first = firstInJournal();
+    if (!unfinished.ok() || !first.ok())
+        return unfinished.ok() ? first.status() : unfinished.status();
+    // The last may be a header that was written late from here, over that of those who had gone on.
+    return m_stateBytes == known && !unfinished.value() &&
+           first.value() <= std::max(m_state.applied, m_underWay);
+}
+
+/// Others have written since the change locks were taken, which a server had given them: this workstation was
+/// not heard of for long. A commit of which nothing but the journal has been written may have come in time,
+/// and they have finished it; or it lies where they had gone on, and must not stay there.
+/// @return ok when the commit is in the table, locked when nothing of it is.
+Status TableImpl::verdictOfOthers(const Commit &commit)
+{
+    if (m_mdx)
+        m_mdx->drop();
+    m_dateAndCount.clear();
+    Status status = settleCount(true);
+    std::map<RecordNumber, const RecordChange *> last;
+    for (const RecordChange &change : commit.changes)
+        last[change.number] = &change;
+    std::size_t done = 0;
+    std::size_t untouched = 0;
+    std::vector<std::uint8_t> present(header.recordLength);
+    for (const auto &[number, change] : last) {
+        if (number > header.recordCount) {
+            ++untouched;
+            continue;
+        }
+        if (status.ok())
+            status = readRecord(number, present);
+        done += present == change->after ? 1U : 0U;
+        untouched += change->before.empty() || present == change->before ? 1U : 0U;
+    }
+    m_lastRead = 0;
+    m_indexRewritten = true; // the numbers go on behind all that either side has given out
+    if (status.ok())
+        status = checkpoint(false);
+    if (status.ok() && done == last.size())
+        return {};
+    if (status.ok() && done == 0 && untouched == last.size())
+        return failure(ErrorKind::locked, std::string(writersRefusal));
+    return failure(ErrorKind::inputOutput, "se ha perdido la conexión mientras se escribía");
+}
+
+/// The same when some of it had been written here: they have finished the commit, and what was written late
+/// may lie over something newer. The journal tells what belongs where.
+Status TableImpl::mendAfterOthers()
+{
+    if (m_mdx)
+        m_mdx->drop();
+    // Where they have emptied the journal and gone on, and its header was then set back from here, their
+    // first commit tells where they began.
+    const auto first = firstInJournal();
+    if (first.ok() && first.value() > std::max(m_state.applied, m_underWay))
+        m_state.base = first.value() - 1;
+    const auto found = commitsFrom(journalSector, m_state.base);
+    Status status = first.ok() ? found.status() : first.status();
+    if (status.ok() && !found.value().commits.empty()) {
+        status = bringToDisk(found.value());
+        if (status.ok())
+            status = replay(found.value().commits);
+        m_state.applied = std::max(m_state.applied, m_state.base + found.value().commits.size());
+    }
+    m_dateAndCount.clear();
+    if (status.ok())
+        status = settleCount(true);
+    if (status.ok())
+        status = repairIndex();
+    m_indexRewritten = true;
+    if (status.ok())
+        status = checkpoint(false);
+    return status.ok() ? status : failure(ErrorKind::inputOutput, status.text());
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Files whose calls have failed
+
+bool TableImpl::isInDoubt() const
+{
+    return m_dbf.isInDoubt() || m_journal.isInDoubt() || (m_mdx && m_mdx->file().isInDoubt());
+}
+
+/// On a share, after calls that failed: the files are opened anew, as if the table had been closed and
+/// opened. That frees what locks the server still holds for this object, and finds out what has become of a
+/// commit.
+/// @return why the table cannot be used for now.
+Status TableImpl::reconnect()
+{
+    if (!m_remote || !m_opened || m_held != Held::nothing || (m_poison.ok() && !isInDoubt()))
+        return m_poison;
+    const auto now = std::chrono::steady_clock::now();
+    const auto since = m_reconnected ? now - *m_reconnected : std::chrono::steady_clock::duration::max();
+    if (since < pauseBeforeReconnecting)
+        return m_poison;
+    m_reconnected = now;
+    // Once is mostly enough. A system that has the files still open for a moment after they were closed would
+    // hand out what was to be got rid of.
+    const Status status = openAnew(since < lastingTrouble ? timeToForget : std::chrono::milliseconds(0));
+    m_poison = status.ok() ? status
+                           : failure(ErrorKind::inputOutput,
+                                     "no se llega a la tabla (" + status.text() + "); se volverá a intentar");
+    return m_poison;
+}
+
+/// @param pause  between closing and opening.
+Status TableImpl::openAnew(std::chrono::milliseconds pause)
+{
+    const std::set<RecordNumber> lines = std::exchange(m_locked, {});
+    const TableHeader known = header;
+    for (RangeLock *lock : {&m_presence, &m_dbfLock, &m_mdxLock})
+        lock->disown(); // they go with their files
+    retireIndexes();
+    m_mdx.reset();
+    m_journal.close();
+    m_dbf.close();
+    if (pause.count() > 0)
+        std::this_thread::sleep_for(pause);
+    m_poison = {};
+    m_indexAsOf.reset();
+    m_countAsOf.reset();
+    m_lastRead = 0;
+    Status status = openFiles();
+    if (status.ok() &&
+        (header.recordLength != known.recordLength || header.headerLength != known.headerLength ||
+         header.fields.size() != known.fields.size()))
+        status = failure(ErrorKind::damaged, "en su lugar hay otra");
+    if (status.ok())
+        status = needTags();
+    if (!status.ok())
+        return status;
+    for (const RecordNumber number : lines) {
+        // One that somebody else has by now is lost; what he writes is found when the line is to be written.
+        const auto taken = m_dbf.tryLock(recordLockOffset(number), 1, File::LockKind::exclusive);
+        if (taken.ok() && taken.value())
+            m_locked.insert(number);
+    }
+    m_stampDoubtful = true;
+    ++version;
+    return {};
+}
+
+} // namespace dbase
