@@ -391,9 +391,11 @@ private:
         writeImage(m_place.path(), state.image);
         filecalls::watch(m_place.path());
         filecalls::plant(m_options.planted);
+        filecalls::behaveAs(m_options.share);
         const std::vector<std::string> wrong = m_judge(m_place.path(), marks);
         if (m_options.repairsCut > 0 && m_random() % 16 == 0)
             keep({state.image, filecalls::recorded(), marks});
+        filecalls::behaveAs(filecalls::Share::local);
         filecalls::unwatch();
         for (const std::string &one : wrong)
             m_report.failures.push_back(m_where + ", " + state.label + ": " + one);

@@ -8,6 +8,7 @@
 // save what it covered: the system has dropped it.
 
 #include "tests/driver/FileCalls.h"
+#include "tests/driver/ShareModel.h"
 
 #include <functional>
 #include <map>
@@ -28,6 +29,7 @@ struct CutOptions {
     int repairsCut = 0;     ///< so many of the states are repaired under a recording that is cut as well
     std::size_t mostFailures = 3;                      ///< then it stops
     filecalls::Plant planted = filecalls::Plant::none; ///< what those who repair do wrong
+    filecalls::Share share = filecalls::Share::local;  ///< through which they come to the files
 };
 
 struct CutReport {

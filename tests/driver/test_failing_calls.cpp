@@ -168,26 +168,29 @@ TEST(FailingCalls, DamageNothingAndAreTold)
     std::cout << faults << " faults\n";
 }
 
-TEST(FailingCalls, DoNoMoreHarmOnShares)
+class FailingCallsOn : public testing::TestWithParam<Share>
 {
+};
+INSTANTIATE_TEST_SUITE_P(Shares, FailingCallsOn, testing::Values(Share::smb, Share::nfs));
+
+TEST_P(FailingCallsOn, DamageNothingAndAreTold)
+{
+    std::vector<Kind> all(std::begin(kindsOnShares), std::end(kindsOnShares));
+    std::copy_if(std::begin(kinds), std::end(kinds), std::back_inserter(all),
+                 [](const Kind &kind) { return kind.mustBeTold && kind.call != Call::size; });
     const Image start = newTable();
-    for (const Share share : {Share::smb, Share::nfs}) {
-        int faults = 0;
-        std::vector<std::string> wrong;
-        std::vector<Kind> all(std::begin(kindsOnShares), std::end(kindsOnShares));
-        std::copy_if(std::begin(kinds), std::end(kinds), std::back_inserter(all),
-                     [](const Kind &kind) { return kind.mustBeTold && kind.call != Call::size; });
-        for (const Kind &kind : all) {
-            const int before = faults;
-            const auto found = runAll(start, kind, Plant::none, faults, share);
-            wrong.insert(wrong.end(), found.begin(), found.end());
-            EXPECT_GT(faults, before) << kind.name << " was never met";
-        }
-        EXPECT_EQ(wrong.empty(), onShares::failingCalls.on(share)) << onShares::nameOf(share);
-        std::cout << onShares::nameOf(share) << ": " << faults << " faults\n";
-        for (const std::string &one : wrong)
-            std::cout << onShares::nameOf(share) << ", " << one << "\n";
+    int faults = 0;
+    std::vector<std::string> wrong;
+    for (const Kind &kind : all) {
+        const int before = faults;
+        const auto found = runAll(start, kind, Plant::none, faults, GetParam());
+        wrong.insert(wrong.end(), found.begin(), found.end());
+        EXPECT_GT(faults, before) << kind.name << " was never met";
     }
+    std::cout << faults << " faults\n";
+    EXPECT_EQ(wrong.empty(), onShares::failingCalls.on(GetParam()));
+    for (const std::string &one : wrong)
+        std::cout << one << "\n";
 }
 
 /// Adds a line as a program does that keeps no index.

@@ -14,6 +14,7 @@
 
 #if defined(AGENDA_DRIVER_FAULTS)
 #include "tests/driver/FileCalls.h"
+#include "tests/driver/OnShares.h"
 #endif
 
 namespace
@@ -25,7 +26,12 @@ using namespace driver;
 class Storm
 {
 public:
-    Storm() { EXPECT_TRUE(AgendaTable::create(m_folder.path()).ok()); }
+    /// @param share  which the writers find the table on: "smb" or "nfs"; empty: on their own machine.
+    explicit Storm(QString share = {})
+        : m_share(std::move(share))
+    {
+        EXPECT_TRUE(AgendaTable::create(m_folder.path()).ok());
+    }
 
     [[nodiscard]] QString place() const { return QString::fromStdString(m_folder.path().string()); }
     [[nodiscard]] const Told &told() const { return m_told; }
@@ -39,6 +45,10 @@ public:
     /// Starts a writer that goes on until it is killed, or for some changes.
     std::unique_ptr<QProcess> writer(std::mt19937::result_type seed, int changes = 0)
     {
+#if defined(AGENDA_DRIVER_FAULTS)
+        if (!m_share.isEmpty())
+            return dyingWriter(seed, 0, changes);
+#endif
         auto made = std::make_unique<QProcess>();
         ++m_writers;
         QStringList words{"write", place(), QString::number(m_writers), QString::number(seed)};
@@ -75,6 +85,8 @@ public:
         environment.insert("AGENDA_FOLDER", place());
         environment.insert("AGENDA_DIE", QString::number(change));
         environment.insert("AGENDA_PLANT", QString::number(static_cast<int>(planted)));
+        if (!m_share.isEmpty())
+            environment.insert("AGENDA_SHARE", m_share);
         made->setProcessEnvironment(environment);
         made->start(QStringLiteral(AGENDA_DRIVER_FAULTS),
                     {"write", place(), made->objectName(), QString::number(seed), QString::number(changes)});
@@ -83,31 +95,38 @@ public:
 #endif
 
 private:
+    QString m_share;
     support::TempFolder m_folder;
     Told m_told;
     int m_writers = 0;
 };
 
-TEST(Kills, LoseNothingThatWasAcknowledged)
+/// @param longest  milliseconds that a writer lives on after its first word.
+void killByTheClock(Storm &storm, int rounds, unsigned longest)
 {
     constexpr unsigned seed = 20261121;
     std::mt19937 random(seed);
-    Storm storm;
-    for (int round = 0; round < 12; ++round) {
+    for (int round = 0; round < rounds; ++round) {
         SCOPED_TRACE("seed " + std::to_string(seed) + ", round " + std::to_string(round));
         std::vector<std::unique_ptr<QProcess>> writers;
         for (int i = 0; i < 4; ++i)
             writers.push_back(storm.writer(random()));
         for (const auto &one : writers) {
             one->waitForReadyRead(5000);
-            QThread::msleep(random() % 25);
+            QThread::msleep(random() % longest);
             one->kill();
         }
         for (const auto &one : writers)
             EXPECT_TRUE(storm.end(*one));
         storm.expectSound();
     }
-    EXPECT_GT(storm.told().acknowledged(), 30) << "the writers must have come to write";
+    EXPECT_GT(storm.told().acknowledged(), 2 * rounds) << "the writers must have come to write";
+}
+
+TEST(Kills, LoseNothingThatWasAcknowledged)
+{
+    Storm storm;
+    killByTheClock(storm, 12, 25);
 }
 
 TEST(Kills, AHeldLineIsFreeWhenItsHolderDies)
@@ -135,23 +154,27 @@ TEST(Kills, AHeldLineIsFreeWhenItsHolderDies)
 #if defined(AGENDA_DRIVER_FAULTS)
 using filecalls::Plant;
 
-TEST(Kills, AtEveryChangeOfAFileInTurn)
+void killAtEveryChange(Storm &storm, int changes)
 {
     constexpr unsigned seed = 20261122;
-    Storm storm;
-    for (int change = 1; change <= 60; ++change) {
+    for (int change = 1; change <= changes; ++change) {
         SCOPED_TRACE("seed " + std::to_string(seed) + ", change " + std::to_string(change));
         EXPECT_TRUE(storm.end(*storm.dyingWriter(seed + static_cast<unsigned>(change), change, 60)));
         storm.expectSound();
     }
 }
 
-TEST(Kills, AtChangesOfFilesWhileOthersGoOn)
+TEST(Kills, AtEveryChangeOfAFileInTurn)
+{
+    Storm storm;
+    killAtEveryChange(storm, 60);
+}
+
+void killAtChanges(Storm &storm, int rounds)
 {
     constexpr unsigned seed = 20261123;
     std::mt19937 random(seed);
-    Storm storm;
-    for (int round = 0; round < 10; ++round) {
+    for (int round = 0; round < rounds; ++round) {
         SCOPED_TRACE("seed " + std::to_string(seed) + ", round " + std::to_string(round));
         std::vector<std::unique_ptr<QProcess>> dying;
         for (int i = 0; i < 3; ++i)
@@ -164,6 +187,55 @@ TEST(Kills, AtChangesOfFilesWhileOthersGoOn)
         EXPECT_GT(storm.told().acknowledged(), before + 15) << "the survivor was kept from writing";
         storm.expectSound();
     }
+}
+
+TEST(Kills, AtChangesOfFilesWhileOthersGoOn)
+{
+    Storm storm;
+    killAtChanges(storm, 10);
+}
+
+/// Each writer is a workstation of its own: what it has kept for itself dies with it.
+class KillsOn : public testing::TestWithParam<filecalls::Share>
+{
+protected:
+    void SetUp() override
+    {
+        if (!onShares::kills.on(GetParam()))
+            GTEST_SKIP() << "the table files do not do that right yet";
+    }
+    Storm storm{onShares::nameOf(GetParam())};
+};
+INSTANTIATE_TEST_SUITE_P(Shares, KillsOn, testing::Values(filecalls::Share::smb, filecalls::Share::nfs));
+
+TEST_P(KillsOn, LoseNothingThatWasAcknowledged)
+{
+    killByTheClock(storm, 6, 150);
+}
+/// Beside one that never leaves.
+TEST_P(KillsOn, AllComeToWrite)
+{
+    constexpr int others = 3;
+    constexpr int changes = 20;
+    const auto first = storm.writer(1);
+    EXPECT_TRUE(first->waitForReadyRead(5000));
+    std::vector<std::unique_ptr<QProcess>> all;
+    for (unsigned seed = 2; seed < 2 + others; ++seed)
+        all.push_back(storm.writer(seed, changes));
+    for (const auto &one : all)
+        EXPECT_FALSE(storm.end(*one));
+    EXPECT_GT(storm.told().acknowledged(), others * changes * 8 / 10);
+    first->kill();
+    EXPECT_TRUE(storm.end(*first));
+    storm.expectSound();
+}
+TEST_P(KillsOn, LoseNothingAtEveryChangeOfAFile)
+{
+    killAtEveryChange(storm, 40);
+}
+TEST_P(KillsOn, LoseNothingWhileOthersGoOn)
+{
+    killAtChanges(storm, 4);
 }
 
 /// What a mistake in the table files would do is done to them from outside; the tests above must see it.

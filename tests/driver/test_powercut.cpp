@@ -2,6 +2,7 @@
 // holds what was acknowledged, every commit whole or not at all.
 
 #include "tests/driver/Judge.h"
+#include "tests/driver/OnShares.h"
 #include "tests/driver/PowerCut.h"
 #include "tests/driver/Writer.h"
 #include "tests/support/TempFolder.h"
@@ -18,6 +19,7 @@ using namespace driver;
 using filecalls::Call;
 using filecalls::Fault;
 using filecalls::Plant;
+using filecalls::Share;
 
 /// What happens while the changes are recorded.
 struct Scene {
@@ -26,7 +28,8 @@ struct Scene {
     int changes = 30;
     std::optional<Fault> fault = {}; ///< of the first writer's calls; it goes away then, and the others go on
     Plant planted = Plant::none;
-    bool packs = false; ///< the table is packed in the end
+    bool packs = false;         ///< the table is packed in the end
+    Share share = Share::local; ///< each writer is a workstation then
 };
 
 struct Recording {
@@ -41,6 +44,7 @@ void work(const Scene &scene, const std::filesystem::path &folder, Recording &ma
 {
     std::mt19937 random(scene.seed);
     std::vector<std::unique_ptr<Writer>> writers;
+    int gone = 0; ///< of those that were first
     for (int id = 1; id <= scene.writers; ++id) {
         writers.push_back(std::make_unique<Writer>(folder, id, scene.seed + static_cast<unsigned>(id),
                                                    [id, &made](const std::string &line) {
@@ -55,6 +59,7 @@ void work(const Scene &scene, const std::filesystem::path &folder, Recording &ma
         const bool broken = fault && who == 0;
         if (broken && !made.faultMet)
             filecalls::fail(fault);
+        filecalls::asWorkstation(static_cast<int>(who) + 1 + gone);
         writers[who]->step();
         if (!broken || !filecalls::faultMet()) {
             if (broken) { // the next change goes on counting
@@ -68,8 +73,10 @@ void work(const Scene &scene, const std::filesystem::path &folder, Recording &ma
             writers[0] = nullptr; // with all its calls failing: nothing more comes from it, as from the dead
         filecalls::fail({});
         fault.reset();
-        if (!writers[0])
+        if (!writers[0]) {
             writers.erase(writers.begin());
+            ++gone;
+        }
     }
 }
 
@@ -81,6 +88,7 @@ Recording record(const Scene &scene)
     made.start = readImage(folder.path());
     filecalls::watch(folder.path());
     filecalls::plant(scene.planted);
+    filecalls::behaveAs(scene.share);
     work(scene, folder.path(), made);
     if (scene.packs) {
         AgendaTable agenda;
@@ -88,6 +96,7 @@ Recording record(const Scene &scene)
         EXPECT_TRUE(agenda.table().pack().ok());
     }
     made.events = filecalls::recorded();
+    filecalls::behaveAs(Share::local);
     filecalls::unwatch();
     return made;
 }
@@ -109,6 +118,7 @@ CutReport cut(const Scene &scene, const Recording &recording, int statesAtPoint,
     options.statesAtPoint = statesAtPoint;
     options.repairsCut = repairsCut;
     options.planted = scene.planted;
+    options.share = scene.share;
     return cutEverywhere(recording.start, recording.events, judgeMarks, options);
 }
 
@@ -285,6 +295,41 @@ TEST(PowerCut, WhilePacking)
     expectNoFailure(cut(scene, record(scene), 10, 4));
 }
 
+class PowerCutOn : public testing::TestWithParam<Share>
+{
+};
+INSTANTIATE_TEST_SUITE_P(Shares, PowerCutOn, testing::Values(Share::smb, Share::nfs));
+
+/// The server's power and everybody's; and a workstation that is gone in the middle while others go on.
+TEST_P(PowerCutOn, LosesNothingThatWasAcknowledged)
+{
+    std::vector<Scene> scenes{{.seed = 500, .changes = 20}};
+    for (int call = 14; call <= 94; call += 16)
+        scenes.push_back({.seed = 500U + static_cast<unsigned>(call),
+                          .writers = 2,
+                          .changes = 8,
+                          .fault = Fault{{}, call, EHOSTDOWN, true, true}});
+    for (int flush = 1; flush <= 4; ++flush)
+        scenes.push_back({.seed = 600U + static_cast<unsigned>(flush),
+                          .writers = 2,
+                          .changes = 12,
+                          .fault = Fault{Call::flush, flush, EIO, false, false}});
+    std::vector<std::string> wrong;
+    int states = 0;
+    for (Scene &scene : scenes) {
+        scene.share = GetParam();
+        const Recording recording = record(scene);
+        EXPECT_TRUE(!scene.fault || recording.faultMet) << scene.seed;
+        const CutReport report = cut(scene, recording, 5, 1);
+        wrong.insert(wrong.end(), report.failures.begin(), report.failures.end());
+        states += report.states;
+    }
+    std::cout << states << " states\n";
+    EXPECT_EQ(wrong.empty(), onShares::powerCuts.on(GetParam()));
+    for (const std::string &one : wrong)
+        std::cout << one << "\n";
+}
+
 /// What a mistake in the table files would do is done to them from outside; the tests above must see it.
 TEST(PowerCut, FindsPlantedFaults)
 {
@@ -292,14 +337,17 @@ TEST(PowerCut, FindsPlantedFaults)
         Plant planted;
         const char *name;
         std::optional<Fault> fault;
+        Share share = Share::local;
     } cases[] = {
         {Plant::journalNotFlushed, "journal not flushed", {}},
+        {Plant::journalNotFlushed, "journal not flushed, smb", {}, Share::smb},
+        {Plant::journalNotFlushed, "journal not flushed, nfs", {}, Share::nfs},
         {Plant::tableNotFlushed, "table not flushed", {}},
         {Plant::headerFirst, "header before the journal", {}},
         {Plant::journalNotRead, "journal not read", {}},
         {Plant::failureHidden, "failed flush taken for done", Fault{Call::flush, 2, EIO, false, false}}};
     for (const auto &one : cases) {
-        Scene scene{.seed = 400, .writers = 2, .changes = 12, .fault = one.fault};
+        Scene scene{.seed = 400, .writers = 2, .changes = 12, .fault = one.fault, .share = one.share};
         EXPECT_TRUE(cut(scene, record(scene), 3, 0).failures.empty()) << "without " << one.name;
         scene.planted = one.planted;
         const CutReport report = cut(scene, record(scene), 9, 0);
