@@ -219,6 +219,7 @@ private:
     {
         return m_remote && m_journal.isOpen() && m_indexAsOf == m_state.applied;
     }
+    [[nodiscard]] bool keepsIndex() const;
     [[nodiscard]] bool isAsKept();
     void noteLockTime() { m_lockedAt = m_remote ? timeWithSleep() : std::chrono::nanoseconds(); }
     Result<RangeLock> waitForLock(File &file, std::uint64_t offset, std::uint64_t length, File::LockKind kind,

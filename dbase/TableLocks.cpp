@@ -316,12 +316,19 @@ void TableImpl::endChange() noexcept
     m_lastRead = 0;
 }
 
-/// Whether what is kept of the index is still so, which one reading of the journal's header tells. For
-/// shares: elsewhere the index is seen as it is.
+/// Whether a question can be tried by what is kept of the index. For shares: elsewhere the index is seen as
+/// it is.
+bool TableImpl::keepsIndex() const
+{
+    return m_mdx && m_held == Held::nothing && m_poison.ok() && !m_indexSuspect && indexIsKnown() &&
+           !isInDoubt();
+}
+
+/// Whether what is kept is still so, which one reading of the journal's header tells. Numbers only grow: one
+/// that is as it was says the same of all the time before.
 bool TableImpl::isAsKept()
 {
-    return m_remote && m_mdx && m_held == Held::nothing && m_poison.ok() && !m_indexSuspect && m_indexAsOf &&
-           m_journal.isOpen() && !isInDoubt() && lookAtState().ok() && indexIsKnown();
+    return keepsIndex() && lookAtState().ok() && indexIsKnown();
 }
 
 Status TableImpl::takeRecordLock(RecordNumber number, std::chrono::milliseconds timeout)

@@ -123,7 +123,7 @@ bool TableImpl::rowsAsKept(const MdxIndex &index, std::span<const std::uint8_t> 
                            std::span<const std::uint8_t> high, std::vector<RecordNumber> &numbers,
                            std::vector<std::uint8_t> *rows, std::size_t mostRows)
 {
-    if (!isAsKept())
+    if (!keepsIndex())
         return false;
     std::vector<RecordNumber> found;
     {
