@@ -5,9 +5,11 @@ DATOS    ?= datos-demo
 CAPTURAS ?= out/capturas
 FUZZ_SECONDS ?= 3600
 PREFIX   ?= /usr/local
+PRUEBA   ?=
+export LAB_DIR ?= $(HOME)/.cache/agenda-red
 FUENTES   = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: manual install deb windows-dbase help run test bench format format-check tidy asan coverage fuzz release dev clean
+.PHONY: manual install deb windows-dbase help run test bench red format format-check tidy asan coverage fuzz release dev clean
 
 help:
 	@echo "make run       build and open the program (DATOS=folder for other data)"
@@ -18,8 +20,9 @@ help:
 	@echo "make install   put the release build below PREFIX (/usr/local); make deb packs it for Debian"
 	@echo "make manual    draw the pictures of docs/manual again"
 	@echo "make asan      the tests under AddressSanitizer and UndefinedBehaviorSanitizer"
-	@echo "make windows-dbase   the table files for Windows; their tests under wine where it is installed"
+	@echo "make windows-dbase   the table files and agendatool for Windows; their tests under wine where it is installed"
 	@echo "make coverage  which lines the tests reach"
+	@echo "make red       shares (SMB, NFS) with three workstations, all virtual machines (PRUEBA='juntos nfs' for one experiment)"
 	@echo "make fuzz      arbitrary bytes for what reads files (FUZZ_SECONDS=time for each target)"
 
 release:
@@ -93,11 +96,11 @@ asan:
 windows-compile:
 	@$(PAQUETES) construir windows
 	cmake --preset windows-dbase
-	cmake --build --preset windows-dbase --target dbase test_dbase
+	cmake --build --preset windows-dbase --target dbase agendatool test_dbase test_tools
 
 # Runs the tests too where wine is installed.
 windows-dbase: windows-compile
-	@if command -v wine >/dev/null 2>&1; then cd build/windows-dbase/bin && WINEDEBUG=-all wine ./test_dbase.exe; \
+	@if command -v wine >/dev/null 2>&1; then cd build/windows-dbase/bin && WINEDEBUG=-all wine ./test_dbase.exe && WINEDEBUG=-all wine ./test_tools.exe; \
 	else echo "No hay wine: compilado, sin ejecutar las pruebas"; fi
 
 coverage:
@@ -119,6 +122,16 @@ fuzz:
 	    build/fuzz/bin/fuzz_$$objetivo -max_total_time=$(FUZZ_SECONDS) -max_len=16384 -timeout=10 -verbosity=0 \
 	        -artifact_prefix="out/fuzz/$$objetivo-" "out/fuzz/$$objetivo" "tests/fuzz/corpus/$$objetivo" || exit 1; \
 	done
+
+# Takes most of an hour; see tests/red/README.md.
+red:
+	@$(PAQUETES) construir red
+	cmake --preset release
+	cmake --build --preset release --target agendadriver agendatool
+	python3 tests/red/test_judge.py
+	@[ -e "$(LAB_DIR)/base.img" ] || tests/red/imagen.sh disco
+	tests/red/imagen.sh programas build/release/bin
+	nice -n 19 python3 tests/red/red.py $(if $(PRUEBA),prueba $(PRUEBA),todo)
 
 clean:
 	rm -rf build out

@@ -28,4 +28,10 @@ struct File::Native {
 /// @param what  what could not be done, Spanish. @param name  of the file.
 [[nodiscard]] Status failureOfCall(const std::string &what, const std::string &name);
 
+#if !defined(_WIN32)
+/// Whether a file system is surely one of this machine alone.
+/// @param magic  f_type of Linux's statfs.
+[[nodiscard]] bool isLocalFileSystem(std::uint32_t magic);
+#endif
+
 } // namespace dbase

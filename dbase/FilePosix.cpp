@@ -67,33 +67,12 @@ int openAs(const std::filesystem::path &path, int flags)
 }
 
 /// Whether a file lies on another machine, as far as the system says.
-bool liesElsewhere(int descriptor)
+bool liesElsewhere([[maybe_unused]] int descriptor)
 {
 #if defined(__linux__)
     struct statfs info = {};
-    if (::fstatfs(descriptor, &info) != 0)
-        return true; // the careful answer
-    // Those that are known to keep one memory of a file for all who have it open; all others might be a
-    // share.
-    constexpr std::array<std::uint32_t, 16> local = {
-        0xEF53,     // ext2, ext3, ext4
-        0x58465342, // XFS
-        0x9123683E, // Btrfs
-        0x01021994, // tmpfs
-        0x794C7630, // overlay
-        0x2FC12FC1, // ZFS
-        0xF2F52010, // F2FS
-        0xCA451A4E, // bcachefs
-        0x3153464A, // JFS
-        0x52654973, // ReiserFS
-        0x858458F6, // ramfs
-        0x4D44,     // FAT
-        0x2011BAB0, // exFAT
-        0x7366746E, // NTFS
-        0x73717368, // SquashFS
-        0x9660,     // ISO 9660
-    };
-    return std::find(local.begin(), local.end(), static_cast<std::uint32_t>(info.f_type)) == local.end();
+    // A failure gets the careful answer.
+    return ::fstatfs(descriptor, &info) != 0 || !isLocalFileSystem(static_cast<std::uint32_t>(info.f_type));
 #else
     return true;
 #endif
@@ -311,6 +290,31 @@ Status File::reserve(std::uint64_t offset, std::uint64_t bytes)
     }
 #endif
     return {};
+}
+
+bool isLocalFileSystem(std::uint32_t magic)
+{
+    // Those that are known to keep one memory of a file for all who have it open; all others might be a
+    // share.
+    constexpr std::array<std::uint32_t, 16> local = {
+        0xEF53,     // ext2, ext3, ext4
+        0x58465342, // XFS
+        0x9123683E, // Btrfs
+        0x01021994, // tmpfs
+        0x794C7630, // overlay
+        0x2FC12FC1, // ZFS
+        0xF2F52010, // F2FS
+        0xCA451A4E, // bcachefs
+        0x3153464A, // JFS
+        0x52654973, // ReiserFS
+        0x858458F6, // ramfs
+        0x4D44,     // FAT
+        0x2011BAB0, // exFAT
+        0x7366746E, // NTFS
+        0x73717368, // SquashFS
+        0x9660,     // ISO 9660
+    };
+    return std::find(local.begin(), local.end(), magic) != local.end();
 }
 
 Status syncFolder(const std::filesystem::path &folder)

@@ -173,6 +173,7 @@ private:
     {
         return fileSize < header.headerLength ? 0 : (fileSize - header.headerLength) / header.recordLength;
     }
+    void warnOfMount();
     Status joinOthers();
     /// With presence held, which keeps the file in its place from then on.
     Status refuseDisplaced();

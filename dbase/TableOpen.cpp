@@ -1,5 +1,6 @@
 // Opening a table and leaving it.
 
+#include "dbase/ShareAdvice.h"
 #include "dbase/TableImpl.h"
 
 #include <algorithm>
@@ -220,6 +221,7 @@ Status TableImpl::openFiles()
         status = look.status();
         if (look.ok())
             m_identity = look.value().identity;
+        warnOfMount();
     }
     if (status.ok())
         status = readHeader();
@@ -237,6 +239,17 @@ Status TableImpl::openFiles()
     if (status.ok())
         status = readOnly ? joinAsReader() : joinOthers();
     return status.ok() ? linesInFile().status() : status;
+}
+
+/// Says once in a program what is wrong with the mount that the table lies on.
+void TableImpl::warnOfMount()
+{
+    static std::set<std::string> told;
+    const Share share = shareOf(path);
+    if (share.warnings.empty() || !told.insert(share.mount.point).second)
+        return;
+    for (const std::string &warning : share.warnings)
+        addNotice(warning);
 }
 
 /// Whole lines that the file has room for. @return damaged when the header promises more: nobody knows which

@@ -133,14 +133,20 @@ const FieldDefinition &AgendaTable::definitionOf(Field field) const
 
 Result<RecordNumber> AgendaTable::find(const std::string &key) const
 {
+    const auto numbers = findAll(key);
+    if (!numbers.ok())
+        return numbers.status();
+    return numbers.value().empty() ? RecordNumber(0) : numbers.value().front();
+}
+
+Result<std::vector<RecordNumber>> AgendaTable::findAll(const std::string &key) const
+{
     std::string padded = key;
     padded.resize(16, ' ');
     const std::span wanted(reinterpret_cast<const std::uint8_t *>(padded.data()), padded.size());
     std::vector<RecordNumber> numbers;
     const Status status = m_table->liveRecords(m_table->index("CLAVE"), wanted, wanted, numbers);
-    if (!status.ok())
-        return status;
-    return numbers.empty() ? RecordNumber(0) : numbers.front();
+    return status.ok() ? Result<std::vector<RecordNumber>>(std::move(numbers)) : status;
 }
 
 Result<Contents> AgendaTable::readAll() const

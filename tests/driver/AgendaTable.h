@@ -48,6 +48,8 @@ public:
     [[nodiscard]] std::string text(std::span<const std::uint8_t> record, Field field) const;
     /// The live line with a key, as a window finds it: through the index; 0 when there is none.
     dbase::Result<dbase::RecordNumber> find(const std::string &key) const;
+    /// All live lines with a key.
+    dbase::Result<std::vector<dbase::RecordNumber>> findAll(const std::string &key) const;
 
     /// Every live line through the index, each held to its pattern, the sheets to their length, and the index
     /// to the file. @return damaged, naming the line.

@@ -67,6 +67,33 @@ void Writer::step()
     answer("del", key, {}, [&](const std::string &one) { return remove(one); });
 }
 
+void Writer::stepWithSheets()
+{
+    const auto what = m_random() % 100;
+    if (what < 40)
+        return step();
+    const long n = m_steps++;
+    const std::string value = "v" + std::to_string(m_id) + "x" + std::to_string(n);
+    if (what < 65 || m_sheets.empty()) {
+        m_sheets.push_back("w" + std::to_string(m_id) + "-" + std::to_string(n) + "s");
+        return addSheet(m_sheets.back(), value);
+    }
+    const auto picked = m_sheets.begin() + static_cast<std::ptrdiff_t>(m_random() % m_sheets.size());
+    const std::string key = *picked;
+    if (what < 90) {
+        return answer("upd", key, value, [&](const std::string &one) {
+            return withSheet(one, [&](Bytes &record) {
+                m_agenda.setValue(record, value);
+                m_agenda.setTime(record, m_random);
+            });
+        });
+    }
+    m_sheets.erase(picked);
+    answer("del", key, {}, [&](const std::string &one) {
+        return withSheet(one, [](Bytes &record) { record[0] = deletedMark; });
+    });
+}
+
 void Writer::changeTo(const std::string &key, const std::string &value)
 {
     answer("upd", key, value, [&](const std::string &one) { return change(one, value, false); });
@@ -80,6 +107,11 @@ void Writer::add(const std::string &key, const std::string &value)
 void Writer::addSheet(const std::string &key, const std::string &value)
 {
     answer("ins", key, value, [&](const std::string &one) { return sheet(one, value); });
+}
+
+Status Writer::open()
+{
+    return m_agenda.isOpen() ? Status() : m_agenda.open(m_folder, m_lockTimeout);
 }
 
 Status Writer::refresh()
@@ -101,7 +133,7 @@ template <class Work>
 void Writer::answer(const char *op, const std::string &key, const std::string &value, Work &&work)
 {
     say("TRY", op, key, value);
-    Status status = m_agenda.isOpen() ? Status() : m_agenda.open(m_folder, m_lockTimeout);
+    Status status = open();
     const bool opened = status.ok();
     if (opened)
         status = work(key);
@@ -173,6 +205,31 @@ Status Writer::increment()
 Status Writer::remove(const std::string &key)
 {
     return withLine(key, [](Bytes &record) { record[0] = deletedMark; });
+}
+
+/// Changes all lines of a sheet in one commit; nobody else changes it.
+template <class Edit> Status Writer::withSheet(const std::string &key, Edit &&edit)
+{
+    Table &table = m_agenda.table();
+    Status status = table.beginGroup();
+    if (!status.ok())
+        return status;
+    const auto numbers = m_agenda.findAll(key);
+    status = numbers.ok() && numbers.value().empty() ? Status(ErrorKind::notFound, "no such sheet")
+                                                     : numbers.status();
+    Bytes before(table.recordLength());
+    for (std::size_t i = 0; status.ok() && i < numbers.value().size(); ++i) {
+        const RecordNumber number = numbers.value()[i];
+        status = table.read(number, before);
+        Bytes after = before;
+        edit(after);
+        if (status.ok())
+            status = table.update(number, before, after);
+    }
+    if (status.ok())
+        return table.commitGroup();
+    table.dropGroup();
+    return status;
 }
 
 } // namespace driver

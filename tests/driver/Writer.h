@@ -25,6 +25,8 @@ public:
 
     /// One change; opens the table first where it is closed.
     void step();
+    /// The same with more of what is one commit of many lines: sheets added, moved to another day, deleted.
+    void stepWithSheets();
     /// One that the caller chooses: another value for a line that is there, or new lines.
     void changeTo(const std::string &key, const std::string &value);
     void add(const std::string &key, const std::string &value);
@@ -32,6 +34,10 @@ public:
     /// The table is not closed after a failure of the disk.
     void keepOpen() { m_keepsOpen = true; }
     dbase::Status refresh();
+    /// Opens the table where it is closed.
+    dbase::Status open();
+    /// The table that is open; after a failed change it may not be.
+    AgendaTable &agenda() { return m_agenda; }
     /// @return what the closing met.
     dbase::Status close() { return m_agenda.close(); }
 
@@ -45,6 +51,7 @@ private:
     dbase::Status change(const std::string &key, const std::string &value, bool mayMove);
     dbase::Status increment();
     dbase::Status remove(const std::string &key);
+    template <class Edit> dbase::Status withSheet(const std::string &key, Edit &&edit);
 
     std::filesystem::path m_folder;
     int m_id;
@@ -53,6 +60,7 @@ private:
     std::chrono::milliseconds m_lockTimeout;
     AgendaTable m_agenda;
     std::vector<std::string> m_mine;
+    std::vector<std::string> m_sheets; ///< added by stepWithSheets
     long m_steps = 0;
     bool m_keepsOpen = false;
 };

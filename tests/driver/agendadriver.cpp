@@ -3,19 +3,22 @@
 //
 //   - agendadriver init DIR
 //     makes the table
-//   - agendadriver write DIR ID SEED [OPS]
-//     changes lines and says so (see Writer.h); without OPS until it is killed
+//   - agendadriver write DIR ID SEED [OPS [sheets]]
+//     changes lines and says so (see Writer.h); without OPS, or 0, until it is killed
 //   - agendadriver check DIR
 //     opens (and so repairs) the table and holds it to what it must be; 0 = sound
 //   - agendadriver dump DIR
 //     "key value" of every line
 //   - agendadriver hold DIR KEY SECONDS
 //     keeps the lock of a line
+//   - agendadriver obey DIR ID
+//     does what the lines of the standard input ask for (see Clerk.h), until they end
 
-#include "tests/driver/Writer.h"
+#include "tests/driver/Clerk.h"
 
 #include <cstdio>
 #include <cstdlib>
+#include <iostream>
 #include <thread>
 
 #if defined(_WIN32)
@@ -59,12 +62,22 @@ void write(const std::vector<std::string> &words)
     Writer writer(words[1], std::atoi(words[2].c_str()), static_cast<unsigned>(std::atol(words[3].c_str())),
                   print);
     const long operations = words.size() > 4 ? std::atol(words[4].c_str()) : 0;
+    const bool withSheets = words.size() > 5 && words[5] == "sheets";
     for (long n = 0; operations == 0 || n < operations; ++n)
-        writer.step();
+        withSheets ? writer.stepWithSheets() : writer.step();
     // Every change has been answered; a failure now costs the next opener some time, and is said all the
     // same.
     if (const Status status = writer.close(); !status.ok())
         std::fprintf(stderr, "close: %s\n", status.message().c_str());
+}
+
+void obey(const std::vector<std::string> &words)
+{
+    Clerk clerk(words[1], std::atoi(words[2].c_str()), print);
+    for (std::string order; std::getline(std::cin, order);) {
+        if (!clerk.obey(order))
+            fail("no such order: " + order);
+    }
 }
 
 void hold(AgendaTable &agenda, const std::string &key, int seconds)
@@ -97,9 +110,13 @@ int main(int argc, char **argv)
         write(words);
         return 0;
     }
+    if (verb == "obey" && words.size() == 3) {
+        obey(words);
+        return 0;
+    }
     const bool holding = verb == "hold" && words.size() == 4;
     if (verb != "check" && verb != "dump" && !holding)
-        fail("init|write|check|dump|hold DIR ...");
+        fail("init|write|check|dump|hold|obey DIR ...");
     AgendaTable agenda;
     succeed(agenda.open(words[1]));
     if (holding) {

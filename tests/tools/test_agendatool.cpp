@@ -356,6 +356,15 @@ TEST_F(AgendaTool, RefusesACommandLineThatMakesNoSense)
         {"dump", here, "../AGENDA_N"},
         {"create", here, "CON"},
         {"backup", here, "../datos/AGENDA_N", other.string()},
+        {"red"},
+        {"red", here, "AGENDA_N"},
+        {"red", here, "--csv"},
+        {"red", here, "--desde-otro-puesto"},
+        {"red", here, "--desde-otro-puesto", "datos"},
+        {"red", here, "--desde-otro-puesto", "prueba-red-../../otra"},
+        {"red", here, "--desde-otro-puesto", "prueba-red-abc", "--espera"},
+        {"dump", here, "AGENDA_N", "--espera"},
+        {"dump", here, "AGENDA_N", "--desde-otro-puesto", "prueba-red-abc"},
     };
     for (const auto &all : cases) {
         EXPECT_EQ(words(all), exitUsage) << testing::PrintToString(all);

@@ -21,10 +21,11 @@ struct VerbShape {
     bool hasTarget;
     bool hasRange;
     bool hasFormat;
-    bool hasDay = false; ///< a date before the target, and the option --oficial
+    bool hasDay = false;  ///< a date before the target, and the option --oficial
+    bool hasTable = true; ///< otherwise it is about the whole folder, and has the options of two workstations
 };
 
-constexpr std::array<VerbShape, 13> shapes{{{"create", false, false, false},
+constexpr std::array<VerbShape, 14> shapes{{{"create", false, false, false},
                                             {"info", false, false, false},
                                             {"dump", false, true, true},
                                             {"check", false, false, false},
@@ -36,7 +37,8 @@ constexpr std::array<VerbShape, 13> shapes{{{"create", false, false, false},
                                             {"backup", true, false, false},
                                             {"restore", true, false, false},
                                             {"dia", true, false, false, true},
-                                            {"semana", true, false, false, true}}};
+                                            {"semana", true, false, false, true},
+                                            {"red", false, false, false, false, false}}};
 
 Status wrong(const std::string &text)
 {
@@ -85,7 +87,11 @@ private:
         else if (word == "--to")
             return date(word, m_made.range.to);
         else if (word == "--oficial")
-            return clerk(word);
+            return name(word, m_made.clerk.emplace());
+        else if (word == "--espera")
+            m_made.waits = true;
+        else if (word == "--desde-otro-puesto")
+            return name(word, m_made.meeting);
         else
             return wrong("no se conoce la opción «" + word + "»");
         return {};
@@ -108,11 +114,11 @@ private:
         return into ? Status() : wrong("«" + m_words[m_at] + "» no es una fecha AAAA-MM-DD");
     }
 
-    Status clerk(const std::string &option)
+    Status name(const std::string &option, std::string &into)
     {
-        if (++m_at >= m_words.size())
+        if (++m_at >= m_words.size() || m_words[m_at].empty())
             return wrong("a " + option + " le falta el nombre");
-        m_made.clerk = m_words[m_at];
+        into = m_words[m_at];
         return {};
     }
 
@@ -124,20 +130,26 @@ private:
                                         [&](const VerbShape &one) { return one.name == m_plain[0]; });
         if (shape == shapes.end())
             return wrong("no se conoce la orden «" + m_plain[0] + "»");
-        if (m_plain.size() != 3U + (shape->hasTarget ? 1U : 0U) + (shape->hasDay ? 1U : 0U))
-            return wrong("la orden «" + m_plain[0] + "» lleva carpeta, tabla" +
-                         (shape->hasDay      ? ", fecha y fichero"
-                          : shape->hasTarget ? " y destino u origen"
+        const auto one = [](bool given) { return given ? 1U : 0U; };
+        if (m_plain.size() != 2U + one(shape->hasTable) + one(shape->hasTarget) + one(shape->hasDay))
+            return wrong("la orden «" + m_plain[0] + "» lleva carpeta" +
+                         (shape->hasDay      ? ", tabla, fecha y fichero"
+                          : shape->hasTarget ? ", tabla y destino u origen"
+                          : shape->hasTable  ? ", tabla y nada más"
                                              : " y nada más"));
         const bool ranged = m_made.range.from || m_made.range.to;
         if ((ranged && !shape->hasRange) || (m_formatGiven && !shape->hasFormat) ||
-            (m_made.clerk && !shape->hasDay))
+            (m_made.clerk && !shape->hasDay) ||
+            ((m_made.waits || !m_made.meeting.empty()) && shape->hasTable))
             return wrong("la orden «" + m_plain[0] + "» no admite esa opción");
         if (m_made.range.from && m_made.range.to && isoDate(*m_made.range.to) < isoDate(*m_made.range.from))
             return wrong("--to es anterior a --from");
+        if (m_made.waits && !m_made.meeting.empty())
+            return wrong("--espera y --desde-otro-puesto se excluyen");
         m_made.verb = m_plain[0];
         m_made.folder = m_plain[1];
-        m_made.table = m_plain[2];
+        if (shape->hasTable)
+            m_made.table = m_plain[2];
         if (shape->hasTarget)
             m_made.target = m_plain.back();
         if (!shape->hasDay)

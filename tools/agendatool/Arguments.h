@@ -11,11 +11,13 @@ namespace agendatool
 struct Arguments {
     std::string verb;
     std::filesystem::path folder;
-    std::string table;
+    std::string table;            ///< empty for verbs that have none
     std::filesystem::path target; ///< file or folder behind the table; empty for verbs that have none
     DateRange range;
     std::optional<dbase::Date> day;   ///< of a printed sheet
     std::optional<std::string> clerk; ///< whose lines are printed, UTF-8; all when missing
+    bool waits = false;               ///< for another workstation, to try a share together
+    std::string meeting; ///< folder of a trial that another workstation has begun; empty to begin one
     DumpFormat format = DumpFormat::csv;
     bool quiet = false;
     bool help = false;

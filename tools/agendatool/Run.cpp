@@ -3,6 +3,7 @@
 #include "tools/agendatool/Text.h"
 #include "tools/agendatool/Verbs.h"
 
+#include <algorithm>
 #include <array>
 #include <ostream>
 
@@ -33,6 +34,12 @@ constexpr std::string_view helpText =
                          [--oficial NOMBRE]; el color de las salidas sale de
                          CONFIG/VARIOS.INI junto a la carpeta de la tabla
 
+  red                    sin TABLA: prueba con dos programas si la carpeta sirve para que
+                         trabajen en ella varios puestos; dice qué ha visto y deja todo
+                         como estaba
+                         [--espera]: el segundo programa será el de otro puesto, y dice
+                         cómo llamarlo allí con --desde-otro-puesto
+
 Opciones:
   --quiet                solo habla si algo va mal
   --help, --version
@@ -44,9 +51,10 @@ está mal escrita y 3 si otro puesto está usando la tabla.
 struct Verb {
     std::string_view name;
     int (*work)(const Context &);
+    bool onTable = true;
 };
 
-constexpr std::array<Verb, 13> verbs{{{"create", createTable},
+constexpr std::array<Verb, 14> verbs{{{"create", createTable},
                                       {"info", showInfo},
                                       {"dump", dumpLines},
                                       {"check", checkTable},
@@ -58,12 +66,13 @@ constexpr std::array<Verb, 13> verbs{{{"create", createTable},
                                       {"backup", backupTable},
                                       {"restore", restoreTable},
                                       {"dia", printDay},
-                                      {"semana", printWeek}}};
+                                      {"semana", printWeek},
+                                      {"red", tryShare, false}}};
 
 } // namespace
 
 int run(const std::vector<std::string> &words, std::ostream &out, std::ostream &err, Terminals terminals,
-        std::chrono::milliseconds patience)
+        std::chrono::milliseconds patience, const std::filesystem::path &program)
 {
     const auto parsed = parseArguments(words);
     if (!parsed.ok()) {
@@ -79,19 +88,19 @@ int run(const std::vector<std::string> &words, std::ostream &out, std::ostream &
         out << "agendatool " AGENDATOOL_VERSION "\n";
         return exitDone;
     }
-    ProgressLine progress(err, upperAscii(args.table), terminals.err && !args.quiet);
-    const Context context{args, out, terminals.out, patience, progress};
+    const auto verb =
+        std::find_if(verbs.begin(), verbs.end(), [&](const Verb &one) { return one.name == args.verb; });
+    ProgressLine progress(err, verb->onTable ? upperAscii(args.table) : args.verb,
+                          terminals.err && !args.quiet);
+    const Context context{args, out, terminals.out, patience, progress, program};
     // A name that no table can have is a slip of the command line, not a fault of the folder.
-    if (const auto named = dbase::findTable(args.folder, args.table);
-        named.status().kind() == dbase::ErrorKind::invalidArgument) {
-        static_cast<void>(context.fail(named.status()));
+    if (const dbase::Status named =
+            verb->onTable ? dbase::findTable(args.folder, args.table).status() : dbase::Status();
+        named.kind() == dbase::ErrorKind::invalidArgument) {
+        static_cast<void>(context.fail(named));
         return exitUsage;
     }
-    for (const Verb &verb : verbs) {
-        if (verb.name == args.verb)
-            return verb.work(context);
-    }
-    return exitUsage;
+    return verb->work(context);
 }
 
 } // namespace agendatool

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <filesystem>
 #include <iosfwd>
 #include <string>
 #include <vector>
@@ -23,8 +24,10 @@ struct Terminals {
 /// Does what a command line says.
 /// @param words     the arguments without the program's name; paths in the system's own encoding.
 /// @param patience  how long to wait for others who are writing.
+/// @param program   the file of agendatool, for the work that takes two of them; empty: what is running.
 /// @return one of the exit codes above; the reason of a failure stands in `err`, Spanish, UTF-8.
 int run(const std::vector<std::string> &words, std::ostream &out, std::ostream &err, Terminals terminals = {},
-        std::chrono::milliseconds patience = std::chrono::milliseconds(2000));
+        std::chrono::milliseconds patience = std::chrono::milliseconds(2000),
+        const std::filesystem::path &program = {});
 
 } // namespace agendatool

@@ -14,6 +14,7 @@ struct Context {
     bool outIsTerminal;
     std::chrono::milliseconds patience;
     ProgressLine &progress;
+    std::filesystem::path program; ///< this program's file; empty: ask the system
 
     /// Where answers go. What both of these write stays, so the line of the progress makes way for it.
     [[nodiscard]] std::ostream &out() const
@@ -58,5 +59,6 @@ dbase::Status refuseOldJournal(const std::filesystem::path &table);
 [[nodiscard]] int restoreTable(const Context &context);
 [[nodiscard]] int printDay(const Context &context);
 [[nodiscard]] int printWeek(const Context &context);
+[[nodiscard]] int tryShare(const Context &context);
 
 } // namespace agendatool

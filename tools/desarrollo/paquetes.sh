@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs the Debian packages that a task needs and the machine lacks.
-#   paquetes.sh construir|pruebas|ejecutar|medir|formato|tidy|asan|cobertura ...
+#   paquetes.sh construir|pruebas|ejecutar|medir|formato|tidy|asan|cobertura|red ...
 set -eu
 
 paquetes_de() {
@@ -15,6 +15,7 @@ paquetes_de() {
         asan)      echo "clang libclang-rt-14-dev llvm-14" ;;
         windows)   echo "g++-mingw-w64-x86-64-posix googletest" ;;
         cobertura) echo "gcovr" ;;
+        red)       echo "qemu-system-x86 debootstrap e2fsprogs busybox-static cpio python3" ;;
         *) echo "paquetes.sh: no se conoce la tarea '$1'" >&2; exit 2 ;;
     esac
 }
