@@ -282,7 +282,7 @@ void fail(std::optional<Fault> fault)
 {
     if (!fault && state().planted == Plant::neverMended)
         return;
-    state().fault = fault;
+    state().fault = std::move(fault);
     state().counted = 0;
     state().met = false;
 }

@@ -234,7 +234,8 @@ void pass(std::chrono::nanoseconds time)
 
 int take(int descriptor, Handle &handle, Lock wanted)
 {
-    const auto [from, to] = std::pair(wanted.from, wanted.to);
+    const off_t from = wanted.from;
+    const off_t to = wanted.to;
     if (filecalls::planted() == Plant::exclusiveStays && !handle.isTable && from == headerLock)
         wanted.exclusive = true;
     const bool stuck = std::any_of(handle.locks.begin(), handle.locks.end(),

@@ -320,7 +320,7 @@ TEST_P(PowerCutOn, LosesNothingThatWasAcknowledged)
         scene.share = GetParam();
         const Recording recording = record(scene);
         EXPECT_TRUE(!scene.fault || recording.faultMet) << scene.seed;
-        const CutReport report = cut(scene, recording, 5, 1);
+        const CutReport report = cut(scene, recording, 4, 1);
         wrong.insert(wrong.end(), report.failures.begin(), report.failures.end());
         states += report.states;
     }

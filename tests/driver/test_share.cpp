@@ -158,7 +158,7 @@ Wrong setBackToAnEarlierValue(Share share, Plant planted)
         office.must(office.at(2).close().ok(), "the other one cannot leave");
         office.mustChange(1, "shared-a", "v2");
         for (const std::string &text : office.finish())
-            wrong.push_back("after " + std::to_string(seconds) + " s: " + text);
+            wrong.push_back((seconds == 0 ? "at once: " : "after a while: ") + text);
     }
     return wrong;
 }
@@ -180,7 +180,7 @@ Wrong watchOneWrite(Share share, Plant planted)
         Bytes record(reader.table().recordLength());
         const bool read = line.ok() && reader.table().read(line.value(), record).ok();
         const std::string seen = read ? reader.text(record, Field::interesado) : "nothing";
-        office.must(seen == told, told + " is seen as " + seen);
+        office.must(seen == told, "what is seen is " + seen);
     }
     filecalls::asWorkstation(2);
     static_cast<void>(reader.close());
