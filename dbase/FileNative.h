@@ -15,6 +15,7 @@ struct File::Native {
 #endif
     [[nodiscard]] bool isOpen() const;
     bool isRemote = false;
+    bool isSmb = false;
     bool isInDoubt = false;
     std::string name; ///< for messages
 

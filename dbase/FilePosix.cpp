@@ -66,16 +66,38 @@ int openAs(const std::filesystem::path &path, int flags)
     return descriptor;
 }
 
-/// Whether a file lies on another machine, as far as the system says.
-bool liesElsewhere([[maybe_unused]] int descriptor)
+/// Number of the file system that a file lies on; 0 where the system does not tell.
+std::uint32_t fileSystemOf([[maybe_unused]] int descriptor)
 {
 #if defined(__linux__)
     struct statfs info = {};
-    // A failure gets the careful answer.
-    return ::fstatfs(descriptor, &info) != 0 || !isLocalFileSystem(static_cast<std::uint32_t>(info.f_type));
-#else
-    return true;
+    if (::fstatfs(descriptor, &info) == 0)
+        return static_cast<std::uint32_t>(info.f_type);
 #endif
+    return 0;
+}
+
+/// Whether a lock call has failed as they do on SMB after the connection was away: until the file has been
+/// read once, they do not know it any more.
+bool wantsReading(int error, bool isSmb)
+{
+    return error == EBADF || error == EINVAL || (error == EAGAIN && isSmb);
+}
+
+/// @return 0, or why the lock was not taken or not given back.
+int callForLock(int descriptor, struct flock range, bool isRemote, bool isSmb)
+{
+    for (bool mayRead = isRemote;;) {
+        if (::fcntl(descriptor, setLockCommand, &range) == 0)
+            return 0;
+        const int error = errno;
+        if (error == EINTR)
+            continue;
+        char byte = 0;
+        if (!std::exchange(mayRead, false) || !wantsReading(error, isSmb) ||
+            ::pread(descriptor, &byte, 1, 0) < 0)
+            return error;
+    }
 }
 
 /// The same file, past the memory that this machine keeps of it: there what others have written since may be
@@ -140,7 +162,9 @@ Result<File> File::open(const std::filesystem::path &path, Mode mode)
     }
     native->descriptor = openAs(path, flags);
     if (native->descriptor >= 0) {
-        native->isRemote = liesElsewhere(native->descriptor);
+        const std::uint32_t system = fileSystemOf(native->descriptor);
+        native->isRemote = !isLocalFileSystem(system); // one that is not known is treated with care
+        native->isSmb = system == 0xFF534D42 || system == 0xFE534D42;
         if (native->isRemote && mode == Mode::writeThrough)
             return Status(ErrorKind::unsupported, "el fichero está en otra máquina", native->name);
         if (native->isRemote)
@@ -244,28 +268,23 @@ Status File::sync()
 
 Result<bool> File::tryLock(std::uint64_t offset, std::uint64_t length, LockKind kind)
 {
-    struct flock range = rangeOf(offset, length, kind == LockKind::exclusive ? F_WRLCK : F_RDLCK);
-    while (::fcntl(m_native->descriptor, setLockCommand, &range) != 0) {
-        if (errno == EINTR)
-            continue;
-        if (errno == EAGAIN || errno == EACCES)
-            return false;
-        return failed("no se puede bloquear el fichero");
-    }
-    return true;
+    const auto range = rangeOf(offset, length, kind == LockKind::exclusive ? F_WRLCK : F_RDLCK);
+    const int error = callForLock(m_native->descriptor, range, m_native->isRemote, m_native->isSmb);
+    if (error == 0)
+        return true;
+    if (error == EAGAIN || error == EACCES)
+        return false;
+    errno = error;
+    return failed("no se puede bloquear el fichero");
 }
 
 void File::unlock(std::uint64_t offset, std::uint64_t length) noexcept
 {
     if (!m_native->isOpen())
         return;
-    struct flock range = rangeOf(offset, length, F_UNLCK);
-    while (::fcntl(m_native->descriptor, setLockCommand, &range) != 0) {
-        if (errno != EINTR) {
-            m_native->isInDoubt = true; // it may be held still, by nobody who knows
-            return;
-        }
-    }
+    const auto range = rangeOf(offset, length, F_UNLCK);
+    if (callForLock(m_native->descriptor, range, m_native->isRemote, m_native->isSmb) != 0)
+        m_native->isInDoubt = true; // it may be held still, by nobody who knows
 }
 
 Result<bool> File::isLockedElsewhere(std::uint64_t offset, std::uint64_t length)

@@ -316,6 +316,23 @@ Wrong cutTheCable(Share share, Plant planted)
     return wrong;
 }
 
+/// The first lock call after a connection was away fails; a file that is read is known again.
+Wrong forgetAHandle(Share share, Plant planted)
+{
+    return atEachCall("handle not known", [&](int number) {
+        Office office(share, planted);
+        office.both();
+        Fault fault{filecalls::Call::lock, number, EBADF, planted == Plant::neverMended};
+        fault.workstation = 1;
+        filecalls::fail(fault);
+        office.mustChange(1, "shared-a");
+        const bool met = filecalls::faultMet();
+        filecalls::fail({});
+        office.mustChange(2, "shared-a");
+        return std::pair(met, office.finish());
+    });
+}
+
 struct Scenario {
     const char *name;
     Wrong (*run)(Share, Plant);
@@ -332,6 +349,7 @@ const Scenario scenarios[] = {
     {"locks lost in the middle", loseLocksInTheMiddle, onShares::locksLost, Plant::clockStandsStill,
      Share::smb},
     {"an unlock fails", failUnlocks, onShares::unlockFails, Plant::unlockNotTriedAgain, Share::smb},
+    {"handle not known", forgetAHandle, onShares::connectionDead, Plant::neverMended, Share::smb},
     {"cable cut", cutTheCable, onShares::connectionDead, Plant::neverMended, Share::nfs},
 };
 
