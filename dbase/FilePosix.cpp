@@ -167,7 +167,8 @@ Result<File> File::open(const std::filesystem::path &path, Mode mode)
         native->isSmb = system == 0xFF534D42 || system == 0xFE534D42;
         if (native->isRemote && mode == Mode::writeThrough)
             return Status(ErrorKind::unsupported, "el fichero está en otra máquina", native->name);
-        if (native->isRemote)
+        // Others may want addresses and lengths of whole blocks for this.
+        if (native->isSmb || system == 0x6969) // NFS
             passMemoryBy(path, flags, native->descriptor);
         return File(std::move(native));
     }

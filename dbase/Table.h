@@ -137,7 +137,8 @@ public:
     /// it lasts milliseconds, never a dialog. New lines can be read at once; the indexes know them after
     /// commitGroup().
     Status beginGroup();
-    /// Writes the group: all of it or, on failure, nothing; but see inputOutput above. @return
+    /// Writes the group: all of it or, on failure, nothing; but see inputOutput above. @return locked when
+    /// somebody reads by the index for longer than the patience,
     /// invalidArgument when no group was begun or it is too large (128 MB).
     Status commitGroup();
     /// Forgets it; does nothing when there is none.

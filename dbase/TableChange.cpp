@@ -62,7 +62,9 @@ Result<RecordNumber> TableImpl::append(std::span<const std::uint8_t> record)
 Status TableImpl::update(RecordNumber number, std::span<const std::uint8_t> before,
                          std::span<const std::uint8_t> after)
 {
-    Status status = checkWritable(after.size());
+    Status status = reconnect(); // before a line of a file is locked that is about to be closed
+    if (status.ok())
+        status = checkWritable(after.size());
     RangeLock record;
     if (status.ok() && number <= header.recordCount)
         status = checkNotLockedElsewhere(number, record);
@@ -163,8 +165,7 @@ Status TableImpl::commit(Commit &commit)
         }
     }
     if (!status.ok()) {
-        if (m_mdx)
-            m_mdx->drop();
+        dropStagedIndex();
         return status;
     }
     if (commit.recordCount > header.recordCount && tableEnd > m_reservedUpTo) {
@@ -184,8 +185,7 @@ Status TableImpl::commit(Commit &commit)
     if (status.ok())
         status = writeJournal(commit);
     if (!status.ok()) {
-        if (m_mdx)
-            m_mdx->drop();
+        dropStagedIndex();
         return status;
     }
     status = apply(commit);
@@ -195,6 +195,13 @@ Status TableImpl::commit(Commit &commit)
         return poison(status); // the commit stands in the journal; the next opener finishes it
     noteCommit(commit);
     return {};
+}
+
+void TableImpl::dropStagedIndex()
+{
+    if (m_mdx)
+        m_mdx->drop();
+    m_indexAsOf.reset(); // roots may have moved with what was staged
 }
 
 /// Whether a commit has something to do with the index. One of several lines keeps readers out all the same:

@@ -18,6 +18,16 @@ constexpr auto timeToForget = std::chrono::milliseconds(1200);
 
 } // namespace
 
+/// For what is written outside of a commit: repairs, and the journal's own header.
+/// @return locked when others have written since the change locks were taken.
+Status TableImpl::mayWriteOn()
+{
+    const auto alone = stillAlone();
+    if (!alone.ok() || alone.value())
+        return alone.status();
+    return failure(ErrorKind::locked, std::string(writersRefusal));
+}
+
 /// Whether nobody can have written since the change locks were taken. Who has held them for long, over a
 /// connection that may have been away, takes them anew and looks.
 Result<bool> TableImpl::stillAlone()
@@ -42,9 +52,12 @@ Result<bool> TableImpl::stillAlone()
     const auto first = firstInJournal();
     if (!unfinished.ok() || !first.ok())
         return unfinished.ok() ? first.status() : unfinished.status();
-    // The last may be a header that was written late from here, over that of those who had gone on.
-    return m_stateBytes == known && !unfinished.value() &&
-           first.value() <= std::max(m_state.applied, m_underWay);
+    if (first.value() > std::max(m_state.applied, m_underWay)) {
+        // A header that was written late from here lies over that of those who had gone on.
+        const Status status = mendAfterOthers();
+        return status.ok() ? Result<bool>(false) : status;
+    }
+    return m_stateBytes == known && !unfinished.value();
 }
 
 /// Others have written since the change locks were taken, which a server had given them: this workstation was
@@ -53,8 +66,7 @@ Result<bool> TableImpl::stillAlone()
 /// @return ok when the commit is in the table, locked when nothing of it is.
 Status TableImpl::verdictOfOthers(const Commit &commit)
 {
-    if (m_mdx)
-        m_mdx->drop();
+    dropStagedIndex();
     m_dateAndCount.clear();
     Status status = settleCount(true);
     std::map<RecordNumber, const RecordChange *> last;
@@ -88,8 +100,7 @@ Status TableImpl::verdictOfOthers(const Commit &commit)
 /// may lie over something newer. The journal tells what belongs where.
 Status TableImpl::mendAfterOthers()
 {
-    if (m_mdx)
-        m_mdx->drop();
+    dropStagedIndex();
     // Where they have emptied the journal and gone on, and its header was then set back from here, their
     // first commit tells where they began.
     const auto first = firstInJournal();
@@ -128,7 +139,7 @@ bool TableImpl::isInDoubt() const
 /// @return why the table cannot be used for now.
 Status TableImpl::reconnect()
 {
-    if (!m_remote || !m_opened || m_held != Held::nothing || (m_poison.ok() && !isInDoubt()))
+    if (!m_remote || !m_opened || m_isAlone || m_held != Held::nothing || (m_poison.ok() && !isInDoubt()))
         return m_poison;
     const auto now = std::chrono::steady_clock::now();
     const auto since = m_reconnected ? now - *m_reconnected : std::chrono::steady_clock::duration::max();
@@ -158,6 +169,10 @@ Status TableImpl::openAnew(std::chrono::milliseconds pause)
     if (pause.count() > 0)
         std::this_thread::sleep_for(pause);
     m_poison = {};
+    // What was believed of the journal may be half of what was to be: it is read anew, whatever stands there.
+    m_state = {};
+    m_stateBytes = {};
+    m_underWay = 0;
     m_indexAsOf.reset();
     m_countAsOf.reset();
     m_lastRead = 0;

@@ -221,7 +221,8 @@ private:
     }
     [[nodiscard]] bool keepsIndex() const;
     [[nodiscard]] bool isAsKept();
-    void noteLockTime() { m_lockedAt = m_remote ? timeWithSleep() : std::chrono::nanoseconds(); }
+    /// From when it was asked for: the answer may have lain about while the machine slept.
+    void noteLockTime() { m_lockedAt = m_askedAt; }
     Result<RangeLock> waitForLock(File &file, std::uint64_t offset, std::uint64_t length, File::LockKind kind,
                                   std::chrono::milliseconds timeout, std::string_view refusal);
     Status beginRead();
@@ -242,11 +243,14 @@ private:
     Status openAnew(std::chrono::milliseconds pause);
     [[nodiscard]] bool isInDoubt() const;
     Result<bool> stillAlone();
+    Status mayWriteOn();
     Status verdictOfOthers(const Commit &commit);
     Status mendAfterOthers();
     // TableChange.cpp
     Status checkWritable(std::size_t recordSize) const;
     Status commit(Commit &commit);
+    void dropStagedIndex();
+    Status refusedLock(const Status &status);
     [[nodiscard]] bool touchesIndex(const Commit &commit) const;
     Status stageKeys(const Commit &commit);
     // TableUnique.cpp
@@ -364,13 +368,17 @@ private:
     std::uint64_t m_reservedUpTo = 0;
     bool m_remote = false;
     std::chrono::nanoseconds m_roundTrip{}; ///< of a question to the machine with the files, as of late
+    std::chrono::nanoseconds m_askedAt{};   ///< when a lock was last asked for, on a share
     std::chrono::nanoseconds m_lockedAt{};  ///< when the change locks were taken, sleep included
     std::optional<std::chrono::steady_clock::time_point> m_reconnected; ///< when it was last tried
+    std::uint64_t m_refusedAsOf = 0; ///< last commit when a lock was first refused
+    std::chrono::steady_clock::time_point m_refusedSince;
     std::optional<std::uint64_t> m_indexAsOf; ///< commit whose index the kept blocks are
     std::optional<std::uint64_t> m_countAsOf; ///< commit whose number of lines the header here has
     bool m_indexRewritten = false;            ///< others are to forget the blocks that they keep
     bool m_hasChanged = false;
-    bool m_opened = false; ///< a table that was refused is left alone at the end, too
+    bool m_isAlone = false; ///< behind the gate, for as long as nobody else may have the table open
+    bool m_opened = false;  ///< a table that was refused is left alone at the end, too
 
     Held m_held = Held::nothing;
     int m_holders = 0;

@@ -175,6 +175,8 @@ Status TableImpl::repairIndex()
     m_indexSuspect = false;
     if (m_state.indexedRecords == indexedRecords())
         return {};
+    if (const Status status = mayWriteOn(); !status.ok())
+        return status;
     JournalHeader state = m_state;
     state.indexedRecords = indexedRecords();
     return writeState(state);
@@ -219,6 +221,8 @@ Status TableImpl::rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRu
     head.created = today();
     head.updated = head.created;
     head.languageDriver = header.languageDriver;
+    if (const Status status = mayWriteOn(); !status.ok())
+        return status;
     if (const Status status = sayIndexIsUnderWay(); !status.ok())
         return status;
     m_indexRewritten = true;

@@ -201,7 +201,9 @@ Result<TableImpl::FoundCommits> TableImpl::commitsFrom(std::uint64_t from, std::
 /// them there, and the header in front of them.
 Status TableImpl::bringToDisk(const FoundCommits &found)
 {
-    Status status = m_journal.writeAt(0, m_stateBytes);
+    Status status = mayWriteOn();
+    if (status.ok())
+        status = m_journal.writeAt(0, m_stateBytes);
     if (status.ok())
         status = m_journal.writeAt(found.from, found.bytes);
     return status.ok() ? m_journal.sync() : status;
@@ -256,9 +258,9 @@ Status TableImpl::checkpoint(bool closing)
         status = m_mdx->file().sync();
     if (!status.ok())
         return poison(status);
-    const auto alone = stillAlone();
-    if (!alone.ok() || !alone.value())
-        return alone.ok() ? failure(ErrorKind::locked, std::string(writersRefusal)) : alone.status();
+    status = mayWriteOn();
+    if (!status.ok())
+        return status;
     JournalHeader state = m_state;
     if (m_indexRewritten)
         state.applied += numbersLeap; // who keeps blocks of the index does so by the number
@@ -283,7 +285,9 @@ Status TableImpl::checkpoint(bool closing)
     if (!status.ok())
         return status;
     m_indexRewritten = false;
-    return syncJournal(); // the old commits are about to be written over; the new base must not get lost
+    // The old commits are about to be written over; the new base must not get lost behind them.
+    status = syncJournal();
+    return status.ok() ? mayWriteOn() : status; // it may have taken long
 }
 
 } // namespace dbase

@@ -48,6 +48,8 @@ Result<RangeLock> TableImpl::waitForLock(File &file, std::uint64_t offset, std::
     std::optional<Clock::time_point> deadline;
     for (;;) {
         const auto asked = m_remote ? Clock::now() : Clock::time_point();
+        if (m_remote)
+            m_askedAt = timeWithSleep();
         const auto got = file.tryLock(offset, length, kind);
         if (!got.ok())
             return got.status();
@@ -237,7 +239,7 @@ Status TableImpl::beginChange(bool adding)
     auto table = waitForLock(m_dbf, headerLockOffset, changeLockLength, File::LockKind::exclusive,
                              options.lockTimeout, writersRefusal);
     if (!table.ok())
-        return table.status();
+        return refusedLock(table.status());
     m_dbfLock = std::move(table).value();
     noteLockTime();
     m_held = Held::changing;
@@ -257,6 +259,27 @@ Status TableImpl::beginChange(bool adding)
     if (!status.ok())
         endChange();
     return status;
+}
+
+/// On a share a lock may be stuck for good on the server: when nobody has come to write for long, the refusal
+/// names the settings that are known to be behind that.
+Status TableImpl::refusedLock(const Status &status)
+{
+    constexpr auto suspicious = std::chrono::seconds(20);
+    if (!m_remote || status.kind() != ErrorKind::locked || !lookAtState().ok())
+        return status;
+    const auto now = std::chrono::steady_clock::now();
+    if (m_refusedAsOf != m_state.applied) {
+        m_refusedAsOf = m_state.applied;
+        m_refusedSince = now;
+    }
+    if (now - m_refusedSince < suspicious)
+        return status;
+    return failure(ErrorKind::locked,
+                   status.text() +
+                       ", y desde hace rato nadie escribe en ella: puede que el servidor conserve un "
+                       "bloqueo. Compruebe «oplocks = no», «level2 oplocks = no» y «smb2 leases = "
+                       "no» en Samba, y «cache=none» en los puestos");
 }
 
 /// On a share the header's count is read where somebody has written since, or it is going to change.

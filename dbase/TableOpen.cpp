@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <mutex>
 #include <thread>
 
 namespace dbase
@@ -158,11 +159,21 @@ Result<bool> TableImpl::hasOthers() const
 {
     // For writing, where that is allowed: not every system answers without trying to take the lock.
     auto journal = File::open(sibling(".JNL"), File::Mode::readWrite);
+    const bool isWritable = journal.ok();
     if (journal.status().kind() == ErrorKind::readOnly)
         journal = File::open(sibling(".JNL"), File::Mode::readOnly);
     if (journal.status().kind() == ErrorKind::notFound)
         return false;
-    return journal.ok() ? journal.value().isLockedElsewhere(presenceOffset, 1) : journal.status();
+    if (!journal.ok())
+        return journal.status();
+    // Behind the gate: a system that answers by taking the lock must not be met by somebody who joins.
+    File &file = journal.value();
+    const auto kind = isWritable ? File::LockKind::exclusive : File::LockKind::shared;
+    const auto gate = file.tryLock(gateOffset, 1, kind);
+    if (!gate.ok() || !gate.value())
+        return gate.ok() ? Result<bool>(true) : gate.status(); // somebody comes or goes
+    const RangeLock held(file, gateOffset, 1);
+    return file.isLockedElsewhere(presenceOffset, 1);
 }
 
 Status TableImpl::refuseDisplaced()
@@ -244,8 +255,10 @@ Status TableImpl::openFiles()
 /// Says once in a program what is wrong with the mount that the table lies on.
 void TableImpl::warnOfMount()
 {
+    static std::mutex toldMutex; // tables are opened on several threads
     static std::set<std::string> told;
     const Share share = shareOf(path);
+    const std::lock_guard guard(toldMutex);
     if (share.warnings.empty() || !told.insert(share.mount.point).second)
         return;
     for (const std::string &warning : share.warnings)

@@ -133,8 +133,12 @@ bool TableImpl::rowsAsKept(const MdxIndex &index, std::span<const std::uint8_t> 
     }
     const std::size_t numbersBefore = numbers.size();
     const std::size_t bytesBefore = rows ? rows->size() : 0;
-    if (readRows(found, numbers, rows, mostRows).ok() && isAsKept())
-        return true;
+    // Behind the rows: nobody has written by now, and nobody is at it.
+    if (readRows(found, numbers, rows, mostRows).ok() && !m_indexSuspect) {
+        const auto unfinished = lookAtJournal();
+        if (unfinished.ok() && !unfinished.value() && keepsIndex())
+            return true;
+    }
     numbers.resize(numbersBefore);
     if (rows)
         rows->resize(bytesBefore);
@@ -314,7 +318,8 @@ Result<bool> TableImpl::takeInNews()
     const bool isForeign = hasMoved && isNoCommit && !m_ownChange;
     // The time of a file may be old news on a share: soon after a commit it may be that commit's.
     m_foreignChange = m_foreignChange || (isForeign && (!m_remote || now - m_commitMet > longestLag));
-    if (isForeign)
+    // Behind an own change another program's may hide, which no number tells of.
+    if (isForeign || isDue || (hasMoved && m_ownChange))
         m_indexAsOf.reset();
     if (!isNoCommit)
         m_commitMet = now;

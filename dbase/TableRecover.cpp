@@ -84,6 +84,7 @@ Status TableImpl::lockOutOthers()
                              options.lockTimeout, "otro programa está escribiendo en la tabla");
     if (!table.ok())
         return table.status();
+    noteLockTime();
     if (m_mdx) {
         auto index = waitForLock(m_mdx->file(), headerLockOffset, 1, File::LockKind::exclusive,
                                  options.lockTimeout, "otro programa está usando el índice");
@@ -92,7 +93,6 @@ Status TableImpl::lockOutOthers()
         m_mdxLock = std::move(index).value();
     }
     m_dbfLock = std::move(table).value();
-    noteLockTime();
     m_held = Held::changing;
     m_holders = 1;
     return {};
@@ -233,6 +233,8 @@ Status TableImpl::closeInOrder()
     if (!gate.ok()) // somebody comes or goes, and finds this one still there
         return gate.status().kind() == ErrorKind::locked ? Status() : gate.status();
     m_presence.release();
+    if (m_remote && isInDoubt()) // what the server still holds goes with the files; the next opener looks
+        return {};
     const auto last = m_journal.tryLock(presenceOffset, 1, File::LockKind::exclusive);
     if (!last.ok() || !last.value())
         return last.status();

@@ -99,20 +99,24 @@ Status TableImpl::finishDeadCommits()
                                   "en todos los puestos y vuelva a abrirla")
                         : cut.status();
     }
-    Status status = bringToDisk(found.value());
+    const JournalHeaderBytes known = m_stateBytes;
+    Status status = takeIndexLock(); // before anything is written: somebody may be reading by it for long
+    if (status.ok())
+        status = bringToDisk(found.value());
     if (status.ok())
         status = replay(dead);
     if (status.ok())
         status = repairIndex();
-    if (!status.ok())
-        return status.kind() == ErrorKind::full ? status : poison(status);
+    if (!status.ok()) // on a full disk, or where others were let in, it is done once more
+        return status.kind() == ErrorKind::full || status.kind() == ErrorKind::locked ? status
+                                                                                      : poison(status);
     const std::uint64_t before = std::exchange(m_state.applied, dead.back().number);
     ++version;
     // It may have died inside a line. What is left of that must not come back after a power cut, behind a
     // header that says that the commit is done: only then is it told from another program's change by the
     // byte. So the table goes to the disk first, and the journal has done its duty.
     status = checkpoint(false);
-    if (!status.ok())
+    if (!status.ok() && m_stateBytes == known)
         m_state.applied = before; // as the file has it: it is done once more
     return status;
 }
@@ -166,6 +170,8 @@ Result<RecordNumber> TableImpl::standsBehind(RecordNumber number, RecordNumber l
 /// Does commits again, oldest first: afterwards every record they name holds the last of its versions.
 Status TableImpl::replay(std::span<const Commit> commits)
 {
+    if (const Status status = mayWriteOn(); !status.ok())
+        return status;
     struct History {
         std::vector<std::vector<std::uint8_t>> versions;
         bool unfinished = false; ///< changed by a commit whose writer died before it was done

@@ -13,6 +13,23 @@ namespace
 
 constexpr std::size_t copyChunk = std::size_t{1} << 20U;
 
+/// Says for as long as it lives that this object is alone with the files.
+class AloneGuard
+{
+public:
+    explicit AloneGuard(bool &flag)
+        : m_flag(flag)
+    {
+        m_flag = true;
+    }
+    ~AloneGuard() { m_flag = false; }
+    AloneGuard(const AloneGuard &) = delete;
+    AloneGuard &operator=(const AloneGuard &) = delete;
+
+private:
+    bool &m_flag;
+};
+
 } // namespace
 
 Status TableImpl::pack()
@@ -39,8 +56,10 @@ Status TableImpl::whileAlone(const std::function<Status()> &work)
 {
     if (readOnly)
         return failure(ErrorKind::readOnly, readOnlyReason);
-    if (!m_poison.ok())
-        return m_poison;
+    if (const Status status = reconnect(); !status.ok())
+        return status;
+    if (!m_locked.empty())
+        return failure(ErrorKind::locked, "este puesto está usando una línea de la tabla");
     if (m_group)
         return failure(ErrorKind::invalidArgument, "hay un grupo de cambios empezado");
     const std::string refusal = "otro puesto tiene abierta la tabla";
@@ -51,10 +70,14 @@ Status TableImpl::whileAlone(const std::function<Status()> &work)
     m_presence.release();
     Status status;
     {
-        const auto alone = m_journal.tryLock(presenceOffset, 1, File::LockKind::exclusive);
+        // Files that are opened anew in between would be without the locks that keep the others out.
+        const AloneGuard alone(m_isAlone);
+        const auto got = m_journal.tryLock(presenceOffset, 1, File::LockKind::exclusive);
         const RangeLock whole =
-            alone.ok() && alone.value() ? RangeLock(m_journal, presenceOffset, 1) : RangeLock();
-        status = alone.status();
+            got.ok() && got.value() ? RangeLock(m_journal, presenceOffset, 1) : RangeLock();
+        status = got.status();
+        if (status.ok() && m_remote && isInDoubt())
+            status = failure(ErrorKind::inputOutput, "se ha perdido la conexión con la carpeta de la tabla");
         if (status.ok())
             status = whole.held() ? beginChange() : failure(ErrorKind::locked, refusal);
         if (status.ok()) {
@@ -201,6 +224,8 @@ Status TableImpl::takePlace(const std::filesystem::path &written)
     auto opened = File::open(path, File::Mode::readWrite);
     if (opened.ok()) {
         m_dbf = std::move(opened).value();
+        if (const auto look = m_dbf.look(); look.ok())
+            m_identity = look.value().identity;
         mapHeader();
     } else {
         std::ignore = poison(opened.status());
