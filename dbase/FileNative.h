@@ -16,6 +16,8 @@ struct File::Native {
     [[nodiscard]] bool isOpen() const;
     bool isRemote = false;
     bool isSmb = false;
+    bool writesThrough = false; ///< what has been written is on the disk
+    bool isResized = false;     ///< since the last flush; that goes by the way of all else
     bool isInDoubt = false;
     std::string name; ///< for messages
 

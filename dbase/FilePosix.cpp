@@ -100,18 +100,32 @@ int callForLock(int descriptor, struct flock range, bool isRemote, bool isSmb)
     }
 }
 
-/// The same file, past the memory that this machine keeps of it: there what others have written since may be
-/// missing for as long as the file is open here, whatever the mount's options say.
-void passMemoryBy([[maybe_unused]] const std::filesystem::path &path, [[maybe_unused]] int flags,
-                  [[maybe_unused]] int &descriptor)
+/// Opens a file of a share anew, as its protocol needs it. Others may want addresses and lengths of whole
+/// blocks for the one, and know nothing of the other.
+/// - NFS: past the memory that this machine keeps of it. There what others have written since may be missing
+/// for
+///   as long as the file is open here, whatever the mount's options say. What is written so is on the
+///   server's disk when the call returns.
+/// - SMB: nothing is kept here where the mount is as it should be, but the server does. When it loses its
+/// memory,
+///   workstations come back to it without a word, and nobody would do again what the journal holds: so what
+///   is written goes through to its disk.
+void openForShare(const std::filesystem::path &path, int flags, bool isSmb, bool isNfs, int &descriptor,
+                  bool &writesThrough)
 {
+    int more = 0;
 #if defined(O_DIRECT)
-    const int direct = openAs(path, (flags & ~(O_CREAT | O_EXCL)) | O_DIRECT);
-    if (direct < 0)
+    more |= isNfs ? O_DIRECT : 0;
+#endif
+    more |= isSmb ? O_DSYNC : 0;
+    if (more == 0)
+        return;
+    const int better = openAs(path, (flags & ~(O_CREAT | O_EXCL)) | more);
+    if (better < 0)
         return; // a file system that has no such thing
     ::close(descriptor);
-    descriptor = direct;
-#endif
+    descriptor = better;
+    writesThrough = isSmb;
 }
 
 } // namespace
@@ -167,9 +181,8 @@ Result<File> File::open(const std::filesystem::path &path, Mode mode)
         native->isSmb = system == 0xFF534D42 || system == 0xFE534D42;
         if (native->isRemote && mode == Mode::writeThrough)
             return Status(ErrorKind::unsupported, "el fichero está en otra máquina", native->name);
-        // Others may want addresses and lengths of whole blocks for this.
-        if (native->isSmb || system == 0x6969) // NFS
-            passMemoryBy(path, flags, native->descriptor);
+        constexpr std::uint32_t nfs = 0x6969;
+        openForShare(path, flags, native->isSmb, system == nfs, native->descriptor, native->writesThrough);
         return File(std::move(native));
     }
     switch (errno) {
@@ -247,6 +260,7 @@ Status File::writeAt(std::uint64_t offset, std::span<const std::uint8_t> bytes)
 
 Status File::truncate(std::uint64_t size)
 {
+    m_native->isResized = true;
     while (::ftruncate(m_native->descriptor, static_cast<off_t>(size)) != 0) {
         if (errno != EINTR)
             return failed("no se puede cambiar el tamaño del fichero");
@@ -256,6 +270,8 @@ Status File::truncate(std::uint64_t size)
 
 Status File::sync()
 {
+    if (m_native->writesThrough && !m_native->isResized)
+        return {}; // nothing is on its way
 #if defined(__APPLE__)
     const int outcome = ::fcntl(m_native->descriptor, F_FULLFSYNC);
 #else
@@ -264,6 +280,7 @@ Status File::sync()
     // Not repeated on any error: what a failed flush covered may have been dropped from the cache.
     if (outcome != 0)
         return failed("el disco no ha confirmado la escritura");
+    m_native->isResized = false;
     return {};
 }
 

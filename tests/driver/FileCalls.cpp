@@ -206,6 +206,7 @@ ssize_t flushThrough(int descriptor, const std::filesystem::path &name, ssize_t 
 {
     if (done <= 0 || !state().through.contains(descriptor))
         return done;
+    share::roundTrip(-1); // the write has said that it is to go through
     const auto from = static_cast<std::uint64_t>(at);
     return flushNow(descriptor, name, from, static_cast<std::uint64_t>(done)) == 0 ? done : -1;
 }
