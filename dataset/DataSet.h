@@ -40,7 +40,9 @@ using Bookmark = quint32;
 ///    positioned inside again.
 ///  - next() on the last record sets eof() and stays there; prior() on the first sets bof(); an empty set has
 ///    both.
-///  - Records deleted or lines written by others are seen at the next refresh, search, range or edit.
+///  - Records deleted or lines written by others are seen at the next refresh, search, range or edit. A line
+///  of
+///    the range that others have moved out of it counts as deleted: the cursor goes to its neighbour.
 ///
 /// Every operation but the plain queries throws EDatabaseError when it fails, and when the set is not open.
 class DATASET_EXPORT DataSet : public QObject

@@ -40,11 +40,9 @@ void DataSet::edit()
     d->store->lock(d->number);
     try {
         const Bookmark wanted = d->number;
-        if (d->store->refresh())
-            d->takeInForeignChanges();
+        d->takeInNews();
         if (d->number != wanted)
-            throw EDatabaseError(QStringLiteral("Otro puesto ha borrado la línea mientras tanto"),
-                                 dbase::ErrorKind::conflict);
+            throw d->whyGone(wanted);
     } catch (...) {
         d->store->unlock();
         throw;
@@ -113,8 +111,10 @@ void DataSet::remove()
     } catch (const EDatabaseError &error) {
         // Not the line that was seen: the next attempt deletes what is shown from here on.
         if (error.kind() == dbase::ErrorKind::conflict) {
-            d->store->refresh();
+            static_cast<void>(d->store->refresh());
             d->takeInForeignChanges();
+            if (d->number != gone && d->store->read(gone, d->incoming))
+                throw d->whyGone(gone); // it is in the table, and no more among what is shown
         }
         throw;
     }
@@ -198,8 +198,7 @@ bool DataSet::locate(const Key &key, SearchMode mode)
 {
     const Operation operation(*d);
     d->finishEditing();
-    if (d->store->refresh())
-        d->takeInForeignChanges();
+    d->takeInNews();
     const KeyBounds bounds = d->store->boundsOf(key);
     if (const auto found = d->search(bounds)) {
         d->goToPlace(found);
@@ -221,8 +220,7 @@ bool DataSet::setRange(const Key &low, const Key &high)
 {
     const Operation operation(*d);
     d->finishEditing();
-    if (d->store->refresh())
-        d->takeInForeignChanges();
+    d->takeInNews();
     const KeyBounds lower = d->store->boundsOf(low);
     const KeyBounds upper = d->store->boundsOf(high);
     if (!lower.theRest.isEmpty() || !upper.theRest.isEmpty())
@@ -264,10 +262,10 @@ bool DataSet::hasRange() const
 void DataSet::refresh()
 {
     d->requireOpen();
-    if (isEditing() || !d->store->refresh())
+    if (isEditing())
         return;
     const Operation operation(*d);
-    d->takeInForeignChanges();
+    d->takeInNews();
 }
 
 void DataSet::disableControls()

@@ -1,7 +1,5 @@
 #include "dataset/DataSetPrivate.h"
 
-#include "dataset/DatabaseError.h"
-
 #include <algorithm>
 
 namespace dataset
@@ -54,7 +52,7 @@ bool DataSetPrivate::goTo(Bookmark target)
 
 bool DataSetPrivate::goToRow(Bookmark target)
 {
-    if (!store->readRow(target, incoming))
+    if (!store->readRow(target, incoming) || !isInRange(target, incoming))
         return false;
     arriveAt(target);
     return true;
@@ -145,6 +143,20 @@ void DataSetPrivate::step(bool forward)
         (forward ? bof : eof) = false;
 }
 
+bool DataSetPrivate::isInRange(Bookmark which, const Record &candidate) const
+{
+    if (!ranged)
+        return true;
+    const std::string key = store->placeOf(which, candidate).key;
+    return key.compare(0, low.size(), low) >= 0 && key.compare(0, high.size(), high) <= 0;
+}
+
+bool DataSetPrivate::wasInRange() const
+{
+    // Going to a row reads it afresh: by now the record may say that it has left, while the rows have it yet.
+    return isInRange(number, record) || (rows && !rowsStale && rows->rowOf(number) >= 0);
+}
+
 bool DataSetPrivate::recordHas(const Record &candidate, const QList<KeyPart> &parts) const
 {
     return std::ranges::all_of(parts, [&](const KeyPart &part) {
@@ -218,13 +230,22 @@ const Record *DataSetPrivate::rowRecord(Bookmark wanted)
     return &shownRecords.keep(wanted, std::move(fresh));
 }
 
+void DataSetPrivate::takeInNews()
+{
+    newsPending = store->refresh() || newsPending;
+    if (newsPending)
+        takeInForeignChanges();
+}
+
 /// The store has met other people's writing: brings the current line up to date and has the rows collected
 /// anew.
 void DataSetPrivate::takeInForeignChanges()
 {
     shownRecords.recheck(*store, recordsNoted);
     if (number != 0) {
-        if (!store->read(number, incoming)) {
+        // A line that has left the range is as good as deleted: nobody is to work on what he does not see.
+        const bool there = store->read(number, incoming);
+        if (!there || (ranged && wasInRange() && !isInRange(number, incoming))) {
             goToNeighbour();
         } else if (incoming != record) {
             std::swap(record, incoming);
@@ -235,6 +256,15 @@ void DataSetPrivate::takeInForeignChanges()
     forgetRows();
     if (number == 0)
         moveToEnd(false);
+    newsPending = false;
+}
+
+EDatabaseError DataSetPrivate::whyGone(Bookmark gone)
+{
+    return EDatabaseError(store->read(gone, incoming)
+                              ? QStringLiteral("Otro puesto ha cambiado de sitio la línea mientras tanto")
+                              : QStringLiteral("Otro puesto ha borrado la línea mientras tanto"),
+                          dbase::ErrorKind::conflict);
 }
 
 void DataSetPrivate::afterGroup()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dataset/DatabaseError.h"
 #include "dataset/RecordStore.h"
 #include "dataset/RowChanges.h"
 #include "dataset/ShownRecords.h"
@@ -23,7 +24,8 @@ public:
 
     // The cursor. Each brings `number` and `record` into line.
     bool goTo(Bookmark target);
-    /// The same for a row, which may come as it was when the rows were collected.
+    /// The same for a row, which may come as it was when the rows were collected. One that has left the range
+    /// since is none any more.
     bool goToRow(Bookmark target);
     /// Takes in a record that has been read into `incoming`.
     void arriveAt(Bookmark target);
@@ -35,6 +37,10 @@ public:
     void goToNeighbour();
     void moveToEnd(bool forward);
     void step(bool forward);
+    /// Whether a record's key lies between the bounds of the range; true without one.
+    [[nodiscard]] bool isInRange(Bookmark which, const Record &candidate) const;
+    /// Whether the current record has been among the rows until now, as far as they have been looked at.
+    [[nodiscard]] bool wasInRange() const;
     [[nodiscard]] bool recordHas(const Record &candidate, const QList<KeyPart> &parts) const;
     std::optional<Place> search(const KeyBounds &bounds) const;
 
@@ -52,7 +58,11 @@ public:
     {
         return state == DataSet::State::edit || state == DataSet::State::insert;
     }
+    /// Looks what others have written, and takes it in.
+    void takeInNews();
     void takeInForeignChanges();
+    /// Why a line that was current is not any more, now that others' changes have been taken in.
+    [[nodiscard]] EDatabaseError whyGone(Bookmark gone);
     /// The lines of a group are in the table now, or gone.
     void afterGroup();
 
@@ -77,6 +87,8 @@ public:
     Bookmark beforeInsert = 0;
     bool bof = true;
     bool eof = true;
+
+    bool newsPending = false; ///< the store has met other people's writing that has not been taken in yet
 
     bool ranged = false;
     std::string low;

@@ -5,6 +5,8 @@
 
 #include <QtTest/QSignalSpy>
 
+#include <functional>
+
 namespace
 {
 
@@ -283,6 +285,74 @@ TEST_F(SharedTest, OnlyTheLineThatWasSeenIsDeleted)
     theirs->remove();
     EXPECT_TRUE(refusal().contains("otro puesto ha borrado la línea mientras tanto"));
     EXPECT_TRUE(mine->isEmpty()) << "and it is gone from what is shown";
+}
+
+/// What an operation is refused with; empty when it is not.
+template <class Work> std::string conflictOf(Work &&work)
+{
+    try {
+        work();
+    } catch (const EDatabaseError &error) {
+        EXPECT_EQ(error.kind(), dbase::ErrorKind::conflict) << error.what();
+        return error.what();
+    }
+    return {};
+}
+
+TEST_F(SharedTest, ALineThatHasLeftTheRangeIsNotCurrentAnyMore)
+{
+    const auto theyMove = [&](const QString &hour, QDate to) {
+        theirs->locate({{"FECHA", day(1)}, {"HORA", hour}}, SearchMode::exact);
+        theirs->edit();
+        theirs->field(u"FECHA").setDate(to);
+        theirs->post();
+    };
+    // How the news come in: by itself, at an edit, at a deletion, and for a line that was gone to unawares.
+    const struct {
+        QString moved;
+        std::function<void()> meets;
+        std::string refusal;
+        QString stands;
+    } cases[] = {
+        {"09:30", [&] { mine->refresh(); }, "", "10:00"},
+        {"10:00", [&] { mine->edit(); }, "ha cambiado de sitio", "10:30"},
+        {"10:30", [&] { mine->remove(); }, "ha cambiado de sitio", "09:00"},
+    };
+    for (const auto &c : cases) {
+        mine->locate({{"FECHA", day(1)}, {"HORA", c.moved}}, SearchMode::exact);
+        ASSERT_EQ(concept_(*mine), c.moved);
+        QSignalSpy current(mine.get(), &DataSet::currentChanged);
+        theyMove(c.moved, day(2));
+        const std::string refusal = conflictOf(c.meets);
+        EXPECT_EQ(refusal.empty(), c.refusal.empty()) << refusal;
+        EXPECT_NE(refusal.find(c.refusal), std::string::npos) << refusal;
+        EXPECT_EQ(concept_(*mine), c.stands);
+        EXPECT_EQ(mine->currentRow(), mine->rowOf(mine->bookmark()));
+        EXPECT_GE(mine->currentRow(), 0);
+        EXPECT_EQ(mine->state(), DataSet::State::browse);
+        EXPECT_EQ(current.count(), 1);
+    }
+    const Bookmark last = mine->bookmarkAt(0);
+    theyMove("09:00", day(2));
+    EXPECT_TRUE(mine->goToBookmark(last)); // reads that it is elsewhere by now
+    mine->refresh();
+    EXPECT_TRUE(mine->isEmpty() && mine->bof() && mine->eof());
+    EXPECT_EQ(mine->bookmark(), 0U);
+    // What one goes to outside the range, or moves out of it oneself, stays current.
+    mine->locate({{"FECHA", day(2)}, {"HORA", "09:30"}}, SearchMode::exact);
+    addLine(*theirs, day(4), "09:30", "news");
+    mine->refresh();
+    EXPECT_EQ(concept_(*mine), "09:30");
+    rangeOfDay(*mine, day(2));
+    mine->edit();
+    mine->field(u"FECHA").setDate(day(5));
+    mine->post();
+    addLine(*theirs, day(4), "10:00", "more");
+    mine->refresh();
+    EXPECT_EQ(mine->field(u"FECHA").asDate(), day(5));
+    theirs->cancelRange();
+    theirs->first();
+    EXPECT_EQ(theirs->rowCount(), 6) << "nothing was deleted";
 }
 
 } // namespace
