@@ -130,18 +130,18 @@ public:
 
     // Order, search, range
     /// Orders by one or more field names, separated by ";", or by the index of that name; empty: order of the
-    /// file.
+    /// file. Another order drops the range. On failure order, range, rows and current line are as before.
     void setIndexFieldNames(const QString &names);
     [[nodiscard]] QString indexFieldNames() const;
     /// @return true when a line with the key was found. Exact and not found: the cursor stays. Nearest and
     /// nothing at or after the key: the last line, with eof().
     bool locate(const Key &key, SearchMode mode);
     /// Restricts to the keys between the bounds and goes to the first line; a bound that names only the
-    /// leading fields of the order stands for all keys that begin so. @return true when the range holds a
-    /// line.
+    /// leading fields of the order stands for all keys that begin so. On failure the range, its rows and the
+    /// current line are as before. @return true when the range holds a line.
     bool setRange(const Key &low, const Key &high);
     /// Back to the whole table, on the same line; when the range was empty, on the line nearest after its
-    /// lower bound.
+    /// lower bound. On failure the range is as before.
     void cancelRange();
     [[nodiscard]] bool hasRange() const;
 

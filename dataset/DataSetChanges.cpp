@@ -176,17 +176,30 @@ void DataSet::setIndexFieldNames(const QString &names)
     }
     const Operation operation(*d);
     d->finishEditing();
-    const bool other = d->store->setOrder(names);
-    d->order = names;
-    if (!other)
+    if (!d->store->setOrder(names)) {
+        d->order = names;
         return;
+    }
+    std::optional<Place> stand;
+    try {
+        stand = d->number != 0 && d->store->read(d->number, d->incoming) ? Place{{}, d->number}
+                                                                         : d->readPlace(d->store->first());
+    } catch (...) {
+        d->store->setOrder(d->order); // an index that is there already: nothing is read or made for it
+        throw;
+    }
+    // From here on nothing fails.
+    d->order = names;
     d->ranged = false;
     d->low.clear();
     d->high.clear();
     d->resetNoted = true;
     d->forgetRows();
-    if (!d->goTo(d->number))
-        d->moveToEnd(false);
+    if (!stand || stand->number != d->number) {
+        d->bof = true;
+        d->eof = false;
+    }
+    d->arriveOrGoNowhere(stand);
 }
 
 QString DataSet::indexFieldNames() const
@@ -225,12 +238,22 @@ bool DataSet::setRange(const Key &low, const Key &high)
     const KeyBounds upper = d->store->boundsOf(high);
     if (!lower.theRest.isEmpty() || !upper.theRest.isEmpty())
         throw EDatabaseError(QStringLiteral("El orden de la tabla no permite limitarla por esos campos"));
+    // What may fail comes first: a range that cannot be had leaves everything as it was.
+    auto rows = std::make_shared<const RowSet>(d->store->collect(lower.prefix, upper.prefix));
+    std::optional<Place> stand;
+    for (int row = 0; !stand && row < rows->count(); ++row) {
+        if (d->store->readRow(rows->at(row), d->incoming))
+            stand = Place{{}, rows->at(row)};
+    }
     d->ranged = true;
     d->low = lower.prefix;
     d->high = upper.prefix;
+    d->rows = std::move(rows);
+    d->rowsStale = false;
     d->resetNoted = true;
-    d->forgetRows();
-    d->moveToEnd(false);
+    d->bof = true;
+    d->eof = false;
+    d->arriveOrGoNowhere(stand);
     return d->number != 0;
 }
 
@@ -240,16 +263,22 @@ void DataSet::cancelRange()
     d->finishEditing();
     if (!d->ranged)
         return;
-    const std::string lower = std::exchange(d->low, {});
+    std::optional<Place> nearest;
+    std::optional<Place> stand;
+    if (d->number == 0) {
+        nearest = d->store->atOrAfter(d->low);
+        stand = d->readPlace(nearest ? nearest : d->store->last());
+    }
+    // From here on nothing fails.
     d->ranged = false;
+    d->low.clear();
     d->high.clear();
     d->resetNoted = true;
     d->forgetRows();
     d->bof = d->eof = false;
     if (d->number != 0)
         return;
-    const auto nearest = d->store->atOrAfter(lower);
-    d->goToPlace(nearest ? nearest : d->store->last());
+    d->arriveOrGoNowhere(stand);
     if (d->number != 0)
         d->eof = !nearest;
 }

@@ -66,6 +66,21 @@ void DataSetPrivate::arriveAt(Bookmark target)
         recordsNoted.insert(number);
 }
 
+std::optional<Place> DataSetPrivate::readPlace(std::optional<Place> target)
+{
+    if (target && !store->read(target->number, incoming))
+        target.reset();
+    return target;
+}
+
+void DataSetPrivate::arriveOrGoNowhere(const std::optional<Place> &target)
+{
+    if (target)
+        arriveAt(target->number);
+    else
+        goToNowhere();
+}
+
 void DataSetPrivate::goToPlace(const std::optional<Place> &target)
 {
     if (!target || !goTo(target->number))

@@ -29,6 +29,11 @@ public:
     bool goToRow(Bookmark target);
     /// Takes in a record that has been read into `incoming`.
     void arriveAt(Bookmark target);
+    /// Reads the record of a place into `incoming`. @return the place; nothing when there is none or it has
+    /// gone.
+    [[nodiscard]] std::optional<Place> readPlace(std::optional<Place> target);
+    /// Takes in what has been read into `incoming`, if anything has. Does not fail.
+    void arriveOrGoNowhere(const std::optional<Place> &target);
     /// Where the current record stands in the order; usable as well when it has just gone.
     [[nodiscard]] Place place() const { return number == 0 ? Place() : store->placeOf(number, record); }
     void goToPlace(const std::optional<Place> &target);
