@@ -91,4 +91,31 @@ TEST_F(FailingRanges, LeaveWhatWasSeenBefore)
     }
 }
 
+TEST_F(FailingRanges, AnIndexThatCannotBeReadIsAFailureToldAndNothingMore)
+{
+    // A table that may not be written keeps an index of its own in memory, and makes it anew after a change.
+    const auto reader = shared.cursor();
+    reader->setOpenReadOnly(true);
+    reader->setIndexFieldNames("CONCEPTO");
+    reader->open();
+    EXPECT_EQ(concept_(*reader), "1 09:00");
+    addLine(*table, day(3), "09:00", "0");
+    reader->refresh();
+    reader->setIndexFieldNames("");
+    addLine(*table, day(3), "09:30", "00");
+    reader->refresh();
+    filecalls::fail(filecalls::Fault{filecalls::Call::read, 1, EIO, true, false});
+    try {
+        reader->setIndexFieldNames("CONCEPTO");
+        ADD_FAILURE() << "an order without an index";
+    } catch (const EDatabaseError &error) {
+        EXPECT_EQ(error.kind(), dbase::ErrorKind::inputOutput);
+    }
+    filecalls::fail({});
+    EXPECT_EQ(reader->indexFieldNames(), "");
+    reader->setIndexFieldNames("CONCEPTO");
+    reader->first();
+    EXPECT_EQ(concept_(*reader), "0");
+}
+
 } // namespace
