@@ -212,7 +212,7 @@ bool TClassAgendaN::Anadir(QDate fecha, const QString &hora)
     });
 }
 
-bool TClassAgendaN::Modificar()
+bool TClassAgendaN::Modificar(dataset::EditOf linea)
 {
     return ConGuarda("Modificar", [&] {
         DataSet &tabla = TablaActual();
@@ -221,7 +221,7 @@ bool TClassAgendaN::Modificar()
                        QStringLiteral("Inserte primero un AgendaN."), TituloAtencion);
             return false;
         }
-        tabla.edit();
+        tabla.edit(linea);
         return true;
     });
 }

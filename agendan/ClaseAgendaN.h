@@ -87,7 +87,8 @@ public:
     /// Leaves a new line (SALIDA and AVISO "N") in insert mode.
     bool Anadir(QDate fecha, const QString &hora);
     /// Puts the current line in edit mode; says so when the day has none.
-    bool Modificar();
+    /// @param linea  `fresh` for who shows the line before anything is typed into it.
+    bool Modificar(dataset::EditOf linea = dataset::EditOf::seen);
     /// Deletes the current line. Deliberate: an empty day counts as a successful delete.
     bool Borrar(bool preguntar);
     /// Posts the pending insert or edit. On failure the change is cancelled and false returned.

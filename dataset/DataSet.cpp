@@ -296,4 +296,24 @@ QString DataSet::textAt(int row, int field) const
     return value.isValid() ? textOfValue(value, fieldInfo(field)) : QString();
 }
 
+SeenRecord DataSet::seen(Bookmark bookmark) const
+{
+    d->requireOpen();
+    return bookmark == 0 ? SeenRecord() : d->seenOf(bookmark);
+}
+
+QVariant DataSet::valueOf(const SeenRecord &line, int field) const
+{
+    // A line that had gone when it was asked for has no contents.
+    if (line.m_record == Record() || field < 0 || field >= fieldCount())
+        return {};
+    return d->store->value(line.m_record, field);
+}
+
+QString DataSet::textOf(const SeenRecord &line, int field) const
+{
+    const QVariant value = valueOf(line, field);
+    return value.isValid() ? textOfValue(value, fieldInfo(field)) : QString();
+}
+
 } // namespace dataset

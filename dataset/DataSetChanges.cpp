@@ -28,7 +28,7 @@ void DataSet::append()
     insert();
 }
 
-void DataSet::edit()
+void DataSet::edit(EditOf what)
 {
     d->requireOpen();
     if (isEditing())
@@ -40,9 +40,12 @@ void DataSet::edit()
     d->store->lock(d->number);
     try {
         const Bookmark wanted = d->number;
+        const Record seen = d->record;
         d->takeInNews();
         if (d->number != wanted)
             throw d->whyGone(wanted);
+        if (what == EditOf::seen && d->record != seen)
+            throw d->otherThanSeen();
     } catch (...) {
         d->store->unlock();
         throw;
@@ -50,6 +53,14 @@ void DataSet::edit()
     d->pending = d->record;
     d->modified = false;
     d->state = State::edit;
+}
+
+void DataSet::edit(const SeenRecord &line)
+{
+    const Operation operation(*d);
+    d->finishEditing();
+    d->goToSeen(line);
+    edit(EditOf::seen);
 }
 
 void DataSet::post()
@@ -121,6 +132,14 @@ void DataSet::remove()
     d->shownRecords.forget(gone);
     d->goToNeighbour();
     d->forgetRow(gone);
+}
+
+void DataSet::remove(const SeenRecord &line)
+{
+    const Operation operation(*d);
+    d->finishEditing();
+    d->goToSeen(line);
+    remove();
 }
 
 void DataSet::beginGroup()

@@ -274,6 +274,43 @@ void DataSetPrivate::takeInForeignChanges()
     newsPending = false;
 }
 
+SeenRecord DataSetPrivate::seenOf(Bookmark wanted) const
+{
+    SeenRecord line;
+    line.m_bookmark = wanted;
+    if (wanted == number) {
+        line.m_record = record;
+    } else if (const Record *const known = shownRecords.find(wanted)) {
+        line.m_record = *known;
+    } else {
+        line.m_lost = !store->readRow(wanted, line.m_record) || shownRecords.wasOther(wanted, line.m_record);
+    }
+    return line;
+}
+
+void DataSetPrivate::goToSeen(const SeenRecord &line)
+{
+    const Bookmark target = line.m_bookmark;
+    if (target == 0)
+        throw EDatabaseError(QStringLiteral("No hay ninguna línea con la que trabajar"),
+                             dbase::ErrorKind::notFound);
+    if (!grouped) // nobody else writes during a group
+        takeInNews();
+    const bool there = store->read(target, incoming);
+    if (!there || (!line.m_lost && isInRange(target, line.m_record) && !isInRange(target, incoming)))
+        throw whyGone(target);
+    arriveAt(target);
+    bof = eof = false;
+    if (line.m_lost || record != line.m_record)
+        throw otherThanSeen();
+}
+
+EDatabaseError DataSetPrivate::otherThanSeen()
+{
+    return EDatabaseError(QStringLiteral("Otro puesto ha cambiado la línea mientras tanto"),
+                          dbase::ErrorKind::conflict);
+}
+
 EDatabaseError DataSetPrivate::whyGone(Bookmark gone)
 {
     return EDatabaseError(store->read(gone, incoming)

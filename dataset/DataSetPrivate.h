@@ -66,8 +66,14 @@ public:
     /// Looks what others have written, and takes it in.
     void takeInNews();
     void takeInForeignChanges();
+    [[nodiscard]] SeenRecord seenOf(Bookmark wanted) const;
+    /// Goes to a line. @throws EDatabaseError, kind conflict, when the table holds something else than was
+    /// seen.
+    void goToSeen(const SeenRecord &line);
     /// Why a line that was current is not any more, now that others' changes have been taken in.
     [[nodiscard]] EDatabaseError whyGone(Bookmark gone);
+    /// Why a line that is there is not worked on.
+    [[nodiscard]] static EDatabaseError otherThanSeen();
     /// The lines of a group are in the table now, or gone.
     void afterGroup();
 
