@@ -5,6 +5,7 @@
 #include "agenda/HojaDia.h"
 #include "agenda/HojaNueva.h"
 #include "agenda/MotorComun.h"
+#include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
@@ -109,9 +110,10 @@ QString TClassAgendaN::NombreNotario(int notario) const
 
 bool TClassAgendaN::RangoPorFecha(QDate fecha)
 {
+    const bool hay = PonRangoDelDia(TablaActual(), fecha);
     if (fecha.isValid())
         m_dias.insert(m_tablaActual, fecha);
-    return PonRangoDelDia(TablaActual(), fecha);
+    return hay;
 }
 
 QDate TClassAgendaN::DiaMostrado() const
@@ -130,7 +132,7 @@ void TClassAgendaN::CancelaRangoPorFecha()
 
 bool TClassAgendaN::InsertaDia(QDate fecha, bool preguntar)
 {
-    if (preguntar && !PreguntaHojaNueva(fecha))
+    if (!fecha.isValid() || (preguntar && !PreguntaHojaNueva(fecha)))
         return false;
     return ConstruyeHoja(fecha, false);
 }
@@ -161,6 +163,8 @@ void TClassAgendaN::SincronizaTablaActual(QDate fecha)
 
 void TClassAgendaN::SincronizarTablasAFecha(QDate fecha, bool todos)
 {
+    if (!fecha.isValid())
+        return;
     if (!todos) {
         SincronizaTablaActual(fecha);
         return;
@@ -171,12 +175,23 @@ void TClassAgendaN::SincronizarTablasAFecha(QDate fecha, bool todos)
         DataSet *Tabla;
         ~TVuelve() { Motor.m_tablaActual = Tabla; }
     } const vuelve{*this, m_tablaActual};
+    QStringList fallidos;
     for (int notario = 1; notario <= m_numNotarios; ++notario) {
         if (!Tabla(notario))
             continue;
         PonNotarioActual(notario);
-        SincronizaTablaActual(fecha);
+        try {
+            SincronizaTablaActual(fecha);
+        } catch (const std::exception &error) { // the others show the date all the same
+            if (notario <= MaxNotarios)
+                fallidos << NombreNotario(notario) + QStringLiteral(": ") + QString::fromUtf8(error.what());
+        }
     }
+    if (!fallidos.isEmpty())
+        throw dataset::EDatabaseError(
+            QStringLiteral("No se ha podido mostrar el %1 en todas las agendas:\n%2")
+                .arg(Date_Cad(fecha), fallidos.join(u'\n')),
+            dbase::ErrorKind::inputOutput);
 }
 
 bool TClassAgendaN::AnteriorDia()
@@ -198,7 +213,7 @@ bool TClassAgendaN::BuscarPorFecha(QDate fecha, const QString &hora, bool exacta
 
 void TClassAgendaN::OrdenarListaPorFecha()
 {
-    TBIndexa(QStringLiteral("FECHA"), TablaActual());
+    OrdenaPorDia(TablaActual());
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -288,6 +303,8 @@ bool TClassAgendaN::Ausente()
         const dataset::Bookmark donde = tabla.bookmark();
         if (!HayRangoPorFecha())
             RangoPorFecha(tabla.field(u"FECHA").asDate());
+        if (!tabla.hasRange())
+            return false; // a line without a date: the whole table would be marked
         bool ultimaAceptada = false;
         RecorreLineas(tabla,
                       [&] { ultimaAceptada = MarcaLineaActual(MarcaAusente).value_or(ultimaAceptada); });

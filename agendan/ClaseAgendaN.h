@@ -64,15 +64,18 @@ public:
 
     // Day sheets. All of these throw dataset::EDatabaseError when a table cannot be read.
     /// Builds the day sheet of a date on the current table and shows that day.
+    /// @param fecha      an invalid date does nothing, and gives false.
     /// @param preguntar  ask the user first. @return whether the day now holds a line; false when declined.
     bool InsertaDia(QDate fecha, bool preguntar);
-    /// Shows a date, building missing sheets without a question, on the current table or on all of them.
+    /// Shows a date, building missing sheets without a question, on the current table or on all of them. An
+    /// invalid date does nothing. One notary's failure does not keep the others from the date; at the end it
+    /// is thrown, naming each notary that failed.
     void SincronizarTablasAFecha(QDate fecha, bool todos);
     /// Restricts the current table to a day. @return whether it holds a line.
     bool RangoPorFecha(QDate fecha);
     [[nodiscard]] bool HayRangoPorFecha() const;
     void CancelaRangoPorFecha();
-    /// The day that RangoPorFecha was last asked for on the current table; invalid before the first time.
+    /// The day that RangoPorFecha last showed on the current table; invalid before the first time.
     [[nodiscard]] QDate DiaPedido() const { return m_dias.value(m_tablaActual); }
     /// Shows the nearest earlier / later day that has lines. @return false, and the same day shown, when
     /// there is none.
@@ -81,6 +84,7 @@ public:
     /// Searches the current table. With `exacta` false and an empty time: whether the line reached is of that
     /// day.
     bool BuscarPorFecha(QDate fecha, const QString &hora, bool exacta);
+    /// By date, and within it by hour: days can be shown afterwards, whatever indexes the table has.
     void OrdenarListaPorFecha();
 
     // Lines of the current table
@@ -96,7 +100,8 @@ public:
     bool CancelarAgendaN(bool preguntar);
     /// Marks the current line as an outing. Deliberate: marking twice puts the mark twice.
     bool Salida();
-    /// Marks every line of the shown day as absence; the cursor stays on its line.
+    /// Marks every line of the shown day as absence; the cursor stays on its line. Does nothing, and gives
+    /// false, in a table that shows no day when the current line has no date.
     bool Ausente();
     /// Copies the current line to another date of the same notary, at the same hour, as one line more:
     /// nothing is replaced there and no sheet is built. The cursor stays on the line, and the shown day too.

@@ -261,9 +261,11 @@ TEST_F(CitasTest, ADateThatWasTypedCountsBeforeACommand)
         std::filesystem::remove(oficina.carpetaDe("ZENTRA") / "VA_COMUN.DBF");
         fecha().selectAll();
         teclea("25/11/2026");
-        oficina.Mensaje.espera(
-            {QString::fromStdString(oficina.carpetaDe("ZENTRA").string()) + ": no existe la tabla VA_COMUN",
-             " ATENCIÓN:"});
+        const QString causa =
+            QString::fromStdString(oficina.carpetaDe("ZENTRA").string()) + ": no existe la tabla VA_COMUN";
+        oficina.Mensaje.espera({"No se ha podido mostrar el 25/11/2026 en todas las agendas:\nAna Núñez: " +
+                                    causa + "\nBenito Ruiz: " + causa,
+                                " ATENCIÓN:"});
         comando("AAusente");
         EXPECT_EQ(oficina.dia(1, Jueves), QStringList{"17:00 Del jueves N"});
     });
