@@ -109,13 +109,24 @@ public:
     /// @throws dataset::EDatabaseError when the copy cannot be written; nothing is left pending.
     bool CopiarCita(QDate destino);
 
-    /// Goes to each of several lines of the current table, in the order given, and runs an operation on it.
-    /// All that they change is one commit; when that cannot be written, every line is tried as a commit of
-    /// its own, so that one bad line does not hold up the others. To be called with nothing being edited.
-    /// @param operacion  asks the user nothing; false or an exception: it has failed on this line.
-    /// @return the lines on which it failed, in that order; TomaError() tells what the last of them met.
-    QList<dataset::Bookmark> PorCadaLinea(const QList<dataset::Bookmark> &lineas,
-                                          const std::function<bool()> &operacion);
+    // Several lines of the current table, as the clerk saw them when he gave the command. A line that the
+    // table holds otherwise by now is left alone, and named. Each operation is one commit; when that cannot
+    // be written, every line is tried as a commit of its own, so that one bad line does not hold up the
+    // others. They never throw and ask nothing; to be called with nothing being edited. The cursor goes where
+    // the work leads it.
+    using TLineas = QList<dataset::SeenRecord>;
+    struct TLineaFallida {
+        dataset::SeenRecord Linea;
+        QString Causa;
+    };
+    using TFallidas = QList<TLineaFallida>; ///< in the order of the lines given
+    TFallidas BorrarLineas(const TLineas &lineas);
+    /// As CopiarCita() for each.
+    TFallidas CopiarLineas(const TLineas &lineas, QDate destino);
+    /// Copies and deletes: a line that is not deleted is not copied either.
+    TFallidas MoverLineas(const TLineas &lineas, QDate destino);
+    /// As Salida() for each, one commit a line.
+    TFallidas MarcarSalidas(const TLineas &lineas);
 
     /// What the last failed operation met, for telling the user, and forgets it; empty when none has failed
     /// since.
@@ -140,6 +151,13 @@ private:
     void AbreTablasPropias();
     bool ConstruyeHoja(QDate fecha, bool soloSiFalta);
     void SincronizaTablaActual(QDate fecha);
+    using TOperacionDeLinea = std::function<void(const dataset::SeenRecord &)>;
+    /// Tries an operation on each line; what it throws is noted.
+    TFallidas PorCadaLinea(const TLineas &lineas, const TOperacionDeLinea &operacion);
+    TFallidas EnUnGrupo(const TLineas &lineas, const TOperacionDeLinea &operacion);
+    TFallidas Mueve(const TLineas &lineas, QDate destino);
+    void EscribeCopia(const dataset::SeenRecord &linea);
+    void EscribeMarca(const QString &marca);
     [[nodiscard]] QDate DiaMostrado() const;
     std::optional<bool> MarcaLineaActual(const QString &marca);
     void VuelveALaLinea(dataset::Bookmark linea, QDate fecha, const QString &hora) noexcept;

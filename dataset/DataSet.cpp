@@ -235,6 +235,13 @@ bool DataSet::goToBookmark(Bookmark bookmark)
     return true;
 }
 
+void DataSet::goToSeen(const SeenRecord &line)
+{
+    const Operation operation(*d);
+    d->finishEditing();
+    d->goToSeen(line);
+}
+
 // ---------------------------------------------------------------------------------------------------------------------
 // Rows
 

@@ -92,6 +92,10 @@ public:
     [[nodiscard]] Bookmark bookmark() const;
     /// @return false, and the cursor where it was, when the record is gone.
     bool goToBookmark(Bookmark bookmark);
+    /// Goes to a line that is still as it was seen. @throws EDatabaseError, kind conflict, when the table
+    /// holds something else: the cursor is on the line as it now is, or where it was when it has gone or left
+    /// the range.
+    void goToSeen(const SeenRecord &line);
 
     // Rows: the records of the range (or table) in order, as a grid numbers them, from 0. A pending insert is
     // no row.

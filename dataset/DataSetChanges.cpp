@@ -58,8 +58,7 @@ void DataSet::edit(EditOf what)
 void DataSet::edit(const SeenRecord &line)
 {
     const Operation operation(*d);
-    d->finishEditing();
-    d->goToSeen(line);
+    goToSeen(line);
     edit(EditOf::seen);
 }
 
@@ -137,8 +136,7 @@ void DataSet::remove()
 void DataSet::remove(const SeenRecord &line)
 {
     const Operation operation(*d);
-    d->finishEditing();
-    d->goToSeen(line);
+    goToSeen(line);
     remove();
 }
 
