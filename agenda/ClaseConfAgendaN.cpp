@@ -59,7 +59,7 @@ void EscribeEnComun(const QString &nombre, int valor)
     const auto comun = AbreComun();
     if (!BuscaAjuste(*comun, nombre))
         return;
-    comun->edit();
+    comun->edit(dataset::EditOf::fresh); // nobody looks at it
     comun->field(u"VALOR").setInteger(valor);
     TBPost(*comun);
 }

@@ -15,9 +15,11 @@ constexpr int HoraMayor = 99;
 
 /// Steps over the edge of the shown day, whose range is dropped for it. @return the day landed on, if there
 /// is one.
-QDate DiaVecino(dataset::DataSet &tabla, TSentido sentido)
+QDate DiaVecino(dataset::DataSet &tabla, QDate mostrado, TSentido sentido)
 {
     const bool vacio = tabla.isEmpty();
+    // A line without a good hour is of the day and not among its rows: left behind all the same.
+    const auto sigueEnElDia = [&] { return tabla.field(Fecha).asDate() == mostrado; };
     if (sentido == TSentido::anterior) {
         tabla.first();
         QuitaRangoDelDia(tabla);
@@ -25,12 +27,16 @@ QDate DiaVecino(dataset::DataSet &tabla, TSentido sentido)
         // already.
         if (!(vacio && tabla.eof()))
             tabla.prior();
+        while (!tabla.bof() && sigueEnElDia())
+            tabla.prior();
         return tabla.bof() ? QDate() : tabla.field(Fecha).asDate();
     }
     tabla.last();
     QuitaRangoDelDia(tabla);
     // From a day without lines, dropping the range has landed on the first line behind it already.
     if (!vacio)
+        tabla.next();
+    while (!tabla.eof() && sigueEnElDia())
         tabla.next();
     return tabla.eof() ? QDate() : tabla.field(Fecha).asDate();
 }
@@ -67,13 +73,21 @@ bool PonRangoDelDia(dataset::DataSet &tabla, QDate fecha)
 
 bool HayRangoDelDia(const dataset::DataSet &tabla)
 {
-    return tabla.tag() == 1;
+    return tabla.tag() == 1 && tabla.hasRange();
 }
 
 void QuitaRangoDelDia(dataset::DataSet &tabla)
 {
     tabla.cancelRange();
     tabla.setTag(0);
+}
+
+void OrdenaPorDia(dataset::DataSet &tabla)
+{
+    // An index named after the date alone would do for "FECHA", and no day could be had from it.
+    TBIndexa(QStringLiteral("FECHA;HORA"), tabla);
+    if (!tabla.hasRange())
+        tabla.setTag(0);
 }
 
 bool BuscaLineaDeFecha(dataset::DataSet &tabla, QDate fecha, const QString &hora, bool exacta)
@@ -106,7 +120,7 @@ bool VeAOtroDia(dataset::DataSet &tabla, QDate mostrado, TSentido sentido,
     const dataset::ControlsGuard sinAvisos(tabla);
     QDate destino;
     try {
-        destino = DiaVecino(tabla, sentido);
+        destino = DiaVecino(tabla, mostrado, sentido);
     } catch (...) {
         if (!tabla.isEditing())
             rango(mostrado);

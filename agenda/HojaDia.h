@@ -28,10 +28,13 @@ void RecorreHuecos(const TParrilla &parrilla, const std::function<void(int hora,
 /// tag becomes 1, the mark of an active range.
 /// @return whether the day has lines. @throws dataset::EDatabaseError
 bool PonRangoDelDia(dataset::DataSet &tabla, QDate fecha);
-/// Whether the table bears the mark of an active range.
+/// Whether the table bears the mark of an active range, and has one.
 [[nodiscard]] bool HayRangoDelDia(const dataset::DataSet &tabla);
 /// Drops the range, and the mark with it.
 void QuitaRangoDelDia(dataset::DataSet &tabla);
+/// Orders a table so that days can be shown, whatever indexes it has. Where that is another order than
+/// before, the range goes, and the mark with it. @throws dataset::EDatabaseError
+void OrdenaPorDia(dataset::DataSet &tabla);
 
 /// Searches a table for a date and hour. With `exacta` false and an empty time: whether the line reached is
 /// of that day. @throws dataset::EDatabaseError
@@ -43,7 +46,8 @@ void RecorreLineas(dataset::DataSet &tabla, const std::function<void()> &trabajo
 
 enum class TSentido { anterior, siguiente };
 
-/// Goes from the shown day to the nearest one with lines, and shows it.
+/// Goes from the shown day to the nearest other one with lines, and shows it; lines of the shown day whose
+/// hours are none of its sheet's are passed over.
 /// @param tabla     the table that is looked at; its notices are held back meanwhile.
 /// @param mostrado  the day shown now; it may have no lines.
 /// @param rango     shows a day and tells whether it has lines; called once in every case, with the day shown

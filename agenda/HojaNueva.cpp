@@ -62,6 +62,8 @@ void InsertaLinea(DataSet &tabla, QDate fecha, const QString &hora)
 
 QStringList AnadeHojaDelDia(DataSet &tabla, QDate fecha, bool soloSiFalta)
 {
+    if (!fecha.isValid())
+        return {};
     const dataset::ControlsGuard sinAvisos(tabla);
     try {
         // All of its lines or none, and no other workstation between them.

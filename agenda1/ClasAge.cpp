@@ -165,11 +165,11 @@ bool TAgenda::Insertar()
     return hecho;
 }
 
-bool TAgenda::Modificar()
+bool TAgenda::Modificar(dataset::EditOf linea)
 {
     DataSet &tabla = TablaDeLaVentana();
     const bool hecho = ConGuarda("Modificar", [&] {
-        tabla.edit();
+        tabla.edit(linea);
         return true;
     });
     if (!hecho && !DosNotarios())

@@ -65,7 +65,7 @@ public:
     QString BuscarAnterior();
 
     bool Insertar();
-    bool Modificar();
+    bool Modificar(dataset::EditOf linea = dataset::EditOf::seen);
     bool Borrar();
     bool Aceptar();
     bool Cancelar();

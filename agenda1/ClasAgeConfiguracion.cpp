@@ -59,7 +59,7 @@ bool TAgenda::AlmacenaConfiguracion()
     try {
         AbreTabla(*FTabla);
         TBBusca(*FTabla, {{"FECHA", FechaAjustes}, {"HORA", QString()}}, false);
-        FTabla->edit();
+        FTabla->edit(dataset::EditOf::fresh); // the dialog has its own copy
         FTabla->field(u"OFICIAL").setText(DosNotarios() ? Convenio : QString());
         FTabla->field(u"INTERESADO")
             .setText(DosNotarios() ? AlineaIzda(m_ajustes.FNotario1, AnchoNombre) +

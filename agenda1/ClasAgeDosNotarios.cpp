@@ -190,7 +190,7 @@ QStringList TAgenda::EmpiezaRegistro(TFilaDia &mia)
         FTabla->append();
         return {};
     }
-    FTabla->edit();
+    FTabla->edit(dataset::EditOf::fresh); // both versions are brought together below
     if (hallado != propio) {
         // Deliberate: of several lines of one hour the first is written over. The one that it held is still
         // here in memory, and comes back when the day is written whole.
@@ -247,7 +247,7 @@ void TAgenda::EscribeFila(const TFilaDia &fila)
         FTabla->goToBookmark(fila.Registro);
         if (Desempaqueta(*FTabla).Valores == fila.Valores && FTabla->field(u"FECHA").asDate() == FFecha)
             return;
-        FTabla->edit();
+        FTabla->edit(dataset::EditOf::fresh); // what others wrote is part of the line already
     }
     Empaqueta(fila, FFecha, *FTabla);
     TBPost(*FTabla);

@@ -138,7 +138,7 @@ void TVentanaAgenda::NuevoExecute()
 
 void TVentanaAgenda::ModificarExecute()
 {
-    if (m_motor.Modificar())
+    if (m_motor.Modificar(dataset::EditOf::fresh)) // shown before the clerk can type
         Habilita(*DBEConcepto);
     else
         Avisa(ProblemasCita);
@@ -181,7 +181,7 @@ void TVentanaAgenda::VuelveAEscribir(bool nueva, const QStringList &escrito)
     // With two notaries the line may be in the table in memory already, and only there.
     const bool yaEsta = Textos(campos) == escrito;
     const QStringList antes = m_antes;
-    if (!(nueva && !yaEsta ? m_motor.Insertar() : m_motor.Modificar())) {
+    if (!(nueva && !yaEsta ? m_motor.Insertar() : m_motor.Modificar(dataset::EditOf::fresh))) {
         QStringList perdido;
         for (qsizetype i = 0; i < escrito.size(); ++i) {
             if (escrito.at(i) != antes.value(i))

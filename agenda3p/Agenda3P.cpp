@@ -132,6 +132,8 @@ QDate TAgenda3P::DiaMostrado() const
 
 bool TAgenda3P::InsertaDia(QDate fecha, bool preguntar)
 {
+    if (!fecha.isValid())
+        return false;
     // A table that is seen to have no line of the day gets its sheet once, though another workstation may be
     // answering the same question.
     std::array<bool, MaxNotarios> vacias{};
@@ -178,7 +180,7 @@ bool TAgenda3P::BuscarPorFecha(QDate fecha, const QString &hora, bool exacta)
 
 void TAgenda3P::OrdenarListaPorFecha()
 {
-    TBIndexa(QStringLiteral("FECHA"), TablaActual());
+    OrdenaPorDia(TablaActual());
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

@@ -39,7 +39,7 @@ TBorradorCita::TLugar TBorradorCita::Recupera(TClassAgendaN &motor)
         if (tabla.isEditing()) // moving away from what is only held would write it
             motor.CancelarAgendaN(false);
         m_enEspera = false;
-        if (!m_nueva && tabla.goToBookmark(m_linea) && motor.Modificar()) {
+        if (!m_nueva && tabla.goToBookmark(m_linea) && motor.Modificar(dataset::EditOf::fresh)) {
             Escribe(tabla, true);
             return TLugar::suLinea;
         }

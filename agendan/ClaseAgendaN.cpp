@@ -5,6 +5,7 @@
 #include "agenda/HojaDia.h"
 #include "agenda/HojaNueva.h"
 #include "agenda/MotorComun.h"
+#include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
@@ -109,9 +110,10 @@ QString TClassAgendaN::NombreNotario(int notario) const
 
 bool TClassAgendaN::RangoPorFecha(QDate fecha)
 {
+    const bool hay = PonRangoDelDia(TablaActual(), fecha);
     if (fecha.isValid())
         m_dias.insert(m_tablaActual, fecha);
-    return PonRangoDelDia(TablaActual(), fecha);
+    return hay;
 }
 
 QDate TClassAgendaN::DiaMostrado() const
@@ -130,7 +132,7 @@ void TClassAgendaN::CancelaRangoPorFecha()
 
 bool TClassAgendaN::InsertaDia(QDate fecha, bool preguntar)
 {
-    if (preguntar && !PreguntaHojaNueva(fecha))
+    if (!fecha.isValid() || (preguntar && !PreguntaHojaNueva(fecha)))
         return false;
     return ConstruyeHoja(fecha, false);
 }
@@ -161,6 +163,8 @@ void TClassAgendaN::SincronizaTablaActual(QDate fecha)
 
 void TClassAgendaN::SincronizarTablasAFecha(QDate fecha, bool todos)
 {
+    if (!fecha.isValid())
+        return;
     if (!todos) {
         SincronizaTablaActual(fecha);
         return;
@@ -171,12 +175,23 @@ void TClassAgendaN::SincronizarTablasAFecha(QDate fecha, bool todos)
         DataSet *Tabla;
         ~TVuelve() { Motor.m_tablaActual = Tabla; }
     } const vuelve{*this, m_tablaActual};
+    QStringList fallidos;
     for (int notario = 1; notario <= m_numNotarios; ++notario) {
         if (!Tabla(notario))
             continue;
         PonNotarioActual(notario);
-        SincronizaTablaActual(fecha);
+        try {
+            SincronizaTablaActual(fecha);
+        } catch (const std::exception &error) { // the others show the date all the same
+            if (notario <= MaxNotarios)
+                fallidos << NombreNotario(notario) + QStringLiteral(": ") + QString::fromUtf8(error.what());
+        }
     }
+    if (!fallidos.isEmpty())
+        throw dataset::EDatabaseError(
+            QStringLiteral("No se ha podido mostrar el %1 en todas las agendas:\n%2")
+                .arg(Date_Cad(fecha), fallidos.join(u'\n')),
+            dbase::ErrorKind::inputOutput);
 }
 
 bool TClassAgendaN::AnteriorDia()
@@ -198,7 +213,7 @@ bool TClassAgendaN::BuscarPorFecha(QDate fecha, const QString &hora, bool exacta
 
 void TClassAgendaN::OrdenarListaPorFecha()
 {
-    TBIndexa(QStringLiteral("FECHA"), TablaActual());
+    OrdenaPorDia(TablaActual());
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -212,7 +227,7 @@ bool TClassAgendaN::Anadir(QDate fecha, const QString &hora)
     });
 }
 
-bool TClassAgendaN::Modificar()
+bool TClassAgendaN::Modificar(dataset::EditOf linea)
 {
     return ConGuarda("Modificar", [&] {
         DataSet &tabla = TablaActual();
@@ -221,7 +236,7 @@ bool TClassAgendaN::Modificar()
                        QStringLiteral("Inserte primero un AgendaN."), TituloAtencion);
             return false;
         }
-        tabla.edit();
+        tabla.edit(linea);
         return true;
     });
 }
@@ -260,13 +275,18 @@ bool TClassAgendaN::CancelarAgendaN(bool preguntar)
     return true;
 }
 
+void TClassAgendaN::EscribeMarca(const QString &marca)
+{
+    DataSet &tabla = TablaActual();
+    tabla.field(u"CONCEPTO").setText(marca + tabla.field(u"CONCEPTO").asText());
+    tabla.field(u"SALIDA").setText(QStringLiteral("S"));
+}
+
 /// @return what AceptarAgendaN said; nothing when a failure came before it.
 std::optional<bool> TClassAgendaN::MarcaLineaActual(const QString &marca)
 {
     const bool preparada = Modificar() && ConGuarda("Marcar", [&] {
-                               DataSet &tabla = TablaActual();
-                               tabla.field(u"CONCEPTO").setText(marca + tabla.field(u"CONCEPTO").asText());
-                               tabla.field(u"SALIDA").setText(QStringLiteral("S"));
+                               EscribeMarca(marca);
                                return true;
                            });
     if (preparada)
@@ -288,6 +308,8 @@ bool TClassAgendaN::Ausente()
         const dataset::Bookmark donde = tabla.bookmark();
         if (!HayRangoPorFecha())
             RangoPorFecha(tabla.field(u"FECHA").asDate());
+        if (!tabla.hasRange())
+            return false; // a line without a date: the whole table would be marked
         bool ultimaAceptada = false;
         RecorreLineas(tabla,
                       [&] { ultimaAceptada = MarcaLineaActual(MarcaAusente).value_or(ultimaAceptada); });
@@ -318,62 +340,135 @@ bool TClassAgendaN::CopiarCita(QDate destino)
     const dataset::Bookmark origen = tabla.bookmark();
     if (origen == 0 || !destino.isValid())
         return false;
-    const QString concepto = tabla.field(u"CONCEPTO").asText();
-    const QString interesado = tabla.field(u"INTERESADO").asText();
-    const qint64 codCliente = tabla.field(u"CODCLIENTE").asInteger();
-    const QString oficial = tabla.field(u"OFICIAL").asText();
-    const QString salida = tabla.field(u"SALIDA").asText();
-    const QString aviso = tabla.field(u"AVISO").asText();
+    const dataset::SeenRecord linea = tabla.seen();
     const QString hora = tabla.field(u"HORA").asText();
     const QDate fecha = tabla.field(u"FECHA").asDate();
     const auto vuelve = qScopeGuard([&] { VuelveALaLinea(origen, fecha, hora); });
 
     if (!Anadir(destino, {}))
         return false;
-    dataset::PendingEditGuard pendiente(tabla);
-    tabla.field(u"CONCEPTO").setText(concepto);
-    tabla.field(u"INTERESADO").setText(interesado);
-    tabla.field(u"CODCLIENTE").setInteger(codCliente);
-    tabla.field(u"OFICIAL").setText(oficial);
-    tabla.field(u"SALIDA").setText(salida);
-    tabla.field(u"AVISO").setText(aviso);
-    tabla.field(u"HORA").setText(hora);
-    TBPost(tabla);
-    pendiente.keep();
+    EscribeCopia(linea);
     return true;
 }
 
-QList<dataset::Bookmark> TClassAgendaN::PorCadaLinea(const QList<dataset::Bookmark> &lineas,
-                                                     const std::function<bool()> &operacion)
+/// Fills the new line that has been begun with what was seen of another one, but for the date, and posts it.
+void TClassAgendaN::EscribeCopia(const dataset::SeenRecord &linea)
 {
     DataSet &tabla = TablaActual();
-    const dataset::ControlsGuard sinAvisos(tabla);
-    const auto recorre = [&] {
-        QList<dataset::Bookmark> fallidas;
-        for (const dataset::Bookmark linea : lineas) {
-            const bool hecha = ConGuarda("PorCadaLinea", [&] {
-                if (!tabla.goToBookmark(linea))
-                    throw dataset::EDatabaseError(
-                        QStringLiteral("Otro puesto ha borrado la línea mientras tanto"),
-                        dbase::ErrorKind::conflict);
-                return operacion();
-            });
-            if (!hecha)
-                fallidas.append(linea);
+    dataset::PendingEditGuard pendiente(tabla);
+    for (const QStringView campo : {u"CONCEPTO", u"INTERESADO", u"OFICIAL", u"SALIDA", u"AVISO", u"HORA"})
+        tabla.field(campo).setText(tabla.textOf(linea, tabla.fieldIndex(campo)));
+    // Deliberate: no client is written as 0.
+    const QVariant codigo = tabla.valueOf(linea, tabla.fieldIndex(u"CODCLIENTE"));
+    tabla.field(u"CODCLIENTE").setInteger(codigo.toLongLong());
+    TBPost(tabla);
+    pendiente.keep();
+}
+
+TClassAgendaN::TFallidas TClassAgendaN::PorCadaLinea(const TLineas &lineas,
+                                                     const TOperacionDeLinea &operacion)
+{
+    TFallidas fallidas;
+    for (const dataset::SeenRecord &linea : lineas) {
+        try {
+            operacion(linea);
+        } catch (const std::exception &error) {
+            qCWarning(registro, "A line of several: %s", error.what());
+            CancelaSinPreguntar(TablaActual());
+            fallidas.append({linea, QString::fromUtf8(error.what())});
         }
-        return fallidas;
-    };
+    }
+    return fallidas;
+}
+
+TClassAgendaN::TFallidas TClassAgendaN::EnUnGrupo(const TLineas &lineas, const TOperacionDeLinea &operacion)
+{
+    const dataset::ControlsGuard sinAvisos(TablaActual());
     if (lineas.size() > 1) {
         try {
-            dataset::CommitGroup juntas(tabla);
-            const QList<dataset::Bookmark> fallidas = recorre();
+            dataset::CommitGroup juntas(TablaActual());
+            const TFallidas fallidas = PorCadaLinea(lineas, operacion);
             juntas.commit();
             return fallidas;
         } catch (const dataset::EDatabaseError &error) {
             qCWarning(registro, "The lines could not be written as a whole: %s", error.what());
         }
     }
-    return recorre();
+    return PorCadaLinea(lineas, operacion);
+}
+
+TClassAgendaN::TFallidas TClassAgendaN::BorrarLineas(const TLineas &lineas)
+{
+    return EnUnGrupo(lineas, [this](const dataset::SeenRecord &linea) { TablaActual().remove(linea); });
+}
+
+TClassAgendaN::TFallidas TClassAgendaN::CopiarLineas(const TLineas &lineas, QDate destino)
+{
+    return EnUnGrupo(lineas, [this, destino](const dataset::SeenRecord &linea) {
+        TablaActual().goToSeen(linea);
+        InsertaLinea(TablaActual(), destino, {});
+        EscribeCopia(linea);
+    });
+}
+
+/// To be called in a group. @return the lines that could not be deleted, of which nothing has been written.
+/// @throws std::exception when a copy cannot be made: the group is to be dropped.
+TClassAgendaN::TFallidas TClassAgendaN::Mueve(const TLineas &lineas, QDate destino)
+{
+    // From the last to the first, and the copies afterwards: in one commit nobody sees the day in between,
+    // and what cannot be deleted never has a copy that would have to be taken back.
+    TFallidas fallidas =
+        PorCadaLinea(TLineas(lineas.rbegin(), lineas.rend()),
+                     [this](const dataset::SeenRecord &linea) { TablaActual().remove(linea); });
+    std::reverse(fallidas.begin(), fallidas.end());
+    for (const dataset::SeenRecord &linea : lineas) {
+        if (std::any_of(fallidas.begin(), fallidas.end(),
+                        [&](const TLineaFallida &una) { return una.Linea.bookmark() == linea.bookmark(); }))
+            continue;
+        InsertaLinea(TablaActual(), destino, {});
+        EscribeCopia(linea);
+    }
+    return fallidas;
+}
+
+TClassAgendaN::TFallidas TClassAgendaN::MoverLineas(const TLineas &lineas, QDate destino)
+{
+    DataSet &tabla = TablaActual();
+    const dataset::ControlsGuard sinAvisos(tabla);
+    const auto enUnCommit = [&](const TLineas &cuales) {
+        dataset::CommitGroup juntas(tabla);
+        TFallidas fallidas = Mueve(cuales, destino);
+        juntas.commit();
+        return fallidas;
+    };
+    if (lineas.size() > 1) {
+        try {
+            return enUnCommit(lineas);
+        } catch (const std::exception &error) {
+            qCWarning(registro, "The lines could not be moved as a whole: %s", error.what());
+            CancelaSinPreguntar(tabla);
+        }
+    }
+    TFallidas fallidas;
+    for (const dataset::SeenRecord &linea : lineas) {
+        try {
+            fallidas << enUnCommit({linea});
+        } catch (const std::exception &error) {
+            qCWarning(registro, "A line that could not be moved: %s", error.what());
+            CancelaSinPreguntar(tabla);
+            fallidas.append({linea, QString::fromUtf8(error.what())});
+        }
+    }
+    return fallidas;
+}
+
+TClassAgendaN::TFallidas TClassAgendaN::MarcarSalidas(const TLineas &lineas)
+{
+    return PorCadaLinea(lineas, [this](const dataset::SeenRecord &linea) {
+        TablaActual().edit(linea);
+        EscribeMarca(MarcaSalida);
+        TBPost(TablaActual());
+    });
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

@@ -64,15 +64,18 @@ public:
 
     // Day sheets. All of these throw dataset::EDatabaseError when a table cannot be read.
     /// Builds the day sheet of a date on the current table and shows that day.
+    /// @param fecha      an invalid date does nothing, and gives false.
     /// @param preguntar  ask the user first. @return whether the day now holds a line; false when declined.
     bool InsertaDia(QDate fecha, bool preguntar);
-    /// Shows a date, building missing sheets without a question, on the current table or on all of them.
+    /// Shows a date, building missing sheets without a question, on the current table or on all of them. An
+    /// invalid date does nothing. One notary's failure does not keep the others from the date; at the end it
+    /// is thrown, naming each notary that failed.
     void SincronizarTablasAFecha(QDate fecha, bool todos);
     /// Restricts the current table to a day. @return whether it holds a line.
     bool RangoPorFecha(QDate fecha);
     [[nodiscard]] bool HayRangoPorFecha() const;
     void CancelaRangoPorFecha();
-    /// The day that RangoPorFecha was last asked for on the current table; invalid before the first time.
+    /// The day that RangoPorFecha last showed on the current table; invalid before the first time.
     [[nodiscard]] QDate DiaPedido() const { return m_dias.value(m_tablaActual); }
     /// Shows the nearest earlier / later day that has lines. @return false, and the same day shown, when
     /// there is none.
@@ -81,13 +84,15 @@ public:
     /// Searches the current table. With `exacta` false and an empty time: whether the line reached is of that
     /// day.
     bool BuscarPorFecha(QDate fecha, const QString &hora, bool exacta);
+    /// By date, and within it by hour: days can be shown afterwards, whatever indexes the table has.
     void OrdenarListaPorFecha();
 
     // Lines of the current table
     /// Leaves a new line (SALIDA and AVISO "N") in insert mode.
     bool Anadir(QDate fecha, const QString &hora);
     /// Puts the current line in edit mode; says so when the day has none.
-    bool Modificar();
+    /// @param linea  `fresh` for who shows the line before anything is typed into it.
+    bool Modificar(dataset::EditOf linea = dataset::EditOf::seen);
     /// Deletes the current line. Deliberate: an empty day counts as a successful delete.
     bool Borrar(bool preguntar);
     /// Posts the pending insert or edit. On failure the change is cancelled and false returned.
@@ -95,7 +100,8 @@ public:
     bool CancelarAgendaN(bool preguntar);
     /// Marks the current line as an outing. Deliberate: marking twice puts the mark twice.
     bool Salida();
-    /// Marks every line of the shown day as absence; the cursor stays on its line.
+    /// Marks every line of the shown day as absence; the cursor stays on its line. Does nothing, and gives
+    /// false, in a table that shows no day when the current line has no date.
     bool Ausente();
     /// Copies the current line to another date of the same notary, at the same hour, as one line more:
     /// nothing is replaced there and no sheet is built. The cursor stays on the line, and the shown day too.
@@ -103,13 +109,24 @@ public:
     /// @throws dataset::EDatabaseError when the copy cannot be written; nothing is left pending.
     bool CopiarCita(QDate destino);
 
-    /// Goes to each of several lines of the current table, in the order given, and runs an operation on it.
-    /// All that they change is one commit; when that cannot be written, every line is tried as a commit of
-    /// its own, so that one bad line does not hold up the others. To be called with nothing being edited.
-    /// @param operacion  asks the user nothing; false or an exception: it has failed on this line.
-    /// @return the lines on which it failed, in that order; TomaError() tells what the last of them met.
-    QList<dataset::Bookmark> PorCadaLinea(const QList<dataset::Bookmark> &lineas,
-                                          const std::function<bool()> &operacion);
+    // Several lines of the current table, as the clerk saw them when he gave the command. A line that the
+    // table holds otherwise by now is left alone, and named. Each operation is one commit; when that cannot
+    // be written, every line is tried as a commit of its own, so that one bad line does not hold up the
+    // others. They never throw and ask nothing; to be called with nothing being edited. The cursor goes where
+    // the work leads it.
+    using TLineas = QList<dataset::SeenRecord>;
+    struct TLineaFallida {
+        dataset::SeenRecord Linea;
+        QString Causa;
+    };
+    using TFallidas = QList<TLineaFallida>; ///< in the order of the lines given
+    TFallidas BorrarLineas(const TLineas &lineas);
+    /// As CopiarCita() for each.
+    TFallidas CopiarLineas(const TLineas &lineas, QDate destino);
+    /// Copies and deletes: a line that is not deleted is not copied either.
+    TFallidas MoverLineas(const TLineas &lineas, QDate destino);
+    /// As Salida() for each, one commit a line.
+    TFallidas MarcarSalidas(const TLineas &lineas);
 
     /// What the last failed operation met, for telling the user, and forgets it; empty when none has failed
     /// since.
@@ -134,6 +151,13 @@ private:
     void AbreTablasPropias();
     bool ConstruyeHoja(QDate fecha, bool soloSiFalta);
     void SincronizaTablaActual(QDate fecha);
+    using TOperacionDeLinea = std::function<void(const dataset::SeenRecord &)>;
+    /// Tries an operation on each line; what it throws is noted.
+    TFallidas PorCadaLinea(const TLineas &lineas, const TOperacionDeLinea &operacion);
+    TFallidas EnUnGrupo(const TLineas &lineas, const TOperacionDeLinea &operacion);
+    TFallidas Mueve(const TLineas &lineas, QDate destino);
+    void EscribeCopia(const dataset::SeenRecord &linea);
+    void EscribeMarca(const QString &marca);
     [[nodiscard]] QDate DiaMostrado() const;
     std::optional<bool> MarcaLineaActual(const QString &marca);
     void VuelveALaLinea(dataset::Bookmark linea, QDate fecha, const QString &hora) noexcept;

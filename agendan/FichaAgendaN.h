@@ -127,8 +127,9 @@ private:
     void SincronizaA(QDate fecha);
 
     // FichaAgendaNCitas.cpp
-    /// The selected lines in the order of the selection when there are two or more, else the current one.
-    [[nodiscard]] QList<dataset::Bookmark> LineasDeLaOrden() const;
+    /// The selected lines in the order of the selection when there are two or more, else the current one,
+    /// as they are seen now.
+    [[nodiscard]] TClassAgendaN::TLineas LineasDeLaOrden() const;
     void FichaCita(TOperacion operacion);
     void ABorrarExecute();
     void ASalidaExecute();

@@ -60,45 +60,45 @@ private:
     QList<Bookmark> m_lineas;
 };
 
-/// What a clerk knows an appointment by; asked before anything happens to the line.
-QHash<Bookmark, QString> HoraEInteresado(const DataSet &tabla, const QList<Bookmark> &lineas)
+/// What a clerk knows an appointment by, as he saw it.
+QString HoraEInteresado(const DataSet &tabla, const dataset::SeenRecord &linea)
 {
-    const int hora = tabla.fieldIndex(u"HORA");
-    const int interesado = tabla.fieldIndex(u"INTERESADO");
-    QHash<Bookmark, QString> textos;
-    for (const Bookmark linea : lineas) {
-        const int fila = tabla.rowOf(linea);
-        textos.insert(linea,
-                      QString(tabla.textAt(fila, hora) + u' ' + tabla.textAt(fila, interesado)).trimmed());
-    }
-    return textos;
+    return QString(tabla.textOf(linea, tabla.fieldIndex(u"HORA")) + u' ' +
+                   tabla.textOf(linea, tabla.fieldIndex(u"INTERESADO")))
+        .trimmed();
 }
 
-/// One part of a message: what has failed, on which appointments, and why. Empty when nothing has.
-QString QueHaFallado(const QString &que, const QList<Bookmark> &lineas,
-                     const QHash<Bookmark, QString> &textos, const QString &causa)
+/// A message: what has failed, on which appointments, and why. Those that failed for one reason stand
+/// together.
+QString QueHaFallado(const QString &que, const TClassAgendaN::TFallidas &fallidas, const DataSet &tabla)
 {
-    if (lineas.isEmpty())
-        return {};
     QStringList renglones{que};
-    for (const Bookmark linea : lineas.first(qMin(lineas.size(), CitasNombradas)))
-        renglones << textos.value(linea);
-    if (lineas.size() > CitasNombradas)
-        renglones << QStringLiteral("... y otras %1").arg(lineas.size() - CitasNombradas);
-    if (!causa.isEmpty())
-        renglones << causa;
+    for (qsizetype i = 0; i < qMin(fallidas.size(), CitasNombradas); ++i) {
+        const QString &causa = fallidas.at(i).Causa;
+        renglones << HoraEInteresado(tabla, fallidas.at(i).Linea);
+        const bool ultima = i + 1 == fallidas.size() || i + 1 == CitasNombradas;
+        if (ultima && fallidas.size() > CitasNombradas)
+            renglones << QStringLiteral("... y otras %1").arg(fallidas.size() - CitasNombradas);
+        if (!causa.isEmpty() && (ultima || fallidas.at(i + 1).Causa != causa))
+            renglones << causa;
+    }
     return renglones.join(u'\n');
 }
 
 } // namespace
 
-QList<Bookmark> TFFichaAgendaN::LineasDeLaOrden() const
+TClassAgendaN::TLineas TFFichaAgendaN::LineasDeLaOrden() const
 {
+    const DataSet &tabla = *GetDatosAgendaN();
     const QList<Bookmark> seleccion = GetDBGAgendaN()->selectedBookmarks();
-    if (seleccion.size() >= 2)
-        return seleccion;
-    const Bookmark actual = GetDatosAgendaN()->bookmark();
-    return actual != 0 ? QList<Bookmark>{actual} : QList<Bookmark>();
+    TClassAgendaN::TLineas lineas;
+    if (seleccion.size() >= 2) {
+        for (const Bookmark linea : seleccion)
+            lineas << tabla.seen(linea);
+    } else if (tabla.bookmark() != 0) {
+        lineas << tabla.seen();
+    }
+    return lineas;
 }
 
 void TFFichaAgendaN::FichaCita(TOperacion operacion)
@@ -117,8 +117,8 @@ void TFFichaAgendaN::ABorrarExecute()
     DataSet *const tabla = GetDatosAgendaN();
     if (!tabla)
         return;
-    const QList<Bookmark> seleccion = GetDBGAgendaN()->selectedBookmarks();
-    if (seleccion.size() < 2) {
+    const TClassAgendaN::TLineas lineas = LineasDeLaOrden(); // as they are seen before the question
+    if (lineas.size() < 2) {
         m_motor->Borrar(true);
         AvisaSiFallo(QStringLiteral("No se ha podido borrar la cita."));
         return;
@@ -131,12 +131,10 @@ void TFFichaAgendaN::ABorrarExecute()
     if (Servicios().Mensaje->Mensajes(pregunta) != RespuestaSi)
         return;
     const TSitioEnElDia sitio(*tabla);
-    const auto textos = HoraEInteresado(*tabla, seleccion);
-    const auto fallidas = m_motor->PorCadaLinea(seleccion, [this] { return m_motor->Borrar(false); });
-    const QString causa = m_motor->TomaError();
+    const auto fallidas = m_motor->BorrarLineas(lineas);
     sitio.Vuelve();
     if (!fallidas.isEmpty())
-        AvisaError(QueHaFallado(QStringLiteral("No se ha podido borrar:"), fallidas, textos, causa));
+        AvisaError(QueHaFallado(QStringLiteral("No se ha podido borrar:"), fallidas, *tabla));
 }
 
 void TFFichaAgendaN::ASalidaExecute()
@@ -144,14 +142,15 @@ void TFFichaAgendaN::ASalidaExecute()
     DataSet *const tabla = GetDatosAgendaN();
     if (!tabla)
         return;
-    const QList<Bookmark> seleccion = GetDBGAgendaN()->selectedBookmarks();
-    if (seleccion.size() < 2)
+    const TClassAgendaN::TLineas lineas = LineasDeLaOrden();
+    if (lineas.size() < 2) {
         m_motor->Salida();
-    for (qsizetype i = 0; seleccion.size() >= 2 && i < seleccion.size(); ++i) {
-        if (tabla->goToBookmark(seleccion.at(i)))
-            m_motor->Salida();
+        AvisaSiFallo(QStringLiteral("No se ha podido marcar la salida."));
+        return;
     }
-    AvisaSiFallo(QStringLiteral("No se ha podido marcar la salida."));
+    const auto fallidas = m_motor->MarcarSalidas(lineas);
+    if (!fallidas.isEmpty())
+        AvisaError(QueHaFallado(QStringLiteral("No se ha podido marcar la salida."), fallidas, *tabla));
 }
 
 void TFFichaAgendaN::AAusenteExecute()
@@ -168,38 +167,26 @@ void TFFichaAgendaN::CopiaCitas(TTrasCopiar tras)
     if (!tabla)
         return;
     const bool mover = tras == TTrasCopiar::borrar;
+    const TClassAgendaN::TLineas lineas = LineasDeLaOrden(); // as they are seen before the question
     QDate destino = Servicios().Reloj->Hoy();
     if (!PreguntaFecha(destino))
         return;
     // Deliberate: choosing the day that is shown does nothing.
     if (Date_Cad(destino) == MEFecha->text())
         return;
-    const QList<Bookmark> lineas = LineasDeLaOrden();
     if (lineas.isEmpty()) {
         AvisaAlUsuario(mover ? QStringLiteral("No hay ninguna cita que mover.")
                              : QStringLiteral("No hay ninguna cita que copiar."));
         return;
     }
     const TSitioEnElDia sitio(*tabla);
-    const auto textos = HoraEInteresado(*tabla, lineas);
-    const auto sinCopiar =
-        m_motor->PorCadaLinea(lineas, [this, destino] { return m_motor->CopiarCita(destino); });
-    QStringList avisos{QueHaFallado(mover ? QStringLiteral("No se ha podido mover:")
-                                          : QStringLiteral("No se ha podido copiar:"),
-                                    sinCopiar, textos, m_motor->TomaError())};
-    if (mover) {
-        // From the last to the first, and only what has its copy.
-        QList<Bookmark> copiadas;
-        std::copy_if(lineas.rbegin(), lineas.rend(), std::back_inserter(copiadas),
-                     [&](Bookmark linea) { return !sinCopiar.contains(linea); });
-        const auto sinBorrar = m_motor->PorCadaLinea(copiadas, [this] { return m_motor->Borrar(false); });
-        avisos << QueHaFallado(QStringLiteral("Se ha copiado, pero sigue también en este día:"), sinBorrar,
-                               textos, m_motor->TomaError());
-    }
+    const auto fallidas =
+        mover ? m_motor->MoverLineas(lineas, destino) : m_motor->CopiarLineas(lineas, destino);
     sitio.Vuelve();
-    avisos.removeAll({});
-    if (!avisos.isEmpty())
-        AvisaError(avisos.join(QStringLiteral("\n\n")));
+    if (!fallidas.isEmpty())
+        AvisaError(QueHaFallado(mover ? QStringLiteral("No se ha podido mover:")
+                                      : QStringLiteral("No se ha podido copiar:"),
+                                fallidas, *tabla));
 }
 
 void TFFichaAgendaN::AContactoExecute()

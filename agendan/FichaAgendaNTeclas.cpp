@@ -193,7 +193,7 @@ bool TFFichaAgendaN::VuelveAEscribir(const QStringList &antes, const QStringList
 {
     try {
         DataSet &tabla = m_motor->TablaActual();
-        tabla.edit();
+        tabla.edit(dataset::EditOf::fresh); // shown with what was typed, and accepted once more
         for (int columna = ColumnaHora; columna <= ColumnaOficial; ++columna) {
             if (escrito.value(columna) != antes.value(columna))
                 tabla.field(DBGAgendaN.front()->gridModel().columns().at(columna).field)

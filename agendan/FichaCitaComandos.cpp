@@ -133,7 +133,7 @@ void TFFichaCitas::BModificarClick()
 {
     EjecutaConGuarda([this] {
         static_cast<void>(m_motor->TomaError());
-        if (m_motor->Modificar())
+        if (m_motor->Modificar(dataset::EditOf::fresh)) // the card shows it before anything is typed
             EmpiezaEdicion();
         else
             AvisaSiFallo(QStringLiteral("No se ha podido modificar la cita."));

@@ -235,6 +235,13 @@ bool DataSet::goToBookmark(Bookmark bookmark)
     return true;
 }
 
+void DataSet::goToSeen(const SeenRecord &line)
+{
+    const Operation operation(*d);
+    d->finishEditing();
+    d->goToSeen(line);
+}
+
 // ---------------------------------------------------------------------------------------------------------------------
 // Rows
 
@@ -293,6 +300,26 @@ QVariant DataSet::valueAt(int row, int field) const
 QString DataSet::textAt(int row, int field) const
 {
     const QVariant value = valueAt(row, field);
+    return value.isValid() ? textOfValue(value, fieldInfo(field)) : QString();
+}
+
+SeenRecord DataSet::seen(Bookmark bookmark) const
+{
+    d->requireOpen();
+    return bookmark == 0 ? SeenRecord() : d->seenOf(bookmark);
+}
+
+QVariant DataSet::valueOf(const SeenRecord &line, int field) const
+{
+    // A line that had gone when it was asked for has no contents.
+    if (line.m_record == Record() || field < 0 || field >= fieldCount())
+        return {};
+    return d->store->value(line.m_record, field);
+}
+
+QString DataSet::textOf(const SeenRecord &line, int field) const
+{
+    const QVariant value = valueOf(line, field);
     return value.isValid() ? textOfValue(value, fieldInfo(field)) : QString();
 }
 

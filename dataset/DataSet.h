@@ -4,6 +4,7 @@
 #include "dataset/Export.h"
 #include "dataset/Field.h"
 #include "dataset/Key.h"
+#include "dataset/SeenRecord.h"
 
 #include <QtCore/QObject>
 #include <QtCore/QStringView>
@@ -15,9 +16,6 @@ namespace dataset
 
 class RecordStore;
 class DataSetPrivate;
-
-/// Number of a record; survives a refresh. 0 names no record.
-using Bookmark = quint32;
 
 /// A set of records with one current record: the table cursor that engines, grids and reports work on.
 ///
@@ -33,6 +31,8 @@ using Bookmark = quint32;
 /// Rules that hold for every kind of data set:
 ///  - edit() takes the record's lock on a shared table and reads the record afresh; post() writes, cancel()
 ///    drops, both give the lock back. A failed post() leaves the state as it was, with what was typed.
+///  - What a user did not see is neither changed nor deleted: edit() and remove() are refused, kind conflict,
+///    when the table's record is not the one last shown, and show it as it now is.
 ///  - Moving (first, last, next, prior, going to a bookmark or row, a search, a range, close) while a record
 ///    is being edited posts it when it was changed and cancels it otherwise.
 ///  - A range restricts first/last/next/prior and the rows to the keys between two bounds, both included. A
@@ -40,7 +40,9 @@ using Bookmark = quint32;
 ///    positioned inside again.
 ///  - next() on the last record sets eof() and stays there; prior() on the first sets bof(); an empty set has
 ///    both.
-///  - Records deleted or lines written by others are seen at the next refresh, search, range or edit.
+///  - Records deleted or lines written by others are seen at the next refresh, search, range or edit. A line
+///  of
+///    the range that others have moved out of it counts as deleted: the cursor goes to its neighbour.
 ///
 /// Every operation but the plain queries throws EDatabaseError when it fails, and when the set is not open.
 class DATASET_EXPORT DataSet : public QObject
@@ -90,6 +92,10 @@ public:
     [[nodiscard]] Bookmark bookmark() const;
     /// @return false, and the cursor where it was, when the record is gone.
     bool goToBookmark(Bookmark bookmark);
+    /// Goes to a line that is still as it was seen. @throws EDatabaseError, kind conflict, when the table
+    /// holds something else: the cursor is on the line as it now is, or where it was when it has gone or left
+    /// the range.
+    void goToSeen(const SeenRecord &line);
 
     // Rows: the records of the range (or table) in order, as a grid numbers them, from 0. A pending insert is
     // no row.
@@ -107,17 +113,29 @@ public:
     /// The same as text for the user (see Field::asText).
     [[nodiscard]] QString textAt(int row, int field) const;
 
+    /// A line as it was shown last; one that has not been shown, as it is. Without what is being typed.
+    /// @param bookmark  0 gives no line.
+    [[nodiscard]] SeenRecord seen(Bookmark bookmark) const;
+    [[nodiscard]] SeenRecord seen() const { return seen(bookmark()); }       ///< the current line
+    [[nodiscard]] QVariant valueOf(const SeenRecord &line, int field) const; ///< as valueAt()
+    [[nodiscard]] QString textOf(const SeenRecord &line, int field) const;   ///< as textAt()
+
     // Changes
     void insert(); ///< a new blank record, written by post()
     void append(); ///< the same; its place follows from its key
-    /// @throws EDatabaseError, kind locked, when another workstation keeps the record.
-    void edit();
+    /// @throws EDatabaseError, kind locked, when another workstation keeps the record; kind conflict, and the
+    /// record is shown as it now is, when it has gone, or with EditOf::seen is not what was last shown.
+    void edit(EditOf what = EditOf::seen);
+    /// Goes to a line and edits it as it was seen. @throws EDatabaseError as edit() does.
+    void edit(const SeenRecord &line);
     void post();   ///< does nothing in browse state; the cursor stands on the written record afterwards
     void cancel(); ///< does nothing in browse state; after an insert the cursor is where it was before
     /// Deletes the current record; the next one, or else the one before, becomes current.
     /// @throws EDatabaseError, kind conflict, when it is not what was last shown any more: nothing is
     /// deleted, and the record is shown as it now is.
     void remove();
+    /// Goes to a line and deletes it as it was seen. @throws EDatabaseError as remove() does.
+    void remove(const SeenRecord &line);
 
     /// Makes the following posts and removals one commit, all of them or none. Others wait meanwhile, so no
     /// question is asked of the user before commitGroup(). New lines can be read at once; ranges and searches
@@ -128,18 +146,18 @@ public:
 
     // Order, search, range
     /// Orders by one or more field names, separated by ";", or by the index of that name; empty: order of the
-    /// file.
+    /// file. Another order drops the range. On failure order, range, rows and current line are as before.
     void setIndexFieldNames(const QString &names);
     [[nodiscard]] QString indexFieldNames() const;
     /// @return true when a line with the key was found. Exact and not found: the cursor stays. Nearest and
     /// nothing at or after the key: the last line, with eof().
     bool locate(const Key &key, SearchMode mode);
     /// Restricts to the keys between the bounds and goes to the first line; a bound that names only the
-    /// leading fields of the order stands for all keys that begin so. @return true when the range holds a
-    /// line.
+    /// leading fields of the order stands for all keys that begin so. On failure the range, its rows and the
+    /// current line are as before. @return true when the range holds a line.
     bool setRange(const Key &low, const Key &high);
     /// Back to the whole table, on the same line; when the range was empty, on the line nearest after its
-    /// lower bound.
+    /// lower bound. On failure the range is as before.
     void cancelRange();
     [[nodiscard]] bool hasRange() const;
 

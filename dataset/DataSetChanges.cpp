@@ -28,7 +28,7 @@ void DataSet::append()
     insert();
 }
 
-void DataSet::edit()
+void DataSet::edit(EditOf what)
 {
     d->requireOpen();
     if (isEditing())
@@ -40,11 +40,12 @@ void DataSet::edit()
     d->store->lock(d->number);
     try {
         const Bookmark wanted = d->number;
-        if (d->store->refresh())
-            d->takeInForeignChanges();
+        const Record seen = d->record;
+        d->takeInNews();
         if (d->number != wanted)
-            throw EDatabaseError(QStringLiteral("Otro puesto ha borrado la línea mientras tanto"),
-                                 dbase::ErrorKind::conflict);
+            throw d->whyGone(wanted);
+        if (what == EditOf::seen && d->record != seen)
+            throw d->otherThanSeen();
     } catch (...) {
         d->store->unlock();
         throw;
@@ -52,6 +53,13 @@ void DataSet::edit()
     d->pending = d->record;
     d->modified = false;
     d->state = State::edit;
+}
+
+void DataSet::edit(const SeenRecord &line)
+{
+    const Operation operation(*d);
+    goToSeen(line);
+    edit(EditOf::seen);
 }
 
 void DataSet::post()
@@ -113,14 +121,23 @@ void DataSet::remove()
     } catch (const EDatabaseError &error) {
         // Not the line that was seen: the next attempt deletes what is shown from here on.
         if (error.kind() == dbase::ErrorKind::conflict) {
-            d->store->refresh();
+            static_cast<void>(d->store->refresh());
             d->takeInForeignChanges();
+            if (d->number != gone && d->store->read(gone, d->incoming))
+                throw d->whyGone(gone); // it is in the table, and no more among what is shown
         }
         throw;
     }
     d->shownRecords.forget(gone);
     d->goToNeighbour();
     d->forgetRow(gone);
+}
+
+void DataSet::remove(const SeenRecord &line)
+{
+    const Operation operation(*d);
+    goToSeen(line);
+    remove();
 }
 
 void DataSet::beginGroup()
@@ -176,17 +193,30 @@ void DataSet::setIndexFieldNames(const QString &names)
     }
     const Operation operation(*d);
     d->finishEditing();
-    const bool other = d->store->setOrder(names);
-    d->order = names;
-    if (!other)
+    if (!d->store->setOrder(names)) {
+        d->order = names;
         return;
+    }
+    std::optional<Place> stand;
+    try {
+        stand = d->number != 0 && d->store->read(d->number, d->incoming) ? Place{{}, d->number}
+                                                                         : d->readPlace(d->store->first());
+    } catch (...) {
+        d->store->setOrder(d->order); // an index that is there already: nothing is read or made for it
+        throw;
+    }
+    // From here on nothing fails.
+    d->order = names;
     d->ranged = false;
     d->low.clear();
     d->high.clear();
     d->resetNoted = true;
     d->forgetRows();
-    if (!d->goTo(d->number))
-        d->moveToEnd(false);
+    if (!stand || stand->number != d->number) {
+        d->bof = true;
+        d->eof = false;
+    }
+    d->arriveOrGoNowhere(stand);
 }
 
 QString DataSet::indexFieldNames() const
@@ -198,8 +228,7 @@ bool DataSet::locate(const Key &key, SearchMode mode)
 {
     const Operation operation(*d);
     d->finishEditing();
-    if (d->store->refresh())
-        d->takeInForeignChanges();
+    d->takeInNews();
     const KeyBounds bounds = d->store->boundsOf(key);
     if (const auto found = d->search(bounds)) {
         d->goToPlace(found);
@@ -221,18 +250,27 @@ bool DataSet::setRange(const Key &low, const Key &high)
 {
     const Operation operation(*d);
     d->finishEditing();
-    if (d->store->refresh())
-        d->takeInForeignChanges();
+    d->takeInNews();
     const KeyBounds lower = d->store->boundsOf(low);
     const KeyBounds upper = d->store->boundsOf(high);
     if (!lower.theRest.isEmpty() || !upper.theRest.isEmpty())
         throw EDatabaseError(QStringLiteral("El orden de la tabla no permite limitarla por esos campos"));
+    // What may fail comes first: a range that cannot be had leaves everything as it was.
+    auto rows = std::make_shared<const RowSet>(d->store->collect(lower.prefix, upper.prefix));
+    std::optional<Place> stand;
+    for (int row = 0; !stand && row < rows->count(); ++row) {
+        if (d->store->readRow(rows->at(row), d->incoming))
+            stand = Place{{}, rows->at(row)};
+    }
     d->ranged = true;
     d->low = lower.prefix;
     d->high = upper.prefix;
+    d->rows = std::move(rows);
+    d->rowsStale = false;
     d->resetNoted = true;
-    d->forgetRows();
-    d->moveToEnd(false);
+    d->bof = true;
+    d->eof = false;
+    d->arriveOrGoNowhere(stand);
     return d->number != 0;
 }
 
@@ -242,16 +280,22 @@ void DataSet::cancelRange()
     d->finishEditing();
     if (!d->ranged)
         return;
-    const std::string lower = std::exchange(d->low, {});
+    std::optional<Place> nearest;
+    std::optional<Place> stand;
+    if (d->number == 0) {
+        nearest = d->store->atOrAfter(d->low);
+        stand = d->readPlace(nearest ? nearest : d->store->last());
+    }
+    // From here on nothing fails.
     d->ranged = false;
+    d->low.clear();
     d->high.clear();
     d->resetNoted = true;
     d->forgetRows();
     d->bof = d->eof = false;
     if (d->number != 0)
         return;
-    const auto nearest = d->store->atOrAfter(lower);
-    d->goToPlace(nearest ? nearest : d->store->last());
+    d->arriveOrGoNowhere(stand);
     if (d->number != 0)
         d->eof = !nearest;
 }
@@ -264,10 +308,10 @@ bool DataSet::hasRange() const
 void DataSet::refresh()
 {
     d->requireOpen();
-    if (isEditing() || !d->store->refresh())
+    if (isEditing())
         return;
     const Operation operation(*d);
-    d->takeInForeignChanges();
+    d->takeInNews();
 }
 
 void DataSet::disableControls()

@@ -1,7 +1,5 @@
 #include "dataset/DataSetPrivate.h"
 
-#include "dataset/DatabaseError.h"
-
 #include <algorithm>
 
 namespace dataset
@@ -54,7 +52,7 @@ bool DataSetPrivate::goTo(Bookmark target)
 
 bool DataSetPrivate::goToRow(Bookmark target)
 {
-    if (!store->readRow(target, incoming))
+    if (!store->readRow(target, incoming) || !isInRange(target, incoming))
         return false;
     arriveAt(target);
     return true;
@@ -66,6 +64,21 @@ void DataSetPrivate::arriveAt(Bookmark target)
     std::swap(record, incoming);
     if (shownRecords.replace(number, record))
         recordsNoted.insert(number);
+}
+
+std::optional<Place> DataSetPrivate::readPlace(std::optional<Place> target)
+{
+    if (target && !store->read(target->number, incoming))
+        target.reset();
+    return target;
+}
+
+void DataSetPrivate::arriveOrGoNowhere(const std::optional<Place> &target)
+{
+    if (target)
+        arriveAt(target->number);
+    else
+        goToNowhere();
 }
 
 void DataSetPrivate::goToPlace(const std::optional<Place> &target)
@@ -145,6 +158,20 @@ void DataSetPrivate::step(bool forward)
         (forward ? bof : eof) = false;
 }
 
+bool DataSetPrivate::isInRange(Bookmark which, const Record &candidate) const
+{
+    if (!ranged)
+        return true;
+    const std::string key = store->placeOf(which, candidate).key;
+    return key.compare(0, low.size(), low) >= 0 && key.compare(0, high.size(), high) <= 0;
+}
+
+bool DataSetPrivate::wasInRange() const
+{
+    // Going to a row reads it afresh: by now the record may say that it has left, while the rows have it yet.
+    return isInRange(number, record) || (rows && !rowsStale && rows->rowOf(number) >= 0);
+}
+
 bool DataSetPrivate::recordHas(const Record &candidate, const QList<KeyPart> &parts) const
 {
     return std::ranges::all_of(parts, [&](const KeyPart &part) {
@@ -218,13 +245,22 @@ const Record *DataSetPrivate::rowRecord(Bookmark wanted)
     return &shownRecords.keep(wanted, std::move(fresh));
 }
 
+void DataSetPrivate::takeInNews()
+{
+    newsPending = store->refresh() || newsPending;
+    if (newsPending)
+        takeInForeignChanges();
+}
+
 /// The store has met other people's writing: brings the current line up to date and has the rows collected
 /// anew.
 void DataSetPrivate::takeInForeignChanges()
 {
     shownRecords.recheck(*store, recordsNoted);
     if (number != 0) {
-        if (!store->read(number, incoming)) {
+        // A line that has left the range is as good as deleted: nobody is to work on what he does not see.
+        const bool there = store->read(number, incoming);
+        if (!there || (ranged && wasInRange() && !isInRange(number, incoming))) {
             goToNeighbour();
         } else if (incoming != record) {
             std::swap(record, incoming);
@@ -235,6 +271,52 @@ void DataSetPrivate::takeInForeignChanges()
     forgetRows();
     if (number == 0)
         moveToEnd(false);
+    newsPending = false;
+}
+
+SeenRecord DataSetPrivate::seenOf(Bookmark wanted) const
+{
+    SeenRecord line;
+    line.m_bookmark = wanted;
+    if (wanted == number) {
+        line.m_record = record;
+    } else if (const Record *const known = shownRecords.find(wanted)) {
+        line.m_record = *known;
+    } else {
+        line.m_lost = !store->readRow(wanted, line.m_record) || shownRecords.wasOther(wanted, line.m_record);
+    }
+    return line;
+}
+
+void DataSetPrivate::goToSeen(const SeenRecord &line)
+{
+    const Bookmark target = line.m_bookmark;
+    if (target == 0)
+        throw EDatabaseError(QStringLiteral("No hay ninguna línea con la que trabajar"),
+                             dbase::ErrorKind::notFound);
+    if (!grouped) // nobody else writes during a group
+        takeInNews();
+    const bool there = store->read(target, incoming);
+    if (!there || (!line.m_lost && isInRange(target, line.m_record) && !isInRange(target, incoming)))
+        throw whyGone(target);
+    arriveAt(target);
+    bof = eof = false;
+    if (line.m_lost || record != line.m_record)
+        throw otherThanSeen();
+}
+
+EDatabaseError DataSetPrivate::otherThanSeen()
+{
+    return EDatabaseError(QStringLiteral("Otro puesto ha cambiado la línea mientras tanto"),
+                          dbase::ErrorKind::conflict);
+}
+
+EDatabaseError DataSetPrivate::whyGone(Bookmark gone)
+{
+    return EDatabaseError(store->read(gone, incoming)
+                              ? QStringLiteral("Otro puesto ha cambiado de sitio la línea mientras tanto")
+                              : QStringLiteral("Otro puesto ha borrado la línea mientras tanto"),
+                          dbase::ErrorKind::conflict);
 }
 
 void DataSetPrivate::afterGroup()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dataset/DatabaseError.h"
 #include "dataset/RecordStore.h"
 #include "dataset/RowChanges.h"
 #include "dataset/ShownRecords.h"
@@ -23,10 +24,16 @@ public:
 
     // The cursor. Each brings `number` and `record` into line.
     bool goTo(Bookmark target);
-    /// The same for a row, which may come as it was when the rows were collected.
+    /// The same for a row, which may come as it was when the rows were collected. One that has left the range
+    /// since is none any more.
     bool goToRow(Bookmark target);
     /// Takes in a record that has been read into `incoming`.
     void arriveAt(Bookmark target);
+    /// Reads the record of a place into `incoming`. @return the place; nothing when there is none or it has
+    /// gone.
+    [[nodiscard]] std::optional<Place> readPlace(std::optional<Place> target);
+    /// Takes in what has been read into `incoming`, if anything has. Does not fail.
+    void arriveOrGoNowhere(const std::optional<Place> &target);
     /// Where the current record stands in the order; usable as well when it has just gone.
     [[nodiscard]] Place place() const { return number == 0 ? Place() : store->placeOf(number, record); }
     void goToPlace(const std::optional<Place> &target);
@@ -35,6 +42,10 @@ public:
     void goToNeighbour();
     void moveToEnd(bool forward);
     void step(bool forward);
+    /// Whether a record's key lies between the bounds of the range; true without one.
+    [[nodiscard]] bool isInRange(Bookmark which, const Record &candidate) const;
+    /// Whether the current record has been among the rows until now, as far as they have been looked at.
+    [[nodiscard]] bool wasInRange() const;
     [[nodiscard]] bool recordHas(const Record &candidate, const QList<KeyPart> &parts) const;
     std::optional<Place> search(const KeyBounds &bounds) const;
 
@@ -52,7 +63,17 @@ public:
     {
         return state == DataSet::State::edit || state == DataSet::State::insert;
     }
+    /// Looks what others have written, and takes it in.
+    void takeInNews();
     void takeInForeignChanges();
+    [[nodiscard]] SeenRecord seenOf(Bookmark wanted) const;
+    /// Goes to a line. @throws EDatabaseError, kind conflict, when the table holds something else than was
+    /// seen.
+    void goToSeen(const SeenRecord &line);
+    /// Why a line that was current is not any more, now that others' changes have been taken in.
+    [[nodiscard]] EDatabaseError whyGone(Bookmark gone);
+    /// Why a line that is there is not worked on.
+    [[nodiscard]] static EDatabaseError otherThanSeen();
     /// The lines of a group are in the table now, or gone.
     void afterGroup();
 
@@ -77,6 +98,8 @@ public:
     Bookmark beforeInsert = 0;
     bool bof = true;
     bool eof = true;
+
+    bool newsPending = false; ///< the store has met other people's writing that has not been taken in yet
 
     bool ranged = false;
     std::string low;

@@ -306,12 +306,22 @@ bool DbfStore::refresh()
 // ---------------------------------------------------------------------------------------------------------------------
 // Order
 
+dbase::Index *DbfStore::requireIndex(const std::string &tag) const
+{
+    if (dbase::Index *const index = m_table->index(tag))
+        return index;
+    // One that is kept in memory alone is made anew after each change, and the lines may not be had just now.
+    throw EDatabaseError(QStringLiteral("No se puede leer ahora el índice «%1» de la tabla «%2»")
+                             .arg(QString::fromStdString(tag), tableName),
+                         dbase::ErrorKind::inputOutput);
+}
+
 dbase::Index *DbfStore::indexLeadingWith(const std::vector<int> &fieldIndexes) const
 {
     for (const dbase::TagDefinition &tag : m_table->tags()) {
         if (tag.descending || tag.unique || !tag.filter.empty())
             continue; // not that order, or not all lines
-        dbase::Index *index = m_table->index(tag.name);
+        dbase::Index *index = requireIndex(tag.name);
         const std::vector<int> &used = index->expression().fieldsUsed();
         // Every further field must add to what the key says, or the order is not the one asked for.
         std::size_t said = 0;
@@ -349,7 +359,7 @@ dbase::Index *DbfStore::indexFor(const QString &names)
         return index;
     const std::string name = "ORDEN" + std::to_string(m_table->tags().size() + 1);
     require(m_table->addTag({name, expression}));
-    return m_table->index(name);
+    return requireIndex(name);
 }
 
 bool DbfStore::setOrder(const QString &names)

@@ -74,6 +74,8 @@ private:
     [[nodiscard]] std::span<std::uint8_t> ahead(Bookmark number) const;
 
     dbase::Index *indexFor(const QString &names);
+    /// The index of a tag that the table has. @throws EDatabaseError when it cannot be had; never null.
+    [[nodiscard]] dbase::Index *requireIndex(const std::string &tag) const;
     [[nodiscard]] dbase::Index *indexLeadingWith(const std::vector<int> &fieldIndexes) const;
     /// The first live record from an entry on, forward or backward.
     [[nodiscard]] std::optional<Place> liveFrom(dbase::Result<std::optional<dbase::IndexEntry>> entry,

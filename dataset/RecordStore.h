@@ -3,25 +3,17 @@
 #include "dataset/DataSet.h"
 #include "dataset/Field.h"
 #include "dataset/Key.h"
+#include "dataset/SeenRecord.h"
 
 #include <QtCore/QList>
 #include <QtCore/QVariant>
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace dataset
 {
-
-/// The contents of one record: the bytes of a file's record, or the values of a row in memory. Only its store
-/// looks inside; the data set keeps, compares and hands it back.
-struct Record {
-    std::vector<std::uint8_t> bytes;
-    QVariantList values;
-    friend bool operator==(const Record &, const Record &) = default;
-};
 
 /// A place in the order in force. Usable when its record has gone: its neighbours are still found.
 struct Place {

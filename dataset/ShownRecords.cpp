@@ -42,11 +42,16 @@ bool ShownRecords::replace(Bookmark number, const Record &record)
         *known = record;
         return true;
     }
-    const std::uint32_t shown = digestAt(number);
-    if (shown == 0 || shown == digestOf(record))
+    if (!wasOther(number, record))
         return false;
     setDigest(number, digestOf(record));
     return true;
+}
+
+bool ShownRecords::wasOther(Bookmark number, const Record &record) const
+{
+    const std::uint32_t shown = digestAt(number);
+    return shown != 0 && shown != digestOf(record);
 }
 
 void ShownRecords::forget(Bookmark number)

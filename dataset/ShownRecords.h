@@ -24,6 +24,8 @@ public:
     /// @return whether a record has been shown, and with another content than this one. From then on this one
     /// counts as shown.
     bool replace(Bookmark number, const Record &record);
+    /// Whether a record that is not at hand has been shown with another content than this one.
+    [[nodiscard]] bool wasOther(Bookmark number, const Record &record) const;
     void forget(Bookmark number);
     void clear();
     /// Reads every record shown again. Those with another content, and those gone, are added to `changed`.

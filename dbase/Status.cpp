@@ -1,5 +1,7 @@
 #include "dbase/Status.h"
 
+#include <cassert>
+
 namespace dbase
 {
 
@@ -17,6 +19,14 @@ std::string Status::message() const
     if (m_offset)
         out += " (posición " + std::to_string(*m_offset) + ")";
     return out;
+}
+
+Status asFailure(Status failure)
+{
+    assert(!failure.ok());
+    if (failure.ok())
+        return {ErrorKind::inputOutput, "no se sabe por qué ha fallado la operación"};
+    return failure;
 }
 
 } // namespace dbase

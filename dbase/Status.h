@@ -52,6 +52,10 @@ private:
     std::optional<std::uint64_t> m_offset;
 };
 
+/// The failure given. A success, which a caller would take for a value that is not there, is a programming
+/// error, and a failure all the same.
+[[nodiscard]] DBASE_EXPORT Status asFailure(Status failure);
+
 /// A value, or the Status that says why there is none. Asking for the wrong one of the two is a programming
 /// error.
 template <class T> class [[nodiscard]] Result
@@ -61,8 +65,9 @@ public:
         : m_content(std::in_place_index<1>, std::move(value))
     {
     }
+    /// @param failure  one that is none is a programming error; it counts as inputOutput.
     Result(Status failure)
-        : m_content(std::in_place_index<0>, std::move(failure))
+        : m_content(std::in_place_index<0>, asFailure(std::move(failure)))
     {
     }
 

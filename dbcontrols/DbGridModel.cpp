@@ -157,9 +157,11 @@ bool DbGridModel::setData(const QModelIndex &index, const QVariant &value, int r
     if (role != Qt::EditRole || !set || !(flags(index) & Qt::ItemIsEditable))
         return false;
     try {
+        // Typed over what the row showed, wherever the data set's cursor stands.
+        const dataset::Bookmark line = set->bookmarkAt(index.row());
         if (set->currentRow() != index.row())
-            set->setCurrentRow(index.row());
-        if (!set->isEditing())
+            set->edit(set->seen(line));
+        else if (!set->isEditing())
             set->edit();
         const GridColumn &column = m_columns.at(index.column());
         const QString text = column.accept ? column.accept(value.toString()) : value.toString();

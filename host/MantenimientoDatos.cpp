@@ -194,7 +194,7 @@ void TMantenimiento::AseguraCodigo(DbfTable &tabla) const
         if (std::none_of(lineas.begin(), lineas.end(),
                          [&](Bookmark otra) { return otra < tabla.bookmark(); }))
             return;
-        tabla.edit();
+        tabla.edit(dataset::EditOf::fresh); // only the code is changed
         tabla.field(Codigo).setInteger(CodigoNuevo());
         tabla.post();
     }
@@ -232,7 +232,7 @@ Bookmark TMantenimiento::Cambia(Bookmark linea) const
     const auto tabla = En(linea);
     if (!tabla)
         return 0;
-    tabla->edit();
+    tabla->edit(dataset::EditOf::fresh); // the card shows it
     return Ficha(*tabla);
 }
 
@@ -241,7 +241,8 @@ Bookmark TMantenimiento::Borra(Bookmark linea) const
     const auto tabla = En(linea);
     if (!tabla)
         return 0;
-    tabla->edit(); // held while the user thinks, so that nobody changes what he decides on
+    tabla->edit(
+        dataset::EditOf::fresh); // held while the user thinks, so that nobody changes what he decides on
     const dataset::PendingEditGuard suelta(*tabla);
     if (!Pregunta(
             QStringLiteral("¿Desea borrar el %1 «%2»?").arg(m_relacion.Uno, tabla->field(Nombre).asText()),

@@ -282,6 +282,85 @@ TEST_F(MotorTest, FindsLinesByDateAndHour)
     EXPECT_EQ(mostrado(), "16/11/2026 09:00");
 }
 
+TEST_F(MotorTest, ADateThatIsNoneBuildsAndShowsNothing)
+{
+    oficina.linea(1, Lunes, "09:00");
+    motor().RangoPorFecha(Lunes);
+    motor().SincronizarTablasAFecha(QDate(), false);
+    motor().SincronizarTablasAFecha(QDate(), true);
+    EXPECT_FALSE(motor().InsertaDia(QDate(), false));
+    EXPECT_FALSE(motor().InsertaDia(QDate(), true)) << "and no question";
+    EXPECT_TRUE(motor().HayRangoPorFecha());
+    EXPECT_EQ(mostrado(), "16/11/2026 09:00");
+    EXPECT_EQ(oficina.agenda(1)->rowCount(), 1);
+}
+
+// Hours that are none of the day's are kept by other programs, and by the card.
+TEST_F(MotorTest, TheArrowsLeaveADayWhateverItsHours)
+{
+    for (const char *hora : {"", "09:00", "99:99"})
+        oficina.linea(1, Lunes, hora);
+    for (const char *hora : {"", "99:99"})
+        oficina.linea(1, Lunes.addDays(1), hora);
+    oficina.linea(1, Lunes.addDays(-3), "10:00");
+    oficina.linea(1, Lunes.addDays(2), "11:00");
+    motor().RangoPorFecha(Lunes);
+    EXPECT_TRUE(motor().AnteriorDia());
+    EXPECT_EQ(mostrado(), "13/11/2026 10:00");
+    EXPECT_FALSE(motor().AnteriorDia());
+    EXPECT_EQ(mostrado(), "13/11/2026 10:00");
+    motor().RangoPorFecha(Lunes.addDays(1));
+    EXPECT_TRUE(motor().TablaActual().isEmpty());
+    EXPECT_TRUE(motor().AnteriorDia());
+    EXPECT_EQ(mostrado(), "16/11/2026 09:00");
+    motor().RangoPorFecha(Lunes.addDays(1));
+    EXPECT_TRUE(motor().SiguienteDia());
+    EXPECT_EQ(mostrado(), "18/11/2026 11:00");
+}
+
+// An index of that name may be on the date alone, in a table of the host.
+TEST(MotorOrden, DaysCanBeShownAfterOrderingByDate)
+{
+    OficinaDePrueba oficina;
+    dataset::DbfTable tabla(oficina.Aliases);
+    tabla.setDatabaseName("NOTARIO1");
+    tabla.setTableName("DELHOST");
+    tabla.addIndexDefinition("FECHA", "FECHA");
+    tabla.createFile(CamposAgendaN());
+    tabla.open();
+    TClassAgendaN motor(nullptr, nullptr, {&tabla}, nullptr);
+    motor.SincronizarTablasAFecha(Lunes, false);
+    const int lineas = tabla.rowCount();
+    tabla.setIndexFieldNames("FECHA"); // as the host may
+    EXPECT_FALSE(motor.HayRangoPorFecha()) << "the range went with the order";
+    motor.OrdenarListaPorFecha();
+    EXPECT_TRUE(motor.RangoPorFecha(Lunes));
+    motor.OrdenarListaPorFecha();
+    EXPECT_TRUE(motor.HayRangoPorFecha()) << "nothing to order";
+    EXPECT_EQ(tabla.rowCount(), lineas);
+    EXPECT_EQ(tabla.field(u"HORA").asText(), "09:00");
+}
+
+TEST(MotorVarios, OneNotarysFailureDoesNotKeepTheOthersFromTheDate)
+{
+    OficinaDePrueba oficina(3);
+    for (int notario = 1; notario <= 3; ++notario)
+        oficina.linea(notario, Lunes, "09:00");
+    TClassAgendaN motor(nullptr, nullptr, {}, nullptr);
+    motor.Tabla(2)->close();
+    QString aviso;
+    try {
+        motor.SincronizarTablasAFecha(Lunes, true);
+    } catch (const dataset::EDatabaseError &error) {
+        aviso = error.text();
+    }
+    EXPECT_EQ(aviso, "No se ha podido mostrar el 16/11/2026 en todas las agendas:\n"
+                     "Benito Ruiz: La tabla no está abierta");
+    for (const int notario : {1, 3})
+        EXPECT_TRUE(motor.Tabla(notario)->hasRange()) << notario;
+    EXPECT_EQ(&motor.TablaActual(), motor.Tabla(1));
+}
+
 /// A window that only notes what the engine does with it.
 struct FichaDeNotas : IFichaAgendaN {
     explicit FichaDeNotas(QStringList &notas)

@@ -3,6 +3,8 @@
 #include "dataset/DatabaseError.h"
 #include "tests/agendan/Motor.h"
 
+#include <functional>
+
 namespace
 {
 
@@ -214,36 +216,134 @@ TEST_F(LineasTest, AnErrorWhilePostingTheCopyPassesOn)
     EXPECT_TRUE(motor().CopiarCita(Lunes.addDays(1)));
 }
 
-TEST_F(LineasTest, SeveralLinesAreOneCommitAndNameThoseThatFail)
+class VariasTest : public LineasTest
 {
+protected:
+    VariasTest()
+        : otro(oficina.agenda(1))
+    {
+        for (const int fila : {2, 0, 1})
+            lineas << tabla().seen(tabla().bookmarkAt(fila));
+    }
+    void otroVaA(const char *hora)
+    {
+        otro->refresh();
+        EXPECT_TRUE(otro->locate({{"FECHA", Lunes}, {"HORA", hora}}, dataset::SearchMode::exact));
+    }
+    void otroEscribe(const char *hora, const char *concepto)
+    {
+        otroVaA(hora);
+        otro->edit();
+        otro->field(u"CONCEPTO").setText(concepto);
+        otro->post();
+    }
+    [[nodiscard]] QStringList fallidas(const TClassAgendaN::TFallidas &varias)
+    {
+        QStringList textos;
+        for (const auto &una : varias)
+            textos << tabla().textOf(una.Linea, tabla().fieldIndex(u"HORA")) + u' ' +
+                          una.Causa.section(QStringLiteral(": "), -1);
+        return textos;
+    }
     const QDate martes = Lunes.addDays(1);
-    QList<dataset::Bookmark> lineas;
-    for (const int fila : {2, 0, 1})
-        lineas << tabla().bookmarkAt(fila);
-    const auto otro = oficina.agenda(1);
-    otro->locate({{"FECHA", Lunes}, {"HORA", "09:00"}}, dataset::SearchMode::exact);
-    otro->remove();
+    std::unique_ptr<dataset::DbfTable> otro;
+    TClassAgendaN::TLineas lineas; ///< 11:00, 09:00, 10:00
+};
+
+TEST_F(VariasTest, OnlyWhatWasSeenIsDeletedCopiedAndMoved)
+{
+    const QString cambiada = "09:00 Otro puesto ha cambiado la línea mientras tanto";
+    const struct {
+        const char *que;
+        std::function<TClassAgendaN::TFallidas()> orden;
+        QStringList lunes, martes;
+    } casos[] = {
+        {"copied",
+         [&] { return motor().CopiarLineas(lineas, martes); },
+         {"09:00 De otro N", "10:00 Poder N", "11:00 Acta N"},
+         {"09:00 Otro día N", "10:00 Poder N", "11:00 Acta N"}},
+        {"marked",
+         [&] { return motor().MarcarSalidas(lineas); },
+         {"09:00 De otro N", "10:00 [SALIDA]Poder S", "11:00 [SALIDA]Acta S"},
+         {"09:00 Otro día N", "10:00 Poder N", "11:00 Acta N"}},
+        {"moved",
+         [&] { return motor().MoverLineas(lineas, martes); },
+         {"09:00 De otro N"},
+         {"09:00 Otro día N", "10:00 Poder N", "10:00 [SALIDA]Poder S", "11:00 Acta N",
+          "11:00 [SALIDA]Acta S"}},
+    };
+    otroEscribe("09:00", "De otro");
+    for (const auto &caso : casos) {
+        EXPECT_EQ(fallidas(caso.orden()), QStringList{cambiada}) << caso.que;
+        EXPECT_EQ(oficina.dia(1, Lunes), caso.lunes) << caso.que;
+        EXPECT_EQ(oficina.dia(1, martes), caso.martes) << caso.que;
+        EXPECT_FALSE(tabla().isEditing());
+        for (const int i :
+             {0, 2}) // the clerk sees what his command has done; of the other line he has not looked
+            lineas[i] = tabla().seen(lineas.at(i).bookmark());
+    }
+    motor().RangoPorFecha(martes);
+    lineas = {tabla().seen(tabla().bookmarkAt(0)), tabla().seen(tabla().bookmarkAt(1))};
+    otro->locate({{"FECHA", martes}, {"HORA", "09:00"}}, dataset::SearchMode::exact);
+    otro->edit();
+    otro->field(u"HORA").setText("13:00");
+    otro->post();
+    EXPECT_EQ(fallidas(motor().BorrarLineas(lineas)), QStringList{cambiada});
+    EXPECT_EQ(oficina.dia(1, martes).size(), 4);
+}
+
+TEST_F(VariasTest, AreOneCommitOrOneEach)
+{
     const auto lineasEnElFichero = [&] {
         return support::readFile(oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").substr(4, 4);
     };
+    // Another workstation that looks at any moment sees the line on one day, and on one only.
+    const auto enElOtro = [&] {
+        otro->cancelRange();
+        otro->refresh();
+        return otro->rowCount();
+    };
+    int vistas = enElOtro();
+    EXPECT_EQ(vistas, 4);
     const std::string antes = lineasEnElFichero();
-    int juntas = 0;
-    const auto fallidas = motor().PorCadaLinea(lineas, [&] {
-        juntas += lineasEnElFichero() == antes ? 1 : 0;
-        return motor().CopiarCita(martes);
-    });
-    EXPECT_EQ(fallidas, QList<dataset::Bookmark>{lineas.at(1)});
-    EXPECT_EQ(motor().TomaError(), "Otro puesto ha borrado la línea mientras tanto");
-    EXPECT_EQ(juntas, 2);
-    EXPECT_EQ(oficina.dia(1, martes), (QStringList{"09:00 Otro día N", "10:00 Poder N", "11:00 Acta N"}));
+    EXPECT_TRUE(motor().MoverLineas({lineas.at(1)}, martes).isEmpty());
+    EXPECT_NE(lineasEnElFichero(), antes);
+    EXPECT_EQ(enElOtro(), 4);
+    EXPECT_EQ(oficina.dia(1, martes), (QStringList{"09:00 Otro día N", "09:00 Firma N"}));
 
-    // A line that another workstation keeps stays; the others go.
-    otro->locate({{"FECHA", Lunes}, {"HORA", "10:00"}}, dataset::SearchMode::exact);
+    // A line that another workstation keeps, or has deleted, stays as it is; the other one goes, and has no
+    // twin.
+    otroVaA("10:00");
     otro->edit();
-    EXPECT_EQ(motor().PorCadaLinea({lineas.at(0), lineas.at(2)}, [&] { return motor().Borrar(false); }),
-              QList<dataset::Bookmark>{lineas.at(2)});
-    EXPECT_FALSE(motor().TomaError().isEmpty());
+    EXPECT_EQ(fallidas(motor().MoverLineas({lineas.at(0), lineas.at(1), lineas.at(2)}, martes)),
+              (QStringList{"09:00 Otro puesto ha borrado la línea mientras tanto",
+                           "10:00 otro puesto está usando la línea 2"}));
     EXPECT_EQ(oficina.dia(1, Lunes), QStringList{"10:00 Poder N"});
+    EXPECT_EQ(oficina.dia(1, martes), (QStringList{"09:00 Otro día N", "09:00 Firma N", "11:00 Acta N"}));
+    EXPECT_EQ(fallidas(motor().BorrarLineas({lineas.at(2)})),
+              QStringList{"10:00 otro puesto está usando la línea 2"});
+    otro->cancel();
+
+    // A table that takes no changes loses nothing, and every line is named.
+    otro->beginGroup();
+    EXPECT_EQ(motor().MoverLineas({lineas.at(2), lineas.at(2)}, martes).size(), 2);
+    otro->dropGroup();
+    EXPECT_EQ(oficina.dia(1, Lunes), QStringList{"10:00 Poder N"});
+    EXPECT_TRUE(motor().BorrarLineas({lineas.at(2)}).isEmpty());
+}
+
+TEST_F(LineasTest, AbsenceWithoutADayMarksNothing)
+{
+    oficina.linea(1, QDate(), "09:00", "Sin fecha");
+    motor().CancelaRangoPorFecha();
+    tabla().refresh();
+    tabla().first();
+    EXPECT_EQ(tabla().field(u"CONCEPTO").asText(), "Sin fecha");
+    tabla().setTag(1); // as after a range that somebody else has dropped
+    EXPECT_FALSE(motor().HayRangoPorFecha());
+    EXPECT_FALSE(motor().Ausente());
+    EXPECT_EQ(oficina.dia(1, Lunes).first(), "09:00 Firma N");
+    EXPECT_EQ(tabla().field(u"CONCEPTO").asText(), "Sin fecha");
 }
 
 } // namespace

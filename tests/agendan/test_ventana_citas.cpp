@@ -189,16 +189,98 @@ TEST_F(CitasTest, ALineWithoutItsCopyIsNotDeletedAndIsNamed)
         de("10:00");
         otro->remove(); // deleted elsewhere: cannot be copied
         de("11:00");
-        otro->edit(); // in use elsewhere: copied, but cannot be deleted
+        otro->edit(); // in use elsewhere: cannot be deleted, and so is not copied
         oficina.Mensaje.espera(
             {"No se ha podido mover:\n10:00\nOtro puesto ha borrado la línea mientras "
-             "tanto\n\nSe ha copiado, pero sigue también en este día:\n11:00 Núñez, Ana\n" +
+             "tanto\n11:00 Núñez, Ana\n" +
                  QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string()) +
                  ": otro puesto está usando la línea 3",
              " ATENCIÓN:"});
         comando("AMoverCita");
-        EXPECT_EQ(escritas(Jueves), (QStringList{"11:00", "12:00"}));
+        EXPECT_EQ(escritas(Jueves), QStringList{"12:00"});
         EXPECT_EQ(oficina.dia(1, Lunes), (QStringList{"09:00 09:00 N", "11:00 11:00 N"}));
+    });
+}
+
+// The question is about what the clerk saw: what a colleague books meanwhile is neither deleted nor moved.
+TEST_F(CitasTest, WhatAColleagueWritesUnderTheQuestionIsNotDeletedNorMoved)
+{
+    const auto otro = oficina.agenda(1);
+    const auto reserva = [&](const char *hora) {
+        otro->refresh();
+        otro->locate({{"FECHA", Lunes}, {"HORA", hora}}, dataset::SearchMode::exact);
+        otro->edit();
+        otro->field(u"CONCEPTO").setText("De otro");
+        otro->post();
+    };
+    const auto dos = [&](int una, int otra) {
+        pulsa(una);
+        pulsa(otra, Qt::ControlModifier);
+    };
+    const QString causa = "Otro puesto ha cambiado la línea mientras tanto";
+    enVentana([&] {
+        dos(0, 1);
+        oficina.Mensaje.espera(
+            {"¿Desea borrar las citas seleccionadas?", " ATENCIÓN", 1, {}, [&] { reserva("10:00"); }});
+        oficina.Mensaje.espera({"No se ha podido borrar:\n10:00\n" + causa, " ATENCIÓN:"});
+        tecla(Qt::Key_Delete);
+        EXPECT_EQ(oficina.dia(1, Lunes), (QStringList{"10:00 De otro N", "11:00 11:00 N", "12:00 12:00 N"}));
+        EXPECT_EQ(celda(0, 1), "De otro") << "shown as it now is";
+
+        oficina.Rut.FechaElegida = Jueves;
+        oficina.Rut.Entretanto = [&] { reserva("11:00"); };
+        dos(1, 2);
+        oficina.Mensaje.espera({"No se ha podido mover:\n11:00\n" + causa, " ATENCIÓN:"});
+        comando("AMoverCita");
+        EXPECT_EQ(escritas(Jueves), QStringList{"12:00"});
+        EXPECT_EQ(oficina.dia(1, Lunes), (QStringList{"10:00 De otro N", "11:00 De otro N"}));
+        EXPECT_EQ(celda(1, 1), "De otro");
+
+        // One line alone, by the same rule.
+        oficina.Rut.Entretanto = {};
+        pulsa(1);
+        oficina.Mensaje.espera(
+            {"¿Desea borrar la cita de las 11:00 de la base de datos?", " ATENCIÓN", 1, {}, [&] {
+                 otro->edit();
+                 otro->field(u"CONCEPTO").setText("Otra vez");
+                 otro->post();
+             }});
+        oficina.Mensaje.espera(
+            {"No se ha podido borrar la cita.\n" +
+                 QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string()) +
+                 ": otro puesto ha cambiado la línea mientras tanto",
+             " ATENCIÓN:"});
+        tecla(Qt::Key_Delete);
+        EXPECT_EQ(celda(1, 1), "Otra vez");
+    });
+}
+
+// A line that a colleague moves to another day is not under the keys any more, before and after a refresh.
+TEST_F(CitasTest, ALineMovedElsewhereIsNotUnderTheKeysAnyMore)
+{
+    const auto otro = oficina.agenda(1);
+    const auto alJueves = [&](const char *hora) {
+        otro->refresh();
+        otro->locate({{"FECHA", Lunes}, {"HORA", hora}}, dataset::SearchMode::exact);
+        otro->edit();
+        otro->field(u"FECHA").setDate(Jueves);
+        otro->post();
+    };
+    enVentana([&] {
+        pulsa(1);
+        alJueves("10:00");
+        refresca();
+        compruebaSitio("11:00");
+        oficina.Mensaje.espera({"¿Desea borrar la cita de las 11:00 de la base de datos?", " ATENCIÓN", 0});
+        tecla(Qt::Key_Delete);
+        alJueves("11:00");
+        oficina.Mensaje.espera({"¿Desea borrar la cita de las 11:00 de la base de datos?", " ATENCIÓN", 1});
+        oficina.Mensaje.espera({"No se ha podido borrar la cita.\n"
+                                "Otro puesto ha cambiado de sitio la línea mientras tanto",
+                                " ATENCIÓN:"});
+        tecla(Qt::Key_Delete);
+        compruebaSitio("12:00");
+        EXPECT_EQ(oficina.dia(1, Jueves), (QStringList{"10:00 10:00 N", "11:00 11:00 N"}));
     });
 }
 
@@ -261,9 +343,11 @@ TEST_F(CitasTest, ADateThatWasTypedCountsBeforeACommand)
         std::filesystem::remove(oficina.carpetaDe("ZENTRA") / "VA_COMUN.DBF");
         fecha().selectAll();
         teclea("25/11/2026");
-        oficina.Mensaje.espera(
-            {QString::fromStdString(oficina.carpetaDe("ZENTRA").string()) + ": no existe la tabla VA_COMUN",
-             " ATENCIÓN:"});
+        const QString causa =
+            QString::fromStdString(oficina.carpetaDe("ZENTRA").string()) + ": no existe la tabla VA_COMUN";
+        oficina.Mensaje.espera({"No se ha podido mostrar el 25/11/2026 en todas las agendas:\nAna Núñez: " +
+                                    causa + "\nBenito Ruiz: " + causa,
+                                " ATENCIÓN:"});
         comando("AAusente");
         EXPECT_EQ(oficina.dia(1, Jueves), QStringList{"17:00 Del jueves N"});
     });

@@ -177,6 +177,41 @@ TEST_F(EdicionTest, ALineInUseElsewhereIsSaidAndLeft)
     });
 }
 
+// What a colleague wrote since the line was drawn is shown, and nothing is typed over it unseen.
+TEST_F(EdicionTest, ALetterIsNotTypedOverWhatWasNotSeen)
+{
+    const auto otro = oficina.agenda(1);
+    const auto escribeOtro = [&](int fila, const char *concepto) {
+        otro->refresh();
+        otro->setCurrentRow(fila);
+        otro->edit();
+        otro->field(u"CONCEPTO").setText(concepto);
+        otro->post();
+    };
+    const QString causa = "Otro puesto ha cambiado la línea mientras tanto";
+    enVentana([&] {
+        pulsa(0);
+        escribeOtro(0, "De otro");
+        oficina.Mensaje.espera({"No se ha podido modificar la cita.\n" + causa, " ATENCIÓN:"});
+        teclea("A");
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !oficina.Mensaje.pendientes(); }));
+        EXPECT_EQ(tabla().state(), State::browse);
+        EXPECT_FALSE(rejilla().isEditorOpen());
+        EXPECT_EQ(celda(0, 1), "De otro");
+        EXPECT_EQ(oficina.dia(1, Lunes).first(), "09:00 De otro N");
+        teclea("Ya");
+        tecla(Qt::Key_Return);
+        EXPECT_EQ(oficina.dia(1, Lunes).first(), "09:00 Ya N");
+
+        // A mark, too, is put on what was seen.
+        pulsa(2);
+        escribeOtro(2, "Lo de otro");
+        oficina.Mensaje.espera({"No se ha podido marcar la salida.\n" + causa, " ATENCIÓN:"});
+        comando("ASalida");
+        EXPECT_EQ(oficina.dia(1, Lunes).last(), "11:00 Lo de otro N");
+    });
+}
+
 TEST_F(EdicionTest, TheRefreshShowsOthersLinesAndDisturbsNoEdit)
 {
     enVentana([&] {

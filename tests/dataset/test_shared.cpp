@@ -5,6 +5,8 @@
 
 #include <QtTest/QSignalSpy>
 
+#include <functional>
+
 namespace
 {
 
@@ -150,8 +152,10 @@ TEST_F(SharedTest, AnEditIsNeverDisturbedAndNeverStale)
         EDatabaseError);
     EXPECT_EQ(mine->state(), DataSet::State::browse);
     theirs->post();
-    mine->edit();
+    EXPECT_THROW(mine->edit(), EDatabaseError) << "not what has been shown until now";
+    EXPECT_EQ(mine->state(), DataSet::State::browse);
     EXPECT_EQ(concept_(*mine), "suya") << "edit() reads the record afresh";
+    mine->edit();
     mine->field(u"HORA").setText("09:05");
     addLine(*theirs, day(1), "08:00", "antes");
     mine->refresh();
@@ -283,6 +287,195 @@ TEST_F(SharedTest, OnlyTheLineThatWasSeenIsDeleted)
     theirs->remove();
     EXPECT_TRUE(refusal().contains("otro puesto ha borrado la línea mientras tanto"));
     EXPECT_TRUE(mine->isEmpty()) << "and it is gone from what is shown";
+}
+
+/// What an operation is refused with; empty when it is not.
+template <class Work> std::string conflictOf(Work &&work)
+{
+    try {
+        work();
+    } catch (const EDatabaseError &error) {
+        EXPECT_EQ(error.kind(), dbase::ErrorKind::conflict) << error.what();
+        return error.what();
+    }
+    return {};
+}
+
+TEST_F(SharedTest, ALineThatHasLeftTheRangeIsNotCurrentAnyMore)
+{
+    const auto theyMove = [&](const QString &hour, QDate to) {
+        theirs->locate({{"FECHA", day(1)}, {"HORA", hour}}, SearchMode::exact);
+        theirs->edit();
+        theirs->field(u"FECHA").setDate(to);
+        theirs->post();
+    };
+    // How the news come in: by itself, at an edit, at a deletion, and for a line that was gone to unawares.
+    const struct {
+        QString moved;
+        std::function<void()> meets;
+        std::string refusal;
+        QString stands;
+    } cases[] = {
+        {"09:30", [&] { mine->refresh(); }, "", "10:00"},
+        {"10:00", [&] { mine->edit(); }, "ha cambiado de sitio", "10:30"},
+        {"10:30", [&] { mine->remove(); }, "ha cambiado de sitio", "09:00"},
+    };
+    for (const auto &c : cases) {
+        mine->locate({{"FECHA", day(1)}, {"HORA", c.moved}}, SearchMode::exact);
+        ASSERT_EQ(concept_(*mine), c.moved);
+        QSignalSpy current(mine.get(), &DataSet::currentChanged);
+        theyMove(c.moved, day(2));
+        const std::string refusal = conflictOf(c.meets);
+        EXPECT_EQ(refusal.empty(), c.refusal.empty()) << refusal;
+        EXPECT_NE(refusal.find(c.refusal), std::string::npos) << refusal;
+        EXPECT_EQ(concept_(*mine), c.stands);
+        EXPECT_EQ(mine->currentRow(), mine->rowOf(mine->bookmark()));
+        EXPECT_GE(mine->currentRow(), 0);
+        EXPECT_EQ(mine->state(), DataSet::State::browse);
+        EXPECT_EQ(current.count(), 1);
+    }
+    const Bookmark last = mine->bookmarkAt(0);
+    theyMove("09:00", day(2));
+    EXPECT_TRUE(mine->goToBookmark(last)); // reads that it is elsewhere by now
+    mine->refresh();
+    EXPECT_TRUE(mine->isEmpty() && mine->bof() && mine->eof());
+    EXPECT_EQ(mine->bookmark(), 0U);
+    // What one goes to outside the range, or moves out of it oneself, stays current.
+    mine->locate({{"FECHA", day(2)}, {"HORA", "09:30"}}, SearchMode::exact);
+    addLine(*theirs, day(4), "09:30", "news");
+    mine->refresh();
+    EXPECT_EQ(concept_(*mine), "09:30");
+    rangeOfDay(*mine, day(2));
+    mine->edit();
+    mine->field(u"FECHA").setDate(day(5));
+    mine->post();
+    addLine(*theirs, day(4), "10:00", "more");
+    mine->refresh();
+    EXPECT_EQ(mine->field(u"FECHA").asDate(), day(5));
+    theirs->cancelRange();
+    theirs->first();
+    EXPECT_EQ(theirs->rowCount(), 6) << "nothing was deleted";
+}
+
+TEST_F(SharedTest, WhatWasNotSeenIsNeitherChangedNorDeleted)
+{
+    const auto theyWrite = [&](Bookmark line, const char *field, const QVariant &value) {
+        theirs->goToBookmark(line);
+        theirs->edit(EditOf::fresh);
+        if (value.isValid())
+            theirs->field(QString(field)).setValue(value);
+        else
+            theirs->remove();
+        theirs->post();
+    };
+    const QString changed = "Otro puesto ha cambiado la línea mientras tanto";
+    const QString moved = "Otro puesto ha cambiado de sitio la línea mientras tanto";
+    const QString deleted = "Otro puesto ha borrado la línea mientras tanto";
+    const struct {
+        const char *field; ///< what they write between the look and the command
+        QVariant value;
+        bool refreshed;   ///< the news have come in before the command is run
+        bool cursorThere; ///< the line is the current one when it is seen
+        QString refusal;
+    } cases[] = {
+        {"VEZ", {}, false, false, ""},
+        {"VEZ", {}, true, true, ""},
+        {"CONCEPTO", "suya", false, false, changed},
+        {"CONCEPTO", "suya", true, false, changed},
+        {"CONCEPTO", "suya", false, true, changed},
+        {"CONCEPTO", "suya", true, true, changed},
+        {"FECHA", day(2), false, false, moved},
+        {"FECHA", day(2), true, true, moved},
+        {"HORA", "", false, true, deleted},
+        {"HORA", "", true, false, deleted},
+    };
+    int hour = 0;
+    for (const auto &c : cases) {
+        for (const bool deletes : {false, true}) {
+            const QString own = QString("2%1:%2").arg(hour / 10).arg(hour % 10, 2, 10, QChar('0'));
+            ++hour;
+            addLine(*theirs, day(1), own, "vista");
+            theirs->locate({{"FECHA", day(1)}, {"HORA", own}}, SearchMode::exact);
+            const Bookmark line = theirs->bookmark();
+            mine->refresh();
+            mine->setCurrentRow(c.cursorThere ? mine->rowOf(line) : 0);
+            EXPECT_EQ(mine->textAt(mine->rowOf(line), 2), "vista");
+            const SeenRecord seen = mine->seen(line);
+            EXPECT_EQ(seen.bookmark(), line);
+            if (!c.refusal.isEmpty())
+                theyWrite(line, c.field, c.refusal == deleted ? QVariant() : c.value);
+            if (c.refreshed)
+                mine->refresh();
+            EXPECT_EQ(mine->textOf(seen, 2), "vista") << "an image stays what it is";
+            const std::string refusal = conflictOf([&] { deletes ? mine->remove(seen) : mine->edit(seen); });
+            EXPECT_EQ(QString::fromStdString(refusal), c.refusal) << own.toStdString();
+            if (c.refusal == changed) {
+                EXPECT_EQ(mine->bookmark(), line);
+                EXPECT_EQ(concept_(*mine), "suya") << "shown as it now is";
+            }
+            if (c.refusal.isEmpty()) {
+                EXPECT_EQ(mine->rowOf(line) < 0, deletes);
+            }
+            if (c.refusal.isEmpty() && !deletes) {
+                EXPECT_EQ(mine->state(), DataSet::State::edit);
+                mine->field(u"CONCEPTO").setText("mía");
+                mine->post();
+                EXPECT_EQ(concept_(*mine), "mía");
+            }
+            EXPECT_EQ(mine->state(), DataSet::State::browse);
+        }
+    }
+    // In a group, too, and without an end of it for the others.
+    const SeenRecord first = mine->seen(mine->bookmarkAt(0));
+    const SeenRecord second = mine->seen(mine->bookmarkAt(1));
+    const int rows = mine->rowCount();
+    theyWrite(first.bookmark(), "CONCEPTO", "suya");
+    CommitGroup group(*mine);
+    EXPECT_EQ(QString::fromStdString(conflictOf([&] { mine->remove(first); })), changed);
+    mine->remove(second);
+    group.commit();
+    EXPECT_EQ(mine->rowCount(), rows - 1);
+    EXPECT_EQ(mine->textAt(0, 2), "suya");
+    EXPECT_THROW(mine->remove(SeenRecord()), EDatabaseError);
+    EXPECT_EQ(mine->seen(0).bookmark(), 0U);
+}
+
+// Of lines shown long ago only a digest is kept.
+TEST_F(SharedTest, WhatWasSeenLongAgoIsStillKnownFromWhatIsThereNow)
+{
+    for (int i = 0; i < 1200; ++i)
+        addLine(*theirs, day(2), "12:00", QString::number(i));
+    rangeOfDay(*mine, day(2));
+    for (int row = 0; row < mine->rowCount(); ++row)
+        static_cast<void>(mine->textAt(row, 2));
+    const Bookmark same = mine->bookmarkAt(600);
+    const Bookmark other = mine->bookmarkAt(601);
+    theirs->goToBookmark(other);
+    theirs->edit();
+    theirs->field(u"CONCEPTO").setText("suya");
+    theirs->post();
+    const SeenRecord seenSame = mine->seen(same);
+    const SeenRecord seenOther = mine->seen(other);
+    EXPECT_NE(conflictOf([&] { mine->remove(seenOther); }), "");
+    EXPECT_EQ(concept_(*mine), "suya");
+    EXPECT_EQ(conflictOf([&] { mine->remove(seenSame); }), "");
+    EXPECT_EQ(mine->rowCount(), 1199);
+}
+
+TEST_F(SharedTest, AnEditOfTheFreshLineTakesInWhatOthersHaveWritten)
+{
+    const Bookmark line = mine->bookmark();
+    theirs->goToBookmark(line);
+    theirs->edit();
+    theirs->field(u"CONCEPTO").setText("suya");
+    theirs->post();
+    mine->edit(EditOf::fresh);
+    EXPECT_EQ(concept_(*mine), "suya");
+    mine->field(u"VEZ").setInteger(3);
+    mine->post();
+    EXPECT_EQ(concept_(*mine), "suya");
+    theirs->refresh();
+    EXPECT_EQ(theirs->field(u"VEZ").asInteger(), 3);
 }
 
 } // namespace

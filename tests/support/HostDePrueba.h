@@ -22,6 +22,8 @@ public:
         QString Titulo;
         int Respuesta = 0;
         QString Texto2 = QString(); // an initialiser, so that it may be left out
+        /// What others do while the box stands open.
+        std::function<void()> Entretanto = {};
     };
     ~MensajeDePrueba() override
     {
@@ -58,6 +60,8 @@ private:
         EXPECT_EQ(texto, esperado.Texto);
         EXPECT_EQ(texto2, esperado.Texto2);
         EXPECT_EQ(titulo, esperado.Titulo);
+        if (esperado.Entretanto)
+            esperado.Entretanto();
         return esperado.Respuesta;
     }
     std::deque<Esperado> m_esperados;
@@ -75,6 +79,8 @@ public:
         EXPECT_EQ(indicacion, "Fecha de la agenda");
         EXPECT_EQ(titulo, "Agenda del día:");
         FechaOfrecida = fecha;
+        if (Entretanto)
+            Entretanto();
         if (FechaElegida.isValid())
             fecha = FechaElegida;
         return FechaElegida.isValid();
@@ -92,8 +98,9 @@ public:
             ADD_FAILURE() << "unexpected preview";
     }
     QDate FechaOfrecida;
-    QDate FechaElegida;     ///< invalid: the user cancels
-    QString OficialElegido; ///< null: the user cancels
+    QDate FechaElegida;               ///< invalid: the user cancels
+    std::function<void()> Entretanto; ///< what others do while the date is asked for
+    QString OficialElegido;           ///< null: the user cancels
     std::function<void(report::Report &)> EnVisualizador;
 };
 

@@ -1,0 +1,121 @@
+// Choosing what of a table is seen, while the disk or the locks fail: the old choice stays, whole.
+
+#include "dataset/DatabaseError.h"
+#include "tests/dataset/Tables.h"
+#include "tests/driver/FileCalls.h"
+
+#include <QtTest/QSignalSpy>
+
+#include <cerrno>
+#include <functional>
+
+namespace
+{
+
+using namespace dataset;
+using namespace support;
+namespace filecalls = driver::filecalls;
+
+class FailingRanges : public testing::Test
+{
+protected:
+    FailingRanges()
+    {
+        filecalls::watch(shared.file().parent_path(), false);
+        table = shared.opened();
+        for (const int date : {1, 2})
+            for (const char *hour : {"09:00", "09:30", "10:00"})
+                addLine(*table, day(date), hour, QString("%1 %2").arg(date).arg(hour));
+    }
+    ~FailingRanges() override { filecalls::unwatch(); }
+    [[nodiscard]] QString state() const
+    {
+        QStringList lines{table->indexFieldNames(), table->hasRange() ? "range" : "all", concept_(*table),
+                          QString::number(table->currentRow())};
+        for (int row = 0; row < table->rowCount(); ++row)
+            lines << table->textAt(row, 2);
+        return lines.join("; ");
+    }
+    SharedTable shared;
+    std::unique_ptr<DbfTable> table;
+};
+
+TEST_F(FailingRanges, LeaveWhatWasSeenBefore)
+{
+    const struct {
+        const char *what;
+        std::function<void()> prepare;
+        std::function<void()> choose;
+        QString done;
+    } cases[] = {
+        {"another day", [&] { rangeOfDay(*table, day(1)); }, [&] { rangeOfDay(*table, day(2)); },
+         "FECHA;HORA; range; 2 09:00; 0; 2 09:00; 2 09:30; 2 10:00"},
+        {"the whole table, from an empty day", [&] { rangeOfDay(*table, QDate(2026, 2, 1)); },
+         [&] { table->cancelRange(); },
+         "FECHA;HORA; all; 1 09:00; 0; 1 09:00; 1 09:30; 1 10:00; 2 09:00; 2 09:30; 2 10:00"},
+        {"another order", [&] { rangeOfDay(*table, day(2)); }, [&] { table->setIndexFieldNames("CONCEPTO"); },
+         "CONCEPTO; all; 2 09:00; 3; 1 09:00; 1 09:30; 1 10:00; 2 09:00; 2 09:30; 2 10:00"},
+    };
+    for (const auto &c : cases) {
+        int refused = 0;
+        for (const filecalls::Call call : {filecalls::Call::read, filecalls::Call::lock}) {
+            for (int number = 1;; ++number) {
+                table->setIndexFieldNames("FECHA;HORA");
+                c.prepare();
+                const QString before = state();
+                const int current = table->currentRow();
+                QSignalSpy reset(table.get(), &DataSet::rowsReset);
+                QSignalSpy moved(table.get(), &DataSet::currentChanged);
+                filecalls::fail(filecalls::Fault{call, number, EIO, false, false});
+                bool failed = false;
+                try {
+                    c.choose();
+                } catch (const EDatabaseError &) {
+                    failed = true;
+                }
+                const bool met = filecalls::faultMet();
+                filecalls::fail({});
+                if (!met)
+                    break;
+                if (!failed)
+                    continue; // tried again, with success
+                ++refused;
+                EXPECT_EQ(state(), before) << c.what << ", call " << number;
+                EXPECT_EQ(table->currentRow(), current);
+                EXPECT_TRUE(reset.isEmpty() && moved.isEmpty()) << c.what << ", call " << number;
+            }
+        }
+        EXPECT_GT(refused, 0) << c.what << ": nothing has been tried";
+        c.choose();
+        EXPECT_EQ(state(), c.done);
+    }
+}
+
+TEST_F(FailingRanges, AnIndexThatCannotBeReadIsAFailureToldAndNothingMore)
+{
+    // A table that may not be written keeps an index of its own in memory, and makes it anew after a change.
+    const auto reader = shared.cursor();
+    reader->setOpenReadOnly(true);
+    reader->setIndexFieldNames("CONCEPTO");
+    reader->open();
+    EXPECT_EQ(concept_(*reader), "1 09:00");
+    addLine(*table, day(3), "09:00", "0");
+    reader->refresh();
+    reader->setIndexFieldNames("");
+    addLine(*table, day(3), "09:30", "00");
+    reader->refresh();
+    filecalls::fail(filecalls::Fault{filecalls::Call::read, 1, EIO, true, false});
+    try {
+        reader->setIndexFieldNames("CONCEPTO");
+        ADD_FAILURE() << "an order without an index";
+    } catch (const EDatabaseError &error) {
+        EXPECT_EQ(error.kind(), dbase::ErrorKind::inputOutput);
+    }
+    filecalls::fail({});
+    EXPECT_EQ(reader->indexFieldNames(), "");
+    reader->setIndexFieldNames("CONCEPTO");
+    reader->first();
+    EXPECT_EQ(concept_(*reader), "0");
+}
+
+} // namespace
