@@ -204,7 +204,8 @@ std::optional<QColor> TFFichaAgendaN::ColorDeLinea(int pestana, int linea) const
 {
     const DataSet *const tabla = DSAgendaN[static_cast<std::size_t>(pestana)]->activeDataSet();
     const int salida = tabla ? tabla->fieldIndex(u"SALIDA") : -1;
-    if (salida < 0 || linea >= tabla->rowCount() || tabla->textAt(linea, salida) != QLatin1String("S"))
+    const int fila = DBGAgendaN[static_cast<std::size_t>(pestana)]->dataRow(linea);
+    if (salida < 0 || fila < 0 || tabla->textAt(fila, salida) != QLatin1String("S"))
         return std::nullopt;
     return m_colorSalida;
 }

@@ -131,8 +131,14 @@ void TFFichaAgendaN::AbreCalendario()
 void TFFichaAgendaN::Imprime(void (TClassAgendaN::*informe)(QDate))
 {
     // A date typed and not left yet has been shown before: the sheet's title and its lines are of one day.
-    if (GetDatosAgendaN())
-        (m_motor->*informe)(Cad_Date(MEFecha->text()));
+    if (!GetDatosAgendaN())
+        return;
+    // An emptied field moves nothing, so the day shown is still the one meant.
+    if (MEFecha->isBlank())
+        ActualizaFecha();
+    if (MEFecha->isBlank())
+        MEFecha->setMaskedText(Date_Cad(m_motor->DiaPedido()));
+    (m_motor->*informe)(Cad_Date(MEFecha->text()));
 }
 
 void TFFichaAgendaN::SincronizaA(QDate fecha)
