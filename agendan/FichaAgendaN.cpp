@@ -124,6 +124,7 @@ void TFFichaAgendaN::ShowModal()
     setWindowModality(Qt::ApplicationModal);
     Coloca();
     LeeColorSalida();
+    MiraFueraDeHora();
     m_cerrada = false;
     show();
     activateWindow();
@@ -225,6 +226,7 @@ void TFFichaAgendaN::PCAgendaChange()
     ConGuarda([this] {
         m_motor->PonNotarioActual(Pestana() + 1);
         ActualizaFecha();
+        MiraFueraDeHora();
     });
     ADiaAnterior->setEnabled(true);
     ADiaSiguiente->setEnabled(true);
@@ -255,6 +257,7 @@ void TFFichaAgendaN::MEFechaExit()
     if (VerificaFecha(fecha)) {
         MEFecha->setMaskedText(fecha);
         m_fechaAtendida = ConGuarda([this, &fecha] { SincronizaA(Cad_Date(fecha)); });
+        MiraFueraDeHora();
         return;
     }
     m_fechaAtendida = false;

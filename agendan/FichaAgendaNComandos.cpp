@@ -22,6 +22,7 @@ bool TFFichaAgendaN::Ejecuta(TAlcance alcance, const TOrden &orden)
     static_cast<void>(m_motor->TomaError());
     ConGuarda(orden);
     LeeColorSalida();
+    MiraFueraDeHora();
     if (alcance == TAlcance::citas || !conFoco || !conFoco->isVisible())
         GetDBGAgendaN()->setFocus();
     return true;
@@ -121,6 +122,7 @@ void TFFichaAgendaN::AbreCalendario()
         connect(m_calendario, &dbcontrols::CalendarPopup::chosen, this, [this](QDate fecha) {
             if (m_motor && AceptaPendiente(Pestana()))
                 ConGuarda([this, fecha] { VeAlDia(fecha); });
+            MiraFueraDeHora();
             GetDBGAgendaN()->setFocus();
         });
     }
