@@ -1,12 +1,15 @@
 #include "agenda/ClaseConfAgendaN.h"
 
 #include "agenda/FicheroIni.h"
+#include "agenda/GuardaVentana.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
 
 #include <algorithm>
 #include <limits>
+#include <optional>
+#include <utility>
 
 std::unique_ptr<TClassConfAgendaN> goConfAgendaN;
 
@@ -43,10 +46,14 @@ int LeeDeComun(const QString &nombre, int porDefecto)
     const auto comun = AbreComun();
     if (!BuscaAjuste(*comun, nombre))
         return porDefecto;
+    const dataset::Field valor = comun->field(u"VALOR");
+    if (valor.asText().trimmed().isEmpty()) {
+        qWarning("The setting %s is blank", qUtf8Printable(nombre));
+        return porDefecto;
+    }
     try {
         using Limites = std::numeric_limits<int>;
-        return static_cast<int>(
-            std::clamp<qint64>(comun->field(u"VALOR").asInteger(), Limites::min(), Limites::max()));
+        return static_cast<int>(std::clamp<qint64>(valor.asInteger(), Limites::min(), Limites::max()));
     } catch (const dataset::EConvertError &error) {
         // Raised, it would shut the user out of the dialog in which the value can be put right.
         qWarning("The setting %s is not a number: %s", qUtf8Printable(nombre), error.what());
@@ -54,14 +61,20 @@ int LeeDeComun(const QString &nombre, int porDefecto)
     }
 }
 
+/// Into the record on which the search has left the table.
+void PonValor(dataset::DbfTable &comun, int valor)
+{
+    comun.edit(dataset::EditOf::fresh); // nobody looks at it
+    comun.field(u"VALOR").setInteger(valor);
+    TBPost(comun);
+}
+
 void EscribeEnComun(const QString &nombre, int valor)
 {
     const auto comun = AbreComun();
     if (!BuscaAjuste(*comun, nombre))
         return;
-    comun->edit(dataset::EditOf::fresh); // nobody looks at it
-    comun->field(u"VALOR").setInteger(valor);
-    TBPost(*comun);
+    PonValor(*comun, valor);
 }
 
 constexpr int UltimaHoraDeLista = 23; // of the dialog's lists, which begin with hour 1
@@ -74,6 +87,14 @@ int IndiceDeHora(int hora)
 TFicheroIni Fichero()
 {
     return TFicheroIni(Servicios().Config->GetPath() + QStringLiteral("CONFIG/VARIOS.INI"));
+}
+
+/// The settings of the file, in the order in which they are written.
+QList<TValorIni> DelFichero(TColor salida, int incremento, bool sincronizar)
+{
+    return {{SeccionColor, ClaveSalida, ColorATexto(salida)},
+            {SeccionIncremento, ClaveSalida, Int_Cad(incremento)},
+            {SeccionAgenda, ClaveSincronizar, Int_Cad(sincronizar ? 1 : 0)}};
 }
 
 } // namespace
@@ -147,12 +168,37 @@ void TClassConfAgendaN::FichaConfiguracion(QObject *propietario)
     ajustes.SincronizarDia = GetSincronizarDia();
     ajustes.SincronizarVisible =
         !propietario || qstrcmp(propietario->metaObject()->className(), "TFAgendaZen") != 0;
-    if (!m_vista->EditaAjustes(ajustes, propietario))
+    // What cannot be stored stays in the dialog, until it can be or the user gives it up.
+    while (m_vista->EditaAjustes(ajustes, propietario)) {
+        if (EjecutaConGuarda([&] { Guarda(ajustes); }))
+            return;
+    }
+}
+
+void TClassConfAgendaN::Guarda(const TAjustesEnPantalla &ajustes)
+{
+    const auto comun = AbreComun();
+    const std::pair<QString, int> deTabla[] = {{HoraInicio, ajustes.IndiceHoraComienzo + 1},
+                                               {HoraFin, ajustes.IndiceHoraFin + 1},
+                                               {Intervalo, Cad_Int(ajustes.IntervaloHoras)}};
+    // A value that stands there already needs no lock of the host's table.
+    std::optional<dataset::CommitGroup> grupo;
+    for (const auto &[nombre, valor] : deTabla) {
+        if (!BuscaAjuste(*comun, nombre) || comun->field(u"VALOR").asText().trimmed() == Int_Cad(valor))
+            continue;
+        if (!grupo)
+            grupo.emplace(*comun);
+        PonValor(*comun, valor);
+    }
+    TFicheroIni fichero = Fichero();
+    const QList<TValorIni> anteriores = DelFichero(GetColorSalida(), GetIncrementoMin(), GetSincronizarDia());
+    fichero.Escribe(DelFichero(ajustes.ColorSalida, Cad_Int(ajustes.IncrementoMin), ajustes.SincronizarDia));
+    if (!grupo)
         return;
-    SetColorSalida(ajustes.ColorSalida);
-    SetHoraInicio(ajustes.IndiceHoraComienzo + 1);
-    SetHoraFin(ajustes.IndiceHoraFin + 1);
-    SetIntervalo(Cad_Int(ajustes.IntervaloHoras));
-    SetIncrementoMin(Cad_Int(ajustes.IncrementoMin));
-    SetSincronizarDia(ajustes.SincronizarDia);
+    try {
+        grupo->commit();
+    } catch (...) {
+        fichero.Escribe(anteriores);
+        throw;
+    }
 }

@@ -40,13 +40,17 @@ public:
     [[nodiscard]] TColor GetColorSalida() const;
     void SetColorSalida(TColor color);
 
-    /// Shows the settings dialog and, when the user accepts, writes every setting. An hour that is none of 1
-    /// to 23 shows as no choice and is then stored as 0. Does nothing without a view.
+    /// Shows the settings dialog and, when the user accepts, writes every setting: those of VA_COMUN as one
+    /// change, those of the file as another, and of both none when either fails. Then the user is told and
+    /// the dialog comes back with what stood in it. An hour that is none of 1 to 23 shows as no choice and is
+    /// then stored as 0. Does nothing without a view.
     /// @param propietario  owner of the dialog; may be null. A window of the class TFAgendaZen has one agenda
     /// only and gets no choice about synchronising.
     void FichaConfiguracion(QObject *propietario);
 
 private:
+    void Guarda(const TAjustesEnPantalla &ajustes);
+
     IVistaConfiguracion *m_vista;
 };
 

@@ -144,17 +144,31 @@ template <class Intento> bool Insiste(Intento &&intento)
     return true;
 }
 
-/// @return nothing when there is no such file. @throws when it is there and cannot be read.
+/// @return nothing when there is no such file. @throws when it is there and cannot be read to its end: what
+/// is missing would be taken for settings that nobody has made, and lost with the next one that is set.
 std::optional<QByteArray> Contenido(const QString &ruta)
 {
-    QFile fichero(ruta);
-    if (!fichero.exists())
+    if (!QFile::exists(ruta))
         return {};
-    if (!Insiste([&] { return fichero.open(QIODevice::ReadOnly); }))
-        throw dataset::EDatabaseError(
-            dbase::Status(dbase::ErrorKind::inputOutput,
-                          "no se puede leer: " + fichero.errorString().toStdString(), ruta.toStdString()));
-    return fichero.readAll();
+    QByteArray contenido;
+    QString causa;
+    const bool leido = Insiste([&] {
+        QFile fichero(ruta);
+        if (!fichero.open(QIODevice::ReadOnly)) {
+            causa = fichero.errorString();
+            return false;
+        }
+        const qint64 tamanyo = fichero.size();
+        contenido = fichero.readAll();
+        causa = fichero.error() != QFileDevice::NoError
+                    ? fichero.errorString()
+                    : QStringLiteral("el fichero se acaba antes de tiempo");
+        return fichero.error() == QFileDevice::NoError && contenido.size() >= tamanyo;
+    });
+    if (!leido)
+        throw dataset::EDatabaseError(dbase::Status(
+            dbase::ErrorKind::inputOutput, "no se puede leer: " + causa.toStdString(), ruta.toStdString()));
+    return contenido;
 }
 
 } // namespace

@@ -28,6 +28,7 @@ public:
     explicit TFicheroIni(const QString &ruta);
 
     /// @return nothing when the file, the section or the key is missing.
+    /// @throws dataset::EDatabaseError when the file is there and cannot be read whole; so do all that read.
     [[nodiscard]] std::optional<QString> Lee(const QString &seccion, const QString &clave) const;
     /// @return the default also for a text that is not a number.
     [[nodiscard]] int LeeEntero(const QString &seccion, const QString &clave, int porDefecto) const;
@@ -35,7 +36,8 @@ public:
 
     /// Writes one value, making file, section and key when missing. A killed process leaves the old file or
     /// the new one.
-    /// @throws dataset::EDatabaseError when the file cannot be written.
+    /// @throws dataset::EDatabaseError when the file cannot be read whole, and is then left alone, or not be
+    /// written.
     void Escribe(const QString &seccion, const QString &clave, const QString &valor);
     /// The same for several values in one step: a killed process leaves all of them or none.
     void Escribe(const QList<TValorIni> &valores);

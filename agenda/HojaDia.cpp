@@ -2,6 +2,7 @@
 
 #include "agenda/Ruttb.h"
 
+#include <limits>
 #include <vector>
 
 namespace
@@ -52,7 +53,9 @@ void RecorreHuecos(const TParrilla &parrilla, const std::function<void(int, int)
         const int intervalo = parrilla.Intervalo();
         if (intervalo <= 0)
             return;
-        minuto += intervalo;
+        // Whatever number the office's table holds.
+        minuto = intervalo > std::numeric_limits<int>::max() - minuto ? std::numeric_limits<int>::max()
+                                                                      : minuto + intervalo;
         if (minuto > 59) {
             minuto -= 60;
             ++hora;

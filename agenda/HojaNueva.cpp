@@ -28,18 +28,27 @@ bool AnadeHueco(DataSet &tabla, QDate fecha, const QString &hora)
     }
 }
 
+QStringList HuecosDeAjustes()
+{
+    QStringList huecos;
+    RecorreHuecos(ParrillaDeAjustes(), [&huecos](int hora, int minuto) {
+        huecos << StrCeros(hora, 2) + u':' + StrCeros(minuto, 2);
+    });
+    return huecos;
+}
+
 /// @param hastaElPrimero  ends the sheet at the first line that cannot be added.
 /// @return the slots that could not be added.
-QStringList AnadeHuecos(DataSet &tabla, QDate fecha, bool hastaElPrimero)
+QStringList AnadeHuecos(DataSet &tabla, QDate fecha, const QStringList &huecos, bool hastaElPrimero)
 {
     QStringList perdidos;
-    RecorreHuecos(ParrillaDeAjustes(), [&](int hora, int minuto) {
-        if (hastaElPrimero && !perdidos.isEmpty())
-            return;
-        const QString hueco = StrCeros(hora, 2) + u':' + StrCeros(minuto, 2);
-        if (!AnadeHueco(tabla, fecha, hueco))
-            perdidos << hueco;
-    });
+    for (const QString &hueco : huecos) {
+        if (AnadeHueco(tabla, fecha, hueco))
+            continue;
+        perdidos << hueco;
+        if (hastaElPrimero)
+            break;
+    }
     return perdidos;
 }
 
@@ -65,13 +74,16 @@ QStringList AnadeHojaDelDia(DataSet &tabla, QDate fecha, bool soloSiFalta)
     if (!fecha.isValid())
         return {};
     const dataset::ControlsGuard sinAvisos(tabla);
+    // In front of the group: the settings are another table's, which may keep one waiting, and colleagues
+    // cannot save while the group holds this one.
+    const QStringList huecos = HuecosDeAjustes();
     try {
         // All of its lines or none, and no other workstation between them.
         dataset::CommitGroup hoja(tabla);
         if (soloSiFalta && PonRangoDelDia(tabla, fecha))
             return {};
         QuitaRangoDelDia(tabla);
-        if (AnadeHuecos(tabla, fecha, true).isEmpty()) {
+        if (AnadeHuecos(tabla, fecha, huecos, true).isEmpty()) {
             hoja.commit();
             return {};
         }
@@ -83,5 +95,5 @@ QStringList AnadeHojaDelDia(DataSet &tabla, QDate fecha, bool soloSiFalta)
     if (soloSiFalta && PonRangoDelDia(tabla, fecha))
         return {};
     QuitaRangoDelDia(tabla);
-    return AnadeHuecos(tabla, fecha, false);
+    return AnadeHuecos(tabla, fecha, huecos, false);
 }

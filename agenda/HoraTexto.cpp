@@ -86,3 +86,8 @@ QString HoraDeMinutos(int minutos)
 {
     return StrCeros(minutos / 60, 2) + u':' + StrCeros(minutos % 60, 2);
 }
+
+bool SeVeEnSuHoja(const QString &hora)
+{
+    return hora >= QLatin1String("00:00") && hora <= QLatin1String("23:59");
+}

@@ -27,3 +27,6 @@
 /// understood.
 /// @throws dataset::EConvertError for anything that is no time of day.
 [[nodiscard]] QString NormalizaHora(const QString &tecleado);
+
+/// Whether a line of this hour is seen in the sheet of its day: 00:00 to 23:59, compared as texts.
+[[nodiscard]] bool SeVeEnSuHoja(const QString &hora);

@@ -2,6 +2,8 @@
 
 #include "dataset/DatabaseError.h"
 
+#include <QtCore/QStringList>
+
 void HazInforme(const TMotorDeInformes &motor, TClaseInforme clase, QDate fecha)
 {
     if (!motor.Informes)
@@ -10,11 +12,19 @@ void HazInforme(const TMotorDeInformes &motor, TClaseInforme clase, QDate fecha)
     std::optional<QString> oficial;
     if (porOficial && !(oficial = PreguntaOficialDelInforme()))
         return;
+    QStringList deQuien{motor.Notario, oficial.value_or(QString())};
+    deQuien.removeAll(QString());
+    const auto muestra = [&deQuien](std::unique_ptr<IInforme> informe) {
+        informe->PonDeQuien(deQuien.join(QStringLiteral(" - ")));
+        informe->Preview();
+    };
     if (clase == TClaseInforme::dia || clase == TClaseInforme::diaPorOficial) {
-        motor.Informes->CreaQRAgendaDiaN(motor.Propietario, fecha, motor.Semana.Tabla, oficial)->Preview();
+        // A preview may stay open for long, and a host may keep its engine all morning.
+        motor.Semana.Tabla.refresh();
+        muestra(motor.Informes->CreaQRAgendaDiaN(motor.Propietario, fecha, motor.Semana.Tabla, oficial));
         return;
     }
-    HazInformeSemana(motor.Semana, fecha, oficial, [&motor](QDate lunes) {
-        motor.Informes->CreaQRAgendaN(motor.Propietario, lunes, motor.Semana.Semana)->Preview();
+    HazInformeSemana(motor.Semana, fecha, oficial, [&](QDate lunes) {
+        muestra(motor.Informes->CreaQRAgendaN(motor.Propietario, lunes, motor.Semana.Semana));
     });
 }

@@ -22,6 +22,10 @@ public:
     /// Shows the report and returns when the user has closed it. What the data or the report layer throws
     /// passes on.
     virtual void Preview() = 0;
+    /// Whose lines they are, to be told in the name of a print job and of a saved file; the titles do not say
+    /// it.
+    /// @param deQuien  the notary, and the clerk where only his lines are shown.
+    virtual void PonDeQuien(const QString & /*deQuien*/) {}
 };
 
 /// Where the multi-notary engines get their report layouts from: the printed sheets in the office, doubles in
@@ -46,12 +50,13 @@ struct TMotorDeInformes {
     QObject *Propietario;      ///< owner of the layouts' windows; may be null
     IInformesAgenda *Informes; ///< null where the engine was given none
     TMotorDeSemana Semana;
+    QString Notario; ///< whose table it is, for the name of the document; may be empty
 };
 
 enum class TClaseInforme { dia, diaPorOficial, semana, semanaPorOficial };
 
 /// Shows a report of an engine's current table until the user closes it. One by clerk asks for the clerk
-/// first, and does nothing when the user cancels.
+/// first, and does nothing when the user cancels. The lines are read afresh from the table's file.
 /// @param fecha  of a day sheet its title, its lines being those that the table holds; of a week sheet a day
 ///               of the week, which the table shows afterwards.
 /// @throws dataset::EDatabaseError without layouts; what the table or the report layer throws, with the

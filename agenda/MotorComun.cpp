@@ -35,6 +35,14 @@ bool PreguntaMotor(const QString &texto, const QString &titulo)
     return Servicios().Mensaje->Mensajes(mensaje) == RespuestaSi;
 }
 
+QString NombreDeNotario(int notario)
+{
+    const TConfig &config = *Servicios().Config;
+    if (config.GetnCuantos() != 0)
+        return config.GetNotarios().value(notario - 1);
+    return config.GetDon() + u' ' + config.GetNombre1();
+}
+
 bool PreguntaHojaNueva(QDate fecha)
 {
     const QString dia = Date_Cad(fecha);

@@ -22,6 +22,8 @@ inline const QString TituloAtencionPuntos = QStringLiteral(" ATENCIÓN:");
 void AvisaMotor(const QString &texto, const QString &texto2, const QString &titulo);
 /// Asks yes or no in the host's message box. @return true for yes.
 [[nodiscard]] bool PreguntaMotor(const QString &texto, const QString &titulo);
+/// Name of a notary, 1 onwards, as the host's settings have it.
+[[nodiscard]] QString NombreDeNotario(int notario);
 /// Asks whether the sheet of a day that has none is to be made.
 [[nodiscard]] bool PreguntaHojaNueva(QDate fecha);
 /// Says that a line of a day sheet could not be added. @param hueco  its time text.

@@ -79,7 +79,8 @@ TFAgenda::TFAgenda(TAgenda &motor)
          Columna(QStringLiteral("SALIDA"), 60, Qt::AlignHCenter)});
     m_rejilla->setRowColor([this](int linea) -> std::optional<QColor> {
         const dataset::DataSet &tabla = m_motor.Tabla();
-        if (linea >= tabla.rowCount() || tabla.textAt(linea, tabla.fieldIndex(u"SALIDA")) != Fuera)
+        const int fila = m_rejilla->dataRow(linea);
+        if (fila < 0 || tabla.textAt(fila, tabla.fieldIndex(u"SALIDA")) != Fuera)
             return std::nullopt;
         return dbcontrols::screenColor(clAgendaSalida, palette());
     });

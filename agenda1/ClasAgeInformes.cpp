@@ -17,6 +17,7 @@ void TAgenda::InformeSemanal()
 void TAgenda::InformeDia()
 {
     QObject *const propietario = QCoreApplication::instance();
+    FTabla->refresh(); // as others have it now
     if (DosNotarios())
         m_informes->CreaQRAgendaDia2(propietario, FFecha, Tabla2())->Preview();
     else

@@ -2,8 +2,10 @@
 
 #include "agenda/AgendaZenDM.h"
 #include "agenda/InformesAgenda.h"
+#include "agenda/MotorComun.h"
 #include "agenda3p/Agenda3P.h"
 
+#include <algorithm>
 #include <vector>
 
 using dataset::DataSet;
@@ -33,10 +35,12 @@ void TAgenda3P::MuestraInforme(TClaseInforme clase, QDate fecha)
     if (!m_datos && !m_semanaPropia)
         m_semanaPropia = std::make_unique<dataset::MemTable>();
     dataset::MemTable &semana = m_datos ? m_datos->cdsAgendaSemanal : *m_semanaPropia;
+    const auto actual = std::find(m_tablas.begin(), m_tablas.end(), m_tablaActual);
     HazInforme({m_propietario,
                 m_informes,
                 {TablaActual(), semana, [this] { QuitaRangoDelDia(TablaActual()); },
-                 [this](QDate dia) { VuelveAlDia(dia); }}},
+                 [this](QDate dia) { VuelveAlDia(dia); }},
+                NombreDeNotario(static_cast<int>(actual - m_tablas.begin()) + 1)},
                clase, fecha);
 }
 

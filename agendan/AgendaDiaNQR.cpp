@@ -45,11 +45,11 @@ constexpr double AltoLinea = 26;
 constexpr double TopeCaja = 30;
 constexpr double TopeTitulos = 57;
 
-/// A colour of the desktop has no meaning on paper.
+/// A colour of the desktop, or none at all, has no meaning on paper.
 QRgb ColorEnPapel(TColor color)
 {
-    constexpr TColor DelEscritorio = 0x80000000;
-    return (color & DelEscritorio) ? report::black : qRgb(Rojo(color), Verde(color), Azul(color));
+    constexpr TColor UltimoDeTres = 0x00FFFFFF;
+    return color > UltimoDeTres ? report::black : qRgb(Rojo(color), Verde(color), Azul(color));
 }
 
 } // namespace
@@ -73,7 +73,12 @@ TQRAgendaDiaN::TQRAgendaDiaN(QObject *propietario, QDate fecha, dataset::DataSet
 {
     m_oficial = std::move(oficial);
     m_porOficial = true;
-    QR.documentName += u' ' + m_oficial;
+}
+
+void TQRAgendaDiaN::PonDeQuien(const QString &deQuien)
+{
+    if (!deQuien.isEmpty())
+        QR.documentName += QStringLiteral(" - ") + deQuien;
 }
 
 void TQRAgendaDiaN::FormCreate()
@@ -100,6 +105,8 @@ void TQRAgendaDiaN::MontaPagina()
     QR.summary.height = 40;
     QR.summary.opensPage = false;
     QR.summary.addRule(BordeIzquierdo, 0, BordeDerecho, 0);
+    // So is each page before, or a long day would look cut off.
+    QR.pageEnd.push_back({{BordeIzquierdo, 0, BordeDerecho, 0}, 1, report::black});
     QR.pageFooter.name = QStringLiteral("PageFooterBand1");
     QR.pageFooter.height = 40;
 }

@@ -14,6 +14,7 @@ public:
     TQRAgendaDiaN(QObject *propietario, QDate fecha, dataset::DataSet &datos, QString oficial);
 
     void Preview() override { QR.preview(); }
+    void PonDeQuien(const QString &deQuien) override;
 
     report::Report QR;
 

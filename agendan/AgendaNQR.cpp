@@ -72,6 +72,12 @@ TQRAgendaN::TQRAgendaN(QObject *propietario, QDate lunes, dataset::DataSet &sema
     QR.pageFooter.height = 34;
 }
 
+void TQRAgendaN::PonDeQuien(const QString &deQuien)
+{
+    if (!deQuien.isEmpty())
+        QR.documentName += QStringLiteral(" - ") + deQuien;
+}
+
 void TQRAgendaN::FormCreate()
 {
     QR.printerName = Servicios().Config->GetPrnOtros();

@@ -15,6 +15,7 @@ public:
     TQRAgendaN(QObject *propietario, QDate lunes, dataset::DataSet &semana);
 
     void Preview() override { QR.preview(); }
+    void PonDeQuien(const QString &deQuien) override;
 
     report::Report QR;
 

@@ -25,10 +25,16 @@ void TClassAgendaN::InformeSemana_PorOficial(QDate fecha)
 
 void TClassAgendaN::MuestraInforme(TClaseInforme clase, QDate fecha)
 {
+    QString notario;
+    for (int n = 1; n <= NumNotarios(); ++n) {
+        if (Tabla(n) == &TablaActual())
+            notario = NombreNotario(n);
+    }
     HazInforme({m_propietario,
                 m_informes,
                 {TablaActual(), SemanaDeInforme(), [this] { CancelaRangoPorFecha(); },
-                 [this](QDate dia) { RangoPorFecha(dia); }}},
+                 [this](QDate dia) { RangoPorFecha(dia); }},
+                notario},
                clase, fecha);
 }
 

@@ -124,6 +124,7 @@ void TFFichaAgendaN::ShowModal()
     setWindowModality(Qt::ApplicationModal);
     Coloca();
     LeeColorSalida();
+    MiraFueraDeHora();
     m_cerrada = false;
     show();
     activateWindow();
@@ -204,7 +205,8 @@ std::optional<QColor> TFFichaAgendaN::ColorDeLinea(int pestana, int linea) const
 {
     const DataSet *const tabla = DSAgendaN[static_cast<std::size_t>(pestana)]->activeDataSet();
     const int salida = tabla ? tabla->fieldIndex(u"SALIDA") : -1;
-    if (salida < 0 || linea >= tabla->rowCount() || tabla->textAt(linea, salida) != QLatin1String("S"))
+    const int fila = DBGAgendaN[static_cast<std::size_t>(pestana)]->dataRow(linea);
+    if (salida < 0 || fila < 0 || tabla->textAt(fila, salida) != QLatin1String("S"))
         return std::nullopt;
     return m_colorSalida;
 }
@@ -224,6 +226,7 @@ void TFFichaAgendaN::PCAgendaChange()
     ConGuarda([this] {
         m_motor->PonNotarioActual(Pestana() + 1);
         ActualizaFecha();
+        MiraFueraDeHora();
     });
     ADiaAnterior->setEnabled(true);
     ADiaSiguiente->setEnabled(true);
@@ -254,6 +257,7 @@ void TFFichaAgendaN::MEFechaExit()
     if (VerificaFecha(fecha)) {
         MEFecha->setMaskedText(fecha);
         m_fechaAtendida = ConGuarda([this, &fecha] { SincronizaA(Cad_Date(fecha)); });
+        MiraFueraDeHora();
         return;
     }
     m_fechaAtendida = false;

@@ -126,6 +126,13 @@ private:
     void Imprime(void (TClassAgendaN::*informe)(QDate));
     void SincronizaA(QDate fecha);
 
+    // FichaAgendaNFueraDeHora.cpp
+    void CreaFueraDeHora();
+    /// Says how many lines of the shown day stand outside its hours, where there are any.
+    void MiraFueraDeHora();
+    void VeAFueraDeHora(dataset::DataSet &tabla);
+    int PonTambienFueraDeHora(dataset::DataSet &tabla, QDate dia);
+
     // FichaAgendaNCitas.cpp
     /// The selected lines in the order of the selection when there are two or more, else the current one,
     /// as they are seen now.
@@ -198,6 +205,8 @@ private:
     QMenu *PMImprimir = nullptr;
     QStatusBar *LExplica = nullptr;
     QLabel *m_pista = nullptr; ///< hint of the control that has the focus
+    QToolButton *BFueraDeHora = nullptr;
+    QDate m_diaFueraDeHora; ///< whose lines outside the hours are shown while the button is down
     QTimer *Timer1 = nullptr;
     std::array<QWidget *, NumPestanas> TSNotario{};
     std::array<dbcontrols::DbGrid *, NumPestanas> DBGAgendaN{};

@@ -22,6 +22,7 @@ bool TFFichaAgendaN::Ejecuta(TAlcance alcance, const TOrden &orden)
     static_cast<void>(m_motor->TomaError());
     ConGuarda(orden);
     LeeColorSalida();
+    MiraFueraDeHora();
     if (alcance == TAlcance::citas || !conFoco || !conFoco->isVisible())
         GetDBGAgendaN()->setFocus();
     return true;
@@ -121,6 +122,7 @@ void TFFichaAgendaN::AbreCalendario()
         connect(m_calendario, &dbcontrols::CalendarPopup::chosen, this, [this](QDate fecha) {
             if (m_motor && AceptaPendiente(Pestana()))
                 ConGuarda([this, fecha] { VeAlDia(fecha); });
+            MiraFueraDeHora();
             GetDBGAgendaN()->setFocus();
         });
     }
@@ -131,8 +133,14 @@ void TFFichaAgendaN::AbreCalendario()
 void TFFichaAgendaN::Imprime(void (TClassAgendaN::*informe)(QDate))
 {
     // A date typed and not left yet has been shown before: the sheet's title and its lines are of one day.
-    if (GetDatosAgendaN())
-        (m_motor->*informe)(Cad_Date(MEFecha->text()));
+    if (!GetDatosAgendaN())
+        return;
+    // An emptied field moves nothing, so the day shown is still the one meant.
+    if (MEFecha->isBlank())
+        ActualizaFecha();
+    if (MEFecha->isBlank())
+        MEFecha->setMaskedText(Date_Cad(m_motor->DiaPedido()));
+    (m_motor->*informe)(Cad_Date(MEFecha->text()));
 }
 
 void TFFichaAgendaN::SincronizaA(QDate fecha)

@@ -345,4 +345,5 @@ void TFFichaAgendaN::CreaLineaDeAyuda()
     m_pista = new QLabel(LExplica);
     m_pista->setAccessibleName(QStringLiteral("Explicación"));
     LExplica->addWidget(m_pista, 1);
+    CreaFueraDeHora();
 }

@@ -40,7 +40,6 @@ TFFichaCitas::TFFichaCitas(QWidget *propietario)
     CreaDetalles();
     CreaBotones();
     CreaEspejos();
-    OrdenaTabulador();
     AjustaMedidasALaLetra();
     PonColores();
     ActivarHoraFin(false);
@@ -124,12 +123,18 @@ void TFFichaCitas::FormShow()
         tecla = Qt::Key_Space;
         break;
     default:
+        Avisa(m_sinOficiales);
         return;
     }
     // Posted to the card's own handler, not sent as a key: it must not matter when the desktop gives the card
     // the focus.
     QMetaObject::invokeMethod(
-        this, [this, tecla] { FormKeyDown(tecla); }, Qt::QueuedConnection);
+        this,
+        [this, tecla] {
+            FormKeyDown(tecla);
+            Avisa(m_sinOficiales);
+        },
+        Qt::QueuedConnection);
 }
 
 void TFFichaCitas::closeEvent(QCloseEvent *evento)
@@ -187,7 +192,8 @@ bool TFFichaCitas::eventFilter(QObject *objeto, QEvent *evento)
     if (objeto == MEFecha && evento->type() == QEvent::KeyPress) {
         const auto *const tecla = static_cast<QKeyEvent *>(evento);
         const bool abajo = tecla->key() == Qt::Key_Down && (tecla->modifiers() & Qt::AltModifier);
-        if (abajo || tecla->key() == Qt::Key_F4) {
+        const bool f4 = tecla->key() == Qt::Key_F4 && tecla->modifiers() == Qt::NoModifier;
+        if (abajo || f4) {
             AbreCalendario();
             return true;
         }
@@ -195,6 +201,11 @@ bool TFFichaCitas::eventFilter(QObject *objeto, QEvent *evento)
     if (objeto == EInteresado) {
         switch (evento->type()) {
         case QEvent::KeyPress:
+            if (const auto *const tecla = static_cast<QKeyEvent *>(evento);
+                tecla->key() == Qt::Key_Delete && tecla->modifiers() == Qt::ControlModifier) {
+                QuitaInteresado();
+                return true;
+            }
             m_tecleandoInteresado = true;
             break;
         case QEvent::InputMethod:
@@ -313,6 +324,14 @@ void TFFichaCitas::Ayuda(const QWidget *control)
     const QString aviso = std::exchange(m_avisoAyuda, {});
     LExplica->setText(!aviso.isEmpty() ? aviso : control ? control->statusTip() : QString());
     LExplica->setToolTip(aviso); // a name or a path in it may be longer than the line
+}
+
+void TFFichaCitas::Avisa(const QString &aviso)
+{
+    if (aviso.isEmpty())
+        return;
+    LExplica->setText(aviso);
+    LExplica->setToolTip(aviso);
 }
 
 bool TFFichaCitas::EsCajaDeEdicion(const QWidget *control) const

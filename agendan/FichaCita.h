@@ -65,7 +65,6 @@ private:
     void CreaBotones();
     QPushButton *CreaBoton(const char *nombre, const QString &titulo, const QString &pista,
                            void (TFFichaCitas::*orden)());
-    void OrdenaTabulador();
     void AjustaMedidasALaLetra();
     void PonColores();
     void CargaComboOficial();
@@ -80,6 +79,7 @@ private:
     void ActivarHoraFin(bool mostrar);
     [[nodiscard]] bool Editando() const;
     void Ayuda(const QWidget *control);
+    void Avisa(const QString &aviso);
     void TomaFoco(QWidget &control);
     void DejaFoco(QWidget &control);
     void PonFoco(QWidget &control);
@@ -96,6 +96,7 @@ private:
     void EInteresadoExit();
     void EInteresadoKeyUp(int tecla);
     void BInteresadoClick();
+    void QuitaInteresado();
     void EscribeInteresado(const QString &nombre, qint64 codigo);
     void MuestraFecha();
     void MuestraHora();
@@ -126,9 +127,11 @@ private:
     QWidget *m_conFoco = nullptr;         ///< control entered last
     QWidget *m_salidaPendiente = nullptr; ///< left for BCancelar, so its handler has still to run
     bool m_fechaRechazada = false;        ///< the field was left with a bad date, and not left since
+    bool m_rechazoDicho = false;          ///< and the clerk has been told
     bool m_tecleandoInteresado = false;
     qint64 m_codigoAlEntrar = 0;
-    QString m_avisoAyuda; ///< shown in the help line in place of the next hint
+    QString m_sinOficiales; ///< why the list of clerks is empty
+    QString m_avisoAyuda;   ///< shown in the help line in place of the next hint
 
     dbcontrols::DataSource *DSAgendaN = nullptr;
     QGroupBox *PCita = nullptr;

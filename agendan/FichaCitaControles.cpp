@@ -1,6 +1,7 @@
 // Date, time and interested party of the card: what is typed in them, and how the record shows in them.
 
 #include "agenda/GuardaVentana.h"
+#include "agenda/HoraTexto.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Rvarias.h"
 #include "agenda/host/Servicios.h"
@@ -62,6 +63,7 @@ void TFFichaCitas::MuestraCodCliente()
 void TFFichaCitas::MEFechaExit()
 {
     m_fechaRechazada = false;
+    m_rechazoDicho = false;
     DejaFoco(*MEFecha);
     if (m_conFoco == BCancelar)
         return;
@@ -73,7 +75,6 @@ void TFFichaCitas::MEFechaExit()
         MuestraFecha();
         return;
     }
-    MuestraFecha();
     m_fechaRechazada = true;
     // From the event loop: the focus is on its way to another control, perhaps under a pressed mouse button,
     // and can be called back only when it is there.
@@ -81,6 +82,8 @@ void TFFichaCitas::MEFechaExit()
         this,
         [this] {
             AvisaAlUsuario(QStringLiteral("La fecha introducida no es correcta"));
+            m_rechazoDicho = m_fechaRechazada;
+            MuestraFecha(); // behind the box, so that he sees what he is told of
             PonFoco(*MEFecha);
             MEFecha->selectAll();
         },
@@ -92,8 +95,16 @@ void TFFichaCitas::MEHoraExit()
     DejaFoco(*MEHora);
     if (m_conFoco == BCancelar)
         return;
-    // Deliberate: no check of what it says.
-    EjecutaConGuarda([this] { Tabla().field(u"HORA").setText(MEHora->text()); });
+    // Deliberate: no check of what it says, but the clerk is told of a line that he will not find again.
+    EjecutaConGuarda([this] {
+        Tabla().field(u"HORA").setText(MEHora->text());
+        const QString hora = Tabla().field(u"HORA").asText().trimmed();
+        if (!SeVeEnSuHoja(Tabla().field(u"HORA").asText()))
+            m_avisoAyuda =
+                hora == u":" || hora.isEmpty()
+                    ? QStringLiteral("Sin hora, la línea no se verá en su hoja")
+                    : hora + QStringLiteral(" no es una hora del día: la línea no se verá en su hoja");
+    });
 }
 
 void TFFichaCitas::AbreCalendario()
@@ -154,7 +165,8 @@ void TFFichaCitas::EInteresadoExit()
         TClientesRaiz *const clientes = m_motor->Clientes();
         if (!clientes)
             return;
-        if (EInteresado->text() != clientes->Nombre())
+        // A text cut out with the mouse may agree with a list that stands on nobody, or on somebody else.
+        if (EInteresado->text() != clientes->Nombre() || TagDelInteresado() != clientes->Codigo())
             clientes->ExitBusqueda(*EInteresado, true);
         if (const qint64 codigo = TagDelInteresado()) {
             EscribeInteresado(clientes->Nombre(), codigo);
@@ -166,9 +178,29 @@ void TFFichaCitas::EInteresadoExit()
         if (Tabla().field(u"CODCLIENTE").asInteger() != m_codigoAlEntrar)
             Tabla().field(u"CODCLIENTE").setInteger(m_codigoAlEntrar);
         MuestraCodCliente();
-        if (tecleado != DBEInteresado->text())
+        if (tecleado == DBEInteresado->text())
+            return;
+        if (tecleado.isEmpty()) {
+            MuestraInteresado();
+            m_avisoAyuda = QStringLiteral("El interesado no cambia: Ctrl+Supr en su casilla lo quita");
+        } else
             m_avisoAyuda =
                 QStringLiteral("«%1» no está en la lista de clientes: el interesado no cambia").arg(tecleado);
+    });
+}
+
+void TFFichaCitas::QuitaInteresado()
+{
+    if (!Editando())
+        return;
+    EjecutaConGuarda([this] {
+        Tabla().field(u"INTERESADO").setText(QString());
+        Tabla().field(u"CODCLIENTE").setValue(QVariant());
+        m_codigoAlEntrar = 0;
+        m_tecleandoInteresado = false;
+        MuestraInteresado(); // also over a name that was being typed
+        MuestraCodCliente();
+        Avisa(QStringLiteral("La cita queda sin interesado"));
     });
 }
 

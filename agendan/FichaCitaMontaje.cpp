@@ -20,6 +20,8 @@
 #include <QtWidgets/QToolButton>
 #include <QtWidgets/QVBoxLayout>
 
+#include <utility>
+
 using dbcontrols::DbEdit;
 using dbcontrols::MaskEdit;
 
@@ -186,6 +188,7 @@ QLayout *TFFichaCitas::CreaFilaDelInteresado()
     PonPista(*EInteresado, QStringLiteral("Interesado"),
              QStringLiteral("Persona de contacto/interesado de la cita.  Pulse flecha abajo para ver la "
                             "lista de clientes"));
+    EInteresado->setAccessibleDescription(QStringLiteral("Ctrl+Supr quita el interesado"));
     EInteresado->setProperty("Tag", 0);
     m_mayusculas = new dbcontrols::UpperCaseValidator(this);
     EInteresado->setValidator(m_mayusculas);
@@ -249,6 +252,11 @@ void TFFichaCitas::CreaBotones()
                        &TFFichaCitas::BNuevoClick);
     BAceptar = CreaBoton("BAceptar", QStringLiteral("&Aceptar"),
                          QStringLiteral("Acepta los datos introducidos"), &TFFichaCitas::BAceptarClick);
+    // Pressed anew after the clerk has been told of a bad date, it counts.
+    connect(BAceptar, &QPushButton::pressed, this, [this] {
+        if (std::exchange(m_rechazoDicho, false))
+            m_fechaRechazada = false;
+    });
     BCancelar = CreaBoton("BCancelar", QStringLiteral("&Cancelar"),
                           QStringLiteral("Descarta los datos introducidos"), &TFFichaCitas::BCancelarClick);
     BSalir = CreaBoton("BSalir", QStringLiteral("&Salir"), QStringLiteral("Cierra esta ventana"),
@@ -274,17 +282,6 @@ void TFFichaCitas::CreaBotones()
     orden->addWidget(LExplica, 1, 0, 1, 2);
     orden->setColumnStretch(0, 1);
     orden->setRowStretch(0, 1);
-}
-
-void TFFichaCitas::OrdenaTabulador()
-{
-    QWidget *anterior = MEFecha;
-    for (QWidget *const uno :
-         std::initializer_list<QWidget *>{MEHora, MEHoraFin, DBCBOficial, EInteresado, DBMConcepto,
-                                          BModificar, BBorrar, BNuevo, BAceptar, BCancelar, BSalir}) {
-        setTabOrder(anterior, uno);
-        anterior = uno;
-    }
 }
 
 void TFFichaCitas::AjustaMedidasALaLetra()
@@ -330,6 +327,6 @@ void TFFichaCitas::CargaComboOficial()
     } catch (const dataset::EDatabaseError &error) {
         // A name can still be typed, so this is no reason to stop the clerk.
         qWarning("The list of clerks could not be read: %s", error.what());
-        m_avisoAyuda = QStringLiteral("No se ha podido leer la lista de oficiales: ") + error.text();
+        m_sinOficiales = QStringLiteral("No se ha podido leer la lista de oficiales: ") + error.text();
     }
 }

@@ -140,6 +140,12 @@ std::optional<QColor> DbGrid::rowColor(int row) const
     return m_rowColor ? m_rowColor(row) : std::nullopt;
 }
 
+int DbGrid::dataRow(int row) const
+{
+    const dataset::DataSet *const set = dataSource() ? dataSource()->activeDataSet() : nullptr;
+    return set ? set->rowOf(m_model->bookmarkAt(row)) : -1;
+}
+
 void DbGrid::setCellColor(CellColor color)
 {
     m_cellColor = std::move(color);

@@ -40,7 +40,8 @@ public:
         cells, ///< one cell is current and can be edited
         rows   ///< the whole line is current and read-only
     };
-    /// Background of a row; nothing for the palette's.
+    /// Background of a row of the grid; nothing for the palette's. While the data set's notices are off its
+    /// rows are not those of the grid: see dataRow().
     using RowColor = std::function<std::optional<QColor>(int row)>;
     using CellColor = std::function<std::optional<QColor>(int row, int column)>;
 
@@ -65,6 +66,9 @@ public:
 
     /// The selected lines in the order in which they were selected.
     [[nodiscard]] QList<dataset::Bookmark> selectedBookmarks() const;
+    /// Where the line that a row of the grid shows stands in the data set now; -1 when it is out of its
+    /// range.
+    [[nodiscard]] int dataRow(int row) const;
     [[nodiscard]] bool isEditorOpen() const;
     /// Closes an open cell editor, its text put into the field. @return false, after failed() and with the
     /// editor still open, when the field did not take it.

@@ -106,8 +106,43 @@ int Mask::previousPlace(int position) const
     return position;
 }
 
+bool Mask::fits(const QString &text) const
+{
+    if (text.size() != m_places.size())
+        return false;
+    for (int i = 0; i < length(); ++i) {
+        const QChar character = text.at(i);
+        if (isLiteral(i) ? character != m_places.at(i).literal : !isDigit(character) && character != m_blank)
+            return false;
+    }
+    return true;
+}
+
+QString Mask::mended(const QString &before, const QString &after) const
+{
+    QString result = before;
+    bringToLength(result);
+    const qsizetype shorter = std::min(result.size(), after.size());
+    qsizetype front = 0;
+    while (front < shorter && result.at(front) == after.at(front))
+        ++front;
+    qsizetype behind = 0;
+    while (behind < shorter - front &&
+           result.at(result.size() - 1 - behind) == after.at(after.size() - 1 - behind))
+        ++behind;
+    blank(result, static_cast<int>(front), static_cast<int>(result.size() - behind));
+    return fits(result) ? result : blankText();
+}
+
+void Mask::bringToLength(QString &text) const
+{
+    if (text.size() != length())
+        text = text.left(length()) + blankText().mid(text.size());
+}
+
 int Mask::type(QString &text, int position, QChar character) const
 {
+    bringToLength(text);
     if (isDigit(character) || character == QLatin1Char(' ') || character == m_blank) {
         const int place = nextPlace(position);
         if (place >= length())
@@ -127,6 +162,7 @@ int Mask::type(QString &text, int position, QChar character) const
 
 void Mask::padPart(QString &text, int position, QChar character) const
 {
+    bringToLength(text);
     const int first = position - 1;
     const bool twoPlaces = first >= 0 && !isLiteral(first) && !isLiteral(position) &&
                            (first == 0 || isLiteral(first - 1)) && isLiteral(position + 1);
@@ -139,6 +175,7 @@ void Mask::padPart(QString &text, int position, QChar character) const
 
 void Mask::blank(QString &text, int first, int last) const
 {
+    bringToLength(text);
     for (int i = std::max(first, 0); i < std::min(last, length()); ++i) {
         if (!isLiteral(i))
             text[i] = m_blank;

@@ -14,7 +14,8 @@ namespace dbcontrols
 /// is a literal. Only masks that store their literals (";1;") are known, so the text is always as long as the
 /// mask and what is seen is what is kept.
 ///
-/// Pure text work: positions count characters from 0.
+/// Pure text work: positions count characters from 0. A text of another length than the mask's is brought to
+/// it by whatever changes it: cut behind, or filled with what an empty field shows.
 class DBCONTROLS_EXPORT Mask
 {
 public:
@@ -42,6 +43,11 @@ public:
     /// place and a zero stands in front ("9" and ":" give "09:"). Anything else changes nothing.
     /// @param position  the cursor's, behind that digit.
     void padPart(QString &text, int position, QChar character) const;
+    /// Every character fits its place; required digits may be missing.
+    [[nodiscard]] bool fits(const QString &text) const;
+    /// A text that fits, put together from one that did and what became of it where something that knows no
+    /// places has taken characters out: what is left stays in its place, the rest is blank.
+    [[nodiscard]] QString mended(const QString &before, const QString &after) const;
     /// Blanks the places of [first, last).
     void blank(QString &text, int first, int last) const;
     /// Brings a whole text into the mask: parts divided by anything but digits ("1/2/2024"), or as many
@@ -55,6 +61,7 @@ private:
         Place place;
         QChar literal;
     };
+    void bringToLength(QString &text) const;
     [[nodiscard]] QString fittedParts(const QList<QString> &parts) const;
 
     QList<Slot> m_places;

@@ -21,6 +21,8 @@ MaskEdit::MaskEdit(QWidget *parent)
     : QLineEdit(parent)
 {
     setInputMethodHints(Qt::ImhPreferNumbers | Qt::ImhNoPredictiveText);
+    // First of all who listen, so that nobody meets a text of another length.
+    connect(this, &QLineEdit::textChanged, this, &MaskEdit::keepInPlaces);
 }
 
 MaskEdit::~MaskEdit() = default;
@@ -46,6 +48,18 @@ void MaskEdit::clearText()
     setCursorPosition(m_mask.nextPlace(0));
 }
 
+/// A line edit has commands, of the desktop and of aids for the blind, that take characters out.
+void MaskEdit::keepInPlaces(const QString &changed)
+{
+    if (changed.size() == m_mask.length()) {
+        m_lastText = changed;
+        return;
+    }
+    const int cursor = cursorPosition();
+    setText(m_mask.mended(m_lastText, changed));
+    setCursorPosition(cursor);
+}
+
 void MaskEdit::apply(const QString &changed, int cursor)
 {
     if (changed != text()) {
@@ -58,19 +72,22 @@ void MaskEdit::apply(const QString &changed, int cursor)
 void MaskEdit::type(const QString &characters)
 {
     QString changed = text();
-    int cursor = cursorPosition();
-    if (hasSelectedText()) {
-        cursor = selectionStart();
+    int cursor = hasSelectedText() ? selectionStart() : cursorPosition();
+    if (hasSelectedText())
         m_mask.blank(changed, cursor, selectionEnd());
-    }
+    bool taken = false;
     for (const QChar character : characters) {
         if (m_zeroPadding)
             m_mask.padPart(changed, cursor, character);
         const int after = m_mask.type(changed, cursor, character);
-        if (after >= 0)
-            cursor = after;
+        if (after < 0)
+            continue;
+        cursor = after;
+        taken = true;
     }
-    apply(changed, cursor);
+    // What has no place here replaces nothing either.
+    if (taken)
+        apply(changed, cursor);
 }
 
 void MaskEdit::pasteText(const QString &pasted)
@@ -94,6 +111,14 @@ void MaskEdit::blankSelectionOr(int first, int last, int cursor)
     apply(changed, cursor);
 }
 
+void MaskEdit::blankAll(int first)
+{
+    QString changed = text();
+    m_mask.blank(changed, first, m_mask.length());
+    deselect();
+    apply(changed, m_mask.nextPlace(first));
+}
+
 void MaskEdit::cutSelection()
 {
     if (!hasSelectedText())
@@ -105,6 +130,10 @@ void MaskEdit::cutSelection()
 void MaskEdit::keyPressEvent(QKeyEvent *event)
 {
     const int cursor = cursorPosition();
+    // Some letters come with AltGr, which is both of these keys.
+    const auto commandKeys = event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
+    const bool printable = !event->text().isEmpty() && event->text().front().isPrint() &&
+                           (!commandKeys || commandKeys == (Qt::ControlModifier | Qt::AltModifier));
     if (isReadOnly()) {
         QLineEdit::keyPressEvent(event);
     } else if (event->matches(QKeySequence::Paste)) {
@@ -113,14 +142,17 @@ void MaskEdit::keyPressEvent(QKeyEvent *event)
         cutSelection();
     } else if (event->matches(QKeySequence::Undo) || event->matches(QKeySequence::Redo)) {
         event->accept(); // the history knows nothing of places
+    } else if (event->matches(QKeySequence::DeleteCompleteLine)) {
+        blankAll(0);
+    } else if (event->matches(QKeySequence::DeleteEndOfLine)) {
+        blankAll(cursor);
     } else if (event->key() == Qt::Key_Backspace) {
         const int place = m_mask.previousPlace(cursor);
         blankSelectionOr(place, place + 1, place < 0 ? cursor : place);
     } else if (event->key() == Qt::Key_Delete) {
         const int place = m_mask.nextPlace(cursor);
         blankSelectionOr(place, place + 1, place);
-    } else if (!event->text().isEmpty() && event->text().front().isPrint() &&
-               !(event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier))) {
+    } else if (printable) {
         type(event->text());
     } else {
         QLineEdit::keyPressEvent(event);

@@ -11,6 +11,8 @@ namespace dbcontrols
 /// A line edit with a classic mask (see Mask). Typing overwrites, typed blanks are kept, literals are
 /// skipped; Backspace and Delete blank a place and shift nothing. Qt's own input mask drops blanks and will
 /// not let go of a half-filled field, so it is not used.
+///
+/// The text is always as long as the mask, whatever key, menu, input method or program has touched it.
 class DBCONTROLS_EXPORT MaskEdit : public QLineEdit
 {
     Q_OBJECT
@@ -50,9 +52,12 @@ private:
     void cutSelection();
     void pasteText(const QString &text);
     void blankSelectionOr(int first, int last, int cursor);
+    void blankAll(int first);
     void apply(const QString &text, int cursor);
+    void keepInPlaces(const QString &text);
 
     Mask m_mask;
+    QString m_lastText; ///< that fitted, or was set by the program as it stands
     bool m_zeroPadding = false;
 };
 

@@ -120,6 +120,8 @@ void TGenerador::Crea()
     oficina.HoraFin = m_demo.HoraFin;
     oficina.Intervalo = m_demo.Intervalo;
     oficina.Hoy = m_demo.Hoy;
+    // On the screen it stands behind black text, on paper it is the text.
+    oficina.ColorSalida = QStringLiteral("$003C3CD8");
     m_demo.Convenio = m_demo.Convenio && oficina.Notarios.size() > 1;
     oficina.Convenio = m_demo.Convenio;
     m_aliases = CreaTablasDeOficina(m_carpeta, oficina);
@@ -170,14 +172,17 @@ void TGenerador::RellenaAgenda(int notario)
     QDate fecha =
         grande ? m_demo.Hoy.addYears(-m_demo.AnyosDelPrimero) : m_demo.Hoy.addMonths(-m_demo.MesesAntes);
     for (; fecha <= ultimo; fecha = fecha.addDays(1)) {
-        if (fecha.dayOfWeek() < 7 && (grande || fecha.dayOfWeek() < 6 || m_azar.Ciento(20)))
+        // The first day that is shown has its sheet, whatever day of the week the office is made on.
+        const bool laborable =
+            fecha.dayOfWeek() < 7 && (grande || fecha.dayOfWeek() < 6 || m_azar.Ciento(20));
+        if (laborable || fecha == m_demo.Hoy)
             RellenaDia(agenda, fecha);
     }
 }
 
 void TGenerador::RellenaDia(DbfTable &agenda, QDate fecha)
 {
-    const bool ausente = m_azar.Ciento(3);
+    const bool ausente = m_azar.Ciento(3) && fecha != m_demo.Hoy;
     for (int minuto = m_demo.HoraInicio * 60; minuto < (m_demo.HoraFin + 1) * 60;
          minuto += m_demo.Intervalo) {
         const bool comida = minuto >= 14 * 60 && minuto < 16 * 60;

@@ -175,7 +175,7 @@ void CreaConfiguracionDeOficina(const QString &carpeta, const TOficinaNueva &ofi
     varios.EscribeEntero(QStringLiteral("IncrementoMin"), QStringLiteral("AGENDASALIDA"),
                          qMin(oficina.Intervalo, 15));
     varios.EscribeLogico(QStringLiteral("AGENDA"), QStringLiteral("SincronizarDia"), true);
-    varios.Escribe(QStringLiteral("COLOR"), QStringLiteral("AGENDASALIDA"), QStringLiteral("$00C6C6FF"));
+    varios.Escribe(QStringLiteral("COLOR"), QStringLiteral("AGENDASALIDA"), oficina.ColorSalida);
     const QString seccion = QStringLiteral("Oficina");
     QList<TValorIni> valores{
         {seccion, QStringLiteral("Notarios"), Int_Cad(static_cast<int>(oficina.Notarios.size()))},

@@ -13,8 +13,9 @@ struct TOficinaNueva {
     QStringList Oficiales;
     int HoraInicio = 9;
     int HoraFin = 20;
-    int Intervalo = 30;    ///< minutes
-    QDate Hoy;             ///< the agenda begins here
+    int Intervalo = 30;                                ///< minutes
+    QString ColorSalida = QStringLiteral("$00C6C6FF"); ///< of outings, as the settings file writes it
+    QDate Hoy;                                         ///< the agenda begins here
     bool Convenio = false; ///< the single-table agenda is of the first two notaries
 };
 

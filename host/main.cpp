@@ -69,6 +69,25 @@ bool EligeOficina(TOpciones &opciones)
     return true;
 }
 
+QtMessageHandler g_avisosDeAntes = nullptr;
+
+void AvisosSinPantalla(QtMsgType clase, const QMessageLogContext &donde, const QString &texto)
+{
+    for (const char *const ruido :
+         {"This plugin does not support", "QStandardPaths: XDG_RUNTIME_DIR", "Detected locale"}) {
+        if (texto.startsWith(QLatin1String(ruido)))
+            return;
+    }
+    g_avisosDeAntes(clase, donde, texto);
+}
+
+/// Without a display the toolkit tells of all that it cannot do there; whoever has asked for pictures knows.
+void CallaLoQueFaltaSinPantalla()
+{
+    if (qgetenv("QT_QPA_PLATFORM").startsWith("offscreen"))
+        g_avisosDeAntes = qInstallMessageHandler(AvisosSinPantalla);
+}
+
 int Trabaja(TOpciones &opciones, const QElapsedTimer &reloj)
 {
     if (opciones.Datos.isEmpty() && (opciones.CrearDemo || opciones.SinNadie()))
@@ -102,6 +121,7 @@ int main(int argc, char *argv[])
 {
     QElapsedTimer reloj;
     reloj.start();
+    CallaLoQueFaltaSinPantalla();
     const QApplication programa(argc, argv);
     // What a desktop knows the windows by: the name of the menu entry.
     QGuiApplication::setDesktopFileName(QStringLiteral("oficina-agenda"));

@@ -26,6 +26,11 @@ EReportError EReportError::notWritten(const QString &layout, const QString &file
     return {QStringLiteral("No se puede escribir el fichero «%1»: %2").arg(file, reason), layout};
 }
 
+EReportError EReportError::noViewer(const QString &layout)
+{
+    return {QStringLiteral("El impreso «%1» no tiene quien lo muestre.").arg(layout), layout};
+}
+
 QString EReportError::text() const
 {
     return QString::fromUtf8(what());

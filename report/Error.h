@@ -24,6 +24,9 @@ public:
     [[nodiscard]] static EReportError notWritten(const QString &layout, const QString &file,
                                                  const QString &reason);
 
+    /// Nobody has been named who shows the report.
+    [[nodiscard]] static EReportError noViewer(const QString &layout);
+
     [[nodiscard]] QString text() const;
     [[nodiscard]] const QString &layout() const { return m_layout; }
     [[nodiscard]] const QString &field() const { return m_field; }

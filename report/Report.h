@@ -1,5 +1,6 @@
 #pragma once
 
+#include "report/Error.h"
 #include "report/Export.h"
 #include "report/Page.h"
 
@@ -118,13 +119,19 @@ struct Report {
     Band detail;
     Band summary;
     Band pageFooter;
+    /// Under the last band of every page but the last: what closes a frame that goes on overleaf. Heights
+    /// count from the end of that band.
+    std::deque<Rule> pageEnd;
     /// Shows the report to the user; what preview() calls.
     std::function<void(Report &)> onPreview;
 
+    /// @throws EReportError when nobody has said who shows it: a print command that does nothing tells
+    /// nobody.
     void preview()
     {
-        if (onPreview)
-            onPreview(*this);
+        if (!onPreview)
+            throw EReportError::noViewer(name);
+        onPreview(*this);
     }
 };
 

@@ -145,6 +145,8 @@ private:
         const bool full = band.opensPage && m_y + band.height > m_bottom + heightSlack;
         // A page that has nothing yet is not left for another: the band would fit there no better.
         if ((full || call.newPage) && m_pageStarted) {
+            for (const Rule &rule : m_report.pageEnd)
+                m_page.lines.push_back({rule.line.translated(m_area.left(), m_y), rule.width, rule.color});
             endPage(false);
             if (m_stopped)
                 return;

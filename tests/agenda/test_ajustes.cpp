@@ -52,12 +52,18 @@ struct VistaDePrueba : IVistaConfiguracion {
     bool EditaAjustes(TAjustesEnPantalla &ajustes, QObject * /*propietario*/) override
     {
         Mostrados = ajustes;
-        ajustes = Contesta;
+        ++Veces;
+        if (EnVista)
+            EnVista(ajustes);
+        else
+            ajustes = Contesta;
         return Acepta;
     }
     TAjustesEnPantalla Mostrados;
     TAjustesEnPantalla Contesta;
+    std::function<void(TAjustesEnPantalla &)> EnVista; ///< in place of the answer above
     bool Acepta = false;
+    int Veces = 0;
 };
 
 TEST(Ajustes, WhatTheDialogShowsAndWhatItGivesBack)
@@ -88,13 +94,73 @@ TEST(Ajustes, WhatTheDialogShowsAndWhatItGivesBack)
     comun.setDatabaseName("ZENTRA");
     comun.setTableName("VA_COMUN");
     comun.open();
-    for (const auto &[valor, leido] : {std::pair("99999999999", 2147483647), {"nueve", 9}}) {
+    for (const auto &[valor, leido] :
+         {std::pair("99999999999", 2147483647), {"nueve", 9}, {"", 9}, {"   ", 9}}) {
         comun.first(); // the first hour
         comun.edit();
         comun.field(u"VALOR").setText(valor);
         comun.post();
         EXPECT_EQ(ajustes.GetHoraInicio(), leido) << valor;
     }
+}
+
+// One place refuses, so the other keeps what it had too, and the clerk finds the dialog as he left it.
+TEST(Ajustes, WhatCannotBeStoredIsStoredNowhereAndStaysInTheDialog)
+{
+    OficinaDePrueba oficina;
+    oficina.ponAjustes(9, 20, 30);
+    const auto varios = oficina.carpeta() / "CONFIG" / "VARIOS.INI";
+    goConfAgendaN->SetIncrementoMin(15);
+    const std::string antes = readFile(varios);
+    dataset::DbfTable otroPuesto(oficina.Aliases);
+    otroPuesto.setDatabaseName("ZENTRA");
+    otroPuesto.setTableName("VA_COMUN");
+    otroPuesto.open();
+    otroPuesto.last(); // the interval, the last of the table that is written
+
+    VistaDePrueba vista;
+    vista.Acepta = true;
+    TClassConfAgendaN ajustes(&vista);
+    const auto nadaGuardado = [&] {
+        EXPECT_EQ(ajustes.GetHoraInicio(), 9);
+        EXPECT_EQ(ajustes.GetHoraFin(), 20);
+        EXPECT_EQ(ajustes.GetIntervalo(), 30);
+    };
+    vista.EnVista = [&](TAjustesEnPantalla &pantalla) {
+        switch (vista.Veces) {
+        case 1:
+            pantalla = {0x00112233, 7, 13, "45", "5", false, true};
+            otroPuesto.edit();
+            oficina.Mensaje.espera(
+                {QString::fromStdString((oficina.carpetaDe("ZENTRA") / "VA_COMUN.DBF").string()) +
+                     ": otro puesto está usando la línea 3",
+                 " ATENCIÓN:"});
+            break;
+        case 2:
+            EXPECT_EQ(readFile(varios), antes);
+            nadaGuardado();
+            EXPECT_EQ(pantalla.IntervaloHoras, "45");
+            EXPECT_EQ(pantalla.ColorSalida, TColor{0x00112233});
+            otroPuesto.cancel();
+            std::filesystem::remove(varios);
+            std::filesystem::create_directory(varios);
+            oficina.Mensaje.espera(
+                {QString::fromStdString(varios.string()) + ": no se puede leer: file to open is a directory",
+                 " ATENCIÓN:"});
+            break;
+        default:
+            std::filesystem::remove(varios);
+            nadaGuardado();
+            EXPECT_EQ(pantalla.IndiceHoraComienzo, 7);
+        }
+    };
+    ajustes.FichaConfiguracion(nullptr);
+    EXPECT_EQ(vista.Veces, 3);
+    EXPECT_EQ(ajustes.GetHoraInicio(), 8);
+    EXPECT_EQ(ajustes.GetHoraFin(), 14);
+    EXPECT_EQ(ajustes.GetIntervalo(), 45);
+    EXPECT_EQ(readFile(varios), "[COLOR]\r\nAGENDASALIDA=$00112233\r\n[IncrementoMin]\r\nAGENDASALIDA=5\r\n"
+                                "[AGENDA]\r\nSincronizarDia=0\r\n");
 }
 
 TEST(Ajustes, AMissingTablePassesToTheCaller)

@@ -7,6 +7,46 @@
 #include <random>
 #include <thread>
 
+#ifdef __linux__
+
+#include <cerrno>
+#include <optional>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace
+{
+
+enum class Lectura { entera, conError, cortada };
+
+/// How the reads of one file go.
+struct LecturasPlaneadas {
+    ino_t fichero = 0;
+    Lectura como = Lectura::entera;
+    int veces = 0; ///< so many reads go wrong, those behind them well
+};
+LecturasPlaneadas lecturas;
+
+} // namespace
+
+// In place of the system's call for every library of this program: a file that opens and cannot be read is
+// made by a share whose server has gone, which no folder of a test is.
+extern "C" [[gnu::visibility("default")]] ssize_t read(int fichero, void *donde, size_t cuantos)
+{
+    struct stat estado = {};
+    if (lecturas.veces > 0 && fstat(fichero, &estado) == 0 && estado.st_ino == lecturas.fichero) {
+        --lecturas.veces;
+        if (lecturas.como == Lectura::cortada)
+            return 0;
+        errno = EIO;
+        return -1;
+    }
+    return syscall(SYS_read, fichero, donde, cuantos);
+}
+
+#endif
+
 namespace
 {
 
@@ -162,5 +202,50 @@ TEST(FicheroIni, SaysWhenItCannotWrite)
     EXPECT_THROW(fichero.EscribeEntero("A", "b", 1), dataset::EDatabaseError);
     EXPECT_EQ(readFile(carpeta.path() / "CONFIG"), "no es una carpeta");
 }
+
+#ifdef __linux__
+
+TEST(FicheroIni, AFileThatCannotBeReadWholeIsNeverWritten)
+{
+    const TempFolder carpeta;
+    const auto sitio = carpeta.path() / "VARIOS.INI";
+    const auto lee = [&] {
+        return TFicheroIni(QString::fromStdString(sitio.string())).LeeEntero("A", "b", 7);
+    };
+    const auto escribe = [&] {
+        TFicheroIni(QString::fromStdString(sitio.string())).EscribeEntero("A", "b", 2);
+    };
+    const struct {
+        Lectura como;
+        const char *causa;
+    } casos[] = {{Lectura::conError, "no se puede leer: "}, {Lectura::cortada, "antes de tiempo"}};
+    for (const auto &caso : casos) {
+        writeFile(sitio, "[A]\r\nb=1\r\n[OTRA]\r\nc=3\r\n");
+        struct stat estado = {};
+        ASSERT_EQ(stat(sitio.c_str(), &estado), 0);
+        for (const std::function<void()> &trabajo :
+             {std::function<void()>(escribe), std::function<void()>([&] { lee(); })}) {
+            lecturas = {estado.st_ino, caso.como, 1'000'000};
+            try {
+                trabajo();
+                ADD_FAILURE() << "taken for an empty file";
+            } catch (const dataset::EDatabaseError &error) {
+                EXPECT_NE(std::string(error.what()).find(caso.causa), std::string::npos) << error.what();
+            }
+            lecturas = {};
+            EXPECT_EQ(readFile(sitio), "[A]\r\nb=1\r\n[OTRA]\r\nc=3\r\n");
+        }
+        // Another program was in the middle of writing it: that passes.
+        lecturas = {estado.st_ino, caso.como, 2};
+        EXPECT_EQ(lee(), 1);
+        EXPECT_EQ(lecturas.veces, 0);
+        lecturas = {estado.st_ino, caso.como, 2};
+        escribe();
+        EXPECT_EQ(readFile(sitio), "[A]\r\nb=2\r\n[OTRA]\r\nc=3\r\n");
+        lecturas = {};
+    }
+}
+
+#endif
 
 } // namespace

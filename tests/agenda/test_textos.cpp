@@ -111,6 +111,7 @@ TEST(Huecos, FollowTheSettings)
         {9, 10, 0, {"9:0"}},
         {9, 10, -5, {"9:0"}},
         {8, 9, 130, {"8:0", "9:70"}}, // the hour steps once, whatever the interval
+        {8, 10, 2147483647, {"8:0", "9:2147483587", "10:2147483587"}},
     };
     for (const auto &caso : casos) {
         QStringList huecos;

@@ -95,13 +95,13 @@ TEST_F(ConfUnicaTest, NothingWrongIsStoredAndLeavingIsAskedFor)
         oficina.Mensaje.espera({FechaMala, " ATENCIÓN:"});
         tecla(Qt::Key_Tab);
         EXPECT_EQ(conFoco(), "MEFecha");
-        oficina.Mensaje.espera({Salir, "Atención", 0, NoSeGuarda});
+        oficina.Mensaje.espera({Salir, "Atención", 0, NoSeGuarda, support::TCaja::noSi});
         pulsa("BSalir"); // no word of the date on the way out
         EXPECT_TRUE(ventana->isVisible());
         oficina.Mensaje.espera({FechaMala, " ATENCIÓN:"});
         pieza<QPushButton>("BAceptar").click();
         EXPECT_TRUE(ventana->isVisible());
-        oficina.Mensaje.espera({Salir, "Atención", RespuestaSi, NoSeGuarda});
+        oficina.Mensaje.espera({Salir, "Atención", RespuestaSi, NoSeGuarda, support::TCaja::noSi});
         tecla(Qt::Key_Escape);
         EXPECT_FALSE(ventana->isVisible());
     });
@@ -125,7 +125,7 @@ TEST_F(ConfUnicaTest, TheColourIsStoredAtOnce)
         pulsa("pColorAgendaSalida");
         EXPECT_EQ(goConfAgendaN->GetColorSalida(), TColor{0x0082DCFF});
         EXPECT_EQ(clAgendaSalida, TColor{0x0082DCFF});
-        oficina.Mensaje.espera({Salir, "Atención", RespuestaSi, NoSeGuarda});
+        oficina.Mensaje.espera({Salir, "Atención", RespuestaSi, NoSeGuarda, support::TCaja::noSi});
         pulsa("BSalir");
     });
     EXPECT_EQ(goConfAgendaN->GetColorSalida(), TColor{0x0082DCFF});
@@ -140,7 +140,11 @@ TEST_F(ConfUnicaTest, AFailedStoreIsTold)
     otro->edit();
     enDialogo([this] {
         EXPECT_EQ(edicion("MEFecha").text(), "  /  /    ");
-        oficina.Mensaje.espera({"Hubo problemas al intentar guardar la configuración de la agenda", "Error"});
+        oficina.Mensaje.espera({"Hubo problemas al intentar guardar la configuración de la agenda",
+                                "Error",
+                                0,
+                                {},
+                                support::TCaja::error});
         pulsa("BAceptar");
         EXPECT_FALSE(ventana->isVisible());
     });

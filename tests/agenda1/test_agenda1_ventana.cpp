@@ -137,10 +137,11 @@ TEST_F(UnNotarioTest, DeletingIsAskedFor)
 {
     enVentana([this] {
         const QString pregunta = QStringLiteral("¿Desea eliminar la anotación (S/N)?");
-        oficina.Mensaje.espera({pregunta, "Atencion", 0, "Borrar una anotación"});
+        oficina.Mensaje.espera({pregunta, "Atencion", 0, "Borrar una anotación", support::TCaja::siNo});
         tecla(Qt::Key_Delete);
         EXPECT_EQ(rejilla().model()->rowCount(), 2);
-        oficina.Mensaje.espera({pregunta, "Atencion", RespuestaSi, "Borrar una anotación"});
+        oficina.Mensaje.espera(
+            {pregunta, "Atencion", RespuestaSi, "Borrar una anotación", support::TCaja::siNo});
         tecla(Qt::Key_Delete);
     });
     EXPECT_EQ(dia(), QStringList{"09:30||||N"});

@@ -43,7 +43,7 @@ TEST_F(UnicaTest, ADayWithoutASheetIsAskedForAndMade)
         while (!vacia->isEmpty())
             vacia->remove();
         ajustes(caso.ajustes, caso.intervalo);
-        oficina.Mensaje.espera({Pregunta, "Agenda", 1, Explica});
+        oficina.Mensaje.espera({Pregunta, "Agenda", 1, Explica, support::TCaja::siNo});
         abre({});
         EXPECT_EQ(mostrada, 1);
         if (caso.horas.isEmpty()) {
@@ -58,7 +58,7 @@ TEST_F(UnicaTest, ADayWithoutASheetIsAskedForAndMade)
 TEST_F(UnicaTest, ADeclinedSheetShowsNothing)
 {
     ajustes();
-    oficina.Mensaje.espera({Pregunta, "Agenda", 0, Explica});
+    oficina.Mensaje.espera({Pregunta, "Agenda", 0, Explica, support::TCaja::siNo});
     abre({});
     EXPECT_EQ(mostrada, 0);
     EXPECT_TRUE(dia().isEmpty());

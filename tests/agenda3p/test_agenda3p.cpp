@@ -12,7 +12,7 @@ const QString Explica = QStringLiteral("No hay datos a fecha de 16/11/2026");
 TEST_F(Motor3PTest, ANewDayIsAskedForAndBuiltInEveryTable)
 {
     oficina.ponAjustes(9, 10, 30);
-    oficina.Mensaje.espera({Pregunta, "Agenda", 1, Explica});
+    oficina.Mensaje.espera({Pregunta, "Agenda", 1, Explica, support::TCaja::siNo});
     EXPECT_EQ(motor().NumNotarios(), 3);
     for (int notario = 1; notario <= 3; ++notario)
         EXPECT_EQ(oficina.dia(notario, Hoy), (QStringList{"09:00  N", "09:30  N", "10:00  N", "10:30  N"}));
@@ -20,7 +20,7 @@ TEST_F(Motor3PTest, ANewDayIsAskedForAndBuiltInEveryTable)
 
 TEST_F(Motor3PTest, ADeclinedSheetWritesNothing)
 {
-    oficina.Mensaje.espera({Pregunta, "Agenda", 0, Explica});
+    oficina.Mensaje.espera({Pregunta, "Agenda", 0, Explica, support::TCaja::siNo});
     EXPECT_TRUE(motor().TablaActual().isEmpty());
     EXPECT_TRUE(oficina.dia(1, Hoy).isEmpty());
 }
@@ -118,7 +118,7 @@ TEST_F(Motor3PTest, MovingBetweenDaysShowsTheSameDayInEveryTable)
 
 TEST_F(Motor3PTest, AnEmptyDaySaysSo)
 {
-    oficina.Mensaje.espera({Pregunta, "Agenda", 0, Explica});
+    oficina.Mensaje.espera({Pregunta, "Agenda", 0, Explica, support::TCaja::siNo});
     motor();
     oficina.Mensaje.espera(
         {"No hay AgendaN introducidos que modificar", " ATENCIÓN", 0, "Inserte primero un AgendaN."});

@@ -191,7 +191,7 @@ TEST_F(ConfAgendaTest, MinuteFieldsTakeDigitsOnlyAndAreNotLeftWithoutANumber)
 
 TEST_F(ConfAgendaTest, CancellingAsksAndNoKeepsTheValues)
 {
-    oficina.Mensaje.espera({Pregunta, " ATENCIÓN:", 0});
+    oficina.Mensaje.espera({Pregunta, " ATENCIÓN:", 0, {}, support::TCaja::pregunta});
     oficina.Mensaje.espera({Pregunta, " ATENCIÓN:", 1});
     enDialogo([this] {
         tecla(Qt::Key_Down);

@@ -206,8 +206,11 @@ TEST_F(CitaTest, ABadDateIsNotAcceptedBehindTheClerksBack)
             EXPECT_EQ(conFoco(), "MEFecha");
             EXPECT_FALSE(control<QAbstractButton>("BAceptar").isDown());
             escribe("MEFecha", "18/11/2026");
-            pulsa("BAceptar");
-            EXPECT_FALSE(editando());
+            if (conRaton)
+                pulsa("BAceptar");
+            else
+                tecla(Qt::Key_A, Qt::AltModifier);
+            EXPECT_TRUE(QTest::qWaitFor([&] { return !editando(); }));
         });
         EXPECT_EQ(dia(Lunes).size(), conRaton ? 1 : 0);
     }
@@ -227,8 +230,75 @@ TEST_F(CitaTest, TheTimeGoesInAsItStands)
             tecla(Qt::Key_Tab);
             EXPECT_EQ(tabla().field(u"HORA").asText(), caso.hora);
             EXPECT_EQ(texto("MEHora"), visto) << "and shows as it stands";
+            const QString ayuda = control<QLabel>("LExplica").text();
+            const QString hora = caso.hora;
+            if (hora == "09:30")
+                EXPECT_EQ(ayuda, control("MEHoraFin").statusTip());
+            else if (hora == "  :")
+                EXPECT_EQ(ayuda, "Sin hora, la línea no se verá en su hoja");
+            else
+                EXPECT_EQ(ayuda, hora.trimmed() + " no es una hora del día: la línea no se verá en su hoja");
         });
     }
+}
+
+TEST_F(CitaTest, EnterGoesOnFromTheOuting)
+{
+    enFicha(TOperacion::modificar, [&] {
+        control("DBCBSalida").setFocus(Qt::MouseFocusReason);
+        QCoreApplication::processEvents();
+        tecla(Qt::Key_S);
+        EXPECT_EQ(tabla().field(u"SALIDA").asText(), "S");
+        tecla(Qt::Key_Return);
+        EXPECT_EQ(conFoco(), "EInteresado");
+    });
+}
+
+TEST_F(CitaTest, AKeyTakesThePartyOffWithItsCode)
+{
+    const auto partes = [this] {
+        const auto agenda = oficina.agenda(1);
+        agenda->first();
+        return agenda->field(u"INTERESADO").asText() + '/' + agenda->field(u"CODCLIENTE").asText();
+    };
+    const auto acepta = [this] {
+        pulsa("BAceptar");
+        EXPECT_FALSE(editando());
+    };
+    enFicha(TOperacion::modificar, [&] {
+        escribe("EInteresado", "ped");
+        acepta();
+    });
+    ASSERT_EQ(partes(), "PEDRO SÁENZ/8");
+    // An emptied field is no party that could be taken: it says so, and shows the one that stays.
+    enFicha(TOperacion::modificar, [&] {
+        escribe("EInteresado", "");
+        tecla(Qt::Key_Backspace);
+        tecla(Qt::Key_Tab);
+        EXPECT_EQ(texto("EInteresado"), "PEDRO SÁENZ");
+        EXPECT_EQ(control<QLabel>("LExplica").text(),
+                  "El interesado no cambia: Ctrl+Supr en su casilla lo quita");
+        acepta();
+    });
+    EXPECT_EQ(partes(), "PEDRO SÁENZ/8");
+    // The same with the mouse alone, no key being let go in the field: name and code stay together.
+    enFicha(TOperacion::modificar, [&] {
+        auto &interesado = control<QLineEdit>("EInteresado");
+        interesado.setFocus(Qt::MouseFocusReason);
+        QCoreApplication::processEvents();
+        interesado.selectAll();
+        interesado.cut();
+        acepta();
+    });
+    EXPECT_EQ(partes(), "PEDRO SÁENZ/8");
+    enFicha(TOperacion::modificar, [&] {
+        escribe("EInteresado", "nadie");
+        tecla(Qt::Key_Delete, Qt::ControlModifier);
+        EXPECT_EQ(texto("EInteresado"), "");
+        EXPECT_EQ(control<QLabel>("LExplica").text(), "La cita queda sin interesado");
+        acepta();
+    });
+    EXPECT_EQ(partes(), "/");
 }
 
 TEST_F(CitaTest, EscCancelsFirstAndClosesNext)
@@ -515,11 +585,14 @@ TEST_F(FalloTest, ALineChangedElsewhereKeepsBothChanges)
 TEST_F(CitaTest, WithoutTheListOfClerksANameCanStillBeTyped)
 {
     std::filesystem::remove(oficina.carpetaDe("ZENTRA") / "EMPLEADO.DBF");
-    enFicha(TOperacion::ver, [&] {
-        EXPECT_TRUE(
-            control<QLabel>("LExplica").text().startsWith("No se ha podido leer la lista de oficiales: "));
-        EXPECT_EQ(control<QComboBox>("DBCBOficial").count(), 0);
-    });
+    for (const TOperacion operacion : {TOperacion::ver, TOperacion::modificar, TOperacion::nuevo}) {
+        enFicha(operacion, [&] {
+            EXPECT_TRUE(
+                control<QLabel>("LExplica").text().startsWith("No se ha podido leer la lista de oficiales: "))
+                << control<QLabel>("LExplica").text().toStdString();
+            EXPECT_EQ(control<QComboBox>("DBCBOficial").count(), 0);
+        });
+    }
 }
 
 } // namespace

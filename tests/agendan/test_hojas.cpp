@@ -4,10 +4,14 @@
 #include "agenda/SemanaAgenda.h"
 #include "agendan/AgendaDiaNQR.h"
 #include "agendan/AgendaNQR.h"
+#include "agendan/ImpresosAgendaN.h"
 #include "report/Error.h"
 #include "report/Pdf.h"
 #include "tests/agendan/Motor.h"
 #include "tests/support/Paginas.h"
+
+#include <algorithm>
+#include <cmath>
 
 namespace
 {
@@ -70,6 +74,42 @@ protected:
     {
         const TextPrimitive *const uno = textoDe(pagina, texto);
         return uno ? uno->left + uno->width / 2 - Margen : -1;
+    }
+    using TRayas = QList<std::pair<double, double>>; ///< place inside the band's area, and width
+    /// The upright rules that a height is crossed by, from left to right.
+    static TRayas verticales(const Page &pagina, double y)
+    {
+        TRayas rayas;
+        for (const LinePrimitive &una : pagina.lines) {
+            if (una.line.dx() == 0 && una.line.y1() < Margen + y && una.line.y2() > Margen + y)
+                rayas << std::pair{redondo(una.line.x1()), una.width};
+        }
+        return unaVez(rayas);
+    }
+    /// The level rules that cross a place, from the top downwards.
+    static TRayas horizontales(const Page &pagina, double x)
+    {
+        TRayas rayas;
+        for (const LinePrimitive &una : pagina.lines) {
+            if (una.line.dy() == 0 && una.line.x1() < Margen + x && una.line.x2() > Margen + x)
+                rayas << std::pair{redondo(una.line.y1()), una.width};
+        }
+        return unaVez(rayas);
+    }
+    static QList<QRectF> cajas(const Page &pagina)
+    {
+        QList<QRectF> todas;
+        for (const RectanglePrimitive &una : pagina.rectangles)
+            todas << QRectF(redondo(una.box.left()), redondo(una.box.top()), una.box.width(),
+                            una.box.height());
+        return todas;
+    }
+    static double redondo(double lugar) { return std::round((lugar - Margen) * 100) / 100; }
+    static TRayas unaVez(TRayas rayas)
+    {
+        std::sort(rayas.begin(), rayas.end());
+        rayas.erase(std::unique(rayas.begin(), rayas.end()), rayas.end());
+        return rayas;
     }
     static QString cabecera(const Page &pagina)
     {
@@ -162,11 +202,124 @@ TEST_F(Hojas, ALongDayRepeatsItsHeaderAndClosesOnItsLastPage)
     dia(Lunes, 35, "c"); // (297 - 20) mm less header and footer hold 35 lines of 26
     TQRAgendaDiaN hoja(nullptr, Lunes, *tabla);
     EXPECT_EQ(layOut(hoja.QR).size(), 1U); // the closing rule opens no page of its own
+    EXPECT_EQ(horizontales(layOut(hoja.QR)[0], 100), (TRayas{{57, 1}, {82 + 35 * 26, 1}}));
     linea(Lunes, {"23:00", "c36"});
     const auto paginas = layOut(hoja.QR);
     ASSERT_EQ(paginas.size(), 2U);
     EXPECT_TRUE(textoDe(paginas[1], "AGENDA DEL DÍA: 16/11/2026"));
     EXPECT_NEAR(textoDe(paginas[1], "c36")->top, Margen + 82 + 4, 0.01);
+    for (const Page &pagina : paginas)
+        EXPECT_EQ(horizontales(pagina, 100), (TRayas{{57, 1}, {82 + (pagina.number == 1 ? 35 : 1) * 26, 1}}))
+            << "its frame is closed";
+}
+
+TEST_F(Hojas, RulesAndBoxesStandBetweenTheColumns)
+{
+    linea(Lunes, {"09:00", "una"});
+    TQRAgendaDiaN hojaDia(nullptr, Lunes, *tabla);
+    const Page dia = layOut(hojaDia.QR).front();
+    EXPECT_EQ(cajas(dia), (QList<QRectF>{{18, 30, 685.5, 52}}));
+    const TRayas columnasDia{{54.5, 0.75}, {260.5, 0.75}, {543.5, 0.75}, {678.5, 0.75}};
+    EXPECT_EQ(verticales(dia, 70), columnasDia);
+    EXPECT_EQ(verticales(dia, 82 + 13), TRayas({{18, 1}}) + columnasDia + TRayas({{703.5, 1}}));
+    const std::pair<double, double> bordes[] = {{53, 56}, {259, 262}, {542, 545}, {678, 682}};
+    for (int i = 0; i < 4; ++i) { // behind what ends a column, before what begins the next
+        EXPECT_GE(columnasDia[i].first, bordes[i].first);
+        EXPECT_LE(columnasDia[i].first, bordes[i].second);
+    }
+    EXPECT_EQ(horizontales(dia, 100), (TRayas{{57, 1}, {82 + 26, 1}}));
+
+    linea(Lunes.addDays(3), {"09:00", "jueves"});
+    enSemana([](TQRAgendaN &hoja) {
+        const auto paginas = layOut(hoja.QR);
+        ASSERT_EQ(paginas.size(), 2U);
+        EXPECT_EQ(cajas(paginas[0]),
+                  (QList<QRectF>{{10.5, 36, 1023, 43}, {13.5, 39, 1017, 37}, {16.5, 42, 1011, 31}}));
+        EXPECT_EQ(paginas[0].rectangles[1].width, 2);
+        EXPECT_TRUE(cajas(paginas[1]).isEmpty());
+        TRayas entreDias;
+        TRayas todas;
+        for (int d = 0; d < 3; ++d) {
+            entreDias << std::pair{10.5 + 341 * d, 2.0};
+            todas << entreDias.last();
+            for (const double x : {47.0, 172.0, 294.5, 327.0})
+                todas << std::pair{x + 341 * d, 0.75};
+        }
+        entreDias << std::pair{10.5 + 341 * 3, 2.0};
+        todas << entreDias.last();
+        for (const Page &pagina : paginas) {
+            EXPECT_EQ(verticales(pagina, 116), entreDias) << "names of the days";
+            EXPECT_EQ(verticales(pagina, 140), todas) << "headings";
+            EXPECT_EQ(verticales(pagina, 156 + 10), todas) << "lines";
+            for (const double x : {100.0, 441.0, 782.0})
+                EXPECT_EQ(horizontales(pagina, x), (TRayas{{104, 1}, {129, 1}, {152, 1}, {156 + 23, 1}}));
+        }
+    });
+}
+
+TEST_F(Hojas, ADaySheetTakesOnlyColoursThatPaperHas)
+{
+    linea(Lunes, {"09:00", "fuera", {}, {}, "S"});
+    const struct {
+        const char *texto;
+        QRgb color;
+    } casos[] = {
+        {"$00123456", 0xFF563412U}, {"clNone", black}, {"clBtnFace", black}, {"clMaroon", 0xFF800000U}};
+    for (const auto &caso : casos) {
+        const auto color = TextoAColor(caso.texto);
+        ASSERT_TRUE(color) << caso.texto;
+        goConfAgendaN->SetColorSalida(*color);
+        TQRAgendaDiaN hoja(nullptr, Lunes, *tabla);
+        EXPECT_EQ(textoDe(layOut(hoja.QR).front(), "fuera")->color, caso.color) << caso.texto;
+    }
+}
+
+// The way of the office: the engine, the layouts that it is given, the printer of the settings, the viewer.
+TEST_F(Hojas, TheEngineShowsTheSheetsThatItIsAskedFor)
+{
+    linea(Lunes, {"09:00", "de Ana", {}, "ANA"});
+    linea(Lunes, {"09:30", "de Luis", {}, "LUIS"});
+    oficina.Config.Cuantos = 1;
+    oficina.Config.PrnOtros = "Impresora de la entrada";
+    TInformesAgendaN informes;
+    TClassAgendaN motor(nullptr, nullptr, TClassAgendaN::TTablas{}, nullptr, &informes);
+    motor.SincronizarTablasAFecha(Lunes, true);
+    linea(Lunes, {"10:00", "de ahora", {}, "ANA"}); // from another workstation
+    QString documento;
+    QStringList conceptos;
+    oficina.Rut.EnVisualizador = [&](Report &informe) {
+        documento = informe.documentName;
+        EXPECT_EQ(informe.printerName, "Impresora de la entrada");
+        conceptos.clear();
+        for (const Page &pagina : layOut(informe)) {
+            for (const TextPrimitive &texto : pagina.texts) {
+                if (texto.text.startsWith("de "))
+                    conceptos << texto.text;
+            }
+        }
+    };
+    oficina.Rut.OficialElegido = "ANA";
+    const struct {
+        void (TClassAgendaN::*informe)(QDate);
+        QString documento;
+        QStringList conceptos;
+    } casos[] = {
+        {&TClassAgendaN::InformeDia, "Agenda 2026-11-16 - Ana Núñez", {"de Ana", "de Luis", "de ahora"}},
+        {&TClassAgendaN::InformeDia_PorOficial,
+         "Agenda 2026-11-16 - Ana Núñez - ANA",
+         {"de Ana", "de ahora"}},
+        {&TClassAgendaN::InformeSemana,
+         "Agenda semana 2026-11-16 - Ana Núñez",
+         {"de Ana", "de Luis", "de ahora"}},
+        {&TClassAgendaN::InformeSemana_PorOficial,
+         "Agenda semana 2026-11-16 - Ana Núñez - ANA",
+         {"de Ana", "de ahora"}},
+    };
+    for (const auto &caso : casos) {
+        (motor.*caso.informe)(Lunes);
+        EXPECT_EQ(documento, caso.documento);
+        EXPECT_EQ(conceptos, caso.conceptos) << caso.documento.toStdString();
+    }
 }
 
 TEST_F(Hojas, AWeekStandsInItsFifteenColumns)

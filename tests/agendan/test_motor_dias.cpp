@@ -131,10 +131,10 @@ TEST_F(MotorTest, AsksBeforeBuildingWhenTold)
 {
     const QString pregunta = "¿Desea añadir una hoja a día de 16/11/2026 (S/N)?";
     const QString explicacion = "No hay datos a fecha de 16/11/2026";
-    oficina.Mensaje.espera({pregunta, "Agenda", 0, explicacion});
+    oficina.Mensaje.espera({pregunta, "Agenda", 0, explicacion, support::TCaja::siNo});
     EXPECT_FALSE(motor().InsertaDia(Lunes, true));
     EXPECT_TRUE(oficina.dia(1, Lunes).isEmpty());
-    oficina.Mensaje.espera({pregunta, "Agenda", 1, explicacion});
+    oficina.Mensaje.espera({pregunta, "Agenda", 1, explicacion, support::TCaja::siNo});
     EXPECT_TRUE(motor().InsertaDia(Lunes, true));
     EXPECT_EQ(oficina.dia(1, Lunes).size(), 24);
 }
@@ -164,6 +164,27 @@ TEST_F(MotorTest, TheSettingsTableMissingLeavesTheDayShown)
     std::filesystem::remove(oficina.carpetaDe("ZENTRA") / "VA_COMUN.DBF");
     EXPECT_THROW(motor().InsertaDia(Lunes.addDays(1), false), dataset::EDatabaseError);
     EXPECT_TRUE(motor().TablaActual().hasRange());
+}
+
+// The settings are another table, which may be slow: meanwhile nobody is to be kept from saving.
+TEST_F(MotorTest, TheSettingsOfASheetAreReadBeforeTheTableIsHeld)
+{
+    oficina.ponAjustes(9, 10, 30);
+    oficina.linea(1, Lunes, "09:00", "de otro puesto");
+    const auto otroPuesto = oficina.agenda(1);
+    static_cast<void>(motor());
+    int lecturas = 0;
+    oficina.Config.EnAliasZentra = [&] {
+        ++lecturas;
+        otroPuesto->edit();
+        otroPuesto->field(u"CONCEPTO").setText(QString::number(lecturas));
+        otroPuesto->post();
+    };
+    EXPECT_TRUE(motor().InsertaDia(Lunes.addDays(1), false));
+    oficina.Config.EnAliasZentra = nullptr;
+    EXPECT_EQ(lecturas, 1 + 5 + 4) << "first hour once; last hour and interval at every slot";
+    EXPECT_EQ(oficina.dia(1, Lunes.addDays(1)).size(), 4);
+    EXPECT_EQ(oficina.dia(1, Lunes), QStringList{"09:00 10 N"});
 }
 
 TEST_F(MotorTest, SynchronisingLeavesAShownDayAlone)

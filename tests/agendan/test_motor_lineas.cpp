@@ -44,7 +44,7 @@ TEST_F(LineasTest, CancellingAsksWhenTold)
 {
     EXPECT_TRUE(motor().Modificar());
     tabla().field(u"CONCEPTO").setText("otra");
-    oficina.Mensaje.espera({"¿Desea cancelar la operación?", " ATENCIÓN:", 0});
+    oficina.Mensaje.espera({"¿Desea cancelar la operación?", " ATENCIÓN:", 0, {}, support::TCaja::pregunta});
     EXPECT_FALSE(motor().CancelarAgendaN(true));
     EXPECT_EQ(tabla().state(), State::edit) << "the pending change is kept";
     oficina.Mensaje.espera({"¿Desea cancelar la operación?", " ATENCIÓN:", 1});
@@ -58,7 +58,11 @@ TEST_F(LineasTest, DeletesAfterAsking)
     oficina.Mensaje.espera({"¿Desea borrar la cita de las 10:00 de la base de datos?", " ATENCIÓN", 0});
     EXPECT_FALSE(motor().Borrar(true));
     EXPECT_EQ(oficina.dia(1, Lunes).size(), 3);
-    oficina.Mensaje.espera({"¿Desea borrar la cita de las 10:00 de la base de datos?", " ATENCIÓN", 1});
+    oficina.Mensaje.espera({"¿Desea borrar la cita de las 10:00 de la base de datos?",
+                            " ATENCIÓN",
+                            1,
+                            {},
+                            support::TCaja::pregunta});
     EXPECT_TRUE(motor().Borrar(true));
     EXPECT_EQ(oficina.dia(1, Lunes), (QStringList{"09:00 Firma N", "11:00 Acta N"}));
     EXPECT_TRUE(motor().Borrar(false));

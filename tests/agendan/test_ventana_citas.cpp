@@ -353,4 +353,48 @@ TEST_F(CitasTest, ADateThatWasTypedCountsBeforeACommand)
     });
 }
 
+// The card stores the hour as it is typed, so a line may be in no sheet; a clerk who looks for it finds it.
+TEST_F(CitasTest, LinesOutsideTheHoursAreToldAndLedTo)
+{
+    oficina.linea(1, Lunes, "93:0", "perdida");
+    oficina.linea(1, Lunes, " 9:30", "otra");
+    enVentana([&] {
+        auto *const boton = ficha->findChild<QAbstractButton *>("BFueraDeHora");
+        EXPECT_TRUE(boton->isVisible());
+        EXPECT_EQ(boton->text(), "2 líneas fuera de hora");
+        EXPECT_EQ(rejilla().model()->rowCount(), 4);
+        EXPECT_EQ(horaActual(), "09:00");
+        QTest::mouseClick(boton, Qt::LeftButton);
+        EXPECT_EQ(rejilla().model()->rowCount(), 6);
+        EXPECT_EQ(horaActual(), " 9:30");
+        EXPECT_TRUE(rejilla().hasFocus());
+        oficina.Mensaje.espera({"¿Desea borrar la cita de las  9:30 de la base de datos?", " ATENCIÓN", 1});
+        tecla(Qt::Key_Delete);
+        EXPECT_EQ(boton->text(), "1 línea fuera de hora");
+        EXPECT_EQ(rejilla().model()->rowCount(), 5) << "the others stay in sight";
+        QTest::mouseClick(boton, Qt::LeftButton);
+        EXPECT_EQ(rejilla().model()->rowCount(), 4);
+        QTest::mouseClick(boton, Qt::LeftButton);
+        pestanas().setCurrentIndex(1);
+        EXPECT_FALSE(boton->isVisible()) << "the other notary has none";
+        pestanas().setCurrentIndex(0);
+        EXPECT_TRUE(boton->isVisible());
+        EXPECT_FALSE(boton->isChecked());
+        EXPECT_EQ(rejilla().model()->rowCount(), 4);
+        // Put right on the card, it is one of the sheet.
+        QTest::mouseClick(boton, Qt::LeftButton);
+        EXPECT_EQ(horaActual(), "93:0");
+        vistas.Esperadas << support::VistasDePrueba::Esperada{
+            TOperacion::modificar, [](TClassAgendaN &engine) {
+                EXPECT_TRUE(engine.Modificar());
+                engine.TablaActual().field(u"HORA").setText("09:30");
+                EXPECT_TRUE(engine.AceptarAgendaN());
+            }};
+        comando("AModificar");
+        EXPECT_FALSE(boton->isVisible());
+        EXPECT_EQ(rejilla().model()->rowCount(), 5);
+        EXPECT_EQ(horaActual(), "09:30");
+    });
+}
+
 } // namespace

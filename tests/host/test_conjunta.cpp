@@ -293,10 +293,10 @@ TEST_F(ConjuntaTest, CopiedLinesGoToAnotherNotaryAndHourAndOverwriteOnlyWhenAllo
     tecla(Qt::Key_Return);
     const QString encima = "¿Desea escribir encima (S/N)?";
     const QString cuales = "En la agenda de Benito Ruiz ya hay citas a las 09:00, que se perderán.";
-    oficina.Mensaje.espera({encima, Conjunta, 0, cuales});
+    oficina.Mensaje.espera({encima, Conjunta, 0, cuales, support::TCaja::noSi});
     tecla(Qt::Key_V, Qt::ControlModifier);
     EXPECT_EQ(oficina.dia(2, Dia), (QStringList{"09:00 Suya N", "10:00  N"}));
-    oficina.Mensaje.espera({encima, Conjunta, 1, cuales});
+    oficina.Mensaje.espera({encima, Conjunta, 1, cuales, support::TCaja::noSi});
     tecla(Qt::Key_V, Qt::ControlModifier);
     EXPECT_EQ(oficina.dia(2, Dia), (QStringList{"09:00 Poder N", "10:00 Acta N"}));
     conHora(Qt::Key_V, Qt::ControlModifier | Qt::ShiftModifier, "1200");
@@ -323,7 +323,7 @@ TEST_F(ConjuntaTest, NothingThatOthersHaveBookedMeanwhileIsLostUnseen)
     };
     apunta(2, "CONCEPTO", "Suya");
     oficina.Mensaje.espera({"¿Desea borrar también esas citas (S/N)?", Conjunta, 0,
-                            "A las 09:00 tienen cita además: Benito Ruiz."});
+                            "A las 09:00 tienen cita además: Benito Ruiz.", support::TCaja::noSi});
     tecla(Qt::Key_Delete, Qt::ControlModifier);
     EXPECT_EQ(oficina.dia(1, Dia).size(), 2);
     const auto libre = oficina.agenda(2);
@@ -340,7 +340,8 @@ TEST_F(ConjuntaTest, NothingThatOthersHaveBookedMeanwhileIsLostUnseen)
     apunta(3, "CONCEPTO", "Tercera");
     ve(0, 2 * CitaSegundo);
     oficina.Mensaje.espera({"¿Desea escribir encima (S/N)?", Conjunta, 0,
-                            "En la agenda de Carmen Güell ya hay citas a las 09:00, que se perderán."});
+                            "En la agenda de Carmen Güell ya hay citas a las 09:00, que se perderán.",
+                            support::TCaja::noSi});
     tecla(Qt::Key_V, Qt::ControlModifier);
     EXPECT_EQ(oficina.dia(3, Dia).first(), "09:00 Tercera N");
 }

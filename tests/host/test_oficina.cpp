@@ -17,6 +17,8 @@
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QTabWidget>
 
+#include <cmath>
+
 namespace
 {
 
@@ -58,6 +60,45 @@ TEST_F(OficinaTest, TheDemoIsTheSameEveryTimeAndReadsBack)
     for (const char *nombre : {"HoraInicio", "HoraFin", "intervalo"})
         EXPECT_TRUE(comun.locate({{"PROGRAMA", "AGENDA"}, {"NOMBRE", nombre}}, dataset::SearchMode::exact))
             << nombre;
+}
+
+// Whatever day somebody tries the program on, and without squinting.
+TEST(Demo, TheFirstDayHasItsSheetAndItsOutingsCanBeRead)
+{
+    for (const QDate hoy : {QDate(2026, 11, 20), QDate(2026, 11, 21), QDate(2026, 11, 22)}) {
+        const TempFolder carpeta;
+        TDemo demo;
+        demo.Hoy = hoy;
+        demo.MesesAntes = 0;
+        demo.MesesDespues = 0;
+        const QString donde = QString::fromStdString(carpeta.path().string());
+        CreaDatosDemo(donde, demo);
+        const dataset::Aliases aliases = TConfiguracion(donde).Aliases();
+        for (int notario = 1; notario <= 3; ++notario) {
+            dataset::DbfTable agenda(aliases);
+            agenda.setDatabaseName(QString("NOTARIO%1").arg(notario));
+            PreparaTablaAgendaN(agenda);
+            agenda.open();
+            EXPECT_TRUE(agenda.setRange({{"FECHA", hoy}}, {{"FECHA", hoy}}));
+            EXPECT_EQ(agenda.rowCount(), 24) << hoy.toString().toStdString() << ' ' << notario;
+            int citas = 0;
+            for (agenda.first(); !agenda.eof(); agenda.next())
+                citas += agenda.field(u"CONCEPTO").asText().isEmpty() ? 0 : 1;
+            EXPECT_GT(citas, 6);
+            EXPECT_LT(citas, 24) << "nor is anybody away all day";
+        }
+        const auto color = TextoAColor(
+            TFicheroIni(donde + "/CONFIG/VARIOS.INI").Lee("COLOR", "AGENDASALIDA").value_or(QString()));
+        ASSERT_TRUE(color);
+        const auto luz = [](int parte) {
+            const double v = parte / 255.0;
+            return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4);
+        };
+        const double claridad =
+            0.2126 * luz(Rojo(*color)) + 0.7152 * luz(Verde(*color)) + 0.0722 * luz(Azul(*color));
+        EXPECT_GE(1.05 / (claridad + 0.05), 4.5) << "as text on white paper";
+        EXPECT_GE((claridad + 0.05) / 0.05, 4.5) << "behind black text";
+    }
 }
 
 TEST_F(OficinaTest, OpensTheAgendaThroughTheModuleAndLeavesNothing)

@@ -9,6 +9,8 @@
 
 #include <QtTest/QSignalSpy>
 
+#include <cmath>
+
 namespace
 {
 
@@ -269,6 +271,27 @@ TEST_F(ReportTest, APdfReplacesItsFileOnlyWhenItIsWhole)
     EXPECT_TRUE(writePdf(report, name));
     EXPECT_EQ(support::readFile(file).substr(0, 5), "%PDF-");
     EXPECT_THROW(std::ignore = writePdf(report, name + "/no/hay.pdf"), EReportError);
+}
+
+TEST_F(ReportTest, WhatNobodyShowsIsTold)
+{
+    EXPECT_THROW(report.preview(), EReportError);
+    int shown = 0;
+    report.onPreview = [&shown](Report &) { ++shown; };
+    report.preview();
+    EXPECT_EQ(shown, 1);
+}
+
+TEST_F(ReportTest, APageThatAnotherFollowsIsClosed)
+{
+    fill(7);
+    report.pageEnd.push_back({{0, 2, 50, 2}, 1, black});
+    QList<double> heights;
+    for (const Page &page : layOut(report))
+        heights << (page.lines.empty()
+                        ? -1
+                        : std::round(page.lines.front().line.y1() - report.page.printableRect().top()));
+    EXPECT_EQ(heights, (QList<double>{20 + 40 + 4 * 50 + 2, -1}));
 }
 
 } // namespace

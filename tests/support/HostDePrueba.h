@@ -12,8 +12,19 @@
 namespace support
 {
 
-/// Message boxes that answer by a script. A message that was not announced, or one that never came, fails the
-/// test.
+/// What kind of box a message is.
+enum class TCaja {
+    porSuTexto,    ///< a text that begins with "¿" asks, with yes as the default; any other only tells
+    aviso,         ///< Mensajes with one button
+    pregunta,      ///< Mensajes, yes is the default
+    preguntaGrave, ///< Mensajes, no is the default
+    siNo,          ///< Mensaje_SiNo, yes is the default
+    noSi,          ///< Mensaje_NoSi, no is the default
+    error,         ///< Mensaje_Error
+};
+
+/// Message boxes that answer by a script. A message that was not announced, one of another kind, icon or
+/// default button, and one that never came, fails the test.
 class MensajeDePrueba : public IMensaje
 {
 public:
@@ -22,6 +33,7 @@ public:
         QString Titulo;
         int Respuesta = 0;
         QString Texto2 = QString(); // an initialiser, so that it may be left out
+        TCaja Caja = TCaja::porSuTexto;
         /// What others do while the box stands open.
         std::function<void()> Entretanto = {};
     };
@@ -35,20 +47,30 @@ public:
 
     int Mensajes(const TMensaje &mensaje) override
     {
-        return responde(mensaje.Texto, mensaje.Texto2, mensaje.Titulo);
+        TCaja caja = TCaja::aviso;
+        if (mensaje.Clase != TClaseMensaje::aviso)
+            caja = mensaje.Clase == TClaseMensaje::pregunta ? TCaja::pregunta : TCaja::preguntaGrave;
+        EXPECT_EQ(mensaje.ColorFondo, clBtnFace);
+        EXPECT_EQ(mensaje.ColorTexto, clBtnText);
+        EXPECT_FALSE(mensaje.Bandera);
+        return responde(mensaje.Texto, mensaje.Texto2, mensaje.Titulo, caja, mensaje.Icono);
     }
     int Mensaje_SiNo(const QString &pregunta, const QString &explicacion, const QString &titulo) override
     {
-        return responde(pregunta, explicacion, titulo);
+        return responde(pregunta, explicacion, titulo, TCaja::siNo, TIconoMensaje::pregunta);
     }
     int Mensaje_NoSi(const QString &pregunta, const QString &explicacion, const QString &titulo) override
     {
-        return responde(pregunta, explicacion, titulo);
+        return responde(pregunta, explicacion, titulo, TCaja::noSi, TIconoMensaje::pregunta);
     }
-    void Mensaje_Error(const QString &texto, const QString &titulo) override { responde(texto, {}, titulo); }
+    void Mensaje_Error(const QString &texto, const QString &titulo) override
+    {
+        responde(texto, {}, titulo, TCaja::error, TIconoMensaje::error);
+    }
 
 private:
-    int responde(const QString &texto, const QString &texto2, const QString &titulo)
+    int responde(const QString &texto, const QString &texto2, const QString &titulo, TCaja caja,
+                 TIconoMensaje icono)
     {
         if (m_esperados.empty()) {
             ADD_FAILURE() << "unexpected message: " << texto.toStdString() << " | " << texto2.toStdString()
@@ -60,9 +82,26 @@ private:
         EXPECT_EQ(texto, esperado.Texto);
         EXPECT_EQ(texto2, esperado.Texto2);
         EXPECT_EQ(titulo, esperado.Titulo);
+        miraLaCaja(texto, caja, esperado.Caja, icono);
         if (esperado.Entretanto)
             esperado.Entretanto();
         return esperado.Respuesta;
+    }
+    static void miraLaCaja(const QString &texto, TCaja caja, TCaja esperada, TIconoMensaje icono)
+    {
+        const bool avisa = caja == TCaja::aviso || caja == TCaja::error;
+        if (esperada != TCaja::porSuTexto)
+            EXPECT_EQ(caja, esperada) << texto.toStdString();
+        else if (texto.startsWith(u'¿'))
+            EXPECT_TRUE(caja == TCaja::pregunta || caja == TCaja::siNo) << texto.toStdString();
+        else
+            EXPECT_TRUE(avisa) << texto.toStdString();
+        if (avisa)
+            EXPECT_TRUE(icono == TIconoMensaje::advertencia || icono == TIconoMensaje::error ||
+                        icono == TIconoMensaje::informacion)
+                << texto.toStdString();
+        else
+            EXPECT_EQ(icono, TIconoMensaje::pregunta) << texto.toStdString();
     }
     std::deque<Esperado> m_esperados;
 };
@@ -123,7 +162,12 @@ class ConfigDePrueba : public TConfig
 {
 public:
     [[nodiscard]] int GetnCuantos() const override { return Cuantos; }
-    [[nodiscard]] QString GetAliasZentra() const override { return QStringLiteral("ZENTRA"); }
+    [[nodiscard]] QString GetAliasZentra() const override
+    {
+        if (EnAliasZentra)
+            EnAliasZentra();
+        return QStringLiteral("ZENTRA");
+    }
     [[nodiscard]] QString GetNombre1() const override { return QStringLiteral("Íñigo Peña"); }
     [[nodiscard]] QString GetDon() const override { return QStringLiteral("Don"); }
     [[nodiscard]] QStringList GetNotarios() const override
@@ -134,11 +178,13 @@ public:
     [[nodiscard]] QString GetPath() const override { return Carpeta; }
     [[nodiscard]] QDate GetAgenda_FechaInicio() const override { return FechaInicio; }
     void SetAgenda_FechaInicio(QDate fecha) override { FechaInicio = fecha; }
-    [[nodiscard]] QString GetPrnOtros() const override { return {}; }
+    [[nodiscard]] QString GetPrnOtros() const override { return PrnOtros; }
     [[nodiscard]] QString GetFicheroVentanas() const override { return FicheroVentanas; }
 
     int Cuantos = 3;
+    std::function<void()> EnAliasZentra; ///< whenever a setting of VA_COMUN is about to be read
     QString Carpeta;
+    QString PrnOtros;        ///< the system's default printer when empty
     QString FicheroVentanas; ///< empty: windows remember nothing
     QDate FechaInicio;
 };

@@ -23,6 +23,7 @@ public:
         }
         ~Informe() override { --Duenyo.Vivos; }
         void Preview() override { Duenyo.Mira(Datos); }
+        void PonDeQuien(const QString &deQuien) override { Duenyo.DeQuien << deQuien; }
         InformesDePrueba &Duenyo;
         dataset::DataSet &Datos;
     };
@@ -53,6 +54,7 @@ public:
             EnVista(datos);
     }
     QStringList Pedidos;
+    QStringList DeQuien; ///< as the documents of those reports are named
     QStringList Filas;
     int Vivos = 0;
     std::function<void(dataset::DataSet &)> EnVista;

@@ -380,4 +380,37 @@ TEST_F(AgendaTool, RefusesACommandLineThatMakesNoSense)
     EXPECT_EQ(out, "");
 }
 
+// An office is a folder of folders; one order looks after all of it.
+TEST_F(AgendaTool, WithoutATableEveryOneBelowTheFolderIsTaken)
+{
+    const auto office = temp.path() / "oficina";
+    const auto copies = office / "copias";
+    for (const char *const name : {"NOTARIO1", "NOTARIO2", ".aparte"}) {
+        std::filesystem::create_directories(office / name);
+        ASSERT_EQ(tool("create", {}, office / name), exitDone) << err;
+    }
+    std::filesystem::rename(office / "NOTARIO2" / "AGENDA_N.DBF", office / "NOTARIO2" / "agenda_n.dbf");
+    EXPECT_EQ(words({"check", office.string()}), exitDone) << err;
+    EXPECT_NE(out.find("NOTARIO1/AGENDA_N:\nLa tabla está bien: 0 líneas"), std::string::npos) << out;
+    EXPECT_NE(out.find("NOTARIO2/agenda_n:\nLa tabla está bien"), std::string::npos) << out;
+    EXPECT_EQ(out.find("aparte"), std::string::npos) << out;
+    EXPECT_EQ(words({"--quiet", "info", office.string()}), exitDone);
+    EXPECT_EQ(words({"backup", office.string(), copies.string()}), exitDone) << err;
+    EXPECT_TRUE(std::filesystem::exists(copies / "NOTARIO1" / "AGENDA_N.DBF"));
+    EXPECT_FALSE(std::filesystem::exists(copies / "copias"));
+    EXPECT_EQ(words({"backup", office.string(), copies.string()}), exitFailed)
+        << "copies are not written over";
+    // One that is damaged is named, and the others are looked at all the same.
+    writeFile(office / "NOTARIO1" / "AGENDA_N.DBF", "no es una tabla");
+    EXPECT_EQ(words({"--quiet", "check", office.string()}), exitFailed);
+    EXPECT_NE(err.find("agendatool: lo anterior es de NOTARIO1/AGENDA_N\n"), std::string::npos) << err;
+    EXPECT_EQ(out, "");
+    EXPECT_EQ(words({"repair", office.string()}), exitFailed);
+    EXPECT_NE(out.find("NOTARIO2/agenda_n:\nLa tabla está bien"), std::string::npos) << out;
+    EXPECT_EQ(words({"check", other.string()}), exitFailed) << "nothing to look at is no good news";
+    EXPECT_EQ(words({"check", (office / "nada").string()}), exitFailed);
+    EXPECT_EQ(words({"pack", office.string()}), exitUsage);
+    EXPECT_EQ(words({"check"}), exitUsage);
+}
+
 } // namespace

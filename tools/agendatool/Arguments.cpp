@@ -23,18 +23,19 @@ struct VerbShape {
     bool hasFormat;
     bool hasDay = false;  ///< a date before the target, and the option --oficial
     bool hasTable = true; ///< otherwise it is about the whole folder, and has the options of two workstations
+    bool takesAll = false; ///< without a table it is about every one below the folder
 };
 
 constexpr std::array<VerbShape, 14> shapes{{{"create", false, false, false},
-                                            {"info", false, false, false},
+                                            {"info", false, false, false, false, true, true},
                                             {"dump", false, true, true},
-                                            {"check", false, false, false},
-                                            {"repair", false, false, false},
+                                            {"check", false, false, false, false, true, true},
+                                            {"repair", false, false, false, false, true, true},
                                             {"reindex", false, false, false},
                                             {"pack", false, false, false},
                                             {"export", true, true, false},
                                             {"import", true, false, false},
-                                            {"backup", true, false, false},
+                                            {"backup", true, false, false, false, true, true},
                                             {"restore", true, false, false},
                                             {"dia", true, false, false, true},
                                             {"semana", true, false, false, true},
@@ -131,7 +132,9 @@ private:
         if (shape == shapes.end())
             return wrong("no se conoce la orden «" + m_plain[0] + "»");
         const auto one = [](bool given) { return given ? 1U : 0U; };
-        if (m_plain.size() != 2U + one(shape->hasTable) + one(shape->hasTarget) + one(shape->hasDay))
+        const auto words = 2U + one(shape->hasTable) + one(shape->hasTarget) + one(shape->hasDay);
+        const bool all = shape->takesAll && m_plain.size() + 1 == words;
+        if (m_plain.size() != words && !all)
             return wrong("la orden «" + m_plain[0] + "» lleva carpeta" +
                          (shape->hasDay      ? ", tabla, fecha y fichero"
                           : shape->hasTarget ? ", tabla y destino u origen"
@@ -148,7 +151,7 @@ private:
             return wrong("--espera y --desde-otro-puesto se excluyen");
         m_made.verb = m_plain[0];
         m_made.folder = m_plain[1];
-        if (shape->hasTable)
+        if (shape->hasTable && !all)
             m_made.table = m_plain[2];
         if (shape->hasTarget)
             m_made.target = m_plain.back();

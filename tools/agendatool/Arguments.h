@@ -11,7 +11,7 @@ namespace agendatool
 struct Arguments {
     std::string verb;
     std::filesystem::path folder;
-    std::string table;            ///< empty for verbs that have none
+    std::string table;            ///< empty for verbs that have none, and for every table below the folder
     std::filesystem::path target; ///< file or folder behind the table; empty for verbs that have none
     DateRange range;
     std::optional<dbase::Date> day;   ///< of a printed sheet

@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <ostream>
+#include <vector>
 
 namespace agendatool
 {
@@ -15,6 +17,8 @@ namespace
 
 constexpr std::string_view helpText =
     R"(Uso: agendatool ORDEN CARPETA TABLA [DESTINO u ORIGEN] [opciones]
+
+Sin TABLA, info, check, repair y backup tratan todas las que hay en la carpeta y en las que cuelgan de ella.
 
 Órdenes:
   create                 crea una tabla de agenda, vacía
@@ -69,6 +73,73 @@ constexpr std::array<Verb, 14> verbs{{{"create", createTable},
                                       {"semana", printWeek},
                                       {"red", tryShare, false}}};
 
+/// Every table below a folder, by name. Links are not followed, nor folders that hide; what lies in the
+/// target is a copy.
+dbase::Result<std::vector<std::filesystem::path>> tablesBelow(const std::filesystem::path &folder,
+                                                              const std::filesystem::path &target)
+{
+    namespace fs = std::filesystem;
+    std::vector<fs::path> tables;
+    std::error_code fault;
+    const auto broken = [&] {
+        return dbase::Status(dbase::ErrorKind::inputOutput, "no se puede leer la carpeta: " + fault.message(),
+                             pathText(folder));
+    };
+    for (fs::recursive_directory_iterator at(folder, fault);
+         !fault && at != fs::recursive_directory_iterator(); at.increment(fault)) {
+        const fs::path &path = at->path();
+        std::error_code ignored;
+        if (at->is_directory(ignored)) {
+            if (pathText(path.filename()).starts_with('.') || fs::equivalent(path, target, ignored))
+                at.disable_recursion_pending();
+        } else if (at->is_regular_file(ignored) && upperAscii(pathText(path.extension())) == ".DBF") {
+            tables.push_back(path);
+        }
+    }
+    if (fault)
+        return broken();
+    if (tables.empty())
+        return dbase::Status(dbase::ErrorKind::notFound, "no hay ninguna tabla en la carpeta",
+                             pathText(folder));
+    std::sort(tables.begin(), tables.end());
+    return tables;
+}
+
+/// Does a verb on every table below its folder, whatever becomes of the one before.
+int runOnAll(const Context &context, const Verb &verb)
+{
+    const auto tables = tablesBelow(context.args.folder, context.args.target);
+    if (!tables.ok())
+        return context.fail(tables.status());
+    int worst = exitDone;
+    for (const std::filesystem::path &table : tables.value()) {
+        const auto below = table.parent_path().lexically_relative(context.args.folder);
+        Arguments args = context.args;
+        args.folder = table.parent_path();
+        args.table = pathText(table.stem());
+        const std::string name = pathText((below / table.stem()).lexically_normal());
+        context.note(name + ':');
+        int code = exitDone;
+        if (!args.target.empty()) {
+            args.target = (args.target / below).lexically_normal();
+            std::error_code fault;
+            std::filesystem::create_directories(args.target, fault);
+            if (fault)
+                code =
+                    context.fail({dbase::ErrorKind::inputOutput,
+                                  "no se puede crear la carpeta: " + fault.message(), pathText(args.target)});
+        }
+        if (code == exitDone)
+            code = verb.work({args, context.answers, context.outIsTerminal, context.patience,
+                              context.progress, context.program});
+        if (code == exitDone)
+            continue;
+        context.err() << "agendatool: lo anterior es de " << name << '\n';
+        worst = worst == exitDone || code == exitFailed ? code : worst;
+    }
+    return worst;
+}
+
 } // namespace
 
 int run(const std::vector<std::string> &words, std::ostream &out, std::ostream &err, Terminals terminals,
@@ -90,9 +161,12 @@ int run(const std::vector<std::string> &words, std::ostream &out, std::ostream &
     }
     const auto verb =
         std::find_if(verbs.begin(), verbs.end(), [&](const Verb &one) { return one.name == args.verb; });
-    ProgressLine progress(err, verb->onTable ? upperAscii(args.table) : args.verb,
+    const bool onAll = verb->onTable && args.table.empty();
+    ProgressLine progress(err, verb->onTable && !onAll ? upperAscii(args.table) : args.verb,
                           terminals.err && !args.quiet);
     const Context context{args, out, terminals.out, patience, progress, program};
+    if (onAll)
+        return runOnAll(context, *verb);
     // A name that no table can have is a slip of the command line, not a fault of the folder.
     if (const dbase::Status named =
             verb->onTable ? dbase::findTable(args.folder, args.table).status() : dbase::Status();

@@ -43,13 +43,16 @@ if [ "$(id -u)" -ne 0 ]; then
 fi
 
 echo "Instalando:$faltan"
+# Another run of the package tools, such as the daily one of a new machine, is waited for.
+espera="-o DPkg::Lock::Timeout=600"
 instala() {
-    # shellcheck disable=SC2086  # the list is meant to split
-    $como env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends $faltan >/tmp/agenda-paquetes.$$ 2>&1
+    # shellcheck disable=SC2086  # the lists are meant to split
+    $como env DEBIAN_FRONTEND=noninteractive apt-get $espera install -y --no-install-recommends $faltan >/tmp/agenda-paquetes.$$ 2>&1
 }
 # The lists of a new machine are empty or old: only then is the slower update worth its time.
 if ! instala; then
-    $como apt-get update >/dev/null 2>&1 || true
+    # shellcheck disable=SC2086
+    $como apt-get $espera update >/dev/null 2>&1 || true
     if ! instala; then
         tail -n 20 /tmp/agenda-paquetes.$$ >&2
         rm -f /tmp/agenda-paquetes.$$
