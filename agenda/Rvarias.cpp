@@ -69,8 +69,8 @@ int AnyoCompleto(const QString &cifras, int anyoActual)
     const int anyo = cifras.toInt();
     if (cifras.size() == 4)
         return anyo;
-    if (cifras.size() > 2)
-        return 0;
+    if (cifras.size() != 2)
+        return 0; // half typed: taken for a year, it would have a sheet built there
     const int primero = anyoActual - AnyosHaciaAtras;
     return primero + (((anyo - primero) % 100) + 100) % 100;
 }

@@ -149,7 +149,6 @@ void HazInformeSemana(const TMotorDeSemana &motor, QDate fecha, const std::optio
         motor.Semana.close();
     };
     const auto vuelveAlDia = [&] {
-        motor.CancelaRango();
         motor.PonRango(fecha);
         if (motor.Tabla.rowOf(donde) >= 0)
             motor.Tabla.goToBookmark(donde);
@@ -163,6 +162,8 @@ void HazInformeSemana(const TMotorDeSemana &motor, QDate fecha, const std::optio
         muestra(lunes);
     });
     intentos.Intenta("Closing the week rows", cierraSemana);
+    // Without it the day's range is still set: the whole table is never to be seen in its place.
+    intentos.Intenta("Leaving the week", [&motor] { motor.CancelaRango(); });
     intentos.Intenta("Going back to the day", vuelveAlDia);
     intentos.Dilo();
 }

@@ -151,7 +151,7 @@ void TQRAgendaN::MontaDia(report::Band &detalle, int dia)
 /// Writes the days of the half-week on which the data set stands.
 void TQRAgendaN::PonDias(report::Band &banda)
 {
-    const int primero = QR.dataSet->field(u"SEMISEMANA").asInteger() == 1 ? 0 : Dias;
+    const int primero = Semisemana() == 1 ? 0 : Dias;
     int dia = primero;
     for (report::Label &rotulo : banda.labels) {
         if (!rotulo.name.startsWith(QLatin1String("QRLDia")))
@@ -160,6 +160,15 @@ void TQRAgendaN::PonDias(report::Band &banda)
                       QString::number(m_lunes.addDays(dia).day());
         ++dia;
     }
+}
+
+/// Which half of the week the data set stands on; only hooks read it, so the run cannot miss it for them.
+qint64 TQRAgendaN::Semisemana() const
+{
+    const QString campo = QStringLiteral("SEMISEMANA");
+    if (QR.dataSet->fieldIndex(campo) < 0)
+        throw report::EReportError::missingField(QR.name, campo);
+    return QR.dataSet->field(campo).asInteger();
 }
 
 void TQRAgendaN::QRBand1BeforePrint(report::BandPrint &banda)
@@ -175,7 +184,7 @@ void TQRAgendaN::Band1BeforePrint(report::BandPrint &banda)
 
 void TQRAgendaN::DetailBand1BeforePrint(report::BandPrint &banda)
 {
-    if (m_otraMitad || QR.dataSet->field(u"SEMISEMANA").asInteger() != 2)
+    if (m_otraMitad || Semisemana() != 2)
         return;
     banda.newPage = true;
     m_otraMitad = true;

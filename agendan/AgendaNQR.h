@@ -27,6 +27,7 @@ private:
     void MontaTitulo();
     void MontaDetalle();
     void MontaDia(report::Band &detalle, int dia);
+    [[nodiscard]] qint64 Semisemana() const;
     void PonDias(report::Band &banda);
     void QRBand1BeforePrint(report::BandPrint &banda);
     void Band1BeforePrint(report::BandPrint &banda);

@@ -237,7 +237,10 @@ void TFFichaAgendaN::PCAgendaChange()
 
 void TFFichaAgendaN::ActualizaFecha()
 {
-    MEFecha->setMaskedText(Date_Cad(FechaActual()));
+    QDate dia = FechaActual();
+    if (!dia.isValid() && GetDatosAgendaN())
+        dia = m_motor->DiaPedido(); // its last line has gone
+    MEFecha->setMaskedText(Date_Cad(dia));
 }
 
 void TFFichaAgendaN::MEFechaEnter()
@@ -257,6 +260,9 @@ void TFFichaAgendaN::MEFechaExit()
     if (VerificaFecha(fecha)) {
         MEFecha->setMaskedText(fecha);
         m_fechaAtendida = ConGuarda([this, &fecha] { SincronizaA(Cad_Date(fecha)); });
+        // A day that could not be shown is not to stand over the lines of the one before.
+        if (!m_fechaAtendida)
+            ConGuarda([this] { ActualizaFecha(); });
         MiraFueraDeHora();
         return;
     }

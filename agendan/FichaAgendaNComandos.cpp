@@ -111,7 +111,12 @@ bool TFFichaAgendaN::PreguntaFecha(QDate &fecha)
 
 void TFFichaAgendaN::VeAlDia(QDate fecha)
 {
-    SincronizaA(fecha);
+    try {
+        SincronizaA(fecha);
+    } catch (...) {
+        ActualizaFecha(); // this notary's table may have gone there, or not
+        throw;
+    }
     ActualizaFecha();
 }
 
@@ -138,8 +143,6 @@ void TFFichaAgendaN::Imprime(void (TClassAgendaN::*informe)(QDate))
     // An emptied field moves nothing, so the day shown is still the one meant.
     if (MEFecha->isBlank())
         ActualizaFecha();
-    if (MEFecha->isBlank())
-        MEFecha->setMaskedText(Date_Cad(m_motor->DiaPedido()));
     (m_motor->*informe)(Cad_Date(MEFecha->text()));
 }
 

@@ -71,7 +71,8 @@ void TFFichaCitas::MEFechaExit()
     if (QuitaCaracter(QuitaCaracter(fecha, u' '), u'/').isEmpty())
         return;
     if (VerificaFecha(fecha)) {
-        DBEFecha->putText(fecha);
+        m_fechaRechazada = !DBEFecha->putText(fecha); // told already
+        m_rechazoDicho = m_fechaRechazada;
         MuestraFecha();
         return;
     }

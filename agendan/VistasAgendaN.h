@@ -12,7 +12,7 @@ class DataSet;
 class TClassAgendaN;
 
 /// What the appointment card is opened for.
-enum class TOperacion { nuevo = 0, borrar = 1, modificar = 2, ver = 3 };
+enum class TOperacion : unsigned char { nuevo = 0, borrar = 1, modificar = 2, ver = 3 };
 
 /// The agenda window as its engine sees it. Made, filled, shown and freed within one call of the engine.
 class IFichaAgendaN

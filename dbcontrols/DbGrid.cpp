@@ -2,6 +2,7 @@
 
 #include "dbcontrols/CellEditor.h"
 #include "dbcontrols/DbGridDelegate.h"
+#include "dbcontrols/FieldLink.h"
 #include "dbcontrols/Texts.h"
 
 #include <QtCore/QCoreApplication>
@@ -356,7 +357,16 @@ bool DbGrid::edit(const QModelIndex &index, EditTrigger trigger, QEvent *event)
 void DbGrid::editorEdited(CellEditor &editor)
 {
     const DataSet *const set = activeSet();
-    if (!set || set->isEditing())
+    if (!set)
+        return;
+    if (const QString kept = keptBy(*set, editor.text()); kept != editor.text()) {
+        const auto position =
+            static_cast<int>(keptBy(*set, editor.text().left(editor.cursorPosition())).size());
+        editor.setText(kept);
+        editor.setModified(true);
+        editor.setCursorPosition(position);
+    }
+    if (set->isEditing())
         return;
     const QString believed = editor.original();
     const bool begun = beginEdit();

@@ -136,6 +136,8 @@ bool DbGridDelegate::eventFilter(QObject *object, QEvent *event)
         return true;
     case Qt::Key_Tab:
     case Qt::Key_Backtab:
+        if (key->modifiers() & Qt::ControlModifier)
+            return false; // to the next page, not to the next cell
         if (m_grid.commitEditor())
             m_grid.moveColumn(key->key() == Qt::Key_Tab ? 1 : -1);
         return true;

@@ -151,6 +151,8 @@ TEST(VerificaFecha, TakesWhatAClerkTypes)
         {"1/13/2024", nullptr},
         {"1/1/0000", nullptr},
         {"1/1/202", nullptr},
+        {"1/1/2", nullptr},
+        {"24/11/2   ", nullptr},
         {"5/  /2024", nullptr},
         {"  /  /    ", nullptr},
         {"5/3", nullptr},

@@ -465,6 +465,22 @@ TEST_F(CitaTest, FocusIsMarkedAndExplained)
             EXPECT_EQ(control<QLabel>("LExplica").text(), control(nombre).statusTip());
             tecla(Qt::Key_Tab);
         }
+        const std::pair<const char *, const char *> pistas[] = {
+            {"MEFecha", "Seleccione la fecha de alta del expediente"},
+            {"MEHora", "Seleccione la hora de alta del expediente"},
+            {"MEHoraFin", "Seleccione la hora de fin del alta del expediente"},
+            {"EInteresado",
+             "Persona de contacto/interesado de la cita.  Pulse flecha abajo para ver la lista de clientes"},
+            {"BInteresado", "Pulse el botón para ver la lista de clientes"},
+            {"BModificar", "Modifica los datos del expediente"},
+            {"BBorrar", "Elimina el expediente de la base de datos"},
+            {"BNuevo", "Crea un nuevo expediente"},
+            {"BAceptar", "Acepta los datos introducidos"},
+            {"BCancelar", "Descarta los datos introducidos"},
+            {"BSalir", "Cierra esta ventana"},
+        };
+        for (const auto &[nombre, pista] : pistas)
+            EXPECT_EQ(control(nombre).statusTip(), pista) << nombre;
         EXPECT_EQ(oficina.Rvarias.conFoco, nullptr);
         EXPECT_EQ(conFoco(), "BAceptar");
         for (const QWidget *const uno : ficha->findChildren<QWidget *>()) {

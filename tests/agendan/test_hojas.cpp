@@ -486,6 +486,18 @@ TEST_F(Hojas, DataWithoutTheirFieldsAreRefused)
         EXPECT_EQ(error.layout(), "TQRAgendaDiaN");
         EXPECT_EQ(error.field(), "INTERESADO");
     }
+    auto campos = CamposAgendaSemanal();
+    campos.removeIf([](const dataset::FieldInfo &campo) { return campo.name == "SEMISEMANA"; });
+    dataset::MemTable sinMitades;
+    sinMitades.create(campos);
+    TQRAgendaN semana(nullptr, Lunes, sinMitades);
+    try {
+        static_cast<void>(layOut(semana.QR));
+        ADD_FAILURE() << "nothing thrown";
+    } catch (const EReportError &error) {
+        EXPECT_EQ(error.layout(), "TQRAgendaN");
+        EXPECT_EQ(error.field(), "SEMISEMANA");
+    }
 }
 
 } // namespace

@@ -353,6 +353,22 @@ TEST_F(CitasTest, ADateThatWasTypedCountsBeforeACommand)
     });
 }
 
+// One notary's day could be shown, the other's sheet not be made: the date is that of the lines in front.
+TEST_F(CitasTest, TheDateFieldFollowsTheLinesAlsoWhenOtherNotariesFail)
+{
+    oficina.linea(1, Jueves, "17:00", "Del jueves");
+    enVentana([&] {
+        std::filesystem::remove(oficina.carpetaDe("ZENTRA") / "VA_COMUN.DBF");
+        oficina.Rut.FechaElegida = Jueves;
+        oficina.Mensaje.espera(
+            {QString::fromStdString(oficina.carpetaDe("ZENTRA").string()) + ": no existe la tabla VA_COMUN",
+             " ATENCIÓN:"});
+        comando("ABuscarDia");
+        EXPECT_EQ(celda(0, 0), "17:00");
+        EXPECT_EQ(fecha().text(), "19/11/2026");
+    });
+}
+
 // The card stores the hour as it is typed, so a line may be in no sheet; a clerk who looks for it finds it.
 TEST_F(CitasTest, LinesOutsideTheHoursAreToldAndLedTo)
 {

@@ -70,6 +70,21 @@ TEST_F(EdicionTest, ALetterStartsAnEditAndEnterPostsIt)
     });
 }
 
+TEST_F(EdicionTest, ACellDropsWhatTheTableCannotKeepAndLetsTheTabsHaveTheirKey)
+{
+    enVentana([&] {
+        pulsa(0);
+        teclea("a☃b");
+        tecla(Qt::Key_Return);
+        EXPECT_EQ(oficina.dia(1, Lunes).first(), "09:00 ab N");
+        pulsa(0);
+        teclea("cd");
+        tecla(Qt::Key_Tab, Qt::ControlModifier);
+        EXPECT_EQ(pestanas().currentIndex(), 1);
+        EXPECT_EQ(oficina.dia(1, Lunes).first(), "09:00 cd N");
+    });
+}
+
 TEST_F(EdicionTest, EscDropsTheEditFirstAndClosesNext)
 {
     enVentana([&] {
