@@ -368,6 +368,11 @@ bool DbfStore::setOrder(const QString &names)
     return std::exchange(m_index, wanted) != wanted;
 }
 
+bool DbfStore::descends() const
+{
+    return m_index && m_index->definition().descending;
+}
+
 Place DbfStore::placeOf(Bookmark number, const Record &record) const
 {
     return {m_index ? asText(m_index->expression().keyOf(record.bytes).bytes()) : std::string(), number};

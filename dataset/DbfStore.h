@@ -51,6 +51,7 @@ public:
     void dropGroup() noexcept override;
     bool refresh() override;
     bool setOrder(const QString &names) override;
+    [[nodiscard]] bool descends() const override;
     [[nodiscard]] Place placeOf(Bookmark number, const Record &record) const override;
     [[nodiscard]] KeyBounds boundsOf(const Key &key) const override;
     [[nodiscard]] std::optional<Place> first() const override;
