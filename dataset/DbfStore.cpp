@@ -94,6 +94,7 @@ void DbfStore::open()
     dbase::OpenOptions options;
     options.readOnly = openReadOnly;
     options.durable = durable;
+    options.lockTimeout = lockPatience.value_or(m_aliases.lockPatience());
     options.tags = tags;
     m_table = require(dbase::Table::open(file, options));
     m_seenVersion = m_table->version();

@@ -27,6 +27,7 @@ public:
     QString tableName;
     bool openReadOnly = false;
     bool durable = true;
+    std::optional<std::chrono::milliseconds> lockPatience; ///< none: that of the aliases
     std::vector<dbase::TagDefinition> tags;
     [[nodiscard]] const Aliases &aliases() const { return m_aliases; }
 

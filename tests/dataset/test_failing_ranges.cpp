@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <functional>
+#include <optional>
 
 namespace
 {
@@ -116,6 +117,32 @@ TEST_F(FailingRanges, AnIndexThatCannotBeReadIsAFailureToldAndNothingMore)
     reader->setIndexFieldNames("CONCEPTO");
     reader->first();
     EXPECT_EQ(concept_(*reader), "0");
+}
+
+TEST_F(FailingRanges, ALockIsTriedForAsLongAsTheTableWasTold)
+{
+    const struct {
+        std::chrono::milliseconds ofTheAliases;
+        std::optional<std::chrono::milliseconds> ofTheTable;
+        bool triesAgain;
+    } cases[] = {{std::chrono::milliseconds(0), {}, false},
+                 {std::chrono::milliseconds(500), {}, true},
+                 {std::chrono::milliseconds(500), std::chrono::milliseconds(0), false},
+                 {std::chrono::milliseconds(0), std::chrono::milliseconds(500), true}};
+    table->first();
+    table->edit();
+    for (const auto &c : cases) {
+        shared.setLockPatience(c.ofTheAliases);
+        const auto other = shared.cursor();
+        if (c.ofTheTable)
+            other->setLockPatience(*c.ofTheTable);
+        other->open();
+        EXPECT_THROW(other->setLockPatience(std::chrono::milliseconds(1)), EDatabaseError) << "open already";
+        filecalls::fail(filecalls::Fault{filecalls::Call::lock, 5, EIO, false, false});
+        EXPECT_THROW(other->edit(), EDatabaseError);
+        EXPECT_EQ(filecalls::faultMet(), c.triesAgain);
+        filecalls::fail({});
+    }
 }
 
 } // namespace
