@@ -6,6 +6,8 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
+#include <chrono>
+
 namespace dataset
 {
 
@@ -19,9 +21,14 @@ public:
     [[nodiscard]] QString folderOf(const QString &name) const;
     [[nodiscard]] bool contains(const QString &name) const;
     [[nodiscard]] QStringList names() const;
+    /// How long a table of these waits for each lock before it says who is in the way; 1 s at first, so that
+    /// a window is not dead for long.
+    void setLockPatience(std::chrono::milliseconds patience) { m_lockPatience = patience; }
+    [[nodiscard]] std::chrono::milliseconds lockPatience() const { return m_lockPatience; }
 
 private:
     QMap<QString, QString> m_folders;
+    std::chrono::milliseconds m_lockPatience{1000};
 };
 
 } // namespace dataset

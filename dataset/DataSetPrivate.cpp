@@ -163,7 +163,8 @@ bool DataSetPrivate::isInRange(Bookmark which, const Record &candidate) const
     if (!ranged)
         return true;
     const std::string key = store->placeOf(which, candidate).key;
-    return key.compare(0, low.size(), low) >= 0 && key.compare(0, high.size(), high) <= 0;
+    const int way = store->descends() ? -1 : 1;
+    return way * key.compare(0, low.size(), low) >= 0 && way * key.compare(0, high.size(), high) <= 0;
 }
 
 bool DataSetPrivate::wasInRange() const

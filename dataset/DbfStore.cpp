@@ -94,6 +94,7 @@ void DbfStore::open()
     dbase::OpenOptions options;
     options.readOnly = openReadOnly;
     options.durable = durable;
+    options.lockTimeout = lockPatience.value_or(m_aliases.lockPatience());
     options.tags = tags;
     m_table = require(dbase::Table::open(file, options));
     m_seenVersion = m_table->version();
@@ -366,6 +367,11 @@ bool DbfStore::setOrder(const QString &names)
 {
     dbase::Index *wanted = names.trimmed().isEmpty() ? nullptr : indexFor(names.trimmed());
     return std::exchange(m_index, wanted) != wanted;
+}
+
+bool DbfStore::descends() const
+{
+    return m_index && m_index->definition().descending;
 }
 
 Place DbfStore::placeOf(Bookmark number, const Record &record) const

@@ -27,6 +27,7 @@ public:
     QString tableName;
     bool openReadOnly = false;
     bool durable = true;
+    std::optional<std::chrono::milliseconds> lockPatience; ///< none: that of the aliases
     std::vector<dbase::TagDefinition> tags;
     [[nodiscard]] const Aliases &aliases() const { return m_aliases; }
 
@@ -51,6 +52,7 @@ public:
     void dropGroup() noexcept override;
     bool refresh() override;
     bool setOrder(const QString &names) override;
+    [[nodiscard]] bool descends() const override;
     [[nodiscard]] Place placeOf(Bookmark number, const Record &record) const override;
     [[nodiscard]] KeyBounds boundsOf(const Key &key) const override;
     [[nodiscard]] std::optional<Place> first() const override;

@@ -91,6 +91,11 @@ void DbfTable::setDurable(bool durable)
     closedStore().durable = durable;
 }
 
+void DbfTable::setLockPatience(std::chrono::milliseconds patience)
+{
+    closedStore().lockPatience = patience;
+}
+
 void DbfTable::addIndexDefinition(const QString &name, const QString &expression)
 {
     closedStore().tags.push_back({name.toStdString(), expression.toStdString()});

@@ -24,6 +24,8 @@ public:
     [[nodiscard]] QString tableName() const;
     void setOpenReadOnly(bool readOnly);
     void setDurable(bool durable); ///< default true: a post that has returned survives a power cut
+    /// How long to wait for each lock; without it, as long as the aliases say.
+    void setLockPatience(std::chrono::milliseconds patience);
     /// Makes sure of an index: when the table has no tag of that name it gets one.
     /// @param name        capitals, at most 10 characters.
     /// @param expression  such as "DTOS(FECHA)+HORA".

@@ -74,6 +74,8 @@ public:
 
     /// @return whether the order changed.
     virtual bool setOrder(const QString &names) = 0;
+    /// Whether the order in force runs from the highest key to the lowest.
+    [[nodiscard]] virtual bool descends() const { return false; }
     [[nodiscard]] virtual Place placeOf(Bookmark number, const Record &record) const = 0;
     [[nodiscard]] virtual KeyBounds boundsOf(const Key &key) const = 0;
     [[nodiscard]] virtual std::optional<Place> first() const = 0;

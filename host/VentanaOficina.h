@@ -19,7 +19,12 @@ struct TOficina {
     TOficina(const QString &carpeta, QDate hoy);
 
     /// Reads the databases again: other workstations add notaries. What is open stays open.
-    void LeeAliases() { Aliases = Config.Aliases(); }
+    void LeeAliases()
+    {
+        const auto paciencia = Aliases.lockPatience(); // of this workstation, not of the office
+        Aliases = Config.Aliases();
+        Aliases.setLockPatience(paciencia);
+    }
     /// As many names as the office counts notaries.
     [[nodiscard]] QStringList NombresDeNotarios() const;
     /// Shows today of all notaries side by side and returns when the window is closed.

@@ -25,6 +25,7 @@ public:
     SharedTable()
     {
         m_aliases.add("DB", QString::fromStdString(m_folder.path().string()));
+        m_aliases.setLockPatience(std::chrono::milliseconds(100)); // whoever waits here waits for a refusal
         cursor()->createFile(lineFields());
     }
     /// A cursor that is not open yet.
@@ -44,6 +45,8 @@ public:
         table->open();
         return table;
     }
+    /// Of the cursors opened from now on.
+    void setLockPatience(std::chrono::milliseconds patience) { m_aliases.setLockPatience(patience); }
     [[nodiscard]] std::filesystem::path file() const { return m_folder.path() / "LINEAS.DBF"; }
 
 private:

@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <functional>
+#include <optional>
 
 namespace
 {
@@ -99,23 +100,59 @@ TEST_F(FailingRanges, AnIndexThatCannotBeReadIsAFailureToldAndNothingMore)
     reader->setIndexFieldNames("CONCEPTO");
     reader->open();
     EXPECT_EQ(concept_(*reader), "1 09:00");
-    addLine(*table, day(3), "09:00", "0");
-    reader->refresh();
-    reader->setIndexFieldNames("");
-    addLine(*table, day(3), "09:30", "00");
-    reader->refresh();
-    filecalls::fail(filecalls::Fault{filecalls::Call::read, 1, EIO, true, false});
-    try {
+    int refused = 0;
+    for (int number = 1;; ++number) {
+        reader->setIndexFieldNames("");
+        addLine(*table, day(3), "09:00", QString(number, '0'));
+        filecalls::fail(filecalls::Fault{filecalls::Call::read, number, EIO, true, false});
+        try {
+            reader->refresh();
+        } catch (const EDatabaseError &error) {
+            EXPECT_EQ(error.kind(), dbase::ErrorKind::inputOutput);
+        }
+        try {
+            reader->setIndexFieldNames("CONCEPTO");
+        } catch (const EDatabaseError &error) {
+            EXPECT_EQ(error.kind(), dbase::ErrorKind::inputOutput) << error.what();
+            EXPECT_EQ(reader->indexFieldNames(), "");
+            ++refused;
+        }
+        const bool met = filecalls::faultMet();
+        filecalls::fail({});
+        reader->refresh();
         reader->setIndexFieldNames("CONCEPTO");
-        ADD_FAILURE() << "an order without an index";
-    } catch (const EDatabaseError &error) {
-        EXPECT_EQ(error.kind(), dbase::ErrorKind::inputOutput);
+        reader->first();
+        EXPECT_EQ(concept_(*reader), "0");
+        if (!met)
+            break;
     }
-    filecalls::fail({});
-    EXPECT_EQ(reader->indexFieldNames(), "");
-    reader->setIndexFieldNames("CONCEPTO");
-    reader->first();
-    EXPECT_EQ(concept_(*reader), "0");
+    EXPECT_GT(refused, 0);
+}
+
+TEST_F(FailingRanges, ALockIsTriedForAsLongAsTheTableWasTold)
+{
+    const struct {
+        std::chrono::milliseconds ofTheAliases;
+        std::optional<std::chrono::milliseconds> ofTheTable;
+        bool triesAgain;
+    } cases[] = {{std::chrono::milliseconds(0), {}, false},
+                 {std::chrono::milliseconds(500), {}, true},
+                 {std::chrono::milliseconds(500), std::chrono::milliseconds(0), false},
+                 {std::chrono::milliseconds(0), std::chrono::milliseconds(500), true}};
+    table->first();
+    table->edit();
+    for (const auto &c : cases) {
+        shared.setLockPatience(c.ofTheAliases);
+        const auto other = shared.cursor();
+        if (c.ofTheTable)
+            other->setLockPatience(*c.ofTheTable);
+        other->open();
+        EXPECT_THROW(other->setLockPatience(std::chrono::milliseconds(1)), EDatabaseError) << "open already";
+        filecalls::fail(filecalls::Fault{filecalls::Call::lock, 5, EIO, false, false});
+        EXPECT_THROW(other->edit(), EDatabaseError);
+        EXPECT_EQ(filecalls::faultMet(), c.triesAgain);
+        filecalls::fail({});
+    }
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // Two workstations on one table.
 
 #include "dataset/DatabaseError.h"
+#include "dbase/Table.h"
 #include "tests/dataset/Tables.h"
 
 #include <QtTest/QSignalSpy>
@@ -476,6 +477,32 @@ TEST_F(SharedTest, AnEditOfTheFreshLineTakesInWhatOthersHaveWritten)
     EXPECT_EQ(concept_(*mine), "suya");
     theirs->refresh();
     EXPECT_EQ(theirs->field(u"VEZ").asInteger(), 3);
+}
+
+TEST_F(SharedTest, ARangeMayRunDownwards)
+{
+    mine->close();
+    theirs->close();
+    dbase::TagDefinition downwards{"ABAJO", "DTOS(FECHA)+HORA"};
+    downwards.descending = true;
+    dbase::OpenOptions options;
+    options.tags = {downwards};
+    ASSERT_TRUE(dbase::Table::open(shared.file(), options).ok()); // gets the index, and is closed
+    mine->setIndexFieldNames("ABAJO");
+    mine->open();
+    theirs->open();
+    EXPECT_TRUE(
+        mine->setRange({{"FECHA", day(1)}, {"HORA", "10:00"}}, {{"FECHA", day(1)}, {"HORA", "09:30"}}));
+    EXPECT_EQ(mine->rowCount(), 2);
+    EXPECT_EQ(concept_(*mine), "10:00");
+    mine->next();
+    EXPECT_EQ(concept_(*mine), "09:30");
+    theirs->goToBookmark(mine->bookmark());
+    theirs->edit();
+    theirs->field(u"HORA").setText("09:15");
+    theirs->post();
+    mine->refresh();
+    EXPECT_EQ(concept_(*mine), "10:00");
 }
 
 } // namespace

@@ -29,6 +29,7 @@ protected:
     {
         OficinaTest::SetUp();
         oficina = std::make_unique<TOficina>(ruta(), Hoy);
+        oficina->Aliases.setLockPatience(std::chrono::milliseconds(100)); // who waits here is to be refused
         dataset::DbfTable clientes(oficina->Aliases);
         clientes.setDatabaseName("ZENTRA");
         clientes.setTableName("CLIENTES");

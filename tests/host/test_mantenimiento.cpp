@@ -24,6 +24,7 @@ protected:
     {
         OficinaTest::SetUp();
         oficina = std::make_unique<TOficina>(ruta(), support::Hoy);
+        oficina->Aliases.setLockPatience(std::chrono::milliseconds(100)); // who waits here is to be refused
     }
     [[nodiscard]] std::unique_ptr<DbfTable> clientes() const
     {
@@ -143,7 +144,7 @@ TEST_F(MantenimientoTest, ALineOfAnotherWorkstationIsLeftAlone)
     otro->edit();
     enDialogo([&](QWidget *lista) {
         for (const Qt::Key orden : {Qt::Key_Return, Qt::Key_Delete}) {
-            QTimer::singleShot(2500, qApp, [] { // after the lock's time-out
+            QTimer::singleShot(600, qApp, [] { // after the lock's time-out
                 QWidget *const caja = QApplication::activeModalWidget();
                 ASSERT_TRUE(qobject_cast<QMessageBox *>(caja));
                 EXPECT_TRUE(

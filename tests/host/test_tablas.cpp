@@ -24,6 +24,7 @@ protected:
     {
         OficinaTest::SetUp();
         oficina = std::make_unique<TOficina>(ruta(), support::Hoy);
+        oficina->Aliases.setLockPatience(std::chrono::milliseconds(100)); // who waits here is to be refused
         ventana = std::make_unique<TVentanaTablas>(*oficina, nullptr);
         ventana->show();
         espera();

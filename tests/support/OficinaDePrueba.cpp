@@ -12,6 +12,7 @@ OficinaDePrueba::OficinaDePrueba(int notarios)
         std::filesystem::create_directories(carpetaDe(nombre.toStdString()));
         Aliases.add(nombre, QString::fromStdString(carpetaDe(nombre.toStdString()).string()));
     };
+    Aliases.setLockPatience(std::chrono::milliseconds(100)); // whoever waits here waits for a refusal
     alias(QStringLiteral("ZENTRA"));
     for (int notario = 1; notario <= notarios; ++notario) {
         alias(Rut.AliasNotario(notario));
