@@ -58,8 +58,6 @@ Status TableImpl::whileAlone(const std::function<Status()> &work)
         return failure(ErrorKind::readOnly, readOnlyReason);
     if (const Status status = reconnect(); !status.ok())
         return status;
-    if (!m_locked.empty())
-        return failure(ErrorKind::locked, "este puesto está usando una línea de la tabla");
     if (m_group)
         return failure(ErrorKind::invalidArgument, "hay un grupo de cambios empezado");
     const std::string refusal = "otro puesto tiene abierta la tabla";
@@ -81,6 +79,9 @@ Status TableImpl::whileAlone(const std::function<Status()> &work)
         if (status.ok())
             status = whole.held() ? beginChange() : failure(ErrorKind::locked, refusal);
         if (status.ok()) {
+            // Own locks of lines, whose numbers are about to be others', would be in the way on a share.
+            while (!m_locked.empty())
+                dropRecordLock(*m_locked.begin());
             // Programs that do not know the journal show themselves by the lines that they hold.
             auto lines = waitForLock(m_dbf, headerLockOffset - mostRecords, mostRecords,
                                      File::LockKind::exclusive, options.lockTimeout, refusal);

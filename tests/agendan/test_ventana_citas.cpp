@@ -221,7 +221,9 @@ TEST_F(CitasTest, WhatAColleagueWritesUnderTheQuestionIsNotDeletedNorMoved)
     enVentana([&] {
         dos(0, 1);
         oficina.Mensaje.espera(
-            {"¿Desea borrar las citas seleccionadas?", " ATENCIÓN", 1, {}, [&] { reserva("10:00"); }});
+            {"¿Desea borrar las citas seleccionadas?", " ATENCIÓN", 1, {}, support::TCaja::porSuTexto, [&] {
+                 reserva("10:00");
+             }});
         oficina.Mensaje.espera({"No se ha podido borrar:\n10:00\n" + causa, " ATENCIÓN:"});
         tecla(Qt::Key_Delete);
         EXPECT_EQ(oficina.dia(1, Lunes), (QStringList{"10:00 De otro N", "11:00 11:00 N", "12:00 12:00 N"}));
@@ -239,12 +241,16 @@ TEST_F(CitasTest, WhatAColleagueWritesUnderTheQuestionIsNotDeletedNorMoved)
         // One line alone, by the same rule.
         oficina.Rut.Entretanto = {};
         pulsa(1);
-        oficina.Mensaje.espera(
-            {"¿Desea borrar la cita de las 11:00 de la base de datos?", " ATENCIÓN", 1, {}, [&] {
-                 otro->edit();
-                 otro->field(u"CONCEPTO").setText("Otra vez");
-                 otro->post();
-             }});
+        oficina.Mensaje.espera({"¿Desea borrar la cita de las 11:00 de la base de datos?",
+                                " ATENCIÓN",
+                                1,
+                                {},
+                                support::TCaja::porSuTexto,
+                                [&] {
+                                    otro->edit();
+                                    otro->field(u"CONCEPTO").setText("Otra vez");
+                                    otro->post();
+                                }});
         oficina.Mensaje.espera(
             {"No se ha podido borrar la cita.\n" +
                  QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string()) +
@@ -360,9 +366,10 @@ TEST_F(CitasTest, TheDateFieldFollowsTheLinesAlsoWhenOtherNotariesFail)
     enVentana([&] {
         std::filesystem::remove(oficina.carpetaDe("ZENTRA") / "VA_COMUN.DBF");
         oficina.Rut.FechaElegida = Jueves;
-        oficina.Mensaje.espera(
-            {QString::fromStdString(oficina.carpetaDe("ZENTRA").string()) + ": no existe la tabla VA_COMUN",
-             " ATENCIÓN:"});
+        oficina.Mensaje.espera({"No se ha podido mostrar el 19/11/2026 en todas las agendas:\nBenito Ruiz: " +
+                                    QString::fromStdString(oficina.carpetaDe("ZENTRA").string()) +
+                                    ": no existe la tabla VA_COMUN",
+                                " ATENCIÓN:"});
         comando("ABuscarDia");
         EXPECT_EQ(celda(0, 0), "17:00");
         EXPECT_EQ(fecha().text(), "19/11/2026");
