@@ -161,16 +161,17 @@ def corte(scene):
 
 def lleno(scene):
     """The server's disk is filled but for `quedan` KB while all write, and has room again `lleno` seconds later."""
-    each, left, full = scene.word("puesto", 2), scene.word("quedan", 128), scene.word("lleno", 20.0)
+    each, left, full = scene.word("puesto", 2), scene.word("quedan", 64), scene.word("lleno", 20.0)
     scene.table()
     writers = [writer for one in scene.stations for writer in scene.write(one, each)]
     time.sleep(8)
-    scene.server.run(f"sync; free=$(df --output=avail -k /srv | tail -1); fallocate -l $((free - {left}))K /srv/relleno", 120)
+    scene.server.run("sync; fallocate -l $(($(df --output=avail -k /srv | tail -1) - 2048))K /srv/relleno; "
+                     f"dd if=/dev/zero of=/srv/relleno.resto bs=4k 2>/dev/null; truncate -s -{left}K /srv/relleno.resto; sync", 120)
     time.sleep(full)
     before = [one.acks() for one in writers]
     time.sleep(5)
     stood = all(one.acks() - count < 20 for one, count in zip(writers, before))
-    scene.server.run("rm /srv/relleno; sync")
+    scene.server.run("rm /srv/relleno*; sync")
     waits = scene.waits(writers, scene.word("paciencia", 120.0))
     time.sleep(8)
     scene.stop()

@@ -24,20 +24,20 @@ def everything(office, rest):
         name, *words = line.split()
         protocols = [words.pop(0)] if words and words[0] in ("cifs", "nfs") else ["cifs", "nfs"]
         for protocol in protocols:
-            try:
-                bad += experiment(office, name, protocol, *words, *rest) != 0
-            except (Failed, Silent, OSError) as failure:
-                print(f"MAL  {name} {protocol}: {failure}", flush=True)
-                bad += 1
+            bad += experiment(office, name, protocol, *words, *rest) != 0
     office.down()
     return 1 if bad else 0
 
 
 def experiment(office, name, protocol, *rest):
-    office.up()
     words = dict(word.split("=", 1) for word in rest)
-    scene = Scene(office, protocol, words).prepare()
-    good = EXPERIMENTS[name](scene)
+    try:
+        office.up()
+        scene = Scene(office, protocol, words).prepare()
+        good = EXPERIMENTS[name](scene)
+    except (Failed, Silent, OSError) as failure:
+        print(f"MAL  {name} {protocol} broke off: {failure}", flush=True)
+        return 1
     if scene.words:
         print("not understood:", ", ".join(scene.words), file=sys.stderr)
         return 2

@@ -138,6 +138,10 @@ class Scene:
 
     # server and mounts -------------------------------------------------------------------------------------------------
     def prepare(self):
+        for one in self.stations:  # as an experiment that broke off may have left them
+            one.cable(True)
+            self.server.cable(True, one.number)
+        self.server.run("rm -f /srv/relleno*")
         self.configure_server()
         self.server.run(f"dmesg -C; mkdir -m 777 /srv/agenda/{self.name}")
         (LAB / "salida" / self.name).mkdir()
