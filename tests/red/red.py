@@ -15,7 +15,7 @@ from scene import Scene
 
 # what "todo" does, each over both protocols unless it names one
 USUAL = ["control cifs", "atras", "ver", "juntos muertes=4", "mezcla", "muere-puesto", "muere-servidor", "corte corte=6", "corte corte=40 veces=2",
-         "lleno", "viajes", "atras nfs montaje=vers=4.2,hard", "corte nfs corte=40 montaje=vers=4.2,hard"]
+         "lleno", "viajes", "herramienta", "atras nfs montaje=vers=4.2,hard,noac", "juntos nfs montaje=vers=4.2,hard,noac"]
 
 
 def everything(office, rest):
