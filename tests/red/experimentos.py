@@ -2,6 +2,7 @@
 import time
 
 from scene import Probe
+from screen import Screen
 
 
 def juntos(scene):
@@ -161,16 +162,17 @@ def corte(scene):
 
 def lleno(scene):
     """The server's disk is filled but for `quedan` KB while all write, and has room again `lleno` seconds later."""
-    each, left, full = scene.word("puesto", 2), scene.word("quedan", 128), scene.word("lleno", 20.0)
+    each, left, full = scene.word("puesto", 2), scene.word("quedan", 64), scene.word("lleno", 20.0)
     scene.table()
     writers = [writer for one in scene.stations for writer in scene.write(one, each)]
     time.sleep(8)
-    scene.server.run(f"sync; free=$(df --output=avail -k /srv | tail -1); fallocate -l $((free - {left}))K /srv/relleno", 120)
+    scene.server.run("sync; fallocate -l $(($(df --output=avail -k /srv | tail -1) - 2048))K /srv/relleno; "
+                     f"dd if=/dev/zero of=/srv/relleno.resto bs=4k 2>/dev/null; truncate -s -{left}K /srv/relleno.resto; sync", 120)
     time.sleep(full)
     before = [one.acks() for one in writers]
     time.sleep(5)
     stood = all(one.acks() - count < 20 for one, count in zip(writers, before))
-    scene.server.run("rm /srv/relleno; sync")
+    scene.server.run("rm /srv/relleno*; sync")
     waits = scene.waits(writers, scene.word("paciencia", 120.0))
     time.sleep(8)
     scene.stop()
@@ -283,5 +285,80 @@ def control(scene):
     return scene.verdict("control", [] if found else ["without locks nothing was found wrong"], hallado=found[:3])
 
 
+def herramienta(scene):
+    """The office's own trial of a folder, `agendatool red`, from two workstations: what a good share is said to be good for."""
+    first, second = scene.stations[:2]
+    waiting = first.talk(f"{scene.env}; mkdir -p {scene.folder}; agendatool red {scene.folder} --espera")
+    lines, there = [], None
+    for line in waiting.lines(300):
+        lines.append(line)
+        if "--desde-otro-puesto" in line:
+            there = second.talk(f"{scene.env}; {line.strip()}")
+    if there:
+        list(there.lines(120))
+    bad = [line for line in lines if line.startswith("mal")]
+    wrong = bad + ([f"it ended with {waiting.rc}: {lines[-2:]}"] if waiting.rc else []) + ([] if there else ["nothing was said of the other workstation"])
+    wrong += scene.server.says(f"ls -A /srv/agenda/{scene.name}").split()
+    return scene.verdict("herramienta", wrong, dice=[line for line in lines if line.startswith(("dato", "ok   Ida", "ok   Vaciar", "Resultado"))])
+
+
+def ventanas(scene):
+    """The office's own program on two workstations: what one writes the other shows, and a line that one is writing is refused."""
+    date, table = "20/11/2026", "NOTARIO1 AGENDA_N"
+    first, second = scene.stations[:2]
+    folder = f"{scene.folder}/oficina"
+    first.run(f"{scene.env}; export QT_QPA_PLATFORM=offscreen; oficina --datos /tmp/{scene.name} --crear-demo --solo-datos --anyos 1 --fecha {date} "
+              f"&& cp -r /tmp/{scene.name} {folder}", 300)
+    screens = [Screen(scene, one, folder, date) for one in (first, second)]
+    agendas = []
+    for one in screens:
+        main = one.settled(seconds=240)
+        one.key("F2")
+        agendas.append(one.settled(main))
+    wrong = []
+    if agendas[0] != agendas[1]:
+        wrong.append("the same agenda looks different on the two workstations")
+        for one in screens:
+            one.keep("agenda")
+    writer, reader = screens
+
+    # one line, taken by the first while it writes; the second is refused it
+    for one in screens:
+        one.key("Down", "Right")
+    before = reader.settled(agendas[1])
+    writer.type("Firma de prueba")
+    refused = time.monotonic()
+    reader.key("F2")
+    message = reader.settled(before)
+    refused = round(time.monotonic() - refused, 1)
+    reader.keep("otro-puesto")
+    reader.key("Escape")
+    if reader.settled(message) != before:
+        wrong.append("the refused line looks different afterwards")
+
+    # accepted, it is shown by the second without a key
+    writer.key("Return")
+    took, after = reader.until(lambda picture: picture != before, 30, "the line of the first")
+    after = reader.settled()
+    writer.key("Home")
+    reader.keep("lo-del-otro")
+    writer.keep("escrito")
+    rows = scene.server.run(f"{scene.env}; agendatool dump /srv/agenda/{scene.name}/oficina/{table} --from 2026-11-20 --to 2026-11-20 --csv")["out"]
+    if rows.count("Firma de prueba") != 1:
+        wrong.append(f"the line stands {rows.count('Firma de prueba')} times in the table")
+    for one in screens:
+        one.key("Escape")
+        one.settled()
+        one.key("ctrl+q")
+        list(one.talk.lines(60))
+        if one.talk.rc:
+            wrong.append(f"the program on {one.machine} ended with {one.talk.rc}")
+    checked = scene.server.run(f"{scene.env}; agendatool check /srv/agenda/{scene.name}/oficina/{table}", check=False)
+    if checked["rc"]:
+        wrong.append(f"agendatool check: {(checked['out'] + checked['err']).strip()[-300:]}")
+    return scene.verdict("ventanas", wrong, mensaje_s=refused, lo_ve_s=took)
+
+
 EXPERIMENTS = {"juntos": juntos, "ver": ver, "atras": atras, "muere-puesto": muere_puesto, "muere-servidor": muere_servidor,
-               "corte": corte, "valla": valla, "lleno": lleno, "mezcla": mezcla, "viajes": viajes, "largo": largo, "control": control}
+               "corte": corte, "valla": valla, "lleno": lleno, "mezcla": mezcla, "viajes": viajes, "largo": largo, "control": control,
+               "herramienta": herramienta, "ventanas": ventanas}

@@ -14,6 +14,8 @@ como=""
 sistema=linux-image-amd64,kmod,iproute2,procps,util-linux,e2fsprogs,python3-minimal,libpython3-stdlib
 servidor=samba,samba-vfs-modules,nfs-kernel-server
 puesto=nfs-common,cifs-utils,keyutils,strace,tcpdump
+pantalla=xvfb,xdotool,openbox,libqt6widgets6,libqt6printsupport6,qt6-qpa-plugins,libzip4,fonts-liberation
+paquetes=$sistema,$servidor,$puesto,$pantalla
 
 # The modules that must be there before the root is: its disk, and the folders of the host.
 primeros="virtio_pci virtio_blk ext4 crc32c_generic 9pnet_virtio 9p"
@@ -58,15 +60,32 @@ INIT
     rm -rf "$arbol"
 }
 
+# The packages, also into a root that was made when they were fewer.
+sistema_entero() {
+    local faltan="" estado
+    if ! [ -d "$raiz/boot" ]; then
+        $como debootstrap --variant=minbase --include="$paquetes" bookworm "$raiz"
+        return
+    fi
+    for paquete in ${paquetes//,/ }; do
+        estado=$(dpkg-query --admindir="$raiz/var/lib/dpkg" -W -f='${db:Status-Status}' "$paquete" 2>/dev/null || true)
+        [ "$estado" = installed ] || faltan="$faltan $paquete"
+    done
+    if [ -n "$faltan" ]; then
+        $como chroot "$raiz" apt-get update -q
+        # shellcheck disable=SC2086  # the list is meant to split
+        $como chroot "$raiz" env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends $faltan
+    fi
+}
+
 disco() {
     mkdir -p "$LAB_DIR"
-    if ! [ -d "$raiz/boot" ]; then
-        $como debootstrap --variant=minbase --include="$sistema,$servidor,$puesto" bookworm "$raiz"
-    fi
+    sistema_entero
+    $como chroot "$raiz" apt-get clean
     cp -L "$raiz/vmlinuz" "$LAB_DIR/vmlinuz"
     arranque
     rm -f "$LAB_DIR/base.img"
-    $como mke2fs -q -t ext4 -d "$raiz" "$LAB_DIR/base.img" 2G
+    $como mke2fs -q -t ext4 -m 0 -d "$raiz" "$LAB_DIR/base.img" 3G
     [ -z "$como" ] || $como chown "$(id -u)" "$LAB_DIR/base.img"
 }
 
@@ -82,8 +101,11 @@ programas() {
     local nuevo=$LAB_DIR/programas/$2
     rm -rf "$nuevo" "$LAB_DIR/programas/guest"
     mkdir -p "$nuevo"/{bin,lib}
-    cp "$1/agendadriver" "$1/agendatool" "$1"/lib*.so "$nuevo/bin/"
-    bibliotecas "$nuevo" "$nuevo/bin/agendadriver" "$nuevo/bin/agendatool" | grep -v "^$nuevo" | xargs -r -I{} cp -L {} "$nuevo/lib/"
+    for programa in agendadriver agendatool oficina; do
+        [ ! -e "$1/$programa" ] || cp "$1/$programa" "$nuevo/bin/"
+    done
+    cp "$1"/lib*.so "$nuevo/bin/"
+    bibliotecas "$nuevo" "$nuevo"/bin/* | xargs -r -I{} cp -L {} "$nuevo/lib/"
     cp -r "$aqui/guest" "$LAB_DIR/programas/"
     [ -z "${MDXCHECK:-}" ] || cp "$MDXCHECK" "$LAB_DIR/programas/guest/mdxcheck.py"
 }

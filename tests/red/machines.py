@@ -259,7 +259,7 @@ class Office:
             disk.unlink(missing_ok=True)
             with open(disk, "wb") as file:
                 file.truncate(2 << 30)
-            subprocess.run(["mke2fs", "-q", "-t", "ext4", str(disk)], check=True)
+            subprocess.run(["mke2fs", "-q", "-t", "ext4", "-m", "0", str(disk)], check=True)
         for one in self.all:
             if not one.pid():
                 one.start()

@@ -15,7 +15,7 @@ from scene import Scene
 
 # what "todo" does, each over both protocols unless it names one
 USUAL = ["control cifs", "atras", "ver", "juntos muertes=4", "mezcla", "muere-puesto", "muere-servidor", "corte corte=6", "corte corte=40 veces=2",
-         "lleno", "viajes", "atras nfs montaje=vers=4.2,hard", "corte nfs corte=40 montaje=vers=4.2,hard"]
+         "lleno", "viajes", "herramienta", "atras nfs montaje=vers=4.2,hard,noac", "juntos nfs montaje=vers=4.2,hard,noac"]
 
 
 def everything(office, rest):
@@ -24,20 +24,20 @@ def everything(office, rest):
         name, *words = line.split()
         protocols = [words.pop(0)] if words and words[0] in ("cifs", "nfs") else ["cifs", "nfs"]
         for protocol in protocols:
-            try:
-                bad += experiment(office, name, protocol, *words, *rest) != 0
-            except (Failed, Silent, OSError) as failure:
-                print(f"MAL  {name} {protocol}: {failure}", flush=True)
-                bad += 1
+            bad += experiment(office, name, protocol, *words, *rest) != 0
     office.down()
     return 1 if bad else 0
 
 
 def experiment(office, name, protocol, *rest):
-    office.up()
     words = dict(word.split("=", 1) for word in rest)
-    scene = Scene(office, protocol, words).prepare()
-    good = EXPERIMENTS[name](scene)
+    try:
+        office.up()
+        scene = Scene(office, protocol, words).prepare()
+        good = EXPERIMENTS[name](scene)
+    except (Failed, Silent, OSError) as failure:
+        print(f"MAL  {name} {protocol} broke off: {failure}", flush=True)
+        return 1
     if scene.words:
         print("not understood:", ", ".join(scene.words), file=sys.stderr)
         return 2

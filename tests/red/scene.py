@@ -1,6 +1,7 @@
 """What every experiment has: a share with the settings asked for, mounted by all workstations, a fresh table on it, programs
 that work on it, and the judgement at the end."""
 import json
+import os
 import random
 import re
 import time
@@ -15,9 +16,9 @@ KEEPALIVE = "TCP_NODELAY SO_KEEPALIVE TCP_KEEPIDLE=10 TCP_KEEPINTVL=5 TCP_KEEPCN
 
 # What the manual asks for, with what only the administrator can see to: that the server soon notices a dead workstation.
 SETTINGS = dict(
-    montaje=dict(cifs="vers=3.1.1,cache=none,hard", nfs="vers=4.2,hard,noac"),
+    montaje=dict(cifs="vers=3.1.1,cache=none,hard", nfs="vers=4.2,hard"),
     samba=f"smb2 leases = no;socket options = {KEEPALIVE}",
-    recurso="locking = yes;strict locking = yes;posix locking = yes;oplocks = no;level2 oplocks = no;strict sync = yes",
+    recurso="oplocks = no;level2 oplocks = no;strict sync = yes;posix locking = yes",
     sysctl="net.ipv4.tcp_retries2=5",
     lease="15",
     programas="actual",  # which of the folders below programas/
@@ -138,6 +139,10 @@ class Scene:
 
     # server and mounts -------------------------------------------------------------------------------------------------
     def prepare(self):
+        for one in self.stations:  # as an experiment that broke off may have left them
+            one.cable(True)
+            self.server.cable(True, one.number)
+        self.server.run("rm -f /srv/relleno*")
         self.configure_server()
         self.server.run(f"dmesg -C; mkdir -m 777 /srv/agenda/{self.name}")
         (LAB / "salida" / self.name).mkdir()
@@ -155,7 +160,7 @@ class Scene:
 
     def clean(self, station):
         """Nothing of the last experiment runs on."""
-        station.run("pkill -9 agendadriver; pkill -9 -f probe.py", check=False)
+        station.run("pkill -9 agendadriver; pkill -9 oficina; pkill -9 Xvfb; pkill -9 -f probe.py", check=False)
 
     def configure_server(self):
         written = {"smb.global": self.settings["samba"], "smb.share": self.settings["recurso"]}
@@ -334,7 +339,7 @@ class Scene:
 
     def verdict(self, experiment, wrong, **figures):
         """One line for people, one for programs."""
-        self.result |= figures
+        self.result |= dict(figures, carga=round(os.getloadavg()[0], 1))  # of the host: it slows the machines
         for one in self.stations:
             if one.pid():
                 one.run(f"umount -l {self.share}", 60, check=False)
