@@ -6,10 +6,11 @@ red.py orden MACHINE COMMAND   a shell command in servidor, puesto1, puesto2 ...
 red.py prueba EXPERIMENT cifs|nfs [NAME=VALUE ...]     see README.md
 red.py todo [NAME=VALUE ...]   the usual ones, one after the other; 1 when one of them was bad
 """
+import fcntl
 import sys
 
 from experimentos import EXPERIMENTS
-from machines import Failed, Office, Silent
+from machines import LAB, Failed, Office, Silent
 from scene import Scene
 
 
@@ -44,8 +45,20 @@ def experiment(office, name, protocol, *rest):
     return 0 if good else 1
 
 
+def take_the_laboratory():
+    """Two who pull plugs at once would spoil each other's results. @return what must stay open as long as it is wanted."""
+    LAB.mkdir(parents=True, exist_ok=True)
+    mark = open(LAB / "uso", "w")
+    try:
+        fcntl.flock(mark, fcntl.LOCK_EX | fcntl.LOCK_NB)
+    except BlockingIOError:
+        sys.exit(f"somebody else is using the machines of {LAB}")
+    return mark
+
+
 def main(words):
     office = Office()
+    mark = take_the_laboratory()  # noqa: F841
     verb, *rest = words or ["ayuda"]
     if verb == "sube":
         office.up("nueva" in rest)
