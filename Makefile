@@ -127,7 +127,7 @@ fuzz:
 red:
 	@$(PAQUETES) construir red
 	cmake --preset release
-	cmake --build --preset release --target agendadriver agendatool
+	cmake --build --preset release --target agendadriver agendatool oficina ZenAgenda
 	python3 tests/red/test_judge.py
 	@[ -e "$(LAB_DIR)/base.img" ] || tests/red/imagen.sh disco
 	tests/red/imagen.sh programas build/release/bin

@@ -57,8 +57,11 @@ def take_the_laboratory():
 
 
 def main(words):
-    office = Office()
-    mark = take_the_laboratory()  # noqa: F841
+    with take_the_laboratory():
+        return obey(Office(), words)
+
+
+def obey(office, words):
     verb, *rest = words or ["ayuda"]
     if verb == "sube":
         office.up("nueva" in rest)
