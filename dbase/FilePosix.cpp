@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -100,6 +101,17 @@ int callForLock(int descriptor, struct flock range, bool isRemote, bool isSmb)
     }
 }
 
+/// Linux's SMB client gives two openings of one file with equal flags one and the same handle at the server,
+/// to which the locks belong: what one gives back the other would lose. So each opening here gets another set
+/// of flags that change nothing but that, as long as the sets last.
+int flagsOfItsOwn()
+{
+    static std::atomic<unsigned> next = static_cast<unsigned>(::getpid());
+    const unsigned set = next++;
+    return ((set & 1U) != 0 ? O_SYNC : O_DSYNC) | ((set & 2U) != 0 ? O_NOCTTY : 0) |
+           ((set & 4U) != 0 ? O_NONBLOCK : 0) | ((set & 8U) != 0 ? O_NOFOLLOW : 0);
+}
+
 /// Opens a file of a share anew, as its protocol needs it. Others may want addresses and lengths of whole
 /// blocks for the one, and know nothing of the other.
 /// - NFS: past the memory that this machine keeps of it. There what others have written since may be missing
@@ -117,7 +129,7 @@ void openForShare(const std::filesystem::path &path, int flags, bool isSmb, bool
 #if defined(O_DIRECT)
     more |= isNfs ? O_DIRECT : 0;
 #endif
-    more |= isSmb ? O_DSYNC : 0;
+    more |= isSmb ? flagsOfItsOwn() : 0;
     if (more == 0)
         return;
     const int better = openAs(path, (flags & ~(O_CREAT | O_EXCL)) | more);
