@@ -281,7 +281,7 @@ Status TableImpl::apply(const Commit &commit)
     for (const auto &step : steps) {
         const auto alone = stillAlone();
         if (alone.ok() && !alone.value())
-            return &step == std::begin(steps) ? verdictOfOthers(commit) : mendAfterOthers();
+            return &step == std::begin(steps) ? verdictOfOthers(commit) : mendAfterOthers(&commit);
         if (const Status status = alone.ok() ? step() : alone.status(); !status.ok())
             return {ErrorKind::inputOutput, status.text(), name}; // whatever it was, the commit is half done
     }

@@ -16,6 +16,18 @@ constexpr auto pauseBeforeReconnecting = std::chrono::seconds(1);
 constexpr auto lastingTrouble = std::chrono::seconds(10);
 constexpr auto timeToForget = std::chrono::milliseconds(1200);
 
+/// What the commits first do to a record; null when they leave it alone.
+const RecordChange *firstChangeOf(std::span<const Commit> commits, RecordNumber number)
+{
+    for (const Commit &one : commits) {
+        for (const RecordChange &change : one.changes) {
+            if (change.number == number)
+                return &change;
+        }
+    }
+    return nullptr;
+}
+
 } // namespace
 
 /// For what is written outside of a commit: repairs, and the journal's own header.
@@ -54,7 +66,7 @@ Result<bool> TableImpl::stillAlone()
         return unfinished.ok() ? first.status() : unfinished.status();
     if (first.value() > std::max(m_state.applied, m_underWay)) {
         // A header that was written late from here lies over that of those who had gone on.
-        const Status status = mendAfterOthers();
+        const Status status = mendAfterOthers(nullptr);
         return status.ok() ? Result<bool>(false) : status;
     }
     return m_stateBytes == known && !unfinished.value();
@@ -98,7 +110,7 @@ Status TableImpl::verdictOfOthers(const Commit &commit)
 
 /// The same when some of it had been written here: they have finished the commit, and what was written late
 /// may lie over something newer. The journal tells what belongs where.
-Status TableImpl::mendAfterOthers()
+Status TableImpl::mendAfterOthers(const Commit *own)
 {
     dropStagedIndex();
     // Where they have emptied the journal and gone on, and its header was then set back from here, their
@@ -110,6 +122,16 @@ Status TableImpl::mendAfterOthers()
     Status status = first.ok() ? found.status() : first.status();
     if (status.ok() && !found.value().commits.empty()) {
         status = bringToDisk(found.value());
+        // The journal may have been emptied since, and not know what was written late: it is told apart here.
+        std::vector<std::uint8_t> present(header.recordLength);
+        for (std::size_t i = 0; status.ok() && own && i < own->changes.size(); ++i) {
+            const RecordChange &late = own->changes[i];
+            const RecordChange *const next = firstChangeOf(found.value().commits, late.number);
+            if (!next || next->before.empty() || !readRecord(late.number, present).ok() ||
+                present != late.after)
+                continue;
+            status = m_dbf.writeAt(recordOffset(late.number), next->before);
+        }
         if (status.ok())
             status = replay(found.value().commits);
         m_state.applied = std::max(m_state.applied, m_state.base + found.value().commits.size());

@@ -245,7 +245,7 @@ private:
     Result<bool> stillAlone();
     Status mayWriteOn();
     Status verdictOfOthers(const Commit &commit);
-    Status mendAfterOthers();
+    Status mendAfterOthers(const Commit *own);
     // TableChange.cpp
     Status checkWritable(std::size_t recordSize) const;
     Status commit(Commit &commit);
