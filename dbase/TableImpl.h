@@ -51,7 +51,8 @@ struct MemoryTag {
     std::uint64_t version = 0; ///< of the table when it was built
 };
 
-/// Access to a tag of the index file; every question takes the index lock for as long as it lasts.
+/// Access to a tag of the index file. A question takes the index lock for as long as it lasts, but on a
+/// share, where what is kept of the index answers it as long as nobody has written.
 class MdxIndex final : public Index
 {
 public:
