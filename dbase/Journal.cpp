@@ -14,6 +14,8 @@ namespace
 constexpr std::array<std::uint8_t, 4> headerMagic{'A', 'G', 'J', '1'};
 constexpr std::array<std::uint8_t, 4> commitMagic{'A', 'G', 'C', '1'};
 constexpr std::size_t headerSumAt = 68;
+constexpr std::size_t pastAt = 72;
+constexpr std::size_t pastSumAt = 92;
 constexpr std::uint32_t closedBit = 1;
 constexpr std::uint32_t durableBit = 2;
 constexpr std::uint32_t onDiskBit = 4;
@@ -88,6 +90,10 @@ JournalHeaderBytes encodeJournalHeader(const JournalHeader &header)
     put64(&out[56], static_cast<std::uint64_t>(header.indexTime));
     put32(&out[64], header.tableRecords);
     put32(&out[headerSumAt], checkSum(std::span(out).first(headerSumAt)));
+    put32(&out[pastAt], header.past.end);
+    put64(&out[pastAt + 4], header.past.halfFrom);
+    put64(&out[pastAt + 12], header.past.knownFrom);
+    put32(&out[pastSumAt], checkSum(std::span(out).subspan(pastAt, pastSumAt - pastAt)));
     return out;
 }
 
@@ -110,6 +116,12 @@ std::optional<JournalHeader> decodeJournalHeader(std::span<const std::uint8_t> b
     header.indexTime = static_cast<std::int64_t>(get64(&bytes[56]));
     header.tableRecords = get32(&bytes[64]);
     if (header.applied < header.base || header.tail < journalSector || header.tail % journalSector != 0)
+        return {};
+    // A journal of a program that keeps nothing says nothing of it.
+    header.past.forget(header.base + 1);
+    if (get32(&bytes[pastSumAt]) == checkSum(bytes.subspan(pastAt, pastSumAt - pastAt)))
+        header.past = {get32(&bytes[pastAt]), get64(&bytes[pastAt + 4]), get64(&bytes[pastAt + 12])};
+    if (header.past.end >= 2 * JournalPast::half || header.past.end % journalSector != 0)
         return {};
     return header;
 }

@@ -19,6 +19,10 @@
 //       56    8  time of the index then
 //       64    4  records that the table has had on disk for sure, since the last flush
 //       68    4  check sum of the bytes before
+//       72    4  what emptied journals held (JournalPast.h): where the next goes, from 524,288 on
+//       76    8  number of the first commit in the half that is being filled
+//       84    8  number from which on all commits are kept
+//       92    4  check sum of these
 //
 // Commits, from 512 on, each on a sector boundary
 //        0    4  "AGC1"
@@ -35,6 +39,7 @@
 // flushed before table and index are touched; the header is written when they have been. So a commit behind
 // the applied one is one whose writer died: whoever finds it does it again, which does no harm.
 
+#include "dbase/JournalPast.h"
 #include "dbase/Record.h"
 
 #include <array>
@@ -63,6 +68,7 @@ struct JournalHeader {
     std::uint64_t indexSize = 0;
     std::int64_t indexTime = 0;
     std::uint32_t tableRecords = 0; ///< on disk for sure; only another program makes the table shorter
+    JournalPast past;
     friend bool operator==(const JournalHeader &, const JournalHeader &) = default;
 };
 
@@ -74,12 +80,14 @@ struct RecordChange {
     RecordNumber number = 0;
     std::vector<std::uint8_t> before; ///< empty for a new record
     std::vector<std::uint8_t> after;
+    friend bool operator==(const RecordChange &, const RecordChange &) = default;
 };
 
 struct Commit {
     std::uint64_t number = 0;
     RecordNumber recordCount = 0; ///< afterwards
     std::vector<RecordChange> changes;
+    friend bool operator==(const Commit &, const Commit &) = default;
 };
 
 using JournalHeaderBytes = std::array<std::uint8_t, journalSector>;

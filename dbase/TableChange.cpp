@@ -281,7 +281,8 @@ Status TableImpl::apply(const Commit &commit)
     for (const auto &step : steps) {
         const auto alone = stillAlone();
         if (alone.ok() && !alone.value())
-            return &step == std::begin(steps) ? verdictOfOthers(commit) : mendAfterOthers(&commit);
+            return &step == std::begin(steps) ? verdictOfOthers(commit)
+                                              : mendAfterOthers(commit.number, &commit);
         if (const Status status = alone.ok() ? step() : alone.status(); !status.ok())
             return {ErrorKind::inputOutput, status.text(), name}; // whatever it was, the commit is half done
     }

@@ -16,28 +16,18 @@ constexpr auto pauseBeforeReconnecting = std::chrono::seconds(1);
 constexpr auto lastingTrouble = std::chrono::seconds(10);
 constexpr auto timeToForget = std::chrono::milliseconds(1200);
 
-/// What the commits first do to a record; null when they leave it alone.
-const RecordChange *firstChangeOf(std::span<const Commit> commits, RecordNumber number)
-{
-    for (const Commit &one : commits) {
-        for (const RecordChange &change : one.changes) {
-            if (change.number == number)
-                return &change;
-        }
-    }
-    return nullptr;
-}
-
 } // namespace
 
 /// For what is written outside of a commit: repairs, and the journal's own header.
 /// @return locked when others have written since the change locks were taken.
 Status TableImpl::mayWriteOn()
 {
+    const std::uint64_t since = m_state.base + 1;
     const auto alone = stillAlone();
     if (!alone.ok() || alone.value())
         return alone.status();
-    return failure(ErrorKind::locked, std::string(writersRefusal));
+    const Status status = mendAfterOthers(since, nullptr);
+    return status.ok() ? failure(ErrorKind::locked, std::string(writersRefusal)) : status;
 }
 
 /// Whether nobody can have written since the change locks were taken. Who has held them for long, over a
@@ -64,12 +54,9 @@ Result<bool> TableImpl::stillAlone()
     const auto first = firstInJournal();
     if (!unfinished.ok() || !first.ok())
         return unfinished.ok() ? first.status() : unfinished.status();
-    if (first.value() > std::max(m_state.applied, m_underWay)) {
-        // A header that was written late from here lies over that of those who had gone on.
-        const Status status = mendAfterOthers(nullptr);
-        return status.ok() ? Result<bool>(false) : status;
-    }
-    return m_stateBytes == known && !unfinished.value();
+    // A header that was written late from here may lie over that of those who had gone on.
+    const bool isOld = first.value() > std::max(m_state.applied, m_underWay);
+    return m_stateBytes == known && !unfinished.value() && !isOld;
 }
 
 /// Others have written since the change locks were taken, which a server had given them: this workstation was
@@ -108,34 +95,40 @@ Status TableImpl::verdictOfOthers(const Commit &commit)
     return failure(ErrorKind::inputOutput, "se ha perdido la conexión mientras se escribía");
 }
 
-/// The same when some of it had been written here: they have finished the commit, and what was written late
-/// may lie over something newer. The journal tells what belongs where.
-Status TableImpl::mendAfterOthers(const Commit *own)
+/// The same when something had been written here: they have finished what was begun, and what was written
+/// late may lie over something newer. The journal, and what is kept of it, tell what belongs where.
+/// @param since  the first commit from here, or of those that were done again here.
+/// @param own    what was written here; null when it was no change of one's own.
+Status TableImpl::mendAfterOthers(std::uint64_t since, const Commit *own)
 {
     dropStagedIndex();
-    // Where they have emptied the journal and gone on, and its header was then set back from here, their
-    // first commit tells where they began.
     const auto first = firstInJournal();
-    if (first.ok() && first.value() > std::max(m_state.applied, m_underWay))
+    if (!first.ok())
+        return first.status();
+    // Where they have emptied the journal and gone on, and its header was then set back from here, their
+    // first commit tells where they began. The header comes last: nothing of the table was written late.
+    const bool isSetBack = first.value() > std::max(m_state.applied, m_underWay);
+    if (isSetBack) {
         m_state.base = first.value() - 1;
-    const auto found = commitsFrom(journalSector, m_state.base);
-    Status status = first.ok() ? found.status() : first.status();
-    if (status.ok() && !found.value().commits.empty()) {
-        status = bringToDisk(found.value());
-        // The journal may have been emptied since, and not know what was written late: it is told apart here.
-        std::vector<std::uint8_t> present(header.recordLength);
-        for (std::size_t i = 0; status.ok() && own && i < own->changes.size(); ++i) {
-            const RecordChange &late = own->changes[i];
-            const RecordChange *const next = firstChangeOf(found.value().commits, late.number);
-            if (!next || next->before.empty() || !readRecord(late.number, present).ok() ||
-                present != late.after)
-                continue;
-            status = m_dbf.writeAt(recordOffset(late.number), next->before);
-        }
-        if (status.ok())
-            status = replay(found.value().commits);
-        m_state.applied = std::max(m_state.applied, m_state.base + found.value().commits.size());
+        m_state.past.forget(first.value());
     }
+    const auto found = commitsFrom(journalSector, m_state.base);
+    auto kept = JournalPast::commitsSince(m_journal, header.recordLength, since);
+    if (!found.ok() || !kept.ok())
+        return found.ok() ? kept.status() : found.status();
+    std::vector<Commit> &commits = kept.value();
+    std::erase_if(commits, [&](const Commit &one) { return one.number > m_state.base; });
+    commits.insert(commits.end(), found.value().commits.begin(), found.value().commits.end());
+    const bool isFinished = !own || std::ranges::find(commits, *own) != commits.end();
+    if (!isFinished)
+        commits.insert(commits.begin(), *own);
+    Status status = found.value().commits.empty() ? Status() : bringToDisk(found.value());
+    if (status.ok() && !commits.empty())
+        status = replay(commits);
+    m_state.applied = std::max(m_state.applied, m_state.base + found.value().commits.size());
+    if (!isSetBack && (m_state.past.knownFrom > since || m_state.tail > journalSize))
+        addNotice("un cambio ha llegado al servidor con mucho retraso, después de un corte de la conexión, y "
+                  "ya no se sabe qué se ha escrito entretanto: revise las últimas citas que haya cambiado");
     m_dateAndCount.clear();
     if (status.ok())
         status = settleCount(true);
@@ -144,6 +137,8 @@ Status TableImpl::mendAfterOthers(const Commit *own)
     m_indexRewritten = true;
     if (status.ok())
         status = checkpoint(false);
+    if (status.ok() && !isFinished)
+        return failure(ErrorKind::inputOutput, "se ha perdido la conexión mientras se escribía");
     return status.ok() ? status : failure(ErrorKind::inputOutput, status.text());
 }
 

@@ -246,7 +246,7 @@ private:
     Result<bool> stillAlone();
     Status mayWriteOn();
     Status verdictOfOthers(const Commit &commit);
-    Status mendAfterOthers(const Commit *own);
+    Status mendAfterOthers(std::uint64_t since, const Commit *own);
     // TableChange.cpp
     Status checkWritable(std::size_t recordSize) const;
     Status commit(Commit &commit);
@@ -279,6 +279,8 @@ private:
     Status sayInUse();
     Status writeDurably(std::span<const std::uint8_t> bytes);
     Status emptyJournal();
+    Status keepPast(JournalHeader &state);
+    Status keepPastIfThereIsRoom(JournalHeader &state);
     [[nodiscard]] Result<std::uint64_t> firstInJournal() const;
     Result<FoundCommits> commitsFrom(std::uint64_t from, std::uint64_t after);
     Status bringToDisk(const FoundCommits &found);

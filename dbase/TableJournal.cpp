@@ -46,9 +46,12 @@ Status TableImpl::startJournal()
     const auto now = std::chrono::system_clock::now().time_since_epoch();
     state.base = static_cast<std::uint64_t>(std::chrono::nanoseconds(now).count());
     state.applied = state.base;
+    state.past.forget(state.base + 1);
     const std::vector<std::uint8_t> empty(journalSize,
                                           0); // written out, so that later flushes have no lengths to save
     Status status = m_journal.writeAt(0, empty);
+    if (status.ok())
+        status = m_journal.truncate(journalSize);
     if (status.ok())
         status = writeState(state);
     if (status.ok())
@@ -152,10 +155,50 @@ Status TableImpl::emptyJournal()
     if (m_state.holdsDurable || options.durable)
         return checkpoint(false);
     JournalHeader state = m_state;
+    if (const Status status = keepPastIfThereIsRoom(state); !status.ok())
+        return status;
     state.base = state.applied;
     state.tail = journalSector;
     state.onDisk = false;
     return writeState(state);
+}
+
+/// Keeps what the journal holds behind it, before it is emptied; elsewhere than on a share nobody writes
+/// late.
+/// @param state  the header to be; learns what is kept.
+/// @return full, with nothing kept, where work can go on without.
+Status TableImpl::keepPast(JournalHeader &state)
+{
+    JournalPast past = m_state.past;
+    state.past.forget(state.applied + 1);
+    if (!m_remote)
+        return {};
+    const auto found = commitsFrom(journalSector, m_state.base);
+    if (!found.ok())
+        return found.status();
+    const auto &bytes = found.value().bytes;
+    if (bytes.empty() && m_state.applied == m_state.base) {
+        state.past = past; // there was nothing
+        return {};
+    }
+    if (m_state.base + found.value().commits.size() < m_state.applied ||
+        journalSector + bytes.size() > journalSize)
+        return {}; // something was written over it, or it reaches into what is kept
+    const auto place = past.take(bytes.size(), m_state.base + 1);
+    Status status = place ? m_journal.writeAt(*place, bytes) : Status();
+    if (place && status.ok())
+        state.past = past;
+    return status;
+}
+
+/// Work goes on without what could not be kept on a full disk, but it is said.
+Status TableImpl::keepPastIfThereIsRoom(JournalHeader &state)
+{
+    const Status status = keepPast(state);
+    if (status.kind() != ErrorKind::full)
+        return status;
+    addNotice(status.text());
+    return {};
 }
 
 /// The number of the commit that stands first in the file, whatever the header says; 0 when there is none.
@@ -173,26 +216,36 @@ Result<std::uint64_t> TableImpl::firstInJournal() const
 /// @param after  the number before its own.
 Result<TableImpl::FoundCommits> TableImpl::commitsFrom(std::uint64_t from, std::uint64_t after)
 {
-    const auto size = m_journal.size();
-    if (!size.ok())
-        return size.status();
     FoundCommits found{from, {}, {}};
-    const std::uint64_t end = std::min(size.value(), largestJournal);
-    found.bytes.resize(end > from ? end - from : 0);
-    const auto got = m_journal.readAt(from, found.bytes);
-    if (!got.ok())
+    bool isAll = false;
+    const auto readOn = [&](std::size_t size) {
+        const std::size_t had = found.bytes.size();
+        found.bytes.resize(had + size);
+        const auto got = m_journal.readAt(from + had, std::span(found.bytes).subspan(had));
+        found.bytes.resize(had + (got.ok() ? got.value() : 0));
+        isAll = found.bytes.size() < had + size || from + found.bytes.size() >= largestJournal;
         return got.status();
-    found.bytes.resize(got.value());
+    };
+    constexpr std::size_t leastAtOnce = std::size_t{64} * 1024;
+    Status status = readOn(
+        std::max(leastAtOnce, m_state.tail - std::min<std::uint64_t>(from, m_state.tail) + journalSector));
     std::size_t at = 0;
-    while (at < found.bytes.size()) {
-        auto one = decodeCommit(std::span(found.bytes).subspan(at), after + found.commits.size() + 1,
-                                header.recordLength);
-        if (!one)
+    while (status.ok()) {
+        const auto rest = std::span(found.bytes).subspan(at);
+        const std::uint64_t number = after + found.commits.size() + 1;
+        auto one = decodeCommit(rest, number, header.recordLength);
+        if (one) {
+            encodeCommit(*one, header.recordLength, m_commitBytes);
+            at += m_commitBytes.size();
+            found.commits.push_back(std::move(*one));
+        } else if (isAll || (rest.size() >= journalSector && !mayBeCommit(rest, number))) {
             break;
-        encodeCommit(*one, header.recordLength, m_commitBytes);
-        at += m_commitBytes.size();
-        found.commits.push_back(std::move(*one));
+        } else { // it goes on behind what has been read
+            status = readOn(found.bytes.size());
+        }
     }
+    if (!status.ok())
+        return status;
     found.bytes.resize(at); // the last one's sector to its end
     return found;
 }
@@ -264,6 +317,9 @@ Status TableImpl::checkpoint(bool closing)
     JournalHeader state = m_state;
     if (m_indexRewritten)
         state.applied += numbersLeap; // who keeps blocks of the index does so by the number
+    status = closing ? keepPast(state) : keepPastIfThereIsRoom(state);
+    if (!status.ok())
+        return status;
     state.base = state.applied;
     state.tail = journalSector;
     state.indexedRecords = indexedRecords();

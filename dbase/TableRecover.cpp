@@ -125,7 +125,8 @@ Status TableImpl::recover()
     if (status.ok() && (last.value() != m_state.base || !m_state.closedInOrder)) {
         // What a power cut has left behind the last whole commit must not follow on the next one. Only now,
         // with the table on its way to the disk, does the journal say that the commits are done.
-        m_state.applied = std::max(m_state.applied, last.value()) + numbersLeap;
+        m_state.applied = std::max(m_state.applied, last.value());
+        m_indexRewritten = true; // the numbers leap
         status = checkpoint(false);
     }
     endChange();

@@ -220,7 +220,10 @@ Status TableImpl::replay(std::span<const Commit> commits)
                 housed.insert(stands.value());
             continue;
         }
-        if (const Status status = m_dbf.writeAt(recordOffset(number), history.versions.back()); !status.ok())
+        Status status = mayWriteOn();
+        if (status.ok())
+            status = m_dbf.writeAt(recordOffset(number), history.versions.back());
+        if (!status.ok())
             return status;
     }
     RecordNumber count = std::max(commits.empty() ? 0 : commits.back().recordCount, announced);

@@ -217,7 +217,11 @@ Wrong loseLocksInTheMiddle(Share share, Plant planted)
         const char *name;
         int error;
         bool answerIsLate;
-    } ways[] = {{"works late", 0, false}, {"answered late", 0, true}, {"fails late", EIO, false}};
+        int more; ///< changes of other lines, for which the journal is emptied
+    } ways[] = {{"works late", 0, false, 0},
+                {"answered late", 0, true, 0},
+                {"fails late", EIO, false, 0},
+                {"works very late", 0, false, 100}};
     Wrong wrong;
     for (const auto &way : ways) {
         for (const bool isSheet : {false, true}) {
@@ -228,10 +232,12 @@ Wrong loseLocksInTheMiddle(Share share, Plant planted)
                 fault.late = std::chrono::seconds(60);
                 fault.answerIsLate = way.answerIsLate;
                 fault.workstation = 1;
-                fault.meanwhile = [&office] {
+                fault.meanwhile = [&office, more = way.more] {
                     filecalls::loseLocks(1);
                     office.mustChange(2, "shared-a", office.newValue(2), 2);
                     office.at(2).add("w2-new", "v2");
+                    for (int i = 0; i < more; ++i)
+                        office.mustChange(2, "shared-b", office.newValue(2), 2);
                     filecalls::asWorkstation(1);
                 };
                 filecalls::asWorkstation(1);
