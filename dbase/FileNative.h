@@ -3,6 +3,9 @@
 // What the files of one system share; not for others.
 
 #include "dbase/File.h"
+#if !defined(_WIN32)
+#include "dbase/HandleSet.h"
+#endif
 
 namespace dbase
 {
@@ -12,6 +15,17 @@ struct File::Native {
     void *handle = nullptr; ///< a HANDLE
 #else
     int descriptor = -1;
+    HandleSet handleSet; ///< on SMB
+    /// Opens a file of a share anew, as its protocol needs it. Others may want addresses and lengths of whole
+    /// blocks for the one, and know nothing of the other.
+    /// - NFS: past the memory that this machine keeps of it. There what others have written since may be
+    ///   missing for as long as the file is open here, whatever the mount's options say. What is written so
+    ///   is on the server's disk when the call returns.
+    /// - SMB: nothing is kept here where the mount is as it should be, but the server does. When it loses its
+    ///   memory, workstations come back to it without a word, and nobody would do again what the journal
+    ///   holds: so what is written goes through to its disk.
+    /// @param flags  it has been opened with.
+    void openForShare(const std::filesystem::path &path, int flags, bool isNfs);
 #endif
     [[nodiscard]] bool isOpen() const;
     bool isRemote = false;

@@ -101,45 +101,6 @@ int callForLock(int descriptor, struct flock range, bool isRemote, bool isSmb)
     }
 }
 
-/// Linux's SMB client gives two openings of one file with equal flags one and the same handle at the server,
-/// to which the locks belong: what one gives back the other would lose. So each opening here gets another set
-/// of flags that change nothing but that, as long as the sets last.
-int flagsOfItsOwn()
-{
-    static std::atomic<unsigned> next = static_cast<unsigned>(::getpid());
-    const unsigned set = next++;
-    return ((set & 1U) != 0 ? O_SYNC : O_DSYNC) | ((set & 2U) != 0 ? O_NOCTTY : 0) |
-           ((set & 4U) != 0 ? O_NONBLOCK : 0) | ((set & 8U) != 0 ? O_NOFOLLOW : 0);
-}
-
-/// Opens a file of a share anew, as its protocol needs it. Others may want addresses and lengths of whole
-/// blocks for the one, and know nothing of the other.
-/// - NFS: past the memory that this machine keeps of it. There what others have written since may be missing
-/// for
-///   as long as the file is open here, whatever the mount's options say. What is written so is on the
-///   server's disk when the call returns.
-/// - SMB: nothing is kept here where the mount is as it should be, but the server does. When it loses its
-/// memory,
-///   workstations come back to it without a word, and nobody would do again what the journal holds: so what
-///   is written goes through to its disk.
-void openForShare(const std::filesystem::path &path, int flags, bool isSmb, bool isNfs, int &descriptor,
-                  bool &writesThrough)
-{
-    int more = 0;
-#if defined(O_DIRECT)
-    more |= isNfs ? O_DIRECT : 0;
-#endif
-    more |= isSmb ? flagsOfItsOwn() : 0;
-    if (more == 0)
-        return;
-    const int better = openAs(path, (flags & ~(O_CREAT | O_EXCL)) | more);
-    if (better < 0)
-        return; // a file system that has no such thing
-    ::close(descriptor);
-    descriptor = better;
-    writesThrough = isSmb;
-}
-
 } // namespace
 
 std::chrono::nanoseconds timeWithSleep()
@@ -160,6 +121,26 @@ File::Native::~Native()
         ::close(descriptor);
 }
 
+void File::Native::openForShare(const std::filesystem::path &path, int flags, bool isNfs)
+{
+    int more = 0;
+#if defined(O_DIRECT)
+    more |= isNfs ? O_DIRECT : 0;
+#endif
+    if (isSmb) {
+        handleSet = HandleSet::of(descriptor);
+        more |= handleSet.flags();
+    }
+    if (more == 0)
+        return;
+    const int better = openAs(path, (flags & ~(O_CREAT | O_EXCL)) | more);
+    if (better < 0)
+        return; // a file system that has no such thing
+    ::close(descriptor);
+    descriptor = better;
+    writesThrough = isSmb;
+}
+
 bool File::Native::isOpen() const
 {
     return descriptor >= 0;
@@ -168,8 +149,10 @@ bool File::Native::isOpen() const
 void File::close() noexcept
 {
     // Without a descriptor the system refuses every call.
-    if (const int open = m_native ? std::exchange(m_native->descriptor, -1) : -1; open >= 0)
+    if (const int open = m_native ? std::exchange(m_native->descriptor, -1) : -1; open >= 0) {
         ::close(open);
+        m_native->handleSet.release();
+    }
 }
 
 Result<File> File::open(const std::filesystem::path &path, Mode mode)
@@ -194,7 +177,7 @@ Result<File> File::open(const std::filesystem::path &path, Mode mode)
         if (native->isRemote && mode == Mode::writeThrough)
             return Status(ErrorKind::unsupported, "el fichero está en otra máquina", native->name);
         constexpr std::uint32_t nfs = 0x6969;
-        openForShare(path, flags, native->isSmb, system == nfs, native->descriptor, native->writesThrough);
+        native->openForShare(path, flags, system == nfs);
         return File(std::move(native));
     }
     switch (errno) {

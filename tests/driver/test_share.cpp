@@ -2,6 +2,8 @@
 // connection goes away for a while.
 
 #include "dbase/Bytes.h"
+#include "dbase/File.h"
+#include "dbase/HandleSet.h"
 #include "tests/driver/FileCalls.h"
 #include "tests/driver/Judge.h"
 #include "tests/driver/OnShares.h"
@@ -12,7 +14,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <csignal>
+#include <filesystem>
 #include <functional>
 #include <iostream>
 #include <set>
@@ -837,6 +842,57 @@ TEST(Shares, ALockIsAsOldAsTheQuestionForIt)
         two->table().dropGroup();
         EXPECT_EQ(lastCommitIn(office.place()) - before, static_cast<std::uint64_t>(told));
     }
+}
+
+/// The flags that this program has a file open with, once for each time.
+std::multiset<int> flagsOf(const std::filesystem::path &file)
+{
+    std::multiset<int> all;
+    for (const auto &one : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        if (std::filesystem::read_symlink(one.path(), gone) == file)
+            all.insert(::fcntl(std::stoi(one.path().filename().string()), F_GETFL));
+    }
+    return all;
+}
+
+/// Programs of one workstation, and the objects of one, must not be taken for one another by its SMB client.
+TEST(Shares, NoTwoOpeningsHaveTheSameFlags)
+{
+    constexpr int each = dbase::HandleSet::count / 2;
+    const Office office(Share::smb, Plant::none, true);
+    const std::filesystem::path file = office.place() / "AGENDA_N.DBF";
+    std::vector<dbase::File> open;
+    const auto openMore = [&](int count) {
+        for (int n = 0; n < count; ++n) {
+            auto one = dbase::File::open(file, dbase::File::Mode::readWrite);
+            ASSERT_TRUE(one.ok());
+            open.push_back(std::move(one).value());
+        }
+    };
+    std::array<int, 2> pipe{};
+    ASSERT_EQ(::pipe(pipe.data()), 0);
+    openMore(1);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        openMore(each); // from the same point on as the parent
+        std::vector<int> flags;
+        for (const int one : flagsOf(file))
+            flags.push_back(one);
+        const auto size = flags.size() * sizeof(int);
+        ::_exit(::write(pipe[1], flags.data(), size) == static_cast<ssize_t>(size) && ::pause() != 0 ? 1 : 2);
+    }
+    std::array<int, each + 1> childs{}; // the first one is shared with the parent
+    ASSERT_EQ(::read(pipe[0], childs.data(), sizeof childs), static_cast<ssize_t>(sizeof childs));
+    openMore(each - 1);
+    std::multiset<int> all = flagsOf(file);
+    EXPECT_EQ(all.size(), static_cast<std::size_t>(each));
+    all.insert(childs.begin(), childs.end());
+    EXPECT_EQ(std::set<int>(all.begin(), all.end()).size(), dbase::HandleSet::count);
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+    ::close(pipe[0]);
+    ::close(pipe[1]);
 }
 
 TEST(Kills, ADeadWritersCommitWaitsForWhoReadsByTheIndex)
