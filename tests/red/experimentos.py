@@ -229,6 +229,13 @@ def valla(scene):
     return scene.verdict("valla", wrong, como=how, corte_s=cut if how != "enchufe" else None, libre_s=free, el_de_antes=says, queda=found, kernel=kernel)
 
 
+def calm_down(clerk):
+    """The first look may meet a file's time that is news to its machine; the second finds that it has stayed the same for long enough."""
+    for _ in range(2):
+        time.sleep(4)
+        clerk("refresh")
+
+
 def viajes(scene):
     """How many requests to the server, and file calls, each step of the day costs one workstation while another has the table open."""
     days, again = scene.word("dias", 30), scene.word("veces", 10)
@@ -248,8 +255,7 @@ def viajes(scene):
     for name, order in steps.items():
         counted, took = [], []
         if name == "ocioso_en_calma":
-            time.sleep(4)
-            plain("refresh")
+            calm_down(plain)
         for turn in range(again):
             before = scene.requests(first)
             took.append(plain(order.format(n=turn, w=plain.number))[0])
@@ -261,8 +267,7 @@ def viajes(scene):
     for name, order in steps.items():
         counted = []
         if name == "ocioso_en_calma":
-            time.sleep(4)
-            traced("refresh")
+            calm_down(traced)
         for turn in range(again):
             before = int(first.says(f"wc -l <{trace}"))
             traced(order.format(n=turn + 100, w=traced.number))
