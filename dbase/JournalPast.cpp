@@ -49,8 +49,8 @@ Result<std::vector<Commit>> JournalPast::commitsSince(const File &journal, std::
         rest = rest.subspan(std::min(rest.size(), sectors * journalSector));
     }
     std::ranges::sort(commits, {}, &Commit::number);
-    const auto twice = std::ranges::unique(commits, {}, &Commit::number);
-    commits.erase(twice.begin(), twice.end());
+    const auto isAgain = [](const Commit &one, const Commit &next) { return one.number == next.number; };
+    commits.erase(std::unique(commits.begin(), commits.end(), isAgain), commits.end());
     return commits;
 }
 
