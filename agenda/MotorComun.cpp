@@ -1,6 +1,7 @@
 #include "agenda/MotorComun.h"
 
 #include "agenda/AgendaNDM.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
@@ -91,7 +92,7 @@ void PreparaTablasDelHost(const TTablasNotarios &tablas)
             continue;
         CompruebaCamposAgendaN(*tabla);
         // A day is a range over date and hour; an order that has both is kept as it is.
-        TBIndexa(QStringLiteral("FECHA;HORA"), *tabla);
+        TBIndexa(OrdenDeLaAgenda(), *tabla);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "agenda/AgendaZenDM.h"
 #include "agenda/HojaNueva.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
@@ -126,7 +127,7 @@ void TAgenda3P::CancelaRangoPorFecha()
 
 QDate TAgenda3P::DiaMostrado() const
 {
-    const QDate deLaLinea = TablaActual().field(u"FECHA").asDate();
+    const QDate deLaLinea = TLineaAgenda::Actual(TablaActual()).Fecha;
     return deLaLinea.isValid() ? deLaLinea : m_dia;
 }
 
@@ -235,7 +236,7 @@ bool TAgenda3P::Modificar()
 bool TAgenda3P::BorraSiEsDe(DataSet &tabla, const QString &hora)
 {
     return ConGuarda(tabla, "Borrar", [&] {
-        if (tabla.isEmpty() || tabla.field(u"HORA").asText() != hora)
+        if (tabla.isEmpty() || TLineaAgenda::Actual(tabla).Hora != hora)
             return false;
         TBDelete(tabla);
         return true;
@@ -252,7 +253,7 @@ bool TAgenda3P::Borrar(bool preguntar)
                        QStringLiteral("Inserte primero una."), TituloAtencion);
             return false;
         }
-        hora = inicial.field(u"HORA").asText();
+        hora = TLineaAgenda::Actual(inicial).Hora;
         return true;
     });
     if (!hay ||
@@ -299,17 +300,17 @@ std::optional<bool> TAgenda3P::AlternaMarca(const QString &marca, const QString 
         return {};
     DataSet &tabla = TablaActual();
     const bool puesta = ConGuarda(tabla, "Marcar", [&] {
-        const QString concepto = tabla.field(u"CONCEPTO").asText();
-        const bool fuera = tabla.field(u"SALIDA").asText() == QLatin1String("S");
-        if (fuera && concepto.contains(otra)) {
-            tabla.field(u"CONCEPTO").setText(marca + SinMarca(concepto, otra));
-        } else if (fuera && concepto.contains(marca)) {
-            tabla.field(u"CONCEPTO").setText(SinMarca(concepto, marca));
-            tabla.field(u"SALIDA").setText(QStringLiteral("N"));
-        } else if (!fuera) {
-            tabla.field(u"CONCEPTO").setText(marca + concepto);
-            tabla.field(u"SALIDA").setText(QStringLiteral("S"));
+        TLineaAgenda linea = TLineaAgenda::Actual(tabla);
+        if (linea.EsSalida() && linea.Concepto.contains(otra)) {
+            linea.Concepto = marca + SinMarca(linea.Concepto, otra);
+        } else if (linea.EsSalida() && linea.Concepto.contains(marca)) {
+            linea.Concepto = SinMarca(linea.Concepto, marca);
+            linea.Salida = NoEstaFuera;
+        } else if (!linea.EsSalida()) {
+            linea.Concepto.prepend(marca);
+            linea.Salida = EstaFuera;
         }
+        linea.Escribe(tabla, std::array{TCampoLinea::concepto, TCampoLinea::salida});
         return true;
     });
     if (puesta && AceptarAgendaN())

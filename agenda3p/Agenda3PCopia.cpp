@@ -1,6 +1,7 @@
 // The copy buffer: lines are copied one by one and pasted onto a day, at their own hours or shifted.
 
 #include "agenda/HoraTexto.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Ruttb.h"
 #include "agenda3p/Agenda3P.h"
 #include "dataset/DatabaseError.h"
@@ -19,14 +20,12 @@ namespace
 
 Q_LOGGING_CATEGORY(registroCopia, "agenda.copia")
 
-/// The six fields that travel, in the order in which they are written.
-void CopiaCampos(DataSet &de, DataSet &a)
+/// A line as it travels: its code without a fraction, and 0 for no client.
+TLineaAgenda ParaCopiar(DataSet &tabla)
 {
-    for (const QStringView campo : {u"CONCEPTO", u"INTERESADO"})
-        a.field(campo).setText(de.field(campo).asText());
-    a.field(u"CODCLIENTE").setInteger(de.field(u"CODCLIENTE").asInteger());
-    for (const QStringView campo : {u"OFICIAL", u"SALIDA", u"AVISO"})
-        a.field(campo).setText(de.field(campo).asText());
+    TLineaAgenda linea = TLineaAgenda::Actual(tabla);
+    linea.CodCliente = static_cast<double>(linea.Codigo());
+    return linea;
 }
 
 } // namespace
@@ -93,9 +92,9 @@ void TAgenda3P::Copiar()
     PreparaBuffer();
     const dataset::PendingEditGuard sinResto(*m_buffer);
     m_buffer->append();
-    CopiaCampos(TablaActual(), *m_buffer);
-    m_buffer->field(u"HORA").setText(TablaActual().field(u"HORA").asText());
-    m_buffer->field(u"FECHA").setDate(TablaActual().field(u"FECHA").asDate());
+    const TLineaAgenda linea = ParaCopiar(TablaActual());
+    linea.Escribe(*m_buffer, CamposDeCita);
+    linea.Escribe(*m_buffer, std::array{TCampoLinea::hora, TCampoLinea::fecha});
     m_buffer->post();
 }
 
@@ -106,7 +105,7 @@ void TAgenda3P::PegaFila(QDate fecha, const QString &hora)
         return;
     if (!Modificar())
         return;
-    CopiaCampos(*m_buffer, TablaActual());
+    ParaCopiar(*m_buffer).Escribe(TablaActual(), CamposDeCita);
     TBPost(TablaActual());
 }
 
@@ -115,7 +114,7 @@ void TAgenda3P::PegaDesplazado(QDate fecha, int minutos, bool desplaza)
     try {
         const TSitio vuelve(*this);
         for (m_buffer->first(); !m_buffer->eof(); m_buffer->next()) {
-            const QString hora = m_buffer->field(u"HORA").asText();
+            const QString hora = TLineaAgenda::Actual(*m_buffer).Hora;
             PegaFila(fecha, desplaza ? HoraDeMinutos(MinutosDeHora(hora).value_or(0) + minutos) : hora);
         }
     } catch (const std::exception &error) {
@@ -139,7 +138,7 @@ void TAgenda3P::PegarHora(QDate fecha, const QString &hora)
         return;
     const std::optional<int> destino = MinutosDeHora(hora);
     m_buffer->first();
-    const std::optional<int> primera = MinutosDeHora(m_buffer->field(u"HORA").asText());
+    const std::optional<int> primera = MinutosDeHora(TLineaAgenda::Actual(*m_buffer).Hora);
     if (destino && primera)
         PegaDesplazado(fecha, *destino - *primera, true);
 }
@@ -155,12 +154,12 @@ void TAgenda3P::Limpiar(bool preguntar)
         }
         if (preguntar &&
             !PreguntaMotor(QStringLiteral("¿Desea limpiar la cita de las %1 de la base de datos?")
-                               .arg(tabla.field(u"HORA").asText()),
+                               .arg(TLineaAgenda::Actual(tabla).Hora),
                            TituloAtencion))
             return;
         tabla.edit();
-        for (const QStringView campo : {u"INTERESADO", u"CONCEPTO", u"OFICIAL", u"SALIDA"})
-            tabla.field(campo).clear();
+        TLineaAgenda().Escribe(tabla, std::array{TCampoLinea::interesado, TCampoLinea::concepto,
+                                                 TCampoLinea::oficial, TCampoLinea::salida});
         TBPost(tabla);
     } catch (const std::exception &error) {
         AnotaError("Limpiar", error);

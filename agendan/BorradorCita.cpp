@@ -1,5 +1,6 @@
 #include "agendan/BorradorCita.h"
 
+#include "agenda/LineaAgenda.h"
 #include "agendan/ClaseAgendaN.h"
 #include "dataset/DatabaseError.h"
 
@@ -44,8 +45,8 @@ TBorradorCita::TLugar TBorradorCita::Recupera(TClassAgendaN &motor)
             return TLugar::suLinea;
         }
         const bool hayLinea = !m_nueva && tabla.goToBookmark(m_linea);
-        const QDate fecha = m_tecleado.value(tabla.fieldIndex(u"FECHA")).toDate();
-        const QString hora = m_tecleado.value(tabla.fieldIndex(u"HORA")).toString();
+        const QDate fecha = m_tecleado.value(tabla.fieldIndex(NombreDe(TCampoLinea::fecha))).toDate();
+        const QString hora = m_tecleado.value(tabla.fieldIndex(NombreDe(TCampoLinea::hora))).toString();
         if (motor.Anadir(fecha, hora)) {
             Escribe(tabla, false);
             m_enEspera = hayLinea;

@@ -4,6 +4,7 @@
 #include "agenda/ClaseConfAgendaN.h"
 #include "agenda/HojaDia.h"
 #include "agenda/HojaNueva.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/MotorComun.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
@@ -118,7 +119,7 @@ bool TClassAgendaN::RangoPorFecha(QDate fecha)
 
 QDate TClassAgendaN::DiaMostrado() const
 {
-    const QDate deLaLinea = TablaActual().field(u"FECHA").asDate();
+    const QDate deLaLinea = TLineaAgenda::Actual(TablaActual()).Fecha;
     return deLaLinea.isValid() ? deLaLinea : m_dias.value(m_tablaActual);
 }
 bool TClassAgendaN::HayRangoPorFecha() const
@@ -155,7 +156,7 @@ bool TClassAgendaN::ConstruyeHoja(QDate fecha, bool soloSiFalta)
 void TClassAgendaN::SincronizaTablaActual(QDate fecha)
 {
     DataSet &tabla = TablaActual();
-    if (HayRangoPorFecha() && tabla.field(u"FECHA").asDate() == fecha)
+    if (HayRangoPorFecha() && TLineaAgenda::Actual(tabla).Fecha == fecha)
         return;
     if (!RangoPorFecha(fecha))
         ConstruyeHoja(fecha, true);
@@ -251,7 +252,7 @@ bool TClassAgendaN::Borrar(bool preguntar)
             return true;
         }
         if (preguntar && !PreguntaMotor(QStringLiteral("¿Desea borrar la cita de las %1 de la base de datos?")
-                                            .arg(tabla.field(u"HORA").asText()),
+                                            .arg(TLineaAgenda::Actual(tabla).Hora),
                                         TituloAtencion))
             return false;
         TBDelete(tabla);
@@ -277,9 +278,10 @@ bool TClassAgendaN::CancelarAgendaN(bool preguntar)
 
 void TClassAgendaN::EscribeMarca(const QString &marca)
 {
-    DataSet &tabla = TablaActual();
-    tabla.field(u"CONCEPTO").setText(marca + tabla.field(u"CONCEPTO").asText());
-    tabla.field(u"SALIDA").setText(QStringLiteral("S"));
+    TLineaAgenda linea = TLineaAgenda::Actual(TablaActual());
+    linea.Concepto.prepend(marca);
+    linea.Salida = EstaFuera;
+    linea.Escribe(TablaActual(), std::array{TCampoLinea::concepto, TCampoLinea::salida});
 }
 
 /// @return what AceptarAgendaN said; nothing when a failure came before it.
@@ -307,7 +309,7 @@ bool TClassAgendaN::Ausente()
     return ConGuarda("Ausente", [&] {
         const dataset::Bookmark donde = tabla.bookmark();
         if (!HayRangoPorFecha())
-            RangoPorFecha(tabla.field(u"FECHA").asDate());
+            RangoPorFecha(TLineaAgenda::Actual(tabla).Fecha);
         if (!tabla.hasRange())
             return false; // a line without a date: the whole table would be marked
         bool ultimaAceptada = false;
@@ -319,11 +321,11 @@ bool TClassAgendaN::Ausente()
 }
 
 /// Back to the line that was current, in every case; without it, to the first one of the shown day.
-void TClassAgendaN::VuelveALaLinea(dataset::Bookmark linea, QDate fecha, const QString &hora) noexcept
+void TClassAgendaN::VuelveALaLinea(const TLineaAgenda &linea) noexcept
 {
     try {
         // By number first: of two lines with the same hour a search finds the first.
-        if (!TablaActual().goToBookmark(linea) && !BuscarPorFecha(fecha, hora, true))
+        if (!TablaActual().goToBookmark(linea.Registro()) && !BuscarPorFecha(linea.Fecha, linea.Hora, true))
             TablaActual().first();
     } catch (const std::exception &error) {
         qCWarning(registro, "The line that was copied could not be found again: %s", error.what());
@@ -340,10 +342,8 @@ bool TClassAgendaN::CopiarCita(QDate destino)
     const dataset::Bookmark origen = tabla.bookmark();
     if (origen == 0 || !destino.isValid())
         return false;
-    const dataset::SeenRecord linea = tabla.seen();
-    const QString hora = tabla.field(u"HORA").asText();
-    const QDate fecha = tabla.field(u"FECHA").asDate();
-    const auto vuelve = qScopeGuard([&] { VuelveALaLinea(origen, fecha, hora); });
+    const TLineaAgenda linea = TLineaAgenda::Actual(tabla);
+    const auto vuelve = qScopeGuard([&] { VuelveALaLinea(linea); });
 
     if (!Anadir(destino, {}))
         return false;
@@ -352,15 +352,14 @@ bool TClassAgendaN::CopiarCita(QDate destino)
 }
 
 /// Fills the new line that has been begun with what was seen of another one, but for the date, and posts it.
-void TClassAgendaN::EscribeCopia(const dataset::SeenRecord &linea)
+void TClassAgendaN::EscribeCopia(TLineaAgenda linea)
 {
     DataSet &tabla = TablaActual();
     dataset::PendingEditGuard pendiente(tabla);
-    for (const QStringView campo : {u"CONCEPTO", u"INTERESADO", u"OFICIAL", u"SALIDA", u"AVISO", u"HORA"})
-        tabla.field(campo).setText(tabla.textOf(linea, tabla.fieldIndex(campo)));
-    // Deliberate: no client is written as 0.
-    const QVariant codigo = tabla.valueOf(linea, tabla.fieldIndex(u"CODCLIENTE"));
-    tabla.field(u"CODCLIENTE").setInteger(codigo.toLongLong());
+    // Deliberate: codes lose their fraction, and no client is written as 0.
+    linea.CodCliente = static_cast<double>(linea.Codigo());
+    linea.Escribe(tabla, CamposDeCita);
+    linea.Escribe(tabla, TCampoLinea::hora);
     TBPost(tabla);
     pendiente.keep();
 }
@@ -407,7 +406,7 @@ TClassAgendaN::TFallidas TClassAgendaN::CopiarLineas(const TLineas &lineas, QDat
     return EnUnGrupo(lineas, [this, destino](const dataset::SeenRecord &linea) {
         TablaActual().goToSeen(linea);
         InsertaLinea(TablaActual(), destino, {});
-        EscribeCopia(linea);
+        EscribeCopia(TLineaAgenda::DeVista(TablaActual(), linea));
     });
 }
 
@@ -426,7 +425,7 @@ TClassAgendaN::TFallidas TClassAgendaN::Mueve(const TLineas &lineas, QDate desti
                         [&](const TLineaFallida &una) { return una.Linea.bookmark() == linea.bookmark(); }))
             continue;
         InsertaLinea(TablaActual(), destino, {});
-        EscribeCopia(linea);
+        EscribeCopia(TLineaAgenda::DeVista(TablaActual(), linea));
     }
     return fallidas;
 }

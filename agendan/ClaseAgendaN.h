@@ -21,6 +21,7 @@ class IInformesAgenda;
 enum class TClaseInforme;
 class TClientesRaiz;
 class TDMAgendaN;
+struct TLineaAgenda;
 namespace dataset
 {
 class MemTable;
@@ -156,11 +157,11 @@ private:
     TFallidas PorCadaLinea(const TLineas &lineas, const TOperacionDeLinea &operacion);
     TFallidas EnUnGrupo(const TLineas &lineas, const TOperacionDeLinea &operacion);
     TFallidas Mueve(const TLineas &lineas, QDate destino);
-    void EscribeCopia(const dataset::SeenRecord &linea);
+    void EscribeCopia(TLineaAgenda linea);
     void EscribeMarca(const QString &marca);
     [[nodiscard]] QDate DiaMostrado() const;
     std::optional<bool> MarcaLineaActual(const QString &marca);
-    void VuelveALaLinea(dataset::Bookmark linea, QDate fecha, const QString &hora) noexcept;
+    void VuelveALaLinea(const TLineaAgenda &linea) noexcept;
     void MuestraInforme(TClaseInforme clase, QDate fecha);
     /// The data module's week rows; an engine over the host's tables has some of its own.
     [[nodiscard]] dataset::MemTable &SemanaDeInforme();

@@ -2,6 +2,7 @@
 
 #include "agenda/ClaseConfAgendaN.h"
 #include "agenda/GuardaVentana.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Rvarias.h"
 #include "agenda/host/Servicios.h"
@@ -114,7 +115,7 @@ DataSet *TFFichaAgendaN::GetDatosAgendaN() const
 QDate TFFichaAgendaN::FechaActual() const
 {
     DataSet *const tabla = GetDatosAgendaN();
-    return tabla && tabla->isActive() ? tabla->field(u"FECHA").asDate() : QDate();
+    return tabla && tabla->isActive() ? TLineaAgenda::Actual(*tabla).Fecha : QDate();
 }
 
 // Opening and closing
@@ -204,9 +205,8 @@ void TFFichaAgendaN::LeeColorSalida()
 std::optional<QColor> TFFichaAgendaN::ColorDeLinea(int pestana, int linea) const
 {
     const DataSet *const tabla = DSAgendaN[static_cast<std::size_t>(pestana)]->activeDataSet();
-    const int salida = tabla ? tabla->fieldIndex(u"SALIDA") : -1;
     const int fila = DBGAgendaN[static_cast<std::size_t>(pestana)]->dataRow(linea);
-    if (salida < 0 || fila < 0 || tabla->textAt(fila, salida) != QLatin1String("S"))
+    if (!tabla || fila < 0 || TextoDeFila(*tabla, fila, TCampoLinea::salida) != EstaFuera)
         return std::nullopt;
     return m_colorSalida;
 }

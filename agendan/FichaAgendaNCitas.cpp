@@ -3,6 +3,7 @@
 #include "agendan/FichaAgendaN.h"
 
 #include "agenda/GuardaVentana.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
@@ -63,9 +64,8 @@ private:
 /// What a clerk knows an appointment by, as he saw it.
 QString HoraEInteresado(const DataSet &tabla, const dataset::SeenRecord &linea)
 {
-    return QString(tabla.textOf(linea, tabla.fieldIndex(u"HORA")) + u' ' +
-                   tabla.textOf(linea, tabla.fieldIndex(u"INTERESADO")))
-        .trimmed();
+    const TLineaAgenda una = TLineaAgenda::DeVista(tabla, linea);
+    return QString(una.Hora + u' ' + una.Interesado).trimmed();
 }
 
 /// A message: what has failed, on which appointments, and why. Those that failed for one reason stand
@@ -195,7 +195,7 @@ void TFFichaAgendaN::AContactoExecute()
     TClientesRaiz *const clientes = m_motor->Clientes();
     if (!tabla || !clientes)
         return;
-    const qint64 codigo = tabla->field(u"CODCLIENTE").asInteger();
+    const qint64 codigo = TLineaAgenda::Actual(*tabla).Codigo();
     if (codigo == 0)
         clientes->Explora(QStringLiteral("Lista de clientes"));
     else

@@ -4,6 +4,7 @@
 #include "agendan/FichaAgendaN.h"
 
 #include "agenda/HoraTexto.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "dbcontrols/DbGrid.h"
@@ -19,10 +20,9 @@ namespace
 
 int CuentaFueraDeHora(const DataSet &tabla)
 {
-    const int hora = tabla.fieldIndex(u"HORA");
     int cuantas = 0;
-    for (int fila = 0; hora >= 0 && fila < tabla.rowCount(); ++fila)
-        cuantas += SeVeEnSuHoja(tabla.textAt(fila, hora)) ? 0 : 1;
+    for (int fila = 0; fila < tabla.rowCount(); ++fila)
+        cuantas += SeVeEnSuHoja(TextoDeFila(tabla, fila, TCampoLinea::hora)) ? 0 : 1;
     return cuantas;
 }
 
@@ -51,9 +51,8 @@ void TFFichaAgendaN::CreaFueraDeHora()
 /// To the first of them: shown among the others they are not easily found.
 void TFFichaAgendaN::VeAFueraDeHora(DataSet &tabla)
 {
-    const int hora = tabla.fieldIndex(u"HORA");
     int fila = 0;
-    while (fila < tabla.rowCount() && SeVeEnSuHoja(tabla.textAt(fila, hora)))
+    while (fila < tabla.rowCount() && SeVeEnSuHoja(TextoDeFila(tabla, fila, TCampoLinea::hora)))
         ++fila;
     if (fila < tabla.rowCount())
         tabla.setCurrentRow(fila);
@@ -86,7 +85,7 @@ int TFFichaAgendaN::PonTambienFueraDeHora(DataSet &tabla, QDate dia)
     const dataset::ControlsGuard sinAvisos(tabla);
     const dataset::Bookmark donde = tabla.bookmark();
     const bool estaba = tabla.currentRow() >= 0;
-    TBRango(tabla, {{"FECHA", dia}}, {{"FECHA", dia}});
+    TBRango(tabla, ClaveDelDia(dia), ClaveDelDia(dia));
     const int cuantas = CuentaFueraDeHora(tabla);
     if (cuantas == 0 || !BFueraDeHora->isChecked() || m_diaFueraDeHora != dia) {
         BFueraDeHora->setChecked(false);

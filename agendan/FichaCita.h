@@ -98,6 +98,7 @@ private:
     void BInteresadoClick();
     void QuitaInteresado();
     void EscribeInteresado(const QString &nombre, qint64 codigo);
+    void EscribeCodigo(qint64 codigo);
     void MuestraFecha();
     void MuestraHora();
     void MuestraInteresado();

@@ -2,6 +2,7 @@
 
 #include "agenda/ClaseConfAgendaN.h"
 #include "agenda/GuardaVentana.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/host/Servicios.h"
 #include "agendan/FichaCita.h"
 #include "dataset/DatabaseError.h"
@@ -11,37 +12,12 @@
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QPushButton>
 
-#include <array>
 #include <utility>
 
 using dataset::DataSet;
 
 namespace
 {
-
-/// What an appointment hands on to the slots up to its end.
-class TDatosDeCita
-{
-public:
-    explicit TDatosDeCita(DataSet &tabla)
-        : m_codigo(tabla.field(u"CODCLIENTE").isNull() ? QVariant() : tabla.field(u"CODCLIENTE").asInteger())
-    {
-        for (std::size_t i = 0; i < Textos.size(); ++i)
-            m_textos[i] = tabla.field(Textos[i]).asText();
-    }
-    void Escribe(DataSet &tabla) const
-    {
-        for (std::size_t i = 0; i < Textos.size(); ++i)
-            tabla.field(Textos[i]).setText(m_textos[i]);
-        tabla.field(u"CODCLIENTE").setValue(m_codigo);
-    }
-
-private:
-    static constexpr std::array<QStringView, 5> Textos{u"OFICIAL", u"SALIDA", u"AVISO", u"INTERESADO",
-                                                       u"CONCEPTO"};
-    std::array<QString, 5> m_textos;
-    QVariant m_codigo;
-};
 
 /// Shows a day's lines for as long as it lives, where the table is restricted to another day; the day shown
 /// before comes back afterwards. The current line stays the current one both times.
@@ -87,10 +63,10 @@ private:
 
 /// Copies the appointment into a line that the engine has put into edit or insert. @return false when it was
 /// not written.
-bool EscribeYAcepta(TClassAgendaN &motor, const TDatosDeCita &datos)
+bool EscribeYAcepta(TClassAgendaN &motor, const TLineaAgenda &cita)
 {
     dataset::PendingEditGuard aMedias(motor.TablaActual());
-    datos.Escribe(motor.TablaActual());
+    cita.Escribe(motor.TablaActual(), CamposDeCita);
     const bool aceptada = motor.AceptarAgendaN();
     aMedias.keep();
     return aceptada;
@@ -118,11 +94,11 @@ void TFFichaCitas::BNuevoClick()
 {
     EjecutaConGuarda([this] {
         DataSet &tabla = Tabla();
-        const QDate deLaLinea = tabla.field(u"FECHA").asDate();
-        const QString hora = IncrementaHora(tabla.field(u"HORA").asText(), goConfAgendaN->GetIncrementoMin());
+        const TLineaAgenda linea = TLineaAgenda::Actual(tabla);
+        const QString hora = IncrementaHora(linea.Hora, goConfAgendaN->GetIncrementoMin());
         static_cast<void>(m_motor->TomaError());
         // A day without lines has no line to take the date from.
-        m_motor->Anadir(deLaLinea.isValid() ? deLaLinea : m_motor->DiaPedido(), hora);
+        m_motor->Anadir(linea.Fecha.isValid() ? linea.Fecha : m_motor->DiaPedido(), hora);
         // Deliberate: whether that went well makes no difference to the card.
         EmpiezaEdicion();
         AvisaSiFallo(QStringLiteral("No se ha podido añadir la cita."));
@@ -249,27 +225,27 @@ void TFFichaCitas::RellenaHasta(const QString &horaFin)
     QStringList sinRellenar;
     {
         const dataset::ControlsGuard sinAvisos(tabla);
-        const QDate fecha = tabla.field(u"FECHA").asDate();
-        const TDatosDeCita datos(tabla);
-        const TDiaDeLaCita dia(*m_motor, fecha);
+        TLineaAgenda cita = TLineaAgenda::Actual(tabla);
+        if (cita.CodCliente)
+            cita.CodCliente = static_cast<double>(cita.Codigo()); // codes lose their fraction in a copy
+        const TDiaDeLaCita dia(*m_motor, cita.Fecha);
         const auto rellena = [&](bool preparada, const QString &hora) {
-            if (!preparada || !EscribeYAcepta(*m_motor, datos))
+            if (!preparada || !EscribeYAcepta(*m_motor, cita))
                 sinRellenar << hora;
         };
         tabla.next();
-        while (!tabla.eof() && CompararHoras(horaFin, tabla.field(u"HORA").asText()) == 1 &&
-               tabla.field(u"FECHA").asDate() == fecha) {
-            const dataset::Bookmark linea = tabla.bookmark();
-            const QString hora = tabla.field(u"HORA").asText();
-            rellena(m_motor->Modificar(), hora);
+        for (TLineaAgenda linea = TLineaAgenda::Actual(tabla);
+             !tabla.eof() && CompararHoras(horaFin, linea.Hora) == 1 && linea.Fecha == cita.Fecha;
+             linea = TLineaAgenda::Actual(tabla)) {
+            rellena(m_motor->Modificar(), linea.Hora);
             // A line that another workstation has just deleted has made room for the one behind it already.
-            if (tabla.bookmark() == linea)
+            if (tabla.bookmark() == linea.Registro())
                 tabla.next();
         }
         // Deliberate: only the time and the end of the table count here, not the day. In a table that is not
         // restricted to a day this may be the first line of the next one.
-        const bool hayLinea = !tabla.eof() && tabla.field(u"HORA").asText() == horaFin;
-        rellena(hayLinea ? m_motor->Modificar() : m_motor->Anadir(fecha, horaFin), horaFin);
+        const bool hayLinea = !tabla.eof() && TLineaAgenda::Actual(tabla).Hora == horaFin;
+        rellena(hayLinea ? m_motor->Modificar() : m_motor->Anadir(cita.Fecha, horaFin), horaFin);
     }
     if (!sinRellenar.isEmpty())
         AvisaDeError(

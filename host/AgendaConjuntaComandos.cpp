@@ -5,6 +5,7 @@
 #include "agenda/GuardaVentana.h"
 #include "agenda/HoraTexto.h"
 #include "agenda/IAgenda3P.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
@@ -137,9 +138,8 @@ bool TFAgendaConjunta::TomaTodas(int fila)
             continue;
         }
         // Not on a line of this hour that belongs to another row, which would be deleted with it.
-        const int campo = tabla->fieldIndex(u"HORA");
         int otra = 0;
-        while (otra < tabla->rowCount() && tabla->textAt(otra, campo) == hora)
+        while (otra < tabla->rowCount() && TextoDeFila(*tabla, otra, TCampoLinea::hora) == hora)
             ++otra;
         if (otra < tabla->rowCount()) {
             tabla->setCurrentRow(otra);
@@ -282,7 +282,7 @@ void TFAgendaConjunta::Copia()
         if (!SituaEn(fila, notario))
             break;
         m_motor.Copiar();
-        m_horasCopiadas << m_motor.TablaActual().field(u"HORA").asText();
+        m_horasCopiadas << TLineaAgenda::Actual(m_motor.TablaActual()).Hora;
         ++copiadas;
     }
     m_motor.PonNotarioActual(Notario());
@@ -396,7 +396,7 @@ void TFAgendaConjunta::MueveDia(bool adelante)
     const TPuestoConjunto puesto = PuestoActual();
     m_motor.RangoPorFecha(m_fecha); // from a line of this day, wherever others have moved the one stood on
     if (adelante ? m_motor.SiguienteDia() : m_motor.AnteriorDia()) {
-        const QDate fecha = m_motor.TablaActual().field(u"FECHA").asDate();
+        const QDate fecha = TLineaAgenda::Actual(m_motor.TablaActual()).Fecha;
         if (fecha.isValid())
             m_fecha = fecha;
         m_motor.RangoPorFecha(m_fecha);
