@@ -2,7 +2,6 @@
 
 #include "agenda/ClaseConfAgendaN.h"
 #include "agenda/LineaAgenda.h"
-#include "agenda/MotorComun.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "dataset/DatabaseError.h"

@@ -1,7 +1,7 @@
 #include "agenda1/ClasAge.h"
 
+#include "agenda/Avisos.h"
 #include "agenda/LineaAgenda.h"
-#include "agenda/MotorComun.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"

@@ -1,7 +1,7 @@
 // The settings row of the single-table agenda.
 
+#include "agenda/Avisos.h"
 #include "agenda/LineaAgenda.h"
-#include "agenda/MotorComun.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Rut.h"
 #include "agenda/Ruttb.h"

@@ -1,7 +1,7 @@
 // The day of two notaries: unpacked into memory, packed back into AGENDA.
 
+#include "agenda/Avisos.h"
 #include "agenda/LineaAgenda.h"
-#include "agenda/MotorComun.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda1/ClasAge.h"

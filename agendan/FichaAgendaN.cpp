@@ -114,8 +114,8 @@ DataSet *TFFichaAgendaN::GetDatosAgendaN() const
 
 QDate TFFichaAgendaN::FechaActual() const
 {
-    DataSet *const tabla = GetDatosAgendaN();
-    return tabla && tabla->isActive() ? TLineaAgenda::Actual(*tabla).Fecha : QDate();
+    const DataSet *const tabla = GetDatosAgendaN();
+    return tabla && tabla->isActive() ? m_motor->Dia(Pestana() + 1).ALaVista() : QDate();
 }
 
 // Opening and closing
@@ -237,10 +237,7 @@ void TFFichaAgendaN::PCAgendaChange()
 
 void TFFichaAgendaN::ActualizaFecha()
 {
-    QDate dia = FechaActual();
-    if (!dia.isValid() && GetDatosAgendaN())
-        dia = m_motor->DiaPedido(); // its last line has gone
-    MEFecha->setMaskedText(Date_Cad(dia));
+    MEFecha->setMaskedText(Date_Cad(FechaActual()));
 }
 
 void TFFichaAgendaN::MEFechaEnter()

@@ -70,7 +70,7 @@ QString HoraEInteresado(const DataSet &tabla, const dataset::SeenRecord &linea)
 
 /// A message: what has failed, on which appointments, and why. Those that failed for one reason stand
 /// together.
-QString QueHaFallado(const QString &que, const TClassAgendaN::TFallidas &fallidas, const DataSet &tabla)
+QString QueHaFallado(const QString &que, const TLineasFallidas &fallidas, const DataSet &tabla)
 {
     QStringList renglones{que};
     for (qsizetype i = 0; i < qMin(fallidas.size(), CitasNombradas); ++i) {
@@ -87,11 +87,11 @@ QString QueHaFallado(const QString &que, const TClassAgendaN::TFallidas &fallida
 
 } // namespace
 
-TClassAgendaN::TLineas TFFichaAgendaN::LineasDeLaOrden() const
+TLineasVistas TFFichaAgendaN::LineasDeLaOrden() const
 {
     const DataSet &tabla = *GetDatosAgendaN();
     const QList<Bookmark> seleccion = GetDBGAgendaN()->selectedBookmarks();
-    TClassAgendaN::TLineas lineas;
+    TLineasVistas lineas;
     if (seleccion.size() >= 2) {
         for (const Bookmark linea : seleccion)
             lineas << tabla.seen(linea);
@@ -117,10 +117,9 @@ void TFFichaAgendaN::ABorrarExecute()
     DataSet *const tabla = GetDatosAgendaN();
     if (!tabla)
         return;
-    const TClassAgendaN::TLineas lineas = LineasDeLaOrden(); // as they are seen before the question
+    const TLineasVistas lineas = LineasDeLaOrden(); // as they are seen before the question
     if (lineas.size() < 2) {
-        m_motor->Borrar(true);
-        AvisaSiFallo(QStringLiteral("No se ha podido borrar la cita."));
+        AvisaSiFallo(m_motor->Borrar(true), QStringLiteral("No se ha podido borrar la cita."));
         return;
     }
     TMensaje pregunta;
@@ -142,10 +141,9 @@ void TFFichaAgendaN::ASalidaExecute()
     DataSet *const tabla = GetDatosAgendaN();
     if (!tabla)
         return;
-    const TClassAgendaN::TLineas lineas = LineasDeLaOrden();
+    const TLineasVistas lineas = LineasDeLaOrden();
     if (lineas.size() < 2) {
-        m_motor->Salida();
-        AvisaSiFallo(QStringLiteral("No se ha podido marcar la salida."));
+        AvisaSiFallo(m_motor->Salida(), QStringLiteral("No se ha podido marcar la salida."));
         return;
     }
     const auto fallidas = m_motor->MarcarSalidas(lineas);
@@ -157,8 +155,8 @@ void TFFichaAgendaN::AAusenteExecute()
 {
     if (!GetDatosAgendaN())
         return;
-    m_motor->Ausente();
-    AvisaSiFallo(QStringLiteral("No se ha podido marcar la ausencia en todas las líneas."));
+    AvisaSiFallo(m_motor->Ausente(),
+                 QStringLiteral("No se ha podido marcar la ausencia en todas las líneas."));
 }
 
 void TFFichaAgendaN::CopiaCitas(TTrasCopiar tras)
@@ -167,12 +165,12 @@ void TFFichaAgendaN::CopiaCitas(TTrasCopiar tras)
     if (!tabla)
         return;
     const bool mover = tras == TTrasCopiar::borrar;
-    const TClassAgendaN::TLineas lineas = LineasDeLaOrden(); // as they are seen before the question
+    const TLineasVistas lineas = LineasDeLaOrden(); // as they are seen before the question
     QDate destino = Servicios().Reloj->Hoy();
     if (!PreguntaFecha(destino))
         return;
     // Deliberate: choosing the day that is shown does nothing.
-    if (Date_Cad(destino) == MEFecha->text())
+    if (destino == FechaActual())
         return;
     if (lineas.isEmpty()) {
         AvisaAlUsuario(mover ? QStringLiteral("No hay ninguna cita que mover.")

@@ -331,7 +331,7 @@ void TFFichaAgendaN::PreparaRejilla(int pestana)
         connect(rejilla, &DbGrid::keyDown, this, &TFFichaAgendaN::DBGAgendaN1KeyDown);
         connect(DSAgendaN[indice], &dbcontrols::DataSource::stateChanged, this, [this] {
             if (DSAgendaN.front()->state() == dataset::DataSet::State::edit)
-                m_antesDeEditar = TextosDeLaLinea();
+                m_borrador.Empieza(*DSAgendaN.front()->dataSet());
         });
     } else {
         rejilla->setMode(DbGrid::Mode::rows);

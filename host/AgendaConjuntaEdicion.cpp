@@ -164,10 +164,10 @@ bool TFAgendaConjunta::GuardaEdicion(QLineEdit &editor, const QModelIndex &celda
             linea.Escribe(tabla, TCampoLinea::codCliente);
         }
         tabla.field(TModeloConjunto::NombreDelCampo(campo)).setText(dbcontrols::keptBy(tabla, editor.text()));
-        static_cast<void>(m_motor.TomaError());
-        if (m_motor.AceptarAgendaN())
+        const TRespuesta aceptada = m_motor.AceptarAgendaN();
+        if (aceptada)
             return true;
-        avisa(m_motor.TomaError());
+        avisa(aceptada.Causa());
     } catch (const std::exception &error) {
         avisa(QString::fromUtf8(error.what()));
     }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "agenda/MotorComun.h"
+#include "agenda/MotorDeTablas.h"
 #include "dataset/DataSet.h"
 
 #include <QtCore/QAbstractTableModel>

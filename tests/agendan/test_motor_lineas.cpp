@@ -197,8 +197,9 @@ TEST_F(LineasTest, ACopyThatFailsLeavesBothDaysAndTheCursorAsTheyWere)
     otro.RangoPorFecha(Lunes);
     soloLeer->setCurrentRow(1);
     const auto linea = soloLeer->bookmark();
-    EXPECT_FALSE(otro.CopiarCita(Lunes.addDays(1))) << "no line can be begun";
-    EXPECT_FALSE(otro.TomaError().isEmpty());
+    const TRespuesta copiada = otro.CopiarCita(Lunes.addDays(1));
+    EXPECT_FALSE(copiada) << "no line can be begun";
+    EXPECT_EQ(copiada.Causa(), "La tabla está abierta solo para lectura");
     EXPECT_EQ(soloLeer->bookmark(), linea);
     EXPECT_EQ(soloLeer->state(), State::browse);
     EXPECT_FALSE(soloLeer->controlsDisabled());
@@ -241,7 +242,7 @@ protected:
         otro->field(u"CONCEPTO").setText(concepto);
         otro->post();
     }
-    [[nodiscard]] QStringList fallidas(const TClassAgendaN::TFallidas &varias)
+    [[nodiscard]] QStringList fallidas(const TLineasFallidas &varias)
     {
         QStringList textos;
         for (const auto &una : varias)
@@ -251,7 +252,7 @@ protected:
     }
     const QDate martes = Lunes.addDays(1);
     std::unique_ptr<dataset::DbfTable> otro;
-    TClassAgendaN::TLineas lineas; ///< 11:00, 09:00, 10:00
+    TLineasVistas lineas; ///< 11:00, 09:00, 10:00
 };
 
 TEST_F(VariasTest, OnlyWhatWasSeenIsDeletedCopiedAndMoved)
@@ -259,7 +260,7 @@ TEST_F(VariasTest, OnlyWhatWasSeenIsDeletedCopiedAndMoved)
     const QString cambiada = "09:00 Otro puesto ha cambiado la línea mientras tanto";
     const struct {
         const char *que;
-        std::function<TClassAgendaN::TFallidas()> orden;
+        std::function<TLineasFallidas()> orden;
         QStringList lunes, martes;
     } casos[] = {
         {"copied",
