@@ -68,6 +68,12 @@ QString HoraEInteresado(const DataSet &tabla, const dataset::SeenRecord &linea)
     return QString(una.Hora + u' ' + una.Interesado).trimmed();
 }
 
+/// The hour of a command's only line, as the clerk saw it; the table may tell another by now.
+QString HoraDe(const TLineasVistas &lineas, const DataSet &tabla)
+{
+    return TLineaAgenda::DeVista(tabla, lineas.value(0)).Hora;
+}
+
 /// A message: what has failed, on which appointments, and why. Those that failed for one reason stand
 /// together.
 QString QueHaFallado(const QString &que, const TLineasFallidas &fallidas, const DataSet &tabla)
@@ -95,8 +101,8 @@ TLineasVistas TFFichaAgendaN::LineasDeLaOrden() const
     if (seleccion.size() >= 2) {
         for (const Bookmark linea : seleccion)
             lineas << tabla.seen(linea);
-    } else if (tabla.bookmark() != 0) {
-        lineas << tabla.seen();
+    } else if (tabla.bookmark() != 0 && !m_motor->Dia(Pestana() + 1).LineaFuera()) {
+        lineas << tabla.seen(); // not one of another day, on which the cursor may have been left
     }
     return lineas;
 }
@@ -119,7 +125,8 @@ void TFFichaAgendaN::ABorrarExecute()
         return;
     const TLineasVistas lineas = LineasDeLaOrden(); // as they are seen before the question
     if (lineas.size() < 2) {
-        AvisaSiFallo(m_motor->Borrar(true), QStringLiteral("No se ha podido borrar la cita."));
+        AvisaSiFallo(m_motor->Borrar(true),
+                     QStringLiteral("No se ha podido borrar la cita de las %1.").arg(HoraDe(lineas, *tabla)));
         return;
     }
     TMensaje pregunta;
@@ -143,7 +150,9 @@ void TFFichaAgendaN::ASalidaExecute()
         return;
     const TLineasVistas lineas = LineasDeLaOrden();
     if (lineas.size() < 2) {
-        AvisaSiFallo(m_motor->Salida(), QStringLiteral("No se ha podido marcar la salida."));
+        AvisaSiFallo(
+            m_motor->Salida(),
+            QStringLiteral("No se ha podido marcar la salida de las %1.").arg(HoraDe(lineas, *tabla)));
         return;
     }
     const auto fallidas = m_motor->MarcarSalidas(lineas);

@@ -2,6 +2,7 @@
 
 #include "agendan/FichaAgendaN.h"
 
+#include "agenda/LineaAgenda.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
 #include "dbcontrols/DbGrid.h"
@@ -139,6 +140,7 @@ void TFFichaAgendaN::DBGAgendaN1KeyDown(QKeyEvent *tecla)
 void TFFichaAgendaN::EmpiezaAEditar(QKeyEvent &tecla)
 {
     ConGuarda([this, &tecla] {
+        const QString hora = TLineaAgenda::Actual(m_motor->TablaActual()).Hora; // as it is seen
         const TRespuesta enEdicion = m_motor->Modificar();
         if (enEdicion)
             return;
@@ -146,7 +148,7 @@ void TFFichaAgendaN::EmpiezaAEditar(QKeyEvent &tecla)
         DataSet &tabla = m_motor->TablaActual();
         if (tabla.isEmpty())
             return; // the engine has spoken itself
-        AvisaSiFallo(enEdicion, QStringLiteral("No se ha podido modificar la cita."));
+        AvisaSiFallo(enEdicion, QStringLiteral("No se ha podido modificar la cita de las %1.").arg(hora));
         tabla.refresh(); // so that a line that has gone is seen to be gone
     });
 }

@@ -159,11 +159,22 @@ TEST(MotorHoja, ReportsEachLineThatCannotBeAdded)
 
 TEST_F(MotorTest, TheSettingsTableMissingLeavesTheDayShown)
 {
-    oficina.linea(1, Lunes, "09:00");
+    for (const char *hora : {"09:00", "10:00"})
+        oficina.linea(1, Lunes, hora);
     motor().RangoPorFecha(Lunes);
+    motor().TablaActual().last();
     std::filesystem::remove(oficina.carpetaDe("ZENTRA") / "VA_COMUN.DBF");
-    EXPECT_THROW(motor().InsertaDia(Lunes.addDays(1), false), dataset::EDatabaseError);
-    EXPECT_TRUE(motor().TablaActual().hasRange());
+    const QDate martes = Lunes.addDays(1);
+    const std::function<void()> intentos[] = {[&] { motor().InsertaDia(martes, false); },
+                                              [&] { motor().SincronizarTablasAFecha(martes, false); },
+                                              [&] { motor().SincronizarTablasAFecha(martes, true); }};
+    for (const auto &intento : intentos) {
+        EXPECT_THROW(intento(), dataset::EDatabaseError);
+        EXPECT_EQ(mostrado(), "16/11/2026 10:00") << "the line, too";
+        EXPECT_EQ(motor().TablaActual().rowCount(), 2);
+        EXPECT_EQ(motor().DiaActual().Mostrado(), Lunes);
+        EXPECT_TRUE(motor().HayRangoPorFecha());
+    }
 }
 
 // The settings are another table, which may be slow: meanwhile nobody is to be kept from saving.

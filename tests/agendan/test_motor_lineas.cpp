@@ -40,6 +40,29 @@ TEST_F(LineasTest, AddsAndCancels)
     EXPECT_EQ(tabla().currentRow(), 2);
 }
 
+// What is on no screen is neither changed nor deleted; on its card it is on one.
+TEST_F(LineasTest, ALineOfAnotherDayIsOnlyTakenFromItsCard)
+{
+    ASSERT_TRUE(motor().Modificar());
+    tabla().field(u"FECHA").setDate(Lunes.addDays(3));
+    ASSERT_TRUE(motor().AceptarAgendaN());
+    ASSERT_EQ(tabla().currentRow(), -1);
+    const std::function<TRespuesta()> ordenes[] = {[&] { return motor().Modificar(); },
+                                                   [&] { return motor().Borrar(false); },
+                                                   [&] { return motor().Salida(); }};
+    for (const auto &orden : ordenes) {
+        const TRespuesta respuesta = orden();
+        EXPECT_FALSE(respuesta);
+        EXPECT_EQ(respuesta.Causa(), LineaDeOtroDia);
+    }
+    EXPECT_EQ(oficina.dia(1, Lunes.addDays(3)), QStringList{"09:00 Firma N"});
+    EXPECT_TRUE(motor().Modificar(TALaVista::ficha));
+    motor().CancelarAgendaN(false);
+    EXPECT_TRUE(motor().Borrar(false, TALaVista::ficha));
+    EXPECT_EQ(oficina.dia(1, Lunes.addDays(3)), QStringList());
+    EXPECT_EQ(oficina.dia(1, Lunes).size(), 2);
+}
+
 TEST_F(LineasTest, CancellingAsksWhenTold)
 {
     EXPECT_TRUE(motor().Modificar());
