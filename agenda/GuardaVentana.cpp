@@ -1,6 +1,6 @@
 #include "agenda/GuardaVentana.h"
 
-#include "agenda/MotorComun.h"
+#include "agenda/Avisos.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
 

@@ -1,5 +1,6 @@
 #include "agenda/HojaDia.h"
 
+#include "agenda/LineaAgenda.h"
 #include "agenda/Ruttb.h"
 
 #include <limits>
@@ -8,8 +9,6 @@
 namespace
 {
 
-const QString Fecha = QStringLiteral("FECHA");
-const QString Hora = QStringLiteral("HORA");
 const QString PrimeraHora = QStringLiteral("00:00");
 const QString UltimaHora = QStringLiteral("23:59");
 constexpr int HoraMayor = 99;
@@ -20,7 +19,7 @@ QDate DiaVecino(dataset::DataSet &tabla, QDate mostrado, TSentido sentido)
 {
     const bool vacio = tabla.isEmpty();
     // A line without a good hour is of the day and not among its rows: left behind all the same.
-    const auto sigueEnElDia = [&] { return tabla.field(Fecha).asDate() == mostrado; };
+    const auto sigueEnElDia = [&] { return TLineaAgenda::Actual(tabla).Fecha == mostrado; };
     if (sentido == TSentido::anterior) {
         tabla.first();
         QuitaRangoDelDia(tabla);
@@ -30,7 +29,7 @@ QDate DiaVecino(dataset::DataSet &tabla, QDate mostrado, TSentido sentido)
             tabla.prior();
         while (!tabla.bof() && sigueEnElDia())
             tabla.prior();
-        return tabla.bof() ? QDate() : tabla.field(Fecha).asDate();
+        return tabla.bof() ? QDate() : TLineaAgenda::Actual(tabla).Fecha;
     }
     tabla.last();
     QuitaRangoDelDia(tabla);
@@ -39,7 +38,7 @@ QDate DiaVecino(dataset::DataSet &tabla, QDate mostrado, TSentido sentido)
         tabla.next();
     while (!tabla.eof() && sigueEnElDia())
         tabla.next();
-    return tabla.eof() ? QDate() : tabla.field(Fecha).asDate();
+    return tabla.eof() ? QDate() : TLineaAgenda::Actual(tabla).Fecha;
 }
 
 } // namespace
@@ -67,8 +66,7 @@ bool PonRangoDelDia(dataset::DataSet &tabla, QDate fecha)
 {
     if (!fecha.isValid())
         return false;
-    const bool hay =
-        TBRango(tabla, {{Fecha, fecha}, {Hora, PrimeraHora}}, {{Fecha, fecha}, {Hora, UltimaHora}});
+    const bool hay = TBRango(tabla, ClaveDeHora(fecha, PrimeraHora), ClaveDeHora(fecha, UltimaHora));
     if (hay)
         tabla.setTag(1);
     return hay;
@@ -88,16 +86,16 @@ void QuitaRangoDelDia(dataset::DataSet &tabla)
 void OrdenaPorDia(dataset::DataSet &tabla)
 {
     // An index named after the date alone would do for "FECHA", and no day could be had from it.
-    TBIndexa(QStringLiteral("FECHA;HORA"), tabla);
+    TBIndexa(OrdenDeLaAgenda(), tabla);
     if (!tabla.hasRange())
         tabla.setTag(0);
 }
 
 bool BuscaLineaDeFecha(dataset::DataSet &tabla, QDate fecha, const QString &hora, bool exacta)
 {
-    const bool encontrada = TBBusca(tabla, {{Fecha, fecha}, {Hora, hora}}, exacta);
+    const bool encontrada = TBBusca(tabla, ClaveDeHora(fecha, hora), exacta);
     if (!exacta && hora.isEmpty())
-        return tabla.field(Fecha).asDate() == fecha;
+        return TLineaAgenda::Actual(tabla).Fecha == fecha;
     return encontrada;
 }
 

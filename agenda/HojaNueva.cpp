@@ -1,7 +1,7 @@
 #include "agenda/HojaNueva.h"
 
 #include "agenda/ClaseConfAgendaN.h"
-#include "agenda/MotorComun.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "dataset/DatabaseError.h"
@@ -58,15 +58,6 @@ TParrilla ParrillaDeAjustes()
 {
     return {[] { return goConfAgendaN->GetHoraInicio(); }, [] { return goConfAgendaN->GetHoraFin(); },
             [] { return goConfAgendaN->GetIntervalo(); }};
-}
-
-void InsertaLinea(DataSet &tabla, QDate fecha, const QString &hora)
-{
-    tabla.insert();
-    tabla.field(u"FECHA").setDate(fecha);
-    tabla.field(u"HORA").setText(hora);
-    tabla.field(u"SALIDA").setText(QStringLiteral("N"));
-    tabla.field(u"AVISO").setText(QStringLiteral("N"));
 }
 
 QStringList AnadeHojaDelDia(DataSet &tabla, QDate fecha, bool soloSiFalta)

@@ -11,9 +11,6 @@
 /// What the settings say about a day sheet, asked for again at every slot.
 [[nodiscard]] TParrilla ParrillaDeAjustes();
 
-/// Leaves a new line (SALIDA and AVISO "N") in insert mode. @throws dataset::EDatabaseError
-void InsertaLinea(dataset::DataSet &tabla, QDate fecha, const QString &hora);
-
 /// Adds the lines of a day sheet to a table, whose range is dropped for it. The whole sheet is one change of
 /// the table; when that cannot be, it is added line by line.
 /// @param soloSiFalta  nothing is added when another workstation has built the day in the meantime.

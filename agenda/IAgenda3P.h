@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agenda/Respuesta.h"
 #include "dataset/DataSet.h"
 
 #include <QtCore/QDate>
@@ -10,9 +11,9 @@
 /// pasting and reports work on the current table.
 ///
 /// Every table is written in a commit of its own, always in the order of the notaries. Operations on slots
-/// and lines that return a boolean never throw: a failure cancels the pending change of the table concerned,
-/// is logged and gives false. Two keep it: AceptarAgendaN() and the pastes, so that it can be tried again or
-/// given up by who called.
+/// and lines that answer a boolean never throw: a failure cancels the pending change of the table concerned,
+/// is logged and gives false, with its cause. Two keep it: AceptarAgendaN() and the pastes, so that it can be
+/// tried again or given up by who called.
 class IAgenda3P
 {
 public:
@@ -27,9 +28,6 @@ public:
     [[nodiscard]] virtual dataset::DataSet &TablaActual() const = 0;
     /// Makes notary `notario`'s table the current one; an empty position changes nothing.
     virtual void PonNotarioActual(int notario) = 0;
-    /// What the last failed operation met, for telling the user, and forgets it; empty when none has failed
-    /// since.
-    [[nodiscard]] virtual QString TomaError() = 0;
 
     // Days. The searches, ranges and moves throw dataset::EDatabaseError when a table cannot be read.
     /// Restricts every table to a day. @return whether each of them holds a line of it.
@@ -50,33 +48,33 @@ public:
 
     // Slots and lines
     /// Adds and posts a line in every table; each stands on its new one. @return whether all took it.
-    virtual bool Anadir(QDate fecha, const QString &hora) = 0;
+    virtual TRespuesta Anadir(QDate fecha, const QString &hora) = 0;
     /// Puts the current line in edit mode; says so when the day has none.
-    virtual bool Modificar() = 0;
+    virtual TRespuesta Modificar() = 0;
     /// Deletes the slot of the current line from every table. Deliberate: the others are not searched, each
     /// is taken to stand on the same slot. @return whether the current line is gone; false on an empty day.
-    virtual bool Borrar(bool preguntar) = 0;
+    virtual TRespuesta Borrar(bool preguntar) = 0;
     /// Posts what is pending in the current table; after a failure it is still pending.
-    virtual bool AceptarAgendaN() = 0;
+    virtual TRespuesta AceptarAgendaN() = 0;
     /// Gives up what is pending in the current table. @param preguntar  ask first. @return false when the
     /// user has said no.
     virtual bool CancelarAgendaN(bool preguntar) = 0;
     /// Puts the outing mark on the current line, or takes it away.
-    virtual bool Salida() = 0;
+    virtual TRespuesta Salida() = 0;
     /// Puts the absence mark on every line of the shown day, or takes it away, each by itself.
-    virtual bool Ausente() = 0;
+    virtual TRespuesta Ausente() = 0;
 
     // Copying
     /// Adds the current line to the copy buffer. @throws dataset::EDatabaseError
     virtual void Copiar() = 0;
     /// Writes every copied line into the same hour of a day; what stands there is written over. Lines of
-    /// other days and hours stay as they are, and so does the day shown. An error ends it; what was pending
-    /// then still is.
-    virtual void Pegar(QDate fecha) = 0;
+    /// other days and hours stay as they are, and so does the day shown. An error ends it and is the answer;
+    /// what was pending then still is.
+    virtual TRespuesta Pegar(QDate fecha) = 0;
     /// The same, every line shifted so that the first one lands at `hora`. Deliberate: no wrap at midnight.
-    virtual void PegarHora(QDate fecha, const QString &hora) = 0;
+    virtual TRespuesta PegarHora(QDate fecha, const QString &hora) = 0;
     /// Blanks the current line but for its date, hour, client code and notice flag.
-    virtual void Limpiar(bool preguntar) = 0;
+    virtual TRespuesta Limpiar(bool preguntar) = 0;
     /// Forgets what was copied.
     virtual void LimpiarBufferDeCopia() = 0;
     /// Whether anything has been copied.

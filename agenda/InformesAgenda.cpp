@@ -21,6 +21,8 @@ void HazInforme(const TMotorDeInformes &motor, TClaseInforme clase, QDate fecha)
     if (clase == TClaseInforme::dia || clase == TClaseInforme::diaPorOficial) {
         // A preview may stay open for long, and a host may keep its engine all morning.
         motor.Semana.Tabla.refresh();
+        if (!motor.Semana.Tabla.hasRange())
+            motor.Semana.PonRango(fecha); // years of lines are no day sheet
         muestra(motor.Informes->CreaQRAgendaDiaN(motor.Propietario, fecha, motor.Semana.Tabla, oficial));
         return;
     }

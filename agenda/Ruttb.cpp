@@ -1,6 +1,16 @@
 #include "agenda/Ruttb.h"
 
+#include "agenda/Avisos.h"
 #include "agenda/host/Servicios.h"
+
+#include <QtCore/QLoggingCategory>
+
+using dataset::DataSet;
+
+namespace
+{
+Q_LOGGING_CATEGORY(registroTablas, "agenda.motor")
+} // namespace
 
 bool TBBusca(dataset::DataSet &tabla, const dataset::Key &clave, bool exacta)
 {
@@ -36,4 +46,24 @@ std::unique_ptr<dataset::DbfTable> CreaTabla(const QString &alias, const QString
     if (abrir)
         cursor->open();
     return cursor;
+}
+
+void AbreTabla(DataSet &tabla)
+{
+    tabla.open();
+    const QString aviso = tabla.notice();
+    if (aviso.isEmpty())
+        return;
+    qCWarning(registroTablas, "%s", qUtf8Printable(aviso));
+    AvisaMotor(aviso, {}, TituloAtencionPuntos);
+}
+
+void CancelaSinPreguntar(DataSet &tabla)
+{
+    try {
+        if (tabla.isActive())
+            tabla.cancel();
+    } catch (const std::exception &error) {
+        qCWarning(registroTablas, "The pending change could not be dropped: %s", error.what());
+    }
 }

@@ -23,3 +23,10 @@ void TBIndexa(const QString &campos, dataset::DataSet &tabla);
 /// @throws dataset::EDatabaseError when the alias, the table or the index is missing.
 [[nodiscard]] std::unique_ptr<dataset::DbfTable>
 CreaTabla(const QString &alias, const QString &tabla, const QString &indice, bool abrir, bool soloLectura);
+
+/// Opens a table, and tells the user and the log what opening it has found, such as an older copy in its
+/// place. @throws dataset::EDatabaseError
+void AbreTabla(dataset::DataSet &tabla);
+/// Drops what is being edited after a failure; a failure of this too is only logged, since the first one is
+/// answered for.
+void CancelaSinPreguntar(dataset::DataSet &tabla);

@@ -1,6 +1,7 @@
 #include "agenda/SemanaAgenda.h"
 
 #include "agenda/AgendaNDM.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
@@ -24,32 +25,30 @@ constexpr int DiasDeLaSemana = 2 * DiasPorMitad; // Monday to Saturday
 constexpr int AnchoOficial = 16;
 
 /// Fields of a day inside a week-report row, without the digit of its column.
-constexpr std::array<const char *, 5> CamposDelDia = {"HORA", "CONCEPTO", "INTERESADO", "OFICIAL", "SALIDA"};
+constexpr std::array CamposDelDia{TCampoLinea::hora, TCampoLinea::concepto, TCampoLinea::interesado,
+                                  TCampoLinea::oficial, TCampoLinea::salida};
 
 /// Fills the rows of one week. Lines come by date, so all rows of the first half stand before those of the
 /// second.
 class TLlenador
 {
 public:
-    TLlenador(DataSet &origen, MemTable &semana, QDate lunes)
-        : m_origen(origen)
-        , m_semana(semana)
+    TLlenador(MemTable &semana, QDate lunes)
+        : m_semana(semana)
         , m_lunes(lunes)
     {
     }
 
-    void PonLinea()
+    void PonLinea(const TLineaAgenda &una)
     {
-        const int dia = DiaDe(m_origen.field(u"FECHA").asDate());
+        const int dia = DiaDe(una.Fecha);
         const int mitad = dia / DiasPorMitad;
         const int columna = dia % DiasPorMitad + 1;
         const int linea = ++m_lineas[static_cast<std::size_t>(dia)];
         PreparaFila(dia, mitad, linea);
-        for (const char *const campo : CamposDelDia) {
-            const QString nombre = QLatin1String(campo);
-            m_semana.field(QString(nombre + u'_' + QString::number(columna)))
-                .setText(m_origen.field(nombre).asText());
-        }
+        for (const TCampoLinea campo : CamposDelDia)
+            m_semana.field(QString(NombreDe(campo) + u'_' + QString::number(columna)))
+                .setText(una.Texto(campo));
         m_semana.post();
     }
 
@@ -81,7 +80,6 @@ private:
         m_semana.edit();
     }
 
-    DataSet &m_origen;
     MemTable &m_semana;
     QDate m_lunes;
     std::array<int, DiasDeLaSemana> m_lineas{};
@@ -130,10 +128,11 @@ QDate LunesDe(QDate fecha)
 
 void LlenaSemana(DataSet &origen, MemTable &semana, QDate lunes, const std::optional<QString> &oficial)
 {
-    TLlenador llenador(origen, semana, lunes);
+    TLlenador llenador(semana, lunes);
     for (origen.first(); !origen.eof(); origen.next()) {
-        if (!oficial || origen.field(u"OFICIAL").asText() == *oficial)
-            llenador.PonLinea();
+        const TLineaAgenda linea = TLineaAgenda::Actual(origen);
+        if (!oficial || linea.Oficial == *oficial)
+            llenador.PonLinea(linea);
     }
 }
 
@@ -156,7 +155,7 @@ void HazInformeSemana(const TMotorDeSemana &motor, QDate fecha, const std::optio
     TIntentos intentos;
     intentos.Intenta("The week report", [&] {
         motor.CancelaRango();
-        TBRango(motor.Tabla, {{"FECHA", lunes}}, {{"FECHA", lunes.addDays(DiasDeLaSemana - 1)}});
+        TBRango(motor.Tabla, ClaveDelDia(lunes), ClaveDelDia(lunes.addDays(DiasDeLaSemana - 1)));
         AbreVacia(motor.Semana);
         LlenaSemana(motor.Tabla, motor.Semana, lunes, oficial);
         muestra(lunes);

@@ -1,5 +1,6 @@
 #include "agenda1/Agenda1.h"
 
+#include "agenda/LineaAgenda.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Constanteszen.h"
 #include "dbcontrols/ColorPanel.h"
@@ -26,13 +27,16 @@ constexpr int ColumnaConcepto = 1;
 constexpr int ColumnasDeLaRejilla = 5;
 constexpr TColor Rojo255 = 255;
 const QString Problemas = QStringLiteral("Problemas al modificar la cita");
-const QString Fuera = QStringLiteral("S");
-const QStringList CamposDeCopia = {QStringLiteral("CONCEPTO"), QStringLiteral("INTERESADO"),
-                                   QStringLiteral("OFICIAL"), QStringLiteral("SALIDA")};
 
-dbcontrols::GridColumn Columna(const QString &campo, int ancho, Qt::Alignment alinea = Qt::AlignLeft)
+QStringList CamposDeCopia()
 {
-    return {campo, campo, ancho, alinea, true, true};
+    return {NombreDe(TCampoLinea::concepto), NombreDe(TCampoLinea::interesado),
+            NombreDe(TCampoLinea::oficial), NombreDe(TCampoLinea::salida)};
+}
+
+dbcontrols::GridColumn Columna(TCampoLinea campo, int ancho, Qt::Alignment alinea = Qt::AlignLeft)
+{
+    return {NombreDe(campo), NombreDe(campo), ancho, alinea, true, true};
 }
 
 } // namespace
@@ -67,26 +71,26 @@ TFAgenda::TFAgenda(TAgenda &motor)
         [this] { CopiarExecute(); }, Qt::CTRL | Qt::Key_C);
     Pegar = CreaComando(
         "Pegar", QStringLiteral("&Pegar"), QStringLiteral("Pegar la anotación copiada (Ctrl+V)"),
-        [this] { PegaEnLaLinea(CamposDeCopia, m_copia); }, Qt::CTRL | Qt::Key_V);
+        [this] { PegaEnLaLinea(CamposDeCopia(), m_copia); }, Qt::CTRL | Qt::Key_V);
     Pegar->setEnabled(false);
 
     m_rejilla->setObjectName(QStringLiteral("DBGAgenda"));
     m_fuente->setObjectName(QStringLiteral("DSAgenda"));
     m_rejilla->setMode(DbGrid::Mode::rows);
-    m_rejilla->setColumns(
-        {Columna(QStringLiteral("HORA"), 50, Qt::AlignHCenter), Columna(QStringLiteral("CONCEPTO"), 300),
-         Columna(QStringLiteral("INTERESADO"), 260), Columna(QStringLiteral("OFICIAL"), 120),
-         Columna(QStringLiteral("SALIDA"), 60, Qt::AlignHCenter)});
+    m_rejilla->setColumns({Columna(TCampoLinea::hora, 50, Qt::AlignHCenter),
+                           Columna(TCampoLinea::concepto, 300), Columna(TCampoLinea::interesado, 260),
+                           Columna(TCampoLinea::oficial, 120),
+                           Columna(TCampoLinea::salida, 60, Qt::AlignHCenter)});
     m_rejilla->setRowColor([this](int linea) -> std::optional<QColor> {
         const dataset::DataSet &tabla = m_motor.Tabla();
         const int fila = m_rejilla->dataRow(linea);
-        if (fila < 0 || tabla.textAt(fila, tabla.fieldIndex(u"SALIDA")) != Fuera)
+        if (fila < 0 || TextoDeFila(tabla, fila, TCampoLinea::salida) != EstaFuera)
             return std::nullopt;
         return dbcontrols::screenColor(clAgendaSalida, palette());
     });
-    DBEConcepto->setField(QStringLiteral("CONCEPTO"));
-    DBEInteresado->setField(QStringLiteral("INTERESADO"));
-    DBEOficial->setField(QStringLiteral("OFICIAL"));
+    DBEConcepto->setField(NombreDe(TCampoLinea::concepto));
+    DBEInteresado->setField(NombreDe(TCampoLinea::interesado));
+    DBEOficial->setField(NombreDe(TCampoLinea::oficial));
     CreaSalida();
 
     m_filaComandos = new QHBoxLayout;
@@ -105,7 +109,7 @@ TFAgenda::~TFAgenda()
 void TFAgenda::CreaSalida()
 {
     DBESalida = CreaEdicion("DBESalida", QStringLiteral("Salida"));
-    DBESalida->setField(QStringLiteral("SALIDA"));
+    DBESalida->setField(NombreDe(TCampoLinea::salida));
     DBESalida->hide();
     DBCBSalida = new QCheckBox(PActualiza);
     DBCBSalida->setObjectName(QStringLiteral("DBCBSalida"));
@@ -113,14 +117,14 @@ void TFAgenda::CreaSalida()
     DBCBSalida->setStatusTip(QStringLiteral("El notario está fuera en esta línea"));
     PonEnFila(*m_filaDos, QStringLiteral("Salida"), *DBCBSalida);
     connect(DBCBSalida, &QCheckBox::clicked, this,
-            [this](bool fuera) { DBESalida->putText(fuera ? Fuera : QStringLiteral("N")); });
+            [this](bool fuera) { DBESalida->putText(fuera ? EstaFuera : NoEstaFuera); });
     connect(DBESalida, &DbEdit::shown, this, &TFAgenda::DBESalidaChange);
     connect(DBESalida, &QLineEdit::textChanged, this, &TFAgenda::DBESalidaChange);
 }
 
 void TFAgenda::DBESalidaChange()
 {
-    const bool fuera = DBESalida->text() == Fuera;
+    const bool fuera = DBESalida->text() == EstaFuera;
     DBCBSalida->setChecked(fuera);
     const QColor color = fuera ? dbcontrols::screenColor(Rojo255, palette())
                                : palette().color(QPalette::Active, QPalette::Text);
@@ -135,7 +139,7 @@ void TFAgenda::DBESalidaChange()
 
 void TFAgenda::showEvent(QShowEvent *evento)
 {
-    TBIndexa(QStringLiteral("FECHA"), m_motor.Tabla());
+    TBIndexa(NombreDe(TCampoLinea::fecha), m_motor.Tabla());
     m_fuente->setDataSet(&m_motor.Tabla());
     TVentanaAgenda::showEvent(evento);
     FormResize();
@@ -153,6 +157,6 @@ void TFAgenda::FormResize()
 
 void TFAgenda::CopiarExecute()
 {
-    m_copia = Textos(CamposDeCopia);
+    m_copia = Textos(CamposDeCopia());
     Pegar->setEnabled(true);
 }

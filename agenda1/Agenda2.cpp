@@ -1,5 +1,6 @@
 #include "agenda1/Agenda2.h"
 
+#include "agenda/LineaAgenda.h"
 #include "agenda/host/Constanteszen.h"
 #include "dbcontrols/ColorPanel.h"
 #include "dbcontrols/DataSource.h"
@@ -130,20 +131,19 @@ void TFAgenda2::PreparaRejilla()
         return dbcontrols::GridColumn{titulo, campo, 50, alinea, true, true};
     };
     QList<dbcontrols::GridColumn> columnas{
-        columna(QStringLiteral("HORA"), QStringLiteral("HORA"), Qt::AlignHCenter)};
+        columna(NombreDe(TCampoLinea::hora), NombreDe(TCampoLinea::hora), Qt::AlignHCenter)};
     for (int notario = 1; notario <= NumNotarios; ++notario) {
-        const QString digito = QString::number(notario);
         columnas << columna(notario == 1 ? m_motor.Ajustes().FNotario1 : m_motor.Ajustes().FNotario2,
-                            QStringLiteral("INTERESADO") + digito)
-                 << columna(QStringLiteral("OFICIAL"), QStringLiteral("OFICIAL") + digito)
-                 << columna(QStringLiteral("CONCEPTO"), QStringLiteral("CONCEPTO") + digito);
+                            NombreDe(TCampoLinea::interesado, notario))
+                 << columna(NombreDe(TCampoLinea::oficial), NombreDe(TCampoLinea::oficial, notario))
+                 << columna(NombreDe(TCampoLinea::concepto), NombreDe(TCampoLinea::concepto, notario));
     }
     m_rejilla->setColumns(columnas);
     m_rejilla->setCellColor([this](int linea, int col) -> std::optional<QColor> {
         const DataSet &tabla = m_motor.Tabla2();
         const int notario = NotarioDeColumna(col);
         if (notario == 0 || linea >= tabla.rowCount() ||
-            tabla.textAt(linea, tabla.fieldIndex(u"SALIDA")) != QString::number(notario))
+            TextoDeFila(tabla, linea, TCampoLinea::salida) != QString::number(notario))
             return std::nullopt;
         return dbcontrols::screenColor(clAgendaSalida, palette());
     });
@@ -184,9 +184,8 @@ void TFAgenda2::Marca(bool (TAgenda::*operacion)(int), int notario)
 
 QStringList TFAgenda2::CamposDe(int notario) const
 {
-    const QString digito = QString::number(notario);
-    return {QStringLiteral("CONCEPTO") + digito, QStringLiteral("INTERESADO") + digito,
-            QStringLiteral("OFICIAL") + digito};
+    return {NombreDe(TCampoLinea::concepto, notario), NombreDe(TCampoLinea::interesado, notario),
+            NombreDe(TCampoLinea::oficial, notario)};
 }
 
 void TFAgenda2::CopiarExecute()

@@ -12,13 +12,13 @@ using report::Alignment;
 
 // Deliberate: the second notary's titles stand in another order than his fields.
 constexpr std::array<TColumnaQR, 7> ColumnasDeDos{{
-    {"HORA", "QRDBHORA", "HORA", 0, 42, Alignment::center},
-    {"INTERESADO", "QRDBINTERESADO1", "INTERESADO1", 42, 230},
-    {"OFICIAL", "QRDBOFICIAL1", "OFICIAL1", 272, 80},
-    {"CONCEPTO", "QRDBCONCEPTO1", "CONCEPTO1", 352, 190},
-    {"CONCEPTO", "QRDBINTERESADO2", "INTERESADO2", 542, 230},
-    {"OFICIAL", "QRDBOFICIAL2", "OFICIAL2", 772, 80},
-    {"INTERESADO", "QRDBCONCEPTO2", "CONCEPTO2", 852, 190},
+    {"HORA", "QRDBHORA", TCampoLinea::hora, 0, 42, Alignment::center},
+    {"INTERESADO", "QRDBINTERESADO1", TCampoLinea::interesado, 42, 230, Alignment::left, 1},
+    {"OFICIAL", "QRDBOFICIAL1", TCampoLinea::oficial, 272, 80, Alignment::left, 1},
+    {"CONCEPTO", "QRDBCONCEPTO1", TCampoLinea::concepto, 352, 190, Alignment::left, 1},
+    {"CONCEPTO", "QRDBINTERESADO2", TCampoLinea::interesado, 542, 230, Alignment::left, 2},
+    {"OFICIAL", "QRDBOFICIAL2", TCampoLinea::oficial, 772, 80, Alignment::left, 2},
+    {"INTERESADO", "QRDBCONCEPTO2", TCampoLinea::concepto, 852, 190, Alignment::left, 2},
 }};
 constexpr std::array<std::size_t, 2> Bloques{1, 4}; ///< where a notary's columns begin
 

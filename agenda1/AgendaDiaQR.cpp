@@ -11,11 +11,11 @@ namespace
 using report::Alignment;
 
 constexpr std::array<TColumnaQR, 5> ColumnasDeUno{{
-    {"HORA", "QRDBHORA", "HORA", 0, 40, Alignment::center},
-    {"CONCEPTO", "QRDBCONCEPTO", "CONCEPTO", 40, 260},
-    {"INTERESADO", "QRDBINTERESADO", "INTERESADO", 300, 276},
-    {"OFICIAL", "QRDBOFICIAL", "OFICIAL", 576, 108},
-    {"SAL.", "QRDBSALIDA", "SALIDA", 684, 33, Alignment::center},
+    {"HORA", "QRDBHORA", TCampoLinea::hora, 0, 40, Alignment::center},
+    {"CONCEPTO", "QRDBCONCEPTO", TCampoLinea::concepto, 40, 260},
+    {"INTERESADO", "QRDBINTERESADO", TCampoLinea::interesado, 300, 276},
+    {"OFICIAL", "QRDBOFICIAL", TCampoLinea::oficial, 576, 108},
+    {"SAL.", "QRDBSALIDA", TCampoLinea::salida, 684, 33, Alignment::center},
 }};
 
 } // namespace

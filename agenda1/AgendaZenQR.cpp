@@ -14,11 +14,11 @@ namespace
 constexpr double AnchoDia = 347;
 /// Places inside a day's block; the fields' names lack the digit of their day.
 constexpr std::array<TColumnaQR, 5> ColumnasDelDia{{
-    {"HORA", "QRDBHORA_", "HORA_", 0, 36, Alignment::center},
-    {"CONCEPTO", "QRDBCONCEPTO_", "CONCEPTO_", 36, 122},
-    {"INTERESADO", "QRDBINTERESADO_", "INTERESADO_", 158, 112},
-    {"OFICIAL", "QRDBOFICIAL_", "OFICIAL_", 270, 50},
-    {"SAL.", "QRDBSALIDA_", "SALIDA_", 320, 27, Alignment::center},
+    {"HORA", "QRDBHORA_", TCampoLinea::hora, 0, 36, Alignment::center},
+    {"CONCEPTO", "QRDBCONCEPTO_", TCampoLinea::concepto, 36, 122},
+    {"INTERESADO", "QRDBINTERESADO_", TCampoLinea::interesado, 158, 112},
+    {"OFICIAL", "QRDBOFICIAL_", TCampoLinea::oficial, 270, 50},
+    {"SAL.", "QRDBSALIDA_", TCampoLinea::salida, 320, 27, Alignment::center},
 }};
 
 constexpr double AltoTituloSemana = 34;
@@ -98,7 +98,7 @@ void TQRAgendaZen::MontaDetalle()
             detalle.addField(QLatin1String(columna.Nombre) + digito,
                              {x + columna.Izquierda + MargenDeCelda, 1.5, columna.Ancho - 2 * MargenDeCelda,
                               AltoLineaSemana - 2},
-                             QLatin1String(columna.Campo) + digito,
+                             NombreDe(columna.Campo) + u'_' + digito,
                              {LetraLinea, false, columna.Alineacion, true});
         PonReglas(detalle, ColumnasDelDia, 0, AltoLineaSemana, x);
     }

@@ -1,6 +1,7 @@
 #include "agenda1/ClasAge.h"
 
-#include "agenda/MotorComun.h"
+#include "agenda/Avisos.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
@@ -69,8 +70,8 @@ void TAgenda::IAgenda(QObject * /*propietario*/)
     if (!SeleccionaConfiguracion())
         return;
     const TMientrasAbierta abierta(*FTabla);
-    TBBusca(*FTabla, {{"FECHA", FFecha}, {"HORA", QString()}}, false);
-    if (FTabla->field(u"FECHA").asDate() == FFecha || InsertaDia())
+    TBBusca(*FTabla, ClaveDeHora(FFecha, {}), false);
+    if (TLineaAgenda::Actual(*FTabla).Fecha == FFecha || InsertaDia())
         ISelecciona();
 }
 
@@ -82,7 +83,7 @@ void TAgenda::IConfiguracion(QObject *propietario)
 bool TAgenda::PonRango()
 {
     // Exactly the working day: both bounds of a range belong to it.
-    return TBRango(*FTabla, {{"FECHA", FFecha}}, {{"FECHA", FFecha}});
+    return TBRango(*FTabla, ClaveDelDia(FFecha), ClaveDelDia(FFecha));
 }
 
 void TAgenda::ISelecciona()
@@ -111,9 +112,8 @@ bool TAgenda::InsertaDia()
                              [this] { return m_ajustes.FIntervalo; }};
     RecorreHuecos(parrilla, [this](int hora, int minuto) {
         FTabla->insert();
-        FTabla->field(u"FECHA").setDate(FFecha);
-        FTabla->field(u"HORA").setText(StrCeros(hora, 2) + u':' + StrCeros(minuto, 2));
-        FTabla->field(u"SALIDA").setText(QStringLiteral("N"));
+        TLineaAgenda::Nueva(FFecha, StrCeros(hora, 2) + u':' + StrCeros(minuto, 2))
+            .Escribe(*FTabla, CamposDeUnica);
         TBPost(*FTabla);
     });
     hoja.commit();
@@ -152,12 +152,11 @@ bool TAgenda::Insertar()
 {
     DataSet &tabla = TablaDeLaVentana();
     const bool hecho = ConGuarda("Insertar", [&] {
-        const QString hora = tabla.field(u"HORA").asText();
+        const TLineaAgenda nueva = TLineaAgenda::Nueva(FFecha, TLineaAgenda::Actual(tabla).Hora);
         tabla.insert();
-        tabla.field(u"FECHA").setDate(FFecha);
-        tabla.field(u"HORA").setText(hora);
+        nueva.Escribe(tabla, std::array{TCampoLinea::fecha, TCampoLinea::hora});
         if (!DosNotarios())
-            tabla.field(u"SALIDA").setText(QStringLiteral("N"));
+            nueva.Escribe(tabla, TCampoLinea::salida);
         return true;
     });
     if (!hecho && !DosNotarios())
@@ -213,11 +212,12 @@ bool TAgenda::Ausente(int notario)
         return false;
     const bool hecho = ConGuarda("Ausente", [&] {
         if (DosNotarios())
-            return AusenteDeDos(Int_Cad(notario));
+            return AusenteDeDos(notario);
         FTabla->edit();
-        const bool quita = FTabla->field(u"CONCEPTO").asText() == QLatin1String("AUSENTE");
-        for (const QStringView campo : {u"CONCEPTO", u"INTERESADO", u"OFICIAL"})
-            FTabla->field(campo).setText(quita ? QString() : QStringLiteral("AUSENTE"));
+        TLineaAgenda linea = TLineaAgenda::Actual(*FTabla);
+        const bool quita = linea.Concepto == QLatin1String("AUSENTE");
+        linea.Concepto = linea.Interesado = linea.Oficial = quita ? QString() : QStringLiteral("AUSENTE");
+        linea.Escribe(*FTabla, CamposDeUnica);
         TBPost(*FTabla);
         return true;
     });
@@ -232,10 +232,11 @@ bool TAgenda::Salida(int notario)
         return true;
     const bool hecho = ConGuarda("Salida", [&] {
         if (DosNotarios())
-            return SalidaDeDos(Int_Cad(notario));
+            return SalidaDeDos(notario);
         FTabla->edit();
-        const bool fuera = FTabla->field(u"SALIDA").asText() == QLatin1String("S");
-        FTabla->field(u"SALIDA").setText(fuera ? QStringLiteral("N") : QStringLiteral("S"));
+        TLineaAgenda linea = TLineaAgenda::Actual(*FTabla);
+        linea.Salida = linea.EsSalida() ? NoEstaFuera : EstaFuera;
+        linea.Escribe(*FTabla, TCampoLinea::salida);
         TBPost(*FTabla);
         return true;
     });

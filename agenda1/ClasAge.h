@@ -105,8 +105,9 @@ private:
     bool PonRango();
     bool AceptaDosNotarios();
     [[nodiscard]] QStringList EmpiezaRegistro(TFilaDia &mia);
-    bool AusenteDeDos(const QString &notario);
-    bool SalidaDeDos(const QString &notario);
+    void AlternaMarcaDeDos(int notario, const QString &texto);
+    bool AusenteDeDos(int notario);
+    bool SalidaDeDos(int notario);
     [[nodiscard]] TFilasDia DiaEnTabla() const;
     [[nodiscard]] TFilasDia DiaEnMemoria() const;
     void PonDiaEnMemoria(const TFilasDia &filas);

@@ -1,6 +1,7 @@
 // The settings row of the single-table agenda.
 
-#include "agenda/MotorComun.h"
+#include "agenda/Avisos.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Rut.h"
 #include "agenda/Ruttb.h"
@@ -32,21 +33,21 @@ bool TAgenda::SeleccionaConfiguracion()
 {
     AbreTabla(*FTabla);
     CompruebaCamposAgenda(*FTabla);
-    TBBusca(*FTabla, {{"FECHA", FechaAjustes}, {"HORA", QString()}}, false);
-    const bool hay = FTabla->field(u"FECHA").asDate() == FechaAjustes;
+    TBBusca(*FTabla, ClaveDeHora(FechaAjustes, {}), false);
+    const TLineaAgenda fila = TLineaAgenda::Actual(*FTabla);
+    const bool hay = fila.Fecha == FechaAjustes;
     if (hay) {
         TAjustesAgenda leidos;
-        if (FTabla->field(u"OFICIAL").asText().trimmed() == Convenio) {
-            const QString nombres = Espacios(FTabla->field(u"INTERESADO").asText(), 2 * AnchoNombre);
+        if (fila.Oficial.trimmed() == Convenio) {
+            const QString nombres = Espacios(fila.Interesado, 2 * AnchoNombre);
             leidos.FNotario1 = StrLeft(nombres, AnchoNombre).trimmed();
             leidos.FNotario2 = StrRight(nombres, AnchoNombre).trimmed();
         }
-        leidos.FIntervalo = Cad_Int(StrLeft(FTabla->field(u"HORA").asText(), 2));
+        leidos.FIntervalo = Cad_Int(StrLeft(fila.Hora, 2));
         if (leidos.FIntervalo <= 0)
             leidos.FIntervalo = IntervaloNormal;
-        const QString horas = FTabla->field(u"CONCEPTO").asText();
-        leidos.FHoraInicio = HoraOr(StrLeft(horas, 2), InicioNormal);
-        leidos.FHoraFin = std::max(HoraOr(StrRight(horas, 2), FinNormal), leidos.FHoraInicio);
+        leidos.FHoraInicio = HoraOr(StrLeft(fila.Concepto, 2), InicioNormal);
+        leidos.FHoraFin = std::max(HoraOr(StrRight(fila.Concepto, 2), FinNormal), leidos.FHoraInicio);
         m_ajustes = leidos;
     }
     FTabla->close();
@@ -58,16 +59,18 @@ bool TAgenda::AlmacenaConfiguracion()
     bool hecho = false;
     try {
         AbreTabla(*FTabla);
-        TBBusca(*FTabla, {{"FECHA", FechaAjustes}, {"HORA", QString()}}, false);
+        TBBusca(*FTabla, ClaveDeHora(FechaAjustes, {}), false);
         FTabla->edit(dataset::EditOf::fresh); // the dialog has its own copy
-        FTabla->field(u"OFICIAL").setText(DosNotarios() ? Convenio : QString());
-        FTabla->field(u"INTERESADO")
-            .setText(DosNotarios() ? AlineaIzda(m_ajustes.FNotario1, AnchoNombre) +
-                                         AlineaDecha(m_ajustes.FNotario2, AnchoNombre)
-                                   : QString());
-        FTabla->field(u"HORA").setText(StrCeros(m_ajustes.FIntervalo, 2));
-        FTabla->field(u"CONCEPTO")
-            .setText(StrCeros(m_ajustes.FHoraInicio, 2) + StrCeros(m_ajustes.FHoraFin, 2));
+        TLineaAgenda fila;
+        if (DosNotarios()) {
+            fila.Oficial = Convenio;
+            fila.Interesado =
+                AlineaIzda(m_ajustes.FNotario1, AnchoNombre) + AlineaDecha(m_ajustes.FNotario2, AnchoNombre);
+        }
+        fila.Hora = StrCeros(m_ajustes.FIntervalo, 2);
+        fila.Concepto = StrCeros(m_ajustes.FHoraInicio, 2) + StrCeros(m_ajustes.FHoraFin, 2);
+        fila.Escribe(*FTabla, std::array{TCampoLinea::oficial, TCampoLinea::interesado, TCampoLinea::hora,
+                                         TCampoLinea::concepto});
         TBPost(*FTabla);
         hecho = true;
     } catch (const std::exception &error) {

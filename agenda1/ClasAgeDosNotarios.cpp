@@ -1,6 +1,7 @@
 // The day of two notaries: unpacked into memory, packed back into AGENDA.
 
-#include "agenda/MotorComun.h"
+#include "agenda/Avisos.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda1/ClasAge.h"
@@ -19,10 +20,23 @@ constexpr int AnchoOficial = 8;
 constexpr int AnchoConcepto = 30;
 constexpr int HuecoConcepto = 15; ///< blanks between the two subjects
 
-const std::array<QString, NumCamposDia> Campos2 = {
-    QStringLiteral("HORA"),      QStringLiteral("INTERESADO1"), QStringLiteral("OFICIAL1"),
-    QStringLiteral("CONCEPTO1"), QStringLiteral("INTERESADO2"), QStringLiteral("OFICIAL2"),
-    QStringLiteral("CONCEPTO2"), QStringLiteral("SALIDA")};
+/// The name of a field of the day in memory.
+QString Campo2(std::size_t campo)
+{
+    struct TSitio {
+        TCampoLinea Campo;
+        int Notario;
+    };
+    static constexpr std::array<TSitio, NumCamposDia> Sitios{{{TCampoLinea::hora, 0},
+                                                              {TCampoLinea::interesado, 1},
+                                                              {TCampoLinea::oficial, 1},
+                                                              {TCampoLinea::concepto, 1},
+                                                              {TCampoLinea::interesado, 2},
+                                                              {TCampoLinea::oficial, 2},
+                                                              {TCampoLinea::concepto, 2},
+                                                              {TCampoLinea::salida, 0}}};
+    return NombreDe(Sitios.at(campo).Campo, Sitios.at(campo).Notario);
+}
 
 /// Half of a packed text, without the blanks that only fill it up.
 QString Mitad(const QString &campo, int ancho, int todo, bool primera)
@@ -36,27 +50,25 @@ QString Mitad(const QString &campo, int ancho, int todo, bool primera)
 
 TFilaDia Desempaqueta(DataSet &tabla)
 {
-    TFilaDia fila{tabla.bookmark(), {}};
-    const QString interesado = tabla.field(u"INTERESADO").asText();
-    const QString oficial = tabla.field(u"OFICIAL").asText();
-    const QString concepto = tabla.field(u"CONCEPTO").asText();
+    const TLineaAgenda linea = TLineaAgenda::Actual(tabla);
+    TFilaDia fila{linea.Registro(), {}};
     constexpr int TodoConcepto = 2 * AnchoConcepto + HuecoConcepto;
-    fila.Valores[DiaHora] = tabla.field(u"HORA").asText();
-    fila.Valores[DiaInteresado1] = Mitad(interesado, AnchoInteresado, 2 * AnchoInteresado, true);
-    fila.Valores[DiaOficial1] = Mitad(oficial, AnchoOficial, 2 * AnchoOficial, true);
-    fila.Valores[DiaConcepto1] = Mitad(concepto, AnchoConcepto, TodoConcepto, true);
-    fila.Valores[DiaInteresado2] = Mitad(interesado, AnchoInteresado, 2 * AnchoInteresado, false);
-    fila.Valores[DiaOficial2] = Mitad(oficial, AnchoOficial, 2 * AnchoOficial, false);
-    fila.Valores[DiaConcepto2] = Mitad(concepto, AnchoConcepto, TodoConcepto, false);
-    fila.Valores[DiaSalida] = tabla.field(u"SALIDA").asText();
+    fila.Valores[DiaHora] = linea.Hora;
+    fila.Valores[DiaInteresado1] = Mitad(linea.Interesado, AnchoInteresado, 2 * AnchoInteresado, true);
+    fila.Valores[DiaOficial1] = Mitad(linea.Oficial, AnchoOficial, 2 * AnchoOficial, true);
+    fila.Valores[DiaConcepto1] = Mitad(linea.Concepto, AnchoConcepto, TodoConcepto, true);
+    fila.Valores[DiaInteresado2] = Mitad(linea.Interesado, AnchoInteresado, 2 * AnchoInteresado, false);
+    fila.Valores[DiaOficial2] = Mitad(linea.Oficial, AnchoOficial, 2 * AnchoOficial, false);
+    fila.Valores[DiaConcepto2] = Mitad(linea.Concepto, AnchoConcepto, TodoConcepto, false);
+    fila.Valores[DiaSalida] = linea.Salida;
     return fila;
 }
 
 TFilaDia FilaActual2(DataSet &tabla2)
 {
     TFilaDia fila;
-    for (std::size_t campo = 0; campo < Campos2.size(); ++campo)
-        fila.Valores[campo] = tabla2.field(Campos2[campo]).asText();
+    for (std::size_t campo = 0; campo < NumCamposDia; ++campo)
+        fila.Valores[campo] = tabla2.field(Campo2(campo)).asText();
     return fila;
 }
 
@@ -64,17 +76,16 @@ TFilaDia FilaActual2(DataSet &tabla2)
 void Empaqueta(const TFilaDia &fila, QDate fecha, DataSet &tabla)
 {
     const auto &valor = fila.Valores;
-    tabla.field(u"FECHA").setDate(fecha);
-    tabla.field(u"HORA").setText(valor[DiaHora]);
-    tabla.field(u"INTERESADO")
-        .setText(Espacios(valor[DiaInteresado1], AnchoInteresado) +
-                 Espacios(valor[DiaInteresado2], AnchoInteresado));
-    tabla.field(u"OFICIAL")
-        .setText(Espacios(valor[DiaOficial1], AnchoOficial) + Espacios(valor[DiaOficial2], AnchoOficial));
-    tabla.field(u"CONCEPTO")
-        .setText(Espacios(valor[DiaConcepto1], AnchoConcepto) + QString(HuecoConcepto, u' ') +
-                 Espacios(valor[DiaConcepto2], AnchoConcepto));
-    tabla.field(u"SALIDA").setText(valor[DiaSalida]);
+    TLineaAgenda linea;
+    linea.Fecha = fecha;
+    linea.Hora = valor[DiaHora];
+    linea.Interesado =
+        Espacios(valor[DiaInteresado1], AnchoInteresado) + Espacios(valor[DiaInteresado2], AnchoInteresado);
+    linea.Oficial = Espacios(valor[DiaOficial1], AnchoOficial) + Espacios(valor[DiaOficial2], AnchoOficial);
+    linea.Concepto = Espacios(valor[DiaConcepto1], AnchoConcepto) + QString(HuecoConcepto, u' ') +
+                     Espacios(valor[DiaConcepto2], AnchoConcepto);
+    linea.Salida = valor[DiaSalida];
+    linea.Escribe(tabla, CamposDeUnica);
 }
 
 } // namespace
@@ -95,8 +106,8 @@ TFilasDia TAgenda::DiaEnMemoria() const
     TFilasDia filas;
     for (int fila = 0; fila < tabla2.rowCount(); ++fila) {
         TFilaDia una{m_registros.value(tabla2.bookmarkAt(fila)), {}};
-        for (std::size_t campo = 0; campo < Campos2.size(); ++campo)
-            una.Valores[campo] = tabla2.textAt(fila, tabla2.fieldIndex(Campos2[campo]));
+        for (std::size_t campo = 0; campo < NumCamposDia; ++campo)
+            una.Valores[campo] = tabla2.textAt(fila, tabla2.fieldIndex(Campo2(campo)));
         filas.push_back(una);
     }
     return filas;
@@ -111,11 +122,13 @@ void TAgenda::PonDiaEnMemoria(const TFilasDia &filas)
     tabla2.create(CamposAgenda2());
     m_registros.clear();
     m_sinEscribir = 0;
+    TLineaAgenda suDia;
+    suDia.Fecha = FFecha;
     for (const TFilaDia &fila : filas) {
         tabla2.append();
-        tabla2.field(u"FECHA").setDate(FFecha);
-        for (std::size_t campo = 0; campo < Campos2.size(); ++campo)
-            tabla2.field(Campos2[campo]).setText(fila.Valores[campo]);
+        suDia.Escribe(tabla2, TCampoLinea::fecha);
+        for (std::size_t campo = 0; campo < NumCamposDia; ++campo)
+            tabla2.field(Campo2(campo)).setText(fila.Valores[campo]);
         tabla2.post();
         m_registros.insert(tabla2.bookmark(), fila.Registro);
     }
@@ -180,8 +193,8 @@ QStringList TAgenda::EmpiezaRegistro(TFilaDia &mia)
 {
     const Bookmark propio = m_registros.value(Tabla2().bookmark());
     const bool sigue = propio != 0 && FTabla->goToBookmark(propio);
-    const bool hay = TBBusca(
-        *FTabla, {{"FECHA", Tabla2().field(u"FECHA").asDate()}, {"HORA", mia.Valores[DiaHora]}}, true);
+    const bool hay =
+        TBBusca(*FTabla, ClaveDeHora(TLineaAgenda::Actual(Tabla2()).Fecha, mia.Valores[DiaHora]), true);
     const Bookmark hallado = hay ? FTabla->bookmark() : 0;
     const Bookmark otraLinea = m_registros.key(hallado);
     // A line of that hour that another workstation has added since the day was loaded stays as it is.
@@ -245,7 +258,7 @@ void TAgenda::EscribeFila(const TFilaDia &fila)
         FTabla->append();
     } else {
         FTabla->goToBookmark(fila.Registro);
-        if (Desempaqueta(*FTabla).Valores == fila.Valores && FTabla->field(u"FECHA").asDate() == FFecha)
+        if (Desempaqueta(*FTabla).Valores == fila.Valores && TLineaAgenda::Actual(*FTabla).Fecha == FFecha)
             return;
         FTabla->edit(dataset::EditOf::fresh); // what others wrote is part of the line already
     }
@@ -299,29 +312,28 @@ void TAgenda::ActualizarDesdeAgenda2()
     AvisaChoques(choques);
 }
 
-bool TAgenda::AusenteDeDos(const QString &notario)
-{
-    DataSet &tabla2 = Tabla2();
-    const QString interesado = QStringLiteral("INTERESADO") + notario;
-    const dataset::ControlsGuard sinAvisos(tabla2);
-    RecorreLineas(tabla2, [&] {
-        tabla2.edit();
-        const bool quita = tabla2.field(u"SALIDA").asText() == notario;
-        tabla2.field(interesado).setText(quita ? QString() : QStringLiteral("AUSENCIA"));
-        tabla2.field(u"SALIDA").setText(quita ? QStringLiteral("0") : notario);
-        tabla2.post();
-    });
-    return true;
-}
-
-bool TAgenda::SalidaDeDos(const QString &notario)
+/// Puts a notary's mark on the current line of the day in memory, or takes it away.
+void TAgenda::AlternaMarcaDeDos(int notario, const QString &texto)
 {
     DataSet &tabla2 = Tabla2();
     tabla2.edit();
-    const bool quita = tabla2.field(u"SALIDA").asText() == notario;
-    tabla2.field(QStringLiteral("INTERESADO") + notario)
-        .setText(quita ? QString() : QStringLiteral("Salida"));
-    tabla2.field(u"SALIDA").setText(quita ? QStringLiteral("0") : notario);
+    TLineaAgenda linea = TLineaAgenda::Actual(tabla2);
+    const bool quita = linea.Salida == Int_Cad(notario);
+    tabla2.field(NombreDe(TCampoLinea::interesado, notario)).setText(quita ? QString() : texto);
+    linea.Salida = quita ? QStringLiteral("0") : Int_Cad(notario);
+    linea.Escribe(tabla2, TCampoLinea::salida);
     tabla2.post();
+}
+
+bool TAgenda::AusenteDeDos(int notario)
+{
+    const dataset::ControlsGuard sinAvisos(Tabla2());
+    RecorreLineas(Tabla2(), [&] { AlternaMarcaDeDos(notario, QStringLiteral("AUSENCIA")); });
+    return true;
+}
+
+bool TAgenda::SalidaDeDos(int notario)
+{
+    AlternaMarcaDeDos(notario, QStringLiteral("Salida"));
     return true;
 }

@@ -1,7 +1,7 @@
 #include "agenda1/ConfAgenda.h"
 
+#include "agenda/Avisos.h"
 #include "agenda/ClaseConfAgendaN.h"
-#include "agenda/MotorComun.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Rvarias.h"
 #include "agenda/host/Constanteszen.h"

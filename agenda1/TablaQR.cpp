@@ -26,7 +26,7 @@ double Derecha(const TColumnaQR &columna)
 /// An outing is red, whole.
 void PonColorDeSalida(report::BandPrint &banda, dataset::DataSet &datos)
 {
-    const bool salida = datos.field(u"SALIDA").asText().trimmed() == QLatin1String("S");
+    const bool salida = TLineaAgenda::Actual(datos).Salida.trimmed() == EstaFuera;
     for (report::DataField &campo : banda.band.fields)
         campo.style.color = salida ? RojoDeSalida : report::black;
 }
@@ -96,7 +96,7 @@ void MontaHojaDia(report::Report &informe, const QString &titulo, std::span<cons
         detalle.addField(
             QLatin1String(columna.Nombre),
             {columna.Izquierda + MargenDeCelda, 1.2, columna.Ancho - 2 * MargenDeCelda, AltoLinea - 2},
-            QLatin1String(columna.Campo), {8, false, columna.Alineacion, true});
+            NombreDe(columna.Campo, columna.Notario), {8, false, columna.Alineacion, true});
     PonReglas(detalle, columnas, 0, AltoLinea);
     PonGruesas(detalle, columnas, divisorias, 0, AltoLinea);
     // Over each line: so the last of a page stays open, as a sheet does that goes on, and the summary closes

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agenda/LineaAgenda.h"
 #include "report/Report.h"
 
 #include <span>
@@ -10,10 +11,11 @@
 struct TColumnaQR {
     const char *Titulo;
     const char *Nombre; ///< of the data field's item
-    const char *Campo;
+    TCampoLinea Campo;
     double Izquierda;
     double Ancho;
     report::Alignment Alineacion = report::Alignment::left;
+    int Notario = 0; ///< 1 or 2 where the field is one of two notaries side by side
 };
 
 inline constexpr double MargenDeCelda = 3; ///< between a text and the rules beside it

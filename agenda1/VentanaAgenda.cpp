@@ -1,7 +1,7 @@
 #include "agenda1/VentanaAgenda.h"
 
+#include "agenda/Avisos.h"
 #include "agenda/GuardaVentana.h"
-#include "agenda/MotorComun.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Rvarias.h"
 #include "agenda/host/Servicios.h"
@@ -105,7 +105,7 @@ void TVentanaAgenda::PonEscribible(bool escribible)
 
 void TVentanaAgenda::Habilita(QWidget &foco)
 {
-    m_antes = Textos(CamposDeLaLinea());
+    m_borrador.Empieza(m_motor.TablaDeLaVentana());
     m_horaPendiente = false;
     if (!Editando()) {
         m_parados.clear();
@@ -162,41 +162,34 @@ void TVentanaAgenda::BAceptarClick()
         return;
     }
     Ejecuta([this] {
-        const bool nueva = m_fuente->state() == DataSet::State::insert;
-        const QStringList escrito = Textos(CamposDeLaLinea());
+        DataSet &tabla = m_motor.TablaDeLaVentana();
+        const bool nueva = tabla.state() == DataSet::State::insert;
+        m_borrador.Guarda(tabla);
         if (Acepta()) {
             Deshabilita();
             return;
         }
         Avisa(ProblemasCita);
+        // With two notaries the line may be in the table in memory already, and only there.
+        if (nueva && !tabla.isEditing())
+            m_borrador.YaEsta(tabla);
         m_motor.Cancelar();
-        VuelveAEscribir(nueva, escrito);
+        VuelveAEscribir();
     });
 }
 
 /// What a failed accept has dropped is typed again, so that the user can try once more or give it up.
-void TVentanaAgenda::VuelveAEscribir(bool nueva, const QStringList &escrito)
+void TVentanaAgenda::VuelveAEscribir()
 {
-    const QStringList campos = CamposDeLaLinea();
-    // With two notaries the line may be in the table in memory already, and only there.
-    const bool yaEsta = Textos(campos) == escrito;
-    const QStringList antes = m_antes;
-    if (!(nueva && !yaEsta ? m_motor.Insertar() : m_motor.Modificar(dataset::EditOf::fresh))) {
-        QStringList perdido;
-        for (qsizetype i = 0; i < escrito.size(); ++i) {
-            if (escrito.at(i) != antes.value(i))
-                perdido << escrito.at(i);
-        }
-        Avisa(QStringLiteral("Había escrito:\n") + perdido.join(u'\n'));
-        m_motor.TablaDeLaVentana().refresh(); // a line that has gone is seen to be gone
-        Deshabilita();
+    DataSet &tabla = m_motor.TablaDeLaVentana();
+    const auto lugar = m_borrador.Recupera(
+        tabla, {[this] { return m_motor.Modificar(dataset::EditOf::fresh); },
+                m_borrador.EsNueva() ? [this] { return m_motor.Insertar(); } : std::function<bool()>()});
+    if (lugar == TBorrador::TLugar::suLinea)
         return;
-    }
-    for (qsizetype i = 0; i < escrito.size(); ++i) {
-        if (escrito.at(i) != antes.value(i))
-            m_motor.TablaDeLaVentana().field(campos.at(i)).setText(escrito.at(i));
-    }
-    m_antes = antes;
+    Avisa(QStringLiteral("Había escrito:\n") + m_borrador.Tecleado().join(u'\n'));
+    tabla.refresh(); // a line that has gone is seen to be gone
+    Deshabilita();
 }
 
 void TVentanaAgenda::BSalirClick()
@@ -214,17 +207,6 @@ void TVentanaAgenda::BSalirClick()
             AceptaHora();
         }
     });
-}
-
-QStringList TVentanaAgenda::CamposDeLaLinea() const
-{
-    const DataSet &tabla = m_motor.TablaDeLaVentana();
-    QStringList campos;
-    for (int campo = 0; campo < tabla.fieldCount(); ++campo) {
-        if (tabla.fieldInfo(campo).kind == dataset::FieldKind::text)
-            campos << tabla.fieldInfo(campo).name;
-    }
-    return campos;
 }
 
 QStringList TVentanaAgenda::Textos(const QStringList &campos) const

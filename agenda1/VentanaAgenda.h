@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agenda/Borrador.h"
 #include "agenda1/ClasAge.h"
 
 #include <QtCore/QEventLoop>
@@ -130,8 +131,7 @@ private:
     [[nodiscard]] bool HoraTecleada(QString &hora) const;
     /// Puts the hour into the line. @return false, after a message, when it is none; the line's own is shown.
     bool AceptaHora();
-    void VuelveAEscribir(bool nueva, const QStringList &escrito);
-    [[nodiscard]] QStringList CamposDeLaLinea() const;
+    void VuelveAEscribir();
     bool FormKeyDown(int tecla);
     void CambiaFoco(QWidget *antes, QWidget *ahora);
     void Coloca();
@@ -140,7 +140,7 @@ private:
     QEventLoop m_bucle;
     int m_ordenes = 0;            ///< under way
     bool m_horaPendiente = false; ///< the hour was left wrong, and the user has not been told yet
-    QStringList m_antes;          ///< the line's texts when its editing began
+    TBorrador m_borrador;         ///< of the line that is being edited
     QList<QAction *> m_comandos;
     QList<QWidget *> m_orden;   ///< of the panel's controls
     QList<QAction *> m_parados; ///< commands that rest while a line is being edited

@@ -2,6 +2,7 @@
 
 #include "agenda1/VentanaAgenda.h"
 
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/host/Servicios.h"
 #include "dbcontrols/DataSource.h"
@@ -162,7 +163,7 @@ void TVentanaAgenda::CreaPanel(const TRotulos &rotulos)
     PActualiza->setAccessibleName(QStringLiteral("Anotación"));
     const QString hora = QStringLiteral("Hora");
     DBEHora = CreaEdicion("DBEHora", hora);
-    DBEHora->setField(QStringLiteral("HORA"));
+    DBEHora->setField(NombreDe(TCampoLinea::hora));
     DBEHora->hide();
     MEHora = new MaskEdit(PActualiza);
     MEHora->setObjectName(QStringLiteral("MEHora"));

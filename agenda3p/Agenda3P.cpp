@@ -1,14 +1,16 @@
 #include "agenda3p/Agenda3P.h"
 
 #include "agenda/AgendaZenDM.h"
+#include "agenda/Avisos.h"
 #include "agenda/HojaNueva.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
 
 #include <QtCore/QLoggingCategory>
-#include <QtCore/QScopedValueRollback>
+#include <QtCore/QScopeGuard>
 
 #include <algorithm>
 #include <array>
@@ -30,54 +32,24 @@ QString SinMarca(QString texto, const QString &marca)
 
 } // namespace
 
-/// Runs work on a table; a failure cancels the pending change, is logged and gives false.
-template <class TTrabajo> bool TAgenda3P::ConGuarda(DataSet &tabla, const char *operacion, TTrabajo &&trabajo)
-{
-    try {
-        return trabajo();
-    } catch (const std::exception &error) {
-        AnotaError(operacion, error);
-        CancelaSinPreguntar(tabla);
-        return false;
-    }
-}
-
-void TAgenda3P::AnotaError(const char *operacion, const std::exception &error)
-{
-    qCWarning(registro, "%s: %s", operacion, error.what());
-    m_ultimoError = QString::fromUtf8(error.what());
-}
-
 TAgenda3P::TAgenda3P(QObject *propietario, QDate fecha, const TTablasNotarios &tablas,
                      IInformesAgenda *informes)
-    : m_propietario(propietario)
-    , m_informes(informes)
-    , m_tablas(tablas)
+    : TMotorDeTablas(propietario, tablas, informes)
 {
-    if (m_tablas.front()) {
-        m_numNotarios = CuentaNotarios(m_tablas);
-        PreparaTablasDelHost(m_tablas);
-    } else {
-        AbreTablasPropias();
+    if (!tablas.front()) {
+        // Without a parent: the engine is the one that deletes it.
+        m_datos = std::make_unique<TDMAgendaZen>(*Servicios().Aliases, nullptr);
+        AbreTablas([this](int notario) -> dataset::DbfTable & { return m_datos->tbAgendaN(notario); });
     }
-    m_tablaActual = m_tablas.front();
     if (fecha.isValid() && !TAgenda3P::RangoPorFecha(fecha))
         TAgenda3P::InsertaDia(fecha, true);
-}
-
-void TAgenda3P::AbreTablasPropias()
-{
-    // Without a parent: the engine is the one that deletes it.
-    m_datos = std::make_unique<TDMAgendaZen>(*Servicios().Aliases, nullptr);
-    m_numNotarios = AbreTablasDeNotarios(
-        m_tablas, [this](int notario) -> dataset::DbfTable & { return m_datos->tbAgendaN(notario); });
 }
 
 TAgenda3P::~TAgenda3P()
 {
     if (!m_datos)
         return;
-    for (int notario = 1; notario <= std::min(m_numNotarios, MaxNotarios); ++notario) {
+    for (int notario = 1; notario <= std::min(TAgenda3P::NumNotarios(), MaxNotarios); ++notario) {
         dataset::DbfTable &tabla = m_datos->tbAgendaN(notario);
         try {
             tabla.close();
@@ -85,12 +57,6 @@ TAgenda3P::~TAgenda3P()
             qCWarning(registro, "Cerrar: %s", error.what());
         }
     }
-}
-
-void TAgenda3P::PonNotarioActual(int notario)
-{
-    if (DataSet *const tabla = Tabla(notario))
-        m_tablaActual = tabla;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -102,10 +68,9 @@ bool TAgenda3P::RangoPorFecha(QDate fecha)
         m_dia = fecha;
     bool todas = true;
     std::exception_ptr fallo;
-    for (int notario = 1; notario <= m_numNotarios; ++notario) {
-        DataSet *const tabla = TablaDe(m_tablas, notario);
+    for (int notario = 1; notario <= MaxNotarios; ++notario) {
         try {
-            if (tabla && !PonRangoDelDia(*tabla, fecha))
+            if (Tabla(notario) && !Dia(notario).Muestra(fecha))
                 todas = false;
         } catch (...) {
             fallo = std::current_exception(); // the others show the day all the same
@@ -118,16 +83,10 @@ bool TAgenda3P::RangoPorFecha(QDate fecha)
 
 void TAgenda3P::CancelaRangoPorFecha()
 {
-    for (DataSet *const tabla : m_tablas) {
-        if (tabla)
-            QuitaRangoDelDia(*tabla);
+    for (int notario = 1; notario <= MaxNotarios; ++notario) {
+        if (Tabla(notario))
+            Dia(notario).MuestraTodo();
     }
-}
-
-QDate TAgenda3P::DiaMostrado() const
-{
-    const QDate deLaLinea = TablaActual().field(u"FECHA").asDate();
-    return deLaLinea.isValid() ? deLaLinea : m_dia;
 }
 
 bool TAgenda3P::InsertaDia(QDate fecha, bool preguntar)
@@ -137,16 +96,16 @@ bool TAgenda3P::InsertaDia(QDate fecha, bool preguntar)
     // A table that is seen to have no line of the day gets its sheet once, though another workstation may be
     // answering the same question.
     std::array<bool, MaxNotarios> vacias{};
-    for (std::size_t i = 0; i < m_tablas.size(); ++i)
-        vacias.at(i) =
-            m_tablas.at(i) && fecha == m_dia && m_tablas.at(i)->hasRange() && m_tablas.at(i)->isEmpty();
+    for (int notario = 1; notario <= MaxNotarios; ++notario)
+        vacias.at(static_cast<std::size_t>(notario - 1)) =
+            Tabla(notario) && Dia(notario).Mostrado() == fecha && Tabla(notario)->isEmpty();
     if (preguntar && !PreguntaHojaNueva(fecha))
         return false;
     QStringList perdidos;
     try {
         // The slots of a whole sheet go table by table: one commit each, instead of one a line.
-        for (int notario = 1; notario <= m_numNotarios; ++notario) {
-            if (DataSet *const tabla = TablaDe(m_tablas, notario))
+        for (int notario = 1; notario <= MaxNotarios; ++notario) {
+            if (DataSet *const tabla = Tabla(notario))
                 perdidos << AnadeHojaDelDia(*tabla, fecha, vacias.at(static_cast<std::size_t>(notario - 1)));
         }
     } catch (...) {
@@ -163,30 +122,18 @@ bool TAgenda3P::InsertaDia(QDate fecha, bool preguntar)
 
 bool TAgenda3P::AnteriorDia()
 {
-    return VeAOtroDia(TablaActual(), DiaMostrado(), TSentido::anterior,
-                      [this](QDate fecha) { return RangoPorFecha(fecha); });
+    return DiaActual().VeAOtro(TSentido::anterior, [this](QDate fecha) { return RangoPorFecha(fecha); });
 }
 
 bool TAgenda3P::SiguienteDia()
 {
-    return VeAOtroDia(TablaActual(), DiaMostrado(), TSentido::siguiente,
-                      [this](QDate fecha) { return RangoPorFecha(fecha); });
-}
-
-bool TAgenda3P::BuscarPorFecha(QDate fecha, const QString &hora, bool exacta)
-{
-    return BuscaLineaDeFecha(TablaActual(), fecha, hora, exacta);
-}
-
-void TAgenda3P::OrdenarListaPorFecha()
-{
-    OrdenaPorDia(TablaActual());
+    return DiaActual().VeAOtro(TSentido::siguiente, [this](QDate fecha) { return RangoPorFecha(fecha); });
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
 // Slots and lines
 
-bool TAgenda3P::Anadir(QDate fecha, const QString &hora)
+TRespuesta TAgenda3P::Anadir(QDate fecha, const QString &hora)
 {
     return AnadeEnTodas(fecha, hora).Todas;
 }
@@ -194,23 +141,23 @@ bool TAgenda3P::Anadir(QDate fecha, const QString &hora)
 TAgenda3P::TAnadida TAgenda3P::AnadeEnTodas(QDate fecha, const QString &hora)
 {
     TAnadida anadida;
-    const QScopedValueRollback<DataSet *> vuelve(m_tablaActual);
-    DataSet *const inicial = m_tablaActual;
-    for (int notario = 1; notario <= m_numNotarios; ++notario) {
+    const auto vuelve = qScopeGuard([this, actual = NotarioActual()] { PonNotarioActual(actual); });
+    const DataSet *const inicial = &TablaActual();
+    for (int notario = 1; notario <= MaxNotarios; ++notario) {
         if (!Tabla(notario))
             continue; // the count goes beyond the tables given
         PonNotarioActual(notario);
         DataSet &tabla = TablaActual();
         const dataset::ControlsGuard sinAvisos(tabla);
-        const bool puesta = ConGuarda(tabla, "Anadir",
-                                      [&] {
-                                          InsertaLinea(tabla, fecha, hora);
-                                          return true;
-                                      }) &&
-                            AceptarAgendaN();
+        TRespuesta puesta = ConGuarda(tabla, "Anadir", [&] {
+            InsertaLinea(tabla, fecha, hora);
+            return true;
+        });
+        if (puesta)
+            puesta = AceptarAgendaN();
         if (!puesta) {
             CancelaSinPreguntar(tabla);
-            anadida.Todas = false;
+            anadida.Todas = puesta;
         } else if (&tabla == inicial) {
             anadida.Actual = true;
         }
@@ -218,118 +165,110 @@ TAgenda3P::TAnadida TAgenda3P::AnadeEnTodas(QDate fecha, const QString &hora)
     return anadida;
 }
 
-bool TAgenda3P::Modificar()
-{
-    DataSet &tabla = TablaActual();
-    return ConGuarda(tabla, "Modificar", [&tabla] {
-        if (tabla.isEmpty()) {
-            AvisaMotor(QStringLiteral("No hay AgendaN introducidos que modificar"),
-                       QStringLiteral("Inserte primero un AgendaN."), TituloAtencion);
-            return false;
-        }
-        tabla.edit();
-        return true;
-    });
-}
-
-bool TAgenda3P::BorraSiEsDe(DataSet &tabla, const QString &hora)
+TRespuesta TAgenda3P::BorraSiEsDe(DataSet &tabla, const QString &hora)
 {
     return ConGuarda(tabla, "Borrar", [&] {
-        if (tabla.isEmpty() || tabla.field(u"HORA").asText() != hora)
+        if (tabla.isEmpty() || TLineaAgenda::Actual(tabla).Hora != hora)
             return false;
         TBDelete(tabla);
         return true;
     });
 }
 
-bool TAgenda3P::Borrar(bool preguntar)
+TRespuesta TAgenda3P::Borrar(bool preguntar)
 {
     DataSet &inicial = TablaActual();
     QString hora;
-    const bool hay = ConGuarda(inicial, "Borrar", [&] {
+    const TRespuesta hay = ConGuarda(inicial, "Borrar", [&] {
         if (inicial.isEmpty()) {
             AvisaMotor(QStringLiteral("No hay citas para ese día introducidas que borrar"),
                        QStringLiteral("Inserte primero una."), TituloAtencion);
             return false;
         }
-        hora = inicial.field(u"HORA").asText();
+        hora = TLineaAgenda::Actual(inicial).Hora;
         return true;
     });
-    if (!hay ||
-        (preguntar && !PreguntaMotor(QStringLiteral("¿Desea borrar la cita de las %1 de todas las agendas?\n"
-                                                    "Los datos se perderán.")
-                                         .arg(hora),
-                                     TituloAtencion)))
+    if (!hay)
+        return hay;
+    if (preguntar && !PreguntaMotor(QStringLiteral("¿Desea borrar la cita de las %1 de todas las agendas?\n"
+                                                   "Los datos se perderán.")
+                                        .arg(hora),
+                                    TituloAtencion))
         return false;
+    QString causa;
     {
-        const QScopedValueRollback<DataSet *> vuelve(m_tablaActual);
-        for (int notario = 1; notario <= m_numNotarios; ++notario) {
+        const auto vuelve = qScopeGuard([this, actual = NotarioActual()] { PonNotarioActual(actual); });
+        for (int notario = 1; notario <= TAgenda3P::NumNotarios(); ++notario) {
             PonNotarioActual(notario); // deliberate: an empty position leaves the table before it, once more
-            if (m_tablaActual != &inicial)
-                BorraSiEsDe(TablaActual(), hora);
+            if (&TablaActual() == &inicial)
+                continue;
+            if (const TRespuesta suya = BorraSiEsDe(TablaActual(), hora); !suya.Causa().isEmpty())
+                causa = suya.Causa();
         }
     }
-    return BorraSiEsDe(inicial, hora);
+    const TRespuesta borrada = BorraSiEsDe(inicial, hora);
+    return {borrada, borrada.Causa().isEmpty() ? causa : borrada.Causa()};
 }
 
-bool TAgenda3P::AceptarAgendaN()
+TRespuesta TAgenda3P::AceptarAgendaN()
 {
     try {
         TBPost(TablaActual());
         return true;
     } catch (const std::exception &error) {
-        AnotaError("AceptarAgendaN", error);
-        return false;
+        AnotaFallo("AceptarAgendaN", error);
+        return TRespuesta::Fallo(QString::fromUtf8(error.what()));
     }
 }
 
-bool TAgenda3P::CancelarAgendaN(bool preguntar)
-{
-    if (preguntar && !PreguntaMotor(QStringLiteral("¿Desea cancelar la operación?"), TituloAtencionPuntos))
-        return false;
-    CancelaSinPreguntar(TablaActual());
-    return true;
-}
-
 /// Turns a mark of the current line on, off, or from the other one into this one, and posts the line.
-/// @return whether it was posted; nothing when the line could not be put in edit mode.
-std::optional<bool> TAgenda3P::AlternaMarca(const QString &marca, const QString &otra)
+/// @param puesta  whether it was posted; left alone when the line could not be put in edit mode.
+TRespuesta TAgenda3P::AlternaMarca(const QString &marca, const QString &otra, bool &puesta)
 {
-    if (!Modificar())
-        return {};
+    if (const TRespuesta enEdicion = Modificar(); !enEdicion)
+        return enEdicion;
     DataSet &tabla = TablaActual();
-    const bool puesta = ConGuarda(tabla, "Marcar", [&] {
-        const QString concepto = tabla.field(u"CONCEPTO").asText();
-        const bool fuera = tabla.field(u"SALIDA").asText() == QLatin1String("S");
-        if (fuera && concepto.contains(otra)) {
-            tabla.field(u"CONCEPTO").setText(marca + SinMarca(concepto, otra));
-        } else if (fuera && concepto.contains(marca)) {
-            tabla.field(u"CONCEPTO").setText(SinMarca(concepto, marca));
-            tabla.field(u"SALIDA").setText(QStringLiteral("N"));
-        } else if (!fuera) {
-            tabla.field(u"CONCEPTO").setText(marca + concepto);
-            tabla.field(u"SALIDA").setText(QStringLiteral("S"));
+    TRespuesta respuesta = ConGuarda(tabla, "Marcar", [&] {
+        TLineaAgenda linea = TLineaAgenda::Actual(tabla);
+        if (linea.EsSalida() && linea.Concepto.contains(otra)) {
+            linea.Concepto = marca + SinMarca(linea.Concepto, otra);
+        } else if (linea.EsSalida() && linea.Concepto.contains(marca)) {
+            linea.Concepto = SinMarca(linea.Concepto, marca);
+            linea.Salida = NoEstaFuera;
+        } else if (!linea.EsSalida()) {
+            linea.Concepto.prepend(marca);
+            linea.Salida = EstaFuera;
         }
+        linea.Escribe(tabla, std::array{TCampoLinea::concepto, TCampoLinea::salida});
         return true;
     });
-    if (puesta && AceptarAgendaN())
-        return true;
-    CancelaSinPreguntar(tabla);
-    return false;
+    if (respuesta)
+        respuesta = AceptarAgendaN();
+    if (!respuesta)
+        CancelaSinPreguntar(tabla);
+    puesta = respuesta;
+    return respuesta;
 }
 
-bool TAgenda3P::Salida()
+TRespuesta TAgenda3P::Salida()
 {
-    return AlternaMarca(MarcaSalida, MarcaAusente).value_or(false);
+    bool puesta = false;
+    return AlternaMarca(MarcaSalida, MarcaAusente, puesta);
 }
 
-bool TAgenda3P::Ausente()
+TRespuesta TAgenda3P::Ausente()
 {
     DataSet &tabla = TablaActual();
     const dataset::ControlsGuard sinAvisos(tabla);
-    return ConGuarda(tabla, "Ausente", [&] {
+    QString causa;
+    const TRespuesta hecho = ConGuarda(tabla, "Ausente", [&] {
         bool ultima = false;
-        RecorreLineas(tabla, [&] { ultima = AlternaMarca(MarcaAusente, MarcaSalida).value_or(ultima); });
+        RecorreLineas(tabla, [&] {
+            const TRespuesta una = AlternaMarca(MarcaAusente, MarcaSalida, ultima);
+            if (!una.Causa().isEmpty())
+                causa = una.Causa();
+        });
         return ultima;
     });
+    return {hecho, hecho.Causa().isEmpty() ? causa : hecho.Causa()};
 }

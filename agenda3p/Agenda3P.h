@@ -1,23 +1,17 @@
 #pragma once
 
-#include "agenda/HojaDia.h"
 #include "agenda/IAgenda3P.h"
-#include "agenda/MotorComun.h"
+#include "agenda/MotorDeTablas.h"
 #include "dataset/MemTable.h"
 
 #include <QtCore/QObject>
-#include <QtCore/QPointer>
 
 #include <memory>
-#include <optional>
-#include <utility>
 
-class IInformesAgenda;
 class TDMAgendaZen;
-enum class TClaseInforme;
 
 /// The engine of several tables; what it does is said with its interface.
-class TAgenda3P : public IAgenda3P
+class TAgenda3P : public IAgenda3P, private TMotorDeTablas
 {
 public:
     /// Shows a day; asks whether to make its sheet where a table has no line of it.
@@ -34,11 +28,13 @@ public:
     TAgenda3P &operator=(const TAgenda3P &) = delete;
 
     // Notaries
-    [[nodiscard]] int NumNotarios() const override { return m_numNotarios; }
-    [[nodiscard]] dataset::DataSet *Tabla(int notario) const override { return TablaDe(m_tablas, notario); }
-    [[nodiscard]] dataset::DataSet &TablaActual() const override { return *m_tablaActual; }
-    void PonNotarioActual(int notario) override;
-    [[nodiscard]] QString TomaError() override { return std::exchange(m_ultimoError, {}); }
+    [[nodiscard]] int NumNotarios() const override { return TMotorDeTablas::NumNotarios(); }
+    [[nodiscard]] dataset::DataSet *Tabla(int notario) const override
+    {
+        return TMotorDeTablas::Tabla(notario);
+    }
+    [[nodiscard]] dataset::DataSet &TablaActual() const override { return TMotorDeTablas::TablaActual(); }
+    void PonNotarioActual(int notario) override { TMotorDeTablas::PonNotarioActual(notario); }
 
     // Days
     bool RangoPorFecha(QDate fecha) override;
@@ -46,23 +42,26 @@ public:
     bool InsertaDia(QDate fecha, bool preguntar) override;
     bool AnteriorDia() override;
     bool SiguienteDia() override;
-    bool BuscarPorFecha(QDate fecha, const QString &hora, bool exacta) override;
-    void OrdenarListaPorFecha() override;
+    bool BuscarPorFecha(QDate fecha, const QString &hora, bool exacta) override
+    {
+        return TMotorDeTablas::BuscarPorFecha(fecha, hora, exacta);
+    }
+    void OrdenarListaPorFecha() override { TMotorDeTablas::OrdenarListaPorFecha(); }
 
     // Slots and lines
-    bool Anadir(QDate fecha, const QString &hora) override;
-    bool Modificar() override;
-    bool Borrar(bool preguntar) override;
-    bool AceptarAgendaN() override;
-    bool CancelarAgendaN(bool preguntar) override;
-    bool Salida() override;
-    bool Ausente() override;
+    TRespuesta Anadir(QDate fecha, const QString &hora) override;
+    TRespuesta Modificar() override { return TMotorDeTablas::Modificar(); }
+    TRespuesta Borrar(bool preguntar) override;
+    TRespuesta AceptarAgendaN() override;
+    bool CancelarAgendaN(bool preguntar) override { return TMotorDeTablas::CancelarAgendaN(preguntar); }
+    TRespuesta Salida() override;
+    TRespuesta Ausente() override;
 
     // Copying
     void Copiar() override;
-    void Pegar(QDate fecha) override;
-    void PegarHora(QDate fecha, const QString &hora) override;
-    void Limpiar(bool preguntar) override;
+    TRespuesta Pegar(QDate fecha) override;
+    TRespuesta PegarHora(QDate fecha, const QString &hora) override;
+    TRespuesta Limpiar(bool preguntar) override;
     void LimpiarBufferDeCopia() override;
     [[nodiscard]] bool HayDatosEnPortapapeles() const override;
 
@@ -74,33 +73,21 @@ public:
 
 private:
     struct TAnadida {
-        bool Todas = true;
+        TRespuesta Todas{true};
         bool Actual = false;
     };
     class TSitio;
 
-    template <class TTrabajo>
-    bool ConGuarda(dataset::DataSet &tabla, const char *operacion, TTrabajo &&trabajo);
-    void AnotaError(const char *operacion, const std::exception &error);
-    void AbreTablasPropias();
     TAnadida AnadeEnTodas(QDate fecha, const QString &hora);
-    bool BorraSiEsDe(dataset::DataSet &tabla, const QString &hora);
-    std::optional<bool> AlternaMarca(const QString &marca, const QString &otra);
-    [[nodiscard]] QDate DiaMostrado() const;
+    static TRespuesta BorraSiEsDe(dataset::DataSet &tabla, const QString &hora);
+    TRespuesta AlternaMarca(const QString &marca, const QString &otra, bool &puesta);
     void PreparaBuffer();
-    void PegaDesplazado(QDate fecha, int minutos, bool desplaza);
-    void PegaFila(QDate fecha, const QString &hora);
+    TRespuesta PegaDesplazado(QDate fecha, int minutos, bool desplaza);
+    TRespuesta PegaFila(QDate fecha, const QString &hora);
     void MuestraInforme(TClaseInforme clase, QDate fecha);
     void VuelveAlDia(QDate fecha);
 
-    QPointer<QObject> m_propietario;
-    IInformesAgenda *m_informes;
     std::unique_ptr<dataset::MemTable> m_buffer;
-    int m_numNotarios = 0;
     std::unique_ptr<TDMAgendaZen> m_datos;
-    std::unique_ptr<dataset::MemTable> m_semanaPropia; ///< week rows of an engine over the host's tables
-    TTablasNotarios m_tablas{};
-    dataset::DataSet *m_tablaActual = nullptr;
-    QDate m_dia; ///< last shown, for when it has no lines
-    QString m_ultimoError;
+    QDate m_dia; ///< last asked for
 };

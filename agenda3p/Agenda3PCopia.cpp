@@ -1,6 +1,8 @@
 // The copy buffer: lines are copied one by one and pasted onto a day, at their own hours or shifted.
 
+#include "agenda/Avisos.h"
 #include "agenda/HoraTexto.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Ruttb.h"
 #include "agenda3p/Agenda3P.h"
 #include "dataset/DatabaseError.h"
@@ -19,14 +21,12 @@ namespace
 
 Q_LOGGING_CATEGORY(registroCopia, "agenda.copia")
 
-/// The six fields that travel, in the order in which they are written.
-void CopiaCampos(DataSet &de, DataSet &a)
+/// A line as it travels: its code without a fraction, and 0 for no client.
+TLineaAgenda ParaCopiar(DataSet &tabla)
 {
-    for (const QStringView campo : {u"CONCEPTO", u"INTERESADO"})
-        a.field(campo).setText(de.field(campo).asText());
-    a.field(u"CODCLIENTE").setInteger(de.field(u"CODCLIENTE").asInteger());
-    for (const QStringView campo : {u"OFICIAL", u"SALIDA", u"AVISO"})
-        a.field(campo).setText(de.field(campo).asText());
+    TLineaAgenda linea = TLineaAgenda::Actual(tabla);
+    linea.CodCliente = static_cast<double>(linea.Codigo());
+    return linea;
 }
 
 } // namespace
@@ -38,25 +38,26 @@ class TAgenda3P::TSitio
 public:
     explicit TSitio(TAgenda3P &motor)
         : m_motor(motor)
-        , m_dia(motor.DiaMostrado())
+        , m_dia(motor.DiaActual().ALaVista())
         , m_sinDia(motor.TablaActual().isEmpty())
     {
-        for (DataSet *const tabla : motor.m_tablas) {
+        for (int notario = 1; notario <= MaxNotarios; ++notario) {
+            DataSet *const tabla = motor.Tabla(notario);
             if (!tabla)
                 continue;
             m_quietas.emplace_back(*tabla);
             m_lineas.emplace_back(tabla, tabla->bookmark());
         }
         if (m_sinDia)
-            QuitaRangoDelDia(motor.TablaActual());
+            motor.DiaActual().MuestraTodo();
     }
     ~TSitio()
     {
         for (const auto &[tabla, linea] : m_lineas) {
             try {
                 if (!tabla->isEditing()) {
-                    if (m_sinDia && tabla == m_motor.m_tablaActual)
-                        PonRangoDelDia(*tabla, m_dia);
+                    if (m_sinDia && tabla == &m_motor.TablaActual())
+                        m_motor.DiaActual().Muestra(m_dia);
                     if (linea != 0 && !tabla->goToBookmark(linea))
                         tabla->first(); // gone: not on the line pasted last, which may be of another day
                 }
@@ -93,79 +94,88 @@ void TAgenda3P::Copiar()
     PreparaBuffer();
     const dataset::PendingEditGuard sinResto(*m_buffer);
     m_buffer->append();
-    CopiaCampos(TablaActual(), *m_buffer);
-    m_buffer->field(u"HORA").setText(TablaActual().field(u"HORA").asText());
-    m_buffer->field(u"FECHA").setDate(TablaActual().field(u"FECHA").asDate());
+    const TLineaAgenda linea = ParaCopiar(TablaActual());
+    linea.Escribe(*m_buffer, CamposDeCita);
+    linea.Escribe(*m_buffer, std::array{TCampoLinea::hora, TCampoLinea::fecha});
     m_buffer->post();
 }
 
 /// The buffered row into the line of a date and hour, which is added where it is missing.
-void TAgenda3P::PegaFila(QDate fecha, const QString &hora)
+TRespuesta TAgenda3P::PegaFila(QDate fecha, const QString &hora)
 {
-    if (!BuscarPorFecha(fecha, hora, true) && !AnadeEnTodas(fecha, hora).Actual)
-        return;
-    if (!Modificar())
-        return;
-    CopiaCampos(*m_buffer, TablaActual());
+    QString causa;
+    if (!BuscarPorFecha(fecha, hora, true)) {
+        const TAnadida anadida = AnadeEnTodas(fecha, hora);
+        causa = anadida.Todas.Causa();
+        if (!anadida.Actual)
+            return TRespuesta::Fallo(causa);
+    }
+    // It has just been read, and may be of a day that is not shown.
+    if (const TRespuesta enEdicion = TMotorDeTablas::Modificar(TALaVista::ficha); !enEdicion)
+        return enEdicion;
+    ParaCopiar(*m_buffer).Escribe(TablaActual(), CamposDeCita);
     TBPost(TablaActual());
+    return {true, causa};
 }
 
-void TAgenda3P::PegaDesplazado(QDate fecha, int minutos, bool desplaza)
+TRespuesta TAgenda3P::PegaDesplazado(QDate fecha, int minutos, bool desplaza)
 {
+    TRespuesta respuesta = true;
     try {
         const TSitio vuelve(*this);
         for (m_buffer->first(); !m_buffer->eof(); m_buffer->next()) {
-            const QString hora = m_buffer->field(u"HORA").asText();
-            PegaFila(fecha, desplaza ? HoraDeMinutos(MinutosDeHora(hora).value_or(0) + minutos) : hora);
+            const QString hora = TLineaAgenda::Actual(*m_buffer).Hora;
+            const TRespuesta una =
+                PegaFila(fecha, desplaza ? HoraDeMinutos(MinutosDeHora(hora).value_or(0) + minutos) : hora);
+            if (!una.Causa().isEmpty())
+                respuesta = una;
         }
     } catch (const std::exception &error) {
         // Deliberate: what is pending on the line being pasted stays as it is.
-        AnotaError("Pegar", error);
+        AnotaFallo("Pegar", error);
         CancelaSinPreguntar(*m_buffer);
+        return TRespuesta::Fallo(QString::fromUtf8(error.what()));
     }
+    return respuesta;
 }
 
-void TAgenda3P::Pegar(QDate fecha)
+TRespuesta TAgenda3P::Pegar(QDate fecha)
 {
     PreparaBuffer();
-    if (!m_buffer->isEmpty())
-        PegaDesplazado(fecha, 0, false);
+    return m_buffer->isEmpty() ? TRespuesta(false) : PegaDesplazado(fecha, 0, false);
 }
 
-void TAgenda3P::PegarHora(QDate fecha, const QString &hora)
+TRespuesta TAgenda3P::PegarHora(QDate fecha, const QString &hora)
 {
     PreparaBuffer();
     if (m_buffer->isEmpty())
-        return;
+        return false;
     const std::optional<int> destino = MinutosDeHora(hora);
     m_buffer->first();
-    const std::optional<int> primera = MinutosDeHora(m_buffer->field(u"HORA").asText());
-    if (destino && primera)
-        PegaDesplazado(fecha, *destino - *primera, true);
+    const std::optional<int> primera = MinutosDeHora(TLineaAgenda::Actual(*m_buffer).Hora);
+    return destino && primera ? PegaDesplazado(fecha, *destino - *primera, true) : TRespuesta(false);
 }
 
-void TAgenda3P::Limpiar(bool preguntar)
+TRespuesta TAgenda3P::Limpiar(bool preguntar)
 {
     DataSet &tabla = TablaActual();
-    try {
+    return ConGuarda(tabla, "Limpiar", [&] {
         if (tabla.isEmpty()) {
             AvisaMotor(QStringLiteral("No hay citas para ese día introducidas que limpiar"),
                        QStringLiteral("Inserte primero una."), TituloAtencion);
-            return;
+            return false;
         }
         if (preguntar &&
             !PreguntaMotor(QStringLiteral("¿Desea limpiar la cita de las %1 de la base de datos?")
-                               .arg(tabla.field(u"HORA").asText()),
+                               .arg(TLineaAgenda::Actual(tabla).Hora),
                            TituloAtencion))
-            return;
+            return false;
         tabla.edit();
-        for (const QStringView campo : {u"INTERESADO", u"CONCEPTO", u"OFICIAL", u"SALIDA"})
-            tabla.field(campo).clear();
+        TLineaAgenda().Escribe(tabla, std::array{TCampoLinea::interesado, TCampoLinea::concepto,
+                                                 TCampoLinea::oficial, TCampoLinea::salida});
         TBPost(tabla);
-    } catch (const std::exception &error) {
-        AnotaError("Limpiar", error);
-        CancelaSinPreguntar(tabla);
-    }
+        return true;
+    });
 }
 
 void TAgenda3P::LimpiarBufferDeCopia()

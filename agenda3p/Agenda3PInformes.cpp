@@ -2,10 +2,9 @@
 
 #include "agenda/AgendaZenDM.h"
 #include "agenda/InformesAgenda.h"
-#include "agenda/MotorComun.h"
 #include "agenda3p/Agenda3P.h"
 
-#include <algorithm>
+#include <utility>
 #include <vector>
 
 using dataset::DataSet;
@@ -32,24 +31,17 @@ void TAgenda3P::InformeSemana_PorOficial(QDate fecha)
 
 void TAgenda3P::MuestraInforme(TClaseInforme clase, QDate fecha)
 {
-    if (!m_datos && !m_semanaPropia)
-        m_semanaPropia = std::make_unique<dataset::MemTable>();
-    dataset::MemTable &semana = m_datos ? m_datos->cdsAgendaSemanal : *m_semanaPropia;
-    const auto actual = std::find(m_tablas.begin(), m_tablas.end(), m_tablaActual);
-    HazInforme({m_propietario,
-                m_informes,
-                {TablaActual(), semana, [this] { QuitaRangoDelDia(TablaActual()); },
-                 [this](QDate dia) { VuelveAlDia(dia); }},
-                NombreDeNotario(static_cast<int>(actual - m_tablas.begin()) + 1)},
-               clase, fecha);
+    TMotorDeTablas::MuestraInforme(clase, fecha, m_datos ? &m_datos->cdsAgendaSemanal : nullptr,
+                                   [this](QDate dia) { VuelveAlDia(dia); });
 }
 
 /// Shows a day in every table; one that shows it already stays on its line.
 void TAgenda3P::VuelveAlDia(QDate fecha)
 {
     std::vector<std::pair<DataSet *, dataset::Bookmark>> lineas;
-    for (DataSet *const tabla : m_tablas) {
-        if (tabla && tabla != m_tablaActual)
+    for (int notario = 1; notario <= MaxNotarios; ++notario) {
+        DataSet *const tabla = Tabla(notario);
+        if (tabla && tabla != &TablaActual())
             lineas.emplace_back(tabla, tabla->bookmark());
     }
     RangoPorFecha(fecha);

@@ -2,6 +2,7 @@
 
 #include "agenda/ClaseConfAgendaN.h"
 #include "agenda/Color.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DataSet.h"
@@ -20,18 +21,18 @@ namespace
 struct TColumnaDia {
     const char *Titulo;
     const char *Nombre; ///< of the data field's item
-    const char *Campo;
+    TCampoLinea Campo;
     double Izquierda;
     double AnchoTitulo;
     double AnchoCampo;
 };
 
 constexpr std::array<TColumnaDia, 5> ColumnasDia{{
-    {"HORA", "QRDBHORA", "HORA", 21, 32, 31},
-    {"CONCEPTO", "QRDBCONCEPTO", "CONCEPTO", 56, 203, 203},
-    {"INTERESADO", "QRDBINTERESADO", "INTERESADO", 262, 279, 280},
-    {"OFICIAL", "QRDBOFICIAL", "OFICIAL", 545, 133, 133},
-    {"SAL.", "QRDBSALIDA", "SALIDA", 682, 17, 18},
+    {"HORA", "QRDBHORA", TCampoLinea::hora, 21, 32, 31},
+    {"CONCEPTO", "QRDBCONCEPTO", TCampoLinea::concepto, 56, 203, 203},
+    {"INTERESADO", "QRDBINTERESADO", TCampoLinea::interesado, 262, 279, 280},
+    {"OFICIAL", "QRDBOFICIAL", TCampoLinea::oficial, 545, 133, 133},
+    {"SAL.", "QRDBSALIDA", TCampoLinea::salida, 682, 17, 18},
 }};
 
 // Where the frame's edges and the rules between the columns run.
@@ -123,17 +124,17 @@ void TQRAgendaDiaN::MontaDetalle()
         detalle.addRule(x, 0, x, AltoLinea, Fino);
     for (const TColumnaDia &columna : ColumnasDia)
         detalle.addField(QLatin1String(columna.Nombre), {columna.Izquierda, 4, columna.AnchoCampo, 17},
-                         QLatin1String(columna.Campo));
+                         NombreDe(columna.Campo));
 }
 
 void TQRAgendaDiaN::DetailBand1BeforePrint(report::BandPrint &banda)
 {
-    dataset::DataSet &datos = *QR.dataSet;
-    if (m_porOficial && datos.field(u"OFICIAL").asText().trimmed() != m_oficial) {
+    const TLineaAgenda linea = TLineaAgenda::Actual(*QR.dataSet);
+    if (m_porOficial && linea.Oficial.trimmed() != m_oficial) {
         banda.print = false;
         return;
     }
-    const bool salida = datos.field(u"SALIDA").asText().trimmed() == QLatin1String("S");
+    const bool salida = linea.Salida.trimmed() == EstaFuera;
     const QRgb color = salida ? ColorEnPapel(goConfAgendaN->GetColorSalida()) : report::black;
     // The hour of an outing keeps its own colour, deliberately.
     for (report::DataField &campo : banda.band.fields) {

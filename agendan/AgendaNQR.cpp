@@ -1,5 +1,6 @@
 #include "agendan/AgendaNQR.h"
 
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DataSet.h"
@@ -16,22 +17,28 @@ struct TColumnaSemana {
     double AnchoTitulo;
     double Izquierda;
     double Ancho;
-    const char *Campo;                  ///< without the digit of its day
+    TCampoLinea Campo;
     std::array<const char *, 3> Nombre; ///< of the data fields' items
 };
 
 constexpr std::array<TColumnaSemana, 5> ColumnasSemana{{
-    {"HORA", 13, 31, 12, 34, "HORA_", {"QRDBTHORA_1", "QRDBTHora_2", "QRDBTHora_3"}},
-    {"CONCEPTO", 50, 116, 48, 122, "CONCEPTO_", {"QRDBTConcepto_1", "QRDBTconcepto_2", "QRDBTconcepto_3"}},
+    {"HORA", 13, 31, 12, 34, TCampoLinea::hora, {"QRDBTHORA_1", "QRDBTHora_2", "QRDBTHora_3"}},
+    {"CONCEPTO",
+     50,
+     116,
+     48,
+     122,
+     TCampoLinea::concepto,
+     {"QRDBTConcepto_1", "QRDBTconcepto_2", "QRDBTconcepto_3"}},
     {"INTERESADO",
      175,
      116,
      174,
      119,
-     "INTERESADO_",
+     TCampoLinea::interesado,
      {"QRDBTInteresado_1", "QRDBTInteresado_2", "QRDBTInteresado_3"}},
-    {"OFIC.", 296, 31, 296, 31, "OFICIAL_", {"QRDBTOficial_1", "QRDBTOficial_2", "QRDBTOficial_3"}},
-    {"SAL.", 329, 20, 329, 20, "SALIDA_", {"QRDBTSalida_1", "QRDBTSalida_2", "QRDBTSalida_3"}},
+    {"OFIC.", 296, 31, 296, 31, TCampoLinea::oficial, {"QRDBTOficial_1", "QRDBTOficial_2", "QRDBTOficial_3"}},
+    {"SAL.", 329, 20, 329, 20, TCampoLinea::salida, {"QRDBTSalida_1", "QRDBTSalida_2", "QRDBTSalida_3"}},
 }};
 
 constexpr double PasoDia = 341; ///< from one day's block to the next
@@ -142,7 +149,7 @@ void TQRAgendaN::MontaDia(report::Band &detalle, int dia)
     for (const TColumnaSemana &columna : ColumnasSemana)
         detalle.addField(QLatin1String(columna.Nombre[static_cast<std::size_t>(dia)]),
                          {columna.Izquierda + x, 4, columna.Ancho, 17},
-                         QLatin1String(columna.Campo) + QString::number(dia + 1));
+                         NombreDe(columna.Campo) + u'_' + QString::number(dia + 1));
     detalle.addRule(Borde + x, ReglaDetalle, Borde + x + PasoDia, ReglaDetalle);
     for (const double separador : SeparadoresDia)
         detalle.addRule(separador + x, ReglaDetalle - AltoDetalle, separador + x, ReglaDetalle, GrosorFino);

@@ -1,10 +1,11 @@
 #include "agendan/ClaseAgendaN.h"
 
 #include "agenda/AgendaNDM.h"
+#include "agenda/Avisos.h"
 #include "agenda/ClaseConfAgendaN.h"
 #include "agenda/HojaDia.h"
 #include "agenda/HojaNueva.h"
-#include "agenda/MotorComun.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
@@ -24,45 +25,20 @@ Q_LOGGING_CATEGORY(registro, "agenda.motor")
 
 } // namespace
 
-/// Runs work on the current table; a failure cancels the pending change, is logged and gives false.
-template <class TTrabajo> bool TClassAgendaN::ConGuarda(const char *operacion, TTrabajo &&trabajo)
-{
-    try {
-        return trabajo();
-    } catch (const std::exception &error) {
-        qCWarning(registro, "%s: %s", operacion, error.what());
-        m_ultimoError = QString::fromUtf8(error.what());
-        CancelaSinPreguntar(TablaActual());
-        return false;
-    }
-}
-
 // ---------------------------------------------------------------------------------------------------------------------
 // Notaries
 
 TClassAgendaN::TClassAgendaN(QObject *propietario, TClientesRaiz *clientes, const TTablas &tablas,
                              IVistasAgendaN *vistas, IInformesAgenda *informes)
-    : m_propietario(propietario)
+    : TMotorDeTablas(propietario, tablas, informes)
     , m_clientes(clientes)
     , m_vistas(vistas)
-    , m_informes(informes)
-    , m_tablas(tablas)
 {
-    if (m_tablas.front()) {
-        m_numNotarios = CuentaNotarios(m_tablas);
-        PreparaTablasDelHost(m_tablas);
-    } else {
-        AbreTablasPropias();
-    }
-    m_tablaActual = m_tablas.front();
-}
-
-void TClassAgendaN::AbreTablasPropias()
-{
+    if (tablas.front())
+        return;
     // Without a parent: the engine is the one that deletes it.
     m_datos = std::make_unique<TDMAgendaN>(*Servicios().Aliases, nullptr);
-    m_numNotarios = AbreTablasDeNotarios(
-        m_tablas, [this](int notario) -> dataset::DbfTable & { return m_datos->TAgendaN(notario); });
+    AbreTablas([this](int notario) -> dataset::DbfTable & { return m_datos->TAgendaN(notario); });
 }
 
 TClassAgendaN::~TClassAgendaN()
@@ -70,7 +46,7 @@ TClassAgendaN::~TClassAgendaN()
     if (!m_datos)
         return;
     // The first cursor every time; the others close when the data module goes.
-    for (int posicion = 1; posicion <= std::min(m_numNotarios, MaxNotarios); ++posicion) {
+    for (int posicion = 1; posicion <= std::min(NumNotarios(), MaxNotarios); ++posicion) {
         try {
             m_datos->TAgendaN1.close();
         } catch (const std::exception &error) {
@@ -82,27 +58,12 @@ TClassAgendaN::~TClassAgendaN()
 
 DataSet *TClassAgendaN::Tabla(int notario) const
 {
-    return TablaDe(m_tablas, std::min(notario, MaxNotarios));
-}
-
-DataSet &TClassAgendaN::TablaActual() const
-{
-    Q_ASSERT_X(m_tablaActual, "TClassAgendaN", "there is no current table");
-    return *m_tablaActual;
+    return TMotorDeTablas::Tabla(std::min(notario, MaxNotarios));
 }
 
 void TClassAgendaN::PonNotarioActual(int notario)
 {
-    if (DataSet *tabla = Tabla(notario))
-        m_tablaActual = tabla;
-}
-
-QString TClassAgendaN::NombreNotario(int notario) const
-{
-    const TConfig &config = *Servicios().Config;
-    if (config.GetnCuantos() != 0)
-        return config.GetNotarios().value(notario - 1);
-    return config.GetDon() + u' ' + config.GetNombre1();
+    TMotorDeTablas::PonNotarioActual(std::min(notario, MaxNotarios));
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -110,24 +71,15 @@ QString TClassAgendaN::NombreNotario(int notario) const
 
 bool TClassAgendaN::RangoPorFecha(QDate fecha)
 {
-    const bool hay = PonRangoDelDia(TablaActual(), fecha);
-    if (fecha.isValid())
-        m_dias.insert(m_tablaActual, fecha);
-    return hay;
-}
-
-QDate TClassAgendaN::DiaMostrado() const
-{
-    const QDate deLaLinea = TablaActual().field(u"FECHA").asDate();
-    return deLaLinea.isValid() ? deLaLinea : m_dias.value(m_tablaActual);
+    return DiaActual().Muestra(fecha);
 }
 bool TClassAgendaN::HayRangoPorFecha() const
 {
-    return HayRangoDelDia(TablaActual());
+    return DiaActual().HayRango();
 }
 void TClassAgendaN::CancelaRangoPorFecha()
 {
-    QuitaRangoDelDia(TablaActual());
+    DiaActual().MuestraTodo();
 }
 
 bool TClassAgendaN::InsertaDia(QDate fecha, bool preguntar)
@@ -140,25 +92,26 @@ bool TClassAgendaN::InsertaDia(QDate fecha, bool preguntar)
 /// @param soloSiFalta  nothing is built when another workstation has built the day in the meantime.
 bool TClassAgendaN::ConstruyeHoja(QDate fecha, bool soloSiFalta)
 {
-    DataSet &tabla = TablaActual();
-    const dataset::ControlsGuard sinAvisos(tabla);
-    try {
-        for (const QString &hueco : AnadeHojaDelDia(tabla, fecha, soloSiFalta))
+    bool hay = false;
+    DiaActual().TodoONada([&] {
+        const QStringList perdidos = AnadeHojaDelDia(TablaActual(), fecha, soloSiFalta);
+        hay = RangoPorFecha(fecha);
+        for (const QString &hueco : perdidos)
             AvisaHuecoPerdido(hueco);
-    } catch (...) {
-        RangoPorFecha(fecha); // the settings could not be read: the day, not the whole table, is to be seen
-        throw;
-    }
-    return RangoPorFecha(fecha);
+    });
+    return hay;
 }
 
 void TClassAgendaN::SincronizaTablaActual(QDate fecha)
 {
-    DataSet &tabla = TablaActual();
-    if (HayRangoPorFecha() && tabla.field(u"FECHA").asDate() == fecha)
+    // By its lines, too: a host may have put a range of its own.
+    if (HayRangoPorFecha() && DiaActual().Mostrado() == fecha &&
+        TLineaAgenda::DeFila(TablaActual(), 0).Fecha == fecha)
         return;
-    if (!RangoPorFecha(fecha))
-        ConstruyeHoja(fecha, true);
+    DiaActual().TodoONada([&] {
+        if (!RangoPorFecha(fecha))
+            ConstruyeHoja(fecha, true);
+    });
 }
 
 void TClassAgendaN::SincronizarTablasAFecha(QDate fecha, bool todos)
@@ -169,14 +122,9 @@ void TClassAgendaN::SincronizarTablasAFecha(QDate fecha, bool todos)
         SincronizaTablaActual(fecha);
         return;
     }
-    /// Puts the current table back also when one of them fails.
-    struct TVuelve {
-        TClassAgendaN &Motor;
-        DataSet *Tabla;
-        ~TVuelve() { Motor.m_tablaActual = Tabla; }
-    } const vuelve{*this, m_tablaActual};
+    const auto vuelve = qScopeGuard([this, actual = NotarioActual()] { PonNotarioActual(actual); });
     QStringList fallidos;
-    for (int notario = 1; notario <= m_numNotarios; ++notario) {
+    for (int notario = 1; notario <= NumNotarios(); ++notario) {
         if (!Tabla(notario))
             continue;
         PonNotarioActual(notario);
@@ -196,62 +144,38 @@ void TClassAgendaN::SincronizarTablasAFecha(QDate fecha, bool todos)
 
 bool TClassAgendaN::AnteriorDia()
 {
-    return VeAOtroDia(TablaActual(), DiaMostrado(), TSentido::anterior,
-                      [this](QDate fecha) { return RangoPorFecha(fecha); });
+    return DiaActual().VeAOtro(TSentido::anterior, [this](QDate fecha) { return RangoPorFecha(fecha); });
 }
 
 bool TClassAgendaN::SiguienteDia()
 {
-    return VeAOtroDia(TablaActual(), DiaMostrado(), TSentido::siguiente,
-                      [this](QDate fecha) { return RangoPorFecha(fecha); });
-}
-
-bool TClassAgendaN::BuscarPorFecha(QDate fecha, const QString &hora, bool exacta)
-{
-    return BuscaLineaDeFecha(TablaActual(), fecha, hora, exacta);
-}
-
-void TClassAgendaN::OrdenarListaPorFecha()
-{
-    OrdenaPorDia(TablaActual());
+    return DiaActual().VeAOtro(TSentido::siguiente, [this](QDate fecha) { return RangoPorFecha(fecha); });
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
 // Lines
 
-bool TClassAgendaN::Anadir(QDate fecha, const QString &hora)
+TRespuesta TClassAgendaN::Anadir(QDate fecha, const QString &hora)
 {
-    return ConGuarda("Anadir", [&] {
+    return ConGuarda(TablaActual(), "Anadir", [&] {
         InsertaLinea(TablaActual(), fecha, hora);
         return true;
     });
 }
 
-bool TClassAgendaN::Modificar(dataset::EditOf linea)
+TRespuesta TClassAgendaN::Borrar(bool preguntar, TALaVista vista)
 {
-    return ConGuarda("Modificar", [&] {
-        DataSet &tabla = TablaActual();
-        if (tabla.isEmpty()) {
-            AvisaMotor(QStringLiteral("No hay AgendaN introducidos que modificar"),
-                       QStringLiteral("Inserte primero un AgendaN."), TituloAtencion);
-            return false;
-        }
-        tabla.edit(linea);
-        return true;
-    });
-}
-
-bool TClassAgendaN::Borrar(bool preguntar)
-{
-    return ConGuarda("Borrar", [&] {
-        DataSet &tabla = TablaActual();
-        if (tabla.isEmpty()) {
+    DataSet &tabla = TablaActual();
+    return ConGuarda(tabla, "Borrar", [&]() -> TRespuesta {
+        if (vista == TALaVista::ficha ? tabla.bookmark() == 0 : tabla.isEmpty()) {
             AvisaMotor(QStringLiteral("No hay citas para ese día introducidas que borrar"),
                        QStringLiteral("Inserte primero una."), TituloAtencion);
             return true;
         }
+        if (vista == TALaVista::dia && DiaActual().LineaFuera())
+            return TRespuesta::Fallo(LineaDeOtroDia);
         if (preguntar && !PreguntaMotor(QStringLiteral("¿Desea borrar la cita de las %1 de la base de datos?")
-                                            .arg(tabla.field(u"HORA").asText()),
+                                            .arg(TLineaAgenda::Actual(tabla).Hora),
                                         TituloAtencion))
             return false;
         TBDelete(tabla);
@@ -259,78 +183,74 @@ bool TClassAgendaN::Borrar(bool preguntar)
     });
 }
 
-bool TClassAgendaN::AceptarAgendaN()
+TRespuesta TClassAgendaN::AceptarAgendaN()
 {
-    return ConGuarda("AceptarAgendaN", [&] {
+    return ConGuarda(TablaActual(), "AceptarAgendaN", [&] {
         TBPost(TablaActual());
         return true;
     });
 }
 
-bool TClassAgendaN::CancelarAgendaN(bool preguntar)
+/// @param aceptada  what AceptarAgendaN said; left alone when a failure came before it.
+TRespuesta TClassAgendaN::MarcaLineaActual(const QString &marca, bool &aceptada)
 {
-    if (preguntar && !PreguntaMotor(QStringLiteral("¿Desea cancelar la operación?"), TituloAtencionPuntos))
-        return false;
-    CancelaSinPreguntar(TablaActual());
-    return true;
-}
-
-void TClassAgendaN::EscribeMarca(const QString &marca)
-{
-    DataSet &tabla = TablaActual();
-    tabla.field(u"CONCEPTO").setText(marca + tabla.field(u"CONCEPTO").asText());
-    tabla.field(u"SALIDA").setText(QStringLiteral("S"));
-}
-
-/// @return what AceptarAgendaN said; nothing when a failure came before it.
-std::optional<bool> TClassAgendaN::MarcaLineaActual(const QString &marca)
-{
-    const bool preparada = Modificar() && ConGuarda("Marcar", [&] {
-                               EscribeMarca(marca);
-                               return true;
-                           });
+    TRespuesta preparada = Modificar();
     if (preparada)
-        return AceptarAgendaN();
-    CancelarAgendaN(false);
-    return {};
+        preparada = ConGuarda(TablaActual(), "Marcar", [&] {
+            EscribeMarca(TablaActual(), marca);
+            return true;
+        });
+    if (!preparada) {
+        CancelarAgendaN(false);
+        return preparada;
+    }
+    const TRespuesta respuesta = AceptarAgendaN();
+    aceptada = respuesta;
+    return respuesta;
 }
 
-bool TClassAgendaN::Salida()
+TRespuesta TClassAgendaN::Salida()
 {
-    return MarcaLineaActual(MarcaSalida).value_or(false);
+    bool aceptada = false;
+    return MarcaLineaActual(MarcaSalida, aceptada);
 }
 
-bool TClassAgendaN::Ausente()
+TRespuesta TClassAgendaN::Ausente()
 {
     DataSet &tabla = TablaActual();
     const dataset::ControlsGuard sinAvisos(tabla);
-    return ConGuarda("Ausente", [&] {
+    QString causa;
+    const TRespuesta hecho = ConGuarda(tabla, "Ausente", [&] {
         const dataset::Bookmark donde = tabla.bookmark();
         if (!HayRangoPorFecha())
-            RangoPorFecha(tabla.field(u"FECHA").asDate());
+            RangoPorFecha(TLineaAgenda::Actual(tabla).Fecha);
         if (!tabla.hasRange())
             return false; // a line without a date: the whole table would be marked
         bool ultimaAceptada = false;
-        RecorreLineas(tabla,
-                      [&] { ultimaAceptada = MarcaLineaActual(MarcaAusente).value_or(ultimaAceptada); });
+        RecorreLineas(tabla, [&] {
+            const TRespuesta una = MarcaLineaActual(MarcaAusente, ultimaAceptada);
+            if (!una.Causa().isEmpty())
+                causa = una.Causa();
+        });
         tabla.goToBookmark(donde); // the range may have gone to its first line
         return ultimaAceptada;
     });
+    return {hecho, hecho.Causa().isEmpty() ? causa : hecho.Causa()};
 }
 
 /// Back to the line that was current, in every case; without it, to the first one of the shown day.
-void TClassAgendaN::VuelveALaLinea(dataset::Bookmark linea, QDate fecha, const QString &hora) noexcept
+void TClassAgendaN::VuelveALaLinea(const TLineaAgenda &linea) noexcept
 {
     try {
         // By number first: of two lines with the same hour a search finds the first.
-        if (!TablaActual().goToBookmark(linea) && !BuscarPorFecha(fecha, hora, true))
+        if (!TablaActual().goToBookmark(linea.Registro()) && !BuscarPorFecha(linea.Fecha, linea.Hora, true))
             TablaActual().first();
     } catch (const std::exception &error) {
         qCWarning(registro, "The line that was copied could not be found again: %s", error.what());
     }
 }
 
-bool TClassAgendaN::CopiarCita(QDate destino)
+TRespuesta TClassAgendaN::CopiarCita(QDate destino)
 {
     DataSet &tabla = TablaActual();
     const dataset::ControlsGuard sinAvisos(tabla);
@@ -340,135 +260,33 @@ bool TClassAgendaN::CopiarCita(QDate destino)
     const dataset::Bookmark origen = tabla.bookmark();
     if (origen == 0 || !destino.isValid())
         return false;
-    const dataset::SeenRecord linea = tabla.seen();
-    const QString hora = tabla.field(u"HORA").asText();
-    const QDate fecha = tabla.field(u"FECHA").asDate();
-    const auto vuelve = qScopeGuard([&] { VuelveALaLinea(origen, fecha, hora); });
+    const TLineaAgenda linea = TLineaAgenda::Actual(tabla);
+    const auto vuelve = qScopeGuard([&] { VuelveALaLinea(linea); });
 
-    if (!Anadir(destino, {}))
-        return false;
-    EscribeCopia(linea);
+    if (const TRespuesta anadida = Anadir(destino, {}); !anadida)
+        return anadida;
+    EscribeCopia(tabla, linea);
     return true;
 }
 
-/// Fills the new line that has been begun with what was seen of another one, but for the date, and posts it.
-void TClassAgendaN::EscribeCopia(const dataset::SeenRecord &linea)
+TLineasFallidas TClassAgendaN::BorrarLineas(const TLineasVistas &lineas)
 {
-    DataSet &tabla = TablaActual();
-    dataset::PendingEditGuard pendiente(tabla);
-    for (const QStringView campo : {u"CONCEPTO", u"INTERESADO", u"OFICIAL", u"SALIDA", u"AVISO", u"HORA"})
-        tabla.field(campo).setText(tabla.textOf(linea, tabla.fieldIndex(campo)));
-    // Deliberate: no client is written as 0.
-    const QVariant codigo = tabla.valueOf(linea, tabla.fieldIndex(u"CODCLIENTE"));
-    tabla.field(u"CODCLIENTE").setInteger(codigo.toLongLong());
-    TBPost(tabla);
-    pendiente.keep();
+    return TOrdenesDeLineas(TablaActual()).Borra(lineas);
 }
 
-TClassAgendaN::TFallidas TClassAgendaN::PorCadaLinea(const TLineas &lineas,
-                                                     const TOperacionDeLinea &operacion)
+TLineasFallidas TClassAgendaN::CopiarLineas(const TLineasVistas &lineas, QDate destino)
 {
-    TFallidas fallidas;
-    for (const dataset::SeenRecord &linea : lineas) {
-        try {
-            operacion(linea);
-        } catch (const std::exception &error) {
-            qCWarning(registro, "A line of several: %s", error.what());
-            CancelaSinPreguntar(TablaActual());
-            fallidas.append({linea, QString::fromUtf8(error.what())});
-        }
-    }
-    return fallidas;
+    return TOrdenesDeLineas(TablaActual()).Copia(lineas, destino);
 }
 
-TClassAgendaN::TFallidas TClassAgendaN::EnUnGrupo(const TLineas &lineas, const TOperacionDeLinea &operacion)
+TLineasFallidas TClassAgendaN::MoverLineas(const TLineasVistas &lineas, QDate destino)
 {
-    const dataset::ControlsGuard sinAvisos(TablaActual());
-    if (lineas.size() > 1) {
-        try {
-            dataset::CommitGroup juntas(TablaActual());
-            const TFallidas fallidas = PorCadaLinea(lineas, operacion);
-            juntas.commit();
-            return fallidas;
-        } catch (const dataset::EDatabaseError &error) {
-            qCWarning(registro, "The lines could not be written as a whole: %s", error.what());
-        }
-    }
-    return PorCadaLinea(lineas, operacion);
+    return TOrdenesDeLineas(TablaActual()).Mueve(lineas, destino);
 }
 
-TClassAgendaN::TFallidas TClassAgendaN::BorrarLineas(const TLineas &lineas)
+TLineasFallidas TClassAgendaN::MarcarSalidas(const TLineasVistas &lineas)
 {
-    return EnUnGrupo(lineas, [this](const dataset::SeenRecord &linea) { TablaActual().remove(linea); });
-}
-
-TClassAgendaN::TFallidas TClassAgendaN::CopiarLineas(const TLineas &lineas, QDate destino)
-{
-    return EnUnGrupo(lineas, [this, destino](const dataset::SeenRecord &linea) {
-        TablaActual().goToSeen(linea);
-        InsertaLinea(TablaActual(), destino, {});
-        EscribeCopia(linea);
-    });
-}
-
-/// To be called in a group. @return the lines that could not be deleted, of which nothing has been written.
-/// @throws std::exception when a copy cannot be made: the group is to be dropped.
-TClassAgendaN::TFallidas TClassAgendaN::Mueve(const TLineas &lineas, QDate destino)
-{
-    // From the last to the first, and the copies afterwards: in one commit nobody sees the day in between,
-    // and what cannot be deleted never has a copy that would have to be taken back.
-    TFallidas fallidas =
-        PorCadaLinea(TLineas(lineas.rbegin(), lineas.rend()),
-                     [this](const dataset::SeenRecord &linea) { TablaActual().remove(linea); });
-    std::reverse(fallidas.begin(), fallidas.end());
-    for (const dataset::SeenRecord &linea : lineas) {
-        if (std::any_of(fallidas.begin(), fallidas.end(),
-                        [&](const TLineaFallida &una) { return una.Linea.bookmark() == linea.bookmark(); }))
-            continue;
-        InsertaLinea(TablaActual(), destino, {});
-        EscribeCopia(linea);
-    }
-    return fallidas;
-}
-
-TClassAgendaN::TFallidas TClassAgendaN::MoverLineas(const TLineas &lineas, QDate destino)
-{
-    DataSet &tabla = TablaActual();
-    const dataset::ControlsGuard sinAvisos(tabla);
-    const auto enUnCommit = [&](const TLineas &cuales) {
-        dataset::CommitGroup juntas(tabla);
-        TFallidas fallidas = Mueve(cuales, destino);
-        juntas.commit();
-        return fallidas;
-    };
-    if (lineas.size() > 1) {
-        try {
-            return enUnCommit(lineas);
-        } catch (const std::exception &error) {
-            qCWarning(registro, "The lines could not be moved as a whole: %s", error.what());
-            CancelaSinPreguntar(tabla);
-        }
-    }
-    TFallidas fallidas;
-    for (const dataset::SeenRecord &linea : lineas) {
-        try {
-            fallidas << enUnCommit({linea});
-        } catch (const std::exception &error) {
-            qCWarning(registro, "A line that could not be moved: %s", error.what());
-            CancelaSinPreguntar(tabla);
-            fallidas.append({linea, QString::fromUtf8(error.what())});
-        }
-    }
-    return fallidas;
-}
-
-TClassAgendaN::TFallidas TClassAgendaN::MarcarSalidas(const TLineas &lineas)
-{
-    return PorCadaLinea(lineas, [this](const dataset::SeenRecord &linea) {
-        TablaActual().edit(linea);
-        EscribeMarca(MarcaSalida);
-        TBPost(TablaActual());
-    });
+    return TOrdenesDeLineas(TablaActual()).Marca(lineas, MarcaSalida);
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -476,8 +294,8 @@ TClassAgendaN::TFallidas TClassAgendaN::MarcarSalidas(const TLineas &lineas)
 
 void TClassAgendaN::FichaAgendaN()
 {
-    const auto ficha = m_vistas->CreaFichaAgendaN(m_propietario);
-    for (int notario = 1; notario <= std::min(m_numNotarios, MaxNotarios); ++notario)
+    const auto ficha = m_vistas->CreaFichaAgendaN(Propietario());
+    for (int notario = 1; notario <= std::min(NumNotarios(), MaxNotarios); ++notario)
         ficha->PonNotario(notario, NombreNotario(notario), Tabla(notario));
     ficha->PonMotor(*this);
     ficha->PonSincronizarDia(goConfAgendaN->GetSincronizarDia());
@@ -487,5 +305,5 @@ void TClassAgendaN::FichaAgendaN()
 
 void TClassAgendaN::FichaCita(TOperacion operacion)
 {
-    m_vistas->MuestraFichaCitas(*this, operacion, m_propietario);
+    m_vistas->MuestraFichaCitas(*this, operacion, Propietario());
 }

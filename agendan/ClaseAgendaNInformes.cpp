@@ -25,24 +25,6 @@ void TClassAgendaN::InformeSemana_PorOficial(QDate fecha)
 
 void TClassAgendaN::MuestraInforme(TClaseInforme clase, QDate fecha)
 {
-    QString notario;
-    for (int n = 1; n <= NumNotarios(); ++n) {
-        if (Tabla(n) == &TablaActual())
-            notario = NombreNotario(n);
-    }
-    HazInforme({m_propietario,
-                m_informes,
-                {TablaActual(), SemanaDeInforme(), [this] { CancelaRangoPorFecha(); },
-                 [this](QDate dia) { RangoPorFecha(dia); }},
-                notario},
-               clase, fecha);
-}
-
-dataset::MemTable &TClassAgendaN::SemanaDeInforme()
-{
-    if (m_datos)
-        return m_datos->cdsAgendaSemanal;
-    if (!m_semanaPropia)
-        m_semanaPropia = std::make_unique<dataset::MemTable>();
-    return *m_semanaPropia;
+    TMotorDeTablas::MuestraInforme(clase, fecha, m_datos ? &m_datos->cdsAgendaSemanal : nullptr,
+                                   [this](QDate dia) { RangoPorFecha(dia); });
 }

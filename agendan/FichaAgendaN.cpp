@@ -2,6 +2,7 @@
 
 #include "agenda/ClaseConfAgendaN.h"
 #include "agenda/GuardaVentana.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Rvarias.h"
 #include "agenda/host/Servicios.h"
@@ -113,8 +114,8 @@ DataSet *TFFichaAgendaN::GetDatosAgendaN() const
 
 QDate TFFichaAgendaN::FechaActual() const
 {
-    DataSet *const tabla = GetDatosAgendaN();
-    return tabla && tabla->isActive() ? tabla->field(u"FECHA").asDate() : QDate();
+    const DataSet *const tabla = GetDatosAgendaN();
+    return tabla && tabla->isActive() ? m_motor->Dia(Pestana() + 1).ALaVista() : QDate();
 }
 
 // Opening and closing
@@ -204,9 +205,8 @@ void TFFichaAgendaN::LeeColorSalida()
 std::optional<QColor> TFFichaAgendaN::ColorDeLinea(int pestana, int linea) const
 {
     const DataSet *const tabla = DSAgendaN[static_cast<std::size_t>(pestana)]->activeDataSet();
-    const int salida = tabla ? tabla->fieldIndex(u"SALIDA") : -1;
     const int fila = DBGAgendaN[static_cast<std::size_t>(pestana)]->dataRow(linea);
-    if (salida < 0 || fila < 0 || tabla->textAt(fila, salida) != QLatin1String("S"))
+    if (!tabla || fila < 0 || TextoDeFila(*tabla, fila, TCampoLinea::salida) != EstaFuera)
         return std::nullopt;
     return m_colorSalida;
 }
@@ -237,10 +237,7 @@ void TFFichaAgendaN::PCAgendaChange()
 
 void TFFichaAgendaN::ActualizaFecha()
 {
-    QDate dia = FechaActual();
-    if (!dia.isValid() && GetDatosAgendaN())
-        dia = m_motor->DiaPedido(); // its last line has gone
-    MEFecha->setMaskedText(Date_Cad(dia));
+    MEFecha->setMaskedText(Date_Cad(FechaActual()));
 }
 
 void TFFichaAgendaN::MEFechaEnter()

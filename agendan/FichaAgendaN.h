@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agenda/Borrador.h"
 #include "agendan/ClaseAgendaN.h"
 #include "agendan/VistasAgendaN.h"
 #include "dbcontrols/DataSource.h"
@@ -111,8 +112,8 @@ private:
     /// A date that was typed and not left yet counts. @return false, after a message, when its day is not
     /// shown.
     bool AceptaFecha();
-    /// Says what the engine's last operations met, if one failed.
-    void AvisaSiFallo(const QString &que);
+    /// Says what an operation of the engine met, if it failed.
+    void AvisaSiFallo(const TRespuesta &respuesta, const QString &que);
     /// Runs something that is not a command; failures are shown. @return false when it failed.
     bool ConGuarda(const TOrden &orden);
     void AvisaError(const QString &texto);
@@ -131,12 +132,11 @@ private:
     /// Says how many lines of the shown day stand outside its hours, where there are any.
     void MiraFueraDeHora();
     void VeAFueraDeHora(dataset::DataSet &tabla);
-    int PonTambienFueraDeHora(dataset::DataSet &tabla, QDate dia);
 
     // FichaAgendaNCitas.cpp
     /// The selected lines in the order of the selection when there are two or more, else the current one,
     /// as they are seen now.
-    [[nodiscard]] TClassAgendaN::TLineas LineasDeLaOrden() const;
+    [[nodiscard]] TLineasVistas LineasDeLaOrden() const;
     void FichaCita(TOperacion operacion);
     void ABorrarExecute();
     void ASalidaExecute();
@@ -149,8 +149,6 @@ private:
     void DBGAgendaN1KeyDown(QKeyEvent *tecla);
     void EmpiezaAEditar(QKeyEvent &tecla);
     void GuardaLinea();
-    [[nodiscard]] QStringList TextosDeLaLinea() const;
-    bool VuelveAEscribir(const QStringList &antes, const QStringList &escrito);
 
     // FichaAgendaN.cpp: events
     [[nodiscard]] std::optional<QColor> ColorDeLinea(int pestana, int linea) const;
@@ -173,7 +171,7 @@ private:
     int m_ordenesEnCurso = 0; ///< the timer keeps still meanwhile: a question may be about the current line
     int m_pestanaAnterior = 0;
     bool m_fechaAtendida = true; ///< the day of the date field was shown when the field was left
-    QStringList m_antesDeEditar; ///< the first notary's line as it was when its editing began
+    TBorrador m_borrador;        ///< of the first notary's line that is being edited in its grid
     QColor m_colorSalida;
 
     QAction *ANuevo = nullptr;

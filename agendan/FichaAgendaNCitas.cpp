@@ -3,6 +3,7 @@
 #include "agendan/FichaAgendaN.h"
 
 #include "agenda/GuardaVentana.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
@@ -63,14 +64,19 @@ private:
 /// What a clerk knows an appointment by, as he saw it.
 QString HoraEInteresado(const DataSet &tabla, const dataset::SeenRecord &linea)
 {
-    return QString(tabla.textOf(linea, tabla.fieldIndex(u"HORA")) + u' ' +
-                   tabla.textOf(linea, tabla.fieldIndex(u"INTERESADO")))
-        .trimmed();
+    const TLineaAgenda una = TLineaAgenda::DeVista(tabla, linea);
+    return QString(una.Hora + u' ' + una.Interesado).trimmed();
+}
+
+/// The hour of a command's only line, as the clerk saw it; the table may tell another by now.
+QString HoraDe(const TLineasVistas &lineas, const DataSet &tabla)
+{
+    return TLineaAgenda::DeVista(tabla, lineas.value(0)).Hora;
 }
 
 /// A message: what has failed, on which appointments, and why. Those that failed for one reason stand
 /// together.
-QString QueHaFallado(const QString &que, const TClassAgendaN::TFallidas &fallidas, const DataSet &tabla)
+QString QueHaFallado(const QString &que, const TLineasFallidas &fallidas, const DataSet &tabla)
 {
     QStringList renglones{que};
     for (qsizetype i = 0; i < qMin(fallidas.size(), CitasNombradas); ++i) {
@@ -87,16 +93,16 @@ QString QueHaFallado(const QString &que, const TClassAgendaN::TFallidas &fallida
 
 } // namespace
 
-TClassAgendaN::TLineas TFFichaAgendaN::LineasDeLaOrden() const
+TLineasVistas TFFichaAgendaN::LineasDeLaOrden() const
 {
     const DataSet &tabla = *GetDatosAgendaN();
     const QList<Bookmark> seleccion = GetDBGAgendaN()->selectedBookmarks();
-    TClassAgendaN::TLineas lineas;
+    TLineasVistas lineas;
     if (seleccion.size() >= 2) {
         for (const Bookmark linea : seleccion)
             lineas << tabla.seen(linea);
-    } else if (tabla.bookmark() != 0) {
-        lineas << tabla.seen();
+    } else if (tabla.bookmark() != 0 && !m_motor->Dia(Pestana() + 1).LineaFuera()) {
+        lineas << tabla.seen(); // not one of another day, on which the cursor may have been left
     }
     return lineas;
 }
@@ -117,10 +123,10 @@ void TFFichaAgendaN::ABorrarExecute()
     DataSet *const tabla = GetDatosAgendaN();
     if (!tabla)
         return;
-    const TClassAgendaN::TLineas lineas = LineasDeLaOrden(); // as they are seen before the question
+    const TLineasVistas lineas = LineasDeLaOrden(); // as they are seen before the question
     if (lineas.size() < 2) {
-        m_motor->Borrar(true);
-        AvisaSiFallo(QStringLiteral("No se ha podido borrar la cita."));
+        AvisaSiFallo(m_motor->Borrar(true),
+                     QStringLiteral("No se ha podido borrar la cita de las %1.").arg(HoraDe(lineas, *tabla)));
         return;
     }
     TMensaje pregunta;
@@ -142,10 +148,11 @@ void TFFichaAgendaN::ASalidaExecute()
     DataSet *const tabla = GetDatosAgendaN();
     if (!tabla)
         return;
-    const TClassAgendaN::TLineas lineas = LineasDeLaOrden();
+    const TLineasVistas lineas = LineasDeLaOrden();
     if (lineas.size() < 2) {
-        m_motor->Salida();
-        AvisaSiFallo(QStringLiteral("No se ha podido marcar la salida."));
+        AvisaSiFallo(
+            m_motor->Salida(),
+            QStringLiteral("No se ha podido marcar la salida de las %1.").arg(HoraDe(lineas, *tabla)));
         return;
     }
     const auto fallidas = m_motor->MarcarSalidas(lineas);
@@ -157,8 +164,8 @@ void TFFichaAgendaN::AAusenteExecute()
 {
     if (!GetDatosAgendaN())
         return;
-    m_motor->Ausente();
-    AvisaSiFallo(QStringLiteral("No se ha podido marcar la ausencia en todas las líneas."));
+    AvisaSiFallo(m_motor->Ausente(),
+                 QStringLiteral("No se ha podido marcar la ausencia en todas las líneas."));
 }
 
 void TFFichaAgendaN::CopiaCitas(TTrasCopiar tras)
@@ -167,12 +174,12 @@ void TFFichaAgendaN::CopiaCitas(TTrasCopiar tras)
     if (!tabla)
         return;
     const bool mover = tras == TTrasCopiar::borrar;
-    const TClassAgendaN::TLineas lineas = LineasDeLaOrden(); // as they are seen before the question
+    const TLineasVistas lineas = LineasDeLaOrden(); // as they are seen before the question
     QDate destino = Servicios().Reloj->Hoy();
     if (!PreguntaFecha(destino))
         return;
     // Deliberate: choosing the day that is shown does nothing.
-    if (Date_Cad(destino) == MEFecha->text())
+    if (destino == FechaActual())
         return;
     if (lineas.isEmpty()) {
         AvisaAlUsuario(mover ? QStringLiteral("No hay ninguna cita que mover.")
@@ -195,7 +202,7 @@ void TFFichaAgendaN::AContactoExecute()
     TClientesRaiz *const clientes = m_motor->Clientes();
     if (!tabla || !clientes)
         return;
-    const qint64 codigo = tabla->field(u"CODCLIENTE").asInteger();
+    const qint64 codigo = TLineaAgenda::Actual(*tabla).Codigo();
     if (codigo == 0)
         clientes->Explora(QStringLiteral("Lista de clientes"));
     else

@@ -19,7 +19,6 @@ bool TFFichaAgendaN::Ejecuta(TAlcance alcance, const TOrden &orden)
     if (!m_motor || (alcance == TAlcance::citas && !AceptaFecha()) || !AceptaPendiente(Pestana()))
         return false; // what was typed is still there, and the reason has been told
     const QPointer<QWidget> conFoco = focusWidget();
-    static_cast<void>(m_motor->TomaError());
     ConGuarda(orden);
     LeeColorSalida();
     MiraFueraDeHora();
@@ -36,12 +35,10 @@ bool TFFichaAgendaN::AceptaFecha()
     return m_fechaAtendida;
 }
 
-void TFFichaAgendaN::AvisaSiFallo(const QString &que)
+void TFFichaAgendaN::AvisaSiFallo(const TRespuesta &respuesta, const QString &que)
 {
-    // Without an error of its own the engine has done what it was asked, or the user has said no.
-    const QString causa = m_motor->TomaError();
-    if (!causa.isEmpty())
-        AvisaError(que + u'\n' + causa);
+    if (!respuesta.Causa().isEmpty())
+        AvisaError(que + u'\n' + respuesta.Causa());
 }
 
 bool TFFichaAgendaN::ConGuarda(const TOrden &orden)
@@ -137,13 +134,12 @@ void TFFichaAgendaN::AbreCalendario()
 
 void TFFichaAgendaN::Imprime(void (TClassAgendaN::*informe)(QDate))
 {
-    // A date typed and not left yet has been shown before: the sheet's title and its lines are of one day.
     if (!GetDatosAgendaN())
         return;
-    // An emptied field moves nothing, so the day shown is still the one meant.
-    if (MEFecha->isBlank())
-        ActualizaFecha();
-    (m_motor->*informe)(Cad_Date(MEFecha->text()));
+    // A date typed and not left yet has been shown before, and one that could not be shown is none: the
+    // sheet's title and its lines are of one day, that of the lines in front.
+    ActualizaFecha();
+    (m_motor->*informe)(FechaActual());
 }
 
 void TFFichaAgendaN::SincronizaA(QDate fecha)

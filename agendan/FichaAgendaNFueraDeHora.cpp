@@ -4,8 +4,8 @@
 #include "agendan/FichaAgendaN.h"
 
 #include "agenda/HoraTexto.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
-#include "agenda/Ruttb.h"
 #include "dbcontrols/DbGrid.h"
 
 #include <QtCore/QSignalBlocker>
@@ -13,20 +13,6 @@
 #include <QtWidgets/QToolButton>
 
 using dataset::DataSet;
-
-namespace
-{
-
-int CuentaFueraDeHora(const DataSet &tabla)
-{
-    const int hora = tabla.fieldIndex(u"HORA");
-    int cuantas = 0;
-    for (int fila = 0; hora >= 0 && fila < tabla.rowCount(); ++fila)
-        cuantas += SeVeEnSuHoja(tabla.textAt(fila, hora)) ? 0 : 1;
-    return cuantas;
-}
-
-} // namespace
 
 void TFFichaAgendaN::CreaFueraDeHora()
 {
@@ -40,7 +26,7 @@ void TFFichaAgendaN::CreaFueraDeHora()
     BFueraDeHora->hide();
     LExplica->addPermanentWidget(BFueraDeHora);
     connect(BFueraDeHora, &QToolButton::clicked, this, [this] {
-        m_diaFueraDeHora = m_motor ? m_motor->DiaPedido() : QDate();
+        m_diaFueraDeHora = GetDatosAgendaN() ? m_motor->DiaActual().Mostrado() : QDate();
         if (!Ejecuta(TAlcance::citas, [] {}))
             BFueraDeHora->setChecked(!BFueraDeHora->isChecked());
         else if (BFueraDeHora->isChecked())
@@ -51,9 +37,8 @@ void TFFichaAgendaN::CreaFueraDeHora()
 /// To the first of them: shown among the others they are not easily found.
 void TFFichaAgendaN::VeAFueraDeHora(DataSet &tabla)
 {
-    const int hora = tabla.fieldIndex(u"HORA");
     int fila = 0;
-    while (fila < tabla.rowCount() && SeVeEnSuHoja(tabla.textAt(fila, hora)))
+    while (fila < tabla.rowCount() && SeVeEnSuHoja(TextoDeFila(tabla, fila, TCampoLinea::hora)))
         ++fila;
     if (fila < tabla.rowCount())
         tabla.setCurrentRow(fila);
@@ -64,9 +49,14 @@ void TFFichaAgendaN::MiraFueraDeHora()
     DataSet *const tabla = GetDatosAgendaN();
     int cuantas = 0;
     try {
-        const QDate dia = m_motor ? m_motor->DiaPedido() : QDate();
-        if (tabla && tabla->isActive() && !tabla->isEditing() && dia.isValid() && m_motor->HayRangoPorFecha())
-            cuantas = PonTambienFueraDeHora(*tabla, dia);
+        if (tabla && tabla->isActive() && !tabla->isEditing() && m_motor->HayRangoPorFecha()) {
+            TDiaDeTabla &dia = m_motor->DiaActual();
+            // Shown with the others for as long as the clerk wants to see them there.
+            const bool verlas = BFueraDeHora->isChecked() && m_diaFueraDeHora == dia.Mostrado();
+            cuantas = dia.FueraDeHora(verlas);
+            if (!verlas)
+                BFueraDeHora->setChecked(false);
+        }
     } catch (const std::exception &error) {
         // Not worth an interruption: the next command looks again.
         qWarning("Lines outside the hours of the day: %s", error.what());
@@ -78,21 +68,4 @@ void TFFichaAgendaN::MiraFueraDeHora()
     BFueraDeHora->setText(cuantas == 1 ? QStringLiteral("1 línea fuera de hora")
                                        : Int_Cad(cuantas) + QStringLiteral(" líneas fuera de hora"));
     BFueraDeHora->setVisible(cuantas > 0);
-}
-
-/// Counts them, and shows them with the others of their day for as long as the clerk wants to see them there.
-int TFFichaAgendaN::PonTambienFueraDeHora(DataSet &tabla, QDate dia)
-{
-    const dataset::ControlsGuard sinAvisos(tabla);
-    const dataset::Bookmark donde = tabla.bookmark();
-    const bool estaba = tabla.currentRow() >= 0;
-    TBRango(tabla, {{"FECHA", dia}}, {{"FECHA", dia}});
-    const int cuantas = CuentaFueraDeHora(tabla);
-    if (cuantas == 0 || !BFueraDeHora->isChecked() || m_diaFueraDeHora != dia) {
-        BFueraDeHora->setChecked(false);
-        m_motor->RangoPorFecha(dia);
-    }
-    if (estaba && tabla.rowOf(donde) >= 0)
-        tabla.goToBookmark(donde);
-    return cuantas;
 }

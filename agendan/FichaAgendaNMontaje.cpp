@@ -2,6 +2,7 @@
 
 #include "agenda/ClaseConfAgendaN.h"
 #include "agenda/HoraTexto.h"
+#include "agenda/LineaAgenda.h"
 #include "agendan/PestanasAgendaN.h"
 #include "dbcontrols/CommandIcons.h"
 #include "dbcontrols/DbGrid.h"
@@ -34,11 +35,12 @@ QList<GridColumn> ColumnasAgendaN()
     const auto alinea = Qt::AlignLeft;
     return {
         // An hour in another form would fall out of its day, whose range goes by the text.
-        {QStringLiteral("Hora"), QStringLiteral("HORA"), 33, Qt::AlignHCenter, true, false, NormalizaHora},
-        {QStringLiteral("Cita"), QStringLiteral("CONCEPTO"), 272, alinea, true, false},
-        {QStringLiteral("Interesado"), QStringLiteral("INTERESADO"), 210, alinea, true, false},
-        {QStringLiteral("Oficial"), QStringLiteral("OFICIAL"), 88, alinea, true, false},
-        {QStringLiteral("Av"), QStringLiteral("AVISO"), 20, alinea, false, false},
+        {QStringLiteral("Hora"), NombreDe(TCampoLinea::hora), 33, Qt::AlignHCenter, true, false,
+         NormalizaHora},
+        {QStringLiteral("Cita"), NombreDe(TCampoLinea::concepto), 272, alinea, true, false},
+        {QStringLiteral("Interesado"), NombreDe(TCampoLinea::interesado), 210, alinea, true, false},
+        {QStringLiteral("Oficial"), NombreDe(TCampoLinea::oficial), 88, alinea, true, false},
+        {QStringLiteral("Av"), NombreDe(TCampoLinea::aviso), 20, alinea, false, false},
     };
 }
 
@@ -285,7 +287,7 @@ void TFFichaAgendaN::CreaPestana(int pestana)
     memo->setAccessibleName(QStringLiteral("Cita de la línea actual"));
     memo->setReadOnly(true);
     memo->setTabChangesFocus(true);
-    memo->setField(QStringLiteral("CONCEPTO"));
+    memo->setField(NombreDe(TCampoLinea::concepto));
     memo->setDataSource(DSAgendaN[indice]);
 
     auto *const orden = new QVBoxLayout(pagina);
@@ -329,7 +331,7 @@ void TFFichaAgendaN::PreparaRejilla(int pestana)
         connect(rejilla, &DbGrid::keyDown, this, &TFFichaAgendaN::DBGAgendaN1KeyDown);
         connect(DSAgendaN[indice], &dbcontrols::DataSource::stateChanged, this, [this] {
             if (DSAgendaN.front()->state() == dataset::DataSet::State::edit)
-                m_antesDeEditar = TextosDeLaLinea();
+                m_borrador.Empieza(*DSAgendaN.front()->dataSet());
         });
     } else {
         rejilla->setMode(DbGrid::Mode::rows);

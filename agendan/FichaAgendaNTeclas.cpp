@@ -2,6 +2,7 @@
 
 #include "agendan/FichaAgendaN.h"
 
+#include "agenda/LineaAgenda.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
 #include "dbcontrols/DbGrid.h"
@@ -138,70 +139,42 @@ void TFFichaAgendaN::DBGAgendaN1KeyDown(QKeyEvent *tecla)
 
 void TFFichaAgendaN::EmpiezaAEditar(QKeyEvent &tecla)
 {
-    static_cast<void>(m_motor->TomaError());
     ConGuarda([this, &tecla] {
-        if (m_motor->Modificar())
+        const QString hora = TLineaAgenda::Actual(m_motor->TablaActual()).Hora; // as it is seen
+        const TRespuesta enEdicion = m_motor->Modificar();
+        if (enEdicion)
             return;
         tecla.ignore(); // the grid would try, and wait, a second time
         DataSet &tabla = m_motor->TablaActual();
         if (tabla.isEmpty())
             return; // the engine has spoken itself
-        AvisaSiFallo(QStringLiteral("No se ha podido modificar la cita."));
+        AvisaSiFallo(enEdicion, QStringLiteral("No se ha podido modificar la cita de las %1.").arg(hora));
         tabla.refresh(); // so that a line that has gone is seen to be gone
     });
 }
 
 void TFFichaAgendaN::GuardaLinea()
 {
-    const QStringList antes = m_antesDeEditar;
-    const QStringList escrito = TextosDeLaLinea();
+    DataSet &tabla = m_motor->TablaActual();
+    TBorrador escrito = m_borrador;
     ConGuarda([&, this] {
-        if (m_motor->AceptarAgendaN())
+        escrito.Guarda(tabla);
+        const TRespuesta aceptada = m_motor->AceptarAgendaN();
+        if (aceptada)
             return;
         // The engine has dropped the change; what was typed comes back into the line before the clerk is
         // told.
-        const QString causa = m_motor->TomaError();
-        if (VuelveAEscribir(antes, escrito)) {
+        const auto vuelve =
+            escrito.Recupera(tabla, {[this] { return bool(m_motor->Modificar(TALaVista::ficha)); }, {}});
+        if (vuelve == TBorrador::TLugar::suLinea) {
+            m_borrador = escrito; // what was there before is still what it was
             AvisaError(QStringLiteral("No se ha podido guardar la cita.\n%1\n\nLo que ha escrito sigue en la "
                                       "línea: pulse Intro para volver a intentarlo o Esc para dejarlo.")
-                           .arg(causa));
+                           .arg(aceptada.Causa()));
             return;
         }
-        QStringList perdido;
-        for (qsizetype i = 0; i < escrito.size(); ++i) {
-            if (escrito.at(i) != antes.value(i))
-                perdido << escrito.at(i);
-        }
         AvisaError(QStringLiteral("No se ha podido guardar la cita.\n%1\n\nHabía escrito:\n%2")
-                       .arg(causa, perdido.join(u'\n')));
-        m_motor->TablaActual().refresh();
+                       .arg(aceptada.Causa(), escrito.Tecleado().join(u'\n')));
+        tabla.refresh();
     });
-}
-
-QStringList TFFichaAgendaN::TextosDeLaLinea() const
-{
-    QStringList textos;
-    DataSet *const tabla = DSAgendaN.front()->activeDataSet();
-    for (int columna = ColumnaHora; tabla && columna <= ColumnaOficial; ++columna)
-        textos << tabla->field(DBGAgendaN.front()->gridModel().columns().at(columna).field).asText();
-    return textos;
-}
-
-/// Puts what was typed into the line once more, as it stands in the table by now.
-/// @return false when the line cannot be edited.
-bool TFFichaAgendaN::VuelveAEscribir(const QStringList &antes, const QStringList &escrito)
-{
-    try {
-        DataSet &tabla = m_motor->TablaActual();
-        tabla.edit(dataset::EditOf::fresh); // shown with what was typed, and accepted once more
-        for (int columna = ColumnaHora; columna <= ColumnaOficial; ++columna) {
-            if (escrito.value(columna) != antes.value(columna))
-                tabla.field(DBGAgendaN.front()->gridModel().columns().at(columna).field)
-                    .setText(escrito.value(columna));
-        }
-        m_antesDeEditar = antes;
-        return true;
-    } catch (const dataset::EDatabaseError &) {
-        return false; // why is told with the failure that led here
-    }
 }

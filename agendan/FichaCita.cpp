@@ -68,6 +68,10 @@ void TFFichaCitas::ShowModal()
 {
     m_filaAlAbrir = Tabla().currentRow();
     m_lineaAlAbrir = Tabla().bookmark();
+    m_diaAlAbrir = m_motor->DiaActual().Mostrado();
+    m_vistasAlAbrir.clear();
+    for (int fila = 0; m_diaAlAbrir.isValid() && fila < Tabla().rowCount(); ++fila)
+        m_vistasAlAbrir.insert(Tabla().bookmarkAt(fila), Tabla().seen(Tabla().bookmarkAt(fila)));
     Coloca();
     exec();
     EjecutaConGuarda([this] {

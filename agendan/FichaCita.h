@@ -1,8 +1,9 @@
 #pragma once
 
-#include "agendan/BorradorCita.h"
+#include "agenda/Borrador.h"
 #include "agendan/ClaseAgendaN.h"
 
+#include <QtCore/QHash>
 #include <QtCore/QPointer>
 #include <QtCore/QStringList>
 #include <QtWidgets/QDialog>
@@ -98,6 +99,7 @@ private:
     void BInteresadoClick();
     void QuitaInteresado();
     void EscribeInteresado(const QString &nombre, qint64 codigo);
+    void EscribeCodigo(qint64 codigo);
     void MuestraFecha();
     void MuestraHora();
     void MuestraInteresado();
@@ -114,15 +116,20 @@ private:
     void BSalirClick();
     void EmpiezaEdicion();
     void Acepta();
-    void RecuperaLoTecleado();
+    TBorrador::TLugar VuelveAEscribir();
+    void RecuperaLoTecleado(const QString &causa);
+    [[nodiscard]] QList<TLineaAgenda> LineasHasta(const TLineaAgenda &cita, const QString &horaFin) const;
+    TRespuesta TomaParaRellenar(const TLineaAgenda &linea);
     void RellenaHasta(const QString &horaFin);
-    void AvisaSiFallo(const QString &que);
+    static void AvisaSiFallo(const TRespuesta &respuesta, const QString &que);
 
     TClassAgendaN *m_motor = nullptr;
     TOperacion m_operacion = TOperacion::ver;
     QPointer<QWidget> m_propietario;
-    TBorradorCita m_borrador;
+    TBorrador m_borrador;
     int m_filaAlAbrir = -1;
+    QDate m_diaAlAbrir;                                            ///< the day shown behind the card, if any
+    QHash<dataset::Bookmark, dataset::SeenRecord> m_vistasAlAbrir; ///< its lines, as the grid shows them
     dataset::Bookmark m_lineaAlAbrir = 0;
     QWidget *m_conFoco = nullptr;         ///< control entered last
     QWidget *m_salidaPendiente = nullptr; ///< left for BCancelar, so its handler has still to run
@@ -130,8 +137,9 @@ private:
     bool m_rechazoDicho = false;          ///< and the clerk has been told
     bool m_tecleandoInteresado = false;
     qint64 m_codigoAlEntrar = 0;
-    QString m_sinOficiales; ///< why the list of clerks is empty
-    QString m_avisoAyuda;   ///< shown in the help line in place of the next hint
+    QString m_sinOficiales;  ///< why the list of clerks is empty
+    QString m_causaDeEspera; ///< why the line of what is only held could not be had
+    QString m_avisoAyuda;    ///< shown in the help line in place of the next hint
 
     dbcontrols::DataSource *DSAgendaN = nullptr;
     QGroupBox *PCita = nullptr;

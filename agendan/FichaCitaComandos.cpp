@@ -2,6 +2,8 @@
 
 #include "agenda/ClaseConfAgendaN.h"
 #include "agenda/GuardaVentana.h"
+#include "agenda/HoraTexto.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/host/Servicios.h"
 #include "agendan/FichaCita.h"
 #include "dataset/DatabaseError.h"
@@ -11,7 +13,6 @@
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QPushButton>
 
-#include <array>
 #include <utility>
 
 using dataset::DataSet;
@@ -19,92 +20,22 @@ using dataset::DataSet;
 namespace
 {
 
-/// What an appointment hands on to the slots up to its end.
-class TDatosDeCita
-{
-public:
-    explicit TDatosDeCita(DataSet &tabla)
-        : m_codigo(tabla.field(u"CODCLIENTE").isNull() ? QVariant() : tabla.field(u"CODCLIENTE").asInteger())
-    {
-        for (std::size_t i = 0; i < Textos.size(); ++i)
-            m_textos[i] = tabla.field(Textos[i]).asText();
-    }
-    void Escribe(DataSet &tabla) const
-    {
-        for (std::size_t i = 0; i < Textos.size(); ++i)
-            tabla.field(Textos[i]).setText(m_textos[i]);
-        tabla.field(u"CODCLIENTE").setValue(m_codigo);
-    }
-
-private:
-    static constexpr std::array<QStringView, 5> Textos{u"OFICIAL", u"SALIDA", u"AVISO", u"INTERESADO",
-                                                       u"CONCEPTO"};
-    std::array<QString, 5> m_textos;
-    QVariant m_codigo;
-};
-
-/// Shows a day's lines for as long as it lives, where the table is restricted to another day; the day shown
-/// before comes back afterwards. The current line stays the current one both times.
-class TDiaDeLaCita
-{
-public:
-    TDiaDeLaCita(TClassAgendaN &motor, QDate fecha)
-        : m_motor(motor)
-        , m_mostrado(motor.DiaPedido())
-        , m_marca(motor.TablaActual().tag())
-        , m_cambiado(motor.TablaActual().hasRange() && m_mostrado.isValid() && fecha.isValid() &&
-                     m_mostrado != fecha)
-    {
-        if (m_cambiado)
-            Muestra(fecha);
-    }
-    ~TDiaDeLaCita()
-    {
-        if (!m_cambiado)
-            return;
-        try {
-            Muestra(m_mostrado);
-            m_motor.TablaActual().setTag(m_marca);
-        } catch (const dataset::EDatabaseError &error) {
-            qWarning("The day shown before could not be shown again: %s", error.what());
-        }
-    }
-    TDiaDeLaCita(const TDiaDeLaCita &) = delete;
-    TDiaDeLaCita &operator=(const TDiaDeLaCita &) = delete;
-
-private:
-    void Muestra(QDate fecha)
-    {
-        const dataset::Bookmark linea = m_motor.TablaActual().bookmark();
-        m_motor.RangoPorFecha(fecha);
-        m_motor.TablaActual().goToBookmark(linea);
-    }
-    TClassAgendaN &m_motor;
-    QDate m_mostrado;
-    int m_marca;
-    bool m_cambiado;
-};
-
-/// Copies the appointment into a line that the engine has put into edit or insert. @return false when it was
-/// not written.
-bool EscribeYAcepta(TClassAgendaN &motor, const TDatosDeCita &datos)
+/// Copies the appointment into a line that the engine has put into edit or insert.
+TRespuesta EscribeYAcepta(TClassAgendaN &motor, const TLineaAgenda &cita)
 {
     dataset::PendingEditGuard aMedias(motor.TablaActual());
-    datos.Escribe(motor.TablaActual());
-    const bool aceptada = motor.AceptarAgendaN();
+    cita.Escribe(motor.TablaActual(), CamposDeCita);
+    const TRespuesta aceptada = motor.AceptarAgendaN();
     aMedias.keep();
     return aceptada;
 }
 
 } // namespace
 
-void TFFichaCitas::AvisaSiFallo(const QString &que)
+void TFFichaCitas::AvisaSiFallo(const TRespuesta &respuesta, const QString &que)
 {
-    // Without an error of its own the engine has done what it was asked, has spoken itself, or the user has
-    // said no.
-    const QString causa = m_motor->TomaError();
-    if (!causa.isEmpty())
-        AvisaDeError(que + u'\n' + causa);
+    if (!respuesta.Causa().isEmpty())
+        AvisaDeError(que + u'\n' + respuesta.Causa());
 }
 
 void TFFichaCitas::EmpiezaEdicion()
@@ -118,32 +49,33 @@ void TFFichaCitas::BNuevoClick()
 {
     EjecutaConGuarda([this] {
         DataSet &tabla = Tabla();
-        const QDate deLaLinea = tabla.field(u"FECHA").asDate();
-        const QString hora = IncrementaHora(tabla.field(u"HORA").asText(), goConfAgendaN->GetIncrementoMin());
-        static_cast<void>(m_motor->TomaError());
+        const TLineaAgenda linea = TLineaAgenda::Actual(tabla);
+        const QString hora = IncrementaHora(linea.Hora, goConfAgendaN->GetIncrementoMin());
         // A day without lines has no line to take the date from.
-        m_motor->Anadir(deLaLinea.isValid() ? deLaLinea : m_motor->DiaPedido(), hora);
+        const TRespuesta anadida =
+            m_motor->Anadir(linea.Fecha.isValid() ? linea.Fecha : m_motor->DiaActual().Ultimo(), hora);
         // Deliberate: whether that went well makes no difference to the card.
         EmpiezaEdicion();
-        AvisaSiFallo(QStringLiteral("No se ha podido añadir la cita."));
+        AvisaSiFallo(anadida, QStringLiteral("No se ha podido añadir la cita."));
     });
 }
 
 void TFFichaCitas::BModificarClick()
 {
     EjecutaConGuarda([this] {
-        static_cast<void>(m_motor->TomaError());
-        if (m_motor->Modificar(dataset::EditOf::fresh)) // the card shows it before anything is typed
+        // The card shows it before anything is typed.
+        const TRespuesta enEdicion = m_motor->Modificar(TALaVista::ficha);
+        if (enEdicion)
             EmpiezaEdicion();
         else
-            AvisaSiFallo(QStringLiteral("No se ha podido modificar la cita."));
+            AvisaSiFallo(enEdicion, QStringLiteral("No se ha podido modificar la cita."));
     });
 }
 
 void TFFichaCitas::BBorrarClick()
 {
     EjecutaConGuarda([this] {
-        if (Tabla().isEmpty()) {
+        if (Tabla().bookmark() == 0) {
             TMensaje mensaje;
             mensaje.Texto = QStringLiteral("No hay citas introducidos para borrar");
             mensaje.Titulo = QStringLiteral(" ATENCIÓN");
@@ -151,9 +83,8 @@ void TFFichaCitas::BBorrarClick()
             Servicios().Mensaje->Mensajes(mensaje);
             return;
         }
-        static_cast<void>(m_motor->TomaError());
-        m_motor->Borrar(true);
-        AvisaSiFallo(QStringLiteral("No se ha podido borrar la cita."));
+        AvisaSiFallo(m_motor->Borrar(true, TALaVista::ficha),
+                     QStringLiteral("No se ha podido borrar la cita."));
     });
 }
 
@@ -195,14 +126,14 @@ void TFFichaCitas::BAceptarClick()
 void TFFichaCitas::Acepta()
 {
     DataSet &tabla = Tabla();
-    static_cast<void>(m_motor->TomaError());
     m_borrador.Guarda(tabla);
-    const bool enSuLinea =
-        !m_borrador.EnEspera() || m_borrador.Recupera(*m_motor) == TBorradorCita::TLugar::suLinea;
-    if (!enSuLinea || !m_motor->AceptarAgendaN()) {
-        RecuperaLoTecleado();
+    const bool enSuLinea = !m_borrador.EnEspera() || VuelveAEscribir() == TBorrador::TLugar::suLinea;
+    const TRespuesta aceptada = enSuLinea ? m_motor->AceptarAgendaN() : TRespuesta::Fallo(m_causaDeEspera);
+    if (!aceptada) {
+        RecuperaLoTecleado(aceptada.Causa());
         return;
     }
+    m_vistasAlAbrir.insert(tabla.bookmark(), tabla.seen());
     /// Also when an error escapes.
     struct TReposo {
         TFFichaCitas &Ficha;
@@ -213,29 +144,78 @@ void TFFichaCitas::Acepta()
         RellenaHasta(horaFin);
 }
 
-void TFFichaCitas::RecuperaLoTecleado()
+/// Begins the change again and types what was typed.
+TBorrador::TLugar TFFichaCitas::VuelveAEscribir()
 {
-    const QString causa = m_motor->TomaError();
-    const TBorradorCita::TLugar lugar = m_borrador.Recupera(*m_motor);
-    static_cast<void>(m_motor->TomaError());
+    const auto anade = [this] {
+        DataSet &tabla = Tabla();
+        const auto tecleado = [&](TCampoLinea campo) {
+            return m_borrador.Tecleado(tabla.fieldIndex(NombreDe(campo)));
+        };
+        return bool(
+            m_motor->Anadir(tecleado(TCampoLinea::fecha).toDate(), tecleado(TCampoLinea::hora).toString()));
+    };
+    const auto modifica = [this] {
+        const TRespuesta enEdicion = m_motor->Modificar(TALaVista::ficha);
+        m_causaDeEspera = enEdicion.Causa();
+        return bool(enEdicion);
+    };
+    return m_borrador.Recupera(Tabla(), {modifica, anade});
+}
+
+void TFFichaCitas::RecuperaLoTecleado(const QString &causa)
+{
+    const TBorrador::TLugar lugar = VuelveAEscribir();
     QString destino;
     switch (lugar) {
-    case TBorradorCita::TLugar::suLinea:
-    case TBorradorCita::TLugar::enEspera:
+    case TBorrador::TLugar::suLinea:
+    case TBorrador::TLugar::enEspera:
         destino = QStringLiteral("Lo que ha escrito sigue en la ficha: puede aceptarlo de nuevo.");
         break;
-    case TBorradorCita::TLugar::lineaNueva:
+    case TBorrador::TLugar::lineaNueva:
         destino = QStringLiteral("Lo que ha escrito está ahora en una cita nueva: puede aceptarla.");
         m_borrador.Empieza(Tabla());
         break;
-    case TBorradorCita::TLugar::ninguno:
+    case TBorrador::TLugar::ninguno:
         destino = QStringLiteral("Lo que ha escrito no se ha podido conservar.");
         break;
     }
     const QString porQue = causa.isEmpty() ? QString() : causa + u'\n';
     AvisaDeError(QStringLiteral("No se ha podido guardar la cita.\n") + porQue + destino);
-    if (lugar == TBorradorCita::TLugar::ninguno)
+    if (lugar == TBorrador::TLugar::ninguno)
         ActivarBotones();
+}
+
+/// The lines of the accepted one's day that follow it before an end time, and that of the end time itself,
+/// whose record is 0 where it has to be added. The table stands on the accepted line.
+QList<TLineaAgenda> TFFichaCitas::LineasHasta(const TLineaAgenda &cita, const QString &horaFin) const
+{
+    DataSet &tabla = Tabla();
+    QList<TLineaAgenda> lineas;
+    tabla.next();
+    TLineaAgenda linea = TLineaAgenda::Actual(tabla);
+    while (!tabla.eof() && CompararHoras(horaFin, linea.Hora) == 1 && linea.Fecha == cita.Fecha) {
+        lineas << linea;
+        tabla.next();
+        linea = TLineaAgenda::Actual(tabla);
+    }
+    // Deliberate: only the time and the end of the table count here, not the day. In a table that is not
+    // restricted to a day this may be the first line of the next one.
+    const bool hayLinea = !tabla.eof() && linea.Hora == horaFin;
+    lineas << (hayLinea ? linea : TLineaAgenda::Nueva(cita.Fecha, horaFin));
+    return lineas;
+}
+
+/// Begins the change of a line that the appointment is to be copied onto: as the grid behind the card shows
+/// it, so that nothing goes under that a colleague has written since.
+TRespuesta TFFichaCitas::TomaParaRellenar(const TLineaAgenda &linea)
+{
+    if (linea.Registro() == 0)
+        return m_motor->Anadir(linea.Fecha, linea.Hora);
+    const bool delDia = m_diaAlAbrir.isValid() && linea.Fecha == m_diaAlAbrir && SeVeEnSuHoja(linea.Hora);
+    if (delDia && !m_vistasAlAbrir.contains(linea.Registro()))
+        return TRespuesta::Fallo(QStringLiteral("Otro puesto la ha añadido mientras tanto."));
+    return m_motor->Modificar(delDia ? m_vistasAlAbrir.value(linea.Registro()) : linea.Vista);
 }
 
 /// Copies the accepted line, the current one, onto the lines of its day that follow up to an end time, and
@@ -245,34 +225,27 @@ void TFFichaCitas::RellenaHasta(const QString &horaFin)
 {
     // Said before the first line, also where no line follows that it would be compared with.
     static_cast<void>(CompararHoras(horaFin, QStringLiteral("00:00")));
-    DataSet &tabla = Tabla();
+    const dataset::ControlsGuard sinAvisos(Tabla());
+    TLineaAgenda cita = TLineaAgenda::Actual(Tabla());
+    if (cita.CodCliente)
+        cita.CodCliente = static_cast<double>(cita.Codigo()); // codes lose their fraction in a copy
     QStringList sinRellenar;
-    {
-        const dataset::ControlsGuard sinAvisos(tabla);
-        const QDate fecha = tabla.field(u"FECHA").asDate();
-        const TDatosDeCita datos(tabla);
-        const TDiaDeLaCita dia(*m_motor, fecha);
-        const auto rellena = [&](bool preparada, const QString &hora) {
-            if (!preparada || !EscribeYAcepta(*m_motor, datos))
-                sinRellenar << hora;
-        };
-        tabla.next();
-        while (!tabla.eof() && CompararHoras(horaFin, tabla.field(u"HORA").asText()) == 1 &&
-               tabla.field(u"FECHA").asDate() == fecha) {
-            const dataset::Bookmark linea = tabla.bookmark();
-            const QString hora = tabla.field(u"HORA").asText();
-            rellena(m_motor->Modificar(), hora);
-            // A line that another workstation has just deleted has made room for the one behind it already.
-            if (tabla.bookmark() == linea)
-                tabla.next();
+    QString causa;
+    m_motor->DiaActual().Mientras(cita.Fecha, [&] {
+        for (const TLineaAgenda &linea : LineasHasta(cita, horaFin)) {
+            TRespuesta rellena = TomaParaRellenar(linea);
+            if (rellena)
+                rellena = EscribeYAcepta(*m_motor, cita);
+            if (rellena) {
+                m_vistasAlAbrir.insert(Tabla().bookmark(), Tabla().seen()); // by this workstation itself
+                continue;
+            }
+            sinRellenar << linea.Hora;
+            causa = rellena.Causa();
         }
-        // Deliberate: only the time and the end of the table count here, not the day. In a table that is not
-        // restricted to a day this may be the first line of the next one.
-        const bool hayLinea = !tabla.eof() && tabla.field(u"HORA").asText() == horaFin;
-        rellena(hayLinea ? m_motor->Modificar() : m_motor->Anadir(fecha, horaFin), horaFin);
-    }
+    });
     if (!sinRellenar.isEmpty())
         AvisaDeError(
             QStringLiteral("La cita se ha guardado, pero no se han podido rellenar estas horas: %1.\n%2")
-                .arg(sinRellenar.join(QStringLiteral(", ")), m_motor->TomaError()));
+                .arg(sinRellenar.join(QStringLiteral(", ")), causa));
 }

@@ -2,6 +2,7 @@
 
 #include "agenda/GuardaVentana.h"
 #include "agenda/HoraTexto.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Rvarias.h"
 #include "agenda/host/Servicios.h"
@@ -54,7 +55,7 @@ void TFFichaCitas::MuestraCodCliente()
 {
     EjecutaConGuarda([this] {
         dataset::DataSet *const tabla = DSAgendaN->activeDataSet();
-        EInteresado->setProperty(Tag, tabla ? tabla->field(u"CODCLIENTE").asInteger() : 0);
+        EInteresado->setProperty(Tag, tabla ? TLineaAgenda::Actual(*tabla).Codigo() : 0);
     });
 }
 
@@ -98,9 +99,12 @@ void TFFichaCitas::MEHoraExit()
         return;
     // Deliberate: no check of what it says, but the clerk is told of a line that he will not find again.
     EjecutaConGuarda([this] {
-        Tabla().field(u"HORA").setText(MEHora->text());
-        const QString hora = Tabla().field(u"HORA").asText().trimmed();
-        if (!SeVeEnSuHoja(Tabla().field(u"HORA").asText()))
+        TLineaAgenda linea;
+        linea.Hora = MEHora->text();
+        linea.Escribe(Tabla(), TCampoLinea::hora);
+        linea = TLineaAgenda::Actual(Tabla());
+        const QString hora = linea.Hora.trimmed();
+        if (!SeVeEnSuHoja(linea.Hora))
             m_avisoAyuda =
                 hora == u":" || hora.isEmpty()
                     ? QStringLiteral("Sin hora, la línea no se verá en su hoja")
@@ -136,7 +140,7 @@ void TFFichaCitas::EInteresadoEnter()
 {
     EInteresado->setMaxLength(AnchoInteresado);
     m_tecleandoInteresado = false;
-    EjecutaConGuarda([this] { m_codigoAlEntrar = Tabla().field(u"CODCLIENTE").asInteger(); });
+    EjecutaConGuarda([this] { m_codigoAlEntrar = TLineaAgenda::Actual(Tabla()).Codigo(); });
 }
 
 void TFFichaCitas::EInteresadoKeyUp(int tecla)
@@ -153,7 +157,7 @@ void TFFichaCitas::EInteresadoKeyUp(int tecla)
             return;
         clientes->KeyUpBusqueda(*EInteresado, tecla);
         if (const qint64 codigo = TagDelInteresado())
-            Tabla().field(u"CODCLIENTE").setInteger(codigo);
+            EscribeCodigo(codigo);
     });
 }
 
@@ -176,8 +180,8 @@ void TFFichaCitas::EInteresadoExit()
         // The name stays as it was, so a code that the search has put in on the way goes out again, from the
         // line and from the Tag, which always goes with the party of the line.
         const QString tecleado = EInteresado->text();
-        if (Tabla().field(u"CODCLIENTE").asInteger() != m_codigoAlEntrar)
-            Tabla().field(u"CODCLIENTE").setInteger(m_codigoAlEntrar);
+        if (TLineaAgenda::Actual(Tabla()).Codigo() != m_codigoAlEntrar)
+            EscribeCodigo(m_codigoAlEntrar);
         MuestraCodCliente();
         if (tecleado == DBEInteresado->text())
             return;
@@ -195,8 +199,7 @@ void TFFichaCitas::QuitaInteresado()
     if (!Editando())
         return;
     EjecutaConGuarda([this] {
-        Tabla().field(u"INTERESADO").setText(QString());
-        Tabla().field(u"CODCLIENTE").setValue(QVariant());
+        TLineaAgenda().Escribe(Tabla(), std::array{TCampoLinea::interesado, TCampoLinea::codCliente});
         m_codigoAlEntrar = 0;
         m_tecleandoInteresado = false;
         MuestraInteresado(); // also over a name that was being typed
@@ -207,8 +210,17 @@ void TFFichaCitas::QuitaInteresado()
 
 void TFFichaCitas::EscribeInteresado(const QString &nombre, qint64 codigo)
 {
-    Tabla().field(u"INTERESADO").setText(nombre);
-    Tabla().field(u"CODCLIENTE").setInteger(codigo);
+    TLineaAgenda linea;
+    linea.Interesado = nombre;
+    linea.Escribe(Tabla(), TCampoLinea::interesado);
+    EscribeCodigo(codigo);
+}
+
+void TFFichaCitas::EscribeCodigo(qint64 codigo)
+{
+    TLineaAgenda linea;
+    linea.CodCliente = static_cast<double>(codigo);
+    linea.Escribe(Tabla(), TCampoLinea::codCliente);
 }
 
 void TFFichaCitas::BInteresadoClick()
@@ -222,7 +234,7 @@ void TFFichaCitas::BInteresadoClick()
             TClientesRaiz &Clientes;
             ~TFin() { Clientes.FinBusqueda(); }
         } const fin{*clientes};
-        if (const qint64 codigo = Tabla().field(u"CODCLIENTE").asInteger())
+        if (const qint64 codigo = TLineaAgenda::Actual(Tabla()).Codigo())
             clientes->MuestraFicha(codigo);
         // Deliberate: the initial text is the card's caption, not the party typed.
         else if (clientes->Elige(ListaDeClientes, windowTitle())) {

@@ -1,6 +1,7 @@
 // How the card is put together.
 
 #include "agenda/GuardaVentana.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
 #include "agendan/FichaCita.h"
@@ -99,7 +100,7 @@ void TFFichaCitas::CreaDetalles()
     DBMConcepto->setAccessibleName(QStringLiteral("Concepto de la cita"));
     DBMConcepto->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     DBMConcepto->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    DBMConcepto->setField(QStringLiteral("CONCEPTO"));
+    DBMConcepto->setField(NombreDe(TCampoLinea::concepto));
     DBMConcepto->setDataSource(DSAgendaN);
     connect(DBMConcepto, &dbcontrols::DbMemo::failed, this, &AvisaDeError);
 
@@ -158,7 +159,7 @@ QLayout *TFFichaCitas::CreaFilaDelOficial()
     DBCBOficial->setCompleter(nullptr); // what the clerk types is what the line gets
     DBCBOficial->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     DBCBOficial->setMinimumContentsLength(16);
-    DBCBOficial->setField(QStringLiteral("OFICIAL"));
+    DBCBOficial->setField(NombreDe(TCampoLinea::oficial));
     DBCBOficial->setDataSource(DSAgendaN);
     DBCBSalida = new dbcontrols::DbComboBox(PCita);
     DBCBSalida->setObjectName(QStringLiteral("DBCBSalida"));
@@ -166,7 +167,7 @@ QLayout *TFFichaCitas::CreaFilaDelOficial()
     DBCBSalida->setListOnly(true);
     DBCBSalida->addItems({QStringLiteral("N"), QStringLiteral("S")});
     DBCBSalida->setFocusPolicy(Qt::ClickFocus); // deliberate: no stop of the Tab key
-    DBCBSalida->setField(QStringLiteral("SALIDA"));
+    DBCBSalida->setField(NombreDe(TCampoLinea::salida));
     DBCBSalida->setDataSource(DSAgendaN);
 
     for (auto *const combo : {DBCBOficial, DBCBSalida})
@@ -211,21 +212,21 @@ QLayout *TFFichaCitas::CreaFilaDelInteresado()
 
 void TFFichaCitas::CreaEspejos()
 {
-    const auto crea = [this](const char *nombre, const char *campo, void (TFFichaCitas::*muestra)()) {
+    const auto crea = [this](const char *nombre, TCampoLinea campo, void (TFFichaCitas::*muestra)()) {
         auto *const espejo = new DbEdit(PCita);
         espejo->setObjectName(QLatin1String(nombre));
         espejo->setFocusPolicy(Qt::NoFocus);
         espejo->hide();
-        espejo->setField(QLatin1String(campo));
+        espejo->setField(NombreDe(campo));
         espejo->setDataSource(DSAgendaN);
         connect(espejo, &DbEdit::shown, this, muestra);
         connect(espejo, &DbEdit::failed, this, &AvisaDeError);
         return espejo;
     };
-    DBEFecha = crea("DBEFecha", "FECHA", &TFFichaCitas::MuestraFecha);
-    DBEHora = crea("DBEHora", "HORA", &TFFichaCitas::MuestraHora);
-    DBEInteresado = crea("DBEInteresado", "INTERESADO", &TFFichaCitas::MuestraInteresado);
-    DBECodCliente = crea("DBECodCliente", "CODCLIENTE", &TFFichaCitas::MuestraCodCliente);
+    DBEFecha = crea("DBEFecha", TCampoLinea::fecha, &TFFichaCitas::MuestraFecha);
+    DBEHora = crea("DBEHora", TCampoLinea::hora, &TFFichaCitas::MuestraHora);
+    DBEInteresado = crea("DBEInteresado", TCampoLinea::interesado, &TFFichaCitas::MuestraInteresado);
+    DBECodCliente = crea("DBECodCliente", TCampoLinea::codCliente, &TFFichaCitas::MuestraCodCliente);
 }
 
 QPushButton *TFFichaCitas::CreaBoton(const char *nombre, const QString &titulo, const QString &pista,

@@ -228,8 +228,15 @@ void DbGrid::reconcileSoon()
 void DbGrid::report(const QString &text)
 {
     // From the event loop: a message box must not open in the middle of a click or of a change of focus.
+    ++m_telling;
     QMetaObject::invokeMethod(
-        this, [this, text] { emit failed(text); }, Qt::QueuedConnection);
+        this,
+        [this, text, grid = QPointer<DbGrid>(this)] {
+            emit failed(text);
+            if (grid) // the window may have been closed over the box
+                --m_telling;
+        },
+        Qt::QueuedConnection);
 }
 
 // Selection

@@ -130,6 +130,7 @@ private:
     bool m_syncing = false; ///< the grid follows the data set; nobody has moved in it
     bool m_moveFailed = false;
     bool m_commitFailed = false;
+    int m_telling = 0; ///< failures on their way to the user, or before him in a box
 };
 
 } // namespace dbcontrols

@@ -121,6 +121,9 @@ void DbGridDelegate::updateEditorGeometry(QWidget *editor, const QStyleOptionVie
 
 bool DbGridDelegate::eventFilter(QObject *object, QEvent *event)
 {
+    // The box that says what was wrong takes the focus; the same text is not to be refused, and told, again.
+    if (event->type() == QEvent::FocusOut && m_grid.m_telling > 0)
+        return false;
     if (event->type() != QEvent::KeyPress)
         return QStyledItemDelegate::eventFilter(object, event);
     auto *const key = static_cast<QKeyEvent *>(event);

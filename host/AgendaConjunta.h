@@ -83,7 +83,7 @@ private:
     bool Ejecuta(const TOrden &orden);
     bool ConGuarda(const TOrden &orden);
     void AvisaError(const QString &texto);
-    void AvisaSiFallo(const QString &que);
+    void AvisaSiFallo(const TRespuesta &respuesta, const QString &que);
     [[nodiscard]] bool Pregunta(const QString &pregunta, const QString &explicacion) const;
     /// The same, no being the answer at hand.
     [[nodiscard]] bool PreguntaGrave(const QString &pregunta, const QString &explicacion) const;
@@ -113,7 +113,7 @@ private:
     void PegaAUnaHora();
     [[nodiscard]] bool PreparaPegado(const QStringList &horas);
     [[nodiscard]] QStringList Ocupadas(const QStringList &horas) const;
-    void TerminaPegado(const QString &primera);
+    void TerminaPegado(const TRespuesta &pegado, const QString &primera);
     void VaciaPortapapeles();
     void Completa();
     void MueveDia(bool adelante);

@@ -5,6 +5,7 @@
 #include "agenda/GuardaVentana.h"
 #include "agenda/HoraTexto.h"
 #include "agenda/IAgenda3P.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
@@ -38,7 +39,6 @@ bool TFAgendaConjunta::Ejecuta(const TOrden &orden)
 {
     if (m_ordenes > 0 || !CierraEditor() || !AceptaFecha())
         return false;
-    static_cast<void>(m_motor.TomaError());
     ConGuarda([&] {
         orden();
         SueltaLineas();
@@ -56,11 +56,10 @@ void TFAgendaConjunta::AvisaError(const QString &texto)
     AvisaDeError(texto);
 }
 
-void TFAgendaConjunta::AvisaSiFallo(const QString &que)
+void TFAgendaConjunta::AvisaSiFallo(const TRespuesta &respuesta, const QString &que)
 {
-    const QString causa = m_motor.TomaError();
-    if (!causa.isEmpty())
-        AvisaError(que + u'\n' + causa);
+    if (!respuesta.Causa().isEmpty())
+        AvisaError(que + u'\n' + respuesta.Causa());
 }
 
 bool TFAgendaConjunta::Pregunta(const QString &pregunta, const QString &explicacion) const
@@ -96,10 +95,9 @@ bool TFAgendaConjunta::TomaLinea(int fila, int notario)
     if (!SituaEn(fila, notario))
         return false;
     DataSet &tabla = m_motor.TablaActual();
-    static_cast<void>(m_motor.TomaError());
-    if (!m_motor.Modificar()) {
-        AvisaSiFallo(QStringLiteral("No se puede cambiar la línea de las %1 de %2.")
-                         .arg(m_modelo->Hora(fila), DeQuien(notario)));
+    if (const TRespuesta tomada = m_motor.Modificar(); !tomada) {
+        AvisaSiFallo(tomada, QStringLiteral("No se puede cambiar la línea de las %1 de %2.")
+                                 .arg(m_modelo->Hora(fila), DeQuien(notario)));
         tabla.refresh(); // so that a line that has gone is seen to be gone
         return false;
     }
@@ -137,9 +135,8 @@ bool TFAgendaConjunta::TomaTodas(int fila)
             continue;
         }
         // Not on a line of this hour that belongs to another row, which would be deleted with it.
-        const int campo = tabla->fieldIndex(u"HORA");
         int otra = 0;
-        while (otra < tabla->rowCount() && tabla->textAt(otra, campo) == hora)
+        while (otra < tabla->rowCount() && TextoDeFila(*tabla, otra, TCampoLinea::hora) == hora)
             ++otra;
         if (otra < tabla->rowCount()) {
             tabla->setCurrentRow(otra);
@@ -181,13 +178,14 @@ void TFAgendaConjunta::NuevoHueco()
                                                  QStringLiteral("Ya hay un hueco a las %1.").arg(hora)))
         return;
     m_motor.PonNotarioActual(Notario());
-    const bool todas = m_motor.Anadir(m_fecha, hora);
+    const TRespuesta todas = m_motor.Anadir(m_fecha, hora);
     const dataset::Bookmark nueva = m_motor.TablaActual().bookmark();
     m_modelo->Relee(m_fecha);
     if (const int fila = m_modelo->FilaDeLinea(nueva, Notario()); fila >= 0)
         m_rejilla->setCurrentIndex(m_modelo->index(fila, m_columna));
     if (!todas)
         AvisaSiFallo(
+            todas,
             QStringLiteral("El hueco de las %1 no se ha podido añadir en todas las agendas.").arg(hora));
 }
 
@@ -210,8 +208,8 @@ void TFAgendaConjunta::BorraHueco()
                                                   .arg(hora, ocupadas.join(QStringLiteral(", ")))))
         return;
     m_motor.PonNotarioActual(Notario());
-    m_motor.Borrar(true);
-    AvisaSiFallo(QStringLiteral("El hueco de las %1 no se ha podido borrar en todas las agendas.").arg(hora));
+    AvisaSiFallo(m_motor.Borrar(true),
+                 QStringLiteral("El hueco de las %1 no se ha podido borrar en todas las agendas.").arg(hora));
 }
 
 void TFAgendaConjunta::Completa()
@@ -237,8 +235,7 @@ void TFAgendaConjunta::Limpia()
     const int fila = FilaAlDia(PuestoActual());
     if (fila < 0 || !TomaLinea(fila, Notario()))
         return;
-    m_motor.Limpiar(true);
-    AvisaSiFallo(QStringLiteral("No se ha podido limpiar la cita."));
+    AvisaSiFallo(m_motor.Limpiar(true), QStringLiteral("No se ha podido limpiar la cita."));
 }
 
 std::set<std::pair<int, int>> TFAgendaConjunta::LineasElegidas() const
@@ -259,9 +256,8 @@ void TFAgendaConjunta::MarcaSalida()
     for (const auto &[notario, fila] : LineasElegidas()) {
         if (!SituaEn(fila, notario))
             return;
-        if (!m_motor.Salida())
-            AvisaSiFallo(QStringLiteral("No se ha podido marcar la salida de las %1 en %2.")
-                             .arg(m_modelo->Hora(fila), DeQuien(notario)));
+        AvisaSiFallo(m_motor.Salida(), QStringLiteral("No se ha podido marcar la salida de las %1 en %2.")
+                                           .arg(m_modelo->Hora(fila), DeQuien(notario)));
     }
 }
 
@@ -271,8 +267,8 @@ void TFAgendaConjunta::MarcaAusente()
                   DeQuien(Notario())))
         return;
     m_motor.PonNotarioActual(Notario());
-    m_motor.Ausente();
-    AvisaSiFallo(QStringLiteral("No se ha podido marcar la ausencia en todas las líneas."));
+    AvisaSiFallo(m_motor.Ausente(),
+                 QStringLiteral("No se ha podido marcar la ausencia en todas las líneas."));
 }
 
 void TFAgendaConjunta::Copia()
@@ -282,7 +278,7 @@ void TFAgendaConjunta::Copia()
         if (!SituaEn(fila, notario))
             break;
         m_motor.Copiar();
-        m_horasCopiadas << m_motor.TablaActual().field(u"HORA").asText();
+        m_horasCopiadas << TLineaAgenda::Actual(m_motor.TablaActual()).Hora;
         ++copiadas;
     }
     m_motor.PonNotarioActual(Notario());
@@ -344,8 +340,7 @@ void TFAgendaConjunta::PegaAqui()
 {
     if (!PreparaPegado(m_horasCopiadas))
         return;
-    m_motor.Pegar(m_fecha);
-    TerminaPegado(m_horasCopiadas.value(0));
+    TerminaPegado(m_motor.Pegar(m_fecha), m_horasCopiadas.value(0));
 }
 
 void TFAgendaConjunta::PegaAUnaHora()
@@ -367,18 +362,17 @@ void TFAgendaConjunta::PegaAUnaHora()
     }
     if (!PreparaPegado(horas))
         return;
-    m_motor.PegarHora(m_fecha, dialogo.Hora());
-    TerminaPegado(horas.value(0));
+    TerminaPegado(m_motor.PegarHora(m_fecha, dialogo.Hora()), horas.value(0));
 }
 
-void TFAgendaConjunta::TerminaPegado(const QString &primera)
+void TFAgendaConjunta::TerminaPegado(const TRespuesta &pegado, const QString &primera)
 {
     SueltaLineas(); // the engine leaves pending what it could not write; nobody would see it here
     RefrescaTablas();
     m_modelo->Relee(m_fecha);
     if (const int fila = m_modelo->FilaDe(primera); fila >= 0)
         m_rejilla->setCurrentIndex(m_modelo->index(fila, m_columna));
-    AvisaSiFallo(QStringLiteral("No se han podido pegar todas las citas."));
+    AvisaSiFallo(pegado, QStringLiteral("No se han podido pegar todas las citas."));
 }
 
 void TFAgendaConjunta::VaciaPortapapeles()
@@ -396,7 +390,7 @@ void TFAgendaConjunta::MueveDia(bool adelante)
     const TPuestoConjunto puesto = PuestoActual();
     m_motor.RangoPorFecha(m_fecha); // from a line of this day, wherever others have moved the one stood on
     if (adelante ? m_motor.SiguienteDia() : m_motor.AnteriorDia()) {
-        const QDate fecha = m_motor.TablaActual().field(u"FECHA").asDate();
+        const QDate fecha = TLineaAgenda::Actual(m_motor.TablaActual()).Fecha;
         if (fecha.isValid())
             m_fecha = fecha;
         m_motor.RangoPorFecha(m_fecha);

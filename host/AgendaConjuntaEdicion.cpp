@@ -5,6 +5,7 @@
 #include "agenda/HojaDia.h"
 #include "agenda/HojaNueva.h"
 #include "agenda/IAgenda3P.h"
+#include "agenda/LineaAgenda.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Clacliraiz.h"
 #include "agenda/host/Servicios.h"
@@ -85,12 +86,11 @@ dataset::Bookmark TFAgendaConjunta::AnadeHuecoA(int notario, const QStringList &
     const dataset::PendingEditGuard sinResto(*tabla);
     dataset::CommitGroup todas(*tabla);
     PonRangoDelDia(*tabla, m_fecha); // the day as it is now that nobody else writes
-    const int campo = tabla->fieldIndex(u"HORA");
     const QSet<QString> distintas(horas.begin(), horas.end());
     for (const QString &hora : distintas) {
         int faltan = m_modelo->LineasA(hora, notario) + static_cast<int>(horas.count(hora));
         for (int fila = 0; fila < tabla->rowCount(); ++fila)
-            faltan -= tabla->textAt(fila, campo) == hora ? 1 : 0;
+            faltan -= TextoDeFila(*tabla, fila, TCampoLinea::hora) == hora ? 1 : 0;
         for (; faltan > 0; --faltan) {
             InsertaLinea(*tabla, m_fecha, hora);
             TBPost(*tabla);
@@ -110,7 +110,7 @@ void TFAgendaConjunta::PreparaEditor(QLineEdit &editor, const QModelIndex &celda
     ConGuarda([&] {
         DataSet &tabla = m_motor.TablaActual();
         editor.setMaxLength(tabla.fieldInfo(tabla.fieldIndex(TModeloConjunto::NombreDelCampo(campo))).width);
-        editor.setProperty(Codigo, tabla.field(u"CODCLIENTE").asInteger());
+        editor.setProperty(Codigo, TLineaAgenda::Actual(tabla).Codigo());
     });
     if (campo != TCampoConjunto::concepto)
         statusBar()->showMessage(QStringLiteral("F4 abre la lista"));
@@ -151,20 +151,23 @@ bool TFAgendaConjunta::GuardaEdicion(QLineEdit &editor, const QModelIndex &celda
             this, [this, texto] { AvisaError(texto); }, Qt::QueuedConnection);
     };
     try {
-        qint64 cliente = tabla.field(u"CODCLIENTE").asInteger();
+        TLineaAgenda linea = TLineaAgenda::Actual(tabla);
+        qint64 cliente = linea.Codigo();
         if (campo == TCampoConjunto::interesado && m_clientes) {
             m_clientes->ExitBusqueda(editor, true);
             cliente = editor.property(Codigo).toLongLong();
         }
-        if (mismoTexto && cliente == tabla.field(u"CODCLIENTE").asInteger())
+        if (mismoTexto && cliente == linea.Codigo())
             return true; // nothing was changed, and the end of the editing gives the line back
-        if (cliente != tabla.field(u"CODCLIENTE").asInteger())
-            tabla.field(u"CODCLIENTE").setInteger(cliente);
+        if (cliente != linea.Codigo()) {
+            linea.CodCliente = static_cast<double>(cliente);
+            linea.Escribe(tabla, TCampoLinea::codCliente);
+        }
         tabla.field(TModeloConjunto::NombreDelCampo(campo)).setText(dbcontrols::keptBy(tabla, editor.text()));
-        static_cast<void>(m_motor.TomaError());
-        if (m_motor.AceptarAgendaN())
+        const TRespuesta aceptada = m_motor.AceptarAgendaN();
+        if (aceptada)
             return true;
-        avisa(m_motor.TomaError());
+        avisa(aceptada.Causa());
     } catch (const std::exception &error) {
         avisa(QString::fromUtf8(error.what()));
     }

@@ -1,5 +1,6 @@
 #include "host/AgendaUnica.h"
 
+#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Rut.h"
 #include "agenda/host/Servicios.h"
@@ -31,8 +32,8 @@ std::unique_ptr<DbfTable> AbreUnica(const dataset::Aliases &aliases)
 
 bool TieneAjustes(DbfTable &tabla)
 {
-    return tabla.locate({{"FECHA", FechaAjustes}}, dataset::SearchMode::nearest) &&
-           tabla.field(u"FECHA").asDate() == FechaAjustes;
+    return tabla.locate(ClaveDelDia(FechaAjustes), dataset::SearchMode::nearest) &&
+           TLineaAgenda::Actual(tabla).Fecha == FechaAjustes;
 }
 
 } // namespace
@@ -53,15 +54,16 @@ std::unique_ptr<DbfTable> CreaAgendaUnica(const dataset::Aliases &aliases, const
     if (TieneAjustes(*tabla))
         return tabla;
     tabla->append();
-    tabla->field(u"FECHA").setDate(FechaAjustes);
-    tabla->field(u"HORA").setText(StrCeros(ajustes.Intervalo, 2));
-    tabla->field(u"CONCEPTO").setText(StrCeros(ajustes.HoraInicio, 2) + StrCeros(ajustes.HoraFin, 2));
+    TLineaAgenda fila;
+    fila.Fecha = FechaAjustes;
+    fila.Hora = StrCeros(ajustes.Intervalo, 2);
+    fila.Concepto = StrCeros(ajustes.HoraInicio, 2) + StrCeros(ajustes.HoraFin, 2);
     if (ajustes.Notarios.size() == 2) {
-        tabla->field(u"OFICIAL").setText(QStringLiteral("CONVENIO"));
-        tabla->field(u"INTERESADO")
-            .setText(AlineaIzda(ajustes.Notarios[0], AnchoDeNombre) +
-                     AlineaDecha(ajustes.Notarios[1], AnchoDeNombre));
+        fila.Oficial = QStringLiteral("CONVENIO");
+        fila.Interesado =
+            AlineaIzda(ajustes.Notarios[0], AnchoDeNombre) + AlineaDecha(ajustes.Notarios[1], AnchoDeNombre);
     }
+    fila.Escribe(*tabla, CamposDeUnica);
     tabla->post();
     return tabla;
 }

@@ -1,6 +1,7 @@
 #include "host/MantenimientoDatos.h"
 
 #include "agenda/AgendaNDM.h"
+#include "agenda/LineaAgenda.h"
 #include "dataset/DatabaseError.h"
 #include "host/BuscaNombre.h"
 #include "host/DialogoLista.h"
@@ -268,7 +269,7 @@ void PorCadaCita(const TOficina &oficina, const std::function<void(qint64 codigo
         agenda.setIndexFieldNames({}); // every line once, in the order of the file
         agenda.open();
         for (agenda.first(); !agenda.eof(); agenda.next())
-            haz(agenda.field(u"CODCLIENTE").asInteger());
+            haz(agenda.field(NombreDe(TCampoLinea::codCliente)).asInteger());
     }
 }
 

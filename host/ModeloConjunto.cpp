@@ -1,6 +1,7 @@
 #include "host/ModeloConjunto.h"
 
 #include "agenda/IAgenda3P.h"
+#include "agenda/LineaAgenda.h"
 
 #include <algorithm>
 
@@ -8,16 +9,16 @@ namespace
 {
 
 struct TColumna {
-    QStringView Campo;
+    TCampoLinea Campo;
     QString Titulo;
 };
 
 const std::array<TColumna, CamposPorNotario> &Columnas()
 {
     static const std::array<TColumna, CamposPorNotario> columnas = {
-        TColumna{u"CONCEPTO", QStringLiteral("Cita")},
-        TColumna{u"INTERESADO", QStringLiteral("Interesado")},
-        TColumna{u"OFICIAL", QStringLiteral("Oficial")},
+        TColumna{TCampoLinea::concepto, QStringLiteral("Cita")},
+        TColumna{TCampoLinea::interesado, QStringLiteral("Interesado")},
+        TColumna{TCampoLinea::oficial, QStringLiteral("Oficial")},
     };
     return columnas;
 }
@@ -40,28 +41,28 @@ void TModeloConjunto::PonMotor(IAgenda3P &motor, const QStringList &nombres)
 
 void TModeloConjunto::LeeTabla(const dataset::DataSet &tabla, int notario, TFilas &filas) const
 {
-    const int fecha = tabla.fieldIndex(u"FECHA");
-    const int hora = tabla.fieldIndex(u"HORA");
-    const int salida = tabla.fieldIndex(u"SALIDA");
     std::map<QString, int> vistas;
     for (int fila = 0; fila < tabla.rowCount(); ++fila) {
-        const QDate dia = tabla.valueAt(fila, fecha).toDate();
-        if (!dia.isValid()) // every line of a range has its date
+        const TLineaAgenda linea = TLineaAgenda::DeFila(tabla, fila);
+        if (!linea.Fecha.isValid()) // every line of a range has its date
             throw dataset::EDatabaseError(
                 QStringLiteral("No se puede leer una línea de la agenda de %1.").arg(Nombre(notario)));
-        if (dia != m_dia)
+        if (linea.Fecha != m_dia)
             continue; // another workstation has moved it meanwhile
-        const QString texto = tabla.textAt(fila, hora);
-        const int orden = vistas[texto]++;
-        TFila &una = filas[{texto, orden}];
-        una.Hora = texto;
+        const int orden = vistas[linea.Hora]++;
+        TFila &una = filas[{linea.Hora, orden}];
+        una.Hora = linea.Hora;
         una.Orden = orden;
-        TCelda &celda = una.Celdas.at(static_cast<std::size_t>(notario - 1));
-        celda.Linea = tabla.bookmarkAt(fila);
-        celda.Salida = tabla.textAt(fila, salida) == QLatin1String("S");
-        for (std::size_t campo = 0; campo < celda.Textos.size(); ++campo)
-            celda.Textos.at(campo) = tabla.textAt(fila, tabla.fieldIndex(Columnas().at(campo).Campo));
+        una.Celdas.at(static_cast<std::size_t>(notario - 1)) = TCelda::De(linea);
     }
+}
+
+TModeloConjunto::TCelda TModeloConjunto::TCelda::De(const TLineaAgenda &linea)
+{
+    TCelda celda{linea.Registro(), {}, linea.EsSalida()};
+    for (std::size_t campo = 0; campo < celda.Textos.size(); ++campo)
+        celda.Textos.at(campo) = linea.Texto(Columnas().at(campo).Campo);
+    return celda;
 }
 
 std::vector<TModeloConjunto::TFila> TModeloConjunto::LeeTablas()
@@ -112,7 +113,7 @@ void TModeloConjunto::Relee(QDate dia, bool conservaFilas)
 
 QString TModeloConjunto::NombreDelCampo(TCampoConjunto campo)
 {
-    return Columnas().at(static_cast<std::size_t>(campo)).Campo.toString();
+    return NombreDe(Columnas().at(static_cast<std::size_t>(campo)).Campo);
 }
 
 const TModeloConjunto::TCelda &TModeloConjunto::CeldaDe(int fila, int notario) const
@@ -143,15 +144,8 @@ bool TModeloConjunto::EstaOcupada(int fila, int notario) const
 bool TModeloConjunto::EsComoSeVe(int fila, int notario, dataset::DataSet &tabla) const
 {
     const TCelda &celda = CeldaDe(fila, notario);
-    if (celda.Linea == 0 || celda.Linea != tabla.bookmark() || tabla.field(u"FECHA").asDate() != m_dia ||
-        tabla.field(u"HORA").asText() != Hora(fila) ||
-        (tabla.field(u"SALIDA").asText() == QLatin1String("S")) != celda.Salida)
-        return false;
-    for (std::size_t campo = 0; campo < celda.Textos.size(); ++campo) {
-        if (tabla.field(Columnas().at(campo).Campo).asText() != celda.Textos.at(campo))
-            return false;
-    }
-    return true;
+    const TLineaAgenda linea = TLineaAgenda::Actual(tabla);
+    return celda.Linea != 0 && TCelda::De(linea) == celda && linea.Fecha == m_dia && linea.Hora == Hora(fila);
 }
 
 bool TModeloConjunto::EsIlegible(int notario) const

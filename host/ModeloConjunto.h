@@ -1,6 +1,6 @@
 #pragma once
 
-#include "agenda/MotorComun.h"
+#include "agenda/MotorDeTablas.h"
 #include "dataset/DataSet.h"
 
 #include <QtCore/QAbstractTableModel>
@@ -14,6 +14,7 @@
 #include <vector>
 
 class IAgenda3P;
+struct TLineaAgenda;
 
 /// What is shown of a line, in the order of a notary's columns.
 enum class TCampoConjunto { concepto, interesado, oficial };
@@ -92,6 +93,7 @@ private:
         dataset::Bookmark Linea = 0;
         std::array<QString, CamposPorNotario> Textos;
         bool Salida = false;
+        static TCelda De(const TLineaAgenda &linea);
         bool operator==(const TCelda &) const = default;
     };
     struct TFila {

@@ -107,6 +107,31 @@ TEST_F(HoraFinTest, InTheWholeTableTheNextDaysLineOfThatTimeIsOverwritten)
     EXPECT_EQ(dia(Martes), QStringList{"12:00 Firma"});
 }
 
+// The card was opened over a grid that showed free slots; what a colleague has booked since stays his.
+TEST_F(HoraFinTest, WhatAColleagueHasWrittenSinceIsNotFilled)
+{
+    for (const char *hora : {"09:00", "09:30", "10:00", "10:30", "11:00"})
+        linea(Lunes, hora);
+    enFicha(TOperacion::modificar, [&] {
+        const auto otro = oficina.agenda(1);
+        otro->setCurrentRow(1);
+        otro->edit();
+        otro->field(u"CONCEPTO").setText("Boda");
+        otro->post();
+        linea(Lunes, "10:15", "Acta");
+        otro->refresh();
+        otro->last();
+        otro->remove();
+        oficina.Mensaje.espera(
+            {"La cita se ha guardado, pero no se han podido rellenar estas horas: 09:30, 10:15.\n"
+             "Otro puesto la ha añadido mientras tanto.",
+             " ATENCIÓN:"});
+        rellena("11:00");
+    });
+    EXPECT_EQ(dia(Lunes), (QStringList{"09:00 Firma", "09:30 Boda", "10:00 Firma", "10:15 Acta",
+                                       "10:30 Firma", "11:00 Firma"}));
+}
+
 TEST_F(HoraFinTest, CopiesSixFieldsAndNoOthers)
 {
     for (const char *hora : {"09:00", "09:30", "10:00"})

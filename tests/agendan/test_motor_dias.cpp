@@ -159,11 +159,22 @@ TEST(MotorHoja, ReportsEachLineThatCannotBeAdded)
 
 TEST_F(MotorTest, TheSettingsTableMissingLeavesTheDayShown)
 {
-    oficina.linea(1, Lunes, "09:00");
+    for (const char *hora : {"09:00", "10:00"})
+        oficina.linea(1, Lunes, hora);
     motor().RangoPorFecha(Lunes);
+    motor().TablaActual().last();
     std::filesystem::remove(oficina.carpetaDe("ZENTRA") / "VA_COMUN.DBF");
-    EXPECT_THROW(motor().InsertaDia(Lunes.addDays(1), false), dataset::EDatabaseError);
-    EXPECT_TRUE(motor().TablaActual().hasRange());
+    const QDate martes = Lunes.addDays(1);
+    const std::function<void()> intentos[] = {[&] { motor().InsertaDia(martes, false); },
+                                              [&] { motor().SincronizarTablasAFecha(martes, false); },
+                                              [&] { motor().SincronizarTablasAFecha(martes, true); }};
+    for (const auto &intento : intentos) {
+        EXPECT_THROW(intento(), dataset::EDatabaseError);
+        EXPECT_EQ(mostrado(), "16/11/2026 10:00") << "the line, too";
+        EXPECT_EQ(motor().TablaActual().rowCount(), 2);
+        EXPECT_EQ(motor().DiaActual().Mostrado(), Lunes);
+        EXPECT_TRUE(motor().HayRangoPorFecha());
+    }
 }
 
 // The settings are another table, which may be slow: meanwhile nobody is to be kept from saving.
@@ -209,17 +220,16 @@ TEST_F(MotorTest, ASheetThatAnotherWorkstationBuiltIsNotBuiltTwice)
     TClassAgendaN otro(nullptr, nullptr, {otraTabla.get()}, nullptr);
     dataset::DataSet &tabla = motor().TablaActual();
     bool construida = false;
-    const QObject vigia;
-    QObject::connect(&tabla, &dataset::DataSet::rowsReset, &vigia, [&] {
-        if (construida || !tabla.hasRange() || !tabla.isEmpty())
+    oficina.Config.EnAliasZentra = [&] {
+        if (std::exchange(construida, true))
             return;
-        // The first one has just looked and has built nothing yet.
-        construida = true;
+        // The first one has just looked, reads the settings and has built nothing yet.
+        EXPECT_EQ(tabla.rowCount(), 0);
         otro.SincronizarTablasAFecha(Lunes, false);
         EXPECT_EQ(otraTabla->rowCount(), 24);
-        EXPECT_EQ(tabla.rowCount(), 0);
-    });
+    };
     motor().SincronizarTablasAFecha(Lunes, false);
+    oficina.Config.EnAliasZentra = nullptr;
     EXPECT_TRUE(construida);
     EXPECT_EQ(oficina.dia(1, Lunes).size(), 24);
     EXPECT_EQ(tabla.rowCount(), 24) << "the sheet of the other one is shown";

@@ -60,6 +60,18 @@ TEST_F(Informes, TheWeekBeginsOnItsMondayAndASundayEndsIt)
         EXPECT_EQ(LunesDe(caso.fecha), caso.lunes) << caso.fecha.toString().toStdString();
 }
 
+TEST_F(Informes, ADaySheetIsNeverTheWholeTable)
+{
+    lineas(Lunes, {"09:00 l1", "10:00 l2"});
+    lineas(Lunes.addDays(1), {"09:00 m1"});
+    TClassAgendaN &motor = conInformes();
+    ASSERT_EQ(motor.TablaActual().rowCount(), 3);
+    int impresas = 0;
+    informes.EnVista = [&](DataSet &datos) { impresas = datos.rowCount(); };
+    motor.InformeDia(Lunes);
+    EXPECT_EQ(impresas, 2);
+}
+
 TEST_F(Informes, TheWeekStandsInRowsOfThreeDays)
 {
     const QString largo = QString(80, 'x');

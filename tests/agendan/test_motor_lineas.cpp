@@ -40,6 +40,29 @@ TEST_F(LineasTest, AddsAndCancels)
     EXPECT_EQ(tabla().currentRow(), 2);
 }
 
+// What is on no screen is neither changed nor deleted; on its card it is on one.
+TEST_F(LineasTest, ALineOfAnotherDayIsOnlyTakenFromItsCard)
+{
+    ASSERT_TRUE(motor().Modificar());
+    tabla().field(u"FECHA").setDate(Lunes.addDays(3));
+    ASSERT_TRUE(motor().AceptarAgendaN());
+    ASSERT_EQ(tabla().currentRow(), -1);
+    const std::function<TRespuesta()> ordenes[] = {[&] { return motor().Modificar(); },
+                                                   [&] { return motor().Borrar(false); },
+                                                   [&] { return motor().Salida(); }};
+    for (const auto &orden : ordenes) {
+        const TRespuesta respuesta = orden();
+        EXPECT_FALSE(respuesta);
+        EXPECT_EQ(respuesta.Causa(), LineaDeOtroDia);
+    }
+    EXPECT_EQ(oficina.dia(1, Lunes.addDays(3)), QStringList{"09:00 Firma N"});
+    EXPECT_TRUE(motor().Modificar(TALaVista::ficha));
+    motor().CancelarAgendaN(false);
+    EXPECT_TRUE(motor().Borrar(false, TALaVista::ficha));
+    EXPECT_EQ(oficina.dia(1, Lunes.addDays(3)), QStringList());
+    EXPECT_EQ(oficina.dia(1, Lunes).size(), 2);
+}
+
 TEST_F(LineasTest, CancellingAsksWhenTold)
 {
     EXPECT_TRUE(motor().Modificar());
@@ -197,8 +220,9 @@ TEST_F(LineasTest, ACopyThatFailsLeavesBothDaysAndTheCursorAsTheyWere)
     otro.RangoPorFecha(Lunes);
     soloLeer->setCurrentRow(1);
     const auto linea = soloLeer->bookmark();
-    EXPECT_FALSE(otro.CopiarCita(Lunes.addDays(1))) << "no line can be begun";
-    EXPECT_FALSE(otro.TomaError().isEmpty());
+    const TRespuesta copiada = otro.CopiarCita(Lunes.addDays(1));
+    EXPECT_FALSE(copiada) << "no line can be begun";
+    EXPECT_EQ(copiada.Causa(), "La tabla está abierta solo para lectura");
     EXPECT_EQ(soloLeer->bookmark(), linea);
     EXPECT_EQ(soloLeer->state(), State::browse);
     EXPECT_FALSE(soloLeer->controlsDisabled());
@@ -241,7 +265,7 @@ protected:
         otro->field(u"CONCEPTO").setText(concepto);
         otro->post();
     }
-    [[nodiscard]] QStringList fallidas(const TClassAgendaN::TFallidas &varias)
+    [[nodiscard]] QStringList fallidas(const TLineasFallidas &varias)
     {
         QStringList textos;
         for (const auto &una : varias)
@@ -251,7 +275,7 @@ protected:
     }
     const QDate martes = Lunes.addDays(1);
     std::unique_ptr<dataset::DbfTable> otro;
-    TClassAgendaN::TLineas lineas; ///< 11:00, 09:00, 10:00
+    TLineasVistas lineas; ///< 11:00, 09:00, 10:00
 };
 
 TEST_F(VariasTest, OnlyWhatWasSeenIsDeletedCopiedAndMoved)
@@ -259,7 +283,7 @@ TEST_F(VariasTest, OnlyWhatWasSeenIsDeletedCopiedAndMoved)
     const QString cambiada = "09:00 Otro puesto ha cambiado la línea mientras tanto";
     const struct {
         const char *que;
-        std::function<TClassAgendaN::TFallidas()> orden;
+        std::function<TLineasFallidas()> orden;
         QStringList lunes, martes;
     } casos[] = {
         {"copied",

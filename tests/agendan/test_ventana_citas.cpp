@@ -252,7 +252,7 @@ TEST_F(CitasTest, WhatAColleagueWritesUnderTheQuestionIsNotDeletedNorMoved)
                                     otro->post();
                                 }});
         oficina.Mensaje.espera(
-            {"No se ha podido borrar la cita.\n" +
+            {"No se ha podido borrar la cita de las 11:00.\n" +
                  QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string()) +
                  ": otro puesto ha cambiado la línea mientras tanto",
              " ATENCIÓN:"});
@@ -281,7 +281,7 @@ TEST_F(CitasTest, ALineMovedElsewhereIsNotUnderTheKeysAnyMore)
         tecla(Qt::Key_Delete);
         alJueves("11:00");
         oficina.Mensaje.espera({"¿Desea borrar la cita de las 11:00 de la base de datos?", " ATENCIÓN", 1});
-        oficina.Mensaje.espera({"No se ha podido borrar la cita.\n"
+        oficina.Mensaje.espera({"No se ha podido borrar la cita de las 11:00.\n"
                                 "Otro puesto ha cambiado de sitio la línea mientras tanto",
                                 " ATENCIÓN:"});
         tecla(Qt::Key_Delete);

@@ -2,6 +2,7 @@
 
 #include "tests/agendan/Ventana.h"
 
+#include <QtWidgets/QMessageBox>
 #include <QtWidgets/QPlainTextEdit>
 
 #include <fstream>
@@ -133,6 +134,28 @@ TEST_F(EdicionTest, AnHourIsKeptInItsForm)
     });
 }
 
+// The box takes the focus from the cell that it is about.
+TEST_F(EdicionTest, AHourThatIsNoneIsSaidOnce)
+{
+    enVentana([&] {
+        pulsa(0, {}, 0);
+        teclea("Firma");
+        const auto abierta = [this] {
+            QMessageBox caja(ficha);
+            QTimer::singleShot(50, &caja, &QDialog::accept);
+            caja.exec();
+        };
+        oficina.Mensaje.espera(
+            {"«Firma» no es una hora", " ATENCIÓN:", 0, {}, support::TCaja::porSuTexto, abierta});
+        tecla(Qt::Key_Return);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !oficina.Mensaje.pendientes(); }));
+        QTest::qWait(50);
+        EXPECT_TRUE(rejilla().isEditorOpen());
+        tecla(Qt::Key_Escape);
+        EXPECT_EQ(oficina.dia(1, Lunes).first(), "09:00 Firma N");
+    });
+}
+
 TEST_F(EdicionTest, WhatCannotBeDeletedIsSaid)
 {
     const auto otro = oficina.agenda(1);
@@ -140,9 +163,9 @@ TEST_F(EdicionTest, WhatCannotBeDeletedIsSaid)
     enVentana([&] {
         pulsa(0);
         oficina.Mensaje.espera({"¿Desea borrar la cita de las 09:00 de la base de datos?", " ATENCIÓN", 1});
-        oficina.Mensaje.espera(
-            {"No se ha podido borrar la cita.\n" + fichero() + ": otro puesto está usando la línea 1",
-             " ATENCIÓN:"});
+        oficina.Mensaje.espera({"No se ha podido borrar la cita de las 09:00.\n" + fichero() +
+                                    ": otro puesto está usando la línea 1",
+                                " ATENCIÓN:"});
         comando("ABorrar");
         EXPECT_EQ(oficina.dia(1, Lunes).size(), 3);
     });
@@ -178,9 +201,9 @@ TEST_F(EdicionTest, ALineInUseElsewhereIsSaidAndLeft)
     otro->edit();
     enVentana([&] {
         pulsa(0);
-        oficina.Mensaje.espera(
-            {"No se ha podido modificar la cita.\n" + fichero() + ": otro puesto está usando la línea 1",
-             " ATENCIÓN:"});
+        oficina.Mensaje.espera({"No se ha podido modificar la cita de las 09:00.\n" + fichero() +
+                                    ": otro puesto está usando la línea 1",
+                                " ATENCIÓN:"});
         teclea("A");
         EXPECT_TRUE(QTest::qWaitFor([&] { return !oficina.Mensaje.pendientes(); }));
         EXPECT_EQ(tabla().state(), State::browse);
@@ -207,7 +230,7 @@ TEST_F(EdicionTest, ALetterIsNotTypedOverWhatWasNotSeen)
     enVentana([&] {
         pulsa(0);
         escribeOtro(0, "De otro");
-        oficina.Mensaje.espera({"No se ha podido modificar la cita.\n" + causa, " ATENCIÓN:"});
+        oficina.Mensaje.espera({"No se ha podido modificar la cita de las 09:00.\n" + causa, " ATENCIÓN:"});
         teclea("A");
         EXPECT_TRUE(QTest::qWaitFor([&] { return !oficina.Mensaje.pendientes(); }));
         EXPECT_EQ(tabla().state(), State::browse);
@@ -221,7 +244,7 @@ TEST_F(EdicionTest, ALetterIsNotTypedOverWhatWasNotSeen)
         // A mark, too, is put on what was seen.
         pulsa(2);
         escribeOtro(2, "Lo de otro");
-        oficina.Mensaje.espera({"No se ha podido marcar la salida.\n" + causa, " ATENCIÓN:"});
+        oficina.Mensaje.espera({"No se ha podido marcar la salida de las 11:00.\n" + causa, " ATENCIÓN:"});
         comando("ASalida");
         EXPECT_EQ(oficina.dia(1, Lunes).last(), "11:00 Lo de otro N");
     });

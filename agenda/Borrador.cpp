@@ -1,7 +1,6 @@
-#include "agendan/BorradorCita.h"
+#include "agenda/Borrador.h"
 
-#include "agendan/ClaseAgendaN.h"
-#include "dataset/DatabaseError.h"
+#include "agenda/Ruttb.h"
 
 using dataset::DataSet;
 
@@ -18,7 +17,7 @@ QVariantList ValoresDe(DataSet &tabla)
 
 } // namespace
 
-void TBorradorCita::Empieza(DataSet &tabla)
+void TBorrador::Empieza(DataSet &tabla)
 {
     m_nueva = tabla.state() == DataSet::State::insert;
     m_linea = tabla.bookmark();
@@ -27,38 +26,51 @@ void TBorradorCita::Empieza(DataSet &tabla)
     m_enEspera = false;
 }
 
-void TBorradorCita::Guarda(DataSet &tabla)
+void TBorrador::Guarda(DataSet &tabla)
 {
     m_tecleado = ValoresDe(tabla);
 }
 
-TBorradorCita::TLugar TBorradorCita::Recupera(TClassAgendaN &motor)
+void TBorrador::YaEsta(DataSet &tabla)
+{
+    m_nueva = false;
+    m_linea = tabla.bookmark();
+}
+
+TBorrador::TLugar TBorrador::Recupera(DataSet &tabla, const TComienzos &comienzos)
 {
     try {
-        DataSet &tabla = motor.TablaActual();
         if (tabla.isEditing()) // moving away from what is only held would write it
-            motor.CancelarAgendaN(false);
+            CancelaSinPreguntar(tabla);
         m_enEspera = false;
-        if (!m_nueva && tabla.goToBookmark(m_linea) && motor.Modificar(dataset::EditOf::fresh)) {
+        if (!m_nueva && tabla.goToBookmark(m_linea) && comienzos.Modifica()) {
             Escribe(tabla, true);
             return TLugar::suLinea;
         }
         const bool hayLinea = !m_nueva && tabla.goToBookmark(m_linea);
-        const QDate fecha = m_tecleado.value(tabla.fieldIndex(u"FECHA")).toDate();
-        const QString hora = m_tecleado.value(tabla.fieldIndex(u"HORA")).toString();
-        if (motor.Anadir(fecha, hora)) {
+        if (comienzos.Anade && comienzos.Anade()) {
             Escribe(tabla, false);
             m_enEspera = hayLinea;
             return m_nueva ? TLugar::suLinea : hayLinea ? TLugar::enEspera : TLugar::lineaNueva;
         }
     } catch (const std::exception &error) {
         qWarning("What was typed could not be taken up again: %s", error.what());
-        motor.CancelarAgendaN(false);
+        CancelaSinPreguntar(tabla);
     }
     return TLugar::ninguno;
 }
 
-void TBorradorCita::Escribe(DataSet &tabla, bool soloLoTecleado) const
+QStringList TBorrador::Tecleado() const
+{
+    QStringList textos;
+    for (qsizetype campo = 0; campo < m_tecleado.size(); ++campo) {
+        if (m_tecleado.at(campo) != m_antes.value(campo))
+            textos << m_tecleado.at(campo).toString();
+    }
+    return textos;
+}
+
+void TBorrador::Escribe(DataSet &tabla, bool soloLoTecleado) const
 {
     for (int campo = 0; campo < m_tecleado.size(); ++campo) {
         if (!soloLoTecleado || m_tecleado.at(campo) != m_antes.value(campo))

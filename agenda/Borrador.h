@@ -1,0 +1,54 @@
+#pragma once
+
+#include "dataset/DataSet.h"
+
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+
+#include <functional>
+
+/// What the clerk has typed into a line, kept so that it outlives a change that could not be stored. The one
+/// way of all windows.
+class TBorrador
+{
+public:
+    enum class TLugar {
+        suLinea,    ///< in edit again, or in a new line as before
+        enEspera,   ///< its line cannot be had just now: held in a new line that is not meant to be written
+        lineaNueva, ///< its line is gone: in a new one
+        ninguno     ///< nowhere: only Tecleado() still tells it
+    };
+    /// How the window's engine begins a change of the current line, and a new line. They answer whether it
+    /// went well.
+    struct TComienzos {
+        std::function<bool()> Modifica;
+        std::function<bool()> Anade; ///< null where what was typed into a line is not to go into another
+    };
+
+    /// Notes the line as it is when its change begins.
+    void Empieza(dataset::DataSet &tabla);
+    /// Notes what has been typed since.
+    void Guarda(dataset::DataSet &tabla);
+    /// A line that was new is the current one of the table by now.
+    void YaEsta(dataset::DataSet &tabla);
+    /// Begins the change again and types all of it anew; what others have written meanwhile into other fields
+    /// of the line stays. Throws nothing, and leaves nothing pending that holds nothing.
+    [[nodiscard]] TLugar Recupera(dataset::DataSet &tabla, const TComienzos &comienzos);
+    /// Whether what was typed is only held: before it can be accepted, Recupera has to find its line free.
+    [[nodiscard]] bool EnEspera() const { return m_enEspera; }
+    /// Whether it was typed into a line that the table does not have yet.
+    [[nodiscard]] bool EsNueva() const { return m_nueva; }
+    /// Value of a field as it was typed last.
+    [[nodiscard]] QVariant Tecleado(int campo) const { return m_tecleado.value(campo); }
+    /// The texts that were typed, where the line said something else before.
+    [[nodiscard]] QStringList Tecleado() const;
+
+private:
+    void Escribe(dataset::DataSet &tabla, bool soloLoTecleado) const;
+
+    bool m_nueva = true;
+    bool m_enEspera = false;
+    dataset::Bookmark m_linea = 0;
+    QVariantList m_antes;
+    QVariantList m_tecleado;
+};

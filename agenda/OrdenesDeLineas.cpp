@@ -1,0 +1,141 @@
+#include "agenda/OrdenesDeLineas.h"
+
+#include "agenda/Ruttb.h"
+
+#include <QtCore/QLoggingCategory>
+
+#include <algorithm>
+
+using dataset::SeenRecord;
+
+namespace
+{
+
+Q_LOGGING_CATEGORY(registroLineas, "agenda.motor")
+
+} // namespace
+
+void EscribeCopia(dataset::DataSet &tabla, TLineaAgenda linea)
+{
+    dataset::PendingEditGuard pendiente(tabla);
+    // Deliberate: codes lose their fraction, and no client is written as 0.
+    linea.CodCliente = static_cast<double>(linea.Codigo());
+    linea.Escribe(tabla, CamposDeCita);
+    linea.Escribe(tabla, TCampoLinea::hora);
+    TBPost(tabla);
+    pendiente.keep();
+}
+
+void EscribeMarca(dataset::DataSet &tabla, const QString &marca)
+{
+    TLineaAgenda linea = TLineaAgenda::Actual(tabla);
+    linea.Concepto.prepend(marca);
+    linea.Salida = EstaFuera;
+    linea.Escribe(tabla, std::array{TCampoLinea::concepto, TCampoLinea::salida});
+}
+
+/// Tries an operation on each line; what it throws is noted.
+TLineasFallidas TOrdenesDeLineas::PorCadaLinea(const TLineasVistas &lineas, const TOperacion &operacion)
+{
+    TLineasFallidas fallidas;
+    for (const SeenRecord &linea : lineas) {
+        try {
+            operacion(linea);
+        } catch (const std::exception &error) {
+            qCWarning(registroLineas, "A line of several: %s", error.what());
+            CancelaSinPreguntar(m_tabla);
+            fallidas.append({linea, QString::fromUtf8(error.what())});
+        }
+    }
+    return fallidas;
+}
+
+TLineasFallidas TOrdenesDeLineas::EnUnGrupo(const TLineasVistas &lineas, const TOperacion &operacion)
+{
+    const dataset::ControlsGuard sinAvisos(m_tabla);
+    if (lineas.size() > 1) {
+        try {
+            dataset::CommitGroup juntas(m_tabla);
+            const TLineasFallidas fallidas = PorCadaLinea(lineas, operacion);
+            juntas.commit();
+            return fallidas;
+        } catch (const dataset::EDatabaseError &error) {
+            qCWarning(registroLineas, "The lines could not be written as a whole: %s", error.what());
+        }
+    }
+    return PorCadaLinea(lineas, operacion);
+}
+
+TLineasFallidas TOrdenesDeLineas::Borra(const TLineasVistas &lineas)
+{
+    return EnUnGrupo(lineas, [this](const SeenRecord &linea) { m_tabla.remove(linea); });
+}
+
+TLineasFallidas TOrdenesDeLineas::Copia(const TLineasVistas &lineas, QDate destino)
+{
+    return EnUnGrupo(lineas, [this, destino](const SeenRecord &linea) {
+        m_tabla.goToSeen(linea);
+        InsertaLinea(m_tabla, destino, {});
+        EscribeCopia(m_tabla, TLineaAgenda::DeVista(m_tabla, linea));
+    });
+}
+
+TLineasFallidas TOrdenesDeLineas::Marca(const TLineasVistas &lineas, const QString &marca)
+{
+    return EnUnGrupo(lineas, [this, &marca](const SeenRecord &linea) {
+        m_tabla.edit(linea);
+        EscribeMarca(m_tabla, marca);
+        TBPost(m_tabla);
+    });
+}
+
+/// To be called in a group. @return the lines that could not be deleted, of which nothing has been written.
+/// @throws std::exception when a copy cannot be made: the group is to be dropped.
+TLineasFallidas TOrdenesDeLineas::BorraYCopia(const TLineasVistas &lineas, QDate destino)
+{
+    // From the last to the first, and the copies afterwards: in one commit nobody sees the day in between,
+    // and what cannot be deleted never has a copy that would have to be taken back.
+    TLineasFallidas fallidas = PorCadaLinea(TLineasVistas(lineas.rbegin(), lineas.rend()),
+                                            [this](const SeenRecord &linea) { m_tabla.remove(linea); });
+    std::reverse(fallidas.begin(), fallidas.end());
+    for (const SeenRecord &linea : lineas) {
+        if (std::any_of(fallidas.begin(), fallidas.end(),
+                        [&](const TLineaFallida &una) { return una.Linea.bookmark() == linea.bookmark(); }))
+            continue;
+        InsertaLinea(m_tabla, destino, {});
+        EscribeCopia(m_tabla, TLineaAgenda::DeVista(m_tabla, linea));
+    }
+    return fallidas;
+}
+
+TLineasFallidas TOrdenesDeLineas::MueveEnUnCommit(const TLineasVistas &lineas, QDate destino)
+{
+    dataset::CommitGroup juntas(m_tabla);
+    TLineasFallidas fallidas = BorraYCopia(lineas, destino);
+    juntas.commit();
+    return fallidas;
+}
+
+TLineasFallidas TOrdenesDeLineas::Mueve(const TLineasVistas &lineas, QDate destino)
+{
+    const dataset::ControlsGuard sinAvisos(m_tabla);
+    if (lineas.size() > 1) {
+        try {
+            return MueveEnUnCommit(lineas, destino);
+        } catch (const std::exception &error) {
+            qCWarning(registroLineas, "The lines could not be moved as a whole: %s", error.what());
+            CancelaSinPreguntar(m_tabla);
+        }
+    }
+    TLineasFallidas fallidas;
+    for (const SeenRecord &linea : lineas) {
+        try {
+            fallidas << MueveEnUnCommit({linea}, destino);
+        } catch (const std::exception &error) {
+            qCWarning(registroLineas, "A line that could not be moved: %s", error.what());
+            CancelaSinPreguntar(m_tabla);
+            fallidas.append({linea, QString::fromUtf8(error.what())});
+        }
+    }
+    return fallidas;
+}
