@@ -23,6 +23,7 @@ class QLabel;
 class QLineEdit;
 class QPushButton;
 class QToolButton;
+class TLineasVistas;
 
 /// The card on which one agenda line is made, changed or deleted. It has no data of its own: its controls
 /// stand over the current line of the engine's current table, and every change of state is asked of the
@@ -115,7 +116,7 @@ private:
     void EmpiezaEdicion();
     void Acepta();
     void RecuperaLoTecleado();
-    void RellenaHasta(const QString &horaFin);
+    void RellenaHasta(const QString &horaFin, const TLineasVistas &vistas);
     void AvisaSiFallo(const QString &que);
 
     TClassAgendaN *m_motor = nullptr;

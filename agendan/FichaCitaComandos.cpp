@@ -8,6 +8,7 @@
 #include "dbcontrols/DataSource.h"
 #include "dbcontrols/MaskEdit.h"
 
+#include <QtCore/QHash>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QPushButton>
 
@@ -15,6 +16,38 @@
 #include <utility>
 
 using dataset::DataSet;
+
+/// Which lines an appointment may be written over: those that still are as its clerk has seen them, and of
+/// days that he does not see the empty ones.
+class TLineasVistas
+{
+public:
+    explicit TLineasVistas(const DataSet &tabla)
+        : m_hayDia(tabla.hasRange())
+    {
+        if (!m_hayDia)
+            return; // no sheet is shown, and the whole table is too much to look at
+        for (const dataset::Bookmark linea : tabla.rows())
+            m_vistas.insert(linea, tabla.seen(linea));
+    }
+    /// @throws dataset::EDatabaseError, kind conflict, when the current line is not to be written over.
+    void Comprueba(DataSet &tabla) const
+    {
+        if (const auto vista = m_vistas.constFind(tabla.bookmark()); vista != m_vistas.cend()) {
+            tabla.goToSeen(*vista);
+            return;
+        }
+        for (const QStringView campo : {u"CONCEPTO", u"INTERESADO"}) {
+            if (m_hayDia && !tabla.field(campo).asText().trimmed().isEmpty())
+                throw dataset::EDatabaseError(QStringLiteral("Hay otra cita que no estaba a la vista"),
+                                              dbase::ErrorKind::conflict);
+        }
+    }
+
+private:
+    bool m_hayDia;
+    QHash<dataset::Bookmark, dataset::SeenRecord> m_vistas;
+};
 
 namespace
 {
@@ -196,6 +229,7 @@ void TFFichaCitas::Acepta()
 {
     DataSet &tabla = Tabla();
     static_cast<void>(m_motor->TomaError());
+    const TLineasVistas vistas(tabla); // storing the line takes in what others have written
     m_borrador.Guarda(tabla);
     const bool enSuLinea =
         !m_borrador.EnEspera() || m_borrador.Recupera(*m_motor) == TBorradorCita::TLugar::suLinea;
@@ -210,7 +244,7 @@ void TFFichaCitas::Acepta()
     } const reposo{*this};
     const QString horaFin = MEHoraFin->text();
     if (!MEHoraFin->isHidden() && horaFin.trimmed() != u":")
-        RellenaHasta(horaFin);
+        RellenaHasta(horaFin, vistas);
 }
 
 void TFFichaCitas::RecuperaLoTecleado()
@@ -239,14 +273,16 @@ void TFFichaCitas::RecuperaLoTecleado()
 }
 
 /// Copies the accepted line, the current one, onto the lines of its day that follow up to an end time, and
-/// onto the line of that time, which is added where there is none.
+/// onto the line of that time, which is added where there is none. Lines that are not to be written over are
+/// named.
 /// @throws dataset::EConvertError for an end time that is none.
-void TFFichaCitas::RellenaHasta(const QString &horaFin)
+void TFFichaCitas::RellenaHasta(const QString &horaFin, const TLineasVistas &vistas)
 {
     // Said before the first line, also where no line follows that it would be compared with.
     static_cast<void>(CompararHoras(horaFin, QStringLiteral("00:00")));
     DataSet &tabla = Tabla();
     QStringList sinRellenar;
+    QString causa;
     {
         const dataset::ControlsGuard sinAvisos(tabla);
         const QDate fecha = tabla.field(u"FECHA").asDate();
@@ -256,12 +292,21 @@ void TFFichaCitas::RellenaHasta(const QString &horaFin)
             if (!preparada || !EscribeYAcepta(*m_motor, datos))
                 sinRellenar << hora;
         };
+        const auto modifica = [&] {
+            try {
+                vistas.Comprueba(tabla);
+            } catch (const dataset::EDatabaseError &error) {
+                causa = error.text();
+                return false;
+            }
+            return m_motor->Modificar();
+        };
         tabla.next();
         while (!tabla.eof() && CompararHoras(horaFin, tabla.field(u"HORA").asText()) == 1 &&
                tabla.field(u"FECHA").asDate() == fecha) {
             const dataset::Bookmark linea = tabla.bookmark();
             const QString hora = tabla.field(u"HORA").asText();
-            rellena(m_motor->Modificar(), hora);
+            rellena(modifica(), hora);
             // A line that another workstation has just deleted has made room for the one behind it already.
             if (tabla.bookmark() == linea)
                 tabla.next();
@@ -269,10 +314,12 @@ void TFFichaCitas::RellenaHasta(const QString &horaFin)
         // Deliberate: only the time and the end of the table count here, not the day. In a table that is not
         // restricted to a day this may be the first line of the next one.
         const bool hayLinea = !tabla.eof() && tabla.field(u"HORA").asText() == horaFin;
-        rellena(hayLinea ? m_motor->Modificar() : m_motor->Anadir(fecha, horaFin), horaFin);
+        rellena(hayLinea ? modifica() : m_motor->Anadir(fecha, horaFin), horaFin);
     }
+    if (const QString delMotor = m_motor->TomaError(); !delMotor.isEmpty())
+        causa = delMotor;
     if (!sinRellenar.isEmpty())
         AvisaDeError(
             QStringLiteral("La cita se ha guardado, pero no se han podido rellenar estas horas: %1.\n%2")
-                .arg(sinRellenar.join(QStringLiteral(", ")), m_motor->TomaError()));
+                .arg(sinRellenar.join(QStringLiteral(", ")), causa));
 }
