@@ -29,9 +29,13 @@ QStringList TextosDe(const QString &concepto)
     return todos;
 }
 
+/// @param fecha  as it stands in the field; a year of two digits is one of this century.
 QString Clave(const QString &fecha)
 {
-    return QDate::fromString(fecha, QStringLiteral("dd/MM/yyyy")).toString(QStringLiteral("yyyyMMdd"));
+    QDate dia = QDate::fromString(fecha, QStringLiteral("dd/MM/yyyy"));
+    if (!dia.isValid())
+        dia = QDate::fromString(fecha.trimmed(), QStringLiteral("dd/MM/yy")).addYears(100);
+    return dia.toString(QStringLiteral("yyyyMMdd"));
 }
 
 /// The command that a step is, by its place in Acciones; -1: none.
@@ -103,6 +107,8 @@ void TJuez::Antes(const TPaso &paso, const TRespuesta &ultima)
         orden = {};
         orden.Abierta = true;
         Empieza(orden, pantalla);
+        if (pantalla.FechaConFoco)
+            orden.FechaTecleada = Clave(pantalla.Fecha);
     }
     orden.Pasos << paso;
     orden.Percance |= paso.Percance != TPercance::ninguno;
@@ -126,9 +132,6 @@ TVeredicto TJuez::Despues(const TPaso &paso, const TRespuesta &ahora, const TCam
     const bool muerto = ahora.Estado == TEstado::muerto;
     orden.Avisos << ahora.Avisos;
     orden.Cambios << cambios;
-    const bool espera = ahora.Estado == TEstado::pregunta || ahora.Estado == TEstado::fecha;
-    if (espera && (orden.Edita || orden.Pantalla.FechaConFoco))
-        Empieza(orden, ahora.Pantalla); // what was being typed is stored, and the command works on the rest
     for (const TCambio &cambio : cambios) {
         if (auto fallo = cambio.Antes ? JuzgaCambio(orden, cambio) : JuzgaNueva(orden, cambio))
             return fallo;
@@ -138,6 +141,9 @@ TVeredicto TJuez::Despues(const TPaso &paso, const TRespuesta &ahora, const TCam
     }
     if (auto fallo = JuzgaHojas(ahora, tranquilo))
         return fallo;
+    const bool espera = ahora.Estado == TEstado::pregunta || ahora.Estado == TEstado::fecha;
+    if (espera && (orden.Edita || orden.Pantalla.FechaConFoco))
+        Empieza(orden, ahora.Pantalla); // what was being typed is stored, and the command works on the rest
     const TPantalla &pantalla = ahora.Pantalla;
     if (ahora.Estado == TEstado::listo) {
         if (auto fallo = JuzgaPantalla(pantalla))
@@ -184,9 +190,10 @@ bool TJuez::VaPorDias(const TOrden &orden)
     return std::any_of(orden.Pasos.begin(), orden.Pasos.end(),
                        [](const TPaso &paso) {
                            const int accion = AccionDe(paso);
+                           // A page that goes with its focus may leave it in the date field for a moment.
                            return paso.Verbo == TVerbo::fecha || paso.Verbo == TVerbo::abre ||
-                                  accion == sincronizar || accion == anterior || accion == siguiente ||
-                                  accion == buscarDia;
+                                  paso.Verbo == TVerbo::pestana || accion == sincronizar ||
+                                  accion == anterior || accion == siguiente || accion == buscarDia;
                        }) ||
            orden.Pantalla.FechaConFoco;
 }
@@ -204,7 +211,7 @@ TVeredicto TJuez::JuzgaCambio(const TOrden &orden, const TCambio &cambio) const
     }
     if (orden.EnFicha && antes.SinTexto())
         return {}; // up to an end hour, perhaps on a day that is not on the screen: nothing is lost by that
-    if (orden.Pantalla.FechaConFoco && antes.Fecha == Clave(orden.Pantalla.Fecha))
+    if (!orden.FechaTecleada.isEmpty() && antes.Fecha == orden.FechaTecleada)
         return {}; // of the day that he has typed and not seen yet, which counts before a command
     const bool vista = std::any_of(vistas.begin(), vistas.end(), [&](const TLinea &una) {
         return una == antes || (antes.SinTexto() && una.SinTexto() && una.Fecha == antes.Fecha);
@@ -314,9 +321,9 @@ TVeredicto TJuez::JuzgaTextos(const TOrden &orden)
 {
     QMap<QString, int> saldo;
     for (const TCambio &cambio : orden.Cambios) {
-        for (const QString &texto : cambio.Antes ? TextosDe(cambio.Antes->Concepto) : QStringList())
+        for (const QString &texto : cambio.Antes ? TextosDe(cambio.Antes->EnTexto()) : QStringList())
             --saldo[texto];
-        for (const QString &texto : cambio.Despues ? TextosDe(cambio.Despues->Concepto) : QStringList())
+        for (const QString &texto : cambio.Despues ? TextosDe(cambio.Despues->EnTexto()) : QStringList())
             ++saldo[texto];
     }
     const bool mueve = Tiene(orden, mover);
@@ -335,7 +342,7 @@ TVeredicto TJuez::JuzgaTextos(const TOrden &orden)
 TVeredicto TJuez::JuzgaCuentas(const TOrden &orden, bool muerto)
 {
     const int accion = AccionDe(orden.Pasos.constFirst());
-    if (orden.Edita || orden.Pantalla.FechaConFoco || orden.Lineas.isEmpty())
+    if (orden.Edita || !orden.FechaTecleada.isEmpty() || orden.Lineas.isEmpty())
         return {};
     const auto cuenta = [&](auto &&cual) {
         return std::count_if(orden.Cambios.begin(), orden.Cambios.end(), cual);
@@ -381,7 +388,7 @@ TVeredicto TJuez::JuzgaPendiente(const TOrden &orden, bool muerto)
     for (const QString &texto : TextosDe(orden.Pendiente)) {
         const bool guardado =
             std::any_of(orden.Cambios.begin(), orden.Cambios.end(), [&](const TCambio &uno) {
-                return uno.Despues && uno.Despues->Concepto.contains(texto);
+                return uno.Despues && uno.Despues->EnTexto().contains(texto);
             });
         if (!guardado && orden.Escrito.contains(texto))
             return Fallo('e', QStringLiteral("lo escrito se ha perdido sin aviso: ") + texto);

@@ -46,8 +46,9 @@ private:
         QSet<QString> Escrito;
         QString Pendiente;
         QString Destino;
-        bool Edita = false;   ///< something was being typed at some time
-        bool EnFicha = false; ///< in the card
+        QString FechaTecleada; ///< and not left yet, when it was given
+        bool Edita = false;    ///< something was being typed at some time
+        bool EnFicha = false;  ///< in the card
         bool Cancelada = false;
         bool Negada = false;
         bool Percance = false;
