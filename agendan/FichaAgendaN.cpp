@@ -250,6 +250,8 @@ void TFFichaAgendaN::MEFechaExit()
     Servicios().Rvarias->DejaFocoControl(*MEFecha);
     if (m_cerrada || !m_motor)
         return; // the window has closed over a date that nobody has asked for
+    if (m_pestanaAnterior != Pestana())
+        return; // a page that goes passes its focus on, with the other notary's date still in the field
     QString fecha = MEFecha->text();
     m_fechaAtendida = true;
     if (QuitaCaracter(QuitaCaracter(fecha, QLatin1Char(' ')), QLatin1Char('/')).isEmpty())

@@ -229,7 +229,7 @@ bool DataSet::goToBookmark(Bookmark bookmark)
 {
     const Operation operation(*d);
     d->finishEditing();
-    if (!d->goTo(bookmark))
+    if (d->hasLeft(bookmark) || !d->goTo(bookmark))
         return false;
     d->bof = d->eof = false;
     return true;

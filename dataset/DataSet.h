@@ -90,7 +90,8 @@ public:
     [[nodiscard]] bool eof() const;
     [[nodiscard]] bool isEmpty() const; ///< no record in the range, or in the table when there is no range
     [[nodiscard]] Bookmark bookmark() const;
-    /// @return false, and the cursor where it was, when the record is gone.
+    /// @return false, and the cursor where it was, when the record is gone, or was among the rows and others
+    /// have moved it out of the range.
     bool goToBookmark(Bookmark bookmark);
     /// Goes to a line that is still as it was seen. @throws EDatabaseError, kind conflict, when the table
     /// holds something else: the cursor is on the line as it now is, or where it was when it has gone or left

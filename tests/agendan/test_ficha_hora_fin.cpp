@@ -208,6 +208,40 @@ TEST_F(HoraFinTest, ANewAppointmentOnAnotherDayFillsThatDayAndLeavesTheShownOne)
     }
 }
 
+TEST_F(HoraFinTest, WhatAColleagueHasWrittenMeanwhileIsNotWrittenOver)
+{
+    for (const char *hora : {"09:00", "09:30", "10:00", "10:30"})
+        linea(Lunes, hora);
+    oficina.Mensaje.espera(
+        {"La cita se ha guardado, pero no se han podido rellenar estas horas: 09:30, 10:30.\n"
+         "Otro puesto ha cambiado la línea mientras tanto",
+         " ATENCIÓN:"});
+    enFicha(TOperacion::modificar, [&] {
+        const auto otro = oficina.agenda(1);
+        for (otro->first(); !otro->eof(); otro->next()) {
+            if (!otro->field(u"HORA").asText().endsWith("30"))
+                continue;
+            otro->edit();
+            otro->field(u"CONCEPTO").setText("Boda");
+            otro->post();
+        }
+        rellena("10:30");
+    });
+    EXPECT_EQ(dia(Lunes), QStringList({"09:00 Firma", "09:30 Boda", "10:00 Firma", "10:30 Boda"}));
+}
+
+TEST_F(HoraFinTest, OnADayThatIsNotShownOnlyEmptyLinesAreFilled)
+{
+    linea(Lunes, "09:00");
+    linea(Martes, "09:30", "Boda");
+    linea(Martes, "10:00");
+    oficina.Mensaje.espera({"La cita se ha guardado, pero no se han podido rellenar estas horas: 09:30.\n"
+                            "Hay otra cita que no estaba a la vista",
+                            " ATENCIÓN:"});
+    citaHasta("10:00", "17/11/2026");
+    EXPECT_EQ(dia(Martes), QStringList({"09:00 Firma", "09:30 Boda", "10:00 Firma"}));
+}
+
 TEST_F(HoraFinTest, FromAShownDayWithoutLinesAnotherDayIsFilledToo)
 {
     for (const char *hora : {"09:00", "09:30", "10:00"})

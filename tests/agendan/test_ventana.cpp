@@ -166,6 +166,28 @@ TEST_F(VentanaTest, ADateLeftForAnotherTabCounts)
     });
 }
 
+// The focus passes through the date field when a page goes, with the other tab's date still in it.
+TEST_F(VentanaTest, ATabComesBackWithItsOwnDay)
+{
+    oficina.linea(1, Lunes, "09:00");
+    oficina.linea(1, Lunes.addDays(1), "10:00");
+    oficina.linea(2, Lunes, "11:00");
+    enVentana([&] {
+        if (accion("ASincronizarDia").isChecked())
+            comando("ASincronizarDia");
+        comando("ADiaSiguiente");
+        for (const int vuelta : {1, 2}) {
+            SCOPED_TRACE(vuelta);
+            pestanas().setCurrentIndex(1);
+            QCoreApplication::processEvents();
+            EXPECT_EQ(fecha().text() + ' ' + celda(0, 0), "16/11/2026 11:00");
+            pestanas().setCurrentIndex(0);
+            QCoreApplication::processEvents();
+            EXPECT_EQ(fecha().text() + ' ' + celda(0, 0), "17/11/2026 10:00");
+        }
+    });
+}
+
 TEST_F(VentanaTest, FindsADayThatIsAskedFor)
 {
     oficina.linea(1, Lunes, "09:00");

@@ -287,6 +287,12 @@ TEST_F(CitasTest, ALineMovedElsewhereIsNotUnderTheKeysAnyMore)
         tecla(Qt::Key_Delete);
         compruebaSitio("12:00");
         EXPECT_EQ(oficina.dia(1, Jueves), (QStringList{"10:00 10:00 N", "11:00 11:00 N"}));
+        // Nor does a click bring it there while it still stands in the grid.
+        ASSERT_EQ(celda(0, 0), "09:00");
+        alJueves("09:00");
+        pulsa(0);
+        compruebaSitio("12:00");
+        EXPECT_EQ(rejilla().model()->rowCount(), 1);
     });
 }
 

@@ -1,0 +1,193 @@
+#include "tests/simulacion/Azar.h"
+
+#include "tests/simulacion/Vocabulario.h"
+
+namespace simulacion
+{
+
+quint64 TAzar::Siguiente()
+{
+    m_estado += 0x9E3779B97F4A7C15ULL;
+    quint64 z = m_estado;
+    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ULL;
+    z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
+    return z ^ (z >> 31);
+}
+
+int TAzar::Hasta(int limite)
+{
+    return static_cast<int>(Siguiente() % static_cast<quint64>(limite));
+}
+
+int TGuion::Elige(TPesos pesos)
+{
+    int total = 0;
+    for (const auto &[que, peso] : pesos)
+        total += peso;
+    int tirada = m_azar.Hasta(total);
+    for (const auto &[que, peso] : pesos) {
+        if ((tirada -= peso) < 0)
+            return que;
+    }
+    return pesos.begin()->first;
+}
+
+TPaso TGuion::Siguiente(const QList<TRespuesta> &puestos, int numero, bool bloqueado)
+{
+    if (m_azar.UnaDe(bloqueado ? 6 : 7))
+        return DelOtro(numero, bloqueado);
+    TPaso paso;
+    paso.Puesto = static_cast<quint8>(m_azar.Hasta(static_cast<int>(puestos.size())));
+    const TRespuesta &puesto = puestos.at(paso.Puesto);
+    switch (puesto.Estado) {
+    case TEstado::muerto:
+    case TEstado::cerrado:
+        paso.Verbo = TVerbo::abre;
+        return paso;
+    case TEstado::enLlamada:
+        paso.Verbo = m_azar.UnaDe(25) ? TVerbo::mata : TVerbo::sigue;
+        return paso;
+    case TEstado::pregunta:
+    case TEstado::vista:
+        paso.Verbo = m_azar.UnaDe(5) ? TVerbo::tic : TVerbo::responde;
+        paso.A = m_azar.Hasta(4) > 0 ? 1 : 0;
+        break;
+    case TEstado::fecha:
+        paso.Verbo = m_azar.UnaDe(5) ? TVerbo::tic : TVerbo::eligeDia;
+        paso.A = m_azar.UnaDe(6) ? -1 : m_azar.Hasta(Dias);
+        break;
+    case TEstado::listo:
+        if (m_azar.UnaDe(400)) {
+            paso.Verbo = TVerbo::mata;
+            return paso;
+        }
+        if (puesto.Pantalla.Ficha)
+            EnFicha(paso, puesto.Pantalla, numero);
+        else
+            EnVentana(paso, puesto.Pantalla, numero);
+        break;
+    }
+    Percance(paso);
+    return paso;
+}
+
+void TGuion::Percance(TPaso &paso)
+{
+    if (!m_azar.UnaDe(20))
+        return;
+    paso.Percance = static_cast<TPercance>(Elige({{static_cast<int>(TPercance::lenta), 5},
+                                                  {static_cast<int>(TPercance::falla), 3},
+                                                  {static_cast<int>(TPercance::muere), 1}}));
+    paso.Llamada = 1 + m_azar.Hasta(m_azar.UnaDe(2) ? 8 : 60);
+    if (paso.Verbo != TVerbo::campo)
+        paso.C = m_azar.Hasta(5);
+}
+
+TPaso TGuion::DelOtro(int numero, bool bloqueado)
+{
+    TPaso paso;
+    paso.A = m_azar.Hasta(Notarios);
+    paso.B = m_azar.Hasta(1000);
+    if (bloqueado) {
+        paso.Verbo = TVerbo::suelta;
+        return paso;
+    }
+    paso.Verbo = static_cast<TVerbo>(Elige({{static_cast<int>(TVerbo::otroCambia), 10},
+                                            {static_cast<int>(TVerbo::otroMueve), 7},
+                                            {static_cast<int>(TVerbo::otraHora), 4},
+                                            {static_cast<int>(TVerbo::otroBorra), 4},
+                                            {static_cast<int>(TVerbo::otroAnade), 3},
+                                            {static_cast<int>(TVerbo::bloqueaTabla), 1},
+                                            {static_cast<int>(TVerbo::bloqueaLinea), 2}}));
+    paso.C = paso.Verbo == TVerbo::otroMueve || paso.Verbo == TVerbo::otraHora ? m_azar.Hasta(6) : numero;
+    return paso;
+}
+
+void TGuion::EnVentana(TPaso &paso, const TPantalla &pantalla, int numero)
+{
+    const int filas = qMax(1, static_cast<int>(pantalla.Filas.size()));
+    paso.Verbo = static_cast<TVerbo>(Elige({{static_cast<int>(TVerbo::tecla), 24},
+                                            {static_cast<int>(TVerbo::texto), 14},
+                                            {static_cast<int>(TVerbo::accion), 30},
+                                            {static_cast<int>(TVerbo::clic), 16},
+                                            {static_cast<int>(TVerbo::pestana), 5},
+                                            {static_cast<int>(TVerbo::fecha), 6},
+                                            {static_cast<int>(TVerbo::memo), 3},
+                                            {static_cast<int>(TVerbo::tic), 10}}));
+    switch (paso.Verbo) {
+    case TVerbo::tecla:
+        paso.A = pantalla.Editando ? Elige({{intro, 8}, {arriba, 2}, {abajo, 2}, {escape, 1}, {tabulador, 1}})
+                                   : Elige({{arriba, 6},
+                                            {abajo, 8},
+                                            {intro, 3},
+                                            {escape, pantalla.Editor ? 2 : 0},
+                                            {tabulador, 2},
+                                            {suprimir, 4},
+                                            {insertar, 3},
+                                            {espacio, 4},
+                                            {borraTexto, 1},
+                                            {cifra, 2}});
+        break;
+    case TVerbo::accion:
+        paso.A = Elige({{nuevo, 4},
+                        {modificar, 5},
+                        {detalles, 2},
+                        {borrar, 7},
+                        {salida, 4},
+                        {ausente, 1},
+                        {sincronizar, 2},
+                        {anterior, 3},
+                        {siguiente, 3},
+                        {buscarDia, 3},
+                        {copiar, 4},
+                        {mover, 8},
+                        {imprimirDia, 2},
+                        {imprimirSemana, 1}});
+        break;
+    case TVerbo::clic:
+        paso.A = m_azar.Hasta(filas);
+        paso.B = m_azar.Hasta(2);
+        break;
+    case TVerbo::pestana:
+        paso.A = m_azar.Hasta(Notarios);
+        break;
+    case TVerbo::fecha:
+        paso.A = m_azar.Hasta(Dias);
+        paso.B = Elige({{entera, 8}, {aMedias, 1}, {trasBorrarTodo, 2}, {sinSalir, 2}});
+        break;
+    default:
+        paso.A = numero;
+        break;
+    }
+}
+
+void TGuion::EnFicha(TPaso &paso, const TPantalla &pantalla, int numero)
+{
+    if (!pantalla.FichaEditando) {
+        paso.Verbo = static_cast<TVerbo>(Elige({{static_cast<int>(TVerbo::boton), 6},
+                                                {static_cast<int>(TVerbo::tecla), 3},
+                                                {static_cast<int>(TVerbo::tic), 1}}));
+        paso.A = paso.Verbo == TVerbo::boton
+                     ? Elige({{salir, 5}, {modificarFicha, 2}, {borrarFicha, 1}, {nuevoFicha, 1}})
+                     : Elige({{escape, 4}, {espacio, 2}, {suprimir, 1}, {insertar, 1}});
+        return;
+    }
+    paso.Verbo = static_cast<TVerbo>(Elige({{static_cast<int>(TVerbo::campo), 8},
+                                            {static_cast<int>(TVerbo::boton), 5},
+                                            {static_cast<int>(TVerbo::tecla), 2},
+                                            {static_cast<int>(TVerbo::tic), 1}}));
+    switch (paso.Verbo) {
+    case TVerbo::campo:
+        paso.A = Elige({{enConcepto, 6}, {enHora, 2}, {enHoraFin, 4}, {enFecha, 2}, {enInteresado, 2}});
+        paso.B = paso.A == enConcepto ? numero : m_azar.Hasta(6);
+        break;
+    case TVerbo::boton:
+        paso.A = Elige({{aceptar, 6}, {cancelar, 1}});
+        break;
+    default:
+        paso.A = Elige({{intro, 3}, {tabulador, 3}, {escape, 1}, {borraTexto, 1}, {cifra, 1}});
+        break;
+    }
+}
+
+} // namespace simulacion

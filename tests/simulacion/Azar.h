@@ -1,0 +1,50 @@
+#pragma once
+
+#include "tests/simulacion/Mensajes.h"
+
+#include <initializer_list>
+#include <utility>
+
+namespace simulacion
+{
+
+/// Chance that is the same on every machine.
+class TAzar
+{
+public:
+    explicit TAzar(quint64 semilla)
+        : m_estado(semilla)
+    {
+    }
+    /// 0 to limite - 1.
+    int Hasta(int limite);
+    bool UnaDe(int veces) { return Hasta(veces) == 0; }
+
+private:
+    quint64 Siguiente();
+    quint64 m_estado;
+};
+
+/// Chooses what happens next: mostly what makes sense on the screens as they are.
+class TGuion
+{
+public:
+    explicit TGuion(TAzar &azar)
+        : m_azar(azar)
+    {
+    }
+    /// @param puestos  what each workstation said last. @param numero  of the step, for texts of its own.
+    /// @param bloqueado  the other program keeps a lock.
+    TPaso Siguiente(const QList<TRespuesta> &puestos, int numero, bool bloqueado);
+
+private:
+    using TPesos = std::initializer_list<std::pair<int, int>>;
+    int Elige(TPesos pesos); ///< first: what, second: how often
+    TPaso DelOtro(int numero, bool bloqueado);
+    void EnVentana(TPaso &paso, const TPantalla &pantalla, int numero);
+    void EnFicha(TPaso &paso, const TPantalla &pantalla, int numero);
+    void Percance(TPaso &paso);
+    TAzar &m_azar;
+};
+
+} // namespace simulacion

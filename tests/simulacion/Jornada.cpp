@@ -1,0 +1,275 @@
+#include "tests/simulacion/Jornada.h"
+
+#include "tests/simulacion/Oficina.h"
+#include "tests/simulacion/Palabras.h"
+#include "tests/simulacion/Vocabulario.h"
+
+#include <algorithm>
+
+namespace simulacion
+{
+
+namespace
+{
+
+constexpr int PasosParaCerrar = 40; ///< of one workstation; boxes, card and window do not need more
+
+void Mezcla(quint64 &huella, const QString &texto)
+{
+    for (const QChar letra : texto)
+        huella = (huella ^ letra.unicode()) * 0x100000001B3ULL;
+}
+
+} // namespace
+
+void TCifras::Suma(const TCifras &otra)
+{
+    Pasos += otra.Pasos;
+    Ordenes += otra.Ordenes;
+    Conflictos += otra.Conflictos;
+    Negativas += otra.Negativas;
+    Muertes += otra.Muertes;
+    Huella = Huella * 31 + otra.Huella;
+}
+
+TJornada::TJornada(int puestos)
+    : m_carpeta(HazOficina())
+{
+    const QString carpeta = QString::fromStdString(m_carpeta.string());
+    for (int notario = 1; notario <= Notarios; ++notario)
+        m_tablas.push_back(std::make_unique<TTablaCruda>(
+            carpeta + QStringLiteral("/NOTARIO%1/AGENDA_N.DBF").arg(notario), notario));
+    m_otro = std::make_unique<TOtroPrograma>(carpeta, m_tablas);
+    m_juez = std::make_unique<TJuez>(m_tablas, puestos);
+    for (int puesto = 0; puesto < puestos; ++puesto)
+        m_puestos.push_back(std::make_unique<TProceso>(carpeta));
+}
+
+TJornada::~TJornada()
+{
+    m_puestos.clear();
+    m_otro.reset();
+    std::error_code nada;
+    std::filesystem::remove_all(m_carpeta, nada);
+}
+
+TResultado TJornada::Corre(quint64 semilla, int pasos, int puestos)
+{
+    TJornada jornada(puestos);
+    TAzar azar(semilla);
+    TGuion guion(azar);
+    TResultado resultado;
+    resultado.Fallo = jornada.Abre();
+    for (int i = 0; i < pasos && !resultado.Fallo; ++i) {
+        resultado.Pasos << guion.Siguiente(jornada.Ultimas(), i, jornada.m_otro->Bloquea());
+        resultado.Fallo = jornada.Haz(resultado.Pasos.constLast());
+    }
+    if (!resultado.Fallo)
+        resultado.Fallo = jornada.Cierra();
+    resultado.Cifras = jornada.m_cifras;
+    return resultado;
+}
+
+TResultado TJornada::Repite(const TPasos &pasos, int puestos, QStringList *relato)
+{
+    TJornada jornada(puestos);
+    jornada.m_relato = relato;
+    TResultado resultado;
+    resultado.Fallo = jornada.Abre();
+    for (const TPaso &paso : pasos) {
+        if (resultado.Fallo)
+            break;
+        resultado.Pasos << paso;
+        if (relato)
+            *relato << EnPalabras(paso);
+        resultado.Fallo = jornada.Haz(paso);
+    }
+    if (!resultado.Fallo)
+        resultado.Fallo = jornada.Cierra();
+    resultado.Cifras = jornada.m_cifras;
+    return resultado;
+}
+
+QList<TRespuesta> TJornada::Ultimas() const
+{
+    QList<TRespuesta> ultimas;
+    for (const auto &puesto : m_puestos)
+        ultimas << puesto->Ultima();
+    return ultimas;
+}
+
+bool TJornada::AlguienEnLlamada() const
+{
+    return std::any_of(m_puestos.begin(), m_puestos.end(),
+                       [](const auto &puesto) { return puesto->Ultima().Estado == TEstado::enLlamada; });
+}
+
+TCambios TJornada::LeeTablas()
+{
+    TCambios cambios;
+    for (const auto &tabla : m_tablas)
+        cambios << tabla->Lee();
+    return cambios;
+}
+
+void TJornada::Anota(const TRespuesta &respuesta, const TCambios &cambios)
+{
+    if (m_relato)
+        Relata(respuesta, cambios);
+    quint64 &huella = m_cifras.Huella;
+    Mezcla(huella, QString::number(static_cast<int>(respuesta.Estado)) + respuesta.Pregunta +
+                       respuesta.Pantalla.Fecha + respuesta.Pantalla.Pendiente);
+    for (const TFila &fila : respuesta.Pantalla.Filas)
+        Mezcla(huella, QString::number(fila.Marca) + fila.Linea.EnTexto());
+    for (const TCambio &cambio : cambios)
+        Mezcla(huella, QString::number(cambio.Marca) + (cambio.Despues ? cambio.Despues->EnTexto() : "-"));
+    for (const QString &aviso : respuesta.Avisos) {
+        m_cifras.Conflictos += aviso.contains(QLatin1String("otro puesto"), Qt::CaseInsensitive) ? 1 : 0;
+        m_cifras.Negativas += aviso.contains(QLatin1String("No se ha podido")) ? 1 : 0;
+    }
+}
+
+void TJornada::Relata(const TRespuesta &respuesta, const TCambios &cambios) const
+{
+    static const QStringList estados{
+        "a la espera", "pregunta", "pide una fecha", "vista previa", "en mitad de una llamada",
+        "cerrado",     "muerto"};
+    const TPantalla &pantalla = respuesta.Pantalla;
+    QStringList &relato = *m_relato;
+    relato << QStringLiteral("    %1 %2 [%3] %4%5%6")
+                  .arg(estados.at(static_cast<int>(respuesta.Estado)), respuesta.Pregunta, pantalla.Fecha,
+                       pantalla.Ficha ? QStringLiteral("ficha ") : QString(),
+                       pantalla.Editando ? QStringLiteral("editando ") : QString(), pantalla.Pendiente);
+    for (const QString &aviso : respuesta.Avisos)
+        relato << QStringLiteral("    aviso: ") + QString(aviso).replace(u'\n', u' ');
+    for (const TFila &fila : pantalla.Filas)
+        relato << QStringLiteral("      %1 %2 %3")
+                      .arg(fila.Marca == pantalla.Actual ? QLatin1String(">") : QLatin1String(" "))
+                      .arg(fila.Marca)
+                      .arg(fila.Linea.EnTexto());
+    for (const TCambio &cambio : cambios)
+        relato << QStringLiteral("    tabla: ") + EnPalabras(cambio);
+}
+
+TVeredicto TJornada::Abre()
+{
+    LeeTablas();
+    for (std::size_t puesto = 0; puesto < m_puestos.size(); ++puesto) {
+        TPaso paso;
+        paso.Puesto = static_cast<quint8>(puesto);
+        paso.Verbo = TVerbo::abre;
+        if (auto fallo = HazEnPuesto(paso))
+            return fallo;
+    }
+    return {};
+}
+
+TVeredicto TJornada::Haz(TPaso paso)
+{
+    ++m_cifras.Pasos;
+    if (paso.Verbo >= TVerbo::otroCambia) {
+        // Who is stopped in the middle of writing has files half written, which nobody else may judge.
+        m_otro->Haz(paso);
+        Anota({}, LeeTablas());
+        return {};
+    }
+    if (AlguienEnLlamada())
+        paso.Percance = TPercance::ninguno; // one mishap at a time
+    return HazEnPuesto(paso);
+}
+
+TVeredicto TJornada::HazEnPuesto(const TPaso &paso)
+{
+    TProceso &puesto = *m_puestos.at(paso.Puesto);
+    const TEstado antes = puesto.Ultima().Estado;
+    const bool dormido = antes == TEstado::muerto || antes == TEstado::cerrado;
+    if (dormido != (paso.Verbo == TVerbo::abre) && !(antes == TEstado::cerrado && paso.Verbo == TVerbo::mata))
+        return {}; // means nothing here
+    if ((antes == TEstado::enLlamada) != (paso.Verbo == TVerbo::sigue) && paso.Verbo != TVerbo::mata)
+        return {};
+    m_cifras.Ordenes += antes == TEstado::listo && paso.Verbo != TVerbo::tic ? 1 : 0;
+    m_juez->Antes(paso, puesto.Ultima());
+    if (paso.Verbo == TVerbo::mata)
+        puesto.Mata();
+    else if (antes == TEstado::muerto)
+        puesto.Arranca();
+    else
+        puesto.Da(paso);
+    if (!puesto.Averia().isEmpty())
+        return TFallo{u'f', QStringLiteral("el puesto %1 %2").arg(paso.Puesto + 1).arg(puesto.Averia())};
+    if (puesto.Ultima().Estado == TEstado::muerto) {
+        ++m_cifras.Muertes;
+        m_otro->Sana();
+    }
+    const TCambios cambios = LeeTablas();
+    Anota(puesto.Ultima(), cambios);
+    const bool tranquilo = !m_otro->Bloquea() && !AlguienEnLlamada() && paso.Percance == TPercance::ninguno;
+    return m_juez->Despues(paso, puesto.Ultima(), cambios, tranquilo);
+}
+
+/// The day ends: what is open is closed as a clerk would, and every screen is right once more before.
+TVeredicto TJornada::Cierra()
+{
+    m_otro->Suelta();
+    for (std::size_t vuelta = 0; vuelta < 2 * m_puestos.size(); ++vuelta) {
+        // First those in mid-call, so that nobody is in the way of the others.
+        const auto puesto = static_cast<quint8>(vuelta % m_puestos.size());
+        const bool soloLlamadas = vuelta < m_puestos.size();
+        TPaso sigue;
+        sigue.Puesto = puesto;
+        sigue.Verbo = TVerbo::sigue;
+        while (soloLlamadas && m_puestos[puesto]->Ultima().Estado == TEstado::enLlamada) {
+            if (auto fallo = HazEnPuesto(sigue))
+                return fallo;
+        }
+        if (!soloLlamadas)
+            if (auto fallo = CierraPuesto(puesto))
+                return fallo;
+    }
+    return {};
+}
+
+TVeredicto TJornada::CierraPuesto(quint8 puesto)
+{
+    bool refrescado = false;
+    for (int i = 0; i < PasosParaCerrar; ++i) {
+        const TRespuesta &ultima = m_puestos[puesto]->Ultima();
+        TPaso paso;
+        paso.Puesto = puesto;
+        switch (ultima.Estado) {
+        case TEstado::muerto:
+        case TEstado::cerrado:
+            return {};
+        case TEstado::pregunta:
+        case TEstado::vista:
+            paso.Verbo = TVerbo::responde;
+            paso.A = 1;
+            break;
+        case TEstado::fecha:
+            paso.Verbo = TVerbo::eligeDia;
+            paso.A = -1;
+            break;
+        case TEstado::enLlamada:
+            paso.Verbo = TVerbo::sigue;
+            break;
+        case TEstado::listo:
+            paso.Verbo = TVerbo::tecla;
+            paso.A = escape;
+            if (!refrescado && !ultima.Pantalla.Ficha && !ultima.Pantalla.Editando) {
+                paso.Verbo = TVerbo::tic;
+                refrescado = true;
+            }
+            break;
+        }
+        if (auto fallo = HazEnPuesto(paso))
+            return fallo;
+    }
+    return TFallo{u'f', QStringLiteral("el puesto %1 no se deja cerrar").arg(puesto + 1)};
+}
+
+void PreparaProcesos()
+{
+    TProceso{QString()};
+}
+
+} // namespace simulacion

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "tests/simulacion/Azar.h"
+#include "tests/simulacion/Juez.h"
+#include "tests/simulacion/OtroPrograma.h"
+#include "tests/simulacion/Proceso.h"
+
+#include <filesystem>
+
+namespace simulacion
+{
+
+/// What a run has come to.
+struct TCifras {
+    qint64 Pasos = 0;
+    qint64 Ordenes = 0;
+    qint64 Conflictos = 0; ///< told that another workstation has changed something
+    qint64 Negativas = 0;  ///< told that something could not be done
+    qint64 Muertes = 0;
+    quint64 Huella = 0; ///< of everything that was done, said and stored
+    void Suma(const TCifras &otra);
+};
+
+struct TResultado {
+    TVeredicto Fallo;
+    TPasos Pasos; ///< up to the failure
+    TCifras Cifras;
+};
+
+/// A day at the office, from its opening to its end: tables of its own, workstations, another program, and
+/// the judge beside them.
+class TJornada
+{
+public:
+    /// @param puestos  how many workstations.
+    explicit TJornada(int puestos);
+    ~TJornada();
+    TJornada(const TJornada &) = delete;
+    TJornada &operator=(const TJornada &) = delete;
+
+    /// A day by chance. @param pasos  how many steps.
+    static TResultado Corre(quint64 semilla, int pasos, int puestos);
+    /// The same steps again; those that mean nothing any more do nothing.
+    /// @param relato  takes what each step met, in words; may be null.
+    static TResultado Repite(const TPasos &pasos, int puestos, QStringList *relato = nullptr);
+
+private:
+    TVeredicto Abre();
+    TVeredicto Haz(TPaso paso);
+    TVeredicto HazEnPuesto(const TPaso &paso);
+    TVeredicto Cierra();
+    TVeredicto CierraPuesto(quint8 puesto);
+    TCambios LeeTablas();
+    void Anota(const TRespuesta &respuesta, const TCambios &cambios);
+    void Relata(const TRespuesta &respuesta, const TCambios &cambios) const;
+    [[nodiscard]] bool AlguienEnLlamada() const;
+    [[nodiscard]] QList<TRespuesta> Ultimas() const;
+
+    std::filesystem::path m_carpeta;
+    std::vector<std::unique_ptr<TTablaCruda>> m_tablas;
+    std::unique_ptr<TOtroPrograma> m_otro;
+    std::vector<std::unique_ptr<TProceso>> m_puestos;
+    std::unique_ptr<TJuez> m_juez;
+    TCifras m_cifras;
+    QStringList *m_relato = nullptr;
+};
+
+/// The scheduler's process is ready to begin workstations; to be called before it opens a file.
+void PreparaProcesos();
+
+} // namespace simulacion

@@ -1,0 +1,399 @@
+#include "tests/simulacion/Juez.h"
+
+#include "tests/simulacion/Palabras.h"
+#include "tests/simulacion/Vocabulario.h"
+
+#include <QtCore/QRegularExpression>
+
+#include <algorithm>
+
+namespace simulacion
+{
+
+namespace
+{
+
+constexpr int AnchoConcepto = 254;
+
+quint64 Clave(int notario, quint32 marca)
+{
+    return (static_cast<quint64>(notario) << 32) | marca;
+}
+
+QStringList TextosDe(const QString &concepto)
+{
+    static const QRegularExpression texto(QStringLiteral("T\\d+\\."));
+    QStringList todos;
+    for (auto i = texto.globalMatch(concepto); i.hasNext();)
+        todos << i.next().captured();
+    return todos;
+}
+
+/// @param fecha  as it stands in the field; a year of two digits is one of this century.
+QString Clave(const QString &fecha)
+{
+    QDate dia = QDate::fromString(fecha, QStringLiteral("dd/MM/yyyy"));
+    if (!dia.isValid())
+        dia = QDate::fromString(fecha.trimmed(), QStringLiteral("dd/MM/yy")).addYears(100);
+    return dia.toString(QStringLiteral("yyyyMMdd"));
+}
+
+/// The command that a step is, by its place in Acciones; -1: none.
+int AccionDe(const TPaso &paso)
+{
+    if (paso.Verbo == TVerbo::accion)
+        return paso.A;
+    if (paso.Verbo == TVerbo::boton)
+        return paso.A == borrarFicha ? borrar : paso.A == nuevoFicha ? nuevo : -1;
+    if (paso.Verbo == TVerbo::tecla)
+        return paso.A == suprimir ? borrar : paso.A == insertar ? nuevo : paso.A == espacio ? modificar : -1;
+    return -1;
+}
+
+TFallo Fallo(char regla, const QString &que)
+{
+    return {QLatin1Char(regla), que};
+}
+
+/// How many lines a message names as not done.
+int Nombradas(const QStringList &avisos)
+{
+    static const QRegularExpression hora(QStringLiteral("^\\d\\d:\\d\\d( |$)"),
+                                         QRegularExpression::MultilineOption);
+    int cuantas = 0;
+    for (const QString &aviso : avisos)
+        for (auto i = hora.globalMatch(aviso); i.hasNext(); i.next())
+            ++cuantas;
+    return cuantas;
+}
+
+} // namespace
+
+TJuez::TJuez(const std::vector<std::unique_ptr<TTablaCruda>> &tablas, int puestos)
+    : m_tablas(tablas)
+    , m_ordenes(puestos)
+{
+}
+
+/// What stands on a screen may be worked on from here on.
+void TJuez::Ensena(TOrden &orden, const TPantalla &pantalla, bool ficha)
+{
+    const auto anota = [&](quint32 marca, const TLinea &linea) {
+        QList<TLinea> &versiones = orden.Vistas[Clave(pantalla.Pestana + 1, marca)];
+        if (!versiones.contains(linea))
+            versiones << linea;
+    };
+    for (const TFila &fila : pantalla.Filas)
+        anota(fila.Marca, fila.Linea);
+    if (ficha && pantalla.Ficha)
+        anota(pantalla.EnFicha.Marca, pantalla.EnFicha.Linea);
+}
+
+/// A command is given on what a screen shows.
+void TJuez::Empieza(TOrden &orden, const TPantalla &pantalla)
+{
+    orden.Pantalla = pantalla;
+    orden.Lineas = pantalla.Seleccion;
+    if (orden.Lineas.size() < 2)
+        orden.Lineas = pantalla.Actual != 0 ? QList{pantalla.Actual} : QList<quint32>();
+    Ensena(orden, pantalla, true);
+}
+
+void TJuez::Antes(const TPaso &paso, const TRespuesta &ultima)
+{
+    TOrden &orden = m_ordenes[paso.Puesto];
+    const TPantalla &pantalla = ultima.Pantalla;
+    if (!orden.Abierta) {
+        orden = {};
+        orden.Abierta = true;
+        Empieza(orden, pantalla);
+        if (pantalla.FechaConFoco)
+            orden.FechaTecleada = Clave(pantalla.Fecha);
+    }
+    orden.Pasos << paso;
+    orden.Percance |= paso.Percance != TPercance::ninguno;
+    if (paso.Verbo == TVerbo::texto || paso.Verbo == TVerbo::memo)
+        orden.Escrito << Texto(paso.A);
+    if (paso.Verbo == TVerbo::campo && paso.A == enConcepto)
+        orden.Escrito << Texto(paso.B);
+    orden.Cancelada |= (paso.Verbo == TVerbo::tecla && paso.A == escape) ||
+                       (paso.Verbo == TVerbo::boton && paso.A == cancelar);
+    if (paso.Verbo == TVerbo::responde && ultima.Estado == TEstado::pregunta)
+        orden.Negada = paso.A != 1;
+    if (paso.Verbo == TVerbo::eligeDia && ultima.Estado == TEstado::fecha) {
+        orden.Negada = paso.A < 0;
+        orden.Destino = Dia(paso.A % Dias).toString(QStringLiteral("yyyyMMdd"));
+    }
+}
+
+TVeredicto TJuez::Despues(const TPaso &paso, const TRespuesta &ahora, const TCambios &cambios, bool tranquilo)
+{
+    TOrden &orden = m_ordenes[paso.Puesto];
+    const bool muerto = ahora.Estado == TEstado::muerto;
+    orden.Avisos << ahora.Avisos;
+    orden.Cambios << cambios;
+    for (const TCambio &cambio : cambios) {
+        if (auto fallo = cambio.Antes ? JuzgaCambio(orden, cambio) : JuzgaNueva(orden, cambio))
+            return fallo;
+        // What the clerk has just written he knows.
+        if (cambio.Despues)
+            orden.Vistas[Clave(cambio.Notario, cambio.Marca)] << *cambio.Despues;
+    }
+    if (auto fallo = JuzgaHojas(ahora, tranquilo))
+        return fallo;
+    const bool espera = ahora.Estado == TEstado::pregunta || ahora.Estado == TEstado::fecha;
+    if (espera && (orden.Edita || orden.Pantalla.FechaConFoco))
+        Empieza(orden, ahora.Pantalla); // what was being typed is stored, and the command works on the rest
+    const TPantalla &pantalla = ahora.Pantalla;
+    if (ahora.Estado == TEstado::listo) {
+        if (auto fallo = JuzgaPantalla(pantalla))
+            return fallo;
+        if (paso.Verbo == TVerbo::tic && tranquilo && ahora.Hecho)
+            if (auto fallo = AlDia(pantalla))
+                return fallo;
+    }
+    if (!muerto && ahora.Estado != TEstado::cerrado &&
+        (ahora.Estado != TEstado::listo || pantalla.Editando)) {
+        if (ahora.Estado != TEstado::listo)
+            return {};
+        // Being typed into: the line is locked, and the screen may show others afresh.
+        const bool nueva = pantalla.Ficha && !orden.EnFicha;
+        orden.Edita = true;
+        orden.EnFicha |= pantalla.FichaEditando;
+        Ensena(orden, pantalla, nueva);
+        if (!ahora.Avisos.isEmpty() || nueva) { // shown with what the table holds by now
+            const auto &lineas = m_tablas.at(static_cast<std::size_t>(pantalla.Pestana))->Lineas();
+            if (const auto linea = lineas.constFind(pantalla.Actual); linea != lineas.cend())
+                orden.Vistas[Clave(pantalla.Pestana + 1, pantalla.Actual)] << *linea;
+        }
+        orden.Pendiente = pantalla.Pendiente;
+        return {};
+    }
+    orden.Abierta = false;
+    TVeredicto fallo = JuzgaTextos(orden);
+    if (!fallo)
+        fallo = JuzgaCuentas(orden, muerto);
+    if (!fallo)
+        fallo = JuzgaPendiente(orden, muerto);
+    return fallo;
+}
+
+bool TJuez::Tiene(const TOrden &orden, int accion)
+{
+    return std::any_of(orden.Pasos.begin(), orden.Pasos.end(),
+                       [accion](const TPaso &paso) { return AccionDe(paso) == accion; });
+}
+
+/// Whether one of its steps may show another day, and so build sheets.
+bool TJuez::VaPorDias(const TOrden &orden)
+{
+    return std::any_of(orden.Pasos.begin(), orden.Pasos.end(),
+                       [](const TPaso &paso) {
+                           const int accion = AccionDe(paso);
+                           // A page that goes with its focus may leave it in the date field for a moment.
+                           return paso.Verbo == TVerbo::fecha || paso.Verbo == TVerbo::abre ||
+                                  paso.Verbo == TVerbo::pestana || accion == sincronizar ||
+                                  accion == anterior || accion == siguiente || accion == buscarDia;
+                       }) ||
+           orden.Pantalla.FechaConFoco;
+}
+
+/// Rule a: whoever changes or deletes a line has had it on his screen as it was.
+TVeredicto TJuez::JuzgaCambio(const TOrden &orden, const TCambio &cambio) const
+{
+    const TLinea &antes = *cambio.Antes;
+    const QList<TLinea> vistas = orden.Vistas.value(Clave(cambio.Notario, cambio.Marca));
+    if (Tiene(orden, ausente) && cambio.Despues) {
+        TLinea marcada = antes;
+        marcada.Concepto = QString(QStringLiteral("[AUSENTE]") + antes.Concepto).left(AnchoConcepto);
+        if (*cambio.Despues == marcada && antes.Fecha == Clave(orden.Pantalla.Fecha))
+            return {}; // the day as a whole is meant, and the text is still there
+    }
+    if (orden.EnFicha && antes.SinTexto())
+        return {}; // up to an end hour, perhaps on a day that is not on the screen: nothing is lost by that
+    if (!orden.FechaTecleada.isEmpty() && antes.Fecha == orden.FechaTecleada)
+        return {}; // of the day that he has typed and not seen yet, which counts before a command
+    const bool vista = std::any_of(vistas.begin(), vistas.end(), [&](const TLinea &una) {
+        return una == antes || (antes.SinTexto() && una.SinTexto() && una.Fecha == antes.Fecha);
+    });
+    if (vista)
+        return {};
+    QString mostrado = vistas.isEmpty() ? QStringLiteral("no estaba en pantalla") : QString();
+    for (const TLinea &una : vistas)
+        mostrado += u'«' + una.EnTexto() + QStringLiteral("» ");
+    return Fallo('a', EnPalabras(cambio) + QStringLiteral("; en pantalla: ") + mostrado);
+}
+
+/// Rules b and d: a new line is one that somebody asked for.
+TVeredicto TJuez::JuzgaNueva(const TOrden &orden, const TCambio &cambio) const
+{
+    const TLinea &nueva = *cambio.Despues;
+    if (orden.EnFicha || Tiene(orden, nuevo))
+        return {};
+    if (Tiene(orden, copiar) || Tiene(orden, mover)) {
+        for (const quint32 marca : orden.Lineas) {
+            for (TLinea una : orden.Vistas.value(Clave(cambio.Notario, marca))) {
+                una.Fecha = orden.Destino;
+                if (una == nueva)
+                    return {};
+            }
+        }
+    }
+    if (VaPorDias(orden) && nueva.SinTexto()) {
+        const TTablaCruda &tabla = *m_tablas.at(static_cast<std::size_t>(cambio.Notario - 1));
+        const QList<TFila> dia = tabla.Dia(nueva.Fecha);
+        const bool deLaHoja = std::all_of(dia.begin(), dia.end(), [&](const TFila &fila) {
+            return std::any_of(orden.Cambios.begin(), orden.Cambios.end(), [&](const TCambio &uno) {
+                return !uno.Antes && uno.Notario == cambio.Notario && uno.Marca == fila.Marca;
+            });
+        });
+        const auto mismaHora = std::count_if(
+            dia.begin(), dia.end(), [&](const TFila &fila) { return fila.Linea.Hora == nueva.Hora; });
+        if (deLaHoja && mismaHora == 1)
+            return {};
+        return Fallo('b', QStringLiteral("hoja doble: ") + EnPalabras(cambio));
+    }
+    return Fallo('b', QStringLiteral("nadie la ha pedido: ") + EnPalabras(cambio));
+}
+
+/// Rule c: what stands in the date field is the day of the lines below it.
+TVeredicto TJuez::JuzgaPantalla(const TPantalla &pantalla) const
+{
+    const QString dia = Clave(pantalla.Fecha);
+    if (dia.isEmpty() || pantalla.FechaConFoco || pantalla.Ficha)
+        return {};
+    for (const TFila &fila : pantalla.Filas) {
+        if (fila.Linea.Fecha != dia)
+            return Fallo('c', QStringLiteral("la fecha dice %1 y la fila es «%2»")
+                                  .arg(pantalla.Fecha, fila.Linea.EnTexto()));
+    }
+    return {};
+}
+
+TVeredicto TJuez::AlDia(const TPantalla &pantalla) const
+{
+    const QString dia = Clave(pantalla.Fecha);
+    if (dia.isEmpty() || pantalla.FechaConFoco || pantalla.Ficha || pantalla.Editando || pantalla.Editor ||
+        pantalla.FueraDeHora || !pantalla.Ayuda.isEmpty())
+        return {};
+    const auto textos = [](const QList<TFila> &filas) {
+        QStringList renglones;
+        for (const TFila &fila : filas)
+            renglones << QString::number(fila.Marca) + u'|' + fila.Linea.EnTexto();
+        return renglones;
+    };
+    const auto horas = [](const TFila &a, const TFila &b) { return a.Linea.Hora < b.Linea.Hora; };
+    QStringList enPantalla = textos(pantalla.Filas);
+    QStringList enTabla = textos(m_tablas.at(static_cast<std::size_t>(pantalla.Pestana))->Dia(dia));
+    std::sort(enPantalla.begin(), enPantalla.end());
+    std::sort(enTabla.begin(), enTabla.end());
+    if (enPantalla == enTabla && std::is_sorted(pantalla.Filas.begin(), pantalla.Filas.end(), horas))
+        return {};
+    return Fallo('c', QStringLiteral("tras refrescar, la pantalla dice\n%1\ny la tabla\n%2")
+                          .arg(enPantalla.join(u'\n'), enTabla.join(u'\n')));
+}
+
+/// Rule c for paper.
+TVeredicto TJuez::JuzgaHojas(const TRespuesta &ahora, bool tranquilo) const
+{
+    for (const THoja &hoja : ahora.Hojas) {
+        QList<TFila> dia = m_tablas.at(static_cast<std::size_t>(ahora.Pantalla.Pestana))->Dia(hoja.Fecha);
+        bool bien = hoja.Fecha == Clave(ahora.Pantalla.Fecha);
+        bien &= std::all_of(hoja.Lineas.begin(), hoja.Lineas.end(),
+                            [&](const TLinea &una) { return una.Fecha == hoja.Fecha; });
+        if (tranquilo && !ahora.Pantalla.FueraDeHora)
+            bien &= hoja.Lineas.size() == dia.size() &&
+                    std::all_of(dia.begin(), dia.end(),
+                                [&](const TFila &fila) { return hoja.Lineas.contains(fila.Linea); });
+        if (bien)
+            continue;
+        QStringList renglones;
+        for (const TLinea &una : hoja.Lineas)
+            renglones << una.EnTexto();
+        return Fallo('c', QStringLiteral("hoja del %1 con la fecha %2:\n%3")
+                              .arg(hoja.Fecha, ahora.Pantalla.Fecha, renglones.join(u'\n')));
+    }
+    return {};
+}
+
+/// Rules a and b: no text becomes more, or less, by a command that is not meant to do that.
+TVeredicto TJuez::JuzgaTextos(const TOrden &orden)
+{
+    QMap<QString, int> saldo;
+    for (const TCambio &cambio : orden.Cambios) {
+        for (const QString &texto : cambio.Antes ? TextosDe(cambio.Antes->EnTexto()) : QStringList())
+            --saldo[texto];
+        for (const QString &texto : cambio.Despues ? TextosDe(cambio.Despues->EnTexto()) : QStringList())
+            ++saldo[texto];
+    }
+    const bool mueve = Tiene(orden, mover);
+    for (auto uno = saldo.cbegin(); uno != saldo.cend(); ++uno) {
+        const bool escrito = orden.Escrito.contains(uno.key()) || orden.Pendiente.contains(uno.key());
+        const bool masBien = *uno > 0 && (escrito || Tiene(orden, copiar));
+        const bool menosBien = *uno < 0 && !mueve && (orden.Edita || Tiene(orden, borrar));
+        if (*uno != 0 && !masBien && !menosBien && !(mueve && orden.Edita))
+            return Fallo(*uno > 0 ? 'b' : 'a',
+                         QStringLiteral("el texto %1 está %2 veces más que antes").arg(uno.key()).arg(*uno));
+    }
+    return {};
+}
+
+/// Rule d: a command that is not refused has done all of it, and a refused one nothing.
+TVeredicto TJuez::JuzgaCuentas(const TOrden &orden, bool muerto)
+{
+    const int accion = AccionDe(orden.Pasos.constFirst());
+    if (orden.Edita || !orden.FechaTecleada.isEmpty() || orden.Lineas.isEmpty())
+        return {};
+    const auto cuenta = [&](auto &&cual) {
+        return std::count_if(orden.Cambios.begin(), orden.Cambios.end(), cual);
+    };
+    const auto borradas = cuenta([](const TCambio &uno) { return !uno.Despues; });
+    const auto nuevas = cuenta([](const TCambio &uno) { return !uno.Antes; });
+    const auto cambiadas = cuenta([](const TCambio &uno) { return uno.Antes && uno.Despues; });
+    const auto todas = orden.Lineas.size();
+    // One line alone is not named; its message says that nothing has been done.
+    const auto hechas = todas == 1 ? (orden.Avisos.isEmpty() ? 1 : 0) : todas - Nombradas(orden.Avisos);
+    const auto cuentas = QStringLiteral("de %1 líneas, %2 borradas, %3 nuevas, %4 cambiadas; avisos: %5")
+                             .arg(todas)
+                             .arg(borradas)
+                             .arg(nuevas)
+                             .arg(cambiadas)
+                             .arg(orden.Avisos.join(QStringLiteral(" / ")));
+    bool bien = true;
+    if (orden.Negada)
+        bien = orden.Cambios.isEmpty();
+    else if (accion == mover)
+        bien = borradas == nuevas && cambiadas == 0 &&
+               (muerto || orden.Destino == Clave(orden.Pantalla.Fecha) || borradas == hechas);
+    else if (muerto)
+        bien = true;
+    else if (accion == borrar)
+        bien = borradas == hechas && nuevas == 0 && cambiadas == 0;
+    else if (accion == copiar)
+        bien = borradas == 0 && cambiadas == 0 &&
+               (orden.Destino == Clave(orden.Pantalla.Fecha) ? nuevas == 0 : nuevas == hechas);
+    else if (accion == salida)
+        bien = borradas == 0 && nuevas == 0 && (cambiadas == hechas);
+    if (bien)
+        return {};
+    return Fallo('d', QLatin1String(accion < 0 ? "" : Acciones.at(static_cast<std::size_t>(accion))) +
+                          QStringLiteral(": ") + cuentas);
+}
+
+/// Rule e: what was typed is stored, or its clerk has given it up, or he has been told.
+TVeredicto TJuez::JuzgaPendiente(const TOrden &orden, bool muerto)
+{
+    if (muerto || orden.Cancelada || !orden.Avisos.isEmpty())
+        return {};
+    for (const QString &texto : TextosDe(orden.Pendiente)) {
+        const bool guardado =
+            std::any_of(orden.Cambios.begin(), orden.Cambios.end(), [&](const TCambio &uno) {
+                return uno.Despues && uno.Despues->EnTexto().contains(texto);
+            });
+        if (!guardado && orden.Escrito.contains(texto))
+            return Fallo('e', QStringLiteral("lo escrito se ha perdido sin aviso: ") + texto);
+    }
+    return {};
+}
+
+} // namespace simulacion

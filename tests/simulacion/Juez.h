@@ -1,0 +1,71 @@
+#pragma once
+
+#include "tests/simulacion/Tabla.h"
+
+#include <QtCore/QSet>
+
+#include <memory>
+#include <vector>
+
+namespace simulacion
+{
+
+/// What must never happen, by the letter of the rule that it breaks.
+struct TFallo {
+    QChar Regla; ///< a: lost or unseen, b: doubled, c: day, d: half done, e: silently lost, f: cannot go on
+    QString Que;
+};
+using TVeredicto = std::optional<TFallo>;
+
+/// Knows what every screen has shown when its clerk gave a command, and judges by that what the command has
+/// done to the tables.
+class TJuez
+{
+public:
+    /// @param tablas  of the notaries, in order; not owned. @param puestos  how many workstations.
+    TJuez(const std::vector<std::unique_ptr<TTablaCruda>> &tablas, int puestos);
+    /// A workstation is about to do a step. @param ultima  what it said last.
+    void Antes(const TPaso &paso, const TRespuesta &ultima);
+    /// It has done it. @param cambios  of the tables meanwhile. @param tranquilo  nobody holds a lock or is
+    /// in the middle of something, so that it could read all it wanted.
+    [[nodiscard]] TVeredicto Despues(const TPaso &paso, const TRespuesta &ahora, const TCambios &cambios,
+                                     bool tranquilo);
+    /// Its screen agrees with the tables, to be asked after a refresh that nothing hindered.
+    [[nodiscard]] TVeredicto AlDia(const TPantalla &pantalla) const;
+
+private:
+    /// From the key that begins something to the moment when the workstation is at rest again.
+    struct TOrden {
+        bool Abierta = false;
+        TPasos Pasos;
+        TPantalla Pantalla; ///< when it was given
+        QMap<quint64, QList<TLinea>> Vistas;
+        QList<quint32> Lineas; ///< those that it is about
+        QStringList Avisos;
+        TCambios Cambios;
+        QSet<QString> Escrito;
+        QString Pendiente;
+        QString Destino;
+        QString FechaTecleada; ///< and not left yet, when it was given
+        bool Edita = false;    ///< something was being typed at some time
+        bool EnFicha = false;  ///< in the card
+        bool Cancelada = false;
+        bool Negada = false;
+        bool Percance = false;
+    };
+    static void Empieza(TOrden &orden, const TPantalla &pantalla);
+    static void Ensena(TOrden &orden, const TPantalla &pantalla, bool ficha);
+    [[nodiscard]] static bool Tiene(const TOrden &orden, int accion);
+    [[nodiscard]] static bool VaPorDias(const TOrden &orden);
+    [[nodiscard]] TVeredicto JuzgaCambio(const TOrden &orden, const TCambio &cambio) const;
+    [[nodiscard]] TVeredicto JuzgaNueva(const TOrden &orden, const TCambio &cambio) const;
+    [[nodiscard]] TVeredicto JuzgaPantalla(const TPantalla &pantalla) const;
+    [[nodiscard]] TVeredicto JuzgaHojas(const TRespuesta &ahora, bool tranquilo) const;
+    [[nodiscard]] static TVeredicto JuzgaTextos(const TOrden &orden);
+    [[nodiscard]] static TVeredicto JuzgaCuentas(const TOrden &orden, bool muerto);
+    [[nodiscard]] static TVeredicto JuzgaPendiente(const TOrden &orden, bool muerto);
+    const std::vector<std::unique_ptr<TTablaCruda>> &m_tablas;
+    QList<TOrden> m_ordenes;
+};
+
+} // namespace simulacion

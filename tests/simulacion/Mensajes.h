@@ -1,0 +1,170 @@
+#pragma once
+
+// What the scheduler and a workstation say to each other: one order, one answer.
+
+#include <QtCore/QDataStream>
+#include <QtCore/QList>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+namespace simulacion
+{
+
+/// What a step does. The clerk's ones first, then those of the machine, then those of another program.
+enum class TVerbo : quint8 {
+    tecla,        ///< a: key of Teclas
+    texto,        ///< a: number of the text that is typed
+    accion,       ///< a: command of Acciones
+    clic,         ///< a: row, b: 1 with Ctrl
+    pestana,      ///< a: tab
+    fecha,        ///< a: day, b: way of typing it, see TFormaDeFecha
+    memo,         ///< a: number of the text that is typed into the memo below the grid
+    responde,     ///< a: 1 yes
+    eligeDia,     ///< a: day; -1: the prompt is cancelled
+    campo,        ///< of the card; a: one of Campos, b: what is typed
+    boton,        ///< of the card; a: one of Botones
+    abre,         ///< the window is opened again
+    tic,          ///< the refresh timer fires
+    sigue,        ///< a slow file call comes to its end
+    mata,         ///< the workstation dies where it stands
+    otroCambia,   ///< another program; a: notary, b: which line, c: number of the text
+    otroMueve,    ///< b: which line, c: day
+    otraHora,     ///< b: which line, c: hour
+    otroBorra,    ///< b: which line
+    otroAnade,    ///< b: day, c: number of the text
+    bloqueaTabla, ///< a: notary; nobody else writes until "suelta"
+    bloqueaLinea, ///< a: notary, b: which line
+    suelta,
+};
+
+/// What goes wrong with a file call of the step.
+enum class TPercance : quint8 { ninguno, falla, lenta, muere };
+
+struct TPaso {
+    quint8 Puesto = 0;
+    TVerbo Verbo = TVerbo::tic;
+    qint32 A = 0;
+    qint32 B = 0;
+    qint32 C = 0;
+    TPercance Percance = TPercance::ninguno;
+    qint32 Llamada = 0; ///< which file call of the step, from 1
+    friend bool operator==(const TPaso &, const TPaso &) = default;
+};
+using TPasos = QList<TPaso>;
+
+/// A line as a screen or a table has it; FECHA as yyyyMMdd.
+struct TLinea {
+    QString Fecha, Hora, Concepto, Interesado, Oficial;
+    friend bool operator==(const TLinea &, const TLinea &) = default;
+    [[nodiscard]] bool SinTexto() const
+    {
+        return Concepto.isEmpty() && Interesado.isEmpty() && Oficial.isEmpty();
+    }
+    [[nodiscard]] QString EnTexto() const
+    {
+        return QStringList{Fecha, Hora, Concepto, Interesado, Oficial}.join(u'|');
+    }
+};
+
+struct TFila {
+    quint32 Marca = 0; ///< record number
+    TLinea Linea;
+};
+
+/// What stands on a workstation's screen.
+struct TPantalla {
+    qint32 Pestana = 0;
+    QString Fecha; ///< text of the date field
+    bool FechaConFoco = false;
+    QList<TFila> Filas;
+    quint32 Actual = 0;
+    qint32 FilaActual = -1;
+    QList<quint32> Seleccion;
+    bool Editando = false; ///< the table's line, wherever
+    bool Editor = false;   ///< a cell is open
+    bool Ficha = false;
+    bool FichaEditando = false;
+    TFila EnFicha;
+    QString Pendiente; ///< what has been typed and not stored
+    bool FueraDeHora = false;
+    QString Ayuda; ///< the help line, where a failed refresh is told
+};
+
+enum class TEstado : quint8 {
+    listo,
+    pregunta,
+    fecha,     ///< a date is asked for
+    vista,     ///< a sheet is shown
+    enLlamada, ///< in the middle of a slow file call
+    cerrado,
+    muerto
+};
+
+struct THoja {
+    QString Fecha; ///< of the title
+    QList<TLinea> Lineas;
+};
+
+struct TRespuesta {
+    TEstado Estado = TEstado::cerrado;
+    QString Pregunta;
+    QStringList Avisos; ///< boxes that were only read
+    TPantalla Pantalla;
+    QList<THoja> Hojas;
+    bool Hecho = true; ///< the step meant something in the state it met
+};
+
+inline QDataStream &operator<<(QDataStream &s, const TPaso &p)
+{
+    return s << p.Puesto << p.Verbo << p.A << p.B << p.C << p.Percance << p.Llamada;
+}
+inline QDataStream &operator>>(QDataStream &s, TPaso &p)
+{
+    return s >> p.Puesto >> p.Verbo >> p.A >> p.B >> p.C >> p.Percance >> p.Llamada;
+}
+inline QDataStream &operator<<(QDataStream &s, const TLinea &l)
+{
+    return s << l.Fecha << l.Hora << l.Concepto << l.Interesado << l.Oficial;
+}
+inline QDataStream &operator>>(QDataStream &s, TLinea &l)
+{
+    return s >> l.Fecha >> l.Hora >> l.Concepto >> l.Interesado >> l.Oficial;
+}
+inline QDataStream &operator<<(QDataStream &s, const TFila &f)
+{
+    return s << f.Marca << f.Linea;
+}
+inline QDataStream &operator>>(QDataStream &s, TFila &f)
+{
+    return s >> f.Marca >> f.Linea;
+}
+inline QDataStream &operator<<(QDataStream &s, const TPantalla &p)
+{
+    return s << p.Pestana << p.Fecha << p.FechaConFoco << p.Filas << p.Actual << p.FilaActual << p.Seleccion
+             << p.Editando << p.Editor << p.Ficha << p.FichaEditando << p.EnFicha << p.Pendiente
+             << p.FueraDeHora << p.Ayuda;
+}
+inline QDataStream &operator>>(QDataStream &s, TPantalla &p)
+{
+    return s >> p.Pestana >> p.Fecha >> p.FechaConFoco >> p.Filas >> p.Actual >> p.FilaActual >>
+           p.Seleccion >> p.Editando >> p.Editor >> p.Ficha >> p.FichaEditando >> p.EnFicha >> p.Pendiente >>
+           p.FueraDeHora >> p.Ayuda;
+}
+inline QDataStream &operator<<(QDataStream &s, const THoja &h)
+{
+    return s << h.Fecha << h.Lineas;
+}
+inline QDataStream &operator>>(QDataStream &s, THoja &h)
+{
+    return s >> h.Fecha >> h.Lineas;
+}
+inline QDataStream &operator<<(QDataStream &s, const TRespuesta &r)
+{
+    return s << r.Estado << r.Pregunta << r.Avisos << r.Pantalla << r.Hojas << r.Hecho;
+}
+inline QDataStream &operator>>(QDataStream &s, TRespuesta &r)
+{
+    return s >> r.Estado >> r.Pregunta >> r.Avisos >> r.Pantalla >> r.Hojas >> r.Hecho;
+}
+
+} // namespace simulacion

@@ -1,0 +1,111 @@
+#include "tests/simulacion/Proceso.h"
+
+#include "tests/simulacion/Puesto.h"
+
+#include <csignal>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace simulacion
+{
+
+namespace
+{
+
+/// A step takes milliseconds; who needs so long does not come back.
+constexpr std::chrono::seconds Plazo{20};
+
+/// The first descriptor that is not the toolkit's own: what is open from there on belongs to the scheduler.
+int PrimerDescriptor()
+{
+    static const int primero = [] {
+        const int libre = ::fcntl(0, F_DUPFD, 3);
+        ::close(libre);
+        return libre;
+    }();
+    return primero;
+}
+
+} // namespace
+
+TProceso::TProceso(QString carpeta)
+    : m_carpeta(std::move(carpeta))
+{
+    static_cast<void>(PrimerDescriptor());
+    m_ultima.Estado = TEstado::muerto;
+}
+
+TProceso::~TProceso()
+{
+    Mata();
+}
+
+void TProceso::Arranca()
+{
+    Mata();
+    m_averia.clear();
+    int par[2];
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, par) != 0)
+        throw std::system_error(errno, std::generic_category(), "socketpair");
+    m_pid = ::fork();
+    if (m_pid < 0)
+        throw std::system_error(errno, std::generic_category(), "fork");
+    if (m_pid == 0) {
+        // Locks and presence belong to what is open: nothing of the scheduler or of the others may stay open.
+        const int mio = PrimerDescriptor();
+        if (par[1] != mio)
+            ::dup2(par[1], mio);
+        ::close_range(static_cast<unsigned>(mio + 1), ~0U, 0);
+        EjecutaPuesto(m_carpeta, mio);
+    }
+    ::close(par[1]);
+    m_canal = TCanal(par[0]);
+    Recibe(false);
+}
+
+const TRespuesta &TProceso::Da(const TPaso &paso)
+{
+    if (m_pid == 0)
+        return m_ultima;
+    m_canal.Escribe(paso);
+    Recibe(paso.Percance == TPercance::muere);
+    return m_ultima;
+}
+
+void TProceso::Recibe(bool puedeMorir)
+{
+    const TCanal::TLectura como = m_canal.Lee(m_ultima, Plazo);
+    if (como == TCanal::TLectura::leido)
+        return;
+    if (como == TCanal::TLectura::tarde)
+        ::kill(m_pid, SIGKILL);
+    int fin = 0;
+    ::waitpid(m_pid, &fin, 0);
+    m_pid = 0;
+    if (como == TCanal::TLectura::tarde)
+        m_averia = QStringLiteral("no ha vuelto en %1 s").arg(Plazo.count());
+    else if (!puedeMorir || !WIFSIGNALED(fin) || WTERMSIG(fin) != SIGKILL)
+        m_averia = WIFSIGNALED(fin) ? QStringLiteral("murió por la señal %1").arg(WTERMSIG(fin))
+                                    : QStringLiteral("terminó con %1").arg(WEXITSTATUS(fin));
+    Mata();
+}
+
+void TProceso::Mata()
+{
+    if (m_pid != 0) {
+        ::kill(m_pid, SIGKILL);
+        ::waitpid(m_pid, nullptr, 0);
+        m_pid = 0;
+    }
+    if (m_canal.Descriptor() >= 0)
+        ::close(m_canal.Descriptor());
+    m_canal = TCanal();
+    m_ultima = {};
+    m_ultima.Estado = TEstado::muerto;
+}
+
+} // namespace simulacion

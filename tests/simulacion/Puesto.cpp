@@ -1,0 +1,569 @@
+#include "tests/simulacion/Puesto.h"
+
+#include "agenda/ClaseConfAgendaN.h"
+#include "agendan/ClaseAgendaN.h"
+#include "agendan/FichaAgendaN.h"
+#include "agendan/VentanasAgendaN.h"
+#include "dataset/DatabaseError.h"
+#include "dbcontrols/DbGrid.h"
+#include "tests/driver/FileCalls.h"
+#include "tests/simulacion/Vocabulario.h"
+
+#include <QtCore/QAbstractEventDispatcher>
+#include <QtCore/QTimer>
+#include <QtGui/QAction>
+#include <QtTest/QTest>
+#include <QtWidgets/QAbstractButton>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QComboBox>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QPlainTextEdit>
+#include <QtWidgets/QStatusBar>
+#include <QtWidgets/QTabWidget>
+#include <QtWidgets/QToolButton>
+
+#include <cerrno>
+#include <csignal>
+
+#include <unistd.h>
+
+namespace simulacion
+{
+
+namespace calls = driver::filecalls;
+
+namespace
+{
+
+constexpr int NuncaPorSiSolo = 1 << 30; // ms; the scheduler fires it
+constexpr int RondasHastaElReposo = 3;  // a posted event may post another, and a timer of no time one more
+constexpr std::chrono::milliseconds Paciencia{2}; // nobody lets a lock go while another one waits
+
+QString ComoClave(const QString &fecha)
+{
+    return QDate::fromString(fecha, QStringLiteral("dd/MM/yyyy")).toString(QStringLiteral("yyyyMMdd"));
+}
+
+/// A client list that finds by the beginning of a name.
+class TClientes : public TClientesRaiz
+{
+public:
+    void MuestraFicha(qint64) override {}
+    void Explora(const QString &) override {}
+    bool Elige(const QString &, const QString &) override { return false; }
+    [[nodiscard]] qint64 Codigo() const override { return m_codigo; }
+    [[nodiscard]] QString Nombre() const override { return m_nombre; }
+    void KeyUpBusqueda(QLineEdit &edicion, int) override
+    {
+        const QString texto = edicion.text();
+        m_codigo = texto.isEmpty()                             ? 0
+                   : QStringLiteral("MARIA").startsWith(texto) ? 7
+                   : QStringLiteral("PEDRO").startsWith(texto) ? 8
+                                                               : 0;
+        m_nombre = m_codigo == 7   ? QStringLiteral("MARIA")
+                   : m_codigo == 8 ? QStringLiteral("PEDRO")
+                                   : QString();
+        edicion.setProperty("Tag", m_codigo);
+    }
+    void ExitBusqueda(QLineEdit &edicion, bool) override { KeyUpBusqueda(edicion, 0); }
+    void FinBusqueda() override {}
+
+private:
+    qint64 m_codigo = 0;
+    QString m_nombre;
+};
+
+TLinea LineaDe(const dataset::DataSet &tabla, int fila)
+{
+    const auto texto = [&](QStringView campo) { return tabla.textAt(fila, tabla.fieldIndex(campo)); };
+    return {tabla.valueAt(fila, tabla.fieldIndex(u"FECHA")).toDate().toString(QStringLiteral("yyyyMMdd")),
+            texto(u"HORA"), texto(u"CONCEPTO"), texto(u"INTERESADO"), texto(u"OFICIAL")};
+}
+
+} // namespace
+
+class TPuesto::TOficinaConfig : public TConfig
+{
+public:
+    explicit TOficinaConfig(QString carpeta)
+        : m_carpeta(std::move(carpeta))
+    {
+    }
+    [[nodiscard]] int GetnCuantos() const override { return Notarios; }
+    [[nodiscard]] QString GetAliasZentra() const override { return QStringLiteral("ZENTRA"); }
+    [[nodiscard]] QString GetNombre1() const override { return QStringLiteral("Ana"); }
+    [[nodiscard]] QString GetDon() const override { return QStringLiteral("Doña"); }
+    [[nodiscard]] QStringList GetNotarios() const override { return {"Ana", "Benito", "Carmen"}; }
+    [[nodiscard]] QString GetPath() const override { return m_carpeta + u'/'; }
+    [[nodiscard]] QDate GetAgenda_FechaInicio() const override { return Dia(0); }
+    void SetAgenda_FechaInicio(QDate) override {}
+    [[nodiscard]] QString GetPrnOtros() const override { return {}; }
+
+private:
+    QString m_carpeta;
+};
+
+/// Sheets that note what stands on them, and stand on the screen until they are closed.
+class TPuesto::TInformes : public IInformesAgenda
+{
+public:
+    explicit TInformes(TPuesto &puesto)
+        : m_puesto(puesto)
+    {
+    }
+    struct TInforme : IInforme {
+        TInforme(TPuesto &puesto, QDate fecha, dataset::DataSet *datos)
+            : Puesto(puesto)
+            , Fecha(fecha)
+            , Datos(datos)
+        {
+        }
+        void Preview() override
+        {
+            THoja hoja{Fecha.toString(QStringLiteral("yyyyMMdd")), {}};
+            for (int fila = 0; Datos && fila < Datos->rowCount(); ++fila)
+                hoja.Lineas << LineaDe(*Datos, fila);
+            if (Datos)
+                Puesto.m_respuesta.Hojas << hoja;
+            Puesto.EsperaEn(TEstado::vista, TVerbo::responde);
+        }
+        void PonDeQuien(const QString &) override {}
+        TPuesto &Puesto;
+        QDate Fecha;
+        dataset::DataSet *Datos;
+    };
+    std::unique_ptr<IInforme> CreaQRAgendaDiaN(QObject *, QDate fecha, dataset::DataSet &datos,
+                                               const std::optional<QString> &) override
+    {
+        return std::make_unique<TInforme>(m_puesto, fecha, &datos);
+    }
+    std::unique_ptr<IInforme> CreaQRAgendaN(QObject *, QDate lunes, dataset::DataSet &) override
+    {
+        return std::make_unique<TInforme>(m_puesto, lunes, nullptr);
+    }
+
+private:
+    TPuesto &m_puesto;
+};
+
+// Life
+
+TPuesto::TPuesto(const QString &carpeta, TCanal canal)
+    : m_carpeta(carpeta)
+    , m_canal(canal)
+    , m_config(std::make_unique<TOficinaConfig>(carpeta))
+    , m_informes(std::make_unique<TInformes>(*this))
+    , m_clientes(std::make_unique<TClientes>())
+{
+    m_aliases.setLockPatience(Paciencia);
+    m_aliases.add(QStringLiteral("ZENTRA"), carpeta + QStringLiteral("/ZENTRA"));
+    for (int notario = 1; notario <= Notarios; ++notario)
+        m_aliases.add(AliasNotario(notario), carpeta + u'/' + AliasNotario(notario));
+    m_servicios = std::make_unique<TServiciosInstalados>(
+        TServicios{this, this, this, m_config.get(), this, &m_aliases});
+    goConfAgendaN = std::make_unique<TClassConfAgendaN>();
+    calls::watch(carpeta.toStdString(), false);
+    qApp->installEventFilter(this);
+    connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this,
+            &TPuesto::AlEsperar);
+}
+
+TPuesto::~TPuesto()
+{
+    goConfAgendaN.reset();
+}
+
+void TPuesto::Vive()
+{
+    m_debe = true; // the first answer says that the window stands
+    for (;;) {
+        try {
+            TVistasAgendaN vistas;
+            TClassAgendaN motor(nullptr, m_clientes.get(), {}, &vistas, m_informes.get());
+            m_motor = &motor;
+            motor.SincronizarTablasAFecha(Hoy(), true);
+            motor.FichaAgendaN();
+        } catch (const std::exception &error) {
+            m_respuesta.Avisos << QString::fromUtf8(error.what());
+        }
+        m_motor = nullptr;
+        m_ventana = nullptr;
+        m_respuesta.Pantalla = {};
+        for (TPaso paso; paso.Verbo != TVerbo::abre; m_debe = true) {
+            if (m_debe)
+                Contesta(TEstado::cerrado);
+            paso = LeePaso();
+            m_respuesta.Hecho = paso.Verbo == TVerbo::abre;
+        }
+    }
+}
+
+bool TPuesto::eventFilter(QObject *objeto, QEvent *evento)
+{
+    if (evento->type() == QEvent::Show && objeto->isWidgetType()) {
+        auto *const widget = static_cast<QWidget *>(objeto);
+        if (widget->isWindow())
+            widget->setUpdatesEnabled(false); // what would be painted is read from the model instead
+        if (auto *const ventana = qobject_cast<TFFichaAgendaN *>(objeto)) {
+            m_ventana = ventana;
+            m_ventana->findChild<QTimer *>(QStringLiteral("Timer1"))->setInterval(NuncaPorSiSolo);
+        }
+    }
+    return false;
+}
+
+/// Called where the program would sleep until the clerk does something.
+void TPuesto::AlEsperar()
+{
+    QAbstractEventDispatcher *const reparto = QAbstractEventDispatcher::instance();
+    if (m_rondas < RondasHastaElReposo) {
+        ++m_rondas;
+        // As a desktop does when the window in front has gone.
+        if (QWidget *const delante = Ficha() ? Ficha() : m_ventana; delante && !delante->isActiveWindow())
+            delante->activateWindow();
+        QCoreApplication::processEvents();
+    } else {
+        if (m_debe)
+            Contesta(TEstado::listo);
+        const TPaso paso = LeePaso();
+        m_rondas = 0;
+        Prepara(paso);
+        m_respuesta.Hecho = Haz(paso);
+    }
+    reparto->interrupt(); // the loop looks whether it is to end, and comes here again
+}
+
+TPaso TPuesto::EsperaEn(TEstado estado, TVerbo respuesta, const QString &texto)
+{
+    m_respuesta.Pregunta = texto;
+    QCoreApplication::processEvents(); // as the loop of a real box does
+    for (;;) {
+        Contesta(estado);
+        const TPaso paso = LeePaso();
+        Prepara(paso);
+        if (paso.Verbo == respuesta)
+            return paso;
+        m_respuesta.Pregunta = texto;
+        m_respuesta.Hecho = paso.Verbo == TVerbo::tic && Tic();
+    }
+}
+
+void TPuesto::Contesta(TEstado estado)
+{
+    calls::fail({});
+    calls::dieAt(0);
+    m_respuesta.Estado = estado;
+    if (estado != TEstado::enLlamada)
+        m_respuesta.Pantalla = Mira();
+    if (!m_canal.Escribe(m_respuesta))
+        ::_exit(0);
+    m_respuesta = {};
+    m_debe = false;
+}
+
+TPaso TPuesto::LeePaso()
+{
+    TPaso paso;
+    if (m_canal.Lee(paso) != TCanal::TLectura::leido)
+        ::_exit(0); // the scheduler has gone
+    m_debe = true;
+    return paso;
+}
+
+void TPuesto::Prepara(const TPaso &paso)
+{
+    using Llamada = calls::Call;
+    calls::Fault percance;
+    percance.number = paso.Llamada;
+    switch (paso.Percance) {
+    case TPercance::ninguno:
+        break;
+    case TPercance::falla:
+        percance.error = EIO;
+        percance.call = std::array{Llamada::read, Llamada::map, Llamada::open, Llamada::lock,
+                                   Llamada::reserve}[static_cast<std::size_t>(paso.C % 5)];
+        if (percance.call == Llamada::reserve)
+            percance.error = ENOSPC;
+        calls::fail(percance);
+        break;
+    case TPercance::lenta:
+        percance.late = std::chrono::seconds(1);
+        percance.meanwhile = [this] { EnLlamadaLenta(); };
+        calls::fail(percance);
+        break;
+    case TPercance::muere:
+        calls::dieAt(paso.Llamada);
+        break;
+    }
+}
+
+void TPuesto::EnLlamadaLenta()
+{
+    Contesta(TEstado::enLlamada);
+    while (LeePaso().Verbo != TVerbo::sigue) {
+        m_respuesta.Hecho = false;
+        Contesta(TEstado::enLlamada);
+    }
+}
+
+// The host
+
+int TPuesto::Mensajes(const TMensaje &mensaje)
+{
+    if (mensaje.Clase == TClaseMensaje::aviso) {
+        m_respuesta.Avisos << mensaje.Texto;
+        return 0;
+    }
+    return EsperaEn(TEstado::pregunta, TVerbo::responde, mensaje.Texto).A == 1 ? RespuestaSi : 0;
+}
+int TPuesto::Mensaje_SiNo(const QString &pregunta, const QString & /*explicacion*/,
+                          const QString & /*titulo*/)
+{
+    return EsperaEn(TEstado::pregunta, TVerbo::responde, pregunta).A == 1 ? RespuestaSi : 0;
+}
+int TPuesto::Mensaje_NoSi(const QString &pregunta, const QString & /*explicacion*/,
+                          const QString & /*titulo*/)
+{
+    return EsperaEn(TEstado::pregunta, TVerbo::responde, pregunta).A == 1 ? RespuestaSi : 0;
+}
+void TPuesto::Mensaje_Error(const QString &texto, const QString & /*titulo*/)
+{
+    m_respuesta.Avisos << texto;
+}
+QString TPuesto::AliasNotario(int notario)
+{
+    return QStringLiteral("NOTARIO%1").arg(notario);
+}
+bool TPuesto::PreguntaFecha(QDate &fecha, const QString & /*indicacion*/, const QString & /*titulo*/)
+{
+    const TPaso paso = EsperaEn(TEstado::fecha, TVerbo::eligeDia);
+    if (paso.A < 0)
+        return false;
+    fecha = Dia(paso.A % Dias);
+    return true;
+}
+bool TPuesto::PreguntaOficial(QString & /*nombre*/)
+{
+    return false;
+}
+bool TPuesto::EsBoton(const QWidget *control) const
+{
+    return qobject_cast<const QAbstractButton *>(control);
+}
+QDate TPuesto::Hoy() const
+{
+    return Dia(0);
+}
+
+// Steps
+
+QWidget *TPuesto::Ficha() const
+{
+    QWidget *const modal = QApplication::activeModalWidget();
+    return modal != m_ventana ? modal : nullptr;
+}
+
+bool TPuesto::Haz(const TPaso &paso)
+{
+    if (!m_ventana)
+        return false;
+    if (paso.Verbo == TVerbo::tic)
+        return Tic();
+    if (paso.Verbo == TVerbo::tecla)
+        return PulsaTecla(paso);
+    return Ficha() ? HazEnFicha(paso) : HazEnVentana(paso);
+}
+
+bool TPuesto::HazEnVentana(const TPaso &paso)
+{
+    switch (paso.Verbo) {
+    case TVerbo::texto:
+        if (!m_ventana->GetDBGAgendaN()->isAncestorOf(m_ventana->focusWidget()) &&
+            m_ventana->focusWidget() != m_ventana->GetDBGAgendaN())
+            return false;
+        Teclea(Texto(paso.A));
+        return true;
+    case TVerbo::accion: {
+        auto *const accion = m_ventana->findChild<QAction *>(
+            QLatin1String(Acciones.at(static_cast<std::size_t>(paso.A) % Acciones.size())));
+        if (!accion->isEnabled())
+            return false;
+        accion->trigger();
+        return true;
+    }
+    case TVerbo::clic:
+        return Clic(paso);
+    case TVerbo::pestana:
+        m_ventana->findChild<QTabWidget *>(QStringLiteral("PCAgenda"))->setCurrentIndex(paso.A % Notarios);
+        return true;
+    case TVerbo::fecha:
+        return EscribeFecha(paso);
+    case TVerbo::memo:
+        return EscribeMemo(paso);
+    default:
+        return false;
+    }
+}
+
+bool TPuesto::PulsaTecla(const TPaso &paso)
+{
+    const TPulsacion &tecla = Teclas.at(static_cast<std::size_t>(paso.A) % Teclas.size());
+    QWidget *const donde = Ficha() ? Ficha() : m_ventana;
+    QTest::keyClick(donde->windowHandle(), tecla.Tecla, tecla.Con);
+    return true;
+}
+
+void TPuesto::Teclea(const QString &texto)
+{
+    for (const QChar letra : texto) {
+        QWidget *const donde = Ficha() ? Ficha() : m_ventana;
+        QTest::keyClick(donde->windowHandle(), letra.toLatin1());
+    }
+}
+
+bool TPuesto::Clic(const TPaso &paso)
+{
+    dbcontrols::DbGrid &rejilla = *m_ventana->GetDBGAgendaN();
+    if (paso.A >= rejilla.model()->rowCount())
+        return false;
+    const QModelIndex celda = rejilla.model()->index(paso.A, 1);
+    rejilla.scrollTo(celda);
+    QTest::mouseClick(rejilla.viewport(), Qt::LeftButton, paso.B == 1 ? Qt::ControlModifier : Qt::NoModifier,
+                      rejilla.visualRect(celda).center());
+    return true;
+}
+
+bool TPuesto::EscribeFecha(const TPaso &paso)
+{
+    auto *const fecha = m_ventana->findChild<QLineEdit *>(QStringLiteral("MEFecha"));
+    fecha->setFocus();
+    const QString texto = Dia(paso.A % Dias).toString(QStringLiteral("ddMMyyyy"));
+    QWindow *const ventana = m_ventana->windowHandle();
+    QTest::keyClick(ventana, paso.B == trasBorrarTodo ? Qt::Key_U : Qt::Key_A, Qt::ControlModifier);
+    Teclea(paso.B == aMedias ? texto.left(paso.A + 2) : texto);
+    if (paso.B != sinSalir)
+        QTest::keyClick(ventana, Qt::Key_Tab);
+    return true;
+}
+
+bool TPuesto::EscribeMemo(const TPaso &paso)
+{
+    auto *const memo = m_ventana->findChild<QPlainTextEdit *>(
+        QStringLiteral("DBMConcepto%1")
+            .arg(m_ventana->findChild<QTabWidget *>("PCAgenda")->currentIndex() + 1));
+    if (!memo || !memo->isVisible())
+        return false;
+    memo->setFocus();
+    Teclea(Texto(paso.A));
+    return true;
+}
+
+bool TPuesto::HazEnFicha(const TPaso &paso)
+{
+    QWidget *const ficha = Ficha();
+    if (paso.Verbo == TVerbo::boton) {
+        auto *const boton = ficha->findChild<QAbstractButton *>(
+            QLatin1String(Botones.at(static_cast<std::size_t>(paso.A) % Botones.size())));
+        if (!boton || !boton->isEnabled())
+            return false;
+        QTest::mouseClick(boton, Qt::LeftButton);
+        return true;
+    }
+    if (paso.Verbo != TVerbo::campo)
+        return false;
+    auto *const campo = ficha->findChild<QWidget *>(
+        QLatin1String(Campos.at(static_cast<std::size_t>(paso.A) % Campos.size())));
+    if (!campo || !campo->isEnabled() || !campo->isVisible())
+        return false;
+    campo->setFocus();
+    QTest::keyClick(ficha->windowHandle(), Qt::Key_A, Qt::ControlModifier);
+    switch (paso.A) {
+    case enConcepto:
+        Teclea(Texto(paso.B));
+        break;
+    case enHora:
+    case enHoraFin:
+        Teclea(Hora(paso.B).remove(u':'));
+        break;
+    case enFecha:
+        Teclea(Dia(paso.B % Dias).toString(QStringLiteral("ddMMyyyy")));
+        break;
+    default:
+        Teclea(paso.B % 2 == 0 ? QStringLiteral("MAR") : QStringLiteral("PED"));
+        break;
+    }
+    return true;
+}
+
+bool TPuesto::Tic()
+{
+    return m_ventana && QMetaObject::invokeMethod(m_ventana->findChild<QTimer *>(QStringLiteral("Timer1")),
+                                                  "timeout", Qt::DirectConnection);
+}
+
+// The screen
+
+TPantalla TPuesto::Mira()
+{
+    TPantalla pantalla;
+    dataset::DataSet *const tabla = m_ventana ? m_ventana->GetDatosAgendaN() : nullptr;
+    if (!tabla || !tabla->isActive())
+        return pantalla;
+    const dbcontrols::DbGrid &rejilla = *m_ventana->GetDBGAgendaN();
+    const auto *const fecha = m_ventana->findChild<QLineEdit *>(QStringLiteral("MEFecha"));
+    pantalla.Pestana = m_ventana->findChild<QTabWidget *>(QStringLiteral("PCAgenda"))->currentIndex();
+    pantalla.Fecha = fecha->text();
+    pantalla.FechaConFoco = m_ventana->focusWidget() == fecha;
+    const int campoFecha = tabla->fieldIndex(u"FECHA");
+    for (int fila = 0; fila < rejilla.model()->rowCount(); ++fila) {
+        const auto celda = [&](int columna) {
+            return rejilla.model()->index(fila, columna).data().toString();
+        };
+        const quint32 marca = rejilla.gridModel().bookmarkAt(fila);
+        const int enTabla = tabla->rowOf(marca);
+        const QString dia =
+            enTabla < 0 ? QString() : tabla->valueAt(enTabla, campoFecha).toDate().toString("yyyyMMdd");
+        pantalla.Filas.append({marca, {dia, celda(0), celda(1), celda(2), celda(3)}});
+    }
+    pantalla.Actual = tabla->bookmark();
+    pantalla.FilaActual = tabla->currentRow();
+    pantalla.Seleccion = rejilla.selectedBookmarks();
+    pantalla.Editando = tabla->isEditing();
+    pantalla.Editor = rejilla.isEditorOpen();
+    const auto *const fuera = m_ventana->findChild<QToolButton *>(QStringLiteral("BFueraDeHora"));
+    pantalla.FueraDeHora = fuera && fuera->isChecked();
+    pantalla.Ayuda = m_ventana->statusBar()->currentMessage();
+    if (pantalla.Editando)
+        pantalla.Pendiente = tabla->field(u"CONCEPTO").asText();
+    if (pantalla.Editor)
+        if (const auto *const editor = qobject_cast<QLineEdit *>(QApplication::focusWidget()))
+            pantalla.Pendiente += u'|' + editor->text();
+    MiraFicha(pantalla);
+    return pantalla;
+}
+
+void TPuesto::MiraFicha(TPantalla &pantalla)
+{
+    const QWidget *const ficha = Ficha();
+    if (!ficha)
+        return;
+    const auto texto = [ficha](const char *nombre) {
+        return ficha->findChild<QLineEdit *>(QLatin1String(nombre))->text();
+    };
+    const QString concepto = ficha->findChild<QPlainTextEdit *>(QStringLiteral("DBMConcepto"))->toPlainText();
+    pantalla.Ficha = true;
+    pantalla.FichaEditando = ficha->findChild<QAbstractButton *>(QStringLiteral("BAceptar"))->isEnabled();
+    pantalla.EnFicha = {pantalla.Actual,
+                        {ComoClave(texto("MEFecha")), texto("MEHora"), concepto, texto("EInteresado"),
+                         ficha->findChild<QComboBox *>(QStringLiteral("DBCBOficial"))->currentText()}};
+    if (pantalla.FichaEditando)
+        pantalla.Pendiente += u'|' + concepto;
+}
+
+void EjecutaPuesto(const QString &carpeta, int descriptor)
+{
+    TPuesto(carpeta, TCanal(descriptor)).Vive();
+    std::abort();
+}
+
+} // namespace simulacion

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "tests/simulacion/Mensajes.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QMap>
+
+#include <optional>
+
+namespace simulacion
+{
+
+/// A record that has become another one.
+struct TCambio {
+    int Notario = 0;
+    quint32 Marca = 0;
+    std::optional<TLinea> Antes; ///< none: it was not there, or deleted
+    std::optional<TLinea> Despues;
+};
+using TCambios = QList<TCambio>;
+
+/// The live lines of a notary's table as its file holds them, read without the program's own table files: the
+/// judge does not believe them.
+class TTablaCruda
+{
+public:
+    using TLineas = QMap<quint32, TLinea>;
+    TTablaCruda(QString fichero, int notario);
+    /// Reads again. @return what has changed since the last time.
+    TCambios Lee();
+    [[nodiscard]] const TLineas &Lineas() const { return m_lineas; }
+    /// Those that stand on a day's sheet, in its order.
+    [[nodiscard]] QList<TFila> Dia(const QString &fecha) const;
+
+private:
+    [[nodiscard]] std::optional<TLinea> Descifra(const char *registro) const;
+    QString m_fichero;
+    int m_notario;
+    QByteArray m_bytes;
+    TLineas m_lineas;
+    struct TCampo {
+        int Desde = 0;
+        int Ancho = 0;
+    };
+    QMap<QByteArray, TCampo> m_campos;
+};
+
+} // namespace simulacion
