@@ -25,7 +25,8 @@ struct File::Native {
     ///   memory, workstations come back to it without a word, and nobody would do again what the journal
     ///   holds: so what is written goes through to its disk.
     /// @param flags  it has been opened with.
-    void openForShare(const std::filesystem::path &path, int flags, bool isNfs);
+    /// @return false, with errno, when it could not be: as it is open it would not do.
+    [[nodiscard]] bool openForShare(const std::filesystem::path &path, int flags, bool isNfs);
 #endif
     [[nodiscard]] bool isOpen() const;
     bool isRemote = false;

@@ -78,6 +78,15 @@ std::uint32_t fileSystemOf([[maybe_unused]] int descriptor)
     return 0;
 }
 
+/// Where a file lies, behind all links: one of the flags of a handle set refuses them.
+/// @param path  as it was opened; the answer where the system does not tell.
+std::filesystem::path pathOf([[maybe_unused]] int descriptor, const std::filesystem::path &path)
+{
+    std::error_code none;
+    const auto real = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), none);
+    return none ? path : real;
+}
+
 /// Whether a lock call has failed as they do on SMB after the connection was away: until the file has been
 /// read once, they do not know it any more.
 bool wantsReading(int error, bool isSmb)
@@ -121,7 +130,7 @@ File::Native::~Native()
         ::close(descriptor);
 }
 
-void File::Native::openForShare(const std::filesystem::path &path, int flags, bool isNfs)
+bool File::Native::openForShare(const std::filesystem::path &path, int flags, bool isNfs)
 {
     int more = 0;
 #if defined(O_DIRECT)
@@ -132,13 +141,14 @@ void File::Native::openForShare(const std::filesystem::path &path, int flags, bo
         more |= handleSet.flags();
     }
     if (more == 0)
-        return;
-    const int better = openAs(path, (flags & ~(O_CREAT | O_EXCL)) | more);
+        return true;
+    const int better = openAs(isSmb ? pathOf(descriptor, path) : path, (flags & ~(O_CREAT | O_EXCL)) | more);
     if (better < 0)
-        return; // a file system that has no such thing
+        return errno == EINVAL; // a file system that has no such thing
     ::close(descriptor);
     descriptor = better;
     writesThrough = isSmb;
+    return true;
 }
 
 bool File::Native::isOpen() const
@@ -177,8 +187,8 @@ Result<File> File::open(const std::filesystem::path &path, Mode mode)
         if (native->isRemote && mode == Mode::writeThrough)
             return Status(ErrorKind::unsupported, "el fichero está en otra máquina", native->name);
         constexpr std::uint32_t nfs = 0x6969;
-        native->openForShare(path, flags, system == nfs);
-        return File(std::move(native));
+        if (native->openForShare(path, flags, system == nfs))
+            return File(std::move(native));
     }
     switch (errno) {
     case ENOENT:

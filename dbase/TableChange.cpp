@@ -280,10 +280,16 @@ Status TableImpl::apply(const Commit &commit)
     m_underWay = commit.number;
     for (const auto &step : steps) {
         const auto alone = stillAlone();
+        if (alone.ok() && !alone.value() && &step == std::begin(steps))
+            return verdictOfOthers(commit);
+        if (m_remote && !(alone.ok() && alone.value()))
+            m_owed = Owed{commit.number, commit};
         if (alone.ok() && !alone.value())
-            return &step == std::begin(steps) ? verdictOfOthers(commit)
-                                              : mendAfterOthers(commit.number, &commit);
-        if (const Status status = alone.ok() ? step() : alone.status(); !status.ok())
+            return mendAfterOthers();
+        const Status status = alone.ok() ? step() : alone.status();
+        if (m_remote && !status.ok())
+            m_owed = Owed{commit.number, commit};
+        if (!status.ok())
             return {ErrorKind::inputOutput, status.text(), name}; // whatever it was, the commit is half done
     }
     if (keepsIndex)

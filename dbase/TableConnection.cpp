@@ -24,9 +24,13 @@ Status TableImpl::mayWriteOn()
 {
     const std::uint64_t since = m_state.base + 1;
     const auto alone = stillAlone();
-    if (!alone.ok() || alone.value())
+    if (alone.ok() && alone.value())
+        return {};
+    if (!m_owed)
+        m_owed = Owed{since, {}};
+    if (!alone.ok())
         return alone.status();
-    const Status status = mendAfterOthers(since, nullptr);
+    const Status status = mendAfterOthers();
     return status.ok() ? failure(ErrorKind::locked, std::string(writersRefusal)) : status;
 }
 
@@ -49,25 +53,96 @@ Result<bool> TableImpl::stillAlone()
         if (const Status status = takeIndexLock(); !status.ok())
             return status;
     }
+    m_placeSeen = std::chrono::nanoseconds(-1); // they may have put another file there
+    if (const Status status = checkPlace(); !status.ok())
+        return status;
     const JournalHeaderBytes known = m_stateBytes;
     const auto unfinished = lookAtJournal();
     const auto first = firstInJournal();
     if (!unfinished.ok() || !first.ok())
         return unfinished.ok() ? first.status() : unfinished.status();
+    if (m_stateBytes == known && m_emptied) {
+        const auto others = goneOnBehindEmptied(first.value());
+        if (!others.ok() || others.value())
+            return others.ok() ? Result<bool>(false) : others.status();
+    }
     // A header that was written late from here may lie over that of those who had gone on.
     const bool isOld = first.value() > std::max(m_state.applied, m_underWay);
     return m_stateBytes == known && !unfinished.value() && !isOld;
 }
 
+/// Whether others have written behind the journal as it was before it was emptied here, late: what is
+/// believed of it is then as they have it.
+/// @param first  number of the commit that stands first in the file.
+Result<bool> TableImpl::goneOnBehindEmptied(std::uint64_t first)
+{
+    std::vector<std::uint8_t> sector(journalSector);
+    const auto got = m_journal.readAt(m_emptied->tail, sector);
+    if (!got.ok())
+        return got.status();
+    const std::uint64_t next = m_emptied->applied + 1;
+    const bool isBehind = got.value() == sector.size() && mayBeCommit(sector, next);
+    const bool isInFront = first > m_emptied->applied && first != m_underWay;
+    if (!isBehind && !isInFront)
+        return false;
+    const JournalPast past = m_state.past;
+    m_state = *std::exchange(m_emptied, {});
+    m_state.past = past;
+    return true;
+}
+
+/// What is known of the commits from a number on.
+struct TableImpl::KnownCommits {
+    std::vector<Commit> all; ///< by number
+    FoundCommits inJournal;  ///< those of them, and older ones, that stand in the journal proper
+    bool areAll = true;
+
+    /// What a record was before the first of them that changes it; null when none does.
+    [[nodiscard]] const RecordChange *firstChangeOf(RecordNumber number, std::uint64_t behind) const
+    {
+        for (const Commit &one : all) {
+            if (one.number <= behind)
+                continue;
+            for (const RecordChange &change : one.changes) {
+                if (change.number == number)
+                    return &change;
+            }
+        }
+        return nullptr;
+    }
+};
+
+Result<TableImpl::KnownCommits> TableImpl::commitsKnownSince(std::uint64_t since)
+{
+    auto found = commitsFrom(journalSector, m_state.base);
+    auto kept = JournalPast::commitsSince(m_journal, header.recordLength, since);
+    if (!found.ok() || !kept.ok())
+        return found.ok() ? kept.status() : found.status();
+    KnownCommits known{std::move(kept).value(), std::move(found).value(),
+                       m_state.past.knownFrom <= since && m_state.tail <= journalSize};
+    std::erase_if(known.all, [&](const Commit &one) { return one.number > m_state.base; });
+    for (const Commit &one : known.inJournal.commits) {
+        if (one.number >= since)
+            known.all.push_back(one);
+    }
+    return known;
+}
+
 /// Others have written since the change locks were taken, which a server had given them: this workstation was
 /// not heard of for long. A commit of which nothing but the journal has been written may have come in time,
 /// and they have finished it; or it lies where they had gone on, and must not stay there.
-/// @return ok when the commit is in the table, locked when nothing of it is.
+/// @return ok when the commit is in the table, or others have changed its lines since; locked when nothing of
+/// it is.
 Status TableImpl::verdictOfOthers(const Commit &commit)
 {
     dropStagedIndex();
     m_dateAndCount.clear();
     Status status = settleCount(true);
+    const auto known = commitsKnownSince(commit.number);
+    if (status.ok())
+        status = known.status();
+    if (!status.ok())
+        return failure(ErrorKind::inputOutput, status.text());
     std::map<RecordNumber, const RecordChange *> last;
     for (const RecordChange &change : commit.changes)
         last[change.number] = &change;
@@ -81,11 +156,17 @@ Status TableImpl::verdictOfOthers(const Commit &commit)
         }
         if (status.ok())
             status = readRecord(number, present);
-        done += present == change->after ? 1U : 0U;
-        untouched += change->before.empty() || present == change->before ? 1U : 0U;
+        const RecordChange *const next = known.value().firstChangeOf(number, commit.number);
+        const bool isDone = present == change->after || (next && next->before == change->after);
+        done += isDone ? 1U : 0U;
+        untouched += !isDone && (change->before.empty() || present == change->before ||
+                                 (next && next->before == change->before))
+                         ? 1U
+                         : 0U;
     }
     m_lastRead = 0;
     m_indexRewritten = true; // the numbers go on behind all that either side has given out
+    m_holdsRefused = done != last.size();
     if (status.ok())
         status = checkpoint(false);
     if (status.ok() && done == last.size())
@@ -96,10 +177,9 @@ Status TableImpl::verdictOfOthers(const Commit &commit)
 }
 
 /// The same when something had been written here: they have finished what was begun, and what was written
-/// late may lie over something newer. The journal, and what is kept of it, tell what belongs where.
-/// @param since  the first commit from here, or of those that were done again here.
-/// @param own    what was written here; null when it was no change of one's own.
-Status TableImpl::mendAfterOthers(std::uint64_t since, const Commit *own)
+/// late may lie over something newer. The journal, and what is kept of it, tell what belongs where. What is
+/// owed stays so until it is done.
+Status TableImpl::mendAfterOthers()
 {
     dropStagedIndex();
     const auto first = firstInJournal();
@@ -112,23 +192,18 @@ Status TableImpl::mendAfterOthers(std::uint64_t since, const Commit *own)
         m_state.base = first.value() - 1;
         m_state.past.forget(first.value());
     }
-    const auto found = commitsFrom(journalSector, m_state.base);
-    auto kept = JournalPast::commitsSince(m_journal, header.recordLength, since);
-    if (!found.ok() || !kept.ok())
-        return found.ok() ? kept.status() : found.status();
-    std::vector<Commit> &commits = kept.value();
-    std::erase_if(commits, [&](const Commit &one) { return one.number > m_state.base; });
-    commits.insert(commits.end(), found.value().commits.begin(), found.value().commits.end());
-    const bool isFinished = !own || std::ranges::find(commits, *own) != commits.end();
+    auto known = commitsKnownSince(m_owed->since);
+    if (!known.ok())
+        return known.status();
+    std::vector<Commit> commits = std::move(known.value().all);
+    const FoundCommits &found = known.value().inJournal;
+    const bool isFinished = !m_owed->own || std::ranges::find(commits, *m_owed->own) != commits.end();
     if (!isFinished)
-        commits.insert(commits.begin(), *own);
-    Status status = found.value().commits.empty() ? Status() : bringToDisk(found.value());
+        commits.insert(commits.begin(), *m_owed->own);
+    Status status = found.commits.empty() ? Status() : bringToDisk(found);
     if (status.ok() && !commits.empty())
         status = replay(commits);
-    m_state.applied = std::max(m_state.applied, m_state.base + found.value().commits.size());
-    if (!isSetBack && (m_state.past.knownFrom > since || m_state.tail > journalSize))
-        addNotice("un cambio ha llegado al servidor con mucho retraso, después de un corte de la conexión, y "
-                  "ya no se sabe qué se ha escrito entretanto: revise las últimas citas que haya cambiado");
+    m_state.applied = std::max(m_state.applied, m_state.base + found.commits.size());
     m_dateAndCount.clear();
     if (status.ok())
         status = settleCount(true);
@@ -137,9 +212,23 @@ Status TableImpl::mendAfterOthers(std::uint64_t since, const Commit *own)
     m_indexRewritten = true;
     if (status.ok())
         status = checkpoint(false);
-    if (status.ok() && !isFinished)
-        return failure(ErrorKind::inputOutput, "se ha perdido la conexión mientras se escribía");
-    return status.ok() ? status : failure(ErrorKind::inputOutput, status.text());
+    if (!status.ok())
+        return failure(ErrorKind::inputOutput, status.text());
+    if (!isSetBack && !known.value().areAll)
+        addNotice("un cambio ha llegado al servidor con mucho retraso, después de un corte de la conexión, y "
+                  "ya no se sabe qué se ha escrito entretanto: revise las últimas citas que haya cambiado");
+    m_owed.reset();
+    return isFinished ? Status()
+                      : failure(ErrorKind::inputOutput, "se ha perdido la conexión mientras se escribía");
+}
+
+/// Under fresh change locks: what could not be put right when it was found out.
+Status TableImpl::mendWhatIsOwed()
+{
+    if (!m_owed)
+        return {};
+    const Status status = mendAfterOthers();
+    return m_owed ? status : Status(); // how it ended was told when it failed
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

@@ -246,7 +246,11 @@ private:
     Result<bool> stillAlone();
     Status mayWriteOn();
     Status verdictOfOthers(const Commit &commit);
-    Status mendAfterOthers(std::uint64_t since, const Commit *own);
+    Status mendAfterOthers();
+    Status mendWhatIsOwed();
+    Result<bool> goneOnBehindEmptied(std::uint64_t first);
+    struct KnownCommits;
+    Result<KnownCommits> commitsKnownSince(std::uint64_t since);
     // TableChange.cpp
     Status checkWritable(std::size_t recordSize) const;
     Status commit(Commit &commit);
@@ -355,14 +359,25 @@ private:
     JournalHeader m_state;
     JournalHeaderBytes m_stateBytes{};       ///< as m_state was read
     std::vector<std::uint8_t> m_commitBytes; ///< last commit as it was written
-    std::uint64_t m_underWay = 0;            ///< number of the commit that is, or was last, written here
-    std::uint64_t m_seenCommit = 0;          ///< last one that refresh() knows of
+    /// The journal's header before it was emptied under the locks that are held: others who have gone on from
+    /// there are found by it.
+    std::optional<JournalHeader> m_emptied;
+    /// What may have been written late over something newer, and is still to be put right.
+    struct Owed {
+        std::uint64_t since = 0; ///< number of the first commit that it may lie over
+        std::optional<Commit> own;
+    };
+    std::optional<Owed> m_owed;
+    bool m_holdsRefused = false;    ///< the journal holds a commit that nothing is to come of
+    std::uint64_t m_underWay = 0;   ///< number of the commit that is, or was last, written here
+    std::uint64_t m_seenCommit = 0; ///< last one that refresh() knows of
     FileStamp m_stamp;
     FileIdentity m_identity;                               ///< of the table's file, when it was opened
     std::chrono::steady_clock::time_point m_stampSince;    ///< when m_stamp was first met
     std::chrono::steady_clock::time_point m_lookedClosely; ///< when refresh() last compared the lines
     std::chrono::steady_clock::time_point m_commitMet;     ///< when m_seenCommit last changed
-    std::chrono::steady_clock::time_point m_placeSeen;     ///< when the files were last found at their place
+    std::chrono::nanoseconds m_placeSeen{
+        -1};                      ///< in time with sleep: when the files were last found at their place
     bool m_foreignChange = false; ///< of a program that does not know the journal, which is to be emptied
     bool m_ownChange = false;     ///< since the stamp was taken
     std::chrono::steady_clock::time_point m_settled; ///< when the journal was last emptied for that

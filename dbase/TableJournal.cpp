@@ -4,6 +4,7 @@
 #include "dbase/TableImpl.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace dbase
 {
@@ -90,6 +91,8 @@ Status TableImpl::writeJournal(Commit &commit)
     if (status.ok() && m_state.closedInOrder)
         status = sayInUse();
     if (status.ok())
+        status = mayWriteOn(); // what has been done until here may have taken long
+    if (status.ok())
         status = options.durable ? writeDurably(bytes) : m_journal.writeAt(m_state.tail, bytes);
     if (!status.ok())
         return status;
@@ -155,11 +158,15 @@ Status TableImpl::emptyJournal()
     if (m_state.holdsDurable || options.durable)
         return checkpoint(false);
     JournalHeader state = m_state;
-    if (const Status status = keepPastIfThereIsRoom(state); !status.ok())
+    Status status = keepPastIfThereIsRoom(state);
+    if (status.ok())
+        status = mayWriteOn();
+    if (!status.ok())
         return status;
     state.base = state.applied;
     state.tail = journalSector;
     state.onDisk = false;
+    m_emptied = m_state;
     return writeState(state);
 }
 
@@ -181,7 +188,8 @@ Status TableImpl::keepPast(JournalHeader &state)
         state.past = past; // there was nothing
         return {};
     }
-    if (m_state.base + found.value().commits.size() < m_state.applied ||
+    if (std::exchange(m_holdsRefused, false) ||
+        m_state.base + found.value().commits.size() < m_state.applied ||
         journalSector + bytes.size() > journalSize)
         return {}; // something was written over it, or it reaches into what is kept
     const auto place = past.take(bytes.size(), m_state.base + 1);
@@ -318,6 +326,8 @@ Status TableImpl::checkpoint(bool closing)
     if (m_indexRewritten)
         state.applied += numbersLeap; // who keeps blocks of the index does so by the number
     status = closing ? keepPast(state) : keepPastIfThereIsRoom(state);
+    if (status.ok())
+        status = mayWriteOn();
     if (!status.ok())
         return status;
     state.base = state.applied;
@@ -337,6 +347,7 @@ Status TableImpl::checkpoint(bool closing)
         state.indexSize = index.value().stamp.size;
         state.indexTime = index.value().stamp.modified;
     }
+    m_emptied = m_state;
     status = writeState(state);
     if (!status.ok())
         return status;

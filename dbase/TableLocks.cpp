@@ -16,6 +16,8 @@ constexpr int shortestPauseMs = 1;
 constexpr int longestPauseMs = 12;
 constexpr int mostSettlings = 5;
 constexpr int mostWaits = 4; ///< for a commit that is under way
+/// Another file may have come into the table's place between a look and the lock.
+constexpr auto longAfterLooking = std::chrono::seconds(1);
 constexpr auto slowestRoundTrip = std::chrono::milliseconds(50);
 /// A way there and back that makes all waiting twice as long.
 constexpr auto slowRoundTrip = std::chrono::milliseconds(5);
@@ -236,6 +238,7 @@ Status TableImpl::beginChange(bool adding)
     }
     if (const Status status = m_opened ? checkPlace() : Status(); !status.ok())
         return status;
+    const auto begun = m_remote ? timeWithSleep() : std::chrono::nanoseconds(0);
     auto table = waitForLock(m_dbf, headerLockOffset, changeLockLength, File::LockKind::exclusive,
                              options.lockTimeout, writersRefusal);
     if (!table.ok())
@@ -247,8 +250,16 @@ Status TableImpl::beginChange(bool adding)
 
     // Nothing read before the locks counts.
     Status status;
+    m_emptied.reset();
+    if (m_remote && m_opened && timeWithSleep() - begun > longAfterLooking) {
+        m_placeSeen = std::chrono::nanoseconds(-1);
+        status = checkPlace();
+    }
     const auto unfinished = lookAtJournal();
-    status = unfinished.status();
+    if (status.ok())
+        status = unfinished.status();
+    if (status.ok())
+        status = mendWhatIsOwed();
     if (status.ok() && unfinished.value())
         status = finishDeadCommits();
     if (status.ok() && needsCount(adding))

@@ -212,8 +212,8 @@ void TableImpl::noteStamp(const FileStamp &stamp)
 Status TableImpl::checkPlace()
 {
     const auto pause = m_remote ? std::chrono::seconds(10) : std::chrono::seconds(1);
-    const auto now = std::chrono::steady_clock::now();
-    if (m_presence.held() && now - m_placeSeen < pause)
+    const auto now = timeWithSleep();
+    if (m_presence.held() && m_placeSeen.count() >= 0 && now - m_placeSeen < pause)
         return {};
     if (m_remote) {
         const auto there = File::look(path);
@@ -284,6 +284,13 @@ Result<bool> TableImpl::takeInNews()
 {
     if (const Status status = reconnect(); !status.ok())
         return status;
+    if (m_owed && m_held == Held::nothing) {
+        // Not to be waited for: the next look tries again.
+        const auto patience = std::exchange(options.lockTimeout, std::chrono::milliseconds(0));
+        if (beginChange().ok())
+            endChange();
+        options.lockTimeout = patience;
+    }
     // A group that has changed nothing yet may still look; one that has goes by what it knows.
     if (m_held == Held::changing && !(m_group && m_group->changes.empty()))
         return false;
@@ -296,7 +303,7 @@ Result<bool> TableImpl::takeInNews()
     const auto file = lookAtFile();
     const auto now = m_remote ? std::chrono::steady_clock::now() : std::chrono::steady_clock::time_point();
     if (m_remote && file.ok() && file.value().identity == m_identity)
-        m_placeSeen = now;
+        m_placeSeen = timeWithSleep();
     if (const Status status = checkPlace(); !status.ok())
         return status;
     if (!file.ok())

@@ -85,6 +85,7 @@ Status TableImpl::lockOutOthers()
     if (!table.ok())
         return table.status();
     noteLockTime();
+    m_emptied.reset();
     if (m_mdx) {
         auto index = waitForLock(m_mdx->file(), headerLockOffset, 1, File::LockKind::exclusive,
                                  options.lockTimeout, "otro programa está usando el índice");
@@ -138,8 +139,15 @@ Status TableImpl::recover()
 /// @return the number of the last commit.
 Result<std::uint64_t> TableImpl::replayJournal(bool isKnown)
 {
-    const auto found = commitsFrom(journalSector, m_state.base);
+    auto found = commitsFrom(journalSector, m_state.base);
     const auto before = announcedCount();
+    // On a share each commit was on the server's disk before the next: where the header knows of more of
+    // them, something was written late over the rest, and the table has what the rest says.
+    std::uint64_t first = m_state.base;
+    if (m_remote && isKnown && found.ok() && first + found.value().commits.size() < m_state.applied) {
+        first = m_state.applied;
+        found = commitsFrom(m_state.tail, first);
+    }
     if (!found.ok() || !before.ok())
         return found.ok() ? before.status() : found.status();
     const std::vector<Commit> &commits = found.value().commits;
@@ -152,11 +160,8 @@ Result<std::uint64_t> TableImpl::replayJournal(bool isKnown)
             return status.ok() ? Result<std::uint64_t>(m_state.base) : status;
         }
     }
-    // On a share each commit was on the server's disk before the next: where the header knows of more of them,
-    // something was written late over the rest, and the table has what the rest says.
-    const bool isCovered = m_remote && isKnown && m_state.base + commits.size() < m_state.applied;
     Status status = isKnown ? cutLinesThatNeverCame() : Status();
-    if (status.ok() && !commits.empty() && !isCovered) {
+    if (status.ok() && !commits.empty()) {
         status = bringToDisk(found.value());
         if (status.ok())
             status = replay(commits);
@@ -165,7 +170,7 @@ Result<std::uint64_t> TableImpl::replayJournal(bool isKnown)
         return status;
     if (isKnown)
         sayWhatIsMissing(before.value());
-    return m_state.base + commits.size();
+    return first + commits.size();
 }
 
 /// A power cut may leave a header that counts lines which had not reached the disk: of a workstation that
@@ -233,6 +238,11 @@ Result<bool> TableImpl::isCutBack() const
 Status TableImpl::closeInOrder()
 {
     constexpr auto patienceOfClosing = std::chrono::milliseconds(100); // closing keeps nobody waiting
+    if (m_owed) {
+        if (const Status status = beginChange(); !status.ok())
+            return status;
+        endChange();
+    }
     const auto gate = waitForLock(m_journal, gateOffset, 1, File::LockKind::exclusive, patienceOfClosing, "");
     if (!gate.ok()) // somebody comes or goes, and finds this one still there
         return gate.status().kind() == ErrorKind::locked ? Status() : gate.status();

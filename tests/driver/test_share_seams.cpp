@@ -3,7 +3,7 @@
 #include "dbase/Bytes.h"
 #include "dbase/File.h"
 #include "dbase/HandleSet.h"
-#include "tests/driver/Office.h"
+#include "tests/driver/Desk.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,6 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
-#include <functional>
 #include <set>
 
 #include <fcntl.h>
@@ -26,84 +25,6 @@ using namespace driver;
 using filecalls::Fault;
 using filecalls::Plant;
 using filecalls::Share;
-
-// ---------------------------------------------------------------------------------------------------------------------
-// Where one protocol meets the next.
-
-/// A table of a workstation, opened and left as that one.
-class Desk
-{
-public:
-    Desk(const Office &office, int workstation)
-        : m_workstation(workstation)
-    {
-        sit();
-        EXPECT_TRUE(m_agenda.open(office.place()).ok());
-    }
-    ~Desk()
-    {
-        sit();
-        static_cast<void>(m_agenda.close());
-    }
-    Desk(const Desk &) = delete;
-    Desk &operator=(const Desk &) = delete;
-    AgendaTable &operator*() { return m_agenda; }
-    AgendaTable *operator->() { return &m_agenda; }
-    void sit() const { filecalls::asWorkstation(m_workstation); }
-    Bytes line(dbase::RecordNumber number)
-    {
-        Bytes record(m_agenda.table().recordLength());
-        EXPECT_TRUE(m_agenda.table().read(number, record).ok());
-        return record;
-    }
-    dbase::Status give(dbase::RecordNumber number, const std::string &value)
-    {
-        const Bytes before = line(number);
-        Bytes after = before;
-        m_agenda.setValue(after, value);
-        return m_agenda.table().update(number, before, after);
-    }
-    /// All lines of a sheet get a value, in a group that is still to be written.
-    void giveSheet(const std::string &key, const std::string &value)
-    {
-        const auto lines = m_agenda.findAll(key);
-        ASSERT_TRUE(lines.ok() && m_agenda.table().beginGroup().ok());
-        for (const auto number : lines.value())
-            ASSERT_TRUE(give(number, value).ok());
-    }
-    /// The values of a key's lines, as one question answers.
-    std::set<std::string> valuesOf(const std::string &key)
-    {
-        std::string wanted = key;
-        wanted.resize(16, ' ');
-        const std::span bytes(reinterpret_cast<const std::uint8_t *>(wanted.data()), wanted.size());
-        std::vector<dbase::RecordNumber> numbers;
-        Bytes rows;
-        dbase::Table &table = m_agenda.table();
-        std::set<std::string> values;
-        if (!table.liveRows(table.index("CLAVE"), bytes, bytes, numbers, rows).ok())
-            return values;
-        for (std::size_t i = 0; i < numbers.size(); ++i)
-            values.insert(m_agenda.text(
-                std::span(rows).subspan(i * table.recordLength(), table.recordLength()), Field::interesado));
-        return values;
-    }
-
-private:
-    int m_workstation;
-    AgendaTable m_agenda;
-};
-
-/// A workstation's n-th call of a kind takes that long, and something happens meanwhile.
-Fault lateCall(std::optional<filecalls::Call> call, int number, std::chrono::seconds late,
-               std::function<void()> meanwhile)
-{
-    Fault fault{call, number, 0};
-    fault.late = late;
-    fault.workstation = 1;
-    fault.meanwhile = std::move(meanwhile);
-    return fault;
-}
 
 class Seams : public testing::TestWithParam<Share>
 {
@@ -246,117 +167,6 @@ TEST_P(Seams, ALineStaysLockedWhileItIsWrittenAfterAReconnection)
     EXPECT_TRUE(filecalls::faultMet());
     filecalls::fail({});
     EXPECT_EQ(taken, -1);
-}
-
-/// What the journal's header says of the last commit.
-std::uint64_t lastCommitIn(const std::filesystem::path &folder)
-{
-    constexpr std::size_t place = 12;
-    const std::string bytes = support::readFile(folder / "AGENDA_N.JNL");
-    return dbase::get64(reinterpret_cast<const std::uint8_t *>(bytes.data()) + place);
-}
-
-TEST(Shares, NumbersOfCommitsNeverGoBack)
-{
-    bool met = true;
-    for (int number = 1; met; ++number) {
-        SCOPED_TRACE(number);
-        Office office(Share::smb, Plant::none, true);
-        office.both();
-        const pid_t child = ::fork(); // a writer that dies in the middle of a commit
-        if (child == 0) {
-            filecalls::asWorkstation(3);
-            AgendaTable other;
-            std::mt19937 random(7);
-            if (other.open(office.place()).ok()) {
-                filecalls::dieAt(5);
-                static_cast<void>(other.table().append(other.line("w9-x", "v9", random)));
-            }
-            ::_exit(4);
-        }
-        int how = 0;
-        ::waitpid(child, &how, 0);
-        ASSERT_TRUE(WIFSIGNALED(how));
-        std::uint64_t others = 0;
-        filecalls::asWorkstation(1);
-        filecalls::fail(lateCall({}, number, std::chrono::seconds(60), [&] {
-            filecalls::loseLocks(1);
-            office.mustChange(2, "shared-a", office.newValue(2), 2);
-            office.mustChange(2, "shared-b", office.newValue(2), 2);
-            others = lastCommitIn(office.place());
-            filecalls::asWorkstation(1);
-        }));
-        office.change(1, "shared-c");
-        met = filecalls::faultMet();
-        filecalls::fail({});
-        EXPECT_GE(lastCommitIn(office.place()), others);
-        office.mustChange(1, "shared-c");
-        office.mustChange(2, "shared-a");
-        static_cast<void>(office.finish()); // the dead one's line may be there or not
-    }
-}
-
-/// The answer to a lock lies about while the machine sleeps, and the lock has gone to another.
-TEST(Shares, ALockIsAsOldAsTheQuestionForIt)
-{
-    for (int number = 1; number < 4; ++number) {
-        SCOPED_TRACE(number);
-        Office office(Share::smb, Plant::none, true);
-        Desk two(office, 2);
-        const Bytes second = two.line(2);
-        Bytes after = second;
-        two->setValue(after, "v8");
-        Desk one(office, 1);
-        const std::uint64_t before = lastCommitIn(office.place());
-        bool isIn = false;
-        Fault fault = lateCall(filecalls::Call::lock, number, std::chrono::seconds(60), [&] {
-            filecalls::loseLocks(1);
-            two.sit();
-            isIn = two->table().beginGroup().ok() && two->table().update(2, second, after).ok();
-            one.sit();
-        });
-        fault.answerIsLate = true;
-        filecalls::fail(fault);
-        int told = one.give(1, "v7").ok() ? 1 : 0;
-        filecalls::fail({});
-        two.sit();
-        told += isIn && two->table().commitGroup().ok() ? 1 : 0;
-        two->table().dropGroup();
-        EXPECT_EQ(lastCommitIn(office.place()) - before, static_cast<std::uint64_t>(told));
-    }
-}
-
-/// How much others have written meanwhile decides whether it is known what a late write has undone.
-TEST(Shares, WhatALateWriteMayHaveUndoneIsSaid)
-{
-    for (const int sheets : {20, 600}) {
-        int told = 0;
-        int undone = 0;
-        bool met = true;
-        for (int number = 1; met; ++number) {
-            Office office(Share::smb, Plant::none);
-            office.at(2).addSheet("w2-s", "v1");
-            Desk two(office, 2);
-            Desk one(office, 1);
-            filecalls::fail(lateCall(filecalls::Call::write, number, std::chrono::seconds(60), [&] {
-                filecalls::loseLocks(1);
-                two.sit();
-                EXPECT_TRUE(two.give(1, "v3").ok() || two.give(1, "v3").ok());
-                for (int sheet = 0; sheet < sheets; ++sheet) {
-                    two.giveSheet("w2-s", sheet % 2 == 0 ? "v4" : "v5");
-                    EXPECT_TRUE(two->table().commitGroup().ok());
-                }
-                one.sit();
-            }));
-            static_cast<void>(one.give(1, "v2").ok());
-            met = filecalls::faultMet();
-            filecalls::fail({});
-            told += one->table().notice().empty() ? 0 : 1;
-            undone += one->text(one.line(1), Field::interesado) == "v2" && met ? 1 : 0;
-        }
-        EXPECT_LE(undone, told) << sheets;
-        EXPECT_EQ(told > 0, sheets > 100) << told << " of " << sheets;
-    }
 }
 
 /// The flags that this program has a file open with, once for each time.
