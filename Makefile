@@ -6,10 +6,12 @@ CAPTURAS ?= out/capturas
 FUZZ_SECONDS ?= 3600
 PREFIX   ?= /usr/local
 PRUEBA   ?=
+SEMILLAS ?= 1 2 3 4 5 6 7 8
+PASOS    ?= 1000000
 export LAB_DIR ?= $(HOME)/.cache/agenda-red
 FUENTES   = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: manual install deb windows-dbase help run test bench red format format-check tidy asan coverage fuzz release dev clean
+.PHONY: manual install deb windows-dbase help run test bench red format format-check tidy asan coverage fuzz simulacion release dev clean
 
 help:
 	@echo "make run       build and open the program (DATOS=folder for other data)"
@@ -23,6 +25,7 @@ help:
 	@echo "make windows-dbase   the table files and agendatool for Windows; their tests under wine where it is installed"
 	@echo "make coverage  which lines the tests reach"
 	@echo "make red       shares (SMB, NFS) with three workstations, all virtual machines (PRUEBA='juntos nfs' for one experiment)"
+	@echo "make simulacion  several workstations by chance, for hours (SEMILLAS='1 2 3' PASOS=steps for each)"
 	@echo "make fuzz      arbitrary bytes for what reads files (FUZZ_SECONDS=time for each target)"
 
 release:
@@ -121,6 +124,16 @@ fuzz:
 	    mkdir -p "out/fuzz/$$objetivo" && \
 	    build/fuzz/bin/fuzz_$$objetivo -max_total_time=$(FUZZ_SECONDS) -max_len=16384 -timeout=10 -verbosity=0 \
 	        -artifact_prefix="out/fuzz/$$objetivo-" "out/fuzz/$$objetivo" "tests/fuzz/corpus/$$objetivo" || exit 1; \
+	done
+
+# Ends at the first failure, with the shortest run that shows it.
+simulacion:
+	@$(PAQUETES) construir pruebas
+	cmake --preset release
+	cmake --build --preset release --target simulacion
+	@for semilla in $(SEMILLAS); do \
+	    echo "semilla $$semilla"; \
+	    build/release/bin/simulacion --semilla $$semilla --pasos $(PASOS) --agenda todas || exit 1; \
 	done
 
 # Takes most of an hour; see tests/red/README.md.

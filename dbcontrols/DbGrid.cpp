@@ -452,6 +452,10 @@ void DbGrid::keyPressEvent(QKeyEvent *event)
     emit keyDown(event);
     if (!event->isAccepted())
         return;
+    // Who was told of the key may have taken in what others have written. The view's own current row has
+    // slipped with that; the key is for the line that the data set stands on.
+    if (m_reconcile->isActive())
+        syncCurrent();
     switch (event->key()) {
     case Qt::Key_Enter:
     case Qt::Key_Return:

@@ -250,6 +250,22 @@ TEST_F(EdicionTest, ALetterIsNotTypedOverWhatWasNotSeen)
     });
 }
 
+// The news that come in with the edit move the rows under the cursor of the grid.
+TEST_F(EdicionTest, ALetterGoesIntoTheLineUnderTheKeysAlsoWhenRowsMove)
+{
+    enVentana([&] {
+        pulsa(1);
+        const auto otro = oficina.agenda(1);
+        otro->first();
+        otro->edit();
+        otro->field(u"HORA").setText("10:30");
+        otro->post();
+        teclea("Acta");
+        tecla(Qt::Key_Return);
+        EXPECT_EQ(oficina.dia(1, Lunes), (QStringList{"10:00 Acta N", "10:30 Firma N", "11:00 Firma N"}));
+    });
+}
+
 TEST_F(EdicionTest, TheRefreshShowsOthersLinesAndDisturbsNoEdit)
 {
     enVentana([&] {

@@ -35,7 +35,7 @@ int TGuion::Elige(TPesos pesos)
 TPaso TGuion::Siguiente(const QList<TRespuesta> &puestos, int numero, bool bloqueado)
 {
     if (m_azar.UnaDe(bloqueado ? 6 : 7))
-        return DelOtro(numero, bloqueado);
+        return DelOtro(puestos, numero, bloqueado);
     TPaso paso;
     paso.Puesto = static_cast<quint8>(m_azar.Hasta(static_cast<int>(puestos.size())));
     const TRespuesta &puesto = puestos.at(paso.Puesto);
@@ -73,21 +73,30 @@ TPaso TGuion::Siguiente(const QList<TRespuesta> &puestos, int numero, bool bloqu
 
 void TGuion::Percance(TPaso &paso)
 {
-    if (!m_azar.UnaDe(20))
+    if (!m_azar.UnaDe(10))
         return;
     paso.Percance = static_cast<TPercance>(Elige({{static_cast<int>(TPercance::lenta), 5},
                                                   {static_cast<int>(TPercance::falla), 3},
-                                                  {static_cast<int>(TPercance::muere), 1}}));
-    paso.Llamada = 1 + m_azar.Hasta(m_azar.UnaDe(2) ? 8 : 60);
+                                                  {static_cast<int>(TPercance::muere), 2}}));
+    paso.Llamada = 1 + m_azar.Hasta(m_azar.UnaDe(2) ? 5 : 40);
     if (paso.Verbo != TVerbo::campo)
         paso.C = m_azar.Hasta(5);
 }
 
-TPaso TGuion::DelOtro(int numero, bool bloqueado)
+TPaso TGuion::DelOtro(const QList<TRespuesta> &puestos, int numero, bool bloqueado)
 {
     TPaso paso;
     paso.A = m_azar.Hasta(Notarios);
     paso.B = m_azar.Hasta(1000);
+    const TPantalla &vista = puestos.at(m_azar.Hasta(static_cast<int>(puestos.size()))).Pantalla;
+    if (vista.Actual != 0 && !m_azar.UnaDe(3)) { // where it matters: what somebody has under his keys
+        paso.A = vista.Pestana;
+        paso.B = PorMarca + static_cast<int>(vista.Actual);
+        if (!vista.Seleccion.isEmpty() && m_azar.UnaDe(2))
+            paso.B =
+                PorMarca +
+                static_cast<int>(vista.Seleccion.at(m_azar.Hasta(static_cast<int>(vista.Seleccion.size()))));
+    }
     if (bloqueado) {
         paso.Verbo = TVerbo::suelta;
         return paso;

@@ -40,7 +40,7 @@ public:
 private:
     using TPesos = std::initializer_list<std::pair<int, int>>;
     int Elige(TPesos pesos); ///< first: what, second: how often
-    TPaso DelOtro(int numero, bool bloqueado);
+    TPaso DelOtro(const QList<TRespuesta> &puestos, int numero, bool bloqueado);
     void EnVentana(TPaso &paso, const TPantalla &pantalla, int numero);
     void EnFicha(TPaso &paso, const TPantalla &pantalla, int numero);
     void Percance(TPaso &paso);

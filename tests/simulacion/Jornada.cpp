@@ -136,10 +136,11 @@ void TJornada::Relata(const TRespuesta &respuesta, const TCambios &cambios) cons
         "cerrado",     "muerto"};
     const TPantalla &pantalla = respuesta.Pantalla;
     QStringList &relato = *m_relato;
-    relato << QStringLiteral("    %1 %2 [%3] %4%5%6")
+    relato << QStringLiteral("    %1 %2 [%3] (%7) %4%5%6")
                   .arg(estados.at(static_cast<int>(respuesta.Estado)), respuesta.Pregunta, pantalla.Fecha,
                        pantalla.Ficha ? QStringLiteral("ficha ") : QString(),
-                       pantalla.Editando ? QStringLiteral("editando ") : QString(), pantalla.Pendiente);
+                       pantalla.Editando ? QStringLiteral("editando ") : QString(), pantalla.Pendiente,
+                       pantalla.Foco);
     for (const QString &aviso : respuesta.Avisos)
         relato << QStringLiteral("    aviso: ") + QString(aviso).replace(u'\n', u' ');
     for (const TFila &fila : pantalla.Filas)

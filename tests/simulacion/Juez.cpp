@@ -94,7 +94,7 @@ void TJuez::Empieza(TOrden &orden, const TPantalla &pantalla)
 {
     orden.Pantalla = pantalla;
     orden.Lineas = pantalla.Seleccion;
-    if (orden.Lineas.size() < 2)
+    if (orden.Lineas.size() < 2 || pantalla.Ficha) // the card knows one line alone
         orden.Lineas = pantalla.Actual != 0 ? QList{pantalla.Actual} : QList<quint32>();
     Ensena(orden, pantalla, true);
 }
@@ -107,7 +107,8 @@ void TJuez::Antes(const TPaso &paso, const TRespuesta &ultima)
         orden = {};
         orden.Abierta = true;
         Empieza(orden, pantalla);
-        if (pantalla.FechaConFoco)
+        orden.ConFecha = pantalla.FechaConFoco;
+        if (orden.ConFecha)
             orden.FechaTecleada = Clave(pantalla.Fecha);
     }
     orden.Pasos << paso;
@@ -130,8 +131,13 @@ TVeredicto TJuez::Despues(const TPaso &paso, const TRespuesta &ahora, const TCam
 {
     TOrden &orden = m_ordenes[paso.Puesto];
     const bool muerto = ahora.Estado == TEstado::muerto;
+    if (!ahora.Hecho && !muerto && orden.Pasos.size() == 1 && cambios.isEmpty()) {
+        orden.Abierta = false; // no such command just now
+        return {};
+    }
     orden.Avisos << ahora.Avisos;
     orden.Cambios << cambios;
+    orden.PreguntaBorrar |= ahora.Pregunta.contains(QLatin1String("borrar"));
     for (const TCambio &cambio : cambios) {
         if (auto fallo = cambio.Antes ? JuzgaCambio(orden, cambio) : JuzgaNueva(orden, cambio))
             return fallo;
@@ -180,7 +186,9 @@ TVeredicto TJuez::Despues(const TPaso &paso, const TRespuesta &ahora, const TCam
 
 bool TJuez::Tiene(const TOrden &orden, int accion)
 {
-    return std::any_of(orden.Pasos.begin(), orden.Pasos.end(),
+    // Space presses the button that has the focus, whichever that is.
+    return (accion == borrar && orden.PreguntaBorrar) ||
+           std::any_of(orden.Pasos.begin(), orden.Pasos.end(),
                        [accion](const TPaso &paso) { return AccionDe(paso) == accion; });
 }
 
@@ -190,10 +198,9 @@ bool TJuez::VaPorDias(const TOrden &orden)
     return std::any_of(orden.Pasos.begin(), orden.Pasos.end(),
                        [](const TPaso &paso) {
                            const int accion = AccionDe(paso);
-                           // A page that goes with its focus may leave it in the date field for a moment.
                            return paso.Verbo == TVerbo::fecha || paso.Verbo == TVerbo::abre ||
-                                  paso.Verbo == TVerbo::pestana || accion == sincronizar ||
-                                  accion == anterior || accion == siguiente || accion == buscarDia;
+                                  accion == sincronizar || accion == anterior || accion == siguiente ||
+                                  accion == buscarDia;
                        }) ||
            orden.Pantalla.FechaConFoco;
 }
@@ -239,7 +246,9 @@ TVeredicto TJuez::JuzgaNueva(const TOrden &orden, const TCambio &cambio) const
             }
         }
     }
-    if (VaPorDias(orden) && nueva.SinTexto()) {
+    TLinea hueco = nueva; // perhaps marked in the same step
+    hueco.Concepto.remove(QLatin1String("[AUSENTE]")).remove(QLatin1String("[SALIDA]"));
+    if (VaPorDias(orden) && hueco.SinTexto()) {
         const TTablaCruda &tabla = *m_tablas.at(static_cast<std::size_t>(cambio.Notario - 1));
         const QList<TFila> dia = tabla.Dia(nueva.Fecha);
         const bool deLaHoja = std::all_of(dia.begin(), dia.end(), [&](const TFila &fila) {
@@ -342,7 +351,7 @@ TVeredicto TJuez::JuzgaTextos(const TOrden &orden)
 TVeredicto TJuez::JuzgaCuentas(const TOrden &orden, bool muerto)
 {
     const int accion = AccionDe(orden.Pasos.constFirst());
-    if (orden.Edita || !orden.FechaTecleada.isEmpty() || orden.Lineas.isEmpty())
+    if (orden.Edita || orden.ConFecha || orden.Lineas.isEmpty())
         return {};
     const auto cuenta = [&](auto &&cual) {
         return std::count_if(orden.Cambios.begin(), orden.Cambios.end(), cual);

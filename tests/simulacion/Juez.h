@@ -14,6 +14,12 @@ namespace simulacion
 struct TFallo {
     QChar Regla; ///< a: lost or unseen, b: doubled, c: day, d: half done, e: silently lost, f: cannot go on
     QString Que;
+    /// The same rule, broken by the same kind of command.
+    [[nodiscard]] bool EsComo(const TFallo &otro) const
+    {
+        const bool porOrden = Regla == u'b' || Regla == u'd';
+        return Regla == otro.Regla && (!porOrden || Que.section(u':', 0, 0) == otro.Que.section(u':', 0, 0));
+    }
 };
 using TVeredicto = std::optional<TFallo>;
 
@@ -50,7 +56,9 @@ private:
         bool Edita = false;    ///< something was being typed at some time
         bool EnFicha = false;  ///< in the card
         bool Cancelada = false;
+        bool ConFecha = false; ///< the date field had the keys
         bool Negada = false;
+        bool PreguntaBorrar = false;
         bool Percance = false;
     };
     static void Empieza(TOrden &orden, const TPantalla &pantalla);

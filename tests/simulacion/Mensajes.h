@@ -88,6 +88,7 @@ struct TPantalla {
     QString Pendiente; ///< what has been typed and not stored
     bool FueraDeHora = false;
     QString Ayuda; ///< the help line, where a failed refresh is told
+    QString Foco;  ///< name of the control under the keys
 };
 
 enum class TEstado : quint8 {
@@ -142,13 +143,13 @@ inline QDataStream &operator<<(QDataStream &s, const TPantalla &p)
 {
     return s << p.Pestana << p.Fecha << p.FechaConFoco << p.Filas << p.Actual << p.FilaActual << p.Seleccion
              << p.Editando << p.Editor << p.Ficha << p.FichaEditando << p.EnFicha << p.Pendiente
-             << p.FueraDeHora << p.Ayuda;
+             << p.FueraDeHora << p.Ayuda << p.Foco;
 }
 inline QDataStream &operator>>(QDataStream &s, TPantalla &p)
 {
     return s >> p.Pestana >> p.Fecha >> p.FechaConFoco >> p.Filas >> p.Actual >> p.FilaActual >>
            p.Seleccion >> p.Editando >> p.Editor >> p.Ficha >> p.FichaEditando >> p.EnFicha >> p.Pendiente >>
-           p.FueraDeHora >> p.Ayuda;
+           p.FueraDeHora >> p.Ayuda >> p.Foco;
 }
 inline QDataStream &operator<<(QDataStream &s, const THoja &h)
 {

@@ -63,7 +63,8 @@ void TOtroPrograma::Cambia(const TPaso &paso, dataset::DbfTable &tabla)
     }
     if (lineas.isEmpty())
         return;
-    const quint32 marca = std::next(lineas.cbegin(), paso.B % lineas.size()).key();
+    const quint32 marca = paso.B >= PorMarca ? static_cast<quint32>(paso.B - PorMarca)
+                                             : std::next(lineas.cbegin(), paso.B % lineas.size()).key();
     tabla.refresh();
     if (!tabla.goToBookmark(marca))
         return;

@@ -7,6 +7,7 @@
 #include "dataset/DatabaseError.h"
 #include "dbcontrols/DbGrid.h"
 #include "tests/driver/FileCalls.h"
+#include "tests/simulacion/Faltas.h"
 #include "tests/simulacion/Vocabulario.h"
 
 #include <QtCore/QAbstractEventDispatcher>
@@ -533,11 +534,15 @@ TPantalla TPuesto::Mira()
     const auto *const fuera = m_ventana->findChild<QToolButton *>(QStringLiteral("BFueraDeHora"));
     pantalla.FueraDeHora = fuera && fuera->isChecked();
     pantalla.Ayuda = m_ventana->statusBar()->currentMessage();
+    if (const QWidget *const control = QApplication::focusWidget())
+        pantalla.Foco = control->objectName();
     if (pantalla.Editando)
         pantalla.Pendiente = tabla->field(u"CONCEPTO").asText();
-    if (pantalla.Editor)
-        if (const auto *const editor = qobject_cast<QLineEdit *>(QApplication::focusWidget()))
-            pantalla.Pendiente += u'|' + editor->text();
+    if (const auto *const editor = qobject_cast<QLineEdit *>(QApplication::focusWidget());
+        editor && pantalla.Editor) {
+        const bool encima = rejilla.currentIndex().column() == 1; // of what the line says so far
+        pantalla.Pendiente = (encima ? QString() : pantalla.Pendiente) + u'|' + editor->text();
+    }
     MiraFicha(pantalla);
     return pantalla;
 }
@@ -562,6 +567,7 @@ void TPuesto::MiraFicha(TPantalla &pantalla)
 
 void EjecutaPuesto(const QString &carpeta, int descriptor)
 {
+    PlantaAqui();
     TPuesto(carpeta, TCanal(descriptor)).Vive();
     std::abort();
 }

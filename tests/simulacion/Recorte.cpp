@@ -14,7 +14,7 @@ TResultado Recorta(const TResultado &fallida, int puestos, int intentos)
             pasos.remove(desde, trozo);
             --intentos;
             const TResultado prueba = TJornada::Repite(pasos, puestos);
-            if (prueba.Fallo && prueba.Fallo->Regla == fallida.Fallo->Regla) {
+            if (prueba.Fallo && prueba.Fallo->EsComo(*fallida.Fallo)) {
                 corta = prueba;
                 quitado = true;
                 desde = qMin(desde, corta.Pasos.size());

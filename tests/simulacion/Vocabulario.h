@@ -12,6 +12,8 @@ namespace simulacion
 {
 
 inline constexpr int Notarios = 2;
+/// Added to a record number where a step names a line by it, not by its place among the live ones.
+inline constexpr int PorMarca = 1'000'000;
 inline constexpr int Dias = 4;
 /// The days of the small world, Monday the first.
 inline QDate Dia(int cual)

@@ -1,6 +1,7 @@
 // Two clerks by chance: works the agenda from several workstations in random order and judges what comes of
 // it. A seed is enough to see the same again.
 
+#include "tests/simulacion/Faltas.h"
 #include "tests/simulacion/Recorte.h"
 
 #include <QtCore/QCommandLineParser>
@@ -64,7 +65,8 @@ int main(int argc, char *argv[])
     const QCommandLineOption agenda("agenda", "multi, o todas: las que pasan, por ahora multi.", "cuál",
                                     "multi");
     const QCommandLineOption ruido("con-avisos", "Enseña también los avisos del programa.");
-    linea.addOptions({semilla, pasos, puestos, agenda, ruido});
+    const QCommandLineOption falta("falta", "Planta una falta que se ha de encontrar.", "nombre", "ninguna");
+    linea.addOptions({semilla, pasos, puestos, agenda, ruido, falta});
     linea.process(aplicacion);
     const QString cual = linea.value(agenda);
     if (cual != u"multi" && cual != u"todas") {
@@ -74,6 +76,10 @@ int main(int argc, char *argv[])
     if (!linea.isSet(ruido))
         qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
 
+    for (std::size_t una = 0; una < NombresDeFaltas.size(); ++una) {
+        if (linea.value(falta) == QLatin1String(NombresDeFaltas.at(una)))
+            Planta(static_cast<TFalta>(una));
+    }
     const quint64 primera = linea.value(semilla).toULongLong();
     const int todos = linea.value(pasos).toInt();
     const int cuantos = qBound(1, linea.value(puestos).toInt(), 8);

@@ -1,0 +1,140 @@
+#include "tests/simulacion/Faltas.h"
+
+#include "dataset/DataSet.h"
+#include "dbcontrols/MaskEdit.h"
+
+#include <QtGui/QKeyEvent>
+
+#include <cstdlib>
+#include <exception>
+
+#include <dlfcn.h>
+
+namespace
+{
+
+using simulacion::TFalta;
+
+TFalta g_plantada = TFalta::ninguna;
+TFalta g_aqui = TFalta::ninguna;
+
+bool Hay(TFalta falta)
+{
+    return g_aqui == falta;
+}
+
+/// The library's own function behind one of this file, by its name for the linker.
+template <class TFuncion> TFuncion *Propia(const char *nombre)
+{
+    return reinterpret_cast<TFuncion *>(dlsym(RTLD_NEXT, nombre));
+}
+
+} // namespace
+
+void simulacion::Planta(TFalta falta)
+{
+    g_plantada = falta;
+}
+void simulacion::PlantaAqui()
+{
+    g_aqui = g_plantada;
+}
+
+// A program's own definition goes before a library's, for the library itself as well.
+namespace dataset
+{
+
+void DataSet::remove(const SeenRecord &line)
+{
+    static auto *const propia =
+        Propia<void(DataSet *, const SeenRecord &)>("_ZN7dataset7DataSet6removeERKNS_10SeenRecordE");
+    if (!Hay(TFalta::borraSinVer))
+        return propia(this, line);
+    if (goToBookmark(line.bookmark()))
+        remove();
+}
+
+void DataSet::edit(EditOf what)
+{
+    static auto *const propia = Propia<void(DataSet *, EditOf)>("_ZN7dataset7DataSet4editENS_6EditOfE");
+    propia(this, Hay(TFalta::celdaSinVer) ? EditOf::fresh : what);
+}
+
+void DataSet::goToSeen(const SeenRecord &line)
+{
+    static auto *const propia =
+        Propia<void(DataSet *, const SeenRecord &)>("_ZN7dataset7DataSet8goToSeenERKNS_10SeenRecordE");
+    try {
+        propia(this, line);
+    } catch (const EDatabaseError &) {
+        if (!Hay(TFalta::rellenaSinVer))
+            throw;
+    }
+}
+
+void DataSet::refresh()
+{
+    static auto *const propia = Propia<void(DataSet *)>("_ZN7dataset7DataSet7refreshEv");
+    const Bookmark antes = bookmark();
+    propia(this);
+    if (Hay(TFalta::sigueALaIda) && antes != bookmark() && !isEditing())
+        goToBookmark(antes);
+}
+
+bool DataSet::setRange(const Key &low, const Key &high)
+{
+    static auto *const propia = Propia<bool(DataSet *, const Key &, const Key &)>(
+        "_ZN7dataset7DataSet8setRangeERK5QListINS_7KeyPartEES5_");
+    const Bookmark antes = bookmark();
+    try {
+        return propia(this, low, high);
+    } catch (const EDatabaseError &) {
+        if (Hay(TFalta::rangoAMedias)) {
+            propia(this, low, high); // the next reading succeeds
+            goToBookmark(antes);
+        }
+        throw;
+    }
+}
+
+void DataSet::beginGroup()
+{
+    static auto *const propia = Propia<void(DataSet *)>("_ZN7dataset7DataSet10beginGroupEv");
+    if (!Hay(TFalta::sinGrupo))
+        propia(this);
+}
+
+void DataSet::commitGroup()
+{
+    static auto *const propia = Propia<void(DataSet *)>("_ZN7dataset7DataSet11commitGroupEv");
+    if (!Hay(TFalta::sinGrupo))
+        propia(this);
+}
+
+} // namespace dataset
+
+namespace dbcontrols
+{
+
+void MaskEdit::setMaskedText(const QString &text)
+{
+    static auto *const propia =
+        Propia<void(MaskEdit *, const QString &)>("_ZN10dbcontrols8MaskEdit13setMaskedTextERK7QString");
+    if (!Hay(TFalta::fechaVieja) || !std::current_exception())
+        propia(this, text);
+}
+
+void MaskEdit::keyPressEvent(QKeyEvent *event)
+{
+    static auto *const propia =
+        Propia<void(MaskEdit *, QKeyEvent *)>("_ZN10dbcontrols8MaskEdit13keyPressEventEP9QKeyEvent");
+    if (Hay(TFalta::mascaraCorta)) {
+        static bool corta = false; // the field of today mends its length by itself
+        if (corta && !event->text().isEmpty() && event->text().at(0).isDigit())
+            std::abort();
+        corta = event->key() == Qt::Key_U && event->modifiers() == Qt::ControlModifier;
+    }
+    propia(this, event);
+}
+
+} // namespace dbcontrols

@@ -1,0 +1,95 @@
+// The simulation itself: the same seed is the same day, days go well, and a planted fault is found.
+
+#include "tests/simulacion/Faltas.h"
+#include "tests/simulacion/Recorte.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using namespace simulacion;
+
+constexpr int Puestos = 2;
+constexpr int PasosDelDia = 400;
+
+/// Before main() makes the application: of the toolkit's dispatchers the one that says before it sleeps.
+const bool g_sinGlib = qputenv("QT_NO_GLIB", "1");
+
+class Simulacion : public testing::Test
+{
+protected:
+    Simulacion()
+    {
+        EXPECT_TRUE(g_sinGlib);
+        PreparaProcesos();
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    }
+    ~Simulacion() override
+    {
+        Planta(TFalta::ninguna);
+        qInstallMessageHandler(nullptr);
+    }
+    static std::string Que(const TResultado &resultado)
+    {
+        return resultado.Fallo
+                   ? (resultado.Fallo->Regla + QStringLiteral(": ") + resultado.Fallo->Que).toStdString()
+                   : std::string();
+    }
+};
+
+TEST_F(Simulacion, TheSameSeedIsTheSameDay)
+{
+    const TResultado una = TJornada::Corre(5, 200, Puestos);
+    const TResultado otra = TJornada::Corre(5, 200, Puestos);
+    EXPECT_EQ(una.Pasos, otra.Pasos);
+    EXPECT_EQ(una.Cifras.Huella, otra.Cifras.Huella);
+    EXPECT_EQ(TJornada::Repite(una.Pasos, Puestos).Cifras.Huella, una.Cifras.Huella);
+    EXPECT_NE(TJornada::Corre(6, 200, Puestos).Cifras.Huella, una.Cifras.Huella);
+}
+
+TEST_F(Simulacion, DaysGoWell)
+{
+    for (quint64 semilla = 1; semilla <= 5; ++semilla) {
+        const TResultado resultado = TJornada::Corre(semilla, PasosDelDia, Puestos);
+        EXPECT_FALSE(resultado.Fallo) << "--semilla " << semilla << ' ' << Que(resultado);
+    }
+}
+
+TEST_F(Simulacion, APlantedFaultIsFound)
+{
+    const struct {
+        TFalta falta;
+        QString reglas; ///< by which it may show
+        int semillas;   ///< within so many
+    } casos[] = {
+        {TFalta::borraSinVer, "ab", 40},
+        {TFalta::celdaSinVer, "ab", 40},
+        {TFalta::rellenaSinVer, "ab", 40},
+        {TFalta::mascaraCorta, "f", 40},
+    };
+    for (const auto &caso : casos) {
+        const char *const nombre = NombresDeFaltas.at(static_cast<std::size_t>(caso.falta));
+        Planta(caso.falta);
+        TResultado resultado;
+        for (int semilla = 1; semilla <= caso.semillas && !resultado.Fallo; ++semilla)
+            resultado = TJornada::Corre(static_cast<quint64>(semilla), PasosDelDia, Puestos);
+        ASSERT_TRUE(resultado.Fallo) << nombre;
+        EXPECT_TRUE(caso.reglas.contains(resultado.Fallo->Regla)) << nombre << ' ' << Que(resultado);
+    }
+}
+
+TEST_F(Simulacion, AFailingDayIsCutShort)
+{
+    Planta(TFalta::mascaraCorta);
+    TResultado resultado;
+    for (quint64 semilla = 1; !resultado.Fallo && semilla < 40; ++semilla)
+        resultado = TJornada::Corre(semilla, PasosDelDia, Puestos);
+    ASSERT_TRUE(resultado.Fallo);
+    const TResultado corta = Recorta(resultado, Puestos, 200);
+    ASSERT_TRUE(corta.Fallo);
+    EXPECT_EQ(corta.Fallo->Regla, resultado.Fallo->Regla);
+    EXPECT_LE(corta.Pasos.size(), 4) << "a date field that is emptied, and a digit";
+}
+
+} // namespace
