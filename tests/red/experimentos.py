@@ -322,11 +322,8 @@ def ventanas(scene):
     first.run(f"{scene.env}; export QT_QPA_PLATFORM=offscreen; oficina --datos /tmp/{scene.name} --crear-demo --solo-datos --anyos 1 --fecha {date} "
               f"&& cp -r /tmp/{scene.name} {folder}", 300)
     screens = [Screen(scene, one, folder, date) for one in (first, second)]
-    agendas = []
     for one in screens:
-        main = one.settled(seconds=240)
-        one.key("F2")
-        agendas.append(one.settled(main))
+        one.settled(one.settled(seconds=240))  # the start window, and before it the agenda, which opens by itself
     wrong = []
     end = time.monotonic() + 30
     while screens[0].picture() != screens[1].picture():
@@ -337,6 +334,7 @@ def ventanas(scene):
             break
         time.sleep(1)
     writer, reader = screens
+    agendas = [one.picture() for one in screens]
 
     # one line, taken by the first while it writes; the second is refused it
     for one in screens:
