@@ -292,6 +292,7 @@ Status TableImpl::apply(const Commit &commit)
         if (!status.ok())
             return {ErrorKind::inputOutput, status.text(), name}; // whatever it was, the commit is half done
     }
+    m_emptied.reset();
     if (keepsIndex)
         m_indexAsOf = m_state.applied;
     m_countAsOf = m_state.applied;
