@@ -332,6 +332,8 @@ void TFFichaAgendaN::PreparaRejilla(int pestana)
         connect(DSAgendaN[indice], &dbcontrols::DataSource::stateChanged, this, [this] {
             if (DSAgendaN.front()->state() == dataset::DataSet::State::edit)
                 m_borrador.Empieza(*DSAgendaN.front()->dataSet());
+            else
+                CuentaAvisosPronto(); // the grid posts a line by itself when it is left
         });
     } else {
         rejilla->setMode(DbGrid::Mode::rows);
@@ -347,5 +349,8 @@ void TFFichaAgendaN::CreaLineaDeAyuda()
     m_pista = new QLabel(LExplica);
     m_pista->setAccessibleName(QStringLiteral("Explicación"));
     LExplica->addWidget(m_pista, 1);
+    // The bar itself takes it away only where it is seen already, and a hint may come before.
+    connect(LExplica, &QStatusBar::messageChanged, m_pista,
+            [this](const QString &mensaje) { m_pista->setVisible(mensaje.isEmpty()); });
     CreaFueraDeHora();
 }
