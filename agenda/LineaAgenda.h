@@ -58,6 +58,11 @@ struct TLineaAgenda {
 
     [[nodiscard]] dataset::Bookmark Registro() const { return Vista.bookmark(); }
     [[nodiscard]] bool EsSalida() const { return Salida == EstaFuera; }
+    /// Nobody has written anything into it: nothing is lost when it is written over.
+    [[nodiscard]] bool EstaLibre() const
+    {
+        return Concepto.trimmed().isEmpty() && Interesado.trimmed().isEmpty() && Oficial.trimmed().isEmpty();
+    }
     /// Client code without its fraction; 0 where there is none.
     [[nodiscard]] qint64 Codigo() const;
     /// A field as text for the user.

@@ -207,15 +207,21 @@ QList<TLineaAgenda> TFFichaCitas::LineasHasta(const TLineaAgenda &cita, const QS
 }
 
 /// Begins the change of a line that the appointment is to be copied onto: as the grid behind the card shows
-/// it, so that nothing goes under that a colleague has written since.
+/// it, so that nothing goes under that a colleague has written since. Of a day that no grid shows only free
+/// lines are taken, and what this card has written itself.
 TRespuesta TFFichaCitas::TomaParaRellenar(const TLineaAgenda &linea)
 {
     if (linea.Registro() == 0)
         return m_motor->Anadir(linea.Fecha, linea.Hora);
-    const bool delDia = m_diaAlAbrir.isValid() && linea.Fecha == m_diaAlAbrir && SeVeEnSuHoja(linea.Hora);
-    if (delDia && !m_vistasAlAbrir.contains(linea.Registro()))
+    if (!m_diaAlAbrir.isValid()) // no sheet is shown, and the whole table is too much to look at
+        return m_motor->Modificar(linea.Vista);
+    if (const auto vista = m_vistasAlAbrir.constFind(linea.Registro()); vista != m_vistasAlAbrir.cend())
+        return m_motor->Modificar(*vista);
+    if (linea.Fecha == m_diaAlAbrir && SeVeEnSuHoja(linea.Hora))
         return TRespuesta::Fallo(QStringLiteral("Otro puesto la ha añadido mientras tanto."));
-    return m_motor->Modificar(delDia ? m_vistasAlAbrir.value(linea.Registro()) : linea.Vista);
+    if (!linea.EstaLibre())
+        return TRespuesta::Fallo(QStringLiteral("Hay otra cita que no estaba a la vista"));
+    return m_motor->Modificar(linea.Vista);
 }
 
 /// Copies the accepted line, the current one, onto the lines of its day that follow up to an end time, and

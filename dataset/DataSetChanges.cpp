@@ -2,6 +2,8 @@
 
 #include "dataset/DataSetPrivate.h"
 
+#include <QtCore/QScopeGuard>
+
 namespace dataset
 {
 
@@ -75,11 +77,17 @@ void DataSet::post()
         d->store->update(d->number, d->record, d->pending);
     d->shownRecords.forget(written);
     d->recordsNoted.insert(written);
+    const Record asWritten = d->pending;
     d->dropPending();
     d->forgetRows();
     d->bof = d->eof = false;
-    if (!d->goTo(written))
-        d->goToNeighbour();
+    d->lookAfterwards([&] {
+        // What stays where it cannot be looked at just now.
+        d->number = written;
+        d->record = asWritten;
+        if (!d->goTo(written))
+            d->goToNeighbour();
+    });
 }
 
 void DataSet::cancel()
@@ -129,7 +137,8 @@ void DataSet::remove()
         throw;
     }
     d->shownRecords.forget(gone);
-    d->goToNeighbour();
+    if (!d->lookAfterwards([&] { d->goToNeighbour(); }))
+        d->goToNowhere();
     d->forgetRow(gone);
 }
 
@@ -157,13 +166,8 @@ void DataSet::commitGroup()
     const Operation operation(*d);
     d->finishEditing();
     d->grouped = false;
-    try {
-        d->store->commitGroup();
-    } catch (...) {
-        d->afterGroup();
-        throw;
-    }
-    d->afterGroup();
+    const auto look = qScopeGuard([this] { d->afterGroup(); });
+    d->store->commitGroup();
 }
 
 void DataSet::dropGroup()
@@ -175,11 +179,7 @@ void DataSet::dropGroup()
         d->dropPending();
     d->grouped = false;
     d->store->dropGroup();
-    try {
-        d->afterGroup();
-    } catch (const EDatabaseError &error) {
-        qWarning("After a dropped group: %s", error.what());
-    }
+    d->afterGroup();
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

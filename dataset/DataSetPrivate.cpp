@@ -332,10 +332,24 @@ EDatabaseError DataSetPrivate::whyGone(Bookmark gone)
 
 void DataSetPrivate::afterGroup()
 {
-    shownRecords.recheck(*store, recordsNoted);
     forgetRows();
-    if (number != 0 && !goTo(number))
-        goToNeighbour();
+    lookAfterwards([this] {
+        shownRecords.recheck(*store, recordsNoted);
+        if (number != 0 && !goTo(number))
+            goToNeighbour();
+    });
+}
+
+bool DataSetPrivate::lookAfterwards(const std::function<void()> &look)
+{
+    try {
+        look();
+        return true;
+    } catch (const EDatabaseError &error) {
+        qWarning("After a change: %s", error.what());
+        newsPending = true;
+        return false;
+    }
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

@@ -7,6 +7,8 @@
 
 #include <QtCore/QSet>
 
+#include <functional>
+
 namespace dataset
 {
 
@@ -76,8 +78,12 @@ public:
     [[nodiscard]] EDatabaseError whyGone(Bookmark gone);
     /// Why a line that is there is not worked on.
     [[nodiscard]] static EDatabaseError otherThanSeen();
-    /// The lines of a group are in the table now, or gone.
+    /// The lines of a group are in the table now, or gone. Does not fail.
     void afterGroup();
+    /// Looks at the table after a change that is in it, whatever the look comes to: what has been done must
+    /// not be told as refused. What cannot be read now is taken in by the next refresh.
+    /// @return false when the table could not be looked at.
+    bool lookAfterwards(const std::function<void()> &look);
 
     // Notices
     void begin();

@@ -135,6 +135,8 @@ TVeredicto TJuez::Despues(const TPaso &paso, const TRespuesta &ahora, const TCam
         orden.Abierta = false; // no such command just now
         return {};
     }
+    if (!ahora.Hecho && !muerto && !orden.Pasos.isEmpty())
+        orden.Pasos.removeLast(); // in a box, say, which takes no commands: nobody has asked for it
     orden.Avisos << ahora.Avisos;
     orden.Cambios << cambios;
     orden.PreguntaBorrar |= ahora.Pregunta.contains(QLatin1String("borrar"));
@@ -350,7 +352,7 @@ TVeredicto TJuez::JuzgaTextos(const TOrden &orden)
 /// Rule d: a command that is not refused has done all of it, and a refused one nothing.
 TVeredicto TJuez::JuzgaCuentas(const TOrden &orden, bool muerto)
 {
-    const int accion = AccionDe(orden.Pasos.constFirst());
+    const int accion = AccionDe(orden.Pasos.value(0));
     if (orden.Edita || orden.ConFecha || orden.Lineas.isEmpty())
         return {};
     const auto cuenta = [&](auto &&cual) {

@@ -18,7 +18,9 @@ struct TFallo {
     [[nodiscard]] bool EsComo(const TFallo &otro) const
     {
         const bool porOrden = Regla == u'b' || Regla == u'd';
-        return Regla == otro.Regla && (!porOrden || Que.section(u':', 0, 0) == otro.Que.section(u':', 0, 0));
+        const auto deTextos = [](const TFallo &fallo) { return fallo.Que.startsWith(u"el texto"); };
+        return Regla == otro.Regla && deTextos(*this) == deTextos(otro) &&
+               (!porOrden || deTextos(*this) || Que.section(u':', 0, 0) == otro.Que.section(u':', 0, 0));
     }
 };
 using TVeredicto = std::optional<TFallo>;
