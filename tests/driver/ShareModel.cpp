@@ -10,6 +10,7 @@
 #include <cstring>
 #include <map>
 #include <set>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -71,6 +72,7 @@ struct State {
     bool unlockingLostFails = false;
     bool sleepsInNoTime = true;
     std::chrono::nanoseconds ahead{0}; ///< never less: clocks do not go back
+    std::chrono::milliseconds tripTime{0};
     int trips = 0;
     int tripsUnderLock = 0;
     int tableHolder = -1; ///< handle
@@ -312,6 +314,8 @@ void roundTrip(int count)
     if (!isOn())
         return;
     state().trips += count;
+    if (state().tripTime.count() > 0)
+        std::this_thread::sleep_for(count * state().tripTime);
     if (state().tableHolder >= 0)
         state().tripsUnderLock += count;
 }
@@ -538,6 +542,11 @@ void passTime(std::chrono::nanoseconds time)
 {
     share::pass(time);
 }
+void eachRoundTripTakes(std::chrono::milliseconds time)
+{
+    state().tripTime = time;
+}
+
 void sleepVirtually(bool inNoTime)
 {
     state().sleepsInNoTime = inNoTime;

@@ -43,6 +43,8 @@ void passTime(std::chrono::nanoseconds time);
 /// shares.
 void sleepVirtually(bool inNoTime);
 
+/// How long each call that goes to the server and back really takes from now on; none at first.
+void eachRoundTripTakes(std::chrono::milliseconds time);
 /// Calls that go to the server and back, on shares.
 [[nodiscard]] int roundTrips();
 /// Those from the grant of a table's exclusive lock until it has been given back, both included.
