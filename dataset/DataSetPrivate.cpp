@@ -358,7 +358,9 @@ bool DataSetPrivate::lookAfterwards(const std::function<void()> &look)
 void DataSetPrivate::begin()
 {
     if (depth++ == 0 && disabled == 0) {
-        toldRows = rows;
+        // Rows may have been collected since for a question, without anybody being told.
+        if (!std::exchange(rowsUntold, false))
+            toldRows = rows;
         toldNumber = number;
         toldState = state;
     }
@@ -374,7 +376,7 @@ void DataSetPrivate::tellRows()
 {
     const auto before = std::exchange(toldRows, nullptr);
     const bool reset = std::exchange(resetNoted, false);
-    const QSet<Bookmark> changed = std::exchange(recordsNoted, {});
+    QSet<Bookmark> changed = std::exchange(recordsNoted, {});
     if (reset) {
         shownRecords.clear();
         if (rowsStale)
@@ -385,7 +387,14 @@ void DataSetPrivate::tellRows()
     // Nobody has asked for rows yet, so nobody needs to hear about them.
     if (!before)
         return;
-    rowSet();
+    try {
+        rowSet();
+    } catch (...) {
+        toldRows = before; // what the watchers know is what the next notice goes out from
+        rowsUntold = true;
+        recordsNoted = std::move(changed);
+        throw;
+    }
     const std::shared_ptr<const RowSet> after = rows;
     if (before != after) {
         const RowChanges changes = rowChanges(*before, *after);

@@ -3,6 +3,7 @@
 
 #include "dataset/DatabaseError.h"
 #include "tests/dataset/Tables.h"
+#include "tests/dataset/Watcher.h"
 #include "tests/driver/FileCalls.h"
 
 #include <cerrno>
@@ -74,6 +75,7 @@ TEST(FailingChanges, AreToldAsDoneExactlyWhenTheyAre)
                 rangeOfDay(*table, day(1));
                 const QStringList before = linesOf(*table);
                 table->setCurrentRow(1);
+                const Watcher watcher(*table);
                 bool told = true;
                 filecalls::fail(filecalls::Fault{call, number, EIO, false, false});
                 try {
@@ -90,8 +92,10 @@ TEST(FailingChanges, AreToldAsDoneExactlyWhenTheyAre)
                 const auto other = shared.opened();
                 rangeOfDay(*other, day(1));
                 EXPECT_EQ(linesOf(*other), told ? c.done : before);
+                EXPECT_GE(table->rowCount(), 2) << "a question in between, from which nobody else learns";
                 table->refresh();
                 EXPECT_EQ(linesOf(*table), told ? c.done : before);
+                EXPECT_EQ(watcher.rows, linesOf(*table)) << "by what it was told alone";
                 EXPECT_GE(table->currentRow(), 0);
                 if (told && !met) {
                     EXPECT_EQ(concept_(*table), c.current);
