@@ -110,4 +110,41 @@ TEST(FailingChanges, AreToldAsDoneExactlyWhenTheyAre)
     }
 }
 
+TEST(FailingChanges, WhatARefusedDeletionCouldNotReadIsTakenInByTheNextCommand)
+{
+    int unread = 0;
+    bool met = true;
+    for (int number = 1; met; ++number) {
+        const SharedTable shared;
+        filecalls::watch(shared.file().parent_path(), false);
+        const auto table = shared.opened();
+        addLine(*table, day(1), "09:00", "mine");
+        rangeOfDay(*table, day(1));
+        EXPECT_EQ(linesOf(*table), QStringList{"09:00 mine"});
+        const auto other = shared.opened();
+        other->edit();
+        write(*other, "theirs");
+        for (const char *const kind : {".DBF", ".JNL"}) { // long ago: the files' times leave no doubt
+            std::filesystem::path file = shared.file();
+            file.replace_extension(kind);
+            std::filesystem::last_write_time(file,
+                                             std::filesystem::last_write_time(file) - std::chrono::hours(1));
+        }
+        filecalls::fail(filecalls::Fault{filecalls::Call::read, number, EIO, false, false});
+        try {
+            table->remove();
+            ADD_FAILURE() << "deleted unseen, call " << number;
+        } catch (const EDatabaseError &error) {
+            unread += error.kind() == dbase::ErrorKind::conflict ? 0 : 1;
+        }
+        met = filecalls::faultMet();
+        filecalls::fail({});
+        table->edit(EditOf::fresh);
+        EXPECT_EQ(concept_(*table), "theirs") << "call " << number;
+        table->cancel();
+    }
+    filecalls::unwatch();
+    EXPECT_GT(unread, 1);
+}
+
 } // namespace
