@@ -267,10 +267,15 @@ void DataSetPrivate::takeInNews()
 /// anew.
 void DataSetPrivate::takeInForeignChanges()
 {
+    // All of it is read before anything of it is shown: a line must not stand as it now is among the rows of
+    // before, which it may have left.
+    std::shared_ptr<const RowSet> fresh;
+    if (rows && !rowsStale)
+        fresh = std::make_shared<const RowSet>(store->collect(low, high));
+    // A line that has left the range is as good as deleted: nobody is to work on what he does not see.
+    const bool there = number != 0 && store->read(number, incoming);
     shownRecords.recheck(*store, recordsNoted);
     if (number != 0) {
-        // A line that has left the range is as good as deleted: nobody is to work on what he does not see.
-        const bool there = store->read(number, incoming);
         if (!there || (ranged && wasInRange() && !isInRange(number, incoming))) {
             goToNeighbour();
         } else if (incoming != record) {
@@ -280,6 +285,10 @@ void DataSetPrivate::takeInForeignChanges()
         }
     }
     forgetRows();
+    if (fresh) {
+        rows = std::move(fresh);
+        rowsStale = false;
+    }
     if (number == 0)
         moveToEnd(false);
     newsPending = false;

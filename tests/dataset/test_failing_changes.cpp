@@ -147,4 +147,40 @@ TEST(FailingChanges, WhatARefusedDeletionCouldNotReadIsTakenInByTheNextCommand)
     EXPECT_GT(unread, 1);
 }
 
+TEST(FailingChanges, ARefreshThatCannotReadAllShowsNoLineOfAnotherDay)
+{
+    int refused = 0;
+    bool met = true;
+    for (int number = 1; met; ++number) {
+        const SharedTable shared;
+        filecalls::watch(shared.file().parent_path(), false);
+        const auto table = shared.opened();
+        for (const char *const hour : {"09:00", "09:30", "10:00"})
+            addLine(*table, day(1), hour, "a");
+        rangeOfDay(*table, day(1));
+        table->first();
+        EXPECT_EQ(linesOf(*table).size(), 3);
+        const auto other = shared.opened();
+        other->setCurrentRow(number % 2); // the line under the keys, or another one
+        other->edit();
+        other->field(u"FECHA").setDate(day(2));
+        other->post();
+        filecalls::fail(filecalls::Fault{filecalls::Call::read, number, EIO, false, false});
+        try {
+            table->refresh();
+        } catch (const EDatabaseError &) {
+            ++refused;
+        }
+        met = filecalls::faultMet();
+        filecalls::fail({});
+        for (int row = 0; row < table->rowCount(); ++row)
+            EXPECT_EQ(table->valueAt(row, 0).toDate(), day(1)) << "call " << number << ", row " << row;
+        table->refresh();
+        EXPECT_EQ(table->rowCount(), 2);
+        EXPECT_EQ(table->valueAt(table->currentRow(), 0).toDate(), day(1));
+    }
+    filecalls::unwatch();
+    EXPECT_GT(refused, 1);
+}
+
 } // namespace
