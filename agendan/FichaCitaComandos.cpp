@@ -208,17 +208,19 @@ QList<TLineaAgenda> TFFichaCitas::LineasHasta(const TLineaAgenda &cita, const QS
 
 /// Begins the change of a line that the appointment is to be copied onto: as the grid behind the card shows
 /// it, so that nothing goes under that a colleague has written since. Of a day that no grid shows only free
-/// lines are taken, and what this card has written itself.
+/// lines are taken.
 TRespuesta TFFichaCitas::TomaParaRellenar(const TLineaAgenda &linea)
 {
     if (linea.Registro() == 0)
         return m_motor->Anadir(linea.Fecha, linea.Hora);
     if (!m_diaAlAbrir.isValid()) // no sheet is shown, and the whole table is too much to look at
         return m_motor->Modificar(linea.Vista);
-    if (const auto vista = m_vistasAlAbrir.constFind(linea.Registro()); vista != m_vistasAlAbrir.cend())
-        return m_motor->Modificar(*vista);
-    if (linea.Fecha == m_diaAlAbrir && SeVeEnSuHoja(linea.Hora))
-        return TRespuesta::Fallo(QStringLiteral("Otro puesto la ha añadido mientras tanto."));
+    if (linea.Fecha == m_diaAlAbrir && SeVeEnSuHoja(linea.Hora)) {
+        const auto vista = m_vistasAlAbrir.constFind(linea.Registro());
+        return vista != m_vistasAlAbrir.cend()
+                   ? m_motor->Modificar(*vista)
+                   : TRespuesta::Fallo(QStringLiteral("Otro puesto la ha añadido mientras tanto."));
+    }
     if (!linea.EstaLibre())
         return TRespuesta::Fallo(QStringLiteral("Hay otra cita que no estaba a la vista"));
     return m_motor->Modificar(linea.Vista);

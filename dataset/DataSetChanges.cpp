@@ -129,8 +129,8 @@ void DataSet::remove()
     } catch (const EDatabaseError &error) {
         // Not the line that was seen: the next attempt deletes what is shown from here on.
         if (error.kind() == dbase::ErrorKind::conflict) {
-            static_cast<void>(d->store->refresh());
-            d->takeInForeignChanges();
+            d->newsPending = true; // and stays so where it cannot be read just now
+            d->takeInNews();
             if (d->number != gone && d->store->read(gone, d->incoming))
                 throw d->whyGone(gone); // it is in the table, and no more among what is shown
         }

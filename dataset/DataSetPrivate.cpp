@@ -267,10 +267,15 @@ void DataSetPrivate::takeInNews()
 /// anew.
 void DataSetPrivate::takeInForeignChanges()
 {
+    // All of it is read before anything of it is shown: a line must not stand as it now is among the rows of
+    // before, which it may have left.
+    std::shared_ptr<const RowSet> fresh;
+    if (rows && !rowsStale)
+        fresh = std::make_shared<const RowSet>(store->collect(low, high));
+    // A line that has left the range is as good as deleted: nobody is to work on what he does not see.
+    const bool there = number != 0 && store->read(number, incoming);
     shownRecords.recheck(*store, recordsNoted);
     if (number != 0) {
-        // A line that has left the range is as good as deleted: nobody is to work on what he does not see.
-        const bool there = store->read(number, incoming);
         if (!there || (ranged && wasInRange() && !isInRange(number, incoming))) {
             goToNeighbour();
         } else if (incoming != record) {
@@ -280,6 +285,10 @@ void DataSetPrivate::takeInForeignChanges()
         }
     }
     forgetRows();
+    if (fresh) {
+        rows = std::move(fresh);
+        rowsStale = false;
+    }
     if (number == 0)
         moveToEnd(false);
     newsPending = false;
@@ -358,7 +367,9 @@ bool DataSetPrivate::lookAfterwards(const std::function<void()> &look)
 void DataSetPrivate::begin()
 {
     if (depth++ == 0 && disabled == 0) {
-        toldRows = rows;
+        // Rows may have been collected since for a question, without anybody being told.
+        if (!std::exchange(rowsUntold, false))
+            toldRows = rows;
         toldNumber = number;
         toldState = state;
     }
@@ -374,7 +385,7 @@ void DataSetPrivate::tellRows()
 {
     const auto before = std::exchange(toldRows, nullptr);
     const bool reset = std::exchange(resetNoted, false);
-    const QSet<Bookmark> changed = std::exchange(recordsNoted, {});
+    QSet<Bookmark> changed = std::exchange(recordsNoted, {});
     if (reset) {
         shownRecords.clear();
         if (rowsStale)
@@ -385,7 +396,14 @@ void DataSetPrivate::tellRows()
     // Nobody has asked for rows yet, so nobody needs to hear about them.
     if (!before)
         return;
-    rowSet();
+    try {
+        rowSet();
+    } catch (...) {
+        toldRows = before; // what the watchers know is what the next notice goes out from
+        rowsUntold = true;
+        recordsNoted = std::move(changed);
+        throw;
+    }
     const std::shared_ptr<const RowSet> after = rows;
     if (before != after) {
         const RowChanges changes = rowChanges(*before, *after);

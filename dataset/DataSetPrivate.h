@@ -121,6 +121,7 @@ public:
     int depth = 0;
     int disabled = 0;
     std::shared_ptr<const RowSet> toldRows;
+    bool rowsUntold = false; ///< toldRows is what the watchers know since a notice that could not be made
     Bookmark toldNumber = 0;
     DataSet::State toldState = DataSet::State::inactive;
     bool resetNoted = false;

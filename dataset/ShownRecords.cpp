@@ -68,6 +68,16 @@ void ShownRecords::clear()
 
 void ShownRecords::recheck(const RecordStore &store, QSet<Bookmark> &changed)
 {
+    // Of all or of none: what cannot be read leaves the others as they were shown as well.
+    ShownRecords now = *this;
+    QSet<Bookmark> others;
+    now.recheckEach(store, others);
+    std::swap(*this, now);
+    changed.unite(others);
+}
+
+void ShownRecords::recheckEach(const RecordStore &store, QSet<Bookmark> &changed)
+{
     Record fresh;
     m_whole.removeIf([&](std::pair<const Bookmark &, Record &> known) {
         const bool there = store.read(known.first, fresh);

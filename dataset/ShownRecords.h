@@ -29,9 +29,11 @@ public:
     void forget(Bookmark number);
     void clear();
     /// Reads every record shown again. Those with another content, and those gone, are added to `changed`.
+    /// @throws EDatabaseError when one cannot be read; then nothing has changed.
     void recheck(const RecordStore &store, QSet<Bookmark> &changed);
 
 private:
+    void recheckEach(const RecordStore &store, QSet<Bookmark> &changed);
     [[nodiscard]] std::uint32_t digestAt(Bookmark number) const;
     void setDigest(Bookmark number, std::uint32_t digest);
 

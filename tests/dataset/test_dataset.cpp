@@ -1,6 +1,7 @@
 // What holds for every kind of data set: one body over the table in memory and the table over a file.
 
 #include "tests/dataset/Tables.h"
+#include "tests/dataset/Watcher.h"
 
 #include <QtCore/QStringList>
 #include <QtTest/QSignalSpy>
@@ -270,46 +271,6 @@ TEST_P(DataSetTest, RowsStayRightWhileAGroupDeletes)
     table->cancelRange();
     EXPECT_EQ(rows(), (QStringList{"1a", "2a"}));
 }
-
-/// A watcher that keeps its own rows, only by what it is told.
-struct Watcher {
-    explicit Watcher(DataSet &watched)
-        : table(watched)
-    {
-        reset();
-        QObject::connect(&table, &DataSet::rowsReset, &context, [this] { reset(); });
-        QObject::connect(&table, &DataSet::rowsRemoved, &context, [this](int first, int count) {
-            ASSERT_LE(first + count, rows.size());
-            rows.remove(first, count);
-            ++notices;
-        });
-        QObject::connect(&table, &DataSet::rowsInserted, &context, [this](int first, int count) {
-            ASSERT_LE(first, rows.size());
-            for (int row = first; row < first + count; ++row)
-                rows.insert(row, text(row));
-            ++notices;
-        });
-        QObject::connect(&table, &DataSet::rowsChanged, &context, [this](int first, int count) {
-            for (int row = first; row < first + count; ++row)
-                rows[row] = text(row);
-            ++notices;
-        });
-    }
-    void reset()
-    {
-        rows.clear();
-        for (int row = 0; row < table.rowCount(); ++row)
-            rows << text(row);
-        ++resets;
-    }
-    QString text(int row) const { return table.textAt(row, 1) + " " + table.textAt(row, 2); }
-
-    DataSet &table;
-    QObject context;
-    QStringList rows;
-    int resets = 0;
-    int notices = 0;
-};
 
 TEST_P(DataSetTest, NoticesAloneKeepAWatcherRight)
 {

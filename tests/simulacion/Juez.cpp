@@ -108,9 +108,9 @@ void TJuez::Antes(const TPaso &paso, const TRespuesta &ultima)
         orden.Abierta = true;
         Empieza(orden, pantalla);
         orden.ConFecha = pantalla.FechaConFoco;
-        if (orden.ConFecha)
-            orden.FechaTecleada = Clave(pantalla.Fecha);
     }
+    if (pantalla.FechaConFoco) // perhaps after something that is still being typed in the lines
+        orden.FechaTecleada = Clave(pantalla.Fecha);
     orden.Pasos << paso;
     orden.Percance |= paso.Percance != TPercance::ninguno;
     if (paso.Verbo == TVerbo::texto || paso.Verbo == TVerbo::memo)

@@ -553,7 +553,10 @@ void TPuesto::MiraFicha(TPantalla &pantalla)
     if (!ficha)
         return;
     const auto texto = [ficha](const char *nombre) {
-        return ficha->findChild<QLineEdit *>(QLatin1String(nombre))->text();
+        QString valor = ficha->findChild<QLineEdit *>(QLatin1String(nombre))->text();
+        while (valor.endsWith(u' ')) // a mask shows its blanks, and a table keeps none at the end
+            valor.chop(1);
+        return valor;
     };
     const QString concepto = ficha->findChild<QPlainTextEdit *>(QStringLiteral("DBMConcepto"))->toPlainText();
     pantalla.Ficha = true;

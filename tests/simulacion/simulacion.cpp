@@ -27,14 +27,15 @@ quint64 SemillaDe(quint64 semilla, int jornada)
     return semilla + static_cast<quint64>(jornada) * 1'000'003;
 }
 
-int Informa(const TResultado &fallida, quint64 semilla, int puestos)
+/// @param intentos  of making it shorter; 0 shows the run as it was.
+int Informa(const TResultado &fallida, quint64 semilla, int puestos, int intentos)
 {
     QTextStream salida(stdout);
     salida << "FALLO " << fallida.Fallo->Regla << " con --semilla " << semilla << " --pasos "
            << fallida.Pasos.size() << " --puestos " << puestos << '\n'
            << fallida.Fallo->Que << '\n';
     salida.flush();
-    const TResultado corta = Recorta(fallida, puestos, IntentosDeRecorte);
+    const TResultado corta = Recorta(fallida, puestos, intentos);
     salida << "Lo más corto que falla igual, " << corta.Pasos.size() << " pasos:\n";
     QStringList relato;
     TJornada::Repite(corta.Pasos, puestos, &relato);
@@ -66,7 +67,9 @@ int main(int argc, char *argv[])
                                     "multi");
     const QCommandLineOption ruido("con-avisos", "Enseña también los avisos del programa.");
     const QCommandLineOption falta("falta", "Planta una falta que se ha de encontrar.", "nombre", "ninguna");
-    linea.addOptions({semilla, pasos, puestos, agenda, ruido, falta});
+    const QCommandLineOption entera("sin-recortar",
+                                    "Enseña el fallo como ha salido, sin buscarlo más corto.");
+    linea.addOptions({semilla, pasos, puestos, agenda, ruido, falta, entera});
     linea.process(aplicacion);
     const QString cual = linea.value(agenda);
     if (cual != u"multi" && cual != u"todas") {
@@ -94,7 +97,7 @@ int main(int argc, char *argv[])
         cifras.Suma(resultado.Cifras);
         hechos += ahora;
         if (resultado.Fallo)
-            salida = Informa(resultado, suya, cuantos);
+            salida = Informa(resultado, suya, cuantos, linea.isSet(entera) ? 0 : IntentosDeRecorte);
     }
     const double segundos = static_cast<double>(reloj.elapsed()) / 1000;
     QTextStream(stdout) << "pasos " << cifras.Pasos << ", órdenes " << cifras.Ordenes << ", conflictos "
