@@ -51,7 +51,12 @@ std::unique_ptr<dataset::DbfTable> CreaTabla(const QString &alias, const QString
 void AbreTabla(DataSet &tabla)
 {
     tabla.open();
-    const QString aviso = tabla.notice();
+    CuentaAvisosDe(tabla);
+}
+
+void CuentaAvisosDe(DataSet &tabla)
+{
+    const QString aviso = tabla.takeNotice();
     if (aviso.isEmpty())
         return;
     qCWarning(registroTablas, "%s", qUtf8Printable(aviso));

@@ -27,6 +27,8 @@ CreaTabla(const QString &alias, const QString &tabla, const QString &indice, boo
 /// Opens a table, and tells the user and the log what opening it has found, such as an older copy in its
 /// place. @throws dataset::EDatabaseError
 void AbreTabla(dataset::DataSet &tabla);
+/// Tells the user and the log what a table has found since this was last done; mostly nothing.
+void CuentaAvisosDe(dataset::DataSet &tabla);
 /// Drops what is being edited after a failure; a failure of this too is only logged, since the first one is
 /// answered for.
 void CancelaSinPreguntar(dataset::DataSet &tabla);

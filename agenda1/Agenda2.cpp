@@ -208,6 +208,7 @@ void TFAgenda2::Timer1Timer()
         // In the help line: a box every fifteen seconds would keep the clerk from working.
         statusBar()->showMessage(QString::fromUtf8(error.what()), PeriodoRecarga);
     }
+    CuentaAvisos();
 }
 
 // Columns

@@ -3,6 +3,7 @@
 #include "agenda/Avisos.h"
 #include "agenda/GuardaVentana.h"
 #include "agenda/Rnumcad.h"
+#include "agenda/Ruttb.h"
 #include "agenda/Rvarias.h"
 #include "agenda/host/Servicios.h"
 #include "dbcontrols/DataSource.h"
@@ -45,13 +46,29 @@ void TVentanaAgenda::Suelta()
 bool TVentanaAgenda::Ejecuta(const TOrden &orden)
 {
     const QScopedValueRollback<int> enCurso(m_ordenes, m_ordenes + 1);
-    return EjecutaConGuarda(orden);
+    const bool hecho = EjecutaConGuarda(orden);
+    CuentaAvisosPronto();
+    return hecho;
 }
 
 void TVentanaAgenda::Avisa(const QString &texto)
 {
     const QScopedValueRollback<int> enCurso(m_ordenes, m_ordenes + 1);
     AvisaAlUsuario(texto);
+    CuentaAvisosPronto();
+}
+
+void TVentanaAgenda::CuentaAvisos()
+{
+    if (Ocupada() || QApplication::activePopupWidget() || QApplication::activeModalWidget() != this)
+        return;
+    const QScopedValueRollback<int> enCurso(m_ordenes, m_ordenes + 1);
+    CuentaAvisosDe(m_motor.Tabla());
+}
+
+void TVentanaAgenda::CuentaAvisosPronto()
+{
+    QMetaObject::invokeMethod(this, &TVentanaAgenda::CuentaAvisos, Qt::QueuedConnection);
 }
 
 // Opening and closing
@@ -82,6 +99,7 @@ void TVentanaAgenda::closeEvent(QCloseEvent *evento)
         BSalirClick();
         return;
     }
+    CuentaAvisos();
     RecuerdaLugar();
     evento->accept();
     m_bucle.quit();

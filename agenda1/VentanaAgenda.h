@@ -76,6 +76,9 @@ protected:
     /// Runs something; a failure is shown. @return false when it failed.
     bool Ejecuta(const TOrden &orden);
     void Avisa(const QString &texto);
+    /// Tells what the table has found meanwhile; while something else is in front it stays with the table for
+    /// the next time.
+    void CuentaAvisos();
     [[nodiscard]] bool Editando() const;
     [[nodiscard]] bool Ocupada() const { return m_ordenes > 0; }
 
@@ -116,6 +119,8 @@ protected:
     QAction *Pegar = nullptr;
 
 private:
+    /// Tells it once the key or click in hand is done with.
+    void CuentaAvisosPronto();
     void CreaComandos(const TRotulos &rotulos);
     void CreaPanel(const TRotulos &rotulos);
     [[nodiscard]] QPushButton *CreaPulsador(const char *nombre, const QString &titulo);

@@ -153,6 +153,7 @@ void TFFichaAgendaN::closeEvent(QCloseEvent *evento)
             return;
         }
     }
+    CuentaAvisos();
     m_cerrada = true;
     RecuerdaLugar();
     evento->accept();
@@ -290,6 +291,7 @@ void TFFichaAgendaN::Timer1Timer()
         LExplica->showMessage(error.text(), PeriodoRefresco);
     }
     LeeColorSalida();
+    CuentaAvisos();
 }
 
 void TFFichaAgendaN::CambiaFoco(QWidget *antes, QWidget *ahora)

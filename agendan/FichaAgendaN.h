@@ -117,6 +117,11 @@ private:
     /// Runs something that is not a command; failures are shown. @return false when it failed.
     bool ConGuarda(const TOrden &orden);
     void AvisaError(const QString &texto);
+    /// Tells what the tables have found meanwhile. While something else is in front, or a cell is being
+    /// typed, it stays with them for the next time.
+    void CuentaAvisos();
+    /// The same, once the key or click in hand is done with.
+    void CuentaAvisosPronto();
     void ASincronizarDiaExecute();
     void ADiaAnteriorExecute();
     void ADiaSiguienteExecute();

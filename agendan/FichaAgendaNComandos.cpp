@@ -4,6 +4,7 @@
 
 #include "agenda/GuardaVentana.h"
 #include "agenda/Rnumcad.h"
+#include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
 #include "agendan/PestanasAgendaN.h"
 #include "dbcontrols/CalendarPopup.h"
@@ -12,7 +13,10 @@
 
 #include <QtCore/QScopedValueRollback>
 #include <QtGui/QAction>
+#include <QtWidgets/QApplication>
 #include <QtWidgets/QStatusBar>
+
+using dataset::DataSet;
 
 bool TFFichaAgendaN::Ejecuta(TAlcance alcance, const TOrden &orden)
 {
@@ -44,13 +48,33 @@ void TFFichaAgendaN::AvisaSiFallo(const TRespuesta &respuesta, const QString &qu
 bool TFFichaAgendaN::ConGuarda(const TOrden &orden)
 {
     const QScopedValueRollback<int> enCurso(m_ordenesEnCurso, m_ordenesEnCurso + 1);
-    return EjecutaConGuarda(orden);
+    const bool hecho = EjecutaConGuarda(orden);
+    CuentaAvisosPronto();
+    return hecho;
 }
 
 void TFFichaAgendaN::AvisaError(const QString &texto)
 {
     const QScopedValueRollback<int> enCurso(m_ordenesEnCurso, m_ordenesEnCurso + 1);
     AvisaDeError(texto);
+    CuentaAvisosPronto();
+}
+
+void TFFichaAgendaN::CuentaAvisos()
+{
+    if (!m_motor || m_ordenesEnCurso > 0 || GetDBGAgendaN()->isEditorOpen() ||
+        QApplication::activePopupWidget() || QApplication::activeModalWidget() != this)
+        return;
+    const QScopedValueRollback<int> enCurso(m_ordenesEnCurso, m_ordenesEnCurso + 1);
+    for (int notario = 1; notario <= NumPestanas; ++notario) {
+        if (DataSet *const tabla = m_motor->Tabla(notario))
+            CuentaAvisosDe(*tabla);
+    }
+}
+
+void TFFichaAgendaN::CuentaAvisosPronto()
+{
+    QMetaObject::invokeMethod(this, &TFFichaAgendaN::CuentaAvisos, Qt::QueuedConnection);
 }
 
 void TFFichaAgendaN::ASincronizarDiaExecute()

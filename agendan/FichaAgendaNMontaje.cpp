@@ -332,6 +332,8 @@ void TFFichaAgendaN::PreparaRejilla(int pestana)
         connect(DSAgendaN[indice], &dbcontrols::DataSource::stateChanged, this, [this] {
             if (DSAgendaN.front()->state() == dataset::DataSet::State::edit)
                 m_borrador.Empieza(*DSAgendaN.front()->dataSet());
+            else
+                CuentaAvisosPronto(); // the grid posts a line by itself when it is left
         });
     } else {
         rejilla->setMode(DbGrid::Mode::rows);

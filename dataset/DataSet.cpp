@@ -82,9 +82,9 @@ bool DataSet::isReadOnly() const
 {
     return d->store->isReadOnly();
 }
-QString DataSet::notice() const
+QString DataSet::takeNotice()
 {
-    return d->store->notice();
+    return d->store->takeNotice();
 }
 int DataSet::tag() const
 {

@@ -65,8 +65,9 @@ public:
     [[nodiscard]] bool isEditing() const;  ///< edit or insert
     [[nodiscard]] bool isModified() const; ///< the pending record differs from what was read
     [[nodiscard]] bool isReadOnly() const;
-    /// What opening has found and done that the user should be told, with the table's name; mostly empty.
-    [[nodiscard]] QString notice() const;
+    /// What opening, and the work since, has found and done that the user should be told, with the table's
+    /// name; mostly empty. It is handed out once: who takes it tells it.
+    [[nodiscard]] QString takeNotice();
     /// A number of the owner's, 0 at first; the set itself never looks at it.
     [[nodiscard]] int tag() const;
     void setTag(int tag);

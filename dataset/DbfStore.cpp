@@ -116,6 +116,8 @@ DbfStore::~DbfStore()
 
 void DbfStore::close()
 {
+    if (const QString untold = DbfStore::takeNotice(); !untold.isEmpty())
+        qWarning("%s", qUtf8Printable(untold)); // nobody has asked for it in time
     m_lock.release();
     m_index = nullptr;
     m_ahead = {};
@@ -123,9 +125,9 @@ void DbfStore::close()
         require(dbase::Table::close(std::move(m_table)));
 }
 
-QString DbfStore::notice() const
+QString DbfStore::takeNotice()
 {
-    const std::string text = m_table ? m_table->notice() : std::string();
+    const std::string text = m_table ? m_table->takeNotice() : std::string();
     return text.empty()
                ? QString()
                : QStringLiteral("%1 (%2): %3").arg(tableName, databaseName, QString::fromStdString(text));

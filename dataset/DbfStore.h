@@ -34,7 +34,7 @@ public:
     void open() override;
     void close() override;
     [[nodiscard]] bool isReadOnly() const override;
-    [[nodiscard]] QString notice() const override;
+    [[nodiscard]] QString takeNotice() override;
     [[nodiscard]] const QList<FieldInfo> &fields() const override { return m_fields; }
     [[nodiscard]] Record blank() const override;
     [[nodiscard]] QVariant value(const Record &record, int field) const override;

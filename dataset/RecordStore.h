@@ -41,8 +41,9 @@ public:
     /// Closed in any case; a failure says that something did not go as it should on the way.
     virtual void close() = 0;
     [[nodiscard]] virtual bool isReadOnly() const = 0;
-    /// What opening has found and done that the user should be told; mostly empty.
-    [[nodiscard]] virtual QString notice() const { return {}; }
+    /// What opening, and the work since, has found and done that the user should be told, and that has not
+    /// been handed out yet; mostly empty.
+    [[nodiscard]] virtual QString takeNotice() { return {}; }
     [[nodiscard]] virtual const QList<FieldInfo> &fields() const = 0;
 
     [[nodiscard]] virtual Record blank() const = 0;

@@ -226,6 +226,10 @@ std::string Table::notice() const
 {
     return m_impl->notice;
 }
+std::string Table::takeNotice()
+{
+    return std::exchange(m_impl->freshNotice, {});
+}
 
 Index *Table::index(std::string_view tag) const
 {

@@ -165,8 +165,10 @@ public:
     Status replaceLines(std::span<const std::uint8_t> rows, const std::filesystem::path &aside);
     /// Why the table takes no changes; empty when it does.
     [[nodiscard]] std::string readOnlyReason() const;
-    /// What opening has found and done that the user should be told; mostly empty.
+    /// What opening, and the work since, has found and done that the user should be told; mostly empty.
     [[nodiscard]] std::string notice() const;
+    /// What of it is new since the last call; mostly empty.
+    [[nodiscard]] std::string takeNotice();
 
     /// The live records between two bounds of an index (see Index::collect), or of the whole table in the
     /// order of the file when `index` is null, appended to `out`.

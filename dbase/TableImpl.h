@@ -146,8 +146,13 @@ public:
     TableHeader header;
     bool readOnly = false;
     std::string readOnlyReason;
-    std::string notice; ///< what opening has found that somebody should know
-    void addNotice(const std::string &text) { notice += notice.empty() ? text : ". " + text; }
+    std::string notice;      ///< what somebody should know
+    std::string freshNotice; ///< the part of it that has not been taken yet
+    void addNotice(const std::string &text)
+    {
+        for (std::string *const told : {&notice, &freshNotice})
+            *told += told->empty() ? text : ". " + text;
+    }
     bool isNew = false; ///< just created: what an old journal says is not about this table
     std::uint64_t version = 1;
     std::shared_ptr<const bool> alive = std::make_shared<const bool>(true); ///< expires with this object
@@ -350,6 +355,7 @@ private:
     std::unique_ptr<MdxFile> m_mdx;
     Mapping m_journalMap;
     Mapping m_headerMap; ///< the table's header, which no program ever makes shorter
+    bool m_toldOfFullDisk = false;
     std::uint64_t m_journalSize = 0;
     std::vector<std::unique_ptr<MdxIndex>> m_indexes;
     std::vector<std::unique_ptr<MdxIndex>>

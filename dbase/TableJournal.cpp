@@ -199,14 +199,17 @@ Status TableImpl::keepPast(JournalHeader &state)
     return status;
 }
 
-/// Work goes on without what could not be kept on a full disk, but it is said.
+/// Work goes on without what could not be kept on a full disk, but it is said: once for as long as it stays
+/// full, since it is tried again every few seconds.
 Status TableImpl::keepPastIfThereIsRoom(JournalHeader &state)
 {
     const Status status = keepPast(state);
-    if (status.kind() != ErrorKind::full)
-        return status;
-    addNotice(status.text());
-    return {};
+    const bool isFull = status.kind() == ErrorKind::full;
+    if (isFull && !std::exchange(m_toldOfFullDisk, true))
+        addNotice(status.text());
+    if (status.ok())
+        m_toldOfFullDisk = false;
+    return isFull ? Status() : status;
 }
 
 /// The number of the commit that stands first in the file, whatever the header says; 0 when there is none.

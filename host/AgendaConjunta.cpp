@@ -106,6 +106,7 @@ void TFAgendaConjunta::closeEvent(QCloseEvent *evento)
         evento->ignore(); // what was typed could not be written, and the clerk has been told
         return;
     }
+    CuentaAvisos();
     RecuerdaLugar();
     QMainWindow::closeEvent(evento);
     m_bucle.quit();
@@ -258,6 +259,7 @@ void TFAgendaConjunta::Refresca()
                                      QString::fromUtf8(error.what()),
                                  EntreRefrescos);
     }
+    CuentaAvisos();
 }
 
 void TFAgendaConjunta::MuestraFecha()

@@ -83,6 +83,11 @@ private:
     bool Ejecuta(const TOrden &orden);
     bool ConGuarda(const TOrden &orden);
     void AvisaError(const QString &texto);
+    /// Tells what the tables have found meanwhile. While something else is in front, or a cell is being
+    /// typed, it stays with them for the next time.
+    void CuentaAvisos();
+    /// The same, once the key or click in hand is done with.
+    void CuentaAvisosPronto();
     void AvisaSiFallo(const TRespuesta &respuesta, const QString &que);
     [[nodiscard]] bool Pregunta(const QString &pregunta, const QString &explicacion) const;
     /// The same, no being the answer at hand.

@@ -7,6 +7,7 @@
 #include "agenda/IAgenda3P.h"
 #include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
+#include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
 #include "dbcontrols/Texts.h"
@@ -15,6 +16,7 @@
 #include <QtCore/QScopedValueRollback>
 #include <QtCore/QSet>
 #include <QtGui/QAction>
+#include <QtWidgets/QApplication>
 #include <QtWidgets/QStatusBar>
 
 #include <utility>
@@ -32,7 +34,9 @@ constexpr int MinutosDelDia = 24 * 60;
 bool TFAgendaConjunta::ConGuarda(const TOrden &orden)
 {
     const QScopedValueRollback<int> enCurso(m_ordenes, m_ordenes + 1);
-    return EjecutaConGuarda(orden);
+    const bool hecho = EjecutaConGuarda(orden);
+    CuentaAvisosPronto();
+    return hecho;
 }
 
 bool TFAgendaConjunta::Ejecuta(const TOrden &orden)
@@ -54,6 +58,24 @@ void TFAgendaConjunta::AvisaError(const QString &texto)
 {
     const QScopedValueRollback<int> abierto(m_dialogos, m_dialogos + 1);
     AvisaDeError(texto);
+    CuentaAvisosPronto();
+}
+
+void TFAgendaConjunta::CuentaAvisos()
+{
+    if (m_ordenes > 0 || m_dialogos > 0 || m_rejilla->EstaEditando() || QApplication::activePopupWidget() ||
+        QApplication::activeModalWidget() != this)
+        return;
+    const QScopedValueRollback<int> abierto(m_dialogos, m_dialogos + 1);
+    for (int notario = 1; notario <= m_modelo->NumNotarios(); ++notario) {
+        if (DataSet *const tabla = m_motor.Tabla(notario))
+            CuentaAvisosDe(*tabla);
+    }
+}
+
+void TFAgendaConjunta::CuentaAvisosPronto()
+{
+    QMetaObject::invokeMethod(this, &TFAgendaConjunta::CuentaAvisos, Qt::QueuedConnection);
 }
 
 void TFAgendaConjunta::AvisaSiFallo(const TRespuesta &respuesta, const QString &que)

@@ -58,7 +58,7 @@ TEST_F(Closing, IsToldWhenTheDiskFails)
     filecalls::fail({});
     table->open();
     EXPECT_EQ(concept_(*table), "firma");
-    EXPECT_EQ(table->notice(), QString());
+    EXPECT_EQ(table->takeNotice(), QString());
 }
 
 TEST_F(Closing, IsLoggedWhenNobodyIsLeftToBeTold)

@@ -6,6 +6,9 @@
 #include "dataset/DatabaseError.h"
 #include "dbcontrols/Texts.h"
 #include "host/AgendaConjunta.h"
+#if defined(Q_OS_LINUX)
+#include "tests/support/AvisoDeTabla.h"
+#endif
 #include "tests/support/InformesDePrueba.h"
 #include "tests/support/OficinaDePrueba.h"
 
@@ -449,6 +452,31 @@ TEST_F(ConjuntaTest, LinesOfOthersComeByThemselvesAndTheCellStays)
     EXPECT_EQ(rejilla().model()->rowCount(), 4);
     EXPECT_EQ(celda(3, CitaSegundo), "Po");
 }
+
+#if defined(Q_OS_LINUX)
+// What a table finds in the middle of a working day reaches the clerk once the cell is closed, and only once.
+TEST_F(ConjuntaTest, NoticesOfATableAreToldOnce)
+{
+    const support::AvisoDeTabla aviso(oficina.carpetaDe("NOTARIO2"), "AGENDA_N.DBF");
+    abre();
+    teclea("Poder");
+    motor->Tabla(2)->first();
+    aviso.descubre(*motor->Tabla(2));
+    refresca();
+    EXPECT_TRUE(rejilla().EstaEditando());
+    oficina.Mensaje.espera({support::AvisoDeTabla::texto("AGENDA_N", "NOTARIO2"), Atencion, 0, QString(),
+                            support::TCaja::porSuTexto, [this] {
+                                EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 Poder N");
+                                refresca();
+                            }});
+    tecla(Qt::Key_Return);
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(oficina.Mensaje.pendientes());
+    refresca();
+    ventana.reset();
+    motor.reset();
+}
+#endif
 
 TEST_F(ConjuntaTest, TheSheetsAreThoseOfTheNotaryOneStandsOn)
 {
