@@ -349,5 +349,8 @@ void TFFichaAgendaN::CreaLineaDeAyuda()
     m_pista = new QLabel(LExplica);
     m_pista->setAccessibleName(QStringLiteral("Explicación"));
     LExplica->addWidget(m_pista, 1);
+    // The bar itself takes it away only where it is seen already, and a hint may come before.
+    connect(LExplica, &QStatusBar::messageChanged, m_pista,
+            [this](const QString &mensaje) { m_pista->setVisible(mensaje.isEmpty()); });
     CreaFueraDeHora();
 }
