@@ -179,7 +179,8 @@ void TFFichaCitas::RecuperaLoTecleado(const QString &causa)
         m_borrador.Empieza(Tabla());
         break;
     case TBorrador::TLugar::ninguno:
-        destino = QStringLiteral("Lo que ha escrito no se ha podido conservar.");
+        destino = QStringLiteral("Lo que ha escrito no se ha podido conservar. Había escrito:\n") +
+                  m_borrador.Tecleado().join(u'\n');
         break;
     }
     const QString porQue = causa.isEmpty() ? QString() : causa + u'\n';
