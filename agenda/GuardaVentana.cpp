@@ -19,12 +19,8 @@ bool EjecutaConGuarda(const std::function<void()> &orden)
     try {
         orden();
         return true;
-    } catch (const dataset::EDatabaseError &error) {
-        texto = error.text();
-    } catch (const dataset::EConvertError &error) {
-        texto = error.text();
     } catch (const std::exception &error) {
-        texto = QString::fromUtf8(error.what());
+        texto = dataset::plainText(error);
     }
     AvisaDeError(texto);
     return false;

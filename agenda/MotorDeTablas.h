@@ -97,7 +97,7 @@ protected:
             return trabajo();
         } catch (const std::exception &error) {
             CancelaTrasFallo(tabla, operacion, error);
-            return TRespuesta::Fallo(QString::fromUtf8(error.what()));
+            return TRespuesta::Fallo(dataset::plainText(error));
         }
     }
     static void AnotaFallo(const char *operacion, const std::exception &error);

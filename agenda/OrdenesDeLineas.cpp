@@ -44,7 +44,7 @@ TLineasFallidas TOrdenesDeLineas::PorCadaLinea(const TLineasVistas &lineas, cons
         } catch (const std::exception &error) {
             qCWarning(registroLineas, "A line of several: %s", error.what());
             CancelaSinPreguntar(m_tabla);
-            fallidas.append({linea, QString::fromUtf8(error.what())});
+            fallidas.append({linea, dataset::plainText(error)});
         }
     }
     return fallidas;
@@ -134,7 +134,7 @@ TLineasFallidas TOrdenesDeLineas::Mueve(const TLineasVistas &lineas, QDate desti
         } catch (const std::exception &error) {
             qCWarning(registroLineas, "A line that could not be moved: %s", error.what());
             CancelaSinPreguntar(m_tabla);
-            fallidas.append({linea, QString::fromUtf8(error.what())});
+            fallidas.append({linea, dataset::plainText(error)});
         }
     }
     return fallidas;

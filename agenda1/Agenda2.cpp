@@ -206,7 +206,7 @@ void TFAgenda2::Timer1Timer()
         m_motor.RecargaAgenda2();
     } catch (const std::exception &error) {
         // In the help line: a box every fifteen seconds would keep the clerk from working.
-        statusBar()->showMessage(QString::fromUtf8(error.what()), PeriodoRecarga);
+        statusBar()->showMessage(dataset::plainText(error), PeriodoRecarga);
     }
     CuentaAvisos();
 }

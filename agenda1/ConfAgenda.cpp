@@ -109,7 +109,7 @@ void TFConfAgenda::pColorAgendaSalidaClick()
     try {
         TClassConfAgendaN().SetColorSalida(*color); // at once, however the dialog is left
     } catch (const std::exception &error) {
-        MuestraError(QString::fromUtf8(error.what()));
+        MuestraError(dataset::plainText(error));
     }
 }
 

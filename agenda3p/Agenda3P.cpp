@@ -217,7 +217,7 @@ TRespuesta TAgenda3P::AceptarAgendaN()
         return true;
     } catch (const std::exception &error) {
         AnotaFallo("AceptarAgendaN", error);
-        return TRespuesta::Fallo(QString::fromUtf8(error.what()));
+        return TRespuesta::Fallo(dataset::plainText(error));
     }
 }
 

@@ -134,7 +134,7 @@ TRespuesta TAgenda3P::PegaDesplazado(QDate fecha, int minutos, bool desplaza)
         // Deliberate: what is pending on the line being pasted stays as it is.
         AnotaFallo("Pegar", error);
         CancelaSinPreguntar(*m_buffer);
-        return TRespuesta::Fallo(QString::fromUtf8(error.what()));
+        return TRespuesta::Fallo(dataset::plainText(error));
     }
     return respuesta;
 }

@@ -132,7 +132,7 @@ void TClassAgendaN::SincronizarTablasAFecha(QDate fecha, bool todos)
             SincronizaTablaActual(fecha);
         } catch (const std::exception &error) { // the others show the date all the same
             if (notario <= MaxNotarios)
-                fallidos << NombreNotario(notario) + QStringLiteral(": ") + QString::fromUtf8(error.what());
+                fallidos << NombreNotario(notario) + QStringLiteral(": ") + dataset::plainText(error);
         }
     }
     if (!fallidos.isEmpty())

@@ -168,7 +168,20 @@ bool TFFichaAgendaN::AceptaPendiente(int pestana)
         return false;
     if (!tabla || !tabla->isEditing())
         return true;
-    return ConGuarda([tabla] { tabla->isModified() ? tabla->post() : tabla->cancel(); });
+    return ConGuarda([tabla] {
+        if (!tabla->isModified()) {
+            tabla->cancel();
+            return;
+        }
+        const QString hora = TLineaAgenda::Actual(*tabla).Hora;
+        try {
+            tabla->post();
+        } catch (const dataset::EDatabaseError &error) {
+            throw dataset::EDatabaseError(
+                QStringLiteral("No se ha podido guardar la cita de las %1.\n%2").arg(hora, plainText(error)),
+                error.kind());
+        }
+    });
 }
 
 void TFFichaAgendaN::resizeEvent(QResizeEvent *evento)
@@ -288,7 +301,7 @@ void TFFichaAgendaN::Timer1Timer()
         tabla->refresh();
     } catch (const dataset::EDatabaseError &error) {
         // In the help line: a box every five seconds would keep the clerk from saving anything.
-        LExplica->showMessage(error.text(), PeriodoRefresco);
+        LExplica->showMessage(dataset::plainText(error), PeriodoRefresco);
     }
     LeeColorSalida();
     CuentaAvisos();

@@ -159,6 +159,7 @@ void TFFichaAgendaN::GuardaLinea()
     TBorrador escrito = m_borrador;
     ConGuarda([&, this] {
         escrito.Guarda(tabla);
+        const QString hora = TLineaAgenda::Actual(tabla).Hora;
         const TRespuesta aceptada = m_motor->AceptarAgendaN();
         if (aceptada)
             return;
@@ -168,13 +169,14 @@ void TFFichaAgendaN::GuardaLinea()
             escrito.Recupera(tabla, {[this] { return bool(m_motor->Modificar(TALaVista::ficha)); }, {}});
         if (vuelve == TBorrador::TLugar::suLinea) {
             m_borrador = escrito; // what was there before is still what it was
-            AvisaError(QStringLiteral("No se ha podido guardar la cita.\n%1\n\nLo que ha escrito sigue en la "
-                                      "línea: pulse Intro para volver a intentarlo o Esc para dejarlo.")
-                           .arg(aceptada.Causa()));
+            AvisaError(QStringLiteral(
+                           "No se ha podido guardar la cita de las %1.\n%2\n\nLo que ha escrito sigue en la "
+                           "línea: pulse Intro para volver a intentarlo o Esc para dejarlo.")
+                           .arg(hora, aceptada.Causa()));
             return;
         }
-        AvisaError(QStringLiteral("No se ha podido guardar la cita.\n%1\n\nHabía escrito:\n%2")
-                       .arg(aceptada.Causa(), escrito.Tecleado().join(u'\n')));
+        AvisaError(QStringLiteral("No se ha podido guardar la cita de las %1.\n%2\n\nHabía escrito:\n%3")
+                       .arg(hora, aceptada.Causa(), escrito.Tecleado().join(u'\n')));
         tabla.refresh();
     });
 }

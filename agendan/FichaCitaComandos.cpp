@@ -63,12 +63,13 @@ void TFFichaCitas::BNuevoClick()
 void TFFichaCitas::BModificarClick()
 {
     EjecutaConGuarda([this] {
+        const QString hora = TLineaAgenda::Actual(Tabla()).Hora;
         // The card shows it before anything is typed.
         const TRespuesta enEdicion = m_motor->Modificar(TALaVista::ficha);
         if (enEdicion)
             EmpiezaEdicion();
         else
-            AvisaSiFallo(enEdicion, QStringLiteral("No se ha podido modificar la cita."));
+            AvisaSiFallo(enEdicion, QStringLiteral("No se ha podido modificar la cita de las %1.").arg(hora));
     });
 }
 
@@ -83,8 +84,9 @@ void TFFichaCitas::BBorrarClick()
             Servicios().Mensaje->Mensajes(mensaje);
             return;
         }
+        const QString hora = TLineaAgenda::Actual(Tabla()).Hora;
         AvisaSiFallo(m_motor->Borrar(true, TALaVista::ficha),
-                     QStringLiteral("No se ha podido borrar la cita."));
+                     QStringLiteral("No se ha podido borrar la cita de las %1.").arg(hora));
     });
 }
 
@@ -177,11 +179,13 @@ void TFFichaCitas::RecuperaLoTecleado(const QString &causa)
         m_borrador.Empieza(Tabla());
         break;
     case TBorrador::TLugar::ninguno:
-        destino = QStringLiteral("Lo que ha escrito no se ha podido conservar.");
+        destino = QStringLiteral("Lo que ha escrito no se ha podido conservar. Había escrito:\n") +
+                  m_borrador.Tecleado().join(u'\n');
         break;
     }
     const QString porQue = causa.isEmpty() ? QString() : causa + u'\n';
-    AvisaDeError(QStringLiteral("No se ha podido guardar la cita.\n") + porQue + destino);
+    const QString hora = m_borrador.Tecleado(Tabla().fieldIndex(NombreDe(TCampoLinea::hora))).toString();
+    AvisaDeError(QStringLiteral("No se ha podido guardar la cita de las %1.\n").arg(hora) + porQue + destino);
     if (lugar == TBorrador::TLugar::ninguno)
         ActivarBotones();
 }

@@ -328,6 +328,7 @@ void TFFichaCitas::CargaComboOficial()
     } catch (const dataset::EDatabaseError &error) {
         // A name can still be typed, so this is no reason to stop the clerk.
         qWarning("The list of clerks could not be read: %s", error.what());
-        m_sinOficiales = QStringLiteral("No se ha podido leer la lista de oficiales: ") + error.text();
+        m_sinOficiales =
+            QStringLiteral("No se ha podido leer la lista de oficiales. ") + dataset::plainText(error);
     }
 }

@@ -1,7 +1,16 @@
 #include "dataset/DatabaseError.h"
 
+#include <QtCore/QLoggingCategory>
+
 namespace dataset
 {
+
+namespace
+{
+
+Q_LOGGING_CATEGORY(errorLog, "dataset.errors")
+
+} // namespace
 
 EDatabaseError::EDatabaseError(const QString &text, dbase::ErrorKind kind)
     : std::runtime_error(text.toStdString())
@@ -20,6 +29,19 @@ EDatabaseError::~EDatabaseError() = default;
 QString EDatabaseError::text() const
 {
     return QString::fromUtf8(what());
+}
+
+QString plainText(const std::exception &error)
+{
+    const auto whole = QString::fromUtf8(error.what());
+    const auto *const failure = dynamic_cast<const EDatabaseError *>(&error);
+    if (!failure)
+        return whole;
+    auto plain = QString::fromStdString(failure->status().plainText());
+    if (plain == whole)
+        return plain;
+    qCWarning(errorLog, "%s", error.what());
+    return plain.left(1).toUpper() + plain.mid(1); // it stood behind the file's name
 }
 
 EConvertError::EConvertError(const QString &text)

@@ -10,8 +10,8 @@
 namespace dataset
 {
 
-/// What every operation of a data set throws when it cannot do its work. what() and text() are fit for the
-/// user.
+/// What every operation of a data set throws when it cannot do its work. what() and text() tell all of it;
+/// for a clerk see plainText().
 class DATASET_EXPORT EDatabaseError : public std::runtime_error
 {
 public:
@@ -27,6 +27,10 @@ public:
 private:
     dbase::Status m_status;
 };
+
+/// What a clerk can make something of in an error: an EDatabaseError without the path of its file, the number
+/// of its record and its place in the file, which go to the log; of others all.
+[[nodiscard]] DATASET_EXPORT QString plainText(const std::exception &error);
 
 /// A text that is not the number, date or time it should be.
 class DATASET_EXPORT EConvertError : public std::runtime_error

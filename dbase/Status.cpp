@@ -13,9 +13,21 @@ Status::Status(ErrorKind kind, std::string text, std::string file, std::optional
 {
 }
 
+Status Status::ofRecord(std::uint32_t number) const
+{
+    Status same = *this;
+    same.m_record = number;
+    return same;
+}
+
+std::string Status::text() const
+{
+    return m_record ? m_text + ' ' + std::to_string(*m_record) : m_text;
+}
+
 std::string Status::message() const
 {
-    std::string out = m_file.empty() ? m_text : m_file + ": " + m_text;
+    std::string out = m_file.empty() ? text() : m_file + ": " + text();
     if (m_offset)
         out += " (posición " + std::to_string(*m_offset) + ")";
     return out;

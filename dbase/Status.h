@@ -38,7 +38,12 @@ public:
 
     [[nodiscard]] bool ok() const { return m_kind == ErrorKind::none; }
     [[nodiscard]] ErrorKind kind() const { return m_kind; }
-    [[nodiscard]] const std::string &text() const { return m_text; }
+    /// The sentence, with the number of the record that it is about, where it is about one.
+    [[nodiscard]] std::string text() const;
+    /// The sentence without that number, for people who have never seen one.
+    [[nodiscard]] const std::string &plainText() const { return m_text; }
+    /// The same failure, of one record. @param number  1-based; the sentence ends where it is to stand.
+    [[nodiscard]] Status ofRecord(std::uint32_t number) const;
     [[nodiscard]] const std::string &file() const { return m_file; }
     [[nodiscard]] std::optional<std::uint64_t> offset() const { return m_offset; }
 
@@ -50,6 +55,7 @@ private:
     std::string m_text;
     std::string m_file;
     std::optional<std::uint64_t> m_offset;
+    std::optional<std::uint32_t> m_record;
 };
 
 /// The failure given. A success, which a caller would take for a value that is not there, is a programming

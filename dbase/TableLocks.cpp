@@ -21,6 +21,13 @@ constexpr auto longAfterLooking = std::chrono::seconds(1);
 constexpr auto slowestRoundTrip = std::chrono::milliseconds(50);
 /// A way there and back that makes all waiting twice as long.
 constexpr auto slowRoundTrip = std::chrono::milliseconds(5);
+constexpr std::string_view lineInUse = "otro puesto está usando la línea";
+
+/// How a wait for a line's lock has ended: a refusal names the line, other failures are the file's.
+Status ofLine(const Status &ended, RecordNumber number)
+{
+    return ended.kind() == ErrorKind::locked ? ended.ofRecord(number) : ended;
+}
 
 } // namespace
 
@@ -372,11 +379,11 @@ Status TableImpl::takeRecordLock(RecordNumber number, std::chrono::milliseconds 
     if (readOnly)
         return failure(ErrorKind::readOnly, readOnlyReason);
     if (number < 1 || number > header.recordCount || m_locked.contains(number))
-        return failure(ErrorKind::invalidArgument, "no se puede bloquear la línea " + std::to_string(number));
-    auto lock = waitForLock(m_dbf, recordLockOffset(number), 1, File::LockKind::exclusive, timeout,
-                            "otro puesto está usando la línea " + std::to_string(number));
+        return failure(ErrorKind::invalidArgument, "no se puede bloquear la línea").ofRecord(number);
+    auto lock =
+        waitForLock(m_dbf, recordLockOffset(number), 1, File::LockKind::exclusive, timeout, lineInUse);
     if (!lock.ok())
-        return lock.status();
+        return ofLine(lock.status(), number);
     m_locked.insert(number);
     // From here on the lock belongs to the set; dropRecordLock() gives it back.
     RangeLock kept = std::move(lock).value();
@@ -398,18 +405,17 @@ Status TableImpl::checkNotLockedElsewhere(RecordNumber number, RangeLock &held)
 {
     if (m_locked.contains(number))
         return {};
-    const std::string refusal = "otro puesto está usando la línea " + std::to_string(number);
     if (m_group) {
         // The table is held already, and whoever holds the line may be waiting for the table: no waiting. Nor
         // is the line kept: what is read of it from here on is compared again before it is changed.
         const auto taken = m_dbf.isLockedElsewhere(recordLockOffset(number), 1);
         if (!taken.ok())
             return taken.status();
-        return taken.value() ? failure(ErrorKind::locked, refusal) : Status();
+        return taken.value() ? ofLine(failure(ErrorKind::locked, std::string(lineInUse)), number) : Status();
     }
     auto lock = waitForLock(m_dbf, recordLockOffset(number), 1, File::LockKind::exclusive,
-                            options.lockTimeout, refusal);
-    const Status status = lock.status();
+                            options.lockTimeout, lineInUse);
+    const Status status = ofLine(lock.status(), number);
     if (status.ok())
         held = std::move(lock).value();
     return status;

@@ -37,12 +37,12 @@ Status TableImpl::readRecord(RecordNumber number, std::span<std::uint8_t> record
         }
     }
     if (number < 1 || number > header.recordCount || record.size() != header.recordLength)
-        return failure(ErrorKind::invalidArgument, "la tabla no tiene la línea " + std::to_string(number));
+        return failure(ErrorKind::invalidArgument, "la tabla no tiene la línea").ofRecord(number);
     const auto got = m_dbf.readAt(recordOffset(number), record);
     if (!got.ok())
         return got.status();
     if (got.value() != record.size())
-        return failure(ErrorKind::damaged, "el fichero acaba dentro de la línea " + std::to_string(number));
+        return failure(ErrorKind::damaged, "el fichero acaba dentro de la línea").ofRecord(number);
     if (m_held == Held::changing || (m_remote && m_locked.contains(number))) {
         m_lastRead = number;
         m_lastReadAsOf = m_state.applied;

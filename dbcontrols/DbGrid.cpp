@@ -194,7 +194,7 @@ void DbGrid::moveDataSet(int row)
         }
         set->refresh(); // somebody has deleted it
     } catch (const dataset::EDatabaseError &error) {
-        report(error.text());
+        report(dataset::plainText(error));
     }
     m_moveFailed = true;
     reconcileSoon();
@@ -342,7 +342,7 @@ bool DbGrid::beginEdit()
             set->edit();
         return true;
     } catch (const dataset::EDatabaseError &error) {
-        report(error.text());
+        report(dataset::plainText(error));
         return false;
     }
 }
@@ -407,7 +407,7 @@ void DbGrid::cancelEditing()
     try {
         set->cancel();
     } catch (const dataset::EDatabaseError &error) {
-        report(error.text());
+        report(dataset::plainText(error));
     }
 }
 

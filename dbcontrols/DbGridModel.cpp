@@ -168,7 +168,7 @@ bool DbGridModel::setData(const QModelIndex &index, const QVariant &value, int r
         set->field(m_fields.at(index.column())).setText(text);
         return true;
     } catch (const dataset::EDatabaseError &error) {
-        emit failed(error.text());
+        emit failed(dataset::plainText(error));
     } catch (const dataset::EConvertError &error) {
         emit failed(error.text());
     }

@@ -109,7 +109,7 @@ void DbMemo::store()
         m_shown = set->field(m_field).asText();
         return;
     } catch (const dataset::EDatabaseError &failure) {
-        error = failure.text();
+        error = dataset::plainText(failure);
     } catch (const dataset::EConvertError &failure) {
         error = failure.text();
     }

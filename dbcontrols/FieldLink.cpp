@@ -117,7 +117,7 @@ bool FieldLink::store(const QString &text)
             throw dataset::EDatabaseError(changedElsewhere());
         set->field(m_field).setText(fitted(text));
     } catch (const dataset::EDatabaseError &failure) {
-        error = failure.text();
+        error = dataset::plainText(failure);
     } catch (const dataset::EConvertError &failure) {
         error = failure.text();
     }

@@ -255,8 +255,8 @@ void TFAgendaConjunta::Refresca()
     } catch (const std::exception &error) {
         // Every few seconds again: not in a box that would stop the work.
         qCWarning(registroConjunta, "%s", error.what());
-        statusBar()->showMessage(QStringLiteral("No se ven los cambios de otros puestos: ") +
-                                     QString::fromUtf8(error.what()),
+        statusBar()->showMessage(QStringLiteral("No se ven los cambios de otros puestos. ") +
+                                     dataset::plainText(error),
                                  EntreRefrescos);
     }
     CuentaAvisos();

@@ -142,11 +142,11 @@ bool TFAgendaConjunta::GuardaEdicion(QLineEdit &editor, const QModelIndex &celda
     if (!m_enEdicion || m_enEdicion != &tabla || !tabla.isEditing())
         return mismoTexto;
     // Told when the keys and clicks in hand are done with, so that the box stands in nobody's way.
-    const auto avisa = [this](const QString &causa) {
+    const auto avisa = [this, hora = m_modelo->Hora(celda.row())](const QString &causa) {
         const QString texto =
-            QStringLiteral("No se ha podido guardar la cita.\n%1\n\nLo que ha escrito sigue en la "
+            QStringLiteral("No se ha podido guardar la cita de las %1.\n%2\n\nLo que ha escrito sigue en la "
                            "celda: pulse Intro para volver a intentarlo o Esc para dejarlo.")
-                .arg(causa);
+                .arg(hora, causa);
         QMetaObject::invokeMethod(
             this, [this, texto] { AvisaError(texto); }, Qt::QueuedConnection);
     };
@@ -169,7 +169,7 @@ bool TFAgendaConjunta::GuardaEdicion(QLineEdit &editor, const QModelIndex &celda
             return true;
         avisa(aceptada.Causa());
     } catch (const std::exception &error) {
-        avisa(QString::fromUtf8(error.what()));
+        avisa(dataset::plainText(error));
     }
     return false;
 }

@@ -520,10 +520,7 @@ TEST_F(CitaTest, ALineInUseElsewhereIsSaid)
     const auto otro = oficina.agenda(1);
     otro->edit();
     oficina.Mensaje.espera(
-        {"No se ha podido modificar la cita.\n" +
-             QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string()) +
-             ": otro puesto está usando la línea 1",
-         " ATENCIÓN:"});
+        {"No se ha podido modificar la cita de las 09:00.\nOtro puesto está usando la línea", " ATENCIÓN:"});
     enFicha(TOperacion::modificar, [&] {
         EXPECT_FALSE(editando());
         otro->cancel();
@@ -539,10 +536,7 @@ protected:
     void aceptaConFallo(const QString &causa, const QString &destino)
     {
         oficina.Mensaje.espera(
-            {"No se ha podido guardar la cita.\n" +
-                 QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string()) + ": " +
-                 causa + '\n' + destino,
-             " ATENCIÓN:"});
+            {"No se ha podido guardar la cita de las 11:00.\n" + causa + '\n' + destino, " ATENCIÓN:"});
         pulsa("BAceptar");
         EXPECT_TRUE(editando());
         EXPECT_EQ(control<QPlainTextEdit>("DBMConcepto").toPlainText(), "Larga historia");
@@ -559,7 +553,7 @@ TEST_F(FalloTest, WhatCannotBeWrittenNowIsKeptAndWrittenLater)
             escribe("MEHora", "11:00");
             escribe("DBMConcepto", "Larga historia");
             otro->beginGroup();
-            aceptaConFallo("otro puesto está escribiendo en la tabla", sigue);
+            aceptaConFallo("Otro puesto está escribiendo en la tabla", sigue);
             otro->dropGroup();
             pulsa("BAceptar");
             EXPECT_FALSE(editando());
@@ -574,7 +568,7 @@ TEST_F(FalloTest, ALineDeletedElsewhereComesBackAsANewOne)
         escribe("MEHora", "11:00");
         escribe("DBMConcepto", "Larga historia");
         enElFichero(1, 0, '*');
-        aceptaConFallo("otro puesto ha borrado la línea mientras tanto",
+        aceptaConFallo("Otro puesto ha borrado la línea mientras tanto",
                        "Lo que ha escrito está ahora en una cita nueva: puede aceptarla.");
         EXPECT_EQ(tabla().state(), State::insert);
         pulsa("BAceptar");
@@ -590,7 +584,7 @@ TEST_F(FalloTest, ALineChangedElsewhereKeepsBothChanges)
         escribe("DBMConcepto", "Larga historia");
         const std::size_t oficial = 1 + 8 + 5 + 254 + 20 + 100;
         enElFichero(1, oficial, 'X');
-        aceptaConFallo("otro puesto ha cambiado la línea mientras tanto", sigue);
+        aceptaConFallo("Otro puesto ha cambiado la línea mientras tanto", sigue);
         EXPECT_EQ(tabla().field(u"OFICIAL").asText(), "X");
         pulsa("BAceptar");
         EXPECT_FALSE(editando());
@@ -604,7 +598,7 @@ TEST_F(CitaTest, WithoutTheListOfClerksANameCanStillBeTyped)
     for (const TOperacion operacion : {TOperacion::ver, TOperacion::modificar, TOperacion::nuevo}) {
         enFicha(operacion, [&] {
             EXPECT_TRUE(
-                control<QLabel>("LExplica").text().startsWith("No se ha podido leer la lista de oficiales: "))
+                control<QLabel>("LExplica").text().startsWith("No se ha podido leer la lista de oficiales. "))
                 << control<QLabel>("LExplica").text().toStdString();
             EXPECT_EQ(control<QComboBox>("DBCBOficial").count(), 0);
         });

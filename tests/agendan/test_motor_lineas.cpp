@@ -345,11 +345,11 @@ TEST_F(VariasTest, AreOneCommitOrOneEach)
     otro->edit();
     EXPECT_EQ(fallidas(motor().MoverLineas({lineas.at(0), lineas.at(1), lineas.at(2)}, martes)),
               (QStringList{"09:00 Otro puesto ha borrado la línea mientras tanto",
-                           "10:00 otro puesto está usando la línea 2"}));
+                           "10:00 Otro puesto está usando la línea"}));
     EXPECT_EQ(oficina.dia(1, Lunes), QStringList{"10:00 Poder N"});
     EXPECT_EQ(oficina.dia(1, martes), (QStringList{"09:00 Otro día N", "09:00 Firma N", "11:00 Acta N"}));
     EXPECT_EQ(fallidas(motor().BorrarLineas({lineas.at(2)})),
-              QStringList{"10:00 otro puesto está usando la línea 2"});
+              QStringList{"10:00 Otro puesto está usando la línea"});
     otro->cancel();
 
     // A table that takes no changes loses nothing, and every line is named.

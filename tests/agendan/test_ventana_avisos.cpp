@@ -79,9 +79,7 @@ TEST_F(AvisosTest, FollowARefusalAndPrecedeTheEnd)
         pulsa(0);
         const auto sonDosCajas = [&] { aviso.descubre(segunda()); };
         oficina.Mensaje.espera(
-            {"No se ha podido modificar la cita de las 09:00.\n" +
-                 QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string()) +
-                 ": otro puesto está usando la línea 1",
+            {"No se ha podido modificar la cita de las 09:00.\nOtro puesto está usando la línea",
              " ATENCIÓN:", 0, QString(), support::TCaja::porSuTexto, sonDosCajas});
         esperaAviso();
         teclea("A");

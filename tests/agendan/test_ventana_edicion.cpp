@@ -24,11 +24,6 @@ protected:
         oficina.linea(2, Lunes, "09:00", "Poder");
     }
     [[nodiscard]] dataset::DataSet &tabla() const { return motor->TablaActual(); }
-    /// The first notary's table, as messages name it.
-    [[nodiscard]] QString fichero() const
-    {
-        return QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string());
-    }
     /// A program that heeds no locks puts a text over the subject of the first line, or a mark over its
     /// front.
     void escribeFuera(std::streamoff donde, const std::string &bytes) const
@@ -163,8 +158,8 @@ TEST_F(EdicionTest, WhatCannotBeDeletedIsSaid)
     enVentana([&] {
         pulsa(0);
         oficina.Mensaje.espera({"¿Desea borrar la cita de las 09:00 de la base de datos?", " ATENCIÓN", 1});
-        oficina.Mensaje.espera({"No se ha podido borrar la cita de las 09:00.\n" + fichero() +
-                                    ": otro puesto está usando la línea 1",
+        oficina.Mensaje.espera({"No se ha podido borrar la cita de las 09:00.\n"
+                                "Otro puesto está usando la línea",
                                 " ATENCIÓN:"});
         comando("ABorrar");
         EXPECT_EQ(oficina.dia(1, Lunes).size(), 3);
@@ -201,8 +196,8 @@ TEST_F(EdicionTest, ALineInUseElsewhereIsSaidAndLeft)
     otro->edit();
     enVentana([&] {
         pulsa(0);
-        oficina.Mensaje.espera({"No se ha podido modificar la cita de las 09:00.\n" + fichero() +
-                                    ": otro puesto está usando la línea 1",
+        oficina.Mensaje.espera({"No se ha podido modificar la cita de las 09:00.\n"
+                                "Otro puesto está usando la línea",
                                 " ATENCIÓN:"});
         teclea("A");
         EXPECT_TRUE(QTest::qWaitFor([&] { return !oficina.Mensaje.pendientes(); }));
@@ -303,11 +298,10 @@ TEST_F(EdicionTest, WhatWasTypedOutlivesALineThatOthersHaveChanged)
         pulsa(0, {}, 3);
         teclea("Marta");
         escribeFuera(Concepto, "De otro");
-        oficina.Mensaje.espera(
-            {"No se ha podido guardar la cita.\n" + fichero() +
-                 ": otro puesto ha cambiado la línea mientras tanto\n\nLo que ha escrito "
-                 "sigue en la línea: pulse Intro para volver a intentarlo o Esc para dejarlo.",
-             " ATENCIÓN:"});
+        oficina.Mensaje.espera({"No se ha podido guardar la cita de las 09:00.\nOtro puesto ha cambiado la "
+                                "línea mientras tanto\n\nLo que ha escrito "
+                                "sigue en la línea: pulse Intro para volver a intentarlo o Esc para dejarlo.",
+                                " ATENCIÓN:"});
         tecla(Qt::Key_Return);
         EXPECT_EQ(tabla().state(), State::edit);
         EXPECT_EQ(celda(0, 1), "De otro") << "theirs is seen";
@@ -327,9 +321,9 @@ TEST_F(EdicionTest, WhatWasTypedIntoADeletedLineIsTold)
         pulsa(0);
         teclea("Acta notarial");
         escribeFuera(Marca, "*");
-        oficina.Mensaje.espera({"No se ha podido guardar la cita.\n" + fichero() +
-                                    ": otro puesto ha borrado la línea mientras tanto\n\nHabía escrito:\n"
-                                    "Acta notarial",
+        oficina.Mensaje.espera({"No se ha podido guardar la cita de las 09:00.\nOtro puesto ha borrado la "
+                                "línea mientras tanto\n\nHabía escrito:\n"
+                                "Acta notarial",
                                 " ATENCIÓN:"});
         tecla(Qt::Key_Return);
         EXPECT_EQ(tabla().state(), State::browse);
@@ -340,7 +334,8 @@ TEST_F(EdicionTest, WhatWasTypedIntoADeletedLineIsTold)
 TEST_F(EdicionTest, NoCommandRunsOverALineThatCannotBeKept)
 {
     enVentana([&] {
-        const QString causa = fichero() + ": otro puesto ha cambiado la línea mientras tanto";
+        const QString causa =
+            "No se ha podido guardar la cita de las 09:00.\nOtro puesto ha cambiado la línea mientras tanto";
         pulsa(0);
         teclea("Acta");
         escribeFuera(Concepto, "De otro");

@@ -179,9 +179,8 @@ TEST_F(ConjuntaTest, ALineHeldOrChangedElsewhereIsNotWrittenOver)
     otro->first();
     otro->edit();
     oficina.Mensaje.espera(
-        {QStringLiteral("No se puede cambiar la línea de las 09:00 de la agenda de Ana Núñez.\n") +
-             QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string()) +
-             ": otro puesto está usando la línea 1",
+        {QStringLiteral("No se puede cambiar la línea de las 09:00 de la agenda de Ana Núñez.\n"
+                        "Otro puesto está usando la línea"),
          Atencion});
     tecla(Qt::Key_F2);
     EXPECT_FALSE(rejilla().EstaEditando());
@@ -215,10 +214,10 @@ TEST_F(ConjuntaTest, WhatCannotBeWrittenStaysInTheCell)
     }
     oficina.Mensaje.espera(
         {QStringLiteral(
-             "No se ha podido guardar la cita.\n%1: otro puesto ha cambiado la línea mientras tanto\n\n"
+             "No se ha podido guardar la cita de las 09:00.\nOtro puesto ha cambiado la línea mientras "
+             "tanto\n\n"
              "Lo que ha escrito sigue en la celda: pulse Intro para volver a intentarlo o Esc para "
-             "dejarlo.")
-             .arg(QString::fromStdString((oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF").string())),
+             "dejarlo."),
          Atencion});
     tecla(Qt::Key_Return);
     ASSERT_TRUE(rejilla().EstaEditando());

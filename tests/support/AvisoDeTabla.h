@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dataset/DataSet.h"
+#include "dbase/Table.h"
 #include "tests/driver/FileCalls.h"
 #include "tests/driver/ShareModel.h"
 
@@ -23,6 +24,7 @@ public:
     {
         driver::filecalls::watch(carpeta, false);
         driver::filecalls::behaveAs(driver::filecalls::Share::smb);
+        EXPECT_TRUE(dbase::Table::open(m_fichero, {}).ok()); // what a program says once of its share
     }
     ~AvisoDeTabla()
     {
