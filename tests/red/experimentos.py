@@ -323,7 +323,8 @@ def ventanas(scene):
               f"&& cp -r /tmp/{scene.name} {folder}", 300)
     screens = [Screen(scene, one, folder, date) for one in (first, second)]
     for one in screens:
-        one.settled(seconds=240)  # the agenda opens by itself, in front of the start window
+        one.settled(seconds=240)
+    time.sleep(20)  # the agenda opens by itself, in front of the start window
     wrong = []
     end = time.monotonic() + 90
     while screens[0].picture() != screens[1].picture():
