@@ -47,6 +47,13 @@ struct FileLook {
 /// Time that goes on while the machine sleeps: others do not wait for it.
 DBASE_EXPORT std::chrono::nanoseconds timeWithSleep();
 
+/// How often this machine has had to begin anew with a server of SMB files: it opens by itself what was open,
+/// and takes the locks again, but what it has may be less than before (others had them meanwhile) or more
+/// (with two handles on a file it takes shared locks twice, and gives them back once).
+/// @return a number that only grows; one that stays the same after a call that has reached the server says
+/// that nothing of the kind had happened before. 0 where the system does not tell.
+[[nodiscard]] DBASE_EXPORT std::uint64_t sessionsRenewed();
+
 /// One open file. Reads and writes name their place; nothing is buffered, and where the file lies on another
 /// machine the system's own memory is passed by where it lets one: what others have written is read, and what
 /// is written is there for them when the call returns.

@@ -6,9 +6,11 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
+#include <string_view>
 #include <sys/stat.h>
 #if defined(__linux__)
 #include <sys/vfs.h>
@@ -110,6 +112,16 @@ int callForLock(int descriptor, struct flock range, bool isRemote, bool isSmb)
     }
 }
 
+/// The number that stands in front of a word; 0 when there is none.
+[[maybe_unused]] std::uint64_t numberBefore(std::string_view text, std::string_view word)
+{
+    const std::size_t end = std::min(text.find(word), text.size());
+    const std::size_t begin = text.find_last_not_of("0123456789", end - std::min<std::size_t>(end, 1)) + 1;
+    std::uint64_t number = 0;
+    std::from_chars(text.data() + std::min(begin, end), text.data() + end, number);
+    return end < text.size() ? number : 0;
+}
+
 } // namespace
 
 std::chrono::nanoseconds timeWithSleep()
@@ -122,6 +134,22 @@ std::chrono::nanoseconds timeWithSleep()
     struct timespec now = {};
     ::clock_gettime(clock, &now);
     return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
+}
+
+std::uint64_t sessionsRenewed()
+{
+#if defined(__linux__)
+    const int descriptor = openAs("/proc/fs/cifs/Stats", O_RDONLY);
+    if (descriptor < 0)
+        return 0;
+    std::array<char, 512> front{}; // "2 session 4 share reconnects" is one of the first lines
+    const ssize_t got = ::pread(descriptor, front.data(), front.size(), 0);
+    ::close(descriptor);
+    const std::string_view text(front.data(), got > 0 ? static_cast<std::size_t>(got) : 0);
+    return numberBefore(text, " session ") + numberBefore(text, " share reconnects");
+#else
+    return 0;
+#endif
 }
 
 File::Native::~Native()

@@ -62,6 +62,11 @@ std::chrono::nanoseconds timeWithSleep()
     return std::chrono::milliseconds(GetTickCount64());
 }
 
+std::uint64_t sessionsRenewed()
+{
+    return 0; // a handle of a session that has ended fails here, and is not opened anew
+}
+
 File::Native::~Native()
 {
     if (handle && handle != INVALID_HANDLE_VALUE)

@@ -35,10 +35,11 @@ Status TableImpl::mayWriteOn()
 }
 
 /// Whether nobody can have written since the change locks were taken. Who has held them for long, over a
-/// connection that may have been away, takes them anew and looks.
+/// connection that may have been away, or has been connected anew meanwhile takes them again and looks.
 Result<bool> TableImpl::stillAlone()
 {
-    if (!m_remote || m_held != Held::changing || timeWithSleep() - m_lockedAt < trustInLocks)
+    const bool areTrusted = m_remote && timeWithSleep() - m_lockedAt < trustInLocks;
+    if (!m_remote || m_held != Held::changing || (areTrusted && m_lockedIn == sessionsRenewed()))
         return true;
     const bool withIndex = m_mdxLock.held();
     m_mdxLock.release();
@@ -234,9 +235,12 @@ Status TableImpl::mendWhatIsOwed()
 // ---------------------------------------------------------------------------------------------------------------------
 // Files whose calls have failed
 
+/// After a session has been renewed as well: what the system has locked twice keeps others out until the
+/// files are closed.
 bool TableImpl::isInDoubt() const
 {
-    return m_dbf.isInDoubt() || m_journal.isInDoubt() || (m_mdx && m_mdx->file().isInDoubt());
+    return m_dbf.isInDoubt() || m_journal.isInDoubt() || (m_mdx && m_mdx->file().isInDoubt()) ||
+           (m_remote && m_openedIn != sessionsRenewed());
 }
 
 /// On a share, after calls that failed: the files are opened anew, as if the table had been closed and

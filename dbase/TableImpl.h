@@ -228,7 +228,11 @@ private:
     [[nodiscard]] bool keepsIndex() const;
     [[nodiscard]] bool isAsKept();
     /// From when it was asked for: the answer may have lain about while the machine slept.
-    void noteLockTime() { m_lockedAt = m_askedAt; }
+    void noteLockTime()
+    {
+        m_lockedAt = m_askedAt;
+        m_lockedIn = m_askedIn;
+    }
     Result<RangeLock> waitForLock(File &file, std::uint64_t offset, std::uint64_t length, File::LockKind kind,
                                   std::chrono::milliseconds timeout, std::string_view refusal);
     Status beginRead();
@@ -394,6 +398,9 @@ private:
     std::chrono::nanoseconds m_roundTrip{}; ///< of a question to the machine with the files, as of late
     std::chrono::nanoseconds m_askedAt{};   ///< when a lock was last asked for, on a share
     std::chrono::nanoseconds m_lockedAt{};  ///< when the change locks were taken, sleep included
+    std::uint64_t m_openedIn = 0;           ///< sessionsRenewed() before the files were opened,
+    std::uint64_t m_askedIn = 0;            ///< before a lock was last asked for,
+    std::uint64_t m_lockedIn = 0;           ///< and before the change locks were taken; on a share
     std::optional<std::chrono::steady_clock::time_point> m_reconnected; ///< when it was last tried
     std::uint64_t m_refusedAsOf = 0; ///< last commit when a lock was first refused
     std::chrono::steady_clock::time_point m_refusedSince;

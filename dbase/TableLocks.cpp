@@ -57,8 +57,10 @@ Result<RangeLock> TableImpl::waitForLock(File &file, std::uint64_t offset, std::
     std::optional<Clock::time_point> deadline;
     for (;;) {
         const auto asked = m_remote ? Clock::now() : Clock::time_point();
-        if (m_remote)
+        if (m_remote) {
             m_askedAt = timeWithSleep();
+            m_askedIn = sessionsRenewed();
+        }
         const auto got = file.tryLock(offset, length, kind);
         if (!got.ok())
             return got.status();

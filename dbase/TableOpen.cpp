@@ -217,6 +217,7 @@ Status TableImpl::openFiles()
 {
     readOnly = options.readOnly;
     readOnlyReason = "la tabla está abierta solo para lectura";
+    m_openedIn = sessionsRenewed();
     auto file = File::open(path, readOnly ? File::Mode::readOnly : File::Mode::readWrite);
     if (!file.ok() && file.status().kind() == ErrorKind::readOnly && !readOnly) {
         readOnly = true;

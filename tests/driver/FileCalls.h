@@ -65,6 +65,7 @@ enum class Plant {
     unlockNotTriedAgain, ///< a lock that could not be given back stays for good
     clockStandsStill,    ///< time that a call takes does not show
     neverMended,         ///< calls that have begun to fail go on failing
+    renewalsNotTold,     ///< nobody learns that his session has been renewed
 };
 
 /// A change of a file, or a mark between changes.

@@ -76,11 +76,11 @@ public:
     /// for him has seen the line as it was before.
     void mustChange(int workstation, const std::string &key, const std::string &value, int tries = 1)
     {
-        const int before = m_told.acknowledged();
-        for (int n = 0; n < tries && m_told.acknowledged() == before; ++n)
-            at(workstation).changeTo(key, value);
-        if (m_told.acknowledged() == before)
-            m_wrong.push_back("workstation " + std::to_string(workstation) + " cannot write");
+        mustBeTold(workstation, tries, [&](Writer &writer) { writer.changeTo(key, value); });
+    }
+    void mustAdd(int workstation, const std::string &key)
+    {
+        mustBeTold(workstation, 1, [&](Writer &writer) { writer.add(key, newValue(workstation)); });
     }
     void both()
     {
@@ -102,6 +102,14 @@ public:
     }
 
 private:
+    template <class Work> void mustBeTold(int workstation, int tries, Work &&work)
+    {
+        const int before = m_told.acknowledged();
+        for (int n = 0; n < tries && m_told.acknowledged() == before; ++n)
+            work(at(workstation));
+        if (m_told.acknowledged() == before)
+            m_wrong.push_back("workstation " + std::to_string(workstation) + " cannot write");
+    }
     void leave()
     {
         for (std::size_t i = 0; i < m_writers.size(); ++i) {

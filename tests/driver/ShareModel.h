@@ -32,6 +32,9 @@ void asWorkstation(int number);
 /// through, on NFS what is read or written through a handle that had one fails until that is closed.
 /// @param unlockingFails  giving one back answers EIO later, once.
 void loseLocks(int workstation, bool unlockingFails = false);
+/// SMB: the system of a workstation is connected anew, and takes its locks again where they are free. With
+/// another handle on the file open there it takes the shared ones twice, and gives them back once.
+void renewSession(int workstation);
 /// The next `count` locks to be given back, after `after` others, are not: EIO, and they stay taken for
 /// everybody until they are given back once more or the handle is closed.
 void failUnlocks(int count, int after = 0);
@@ -63,6 +66,7 @@ void roundTrip(int count = 1);
 /// @param descriptor  -1: of a call by name.
 [[nodiscard]] int workstationOf(int descriptor);
 [[nodiscard]] std::uint32_t magic(); ///< of the file system
+[[nodiscard]] int openCounts();      ///< a descriptor of the text that tells of renewed sessions
 
 /// @param isTable  its header's lock is the one whose round trips are counted.
 void opened(int descriptor, bool direct, bool isTable);

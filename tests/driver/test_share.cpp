@@ -231,6 +231,48 @@ Wrong forgetAHandle(Share share, Plant planted)
     });
 }
 
+/// The server begins anew at each call of a workstation, which notices nothing but that the call takes a
+/// second. Others may be quicker than its system, which takes its locks again.
+Wrong restartTheServer(Share share, Plant planted)
+{
+    Wrong wrong;
+    for (const bool othersAreIn : {false, true}) {
+        for (const bool isLook : {false, true}) {
+            const std::string name =
+                std::string(isLook ? "look" : "change") + (othersAreIn ? ", others in" : "");
+            const Wrong found = atEachCall(name.c_str(), [&](int number) {
+                Office office(share, planted, true);
+                office.both();
+                Fault fault{{}, number, 0};
+                fault.late = std::chrono::seconds(1);
+                fault.workstation = 1;
+                fault.meanwhile = [&] {
+                    filecalls::loseLocks(1);
+                    if (othersAreIn)
+                        office.at(2).add("w2-in", office.newValue(2));
+                    filecalls::renewSession(1);
+                    filecalls::asWorkstation(1);
+                };
+                filecalls::asWorkstation(1);
+                filecalls::fail(fault);
+                if (isLook)
+                    static_cast<void>(office.at(1).agenda().readAll().ok());
+                else
+                    office.at(1).add("w1-new", "v1");
+                const bool met = filecalls::faultMet();
+                filecalls::fail({});
+                filecalls::passTime(std::chrono::seconds(5));
+                static_cast<void>(office.at(1).refresh().ok());
+                office.mustAdd(2, "w2-new");
+                office.mustChange(1, "shared-b");
+                return std::pair(met, office.finish());
+            });
+            wrong.insert(wrong.end(), found.begin(), found.end());
+        }
+    }
+    return wrong;
+}
+
 struct Scenario {
     const char *name;
     Wrong (*run)(Share, Plant);
@@ -248,6 +290,7 @@ const Scenario scenarios[] = {
      Share::smb},
     {"an unlock fails", failUnlocks, onShares::unlockFails, Plant::unlockNotTriedAgain, Share::smb},
     {"handle not known", forgetAHandle, onShares::connectionDead, Plant::neverMended, Share::smb},
+    {"server begins anew", restartTheServer, onShares::locksLost, Plant::renewalsNotTold, Share::smb},
     {"cable cut", cutTheCable, onShares::connectionDead, Plant::neverMended, Share::nfs},
 };
 

@@ -4,6 +4,7 @@ import json
 import os
 import random
 import re
+import threading
 import time
 from collections import Counter
 from concurrent.futures import ThreadPoolExecutor
@@ -124,6 +125,7 @@ class Scene:
         programs = f"/red/programas/{self.settings['programas']}"
         self.env = f"export PATH={programs}/bin:$PATH LD_LIBRARY_PATH={programs}/bin:{programs}/lib"
         self.random = random.Random(int(self.words.pop("semilla", "1")))
+        self.note_locks = float(self.words.pop("bloqueos", "0"))  # seconds between two looks; 0 for none
         self.lives = Counter()  # how often each machine has been pulled
         self.clocks = {}  # (machine, life): [(our time, offset, how far it may be out)]
         self.writers, self.clerks, self.numbers = [], [], 0
@@ -156,7 +158,23 @@ class Scene:
         self.stations[0].run(f"{self.env}; agendadriver init {self.folder}")
         self.judge = Judge(self.dump(self.stations[0]))
         self.look_at_clocks()
+        if self.note_locks:
+            threading.Thread(target=self.write_locks_down, daemon=True).start()
         return self
+
+    def write_locks_down(self):
+        """Who holds which bytes, as server and workstations see it, until the experiment ends."""
+        words = "date +%s.%N; cat /proc/locks; smbstatus -B 2>/dev/null"
+        with open(LAB / "salida" / self.name / "bloqueos.txt", "w") as file:
+            while self.note_locks:
+                for one in self.office.all:
+                    try:
+                        told = one.run(words if one.isServer else "cat /proc/locks", 10, check=False)["out"]
+                    except (Silent, OSError) as failure:
+                        told = f"{failure}\n"
+                    file.write(f"== {time.monotonic_ns()} {one}\n{told}")
+                file.flush()
+                time.sleep(self.note_locks)
 
     def clean(self, station):
         """Nothing of the last experiment runs on."""
@@ -339,6 +357,7 @@ class Scene:
 
     def verdict(self, experiment, wrong, **figures):
         """One line for people, one for programs."""
+        self.note_locks = 0
         self.result |= dict(figures, carga=round(os.getloadavg()[0], 1))  # of the host: it slows the machines
         for one in self.stations:
             if one.pid():
