@@ -643,4 +643,62 @@ TEST(Debts, WhatADeadOneLeftIsFinishedOverASlowLine)
     }
 }
 
+
+/// As where two are late at once, but another one empties the journal, and so keeps what it holds, before the
+/// one whose commit lies over his has had the lock.
+TEST(Debts, ARefusedCommitIsNotDoneLaterByWhatAnotherOneHasKept)
+{
+    int refusedOnes = 0;
+    bool met = true;
+    for (int number = 1; met; ++number) {
+        SCOPED_TRACE(number);
+        Office office(Share::smb, Plant::none, true);
+        office.both();
+        Desk one(office, 1);
+        Desk two(office, 2);
+        Desk three(office, 3);
+        bool others = false;
+        dbase::Status refused;
+        const std::string before = valueOf(one, 2);
+        three.sit();
+        Fault outer = lateCall(Call::write, 2, 2 * longAway, [&] {
+            filecalls::loseLocks(3);
+            two.sit();
+            EXPECT_TRUE(two.give(3, "w1").ok()); // finishes what three has begun
+            one.sit();
+            int calls = 0;
+            Fault inner = lateCall({}, number, longAway, [&] {
+                ++calls;
+                two.sit();
+                if (calls == 1) {
+                    filecalls::loseLocks(1);
+                    others = two.give(1, "vB").ok();
+                } else if (calls == 2) {
+                    static_cast<void>(two->table().reindex().ok());
+                }
+                one.sit();
+            });
+            inner.staysBroken = true;
+            inner.meanwhileEachTime = true;
+            filecalls::fail(inner);
+            refused = one.give(2, "vA");
+            met = filecalls::faultMet();
+            filecalls::fail({});
+            three.sit();
+        });
+        outer.workstation = 3;
+        filecalls::fail(outer);
+        static_cast<void>(three.give(1, "vC").ok());
+        filecalls::fail({});
+        if (refused.kind() == dbase::ErrorKind::locked) {
+            ++refusedOnes;
+            EXPECT_EQ(valueOf(three, 2), before) << "refused: " << refused.message();
+        }
+        if (others) {
+            EXPECT_TRUE(valueOf(three, 1) == "vB" || !three->table().notice().empty()) << valueOf(three, 1);
+        }
+    }
+    EXPECT_GT(refusedOnes, 0);
+}
+
 } // namespace
