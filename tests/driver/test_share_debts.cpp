@@ -45,7 +45,8 @@ TEST(Debts, LinesThatOthersHaveAddedMeanwhileAreNotWrittenOver)
         for (const bool adds : {true, false}) {
             bool met = true;
             for (int number = 1; met; ++number) {
-                SCOPED_TRACE(std::to_string(number) + (answerIsLate ? ", answer" : "") + (adds ? ", adds" : ""));
+                SCOPED_TRACE(std::to_string(number) + (answerIsLate ? ", answer" : "") +
+                             (adds ? ", adds" : ""));
                 Office office(Share::smb, Plant::none, true);
                 office.both();
                 Desk two(office, 2);
@@ -62,7 +63,8 @@ TEST(Debts, LinesThatOthersHaveAddedMeanwhileAreNotWrittenOver)
                 });
                 fault.answerIsLate = answerIsLate;
                 filecalls::fail(fault);
-                const bool own = adds ? one->table().append(one->line("w1-x", "v1", random)).ok() : one.give(1, "v1").ok();
+                const bool own =
+                    adds ? one->table().append(one->line("w1-x", "v1", random)).ok() : one.give(1, "v1").ok();
                 met = filecalls::faultMet();
                 filecalls::fail({});
                 const bool again = one->table().append(one->line("w1-y", "v3", random)).ok();
@@ -258,7 +260,6 @@ TEST(Debts, NumbersDoNotGoBackWhereAJournalIsEmptiedForAnotherProgram)
     }
 }
 
-
 /// Bytes of a line of the table, and where it stands.
 struct ForeignTable {
     explicit ForeignTable(const std::filesystem::path &folder)
@@ -283,7 +284,8 @@ struct ForeignTable {
         std::string line = bytes.substr(head, length);
         line.push_back('\x1a');
         const int descriptor = ::open(file.c_str(), O_RDWR);
-        EXPECT_GT(::pwrite(descriptor, line.data(), line.size(), head + static_cast<off_t>(count) * length), 0);
+        EXPECT_GT(::pwrite(descriptor, line.data(), line.size(), head + static_cast<off_t>(count) * length),
+                  0);
         const std::array<char, 4> more{static_cast<char>(count + 1), 0, 0, 0};
         EXPECT_EQ(::pwrite(descriptor, more.data(), more.size(), 4), 4);
         ::close(descriptor);
@@ -316,7 +318,8 @@ TEST(Debts, AnotherProgramsLineIsNotWrittenOverByALateOne)
         met = filecalls::faultMet();
         filecalls::fail({});
         if (theirs != 0) {
-            EXPECT_EQ(valueOf(one, theirs), valueOf(one, 1)) << (added.ok() ? "acknowledged" : added.status().message());
+            EXPECT_EQ(valueOf(one, theirs), valueOf(one, 1))
+                << (added.ok() ? "acknowledged" : added.status().message());
         }
     }
 }
@@ -459,7 +462,6 @@ TEST(Debts, ALineStaysLockedAlsoWhereTheServerIsNotBackAtOnce)
     one.sit();
 }
 
-
 /// Another one finishes what was begun here, and sets the line back to what it was; a third one writes right
 /// behind the late write, before it is mended. The newest value is one that the line has had before.
 TEST(Debts, ALineThatWasSetBackStaysSoAlsoWhenAThirdOneWritesBeforeTheMend)
@@ -561,7 +563,6 @@ TEST(Debts, AHeaderThatFailsLateIsNotPutBackOverThatOfOthers)
     EXPECT_GT(setBack, 0);
 }
 
-
 /// Not all of what the others have written meanwhile is kept: a commit that is too long is not. What was kept
 /// before it is older than what it has left in the lines.
 TEST(Debts, AMendWithAGapBringsNoOldValueBack)
@@ -597,7 +598,6 @@ TEST(Debts, AMendWithAGapBringsNoOldValueBack)
                                     << ", notice here: " << one->table().notice()
                                     << ", there: " << two->table().notice();
 }
-
 
 /// A slow line, a writer that died, and nobody else: what is to be finished is not taken for what others have
 /// written meanwhile, over and over again. In a process of its own, since that has no end but the stack's.
@@ -642,7 +642,6 @@ TEST(Debts, WhatADeadOneLeftIsFinishedOverASlowLine)
         EXPECT_TRUE(WIFEXITED(how) && WEXITSTATUS(how) == 0);
     }
 }
-
 
 /// As where two are late at once, but another one empties the journal, and so keeps what it holds, before the
 /// one whose commit lies over his has had the lock.
@@ -699,6 +698,38 @@ TEST(Debts, ARefusedCommitIsNotDoneLaterByWhatAnotherOneHasKept)
         }
     }
     EXPECT_GT(refusedOnes, 0);
+}
+
+/// The server takes what is written and finds no room for it when it is to be on its disk: who was refused
+/// for that does it again, so it must not be done by the next one.
+TEST(Debts, WhatAFullServerHasRefusedIsNotDoneLater)
+{
+    for (const Share share : {Share::smb, Share::nfs}) {
+        for (const Call call : {Call::flush, Call::write}) {
+            bool met = true;
+            for (int number = 1; met; ++number) {
+                SCOPED_TRACE(std::to_string(number) + (call == Call::flush ? ", flush" : ", write") +
+                             (share == Share::smb ? ", smb" : ", nfs"));
+                Office office(share, Plant::none, true);
+                office.both();
+                Desk two(office, 2);
+                Desk one(office, 1);
+                std::mt19937 random(7);
+                Fault fault{call, number, ENOSPC};
+                fault.halfDone = true;
+                filecalls::fail(fault);
+                const auto added = one->table().append(one->line("w1-x", "v1", random));
+                met = filecalls::faultMet();
+                filecalls::fail({});
+                two.sit();
+                EXPECT_TRUE(giveForSure(two, 2, "v9"));
+                static_cast<void>(two->table().refresh().ok());
+                if (added.status().kind() == dbase::ErrorKind::full) {
+                    EXPECT_EQ(two->find("w1-x").value(), 0U) << added.status().message();
+                }
+            }
+        }
+    }
 }
 
 } // namespace
