@@ -732,4 +732,26 @@ TEST(Debts, WhatAFullServerHasRefusedIsNotDoneLater)
     }
 }
 
+/// A commit that is longer than an empty journal, and takes long, with nobody else there: its own first
+/// sector is not that of others who have gone on.
+TEST(Debts, ALongCommitIsNotTakenForThatOfOthers)
+{
+    bool met = true;
+    for (int number = 1; met && number < 8; ++number) {
+        SCOPED_TRACE(number);
+        const Office office(Share::smb, Plant::none);
+        Desk one(office, 1);
+        EXPECT_TRUE(one->table().reindex().ok());
+        EXPECT_TRUE(one->table().beginGroup().ok());
+        for (int change = 0; change < 900; ++change)
+            EXPECT_TRUE(one.give(2, "v" + std::to_string(change)).ok());
+        filecalls::fail(lateCall(Call::write, number, std::chrono::seconds(11), nullptr));
+        const auto status = one->table().commitGroup();
+        met = filecalls::faultMet();
+        filecalls::fail({});
+        EXPECT_TRUE(status.ok()) << status.message();
+        EXPECT_EQ(valueOf(one, 2), "v899");
+    }
+}
+
 } // namespace
