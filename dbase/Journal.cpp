@@ -2,6 +2,7 @@
 
 #include "dbase/Bytes.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -15,7 +16,8 @@ constexpr std::array<std::uint8_t, 4> headerMagic{'A', 'G', 'J', '1'};
 constexpr std::array<std::uint8_t, 4> commitMagic{'A', 'G', 'C', '1'};
 constexpr std::size_t headerSumAt = 68;
 constexpr std::size_t pastAt = 72;
-constexpr std::size_t pastSumAt = 92;
+constexpr std::size_t linkAt = 92;
+constexpr std::size_t pastSumAt = 96;
 constexpr std::uint32_t closedBit = 1;
 constexpr std::uint32_t durableBit = 2;
 constexpr std::uint32_t onDiskBit = 4;
@@ -93,6 +95,7 @@ JournalHeaderBytes encodeJournalHeader(const JournalHeader &header)
     put32(&out[pastAt], header.past.end);
     put64(&out[pastAt + 4], header.past.halfFrom);
     put64(&out[pastAt + 12], header.past.knownFrom);
+    put32(&out[linkAt], header.lastLink);
     put32(&out[pastSumAt], checkSum(std::span(out).subspan(pastAt, pastSumAt - pastAt)));
     return out;
 }
@@ -119,8 +122,10 @@ std::optional<JournalHeader> decodeJournalHeader(std::span<const std::uint8_t> b
         return {};
     // A journal of a program that keeps nothing says nothing of it.
     header.past.forget(header.base + 1);
-    if (get32(&bytes[pastSumAt]) == checkSum(bytes.subspan(pastAt, pastSumAt - pastAt)))
+    if (get32(&bytes[pastSumAt]) == checkSum(bytes.subspan(pastAt, pastSumAt - pastAt))) {
         header.past = {get32(&bytes[pastAt]), get64(&bytes[pastAt + 4]), get64(&bytes[pastAt + 12])};
+        header.lastLink = get32(&bytes[linkAt]);
+    }
     if (header.past.end >= 2 * JournalPast::half || header.past.end % journalSector != 0)
         return {};
     return header;
@@ -144,7 +149,8 @@ void encodeCommit(const Commit &commit, std::size_t recordLength, std::vector<st
     put64(&out[8], commit.number);
     put32(&out[16], commit.recordCount);
     put32(&out[20], static_cast<std::uint32_t>(commit.changes.size()));
-    put32(&out[28], static_cast<std::uint32_t>(recordLength));
+    put16(&out[28], static_cast<std::uint16_t>(recordLength));
+    put16(&out[30], static_cast<std::uint16_t>(commit.follows));
     std::size_t at = commitFixed;
     for (const RecordChange &change : commit.changes) {
         put32(&out[at], change.number);
@@ -164,6 +170,12 @@ std::uint64_t numberOfCommit(std::span<const std::uint8_t> bytes)
     return bytes.size() >= commitFixed && begins(bytes, commitMagic) ? get64(&bytes[8]) : 0;
 }
 
+std::uint32_t linkOf(std::span<const std::uint8_t> bytes)
+{
+    const std::uint32_t sum = get32(&bytes[commitSumAt]);
+    return std::max<std::uint32_t>((sum ^ (sum >> 16U)) & 0xFFFFU, 1);
+}
+
 bool mayBeCommit(std::span<const std::uint8_t> bytes, std::uint64_t number)
 {
     return number != 0 && numberOfCommit(bytes) == number;
@@ -175,12 +187,12 @@ std::optional<Commit> decodeCommit(std::span<const std::uint8_t> bytes, std::uin
     if (!mayBeCommit(bytes, number))
         return {};
     const std::size_t size = get32(&bytes[4]);
-    if (size < commitFixed || size > bytes.size() || get32(&bytes[28]) != recordLength)
+    if (size < commitFixed || size > bytes.size() || get16(&bytes[28]) != recordLength)
         return {};
     bytes = bytes.first(size);
     if (get32(&bytes[commitSumAt]) != commitSum(bytes))
         return {};
-    Commit commit{number, get32(&bytes[16]), {}};
+    Commit commit{number, get32(&bytes[16]), {}, get16(&bytes[30])};
     const std::uint32_t changes = get32(&bytes[20]);
     std::size_t at = commitFixed;
     for (std::uint32_t i = 0; i < changes; ++i) {

@@ -22,7 +22,8 @@
 //       72    4  what emptied journals held (JournalPast.h): where the next goes, from 524,288 on
 //       76    8  number of the first commit in the half that is being filled
 //       84    8  number from which on all commits are kept
-//       92    4  check sum of these
+//       92    4  link of the applied commit, 0 when it is not known
+//       96    4  check sum of these
 //
 // Commits, from 512 on, each on a sector boundary
 //        0    4  "AGC1"
@@ -31,9 +32,13 @@
 //       16    4  records of the table afterwards
 //       20    4  number of changes
 //       24    4  check sum of the whole with this field 0
-//       28    4  bytes of a record
+//       28    2  bytes of a record
+//       30    2  link of the commit in front, 0 when it is not known
 //       32   ..  changes: record number (4), 0 = new, 1 = changed (4), the record before (changed only),
 //       after
+//
+// A commit's link is made of its check sum. It tells a commit that was written late, over another of the same
+// number, from the one that the others have gone on from.
 //
 // A commit counts when its check sum is right and its number follows the one in front. It is written and
 // flushed before table and index are touched; the header is written when they have been. So a commit behind
@@ -69,6 +74,7 @@ struct JournalHeader {
     std::int64_t indexTime = 0;
     std::uint32_t tableRecords = 0; ///< on disk for sure; only another program makes the table shorter
     JournalPast past;
+    std::uint32_t lastLink = 0; ///< of the applied commit; 0 when it is not known
     friend bool operator==(const JournalHeader &, const JournalHeader &) = default;
 };
 
@@ -87,6 +93,7 @@ struct Commit {
     std::uint64_t number = 0;
     RecordNumber recordCount = 0; ///< afterwards
     std::vector<RecordChange> changes;
+    std::uint32_t follows = 0; ///< link of the commit in front; 0 when it is not known
     friend bool operator==(const Commit &, const Commit &) = default;
 };
 
@@ -107,6 +114,9 @@ void encodeCommit(const Commit &commit, std::size_t recordLength, std::vector<st
 /// The number of what begins there, if it is a commit; 0 when it is none. Not to be believed without
 /// decoding.
 [[nodiscard]] std::uint64_t numberOfCommit(std::span<const std::uint8_t> bytes);
+/// What tells a commit from others of the same number: 1 to 65,535.
+/// @param bytes  as encodeCommit() has made them.
+[[nodiscard]] std::uint32_t linkOf(std::span<const std::uint8_t> bytes);
 /// Whether something of that number begins there; cheap, and to be looked at closer when true.
 [[nodiscard]] bool mayBeCommit(std::span<const std::uint8_t> bytes, std::uint64_t number);
 

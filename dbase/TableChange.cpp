@@ -177,7 +177,10 @@ Status TableImpl::commit(Commit &commit)
     if (status.ok() && m_mdx)
         status = m_mdx->reserveGrowth();
     if (status.ok()) {
-        const auto alone = stillAlone();
+        const auto lockedAt = m_lockedAt;
+        auto alone = stillAlone();
+        if (alone.ok() && alone.value() && m_lockedAt != lockedAt)
+            alone = linesAreAsBefore(commit); // another program may have written meanwhile
         status = alone.status();
         if (status.ok() && !alone.value())
             status = failure(ErrorKind::locked, std::string(writersRefusal)); // as if it had had to wait
@@ -272,20 +275,22 @@ Status TableImpl::apply(const Commit &commit)
             header.recordCount = commit.recordCount;
             JournalHeader state = m_state;
             state.applied = commit.number;
+            state.lastLink = m_linkUnderWay;
             state.indexedRecords = indexedRecords();
             return writeState(state);
         },
         [] { return Status(); }, // the last one may have taken long, too
     };
-    m_underWay = commit.number;
     for (const auto &step : steps) {
         const auto alone = stillAlone();
         if (alone.ok() && !alone.value() && &step == std::begin(steps))
             return verdictOfOthers(commit);
         if (m_remote && !(alone.ok() && alone.value()))
             m_owed = Owed{commit.number, commit};
-        if (alone.ok() && !alone.value())
-            return mendAfterOthers();
+        if (alone.ok() && !alone.value()) {
+            const Status mended = mendAfterOthers();
+            return mended.ok() ? mended : Status(ErrorKind::inputOutput, mended.text(), name);
+        }
         const Status status = alone.ok() ? step() : alone.status();
         if (m_remote && !status.ok())
             m_owed = Owed{commit.number, commit};
@@ -338,7 +343,6 @@ Status TableImpl::writeDateAndCount(RecordNumber count)
 
 void TableImpl::noteCommit(const Commit &commit)
 {
-    header.recordCount = commit.recordCount;
     const bool onlyOwn = m_seenCommit + 1 == m_state.applied;
     if (onlyOwn)
         m_seenCommit = m_state.applied;

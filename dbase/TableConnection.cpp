@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <map>
+#include <mutex>
 #include <thread>
 
 namespace dbase
@@ -18,19 +19,30 @@ constexpr auto timeToForget = std::chrono::milliseconds(1200);
 
 } // namespace
 
+/// Whether the change locks are surely still this workstation's: it has not held them for long, and its
+/// connection is the one that they were taken over.
+bool TableImpl::locksAreTrusted() const
+{
+    return !m_remote || (timeWithSleep() - m_lockedAt < trustInLocks && m_lockedIn == sessionsRenewed());
+}
+
 /// For what is written outside of a commit: repairs, and the journal's own header.
 /// @return locked when others have written since the change locks were taken.
 Status TableImpl::mayWriteOn()
 {
     const std::uint64_t since = m_state.base + 1;
     const auto alone = stillAlone();
-    if (alone.ok() && alone.value())
+    if (alone.ok() && alone.value()) {
+        m_hasWritten = true; // as it is about to
         return {};
-    if (!m_owed)
+    }
+    if (m_hasWritten && !m_owed)
         m_owed = Owed{since, {}};
     if (!alone.ok())
         return alone.status();
-    const Status status = mendAfterOthers();
+    // A mend during which others have written is not begun again on top of itself: they would be kept out for
+    // as long as the line is slow. It stays owed.
+    const Status status = m_owed && !m_mends ? mendAfterOthers() : Status();
     return status.ok() ? failure(ErrorKind::locked, std::string(writersRefusal)) : status;
 }
 
@@ -38,8 +50,7 @@ Status TableImpl::mayWriteOn()
 /// connection that may have been away, or has been connected anew meanwhile takes them again and looks.
 Result<bool> TableImpl::stillAlone()
 {
-    const bool areTrusted = m_remote && timeWithSleep() - m_lockedAt < trustInLocks;
-    if (!m_remote || m_held != Held::changing || (areTrusted && m_lockedIn == sessionsRenewed()))
+    if (m_held != Held::changing || locksAreTrusted())
         return true;
     const bool withIndex = m_mdxLock.held();
     m_mdxLock.release();
@@ -59,17 +70,51 @@ Result<bool> TableImpl::stillAlone()
         return status;
     const JournalHeaderBytes known = m_stateBytes;
     const auto unfinished = lookAtJournal();
-    const auto first = firstInJournal();
-    if (!unfinished.ok() || !first.ok())
-        return unfinished.ok() ? first.status() : unfinished.status();
+    if (!unfinished.ok())
+        return unfinished.status();
     if (m_stateBytes == known && m_emptied) {
-        const auto others = goneOnBehindEmptied(first.value());
+        const auto first = firstInJournal();
+        const auto others = first.ok() ? goneOnBehindEmptied(first.value()) : first.status();
         if (!others.ok() || others.value())
             return others.ok() ? Result<bool>(false) : others.status();
     }
-    // A header that was written late from here may lie over that of those who had gone on.
-    const bool isOld = first.value() > std::max(m_state.applied, m_underWay);
-    return m_stateBytes == known && !unfinished.value() && !isOld;
+    // What a dead one had left when the locks were taken is no news.
+    if (m_stateBytes != known || (unfinished.value() && !m_foundUnfinished))
+        return false;
+    return headerIsAsKnown();
+}
+
+/// Whether the table's header is as it was read or written under these locks: another program leaves no
+/// trace in the journal.
+Result<bool> TableImpl::headerIsAsKnown()
+{
+    std::vector<std::uint8_t> present(dbfDateAndCount);
+    if (m_dateAndCount.empty())
+        return true;
+    if (const Status status = readDateAndCount(present); !status.ok())
+        return status;
+    if (present == m_dateAndCount)
+        return true;
+    m_dateAndCount.clear();
+    m_countAsOf.reset();
+    return false;
+}
+
+/// Whether the lines that a commit changes are as it takes them to be.
+Result<bool> TableImpl::linesAreAsBefore(const Commit &commit) const
+{
+    std::vector<std::uint8_t> present(header.recordLength);
+    std::set<RecordNumber> seen;
+    for (const RecordChange &change : commit.changes) {
+        if (!seen.insert(change.number).second || change.before.empty())
+            continue;
+        const auto got = m_dbf.readAt(recordOffset(change.number), present);
+        if (!got.ok())
+            return got.status();
+        if (got.value() != present.size() || present != change.before)
+            return false;
+    }
+    return true;
 }
 
 /// Whether others have written behind the journal as it was before it was emptied here, late: what is
@@ -82,7 +127,7 @@ Result<bool> TableImpl::goneOnBehindEmptied(std::uint64_t first)
     if (!got.ok())
         return got.status();
     const std::uint64_t next = m_emptied->applied + 1;
-    const bool isBehind = got.value() == sector.size() && mayBeCommit(sector, next);
+    const bool isBehind = got.value() == sector.size() && mayBeCommit(sector, next) && next != m_underWay;
     const bool isInFront = first > m_emptied->applied && first != m_underWay;
     if (!isBehind && !isInFront)
         return false;
@@ -119,11 +164,14 @@ Result<TableImpl::KnownCommits> TableImpl::commitsKnownSince(std::uint64_t since
     auto kept = JournalPast::commitsSince(m_journal, header.recordLength, since);
     if (!found.ok() || !kept.ok())
         return found.ok() ? kept.status() : found.status();
-    KnownCommits known{std::move(kept).value(), std::move(found).value(),
-                       m_state.past.knownFrom <= since && m_state.tail <= journalSize};
-    std::erase_if(known.all, [&](const Commit &one) { return one.number > m_state.base; });
+    KnownCommits known{std::move(kept).value(), std::move(found).value(), false};
+    const std::uint64_t from = std::max(since, m_state.past.knownFrom);
+    const std::uint64_t last = m_state.base + known.inJournal.commits.size();
+    known.areAll = from == since && m_state.tail <= journalSize && last >= m_state.applied;
+    std::erase_if(known.all,
+                  [&](const Commit &one) { return one.number < from || one.number > m_state.base; });
     for (const Commit &one : known.inJournal.commits) {
-        if (one.number >= since)
+        if (one.number >= from)
             known.all.push_back(one);
     }
     return known;
@@ -144,13 +192,20 @@ Status TableImpl::verdictOfOthers(const Commit &commit)
         status = known.status();
     if (!status.ok())
         return failure(ErrorKind::inputOutput, status.text());
-    std::map<RecordNumber, const RecordChange *> last;
-    for (const RecordChange &change : commit.changes)
-        last[change.number] = &change;
+    struct Versions {
+        const RecordChange *first = nullptr;
+        const RecordChange *last = nullptr;
+    };
+    std::map<RecordNumber, Versions> lines;
+    for (const RecordChange &change : commit.changes) {
+        Versions &one = lines[change.number];
+        one.first = one.first ? one.first : &change;
+        one.last = &change;
+    }
     std::size_t done = 0;
     std::size_t untouched = 0;
     std::vector<std::uint8_t> present(header.recordLength);
-    for (const auto &[number, change] : last) {
+    for (const auto &[number, line] : lines) {
         if (number > header.recordCount) {
             ++untouched;
             continue;
@@ -158,21 +213,20 @@ Status TableImpl::verdictOfOthers(const Commit &commit)
         if (status.ok())
             status = readRecord(number, present);
         const RecordChange *const next = known.value().firstChangeOf(number, commit.number);
-        const bool isDone = present == change->after || (next && next->before == change->after);
+        const auto &before = line.first->before;
+        const auto &after = line.last->after;
+        const bool isDone = present == after || (next && next->before == after);
         done += isDone ? 1U : 0U;
-        untouched += !isDone && (change->before.empty() || present == change->before ||
-                                 (next && next->before == change->before))
-                         ? 1U
-                         : 0U;
+        untouched +=
+            !isDone && (before.empty() || present == before || (next && next->before == before)) ? 1U : 0U;
     }
     m_lastRead = 0;
     m_indexRewritten = true; // the numbers go on behind all that either side has given out
-    m_holdsRefused = done != last.size();
     if (status.ok())
         status = checkpoint(false);
-    if (status.ok() && done == last.size())
+    if (status.ok() && done == lines.size())
         return {};
-    if (status.ok() && done == 0 && untouched == last.size())
+    if (status.ok() && done == 0 && untouched == lines.size())
         return failure(ErrorKind::locked, std::string(writersRefusal));
     return failure(ErrorKind::inputOutput, "se ha perdido la conexión mientras se escribía");
 }
@@ -182,29 +236,28 @@ Status TableImpl::verdictOfOthers(const Commit &commit)
 /// owed stays so until it is done.
 Status TableImpl::mendAfterOthers()
 {
+    const FlagGuard mending(m_mends);
+    const bool isSetBack = m_isSetBack;
     dropStagedIndex();
-    const auto first = firstInJournal();
-    if (!first.ok())
-        return first.status();
-    // Where they have emptied the journal and gone on, and its header was then set back from here, their
-    // first commit tells where they began. The header comes last: nothing of the table was written late.
-    const bool isSetBack = first.value() > std::max(m_state.applied, m_underWay);
-    if (isSetBack) {
-        m_state.base = first.value() - 1;
-        m_state.past.forget(first.value());
-    }
-    auto known = commitsKnownSince(m_owed->since);
+    Status status = takeIndexLock();
+    const auto cut = status.ok() ? isCutBack() : status;
+    if (cut.ok() && cut.value())
+        return giveUpOwed();
+    auto known = cut.ok() ? commitsKnownSince(m_owed->since) : cut.status();
     if (!known.ok())
         return known.status();
     std::vector<Commit> commits = std::move(known.value().all);
     const FoundCommits &found = known.value().inJournal;
     const bool isFinished = !m_owed->own || std::ranges::find(commits, *m_owed->own) != commits.end();
-    if (!isFinished)
+    if (!isFinished && known.value().areAll)
         commits.insert(commits.begin(), *m_owed->own);
-    Status status = found.commits.empty() ? Status() : bringToDisk(found);
+    status = found.commits.empty() ? Status() : bringToDisk(found);
     if (status.ok() && !commits.empty())
         status = replay(commits);
-    m_state.applied = std::max(m_state.applied, m_state.base + found.commits.size());
+    if (status.ok() && m_state.base + found.commits.size() > m_state.applied) {
+        m_state.applied = m_state.base + found.commits.size();
+        m_state.lastLink = found.lastLink;
+    }
     m_dateAndCount.clear();
     if (status.ok())
         status = settleCount(true);
@@ -213,14 +266,27 @@ Status TableImpl::mendAfterOthers()
     m_indexRewritten = true;
     if (status.ok())
         status = checkpoint(false);
+    if (status.kind() == ErrorKind::locked)
+        return status;
     if (!status.ok())
         return failure(ErrorKind::inputOutput, status.text());
+    // A header that was set back is written last: nothing of the table was written late.
     if (!isSetBack && !known.value().areAll)
-        addNotice("un cambio ha llegado al servidor con mucho retraso, después de un corte de la conexión, y "
-                  "ya no se sabe qué se ha escrito entretanto: revise las últimas citas que haya cambiado");
+        return giveUpOwed();
     m_owed.reset();
     return isFinished ? Status()
                       : failure(ErrorKind::inputOutput, "se ha perdido la conexión mientras se escribía");
+}
+
+/// Nobody knows any more what was written late over what.
+Status TableImpl::giveUpOwed()
+{
+    addNotice("un cambio ha llegado al servidor con mucho retraso, después de un corte de la conexión, y "
+              "ya no se sabe qué se ha escrito entretanto: revise las últimas citas que haya cambiado");
+    const bool isOwn = m_owed->own.has_value();
+    m_owed.reset();
+    return isOwn ? failure(ErrorKind::inputOutput, "se ha perdido la conexión mientras se escribía")
+                 : Status();
 }
 
 /// Under fresh change locks: what could not be put right when it was found out.
@@ -228,8 +294,56 @@ Status TableImpl::mendWhatIsOwed()
 {
     if (!m_owed)
         return {};
+    // Who only looks does not wait for the table, but has it now.
+    constexpr auto leastPatience = std::chrono::milliseconds(500);
+    const auto patience = std::exchange(options.lockTimeout, std::max(options.lockTimeout, leastPatience));
     const Status status = mendAfterOthers();
+    options.lockTimeout = patience;
     return m_owed ? status : Status(); // how it ended was told when it failed
+}
+
+/// At a look, with nobody waiting for it; what cannot be done is tried more and more seldom.
+void TableImpl::payInPassing()
+{
+    constexpr auto shortestPause = std::chrono::seconds(1);
+    constexpr auto longestPause = std::chrono::seconds(30);
+    const auto now = std::chrono::steady_clock::now();
+    if (!m_owed || m_held != Held::nothing || now < m_payNext)
+        return;
+    const auto patience = std::exchange(options.lockTimeout, std::chrono::milliseconds(0));
+    if (beginChange().ok())
+        endChange();
+    options.lockTimeout = patience;
+    m_payPause = m_owed ? std::clamp<std::chrono::milliseconds>(2 * m_payPause, shortestPause, longestPause)
+                        : std::chrono::milliseconds(0);
+    m_payNext = now + m_payPause;
+}
+
+/// What objects of this program that are gone still owe, by the table's path.
+TableImpl::OwedTables &TableImpl::owedTables()
+{
+    static OwedTables all;
+    return all;
+}
+
+/// Who closes a table pays first. What cannot be paid is for the next one of this program that opens it.
+void TableImpl::payBeforeLeaving()
+{
+    if (m_owed && m_opened && m_held == Held::nothing && beginChange().ok())
+        endChange();
+    if (!m_owed)
+        return;
+    OwedTables &all = owedTables();
+    const std::lock_guard guard(all.mutex);
+    all.owed[std::filesystem::absolute(path)] = *std::exchange(m_owed, {});
+}
+
+void TableImpl::takeOverOwed()
+{
+    OwedTables &all = owedTables();
+    const std::lock_guard guard(all.mutex);
+    if (auto left = all.owed.extract(std::filesystem::absolute(path)))
+        m_owed = std::move(left.mapped());
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -268,8 +382,9 @@ Status TableImpl::reconnect()
 /// @param pause  between closing and opening.
 Status TableImpl::openAnew(std::chrono::milliseconds pause)
 {
-    const std::set<RecordNumber> lines = std::exchange(m_locked, {});
-    const TableHeader known = header;
+    const std::set<RecordNumber> lines = m_locked; // also while the files cannot be opened
+    if (!m_structure)
+        m_structure = header;
     for (RangeLock *lock : {&m_presence, &m_dbfLock, &m_mdxLock})
         lock->disown(); // they go with their files
     retireIndexes();
@@ -287,19 +402,20 @@ Status TableImpl::openAnew(std::chrono::milliseconds pause)
     m_countAsOf.reset();
     m_lastRead = 0;
     Status status = openFiles();
-    if (status.ok() &&
-        (header.recordLength != known.recordLength || header.headerLength != known.headerLength ||
-         header.fields.size() != known.fields.size()))
+    if (status.ok() && (header.recordLength != m_structure->recordLength ||
+                        header.headerLength != m_structure->headerLength ||
+                        header.fields.size() != m_structure->fields.size()))
         status = failure(ErrorKind::damaged, "en su lugar hay otra");
     if (status.ok())
         status = needTags();
     if (!status.ok())
         return status;
+    m_structure.reset();
     for (const RecordNumber number : lines) {
         // One that somebody else has by now is lost; what he writes is found when the line is to be written.
         const auto taken = m_dbf.tryLock(recordLockOffset(number), 1, File::LockKind::exclusive);
-        if (taken.ok() && taken.value())
-            m_locked.insert(number);
+        if (!taken.ok() || !taken.value())
+            m_locked.erase(number);
     }
     m_stampDoubtful = true;
     ++version;

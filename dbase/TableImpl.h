@@ -8,6 +8,8 @@
 #include "dbase/Table.h"
 
 #include <functional>
+#include <map>
+#include <mutex>
 #include <random>
 #include <set>
 
@@ -244,6 +246,7 @@ private:
     /// Reads the journal's header; true when a commit of somebody who died waits to be finished.
     Result<bool> lookAtJournal();
     Status lookAtState();
+    void noteFirst(std::uint64_t first);
     Status readState(std::span<std::uint8_t> bytes, std::size_t &got) const;
     void takeState(const JournalHeader &state, std::span<const std::uint8_t> bytes);
     [[nodiscard]] File &readLockFile();
@@ -252,10 +255,17 @@ private:
     Status reconnect();
     Status openAnew(std::chrono::milliseconds pause);
     [[nodiscard]] bool isInDoubt() const;
+    [[nodiscard]] bool locksAreTrusted() const;
     Result<bool> stillAlone();
+    Result<bool> headerIsAsKnown();
+    [[nodiscard]] Result<bool> linesAreAsBefore(const Commit &commit) const;
     Status mayWriteOn();
     Status verdictOfOthers(const Commit &commit);
     Status mendAfterOthers();
+    Status giveUpOwed();
+    void payInPassing();
+    void payBeforeLeaving();
+    void takeOverOwed();
     Status mendWhatIsOwed();
     Result<bool> goneOnBehindEmptied(std::uint64_t first);
     struct KnownCommits;
@@ -282,6 +292,7 @@ private:
         std::uint64_t from = 0;          ///< where they stand in the journal
         std::vector<std::uint8_t> bytes; ///< as they stand there, whole sectors
         std::vector<Commit> commits;
+        std::uint32_t lastLink = 0; ///< of the last one, or of the one in front of them all; 0 not known
     };
     Status openJournal();
     Status startJournal();
@@ -291,6 +302,7 @@ private:
     Status makeRoom(std::size_t size);
     Status sayInUse();
     Status writeDurably(std::span<const std::uint8_t> bytes);
+    Status writeCommit(File &journal, std::span<const std::uint8_t> bytes);
     Status emptyJournal();
     Status keepPast(JournalHeader &state);
     Status keepPastIfThereIsRoom(JournalHeader &state);
@@ -378,9 +390,21 @@ private:
         std::optional<Commit> own;
     };
     std::optional<Owed> m_owed;
-    bool m_holdsRefused = false;    ///< the journal holds a commit that nothing is to come of
-    std::uint64_t m_underWay = 0;   ///< number of the commit that is, or was last, written here
-    std::uint64_t m_seenCommit = 0; ///< last one that refresh() knows of
+    struct OwedTables {
+        std::mutex mutex; ///< tables are opened on several threads
+        std::map<std::filesystem::path, Owed> owed;
+    };
+    static OwedTables &owedTables();
+    std::chrono::steady_clock::time_point m_payNext; ///< before that no look tries to pay
+    std::chrono::milliseconds m_payPause{0};
+    std::optional<TableHeader> m_structure; ///< as it was opened, while the files cannot be opened anew
+    bool m_mends = false;                   ///< what is owed, just now
+    bool m_hasWritten = false;              ///< or is about to, under the change locks that are held
+    bool m_foundUnfinished = false;         ///< a dead one's commit stood in the journal when they were taken
+    bool m_isSetBack = false;               ///< the journal's header is older than the commits in it
+    std::uint64_t m_underWay = 0;           ///< number of the commit that is written under these locks
+    std::uint32_t m_linkUnderWay = 0;       ///< its link
+    std::uint64_t m_seenCommit = 0;         ///< last one that refresh() knows of
     FileStamp m_stamp;
     FileIdentity m_identity;                               ///< of the table's file, when it was opened
     std::chrono::steady_clock::time_point m_stampSince;    ///< when m_stamp was first met
@@ -427,6 +451,23 @@ private:
     std::vector<TagDefinition> m_toldTags; ///< of an index file that cannot be read as it is
     bool m_indexUnused = false;            ///< there is an index file, but its tags are not believed
     std::minstd_rand m_random;
+};
+
+/// Something is so for as long as this lives.
+class FlagGuard
+{
+public:
+    explicit FlagGuard(bool &flag)
+        : m_flag(flag)
+    {
+        m_flag = true;
+    }
+    ~FlagGuard() { m_flag = false; }
+    FlagGuard(const FlagGuard &) = delete;
+    FlagGuard &operator=(const FlagGuard &) = delete;
+
+private:
+    bool &m_flag;
 };
 
 /// The index lock for reading, with everything finished that a dead writer has left.

@@ -65,10 +65,18 @@ Status TableImpl::startJournal()
 Status TableImpl::writeState(const JournalHeader &state)
 {
     const auto bytes = encodeJournalHeader(state);
-    const Status status = m_journal.writeAt(0, bytes);
-    if (!status.ok())
-        return m_journal.writeAt(0, m_stateBytes).ok() ? status : poison(status);
+    const std::uint64_t since = m_state.base + 1;
+    m_hasWritten = true;
+    if (const Status status = m_journal.writeAt(0, bytes); !status.ok()) {
+        // Late it may have come over that of others, and the old one must not.
+        if (locksAreTrusted())
+            return m_journal.writeAt(0, m_stateBytes).ok() ? status : poison(status);
+        if (!m_owed)
+            m_owed = Owed{since, {}};
+        return poison(status);
+    }
     m_state = state;
+    m_isSetBack = false;
     m_stateBytes = bytes;
     return {};
 }
@@ -86,14 +94,17 @@ Status TableImpl::writeJournal(Commit &commit)
 {
     Status status = makeRoom((commitSize(commit) + journalSector - 1) / journalSector * journalSector);
     commit.number = m_state.applied + 1; // which an emptied journal may have moved on
+    commit.follows = m_state.lastLink;
+    m_underWay = commit.number;
     encodeCommit(commit, header.recordLength, m_commitBytes);
     const std::span<const std::uint8_t> bytes = m_commitBytes;
+    m_linkUnderWay = linkOf(bytes);
     if (status.ok() && m_state.closedInOrder)
         status = sayInUse();
     if (status.ok())
         status = mayWriteOn(); // what has been done until here may have taken long
     if (status.ok())
-        status = options.durable ? writeDurably(bytes) : m_journal.writeAt(m_state.tail, bytes);
+        status = options.durable ? writeDurably(bytes) : writeCommit(m_journal, bytes);
     if (!status.ok())
         return status;
     m_state.holdsDurable = m_state.holdsDurable || options.durable;
@@ -137,18 +148,26 @@ Status TableImpl::sayInUse()
 /// already, and the commit's own bytes are all that the disk has to be given.
 Status TableImpl::writeDurably(std::span<const std::uint8_t> bytes)
 {
-    if (m_state.onDisk && m_journalThrough.isOpen()) {
-        const Status status = m_journalThrough.writeAt(m_state.tail, bytes);
-        if (status.ok())
-            return status;
-        // The commit may stand there, on disk or not. On a full disk it can still be taken back.
-        const std::vector<std::uint8_t> nothing(journalSector, 0);
-        const bool undone =
-            status.kind() == ErrorKind::full && m_journalThrough.writeAt(m_state.tail, nothing).ok();
-        return undone ? status : poison(status);
-    }
-    const Status status = m_journal.writeAt(m_state.tail, bytes);
-    return status.ok() ? syncJournal() : status;
+    const bool isAlone = m_state.onDisk && m_journalThrough.isOpen();
+    const Status status = writeCommit(isAlone ? m_journalThrough : m_journal, bytes);
+    return status.ok() && !isAlone ? syncJournal() : status;
+}
+
+/// @return full, and any failure on a disk of this machine's memory, with nothing of it there.
+Status TableImpl::writeCommit(File &journal, std::span<const std::uint8_t> bytes)
+{
+    const Status status = journal.writeAt(m_state.tail, bytes);
+    const bool goesThrough = m_remote || &journal == &m_journalThrough;
+    if (status.ok() || !goesThrough)
+        return status;
+    // The commit may stand there whole, on disk or not: others would finish it. On a full disk it can still
+    // be taken back, if nobody else has written there since.
+    const std::vector<std::uint8_t> nothing(journalSector, 0);
+    const bool undone =
+        status.kind() == ErrorKind::full && locksAreTrusted() && journal.writeAt(m_state.tail, nothing).ok();
+    if (!undone && m_remote && !m_owed)
+        m_owed = Owed{m_state.base + 1, {}};
+    return undone ? status : poison(status);
 }
 
 /// Begins the journal anew. Where nothing in it was promised to outlive a power cut, nobody waits for the
@@ -167,7 +186,8 @@ Status TableImpl::emptyJournal()
     state.tail = journalSector;
     state.onDisk = false;
     m_emptied = m_state;
-    return writeState(state);
+    status = writeState(state);
+    return status.ok() ? mayWriteOn() : status; // it may have taken long
 }
 
 /// Keeps what the journal holds behind it, before it is emptied; elsewhere than on a share nobody writes
@@ -188,8 +208,7 @@ Status TableImpl::keepPast(JournalHeader &state)
         state.past = past; // there was nothing
         return {};
     }
-    if (std::exchange(m_holdsRefused, false) ||
-        m_state.base + found.value().commits.size() < m_state.applied ||
+    if (m_state.base + found.value().commits.size() < m_state.applied ||
         journalSector + bytes.size() > journalSize)
         return {}; // something was written over it, or it reaches into what is kept
     const auto place = past.take(bytes.size(), m_state.base + 1);
@@ -227,7 +246,8 @@ Result<std::uint64_t> TableImpl::firstInJournal() const
 /// @param after  the number before its own.
 Result<TableImpl::FoundCommits> TableImpl::commitsFrom(std::uint64_t from, std::uint64_t after)
 {
-    FoundCommits found{from, {}, {}};
+    FoundCommits found{from, {}, {}, after == m_state.applied ? m_state.lastLink : 0U};
+    std::size_t lastAt = 0; // where the last one found begins
     bool isAll = false;
     const auto readOn = [&](std::size_t size) {
         const std::size_t had = found.bytes.size();
@@ -245,9 +265,19 @@ Result<TableImpl::FoundCommits> TableImpl::commitsFrom(std::uint64_t from, std::
         const auto rest = std::span(found.bytes).subspan(at);
         const std::uint64_t number = after + found.commits.size() + 1;
         auto one = decodeCommit(rest, number, header.recordLength);
+        if (one && one->follows != 0 && found.lastLink != 0 && one->follows != found.lastLink) {
+            if (!found.commits.empty()) { // the one in front lies over that which was followed
+                found.commits.pop_back();
+                at = lastAt;
+            }
+            break;
+        }
         if (one) {
-            encodeCommit(*one, header.recordLength, m_commitBytes);
-            at += m_commitBytes.size();
+            found.lastLink = linkOf(rest);
+            if (number == m_state.applied && m_state.lastLink != 0 && found.lastLink != m_state.lastLink)
+                break; // it lies over the one that is done
+            lastAt = at;
+            at += (commitSize(*one) + journalSector - 1) / journalSector * journalSector;
             found.commits.push_back(std::move(*one));
         } else if (isAll || (rest.size() >= journalSector && !mayBeCommit(rest, number))) {
             break;

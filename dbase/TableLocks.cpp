@@ -85,6 +85,7 @@ File &TableImpl::readLockFile()
 void TableImpl::takeState(const JournalHeader &state, std::span<const std::uint8_t> bytes)
 {
     m_state = state;
+    m_isSetBack = false;
     std::copy_n(bytes.begin(), m_stateBytes.size(), m_stateBytes.begin());
 }
 
@@ -145,11 +146,19 @@ Result<bool> TableImpl::lookAtJournal()
             else if (const Status status = lookAtState(); !status.ok()) // a writer was at it
                 return status;
         }
+        if (got >= 2 * journalSector)
+            noteFirst(numberOfCommit(std::span(front).subspan(journalSector)));
         if (m_state.tail + journalSector <= got)
             return mayBeCommit(std::span(front).subspan(m_state.tail, journalSector), m_state.applied + 1);
     } else {
         if (const Status status = lookAtState(); !status.ok())
             return status;
+        if (m_remote) {
+            const auto first = firstInJournal();
+            if (!first.ok())
+                return first.status();
+            noteFirst(first.value());
+        }
         const std::span<const std::uint8_t> map{m_journalMap.data(), m_journalMap.size()};
         if (m_state.tail + journalSector <= map.size())
             return mayBeCommit(map.subspan(m_state.tail, journalSector), m_state.applied + 1);
@@ -158,6 +167,22 @@ Result<bool> TableImpl::lookAtJournal()
     if (!got.ok())
         return got.status();
     return got.value() == next.size() && mayBeCommit(next, m_state.applied + 1);
+}
+
+/// On a share a header may have been written late over that of those who had emptied the journal and gone on.
+/// Their first commit tells where they began; all of them are then as good as unfinished.
+/// @param first  number of the commit that stands first in the file.
+void TableImpl::noteFirst(std::uint64_t first)
+{
+    const bool isNext = m_state.tail == journalSector && first == m_state.applied + 1;
+    if (isNext || first <= std::max(m_state.applied, m_underWay))
+        return;
+    m_isSetBack = true;
+    m_state.base = first - 1;
+    m_state.applied = first - 1;
+    m_state.tail = journalSector;
+    m_state.lastLink = 0;
+    m_state.past.forget(first);
 }
 
 Status TableImpl::beginRead()
@@ -260,17 +285,21 @@ Status TableImpl::beginChange(bool adding)
     // Nothing read before the locks counts.
     Status status;
     m_emptied.reset();
+    m_underWay = 0;
+    m_hasWritten = false;
     if (m_remote && m_opened && timeWithSleep() - begun > longAfterLooking) {
         m_placeSeen = std::chrono::nanoseconds(-1);
         status = checkPlace();
     }
     const auto unfinished = lookAtJournal();
+    m_foundUnfinished = unfinished.ok() && unfinished.value();
     if (status.ok())
         status = unfinished.status();
-    if (status.ok())
+    if (status.ok() && m_owed)
         status = mendWhatIsOwed();
-    if (status.ok() && unfinished.value())
+    else if (status.ok() && unfinished.value())
         status = finishDeadCommits();
+    m_foundUnfinished = false;
     if (status.ok() && needsCount(adding))
         status = settleCount(adding);
     const bool counted = !m_mdx || m_state.indexedRecords == header.recordCount;

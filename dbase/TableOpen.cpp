@@ -59,6 +59,7 @@ Status TableImpl::close()
     dropGroup();
     while (!m_locked.empty())
         dropRecordLock(*m_locked.begin());
+    payBeforeLeaving();
     const bool mayChange = std::exchange(m_opened, false) && m_poison.ok() && !readOnly && m_journal.isOpen();
     return mayChange && m_held == Held::nothing ? closeInOrder() : Status();
 }
@@ -89,6 +90,7 @@ std::filesystem::path TableImpl::sibling(const char *extension) const
 
 Status TableImpl::open()
 {
+    takeOverOwed();
     Status status = openFiles();
     if (!status.ok())
         return status;

@@ -284,13 +284,7 @@ Result<bool> TableImpl::takeInNews()
 {
     if (const Status status = reconnect(); !status.ok())
         return status;
-    if (m_owed && m_held == Held::nothing) {
-        // Not to be waited for: the next look tries again.
-        const auto patience = std::exchange(options.lockTimeout, std::chrono::milliseconds(0));
-        if (beginChange().ok())
-            endChange();
-        options.lockTimeout = patience;
-    }
+    payInPassing();
     // A group that has changed nothing yet may still look; one that has goes by what it knows.
     if (m_held == Held::changing && !(m_group && m_group->changes.empty()))
         return false;

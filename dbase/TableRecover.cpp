@@ -86,6 +86,9 @@ Status TableImpl::lockOutOthers()
         return table.status();
     noteLockTime();
     m_emptied.reset();
+    m_underWay = 0;
+    m_hasWritten = false;
+    m_foundUnfinished = true; // as it may be
     if (m_mdx) {
         auto index = waitForLock(m_mdx->file(), headerLockOffset, 1, File::LockKind::exclusive,
                                  options.lockTimeout, "otro programa está usando el índice");
@@ -126,10 +129,14 @@ Status TableImpl::recover()
     if (status.ok() && (last.value() != m_state.base || !m_state.closedInOrder)) {
         // What a power cut has left behind the last whole commit must not follow on the next one. Only now,
         // with the table on its way to the disk, does the journal say that the commits are done.
-        m_state.applied = std::max(m_state.applied, last.value());
+        if (last.value() > m_state.applied) {
+            m_state.applied = last.value();
+            m_state.lastLink = 0; // of a commit that is done now
+        }
         m_indexRewritten = true; // the numbers leap
         status = checkpoint(false);
     }
+    m_foundUnfinished = false;
     endChange();
     return status;
 }
@@ -238,11 +245,6 @@ Result<bool> TableImpl::isCutBack() const
 Status TableImpl::closeInOrder()
 {
     constexpr auto patienceOfClosing = std::chrono::milliseconds(100); // closing keeps nobody waiting
-    if (m_owed) {
-        if (const Status status = beginChange(); !status.ok())
-            return status;
-        endChange();
-    }
     const auto gate = waitForLock(m_journal, gateOffset, 1, File::LockKind::exclusive, patienceOfClosing, "");
     if (!gate.ok()) // somebody comes or goes, and finds this one still there
         return gate.status().kind() == ErrorKind::locked ? Status() : gate.status();

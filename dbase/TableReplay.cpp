@@ -6,6 +6,8 @@
 #include <array>
 #include <cstring>
 #include <map>
+#include <tuple>
+#include <utility>
 
 namespace dbase
 {
@@ -111,13 +113,14 @@ Status TableImpl::finishDeadCommits()
         return status.kind() == ErrorKind::full || status.kind() == ErrorKind::locked ? status
                                                                                       : poison(status);
     const std::uint64_t before = std::exchange(m_state.applied, dead.back().number);
+    const std::uint32_t linkBefore = std::exchange(m_state.lastLink, found.value().lastLink);
     ++version;
     // It may have died inside a line. What is left of that must not come back after a power cut, behind a
     // header that says that the commit is done: only then is it told from another program's change by the
     // byte. So the table goes to the disk first, and the journal has done its duty.
     status = checkpoint(false);
     if (!status.ok() && m_stateBytes == known)
-        m_state.applied = before; // as the file has it: it is done once more
+        std::tie(m_state.applied, m_state.lastLink) = std::pair(before, linkBefore); // as the file has it
     return status;
 }
 

@@ -13,23 +13,6 @@ namespace
 
 constexpr std::size_t copyChunk = std::size_t{1} << 20U;
 
-/// Says for as long as it lives that this object is alone with the files.
-class AloneGuard
-{
-public:
-    explicit AloneGuard(bool &flag)
-        : m_flag(flag)
-    {
-        m_flag = true;
-    }
-    ~AloneGuard() { m_flag = false; }
-    AloneGuard(const AloneGuard &) = delete;
-    AloneGuard &operator=(const AloneGuard &) = delete;
-
-private:
-    bool &m_flag;
-};
-
 } // namespace
 
 Status TableImpl::pack()
@@ -69,7 +52,7 @@ Status TableImpl::whileAlone(const std::function<Status()> &work)
     Status status;
     {
         // Files that are opened anew in between would be without the locks that keep the others out.
-        const AloneGuard alone(m_isAlone);
+        const FlagGuard alone(m_isAlone);
         const auto got = m_journal.tryLock(presenceOffset, 1, File::LockKind::exclusive);
         const RangeLock whole =
             got.ok() && got.value() ? RangeLock(m_journal, presenceOffset, 1) : RangeLock();
@@ -105,7 +88,12 @@ Status TableImpl::whileAlone(const std::function<Status()> &work)
 /// A new file beside the old one, put in its place in one step: a cut leaves the one or the other.
 Status TableImpl::rewriteLines(std::span<const std::uint8_t> rows, const std::filesystem::path &aside)
 {
+    // The numbers of lines become others': nothing that was written before is to be done again.
+    m_indexRewritten = true;
+    m_state.past.forget(m_state.applied + numbersLeap + 1);
     Status status = checkpoint(false);
+    if (status.ok()) // nor by whoever meets a header that was written late over this one
+        status = m_journal.writeAt(journalSector, std::vector<std::uint8_t>(journalSector, 0));
     if (!status.ok())
         return status;
     std::filesystem::path written = path;

@@ -87,7 +87,9 @@ void passLateness()
     State &now = state();
     const int error = errno;
     share::takeTime(now.fault->late);
-    if (const auto work = std::exchange(now.fault->meanwhile, nullptr)) {
+    const auto work =
+        now.fault->meanwhileEachTime ? now.fault->meanwhile : std::exchange(now.fault->meanwhile, nullptr);
+    if (work) {
         auto fault = std::exchange(now.fault, {});
         work();
         now.fault = std::move(fault);

@@ -46,6 +46,7 @@ struct Fault {
     std::chrono::seconds late{0};
     bool answerIsLate = false;            ///< its work is done before the time passes, without error
     std::function<void()> meanwhile = {}; ///< what happens in that time, once; its calls are not counted
+    bool meanwhileEachTime = false;       ///< not once but in all calls that are late
     std::optional<int> workstation = {};  ///< whose calls are counted; empty: everybody's
 };
 
