@@ -25,18 +25,6 @@ using filecalls::Share;
 
 constexpr auto longAway = std::chrono::seconds(60);
 
-/// Gives a line a value, if need be a second time: who finishes another's commit has seen the line before it.
-bool giveForSure(Desk &desk, dbase::RecordNumber number, const std::string &value)
-{
-    return desk.give(number, value).ok() || desk.give(number, value).ok();
-}
-
-std::string valueOf(Desk &desk, dbase::RecordNumber number)
-{
-    desk.sit();
-    return desk->text(desk.line(number), Field::interesado);
-}
-
 TEST(Shares, NumbersOfCommitsNeverGoBack)
 {
     bool met = true;
