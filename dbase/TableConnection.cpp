@@ -385,11 +385,18 @@ Status TableImpl::openAnew(std::chrono::milliseconds pause)
     const std::set<RecordNumber> lines = m_locked; // also while the files cannot be opened
     if (!m_structure)
         m_structure = header;
+    const bool wasPresent = m_presence.held();
     for (RangeLock *lock : {&m_presence, &m_dbfLock, &m_mdxLock})
         lock->disown(); // they go with their files
     retireIndexes();
     m_mdx.reset();
-    m_journal.close();
+    // Presence passes from the old file to the new one: after a server's return all come at once, and who
+    // found nobody there would put the whole table in order while the others wait.
+    File old = std::move(m_journal);
+    if (wasPresent)
+        old.unlock(gateOffset, 1); // which may not have been given back
+    else
+        old.close();
     m_dbf.close();
     if (pause.count() > 0)
         std::this_thread::sleep_for(pause);

@@ -258,4 +258,20 @@ TEST(Kills, ADeadWritersCommitWaitsForWhoReadsByTheIndex)
     }
 }
 
+/// After a server's return all come back at once. Who does keeps his presence meanwhile: nobody is alone
+/// then, and puts the whole table in order while the others wait.
+TEST(Renewals, FindNobodyAlone)
+{
+    Office office(Share::smb, Plant::none, true);
+    office.mustChange(1, "shared-a");
+    const std::uint64_t last = lastCommitIn(office.place());
+    filecalls::loseLocks(1);
+    filecalls::renewSession(1);
+    filecalls::passTime(std::chrono::seconds(5));
+    EXPECT_TRUE(office.at(1).refresh().ok());
+    EXPECT_EQ(lastCommitIn(office.place()), last) << "the numbers leap where a journal is done again";
+    office.mustAdd(2, "w2-new");
+    EXPECT_TRUE(office.finish().empty());
+}
+
 } // namespace
