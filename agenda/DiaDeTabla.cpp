@@ -19,16 +19,16 @@ Q_LOGGING_CATEGORY(registroDia, "agenda.dia")
 /// What the table showed before a change.
 struct TDiaDeTabla::TAntes {
     explicit TAntes(const TDiaDeTabla &dia)
-        : Mostrado(dia.Mostrado())
-        , Ultimo(dia.m_dia)
+        : Vista(dia.m_tabla.keepView())
+        , Dia(dia.m_dia)
+        , Restringida(dia.m_restringida)
         , Marca(dia.m_tabla.tag())
-        , Linea(dia.m_tabla.bookmark())
     {
     }
-    QDate Mostrado;
-    QDate Ultimo;
+    dataset::KeptView Vista;
+    QDate Dia;
+    bool Restringida;
     int Marca;
-    dataset::Bookmark Linea;
 };
 
 QDate TDiaDeTabla::Mostrado() const
@@ -90,33 +90,38 @@ void TDiaDeTabla::Vuelve(const TAntes &antes)
 {
     if (!m_tabla.isActive() || m_tabla.isEditing()) // what could not be posted on the way is still there
         return;
+    m_tabla.showAgain(antes.Vista);
+    m_tabla.setTag(antes.Marca);
+    m_dia = antes.Dia;
+    m_restringida = antes.Restringida;
     try {
-        if (antes.Mostrado.isValid())
-            Muestra(antes.Mostrado);
-        else
-            MuestraTodo();
-        m_tabla.setTag(antes.Marca);
-        m_tabla.goToBookmark(antes.Linea);
-        m_dia = antes.Ultimo;
+        m_tabla.refresh();
     } catch (const std::exception &error) {
-        qCWarning(registroDia, "The day shown before could not be shown again: %s", error.what());
+        qCWarning(registroDia, "The day shown before is shown as it was: %s", error.what());
     }
 }
 
 void TDiaDeTabla::Mientras(QDate fecha, const std::function<void()> &trabajo)
 {
-    const TAntes antes(*this);
-    if (!antes.Mostrado.isValid() || !fecha.isValid() || fecha == antes.Mostrado) {
+    const QDate mostrado = Mostrado();
+    if (!mostrado.isValid() || !fecha.isValid() || fecha == mostrado) {
         trabajo();
         return;
     }
+    const dataset::ControlsGuard sinAvisos(m_tabla);
+    const TAntes antes(*this);
+    const dataset::Bookmark linea = m_tabla.bookmark();
     const auto vuelve = qScopeGuard([&] {
-        TAntes conLaLinea = antes;
-        conLaLinea.Linea = m_tabla.bookmark();
-        Vuelve(conLaLinea);
+        const dataset::Bookmark actual = m_tabla.bookmark();
+        Vuelve(antes);
+        try {
+            m_tabla.goToBookmark(actual);
+        } catch (const std::exception &error) {
+            qCWarning(registroDia, "The line that was current stays so: %s", error.what());
+        }
     });
     Muestra(fecha);
-    m_tabla.goToBookmark(antes.Linea);
+    m_tabla.goToBookmark(linea);
     trabajo();
 }
 
@@ -125,16 +130,17 @@ int TDiaDeTabla::FueraDeHora(bool verlas)
     const QDate dia = Mostrado();
     if (!dia.isValid())
         return 0;
-    const dataset::ControlsGuard sinAvisos(m_tabla);
-    const dataset::Bookmark donde = m_tabla.bookmark();
-    const bool estaba = m_tabla.currentRow() >= 0;
-    TBRango(m_tabla, ClaveDelDia(dia), ClaveDelDia(dia));
     int cuantas = 0;
-    for (int fila = 0; fila < m_tabla.rowCount(); ++fila)
-        cuantas += SeVeEnSuHoja(TextoDeFila(m_tabla, fila, TCampoLinea::hora)) ? 0 : 1;
-    if (cuantas == 0 || !verlas)
-        PonRangoDelDia(m_tabla, dia);
-    if (estaba && m_tabla.rowOf(donde) >= 0)
-        m_tabla.goToBookmark(donde);
+    TodoONada([&] {
+        const dataset::Bookmark donde = m_tabla.bookmark();
+        const bool estaba = m_tabla.currentRow() >= 0;
+        TBRango(m_tabla, ClaveDelDia(dia), ClaveDelDia(dia));
+        for (int fila = 0; fila < m_tabla.rowCount(); ++fila)
+            cuantas += SeVeEnSuHoja(TextoDeFila(m_tabla, fila, TCampoLinea::hora)) ? 0 : 1;
+        if (cuantas == 0 || !verlas)
+            PonRangoDelDia(m_tabla, dia);
+        if (estaba && m_tabla.rowOf(donde) >= 0)
+            m_tabla.goToBookmark(donde);
+    });
     return cuantas;
 }

@@ -9,8 +9,8 @@
 /// The day that the table of a notary shows. Only this object restricts the table to a day or shows it whole,
 /// so it alone says which day is shown; whoever prints, copies, moves, marks or synchronises asks it.
 ///
-/// A change of the day is all or nothing: where it fails, day, rows and current line are as before. All that
-/// read the table throw dataset::EDatabaseError.
+/// A change of the day is all or nothing: where it fails, day, rows and current line are as before, from
+/// memory where the table cannot be read. All that read the table throw dataset::EDatabaseError.
 class TDiaDeTabla
 {
 public:
@@ -43,7 +43,8 @@ public:
     bool VeAOtro(TSentido sentido, const std::function<bool(QDate)> &rango);
     /// Does something that leads to another day. Where it throws the day shown before comes back first.
     void TodoONada(const std::function<void()> &cambio);
-    /// Shows another day while something is done, with the current line kept both times.
+    /// Shows another day while something is done, with the current line kept both times as far as it can be
+    /// read.
     void Mientras(QDate fecha, const std::function<void()> &trabajo);
 
     /// Counts the lines of the day shown that stand outside its hours. @param verlas  they are shown with the

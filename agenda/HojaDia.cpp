@@ -119,14 +119,15 @@ bool VeAOtroDia(dataset::DataSet &tabla, QDate mostrado, TSentido sentido,
                 const std::function<bool(QDate)> &rango)
 {
     const dataset::ControlsGuard sinAvisos(tabla);
-    QDate destino;
+    const dataset::KeptView vista = tabla.keepView();
+    const int marca = tabla.tag();
     try {
-        destino = DiaVecino(tabla, mostrado, sentido);
+        const QDate destino = DiaVecino(tabla, mostrado, sentido);
+        rango(destino.isValid() ? destino : mostrado);
+        return destino.isValid();
     } catch (...) {
-        if (!tabla.isEditing())
-            rango(mostrado);
+        tabla.showAgain(vista);
+        tabla.setTag(marca);
         throw;
     }
-    rango(destino.isValid() ? destino : mostrado);
-    return destino.isValid();
 }

@@ -50,8 +50,8 @@ enum class TSentido { anterior, siguiente };
 /// hours are none of its sheet's are passed over.
 /// @param tabla     the table that is looked at; its notices are held back meanwhile.
 /// @param mostrado  the day shown now; it may have no lines.
-/// @param rango     shows a day and tells whether it has lines; called once in every case, with the day shown
-///                  before when there is no other.
+/// @param rango     shows a day and tells whether it has lines; called once, with the day shown before when
+///                  there is no other, and not where none could be looked for.
 /// @return false when there is no other day. @throws dataset::EDatabaseError, with the day shown before in
 /// place.
 bool VeAOtroDia(dataset::DataSet &tabla, QDate mostrado, TSentido sentido,

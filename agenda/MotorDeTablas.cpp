@@ -149,9 +149,17 @@ void TMotorDeTablas::MuestraInforme(TClaseInforme clase, QDate fecha, dataset::M
                                     const std::function<void(QDate)> &ponRango)
 {
     dataset::MemTable propia;
-    HazInforme({m_propietario,
-                m_informes,
-                {TablaActual(), semana ? *semana : propia, [this] { DiaActual().MuestraTodo(); }, ponRango},
-                NombreNotario(m_actual)},
-               clase, fecha);
+    const auto haz = [&] {
+        HazInforme(
+            {m_propietario,
+             m_informes,
+             {TablaActual(), semana ? *semana : propia, [this] { DiaActual().MuestraTodo(); }, ponRango},
+             NombreNotario(m_actual)},
+            clase, fecha);
+    };
+    // A week leaves the day for as long as it is looked at, and the way back may fail.
+    if (clase == TClaseInforme::semana || clase == TClaseInforme::semanaPorOficial)
+        DiaActual().TodoONada(haz);
+    else
+        haz();
 }

@@ -232,6 +232,7 @@ void TFFichaAgendaN::PCAgendaChange()
     // A line left half written on the tab before would stay locked for the other workstations.
     const int anterior = m_pestanaAnterior;
     if (anterior != Pestana() && !AceptaPendiente(anterior)) {
+        m_pestanaAnterior = Pestana();       // this page passes its focus on, too
         PCAgenda->setCurrentIndex(anterior); // back to what could not be written
         DBGAgendaN[static_cast<std::size_t>(anterior)]->setFocus();
         return;

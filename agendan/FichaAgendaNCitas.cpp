@@ -26,12 +26,15 @@ class TSitioEnElDia
 public:
     explicit TSitioEnElDia(DataSet &tabla)
         : m_tabla(tabla)
+        , m_vista(tabla.keepView())
         , m_fila(tabla.currentRow())
     {
         for (int fila = 0; fila < tabla.rowCount(); ++fila)
             m_lineas.append(tabla.bookmarkAt(fila));
     }
-    /// The same line, or else the next one that is still there, or the one before.
+    /// The same line, or else the next one that is still there, or the one before. Throws nothing: the
+    /// command has been done. Where none can be read all is shown as it was, to be brought up to date by the
+    /// next refresh.
     void Vuelve() const
     {
         for (qsizetype fila = qMax(0, m_fila); fila < m_lineas.size(); ++fila) {
@@ -42,7 +45,12 @@ public:
             if (Va(m_lineas.at(fila)))
                 return;
         }
-        m_tabla.first();
+        try {
+            m_tabla.first();
+        } catch (const std::exception &error) {
+            qWarning("The line where the clerk stood: %s", error.what());
+            m_tabla.showAgain(m_vista);
+        }
     }
     /// The same, when the current line is none of the day's.
     void VuelveSiEstaFuera() const
@@ -54,9 +62,15 @@ public:
 private:
     [[nodiscard]] bool Va(Bookmark linea) const
     {
-        return m_tabla.rowOf(linea) >= 0 && m_tabla.goToBookmark(linea);
+        try {
+            return m_tabla.rowOf(linea) >= 0 && m_tabla.goToBookmark(linea);
+        } catch (const std::exception &error) {
+            qWarning("The line where the clerk stood: %s", error.what());
+            return false;
+        }
     }
     DataSet &m_tabla;
+    dataset::KeptView m_vista;
     int m_fila;
     QList<Bookmark> m_lineas;
 };

@@ -16,6 +16,9 @@ namespace dataset
 
 class RecordStore;
 class DataSetPrivate;
+struct View;
+/// What a data set has shown at some time; see DataSet::keepView().
+using KeptView = std::shared_ptr<const View>;
 
 /// A set of records with one current record: the table cursor that engines, grids and reports work on.
 ///
@@ -162,6 +165,12 @@ public:
     /// lower bound. On failure the range is as before.
     void cancelRange();
     [[nodiscard]] bool hasRange() const;
+    /// Range, rows and current line, for who is going to look elsewhere on the way to something that may
+    /// fail.
+    [[nodiscard]] KeptView keepView() const;
+    /// Shows again what has been kept. Nothing is read for it, so it does not fail; what has been written
+    /// since comes with the next refresh. Does nothing while a record is being edited, and in another order.
+    void showAgain(const KeptView &view);
 
     /// Takes in what others have written, keeps the current line and tells the watchers only what changed.
     /// Does nothing while a record is being edited.

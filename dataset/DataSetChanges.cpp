@@ -305,6 +305,33 @@ bool DataSet::hasRange() const
     return d->ranged;
 }
 
+KeptView DataSet::keepView() const
+{
+    return std::make_shared<const View>(View{d->order, d->ranged, d->low, d->high, d->rows, d->rowsStale,
+                                             d->shownRecords, d->number, d->record, d->bof, d->eof,
+                                             d->resetNoted});
+}
+
+void DataSet::showAgain(const KeptView &view)
+{
+    if (!isActive() || isEditing() || view->order != d->order)
+        return;
+    const Operation operation(*d);
+    d->ranged = view->ranged;
+    d->low = view->low;
+    d->high = view->high;
+    d->rows = view->rows;
+    d->rowsStale = view->rowsStale;
+    d->shownRecords = view->shownRecords;
+    d->number = view->number;
+    d->record = view->record;
+    d->bof = view->bof;
+    d->eof = view->eof;
+    d->resetNoted = view->resetNoted;
+    // What others have written meanwhile may have been taken in already, and shows in none of this.
+    d->newsPending = true;
+}
+
 void DataSet::refresh()
 {
     d->requireOpen();

@@ -268,15 +268,19 @@ void DataSetPrivate::takeInNews()
 void DataSetPrivate::takeInForeignChanges()
 {
     // All of it is read before anything of it is shown: a line must not stand as it now is among the rows of
-    // before, which it may have left.
+    // before, which it may have left. For the same reason the rows come last: others go on writing meanwhile.
+    QSet<Bookmark> changed;
+    ShownRecords shownNow = shownRecords.rechecked(*store, changed);
+    const bool there = number != 0 && store->read(number, incoming);
     std::shared_ptr<const RowSet> fresh;
     if (rows && !rowsStale)
         fresh = std::make_shared<const RowSet>(store->collect(low, high));
-    // A line that has left the range is as good as deleted: nobody is to work on what he does not see.
-    const bool there = number != 0 && store->read(number, incoming);
-    shownRecords.recheck(*store, recordsNoted);
+    shownRecords = std::move(shownNow);
+    recordsNoted.unite(changed);
     if (number != 0) {
-        if (!there || (ranged && wasInRange() && !isInRange(number, incoming))) {
+        // A line that has left the range is as good as deleted: nobody is to work on what he does not see.
+        const bool in = there && isInRange(number, incoming) && (!fresh || fresh->rowOf(number) >= 0);
+        if (!there || (ranged && wasInRange() && !in)) {
             goToNeighbour();
         } else if (incoming != record) {
             std::swap(record, incoming);
@@ -343,7 +347,7 @@ void DataSetPrivate::afterGroup()
 {
     forgetRows();
     lookAfterwards([this] {
-        shownRecords.recheck(*store, recordsNoted);
+        shownRecords = shownRecords.rechecked(*store, recordsNoted);
         if (number != 0 && !goTo(number))
             goToNeighbour();
     });

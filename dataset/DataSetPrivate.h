@@ -12,6 +12,22 @@
 namespace dataset
 {
 
+/// What is shown, so that it can be put back from memory.
+struct View {
+    QString order;
+    bool ranged = false;
+    std::string low;
+    std::string high;
+    std::shared_ptr<const RowSet> rows;
+    bool rowsStale = true;
+    ShownRecords shownRecords;
+    Bookmark number = 0;
+    Record record;
+    bool bof = true;
+    bool eof = true;
+    bool resetNoted = false;
+};
+
 /// The workings of a DataSet. Every operation notes what it does; the notices go out in one go when the
 /// outermost operation (or the last disableControls()) ends, so that watchers only ever see a finished state.
 class DataSetPrivate

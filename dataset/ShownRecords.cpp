@@ -66,14 +66,11 @@ void ShownRecords::clear()
     m_digests = {};
 }
 
-void ShownRecords::recheck(const RecordStore &store, QSet<Bookmark> &changed)
+ShownRecords ShownRecords::rechecked(const RecordStore &store, QSet<Bookmark> &changed) const
 {
-    // Of all or of none: what cannot be read leaves the others as they were shown as well.
     ShownRecords now = *this;
-    QSet<Bookmark> others;
-    now.recheckEach(store, others);
-    std::swap(*this, now);
-    changed.unite(others);
+    now.recheckEach(store, changed);
+    return now;
 }
 
 void ShownRecords::recheckEach(const RecordStore &store, QSet<Bookmark> &changed)

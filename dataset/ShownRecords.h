@@ -29,8 +29,8 @@ public:
     void forget(Bookmark number);
     void clear();
     /// Reads every record shown again. Those with another content, and those gone, are added to `changed`.
-    /// @throws EDatabaseError when one cannot be read; then nothing has changed.
-    void recheck(const RecordStore &store, QSet<Bookmark> &changed);
+    /// @return the records as they now are. @throws EDatabaseError when one cannot be read.
+    [[nodiscard]] ShownRecords rechecked(const RecordStore &store, QSet<Bookmark> &changed) const;
 
 private:
     void recheckEach(const RecordStore &store, QSet<Bookmark> &changed);

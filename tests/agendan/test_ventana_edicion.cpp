@@ -151,6 +151,28 @@ TEST_F(EdicionTest, AHourThatIsNoneIsSaidOnce)
     });
 }
 
+// The focus passes through the date field on the way back, and nobody has asked for a day there.
+TEST_F(EdicionTest, ATabThatIsRefusedBuildsNoSheet)
+{
+    enVentana([&] {
+        const auto otro = oficina.agenda(2);
+        while (!otro->isEmpty())
+            otro->remove();
+        tecla(Qt::Key_Tab, Qt::ControlModifier);
+        refresca();
+        EXPECT_EQ(rejilla().model()->rowCount(), 0);
+        tecla(Qt::Key_Tab, Qt::ControlModifier | Qt::ShiftModifier);
+        pulsa(0, {}, 0);
+        teclea("Firma");
+        oficina.Mensaje.espera({"«Firma» no es una hora", " ATENCIÓN:"});
+        oficina.Mensaje.espera({"«Firma» no es una hora", " ATENCIÓN:"});
+        tecla(Qt::Key_Tab, Qt::ControlModifier);
+        EXPECT_EQ(pestanas().currentIndex(), 0);
+        EXPECT_EQ(oficina.dia(2, Lunes), QStringList());
+        tecla(Qt::Key_Escape);
+    });
+}
+
 TEST_F(EdicionTest, WhatCannotBeDeletedIsSaid)
 {
     const auto otro = oficina.agenda(1);

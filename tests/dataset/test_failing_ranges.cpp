@@ -92,6 +92,48 @@ TEST_F(FailingRanges, LeaveWhatWasSeenBefore)
     }
 }
 
+// A refresh takes its time, and others write between two of its reads: no row is a line that has gone, or one
+// of another day.
+TEST_F(FailingRanges, ALineThatGoesDuringARefreshIsNoRowOfTheDay)
+{
+    const auto other = shared.opened();
+    rangeOfDay(*table, day(1));
+    int meanwhile = 0;
+    for (int number = 1; number <= 12; ++number) {
+        for (const bool moves : {false, true}) {
+            addLine(*other, day(1), "09:15", "goes");
+            table->refresh();
+            ASSERT_EQ(state(), "FECHA;HORA; range; 1 09:00; 0; 1 09:00; goes; 1 09:30; 1 10:00");
+            addLine(*other, day(3), "09:00", "news");
+            filecalls::Fault slow{filecalls::Call::read, number};
+            slow.late = std::chrono::seconds(1);
+            const Key key{{"FECHA", day(1)}, {"HORA", "09:15"}};
+            slow.meanwhile = [&] {
+                ++meanwhile;
+                ASSERT_TRUE(other->locate(key, SearchMode::exact));
+                if (!moves) {
+                    other->remove();
+                    return;
+                }
+                other->edit();
+                other->field(u"FECHA").setDate(day(2));
+                other->post();
+            };
+            filecalls::fail(slow);
+            table->refresh();
+            const bool met = filecalls::faultMet();
+            filecalls::fail({});
+            for (int row = 0; row < table->rowCount(); ++row)
+                EXPECT_EQ(table->valueAt(row, 0).toDate(), day(1)) << "call " << number << ", row " << row;
+            if (!met) {
+                ASSERT_TRUE(other->locate(key, SearchMode::exact));
+                other->remove();
+            }
+        }
+    }
+    EXPECT_GT(meanwhile, 2);
+}
+
 TEST_F(FailingRanges, AnIndexThatCannotBeReadIsAFailureToldAndNothingMore)
 {
     // A table that may not be written keeps an index of its own in memory, and makes it anew after a change.

@@ -1,6 +1,7 @@
 #include "tests/simulacion/OtroPrograma.h"
 
 #include "agenda/AgendaNDM.h"
+#include "agenda/Ruttb.h"
 #include "tests/simulacion/Vocabulario.h"
 
 #include <stdexcept>
@@ -37,8 +38,7 @@ bool TOtroPrograma::Haz(const TPaso &paso)
             Cambia(paso, tabla);
         return true;
     } catch (const dataset::EDatabaseError &) {
-        if (tabla.isEditing())
-            tabla.cancel();
+        CancelaSinPreguntar(tabla);
         return false; // somebody else is at it
     }
 }
@@ -93,8 +93,7 @@ void TOtroPrograma::Cambia(const TPaso &paso, dataset::DbfTable &tabla)
 void TOtroPrograma::Suelta()
 {
     for (const auto &tabla : m_tablas) {
-        if (tabla->isEditing())
-            tabla->cancel();
+        CancelaSinPreguntar(*tabla);
         tabla->dropGroup();
     }
     m_bloquea = false;

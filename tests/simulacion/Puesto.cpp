@@ -565,7 +565,7 @@ void TPuesto::MiraFicha(TPantalla &pantalla)
                         {ComoClave(texto("MEFecha")), texto("MEHora"), concepto, texto("EInteresado"),
                          ficha->findChild<QComboBox *>(QStringLiteral("DBCBOficial"))->currentText()}};
     if (pantalla.FichaEditando)
-        pantalla.Pendiente += u'|' + concepto;
+        pantalla.Pendiente += u'|' + pantalla.EnFicha.Linea.EnTexto();
 }
 
 void EjecutaPuesto(const QString &carpeta, int descriptor)

@@ -1,0 +1,167 @@
+// The window while its tables cannot be read or locked for a moment, or for longer: date field and lines stay
+// of one day, the keys stay on a line that is seen, and what is told is true.
+
+#include "tests/agendan/Ventana.h"
+#include "tests/driver/FileCalls.h"
+#include "tests/support/InformesDePrueba.h"
+
+#include <cerrno>
+
+namespace
+{
+
+using support::Lunes;
+using support::VentanaTest;
+namespace filecalls = driver::filecalls;
+
+const QDate Jueves{2026, 11, 19};
+
+/// Boxes that are read, as many as come; a question is answered with yes.
+class MensajesApuntados : public IMensaje
+{
+public:
+    int Mensajes(const TMensaje &mensaje) override { return Apunta(mensaje.Texto); }
+    int Mensaje_SiNo(const QString &texto, const QString &, const QString &) override
+    {
+        return Apunta(texto);
+    }
+    int Mensaje_NoSi(const QString &texto, const QString &, const QString &) override
+    {
+        return Apunta(texto);
+    }
+    void Mensaje_Error(const QString &texto, const QString &) override { Apunta(texto); }
+    QStringList Textos;
+
+private:
+    int Apunta(const QString &texto)
+    {
+        if (texto.startsWith(u'¿'))
+            return RespuestaSi;
+        Textos << texto;
+        return 0;
+    }
+};
+
+class LecturasTest : public VentanaTest
+{
+protected:
+    LecturasTest()
+        : VentanaTest(1)
+    {
+        informes = &m_informes;
+        oficina.Aliases.setLockPatience(std::chrono::milliseconds(0));
+        for (const QDate dia : {Lunes, Jueves})
+            for (const char *hora : {"09:00", "10:00", "11:00"})
+                oficina.linea(1, dia, hora);
+        filecalls::watch(oficina.carpetaDe("NOTARIO1"), false);
+        TServicios servicios = Servicios();
+        servicios.Mensaje = &mensajes;
+        m_servicios = std::make_unique<TServiciosInstalados>(servicios);
+    }
+    ~LecturasTest() override { filecalls::unwatch(); }
+
+    void escribeFecha(QDate dia)
+    {
+        fecha().setFocus();
+        fecha().selectAll();
+        teclea(dia.toString("ddMMyyyy"));
+        tecla(Qt::Key_Tab);
+    }
+    /// A new appointment of Thursday on the real card, copied onto the lines up to an hour.
+    void rellenaElJueves()
+    {
+        esperaFicha(TOperacion::nuevo, [](TClassAgendaN &suMotor) {
+            QTimer::singleShot(0, qApp, [] {
+                QWidget *const abierta = QApplication::activeModalWidget();
+                ASSERT_TRUE(abierta && QTest::qWaitForWindowActive(abierta));
+                QCoreApplication::processEvents();
+                const auto escribe = [abierta](const char *campo, const QString &texto) {
+                    auto *const edicion = abierta->findChild<QLineEdit *>(campo);
+                    edicion->setFocus();
+                    edicion->selectAll();
+                    QTest::keyClicks(edicion, texto);
+                };
+                escribe("MEFecha", Jueves.toString("ddMMyyyy"));
+                escribe("MEHora", "0930");
+                escribe("MEHoraFin", "1100");
+                QTest::mouseClick(abierta->findChild<QAbstractButton *>("BAceptar"), Qt::LeftButton);
+                QCoreApplication::processEvents();
+                abierta->close(); // and gives up what could not be stored
+            });
+            TVistasAgendaN().MuestraFichaCitas(suMotor, TOperacion::nuevo, nullptr);
+        });
+        comando("ANuevo");
+    }
+    /// @param sinLectura  what has not been read is shown blank.
+    void compruebaLaPantalla(bool sinLectura) const
+    {
+        const dataset::DataSet &tabla = motor->TablaActual();
+        const QDate dia = QDate::fromString(fecha().text(), "dd/MM/yyyy");
+        EXPECT_TRUE(dia == Lunes || dia == Jueves) << fecha().text().toStdString();
+        EXPECT_GE(tabla.rowCount(), 3);
+        EXPECT_EQ(rejilla().model()->rowCount(), tabla.rowCount());
+        for (int fila = 0; fila < tabla.rowCount(); ++fila) {
+            const QDate suya = tabla.valueAt(fila, tabla.fieldIndex(u"FECHA")).toDate();
+            EXPECT_TRUE(suya == dia || (sinLectura && suya.isNull())) << suya.toString().toStdString();
+        }
+        EXPECT_TRUE(sinLectura || tabla.currentRow() >= 0) << "the keys are on a line that is not seen";
+    }
+    MensajesApuntados mensajes;
+
+private:
+    support::InformesDePrueba m_informes;
+    std::unique_ptr<TServiciosInstalados> m_servicios;
+};
+
+TEST_F(LecturasTest, FailAtAnyMomentAndLeaveATrueScreen)
+{
+    using Call = filecalls::Call;
+    const struct {
+        const char *que;
+        std::function<void()> hace;
+        int escribe; ///< so many lines more on Thursday when nothing is told; -1: as many as are free
+        int paso;    ///< from one call that fails to the next one
+    } casos[] = {
+        {"the arrow", [&] { comando("ADiaSiguiente"); }, 0, 1},
+        {"a typed date", [&] { escribeFecha(Jueves); }, 0, 1},
+        {"the week on paper", [&] { comando("AImprimirSemana"); }, 0, 1},
+        {"a copy", [&] { comando("ACopiarCita"); }, 1, 1},
+        {"the card", [&] { rellenaElJueves(); }, -1, 5},
+    };
+    oficina.Rut.FechaElegida = Jueves;
+    enVentana([&] {
+        for (const auto &caso : casos) {
+            int negadas = 0;
+            for (const Call llamada : {Call::read, Call::lock}) {
+                for (const bool sigueRota : {false, true}) {
+                    bool met = true;
+                    for (int numero = 1; met && !HasFailure(); numero += caso.paso) {
+                        SCOPED_TRACE(testing::Message()
+                                     << caso.que << ", call " << static_cast<int>(llamada) << " number "
+                                     << numero << (sigueRota ? " and all after it" : ""));
+                        escribeFecha(Lunes);
+                        mensajes.Textos.clear();
+                        const auto antes = oficina.dia(1, Jueves).size();
+                        filecalls::fail(filecalls::Fault{llamada, numero, EIO, sigueRota, false});
+                        caso.hace();
+                        met = filecalls::faultMet();
+                        compruebaLaPantalla(sigueRota);
+                        filecalls::fail({});
+                        compruebaLaPantalla(false);
+                        motor->TablaActual().refresh();
+                        compruebaLaPantalla(false);
+                        negadas += mensajes.Textos.isEmpty() ? 0 : 1;
+                        if (caso.escribe >= 0) {
+                            EXPECT_EQ(oficina.dia(1, Jueves).size() - antes,
+                                      mensajes.Textos.isEmpty() ? caso.escribe : 0)
+                                << mensajes.Textos.join('|').toStdString();
+                        }
+                    }
+                }
+            }
+            EXPECT_GT(negadas, 0) << caso.que << ": nothing has been tried";
+        }
+    });
+}
+
+} // namespace
