@@ -102,17 +102,32 @@ void TMotorDeTablas::OrdenarListaPorFecha()
     OrdenaPorDia(TablaActual());
 }
 
+TMotorDeTablas::TSinLinea TMotorDeTablas::SinCitaQue(const QString &verbo, bool respuesta)
+{
+    return {QStringLiteral("No hay citas para ese día introducidas que ") + verbo,
+            QStringLiteral("Inserte primero una."), respuesta};
+}
+
+std::optional<TRespuesta> TMotorDeTablas::RespuestaSinLinea(TALaVista vista, const TSinLinea &aviso) const
+{
+    const DataSet &tabla = TablaActual();
+    if (vista == TALaVista::ficha ? tabla.bookmark() == 0 : tabla.isEmpty()) {
+        AvisaMotor(aviso.Texto, aviso.Consejo, TituloAtencion);
+        return aviso.Respuesta;
+    }
+    if (vista == TALaVista::dia && DiaActual().LineaFuera())
+        return TRespuesta::Fallo(LineaDeOtroDia);
+    return std::nullopt;
+}
+
 TRespuesta TMotorDeTablas::Modificar(TALaVista vista)
 {
     DataSet &tabla = TablaActual();
     return ConGuarda(tabla, "Modificar", [&]() -> TRespuesta {
-        if (vista == TALaVista::ficha ? tabla.bookmark() == 0 : tabla.isEmpty()) {
-            AvisaMotor(QStringLiteral("No hay AgendaN introducidos que modificar"),
-                       QStringLiteral("Inserte primero un AgendaN."), TituloAtencion);
-            return false;
-        }
-        if (vista == TALaVista::dia && DiaActual().LineaFuera())
-            return TRespuesta::Fallo(LineaDeOtroDia);
+        if (const auto sinLinea =
+                RespuestaSinLinea(vista, {QStringLiteral("No hay AgendaN introducidos que modificar"),
+                                          QStringLiteral("Inserte primero un AgendaN."), false}))
+            return *sinLinea;
         tabla.edit(vista == TALaVista::ficha ? dataset::EditOf::fresh : dataset::EditOf::seen);
         return true;
     });

@@ -11,6 +11,7 @@
 #include <array>
 #include <functional>
 #include <memory>
+#include <optional>
 
 class IInformesAgenda;
 enum class TClaseInforme;
@@ -86,6 +87,18 @@ protected:
     /// @param tabla  gives the cursor of a notary, 1 to 5. @throws dataset::EDatabaseError
     void AbreTablas(const std::function<dataset::DbfTable &(int)> &tabla);
     [[nodiscard]] int NotarioActual() const { return m_actual; }
+    /// What an operation on the current line says where there is none.
+    struct TSinLinea {
+        QString Texto;
+        QString Consejo;
+        bool Respuesta; ///< the operation's, by its contract
+    };
+    /// For a day without appointments to delete or to clear. Deliberate: one engine counts a deletion with
+    /// nothing to delete as done.
+    [[nodiscard]] static TSinLinea SinCitaQue(const QString &verbo, bool respuesta);
+    /// Looks whether the current line may be worked on. @return nothing where it may; else the operation's
+    /// answer: where there is no line the user has been told, and one that is not seen is refused.
+    [[nodiscard]] std::optional<TRespuesta> RespuestaSinLinea(TALaVista vista, const TSinLinea &aviso) const;
     [[nodiscard]] QObject *Propietario() const { return m_propietario; }
 
     /// Runs work on a table, which answers a boolean or TRespuesta; a failure cancels the pending change, is

@@ -179,12 +179,10 @@ TRespuesta TAgenda3P::Borrar(bool preguntar)
 {
     DataSet &inicial = TablaActual();
     QString hora;
-    const TRespuesta hay = ConGuarda(inicial, "Borrar", [&] {
-        if (inicial.isEmpty()) {
-            AvisaMotor(QStringLiteral("No hay citas para ese día introducidas que borrar"),
-                       QStringLiteral("Inserte primero una."), TituloAtencion);
-            return false;
-        }
+    const TRespuesta hay = ConGuarda(inicial, "Borrar", [&]() -> TRespuesta {
+        if (const auto sinLinea =
+                RespuestaSinLinea(TALaVista::dia, SinCitaQue(QStringLiteral("borrar"), false)))
+            return *sinLinea;
         hora = TLineaAgenda::Actual(inicial).Hora;
         return true;
     });

@@ -159,12 +159,10 @@ TRespuesta TAgenda3P::PegarHora(QDate fecha, const QString &hora)
 TRespuesta TAgenda3P::Limpiar(bool preguntar)
 {
     DataSet &tabla = TablaActual();
-    return ConGuarda(tabla, "Limpiar", [&] {
-        if (tabla.isEmpty()) {
-            AvisaMotor(QStringLiteral("No hay citas para ese día introducidas que limpiar"),
-                       QStringLiteral("Inserte primero una."), TituloAtencion);
-            return false;
-        }
+    return ConGuarda(tabla, "Limpiar", [&]() -> TRespuesta {
+        if (const auto sinLinea =
+                RespuestaSinLinea(TALaVista::dia, SinCitaQue(QStringLiteral("limpiar"), false)))
+            return *sinLinea;
         if (preguntar &&
             !PreguntaMotor(QStringLiteral("¿Desea limpiar la cita de las %1 de la base de datos?")
                                .arg(TLineaAgenda::Actual(tabla).Hora),

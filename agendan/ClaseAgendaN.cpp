@@ -167,13 +167,8 @@ TRespuesta TClassAgendaN::Borrar(bool preguntar, TALaVista vista)
 {
     DataSet &tabla = TablaActual();
     return ConGuarda(tabla, "Borrar", [&]() -> TRespuesta {
-        if (vista == TALaVista::ficha ? tabla.bookmark() == 0 : tabla.isEmpty()) {
-            AvisaMotor(QStringLiteral("No hay citas para ese día introducidas que borrar"),
-                       QStringLiteral("Inserte primero una."), TituloAtencion);
-            return true;
-        }
-        if (vista == TALaVista::dia && DiaActual().LineaFuera())
-            return TRespuesta::Fallo(LineaDeOtroDia);
+        if (const auto sinLinea = RespuestaSinLinea(vista, SinCitaQue(QStringLiteral("borrar"), true)))
+            return *sinLinea;
         if (preguntar && !PreguntaMotor(QStringLiteral("¿Desea borrar la cita de las %1 de la base de datos?")
                                             .arg(TLineaAgenda::Actual(tabla).Hora),
                                         TituloAtencion))
