@@ -65,6 +65,13 @@ void TMotorDeTablas::PonTablas()
     }
 }
 
+void TMotorDeTablas::PonTablaUnica(DataSet &tabla, TLineasDelDia lineas)
+{
+    m_numNotarios = 1;
+    m_tablas.front() = &tabla;
+    m_dias.front() = std::make_unique<TDiaDeTabla>(tabla, lineas);
+}
+
 DataSet *TMotorDeTablas::Tabla(int notario) const
 {
     return notario >= 1 && notario <= MaxNotarios ? m_tablas.at(static_cast<std::size_t>(notario - 1))
@@ -149,15 +156,23 @@ bool TMotorDeTablas::CancelarAgendaN(bool preguntar)
     return true;
 }
 
-void TMotorDeTablas::AnotaFallo(const char *operacion, const std::exception &error)
+TRespuesta TMotorDeTablas::AceptaPendiente(DataSet &tabla, const char *operacion, TTrasFallo despues)
 {
-    qCWarning(registroMotor, "%s: %s", operacion, error.what());
+    return ConGuarda(
+        tabla, operacion,
+        [&tabla] {
+            TBPost(tabla);
+            return true;
+        },
+        despues);
 }
 
-void TMotorDeTablas::CancelaTrasFallo(DataSet &tabla, const char *operacion, const std::exception &error)
+void TMotorDeTablas::TrasFallo(DataSet &tabla, const char *operacion, const std::exception &error,
+                               TTrasFallo despues)
 {
-    AnotaFallo(operacion, error);
-    CancelaSinPreguntar(tabla);
+    qCWarning(registroMotor, "%s: %s", operacion, error.what());
+    if (despues == TTrasFallo::cancela)
+        CancelaSinPreguntar(tabla);
 }
 
 void TMotorDeTablas::MuestraInforme(TClaseInforme clase, QDate fecha, dataset::MemTable *semana,

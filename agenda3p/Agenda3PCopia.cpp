@@ -120,8 +120,8 @@ TRespuesta TAgenda3P::PegaFila(QDate fecha, const QString &hora)
 
 TRespuesta TAgenda3P::PegaDesplazado(QDate fecha, int minutos, bool desplaza)
 {
-    TRespuesta respuesta = true;
-    try {
+    const auto pega = [&] {
+        TRespuesta respuesta = true;
         const TSitio vuelve(*this);
         for (m_buffer->first(); !m_buffer->eof(); m_buffer->next()) {
             const QString hora = TLineaAgenda::Actual(*m_buffer).Hora;
@@ -130,13 +130,10 @@ TRespuesta TAgenda3P::PegaDesplazado(QDate fecha, int minutos, bool desplaza)
             if (!una.Causa().isEmpty())
                 respuesta = una;
         }
-    } catch (const std::exception &error) {
-        // Deliberate: what is pending on the line being pasted stays as it is.
-        AnotaFallo("Pegar", error);
-        CancelaSinPreguntar(*m_buffer);
-        return TRespuesta::Fallo(dataset::plainText(error));
-    }
-    return respuesta;
+        return respuesta;
+    };
+    // Deliberate: what is pending on the line being pasted stays as it is.
+    return ConGuarda(TablaActual(), "Pegar", pega, TTrasFallo::deja);
 }
 
 TRespuesta TAgenda3P::Pegar(QDate fecha)

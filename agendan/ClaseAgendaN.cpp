@@ -46,14 +46,8 @@ TClassAgendaN::~TClassAgendaN()
     if (!m_datos)
         return;
     // The first cursor every time; the others close when the data module goes.
-    for (int posicion = 1; posicion <= std::min(NumNotarios(), MaxNotarios); ++posicion) {
-        try {
-            m_datos->TAgendaN1.close();
-        } catch (const std::exception &error) {
-            qCWarning(registro, "Closing the agenda: %s", error.what());
-            CancelaSinPreguntar(m_datos->TAgendaN1);
-        }
-    }
+    for (int posicion = 1; posicion <= std::min(NumNotarios(), MaxNotarios); ++posicion)
+        CierraTabla(m_datos->TAgendaN1);
 }
 
 DataSet *TClassAgendaN::Tabla(int notario) const
@@ -180,10 +174,7 @@ TRespuesta TClassAgendaN::Borrar(bool preguntar, TALaVista vista)
 
 TRespuesta TClassAgendaN::AceptarAgendaN()
 {
-    return ConGuarda(TablaActual(), "AceptarAgendaN", [&] {
-        TBPost(TablaActual());
-        return true;
-    });
+    return AceptaPendiente(TablaActual(), "AceptarAgendaN", TTrasFallo::cancela);
 }
 
 /// @param aceptada  what AceptarAgendaN said; left alone when a failure came before it.
