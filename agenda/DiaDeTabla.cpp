@@ -54,7 +54,7 @@ bool TDiaDeTabla::Muestra(QDate fecha)
 {
     if (!fecha.isValid())
         return false;
-    const bool hay = PonRangoDelDia(m_tabla, fecha);
+    const bool hay = PonRangoDelDia(m_tabla, fecha, m_lineas);
     m_dia = fecha;
     m_restringida = true;
     return hay;
@@ -138,7 +138,7 @@ int TDiaDeTabla::FueraDeHora(bool verlas)
         for (int fila = 0; fila < m_tabla.rowCount(); ++fila)
             cuantas += SeVeEnSuHoja(TextoDeFila(m_tabla, fila, TCampoLinea::hora)) ? 0 : 1;
         if (cuantas == 0 || !verlas)
-            PonRangoDelDia(m_tabla, dia);
+            PonRangoDelDia(m_tabla, dia, m_lineas);
         if (estaba && m_tabla.rowOf(donde) >= 0)
             m_tabla.goToBookmark(donde);
     });

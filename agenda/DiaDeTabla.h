@@ -6,7 +6,7 @@
 
 #include <functional>
 
-/// The day that the table of a notary shows. Only this object restricts the table to a day or shows it whole,
+/// The day that an agenda's table shows. Only this object restricts the table to a day or shows it whole,
 /// so it alone says which day is shown; whoever prints, copies, moves, marks or synchronises asks it.
 ///
 /// A change of the day is all or nothing: where it fails, day, rows and current line are as before, from
@@ -14,9 +14,11 @@
 class TDiaDeTabla
 {
 public:
-    /// @param tabla  not owned; outlives this object.
-    explicit TDiaDeTabla(dataset::DataSet &tabla)
+    /// @param tabla   not owned; outlives this object.
+    /// @param lineas  those that a day shows.
+    explicit TDiaDeTabla(dataset::DataSet &tabla, TLineasDelDia lineas = TLineasDelDia::conHora)
         : m_tabla(tabla)
+        , m_lineas(lineas)
     {
     }
     TDiaDeTabla(const TDiaDeTabla &) = delete;
@@ -56,6 +58,7 @@ private:
     void Vuelve(const TAntes &antes);
 
     dataset::DataSet &m_tabla;
+    TLineasDelDia m_lineas;
     QDate m_dia;
     bool m_restringida = false;
 };

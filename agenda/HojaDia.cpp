@@ -62,11 +62,13 @@ void RecorreHuecos(const TParrilla &parrilla, const std::function<void(int, int)
     }
 }
 
-bool PonRangoDelDia(dataset::DataSet &tabla, QDate fecha)
+bool PonRangoDelDia(dataset::DataSet &tabla, QDate fecha, TLineasDelDia lineas)
 {
     if (!fecha.isValid())
         return false;
-    const bool hay = TBRango(tabla, ClaveDeHora(fecha, PrimeraHora), ClaveDeHora(fecha, UltimaHora));
+    const bool hay = lineas == TLineasDelDia::todas
+                         ? TBRango(tabla, ClaveDelDia(fecha), ClaveDelDia(fecha))
+                         : TBRango(tabla, ClaveDeHora(fecha, PrimeraHora), ClaveDeHora(fecha, UltimaHora));
     if (hay)
         tabla.setTag(1);
     return hay;

@@ -24,10 +24,13 @@ struct TParrilla {
 /// steps once, whatever the interval; an hour of more than two digits ends the sheet.
 void RecorreHuecos(const TParrilla &parrilla, const std::function<void(int hora, int minuto)> &hueco);
 
+/// Which lines a day has: those with an hour between 00:00 and 23:59, or all of its date.
+enum class TLineasDelDia { conHora, todas };
+
 /// Restricts a table to the lines of a day (an invalid date changes nothing); when there are any, the table's
 /// tag becomes 1, the mark of an active range.
 /// @return whether the day has lines. @throws dataset::EDatabaseError
-bool PonRangoDelDia(dataset::DataSet &tabla, QDate fecha);
+bool PonRangoDelDia(dataset::DataSet &tabla, QDate fecha, TLineasDelDia lineas = TLineasDelDia::conHora);
 /// Whether the table bears the mark of an active range, and has one.
 [[nodiscard]] bool HayRangoDelDia(const dataset::DataSet &tabla);
 /// Drops the range, and the mark with it.

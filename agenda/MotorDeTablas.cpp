@@ -65,6 +65,13 @@ void TMotorDeTablas::PonTablas()
     }
 }
 
+void TMotorDeTablas::PonTablaUnica(DataSet &tabla, TLineasDelDia lineas)
+{
+    m_numNotarios = 1;
+    m_tablas.front() = &tabla;
+    m_dias.front() = std::make_unique<TDiaDeTabla>(tabla, lineas);
+}
+
 DataSet *TMotorDeTablas::Tabla(int notario) const
 {
     return notario >= 1 && notario <= MaxNotarios ? m_tablas.at(static_cast<std::size_t>(notario - 1))
@@ -102,17 +109,32 @@ void TMotorDeTablas::OrdenarListaPorFecha()
     OrdenaPorDia(TablaActual());
 }
 
+TMotorDeTablas::TSinLinea TMotorDeTablas::SinCitaQue(const QString &verbo, bool respuesta)
+{
+    return {QStringLiteral("No hay citas para ese día introducidas que ") + verbo,
+            QStringLiteral("Inserte primero una."), respuesta};
+}
+
+std::optional<TRespuesta> TMotorDeTablas::RespuestaSinLinea(TALaVista vista, const TSinLinea &aviso) const
+{
+    const DataSet &tabla = TablaActual();
+    if (vista == TALaVista::ficha ? tabla.bookmark() == 0 : tabla.isEmpty()) {
+        AvisaMotor(aviso.Texto, aviso.Consejo, TituloAtencion);
+        return aviso.Respuesta;
+    }
+    if (vista == TALaVista::dia && DiaActual().LineaFuera())
+        return TRespuesta::Fallo(LineaDeOtroDia);
+    return std::nullopt;
+}
+
 TRespuesta TMotorDeTablas::Modificar(TALaVista vista)
 {
     DataSet &tabla = TablaActual();
     return ConGuarda(tabla, "Modificar", [&]() -> TRespuesta {
-        if (vista == TALaVista::ficha ? tabla.bookmark() == 0 : tabla.isEmpty()) {
-            AvisaMotor(QStringLiteral("No hay AgendaN introducidos que modificar"),
-                       QStringLiteral("Inserte primero un AgendaN."), TituloAtencion);
-            return false;
-        }
-        if (vista == TALaVista::dia && DiaActual().LineaFuera())
-            return TRespuesta::Fallo(LineaDeOtroDia);
+        if (const auto sinLinea =
+                RespuestaSinLinea(vista, {QStringLiteral("No hay AgendaN introducidos que modificar"),
+                                          QStringLiteral("Inserte primero un AgendaN."), false}))
+            return *sinLinea;
         tabla.edit(vista == TALaVista::ficha ? dataset::EditOf::fresh : dataset::EditOf::seen);
         return true;
     });
@@ -134,15 +156,23 @@ bool TMotorDeTablas::CancelarAgendaN(bool preguntar)
     return true;
 }
 
-void TMotorDeTablas::AnotaFallo(const char *operacion, const std::exception &error)
+TRespuesta TMotorDeTablas::AceptaPendiente(DataSet &tabla, const char *operacion, TTrasFallo despues)
 {
-    qCWarning(registroMotor, "%s: %s", operacion, error.what());
+    return ConGuarda(
+        tabla, operacion,
+        [&tabla] {
+            TBPost(tabla);
+            return true;
+        },
+        despues);
 }
 
-void TMotorDeTablas::CancelaTrasFallo(DataSet &tabla, const char *operacion, const std::exception &error)
+void TMotorDeTablas::TrasFallo(DataSet &tabla, const char *operacion, const std::exception &error,
+                               TTrasFallo despues)
 {
-    AnotaFallo(operacion, error);
-    CancelaSinPreguntar(tabla);
+    qCWarning(registroMotor, "%s: %s", operacion, error.what());
+    if (despues == TTrasFallo::cancela)
+        CancelaSinPreguntar(tabla);
 }
 
 void TMotorDeTablas::MuestraInforme(TClaseInforme clase, QDate fecha, dataset::MemTable *semana,

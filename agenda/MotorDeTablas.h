@@ -11,6 +11,7 @@
 #include <array>
 #include <functional>
 #include <memory>
+#include <optional>
 
 class IInformesAgenda;
 enum class TClaseInforme;
@@ -32,8 +33,9 @@ inline const QString LineaDeOtroDia =
 /// which may be of another day.
 enum class TALaVista { dia, ficha };
 
-/// What the engines of several notary tables have in common: the tables and the day that each shows, the
-/// current one, the guard around operations on it, and its reports.
+/// What the engines have in common: the tables and the day that each shows, the current one, the guard around
+/// operations on it, the search, the pending change, and the reports of notary tables. The engine of a single
+/// table has that one.
 class TMotorDeTablas
 {
 public:
@@ -85,22 +87,40 @@ protected:
     /// Opens a table for every notary of the office, one where the office counts none.
     /// @param tabla  gives the cursor of a notary, 1 to 5. @throws dataset::EDatabaseError
     void AbreTablas(const std::function<dataset::DbfTable &(int)> &tabla);
+    /// Takes the one table of an engine that opens it for each use. @param tabla  not owned, outlives the
+    /// engine; it may be closed. @param lineas  those that its day shows.
+    void PonTablaUnica(dataset::DataSet &tabla, TLineasDelDia lineas);
     [[nodiscard]] int NotarioActual() const { return m_actual; }
+    /// What an operation on the current line says where there is none.
+    struct TSinLinea {
+        QString Texto;
+        QString Consejo;
+        bool Respuesta; ///< the operation's, by its contract
+    };
+    /// For a day without appointments to delete or to clear. Deliberate: one engine counts a deletion with
+    /// nothing to delete as done.
+    [[nodiscard]] static TSinLinea SinCitaQue(const QString &verbo, bool respuesta);
+    /// Looks whether the current line may be worked on. @return nothing where it may; else the operation's
+    /// answer: where there is no line the user has been told, and one that is not seen is refused.
+    [[nodiscard]] std::optional<TRespuesta> RespuestaSinLinea(TALaVista vista, const TSinLinea &aviso) const;
     [[nodiscard]] QObject *Propietario() const { return m_propietario; }
 
-    /// Runs work on a table, which answers a boolean or TRespuesta; a failure cancels the pending change, is
-    /// logged, and is the answer.
+    /// What becomes of the pending change of a failed operation: most contracts give it up.
+    enum class TTrasFallo { cancela, deja };
+    /// Runs work on a table, which answers a boolean or TRespuesta; a failure is logged, and is the answer.
     template <class TTrabajo>
-    static TRespuesta ConGuarda(dataset::DataSet &tabla, const char *operacion, TTrabajo &&trabajo)
+    static TRespuesta ConGuarda(dataset::DataSet &tabla, const char *operacion, TTrabajo &&trabajo,
+                                TTrasFallo despues = TTrasFallo::cancela)
     {
         try {
             return trabajo();
         } catch (const std::exception &error) {
-            CancelaTrasFallo(tabla, operacion, error);
+            TrasFallo(tabla, operacion, error, despues);
             return TRespuesta::Fallo(dataset::plainText(error));
         }
     }
-    static void AnotaFallo(const char *operacion, const std::exception &error);
+    /// Posts what is pending in a table.
+    static TRespuesta AceptaPendiente(dataset::DataSet &tabla, const char *operacion, TTrasFallo despues);
 
     /// Shows a report of the current table until the user closes it.
     /// @param semana    rows for a week; null: some are made for the while.
@@ -109,7 +129,8 @@ protected:
                         const std::function<void(QDate)> &ponRango);
 
 private:
-    static void CancelaTrasFallo(dataset::DataSet &tabla, const char *operacion, const std::exception &error);
+    static void TrasFallo(dataset::DataSet &tabla, const char *operacion, const std::exception &error,
+                          TTrasFallo despues);
     void PonTablas();
 
     QPointer<QObject> m_propietario;

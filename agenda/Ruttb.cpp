@@ -54,6 +54,22 @@ void AbreTabla(DataSet &tabla)
     CuentaAvisosDe(tabla);
 }
 
+void CierraTabla(DataSet &tabla)
+{
+    try {
+        tabla.close();
+    } catch (const std::exception &error) {
+        qCWarning(registroTablas, "Closing the agenda: %s", error.what());
+        CancelaSinPreguntar(tabla);
+    }
+}
+
+TMientrasAbierta::~TMientrasAbierta()
+{
+    CancelaSinPreguntar(m_tabla);
+    CierraTabla(m_tabla);
+}
+
 void CuentaAvisosDe(DataSet &tabla)
 {
     const QString aviso = tabla.takeNotice();

@@ -27,6 +27,27 @@ CreaTabla(const QString &alias, const QString &tabla, const QString &indice, boo
 /// Opens a table, and tells the user and the log what opening it has found, such as an older copy in its
 /// place. @throws dataset::EDatabaseError
 void AbreTabla(dataset::DataSet &tabla);
+/// Closes a table. What cannot be posted on the way is given up; a failure is only logged.
+void CierraTabla(dataset::DataSet &tabla);
+
+/// Opens a table, and closes it again however its use ends; what is pending then is given up.
+class TMientrasAbierta
+{
+public:
+    /// @param tabla  not owned; outlives this object. @throws dataset::EDatabaseError
+    explicit TMientrasAbierta(dataset::DataSet &tabla)
+        : m_tabla(tabla)
+    {
+        AbreTabla(m_tabla);
+    }
+    ~TMientrasAbierta();
+    TMientrasAbierta(const TMientrasAbierta &) = delete;
+    TMientrasAbierta &operator=(const TMientrasAbierta &) = delete;
+
+private:
+    dataset::DataSet &m_tabla;
+};
+
 /// Tells the user and the log what a table has found since this was last done; mostly nothing.
 void CuentaAvisosDe(dataset::DataSet &tabla);
 /// Drops what is being edited after a failure; a failure of this too is only logged, since the first one is

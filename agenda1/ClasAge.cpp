@@ -1,66 +1,21 @@
 #include "agenda1/ClasAge.h"
 
 #include "agenda/Avisos.h"
-#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
-#include "dataset/DatabaseError.h"
-
-#include <QtCore/QLoggingCategory>
 
 using dataset::DataSet;
 
-namespace
-{
-
-Q_LOGGING_CATEGORY(registro, "agenda.unica")
-
-/// Closes the table again, however its use ends.
-class TMientrasAbierta
-{
-public:
-    explicit TMientrasAbierta(DataSet &tabla)
-        : m_tabla(tabla)
-    {
-        AbreTabla(m_tabla);
-    }
-    ~TMientrasAbierta()
-    {
-        CancelaSinPreguntar(m_tabla);
-        try {
-            m_tabla.close();
-        } catch (const std::exception &error) {
-            qCWarning(registro, "Closing the agenda: %s", error.what());
-        }
-    }
-    TMientrasAbierta(const TMientrasAbierta &) = delete;
-    TMientrasAbierta &operator=(const TMientrasAbierta &) = delete;
-
-private:
-    DataSet &m_tabla;
-};
-
-} // namespace
-
-/// Runs work on the table of the mode; a failure is logged and gives false.
-template <class TTrabajo> bool TAgenda::ConGuarda(const char *operacion, TTrabajo &&trabajo)
-{
-    try {
-        return trabajo();
-    } catch (const std::exception &error) {
-        qCWarning(registro, "%s: %s", operacion, error.what());
-        return false;
-    }
-}
-
 TAgenda::TAgenda(QDate fecha, IVistasAgenda *vistas, IInformesAgenda1 *informes)
-    : m_vistas(vistas)
+    : TMotorDeTablas(nullptr, {}, nullptr)
+    , m_vistas(vistas)
     , m_informes(informes)
     , m_datos(std::make_unique<TDMAgendaZen>(*Servicios().Aliases, nullptr))
     , FTabla(&m_datos->tbAgenda)
     , FFecha(fecha)
 {
+    PonTablaUnica(*FTabla, TLineasDelDia::todas);
 }
 
 TAgenda::~TAgenda() = default;
@@ -70,8 +25,7 @@ void TAgenda::IAgenda(QObject * /*propietario*/)
     if (!SeleccionaConfiguracion())
         return;
     const TMientrasAbierta abierta(*FTabla);
-    TBBusca(*FTabla, ClaveDeHora(FFecha, {}), false);
-    if (TLineaAgenda::Actual(*FTabla).Fecha == FFecha || InsertaDia())
+    if (BuscarPorFecha(FFecha, {}, false) || InsertaDia())
         ISelecciona();
 }
 
@@ -80,15 +34,9 @@ void TAgenda::IConfiguracion(QObject *propietario)
     m_vistas->MuestraConfAgenda(*this, propietario);
 }
 
-bool TAgenda::PonRango()
-{
-    // Exactly the working day: both bounds of a range belong to it.
-    return TBRango(*FTabla, ClaveDelDia(FFecha), ClaveDelDia(FFecha));
-}
-
 void TAgenda::ISelecciona()
 {
-    if (!PonRango())
+    if (!DiaActual().Muestra(FFecha))
         return;
     if (!DosNotarios()) {
         m_vistas->MuestraAgenda(*this);
@@ -105,9 +53,9 @@ bool TAgenda::InsertaDia()
     const dataset::ControlsGuard sinAvisos(*FTabla);
     // One change of the table: all lines or none; and none when another workstation has just made the sheet.
     dataset::CommitGroup hoja(*FTabla);
-    if (PonRango())
+    if (DiaActual().Muestra(FFecha))
         return true;
-    FTabla->cancelRange();
+    DiaActual().MuestraTodo();
     const TParrilla parrilla{[this] { return m_ajustes.FHoraInicio; }, [this] { return m_ajustes.FHoraFin; },
                              [this] { return m_ajustes.FIntervalo; }};
     RecorreHuecos(parrilla, [this](int hora, int minuto) {
@@ -123,15 +71,24 @@ bool TAgenda::InsertaDia()
 QString TAgenda::VeA(TSentido sentido, const QString &nadaMas)
 {
     const QDate antes = FFecha;
-    VeAOtroDia(*FTabla, FFecha, sentido, [this](QDate fecha) {
-        if (fecha != FechaAjustes) // the settings are no day
-            FFecha = fecha;
-        return PonRango();
-    });
+    try {
+        DiaActual().TodoONada([&] {
+            if (DiaActual().Mostrado() != FFecha) // a report could not come back to it
+                DiaActual().Muestra(FFecha);
+            DiaActual().VeAOtro(sentido, [this](QDate fecha) {
+                if (fecha != FechaAjustes) // the settings are no day
+                    FFecha = fecha;
+                return DiaActual().Muestra(FFecha);
+            });
+            if (DosNotarios())
+                CargarAgenda2();
+        });
+    } catch (...) {
+        FFecha = antes;
+        throw;
+    }
     if (FFecha == antes)
         AvisaMotor(nadaMas, {}, TituloAtencionPuntos);
-    if (DosNotarios())
-        CargarAgenda2();
     return Date_Cad(FFecha);
 }
 
@@ -151,96 +108,93 @@ QString TAgenda::BuscarAnterior()
 bool TAgenda::Insertar()
 {
     DataSet &tabla = TablaDeLaVentana();
-    const bool hecho = ConGuarda("Insertar", [&] {
-        const TLineaAgenda nueva = TLineaAgenda::Nueva(FFecha, TLineaAgenda::Actual(tabla).Hora);
-        tabla.insert();
-        nueva.Escribe(tabla, std::array{TCampoLinea::fecha, TCampoLinea::hora});
-        if (!DosNotarios())
-            nueva.Escribe(tabla, TCampoLinea::salida);
-        return true;
-    });
-    if (!hecho && !DosNotarios())
-        CancelaSinPreguntar(tabla);
-    return hecho;
+    return ConGuarda(
+        tabla, "Insertar",
+        [&] {
+            const TLineaAgenda nueva = TLineaAgenda::Nueva(FFecha, TLineaAgenda::Actual(tabla).Hora);
+            tabla.insert();
+            nueva.Escribe(tabla, std::array{TCampoLinea::fecha, TCampoLinea::hora});
+            if (!DosNotarios())
+                nueva.Escribe(tabla, TCampoLinea::salida);
+            return true;
+        },
+        SiFallaUnaLinea());
 }
 
 bool TAgenda::Modificar(dataset::EditOf linea)
 {
-    DataSet &tabla = TablaDeLaVentana();
-    const bool hecho = ConGuarda("Modificar", [&] {
-        tabla.edit(linea);
-        return true;
-    });
-    if (!hecho && !DosNotarios())
-        CancelaSinPreguntar(tabla);
-    return hecho;
+    return EnLaLinea("Modificar", [linea](DataSet &tabla) { tabla.edit(linea); });
 }
 
 bool TAgenda::Borrar()
 {
+    return EnLaLinea("Borrar", [](DataSet &tabla) { TBDelete(tabla); });
+}
+
+/// Does something to the current line of what the window shows.
+bool TAgenda::EnLaLinea(const char *operacion, const std::function<void(DataSet &)> &trabajo)
+{
     DataSet &tabla = TablaDeLaVentana();
-    const bool hecho = ConGuarda("Borrar", [&] {
-        TBDelete(tabla);
-        return true;
-    });
-    if (!hecho && !DosNotarios())
-        CancelaSinPreguntar(tabla);
-    return hecho;
+    return ConGuarda(
+        tabla, operacion,
+        [&] {
+            if (!DosNotarios() && DiaActual().LineaFuera())
+                return TRespuesta::Fallo(LineaDeOtroDia);
+            trabajo(tabla);
+            return TRespuesta(true);
+        },
+        SiFallaUnaLinea());
 }
 
 bool TAgenda::Aceptar()
 {
-    return ConGuarda("Aceptar", [this] {
-        if (DosNotarios())
-            return AceptaDosNotarios();
-        TBPost(*FTabla);
-        return true;
-    });
+    if (!DosNotarios())
+        return AceptaPendiente(*FTabla, "Aceptar", TTrasFallo::deja);
+    return ConGuarda(
+        Tabla2(), "Aceptar", [this] { return AceptaDosNotarios(); }, TTrasFallo::deja);
 }
 
 bool TAgenda::Cancelar()
 {
-    return ConGuarda("Cancelar", [this] {
-        TablaDeLaVentana().cancel();
-        return true;
+    DataSet &tabla = TablaDeLaVentana();
+    return ConGuarda(
+        tabla, "Cancelar",
+        [&tabla] {
+            tabla.cancel();
+            return true;
+        },
+        TTrasFallo::deja);
+}
+
+/// Changes the current line of AGENDA and posts it.
+bool TAgenda::CambiaLinea(const char *operacion, std::span<const TCampoLinea> campos,
+                          const std::function<void(TLineaAgenda &)> &cambio)
+{
+    return EnLaLinea(operacion, [&](DataSet &tabla) {
+        tabla.edit();
+        TLineaAgenda linea = TLineaAgenda::Actual(tabla);
+        cambio(linea);
+        linea.Escribe(tabla, campos);
+        TBPost(tabla);
     });
 }
 
 bool TAgenda::Ausente(int notario)
 {
-    if (DosNotarios() && notario != 1 && notario != 2)
-        return false;
-    const bool hecho = ConGuarda("Ausente", [&] {
-        if (DosNotarios())
-            return AusenteDeDos(notario);
-        FTabla->edit();
-        TLineaAgenda linea = TLineaAgenda::Actual(*FTabla);
+    if (DosNotarios())
+        return (notario == 1 || notario == 2) &&
+               ConGuarda(Tabla2(), "Ausente", [&] { return AusenteDeDos(notario); });
+    return CambiaLinea("Ausente", CamposDeUnica, [](TLineaAgenda &linea) {
         const bool quita = linea.Concepto == QLatin1String("AUSENTE");
         linea.Concepto = linea.Interesado = linea.Oficial = quita ? QString() : QStringLiteral("AUSENTE");
-        linea.Escribe(*FTabla, CamposDeUnica);
-        TBPost(*FTabla);
-        return true;
     });
-    if (!hecho)
-        CancelaSinPreguntar(TablaDeLaVentana());
-    return hecho;
 }
 
 bool TAgenda::Salida(int notario)
 {
-    if (DosNotarios() && notario == 0)
-        return true;
-    const bool hecho = ConGuarda("Salida", [&] {
-        if (DosNotarios())
-            return SalidaDeDos(notario);
-        FTabla->edit();
-        TLineaAgenda linea = TLineaAgenda::Actual(*FTabla);
+    if (DosNotarios())
+        return notario == 0 || ConGuarda(Tabla2(), "Salida", [&] { return SalidaDeDos(notario); });
+    return CambiaLinea("Salida", std::array{TCampoLinea::salida}, [](TLineaAgenda &linea) {
         linea.Salida = linea.EsSalida() ? NoEstaFuera : EstaFuera;
-        linea.Escribe(*FTabla, TCampoLinea::salida);
-        TBPost(*FTabla);
-        return true;
     });
-    if (!hecho)
-        CancelaSinPreguntar(TablaDeLaVentana());
-    return hecho;
 }

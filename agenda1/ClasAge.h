@@ -1,7 +1,8 @@
 #pragma once
 
 #include "agenda/AgendaZenDM.h"
-#include "agenda/HojaDia.h"
+#include "agenda/LineaAgenda.h"
+#include "agenda/MotorDeTablas.h"
 #include "agenda1/FusionDia.h"
 #include "agenda1/InformesAgenda1.h"
 #include "agenda1/VistasAgenda.h"
@@ -10,7 +11,9 @@
 #include <QtCore/QHash>
 #include <QtCore/QString>
 
+#include <functional>
 #include <memory>
+#include <span>
 
 /// Notary 1's name in an agenda of one notary.
 inline const QString UnNotario = QStringLiteral("UN_NOTARIO");
@@ -30,7 +33,7 @@ struct TAjustesAgenda {
 ///
 /// Insertar, Modificar, Borrar, Aceptar, Ausente and Salida never throw: a failure is logged and gives false.
 /// Everything else throws dataset::EDatabaseError when the table cannot be read or written.
-class TAgenda
+class TAgenda : private TMotorDeTablas
 {
 public:
     /// @param vistas    not owned; outlives the engine. Null where no window is ever asked for.
@@ -100,9 +103,15 @@ public:
     void InformeDia();
 
 private:
-    template <class TTrabajo> bool ConGuarda(const char *operacion, TTrabajo &&trabajo);
+    /// Deliberate: the day in memory keeps what is pending where a line could not be begun or deleted.
+    [[nodiscard]] TTrasFallo SiFallaUnaLinea() const
+    {
+        return DosNotarios() ? TTrasFallo::deja : TTrasFallo::cancela;
+    }
+    bool EnLaLinea(const char *operacion, const std::function<void(dataset::DataSet &)> &trabajo);
+    bool CambiaLinea(const char *operacion, std::span<const TCampoLinea> campos,
+                     const std::function<void(TLineaAgenda &)> &cambio);
     QString VeA(TSentido sentido, const QString &nadaMas);
-    bool PonRango();
     bool AceptaDosNotarios();
     [[nodiscard]] QStringList EmpiezaRegistro(TFilaDia &mia);
     void AlternaMarcaDeDos(int notario, const QString &texto);

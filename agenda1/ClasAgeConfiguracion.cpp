@@ -1,19 +1,13 @@
 // The settings row of the single-table agenda.
 
-#include "agenda/Avisos.h"
 #include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Rut.h"
 #include "agenda/Ruttb.h"
 #include "agenda1/ClasAge.h"
-#include "dataset/DatabaseError.h"
-
-#include <QtCore/QLoggingCategory>
 
 namespace
 {
-
-Q_LOGGING_CATEGORY(registroAjustes, "agenda.unica")
 
 const QString Convenio = QStringLiteral("CONVENIO");
 constexpr int AnchoNombre = 50;
@@ -31,12 +25,11 @@ int HoraOr(const QString &texto, int normal)
 
 bool TAgenda::SeleccionaConfiguracion()
 {
-    AbreTabla(*FTabla);
+    const TMientrasAbierta abierta(*FTabla);
     CompruebaCamposAgenda(*FTabla);
-    TBBusca(*FTabla, ClaveDeHora(FechaAjustes, {}), false);
-    const TLineaAgenda fila = TLineaAgenda::Actual(*FTabla);
-    const bool hay = fila.Fecha == FechaAjustes;
+    const bool hay = BuscarPorFecha(FechaAjustes, {}, false);
     if (hay) {
+        const TLineaAgenda fila = TLineaAgenda::Actual(*FTabla);
         TAjustesAgenda leidos;
         if (fila.Oficial.trimmed() == Convenio) {
             const QString nombres = Espacios(fila.Interesado, 2 * AnchoNombre);
@@ -50,16 +43,14 @@ bool TAgenda::SeleccionaConfiguracion()
         leidos.FHoraFin = std::max(HoraOr(StrRight(fila.Concepto, 2), FinNormal), leidos.FHoraInicio);
         m_ajustes = leidos;
     }
-    FTabla->close();
     return hay;
 }
 
 bool TAgenda::AlmacenaConfiguracion()
 {
-    bool hecho = false;
-    try {
-        AbreTabla(*FTabla);
-        TBBusca(*FTabla, ClaveDeHora(FechaAjustes, {}), false);
+    return ConGuarda(*FTabla, "AlmacenaConfiguracion", [this] {
+        const TMientrasAbierta abierta(*FTabla);
+        BuscarPorFecha(FechaAjustes, {}, false);
         FTabla->edit(dataset::EditOf::fresh); // the dialog has its own copy
         TLineaAgenda fila;
         if (DosNotarios()) {
@@ -72,15 +63,6 @@ bool TAgenda::AlmacenaConfiguracion()
         fila.Escribe(*FTabla, std::array{TCampoLinea::oficial, TCampoLinea::interesado, TCampoLinea::hora,
                                          TCampoLinea::concepto});
         TBPost(*FTabla);
-        hecho = true;
-    } catch (const std::exception &error) {
-        qCWarning(registroAjustes, "The settings could not be stored: %s", error.what());
-        CancelaSinPreguntar(*FTabla);
-    }
-    try {
-        FTabla->close();
-    } catch (const std::exception &error) { // what was posted is safe
-        qCWarning(registroAjustes, "Closing the agenda: %s", error.what());
-    }
-    return hecho;
+        return true;
+    });
 }

@@ -5,7 +5,6 @@
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda1/ClasAge.h"
-#include "dataset/DatabaseError.h"
 
 #include <algorithm>
 
@@ -193,8 +192,7 @@ QStringList TAgenda::EmpiezaRegistro(TFilaDia &mia)
 {
     const Bookmark propio = m_registros.value(Tabla2().bookmark());
     const bool sigue = propio != 0 && FTabla->goToBookmark(propio);
-    const bool hay =
-        TBBusca(*FTabla, ClaveDeHora(TLineaAgenda::Actual(Tabla2()).Fecha, mia.Valores[DiaHora]), true);
+    const bool hay = BuscarPorFecha(TLineaAgenda::Actual(Tabla2()).Fecha, mia.Valores[DiaHora], true);
     const Bookmark hallado = hay ? FTabla->bookmark() : 0;
     const Bookmark otraLinea = m_registros.key(hallado);
     // A line of that hour that another workstation has added since the day was loaded stays as it is.
@@ -306,7 +304,7 @@ void TAgenda::ActualizarDesdeAgenda2()
         dia.commit();
         choques = fusion.Choques;
     }
-    PonRango();
+    DiaActual().Muestra(FFecha);
     CargarAgenda2();
     VuelveA(donde);
     AvisaChoques(choques);

@@ -8,7 +8,8 @@
 void TAgenda::InformeSemanal()
 {
     dataset::MemTable &semana = m_datos->cdsAgendaSemanal;
-    HazInformeSemana({*FTabla, semana, [this] { FTabla->cancelRange(); }, [this](QDate) { PonRango(); }},
+    HazInformeSemana({*FTabla, semana, [this] { DiaActual().MuestraTodo(); },
+                      [this](QDate dia) { DiaActual().Muestra(dia); }},
                      FFecha, std::nullopt, [&](QDate lunes) {
                          m_informes->CreaQRAgendaZen(QCoreApplication::instance(), lunes, semana)->Preview();
                      });

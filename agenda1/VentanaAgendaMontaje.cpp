@@ -8,6 +8,7 @@
 #include "dbcontrols/DataSource.h"
 #include "dbcontrols/DbEdit.h"
 #include "dbcontrols/DbGrid.h"
+#include "dbcontrols/HelpLine.h"
 #include "dbcontrols/MaskEdit.h"
 #include "dbcontrols/WindowPlace.h"
 
@@ -45,7 +46,7 @@ TVentanaAgenda::TVentanaAgenda(TAgenda &motor, const QString &nombre, const TRot
     statusBar()->setAccessibleName(QStringLiteral("Ayuda"));
     m_pista = new QLabel(statusBar());
     m_pista->setAccessibleName(QStringLiteral("Explicación"));
-    statusBar()->addWidget(m_pista, 1);
+    dbcontrols::addUnderMessages(*statusBar(), *m_pista, 1);
 
     LFecha = new QLabel(FechaCorta(motor.Fecha()), this);
     LFecha->setObjectName(QStringLiteral("LFecha"));

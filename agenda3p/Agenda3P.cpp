@@ -7,9 +7,7 @@
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
-#include "dataset/DatabaseError.h"
 
-#include <QtCore/QLoggingCategory>
 #include <QtCore/QScopeGuard>
 
 #include <algorithm>
@@ -21,8 +19,6 @@ using dataset::DataSet;
 
 namespace
 {
-
-Q_LOGGING_CATEGORY(registro, "agenda.tablas")
 
 /// A text without the first occurrence of a mark.
 QString SinMarca(QString texto, const QString &marca)
@@ -49,14 +45,8 @@ TAgenda3P::~TAgenda3P()
 {
     if (!m_datos)
         return;
-    for (int notario = 1; notario <= std::min(TAgenda3P::NumNotarios(), MaxNotarios); ++notario) {
-        dataset::DbfTable &tabla = m_datos->tbAgendaN(notario);
-        try {
-            tabla.close();
-        } catch (const std::exception &error) {
-            qCWarning(registro, "Cerrar: %s", error.what());
-        }
-    }
+    for (int notario = 1; notario <= std::min(TAgenda3P::NumNotarios(), MaxNotarios); ++notario)
+        CierraTabla(m_datos->tbAgendaN(notario));
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -179,12 +169,10 @@ TRespuesta TAgenda3P::Borrar(bool preguntar)
 {
     DataSet &inicial = TablaActual();
     QString hora;
-    const TRespuesta hay = ConGuarda(inicial, "Borrar", [&] {
-        if (inicial.isEmpty()) {
-            AvisaMotor(QStringLiteral("No hay citas para ese día introducidas que borrar"),
-                       QStringLiteral("Inserte primero una."), TituloAtencion);
-            return false;
-        }
+    const TRespuesta hay = ConGuarda(inicial, "Borrar", [&]() -> TRespuesta {
+        if (const auto sinLinea =
+                RespuestaSinLinea(TALaVista::dia, SinCitaQue(QStringLiteral("borrar"), false)))
+            return *sinLinea;
         hora = TLineaAgenda::Actual(inicial).Hora;
         return true;
     });
@@ -212,13 +200,7 @@ TRespuesta TAgenda3P::Borrar(bool preguntar)
 
 TRespuesta TAgenda3P::AceptarAgendaN()
 {
-    try {
-        TBPost(TablaActual());
-        return true;
-    } catch (const std::exception &error) {
-        AnotaFallo("AceptarAgendaN", error);
-        return TRespuesta::Fallo(dataset::plainText(error));
-    }
+    return AceptaPendiente(TablaActual(), "AceptarAgendaN", TTrasFallo::deja);
 }
 
 /// Turns a mark of the current line on, off, or from the other one into this one, and posts the line.

@@ -120,8 +120,8 @@ TRespuesta TAgenda3P::PegaFila(QDate fecha, const QString &hora)
 
 TRespuesta TAgenda3P::PegaDesplazado(QDate fecha, int minutos, bool desplaza)
 {
-    TRespuesta respuesta = true;
-    try {
+    const auto pega = [&] {
+        TRespuesta respuesta = true;
         const TSitio vuelve(*this);
         for (m_buffer->first(); !m_buffer->eof(); m_buffer->next()) {
             const QString hora = TLineaAgenda::Actual(*m_buffer).Hora;
@@ -130,13 +130,10 @@ TRespuesta TAgenda3P::PegaDesplazado(QDate fecha, int minutos, bool desplaza)
             if (!una.Causa().isEmpty())
                 respuesta = una;
         }
-    } catch (const std::exception &error) {
-        // Deliberate: what is pending on the line being pasted stays as it is.
-        AnotaFallo("Pegar", error);
-        CancelaSinPreguntar(*m_buffer);
-        return TRespuesta::Fallo(dataset::plainText(error));
-    }
-    return respuesta;
+        return respuesta;
+    };
+    // Deliberate: what is pending on the line being pasted stays as it is.
+    return ConGuarda(TablaActual(), "Pegar", pega, TTrasFallo::deja);
 }
 
 TRespuesta TAgenda3P::Pegar(QDate fecha)
@@ -159,12 +156,10 @@ TRespuesta TAgenda3P::PegarHora(QDate fecha, const QString &hora)
 TRespuesta TAgenda3P::Limpiar(bool preguntar)
 {
     DataSet &tabla = TablaActual();
-    return ConGuarda(tabla, "Limpiar", [&] {
-        if (tabla.isEmpty()) {
-            AvisaMotor(QStringLiteral("No hay citas para ese día introducidas que limpiar"),
-                       QStringLiteral("Inserte primero una."), TituloAtencion);
-            return false;
-        }
+    return ConGuarda(tabla, "Limpiar", [&]() -> TRespuesta {
+        if (const auto sinLinea =
+                RespuestaSinLinea(TALaVista::dia, SinCitaQue(QStringLiteral("limpiar"), false)))
+            return *sinLinea;
         if (preguntar &&
             !PreguntaMotor(QStringLiteral("¿Desea limpiar la cita de las %1 de la base de datos?")
                                .arg(TLineaAgenda::Actual(tabla).Hora),

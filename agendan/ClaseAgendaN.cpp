@@ -46,14 +46,8 @@ TClassAgendaN::~TClassAgendaN()
     if (!m_datos)
         return;
     // The first cursor every time; the others close when the data module goes.
-    for (int posicion = 1; posicion <= std::min(NumNotarios(), MaxNotarios); ++posicion) {
-        try {
-            m_datos->TAgendaN1.close();
-        } catch (const std::exception &error) {
-            qCWarning(registro, "Closing the agenda: %s", error.what());
-            CancelaSinPreguntar(m_datos->TAgendaN1);
-        }
-    }
+    for (int posicion = 1; posicion <= std::min(NumNotarios(), MaxNotarios); ++posicion)
+        CierraTabla(m_datos->TAgendaN1);
 }
 
 DataSet *TClassAgendaN::Tabla(int notario) const
@@ -167,13 +161,8 @@ TRespuesta TClassAgendaN::Borrar(bool preguntar, TALaVista vista)
 {
     DataSet &tabla = TablaActual();
     return ConGuarda(tabla, "Borrar", [&]() -> TRespuesta {
-        if (vista == TALaVista::ficha ? tabla.bookmark() == 0 : tabla.isEmpty()) {
-            AvisaMotor(QStringLiteral("No hay citas para ese día introducidas que borrar"),
-                       QStringLiteral("Inserte primero una."), TituloAtencion);
-            return true;
-        }
-        if (vista == TALaVista::dia && DiaActual().LineaFuera())
-            return TRespuesta::Fallo(LineaDeOtroDia);
+        if (const auto sinLinea = RespuestaSinLinea(vista, SinCitaQue(QStringLiteral("borrar"), true)))
+            return *sinLinea;
         if (preguntar && !PreguntaMotor(QStringLiteral("¿Desea borrar la cita de las %1 de la base de datos?")
                                             .arg(TLineaAgenda::Actual(tabla).Hora),
                                         TituloAtencion))
@@ -185,10 +174,7 @@ TRespuesta TClassAgendaN::Borrar(bool preguntar, TALaVista vista)
 
 TRespuesta TClassAgendaN::AceptarAgendaN()
 {
-    return ConGuarda(TablaActual(), "AceptarAgendaN", [&] {
-        TBPost(TablaActual());
-        return true;
-    });
+    return AceptaPendiente(TablaActual(), "AceptarAgendaN", TTrasFallo::cancela);
 }
 
 /// @param aceptada  what AceptarAgendaN said; left alone when a failure came before it.

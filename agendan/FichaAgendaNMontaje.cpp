@@ -7,6 +7,7 @@
 #include "dbcontrols/CommandIcons.h"
 #include "dbcontrols/DbGrid.h"
 #include "dbcontrols/DbMemo.h"
+#include "dbcontrols/HelpLine.h"
 #include "dbcontrols/MaskEdit.h"
 
 #include <QtGui/QAction>
@@ -348,9 +349,6 @@ void TFFichaAgendaN::CreaLineaDeAyuda()
     LExplica->setAccessibleName(QStringLiteral("Ayuda"));
     m_pista = new QLabel(LExplica);
     m_pista->setAccessibleName(QStringLiteral("Explicación"));
-    LExplica->addWidget(m_pista, 1);
-    // The bar itself takes it away only where it is seen already, and a hint may come before.
-    connect(LExplica, &QStatusBar::messageChanged, m_pista,
-            [this](const QString &mensaje) { m_pista->setVisible(mensaje.isEmpty()); });
+    dbcontrols::addUnderMessages(*LExplica, *m_pista, 1);
     CreaFueraDeHora();
 }

@@ -64,14 +64,22 @@ Result<RangeLock> TableImpl::waitForLock(File &file, std::uint64_t offset, std::
         const auto got = file.tryLock(offset, length, kind);
         if (!got.ok())
             return got.status();
-        if (m_remote)
-            m_roundTrip = (m_roundTrip * weightOfOld + (Clock::now() - asked)) / (weightOfOld + 1);
+        if (m_remote) {
+            // A call that hung while the server was away says nothing of the next ones.
+            const std::chrono::nanoseconds took =
+                std::min<std::chrono::nanoseconds>(Clock::now() - asked, 2 * slowestRoundTrip);
+            m_roundTrip = (m_roundTrip * weightOfOld + took) / (weightOfOld + 1);
+        }
         if (got.value())
             return RangeLock(file, offset, length);
         const auto now = Clock::now();
         if (!deadline)
             deadline = now + patience(timeout);
-        if (now >= *deadline)
+        // Files of a session that has ended may hold on the server what they ask for: they are opened anew
+        // first.
+        const bool isOfOldSession = m_remote && m_opened && m_held == Held::nothing &&
+                                    offset >= headerLockOffset && m_askedIn != m_openedIn;
+        if (now >= *deadline || isOfOldSession)
             return failure(ErrorKind::locked, std::string(refusal));
         pauseBetweenTries();
     }
@@ -202,6 +210,9 @@ Status TableImpl::beginRead()
         const std::uint64_t at = m_mdx ? headerLockOffset : headerLockOffset + 1;
         auto lock =
             waitForLock(readLockFile(), at, 1, File::LockKind::shared, options.lockTimeout, writersRefusal);
+        if (!lock.ok() && isInDoubt() && reconnect().ok())
+            lock = waitForLock(readLockFile(), at, 1, File::LockKind::shared, options.lockTimeout,
+                               writersRefusal);
         if (!lock.ok())
             return lock.status();
         const auto unfinished = lookAtJournal();
@@ -273,8 +284,13 @@ Status TableImpl::beginChange(bool adding)
     if (const Status status = m_opened ? checkPlace() : Status(); !status.ok())
         return status;
     const auto begun = m_remote ? timeWithSleep() : std::chrono::nanoseconds(0);
-    auto table = waitForLock(m_dbf, headerLockOffset, changeLockLength, File::LockKind::exclusive,
-                             options.lockTimeout, writersRefusal);
+    const auto lock = [&] {
+        return waitForLock(m_dbf, headerLockOffset, changeLockLength, File::LockKind::exclusive,
+                           options.lockTimeout, writersRefusal);
+    };
+    auto table = lock();
+    if (!table.ok() && isInDoubt() && reconnect().ok())
+        table = lock();
     if (!table.ok())
         return refusedLock(table.status());
     m_dbfLock = std::move(table).value();

@@ -1,7 +1,9 @@
 // The window of one notary, worked with keys and clicks over a real table.
 
 #include "agenda/host/Constanteszen.h"
+#include "agenda1/Agenda1.h"
 #include "tests/agenda1/VentanaUnica.h"
+#include "tests/support/LineaDeAyuda.h"
 
 #include <QtGui/QAccessible>
 #include <QtWidgets/QCheckBox>
@@ -216,6 +218,14 @@ TEST_F(UnNotarioTest, WhatCannotBeWrittenIsToldAndNothingIsLost)
         pulsa("BAceptar");
         EXPECT_FALSE(editando());
         EXPECT_EQ(rejilla().model()->rowCount(), 1);
+    });
+}
+
+TEST_F(UnNotarioTest, AHintThatComesBeforeTheWindowIsNotPaintedOverTheHelpLine)
+{
+    abre([](TAgenda &abierto) {
+        TFAgenda una(abierto);
+        support::compruebaLineaDeAyuda(una, support::explicacionDe(una));
     });
 }
 

@@ -135,6 +135,27 @@ TEST_F(UnicaTest, LinesOfOneNotary)
     EXPECT_EQ(dia(), (QStringList{"09:00|Poder|GARCÍA|MARTA|N", "09:30||||N"}));
 }
 
+// A day is all of its date, whatever hours its lines carry, and nothing else is worked on.
+TEST_F(UnicaTest, ALineOfAnotherDayIsLeftAlone)
+{
+    ajustes();
+    linea({Dia, "93:0", "Sin hora"});
+    linea({Dia.addDays(1), "09:00", "Firma"});
+    abre([](TAgenda &motor) {
+        EXPECT_EQ(motor.Tabla().rowCount(), 1);
+        const dataset::Bookmark deManana = motor.Tabla().bookmark() + 1;
+        const std::function<bool()> ordenes[] = {
+            [&] { return motor.Modificar(); }, [&] { return motor.Borrar(); },
+            [&] { return motor.Salida(0); }, [&] { return motor.Ausente(0); }};
+        for (const auto &orden : ordenes) {
+            ASSERT_TRUE(motor.Tabla().goToBookmark(deManana));
+            EXPECT_FALSE(orden());
+        }
+    });
+    EXPECT_EQ(dia(Dia.addDays(1)), QStringList{"09:00|Firma|||N"});
+    EXPECT_EQ(dia(), QStringList{"93:0|Sin hora|||N"});
+}
+
 TEST_F(UnicaTest, ALineInUseElsewhereIsLeftAlone)
 {
     ajustes();

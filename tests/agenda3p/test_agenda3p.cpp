@@ -51,6 +51,23 @@ TEST_F(Motor3PTest, ASlotIsOneOfAllTables)
     EXPECT_EQ(oficina.dia(2, Manana).size(), 1);
 }
 
+// The current line gives the hour, so one that is on no screen deletes nothing in the other tables either.
+TEST_F(Motor3PTest, ALineOfAnotherDayIsNeitherDeletedNorCleared)
+{
+    enTodas(Hoy, {"09:00"});
+    oficina.linea(1, Manana, "09:00", "Firma");
+    dataset::DataSet &tabla = *motor().Tabla(1);
+    const auto otra = oficina.agenda(1);
+    ASSERT_TRUE(otra->locate({{"FECHA", Manana}}, dataset::SearchMode::nearest));
+    ASSERT_TRUE(tabla.goToBookmark(otra->bookmark()));
+    for (const TRespuesta &respuesta : {motor().Borrar(false), motor().Limpiar(false)}) {
+        EXPECT_FALSE(respuesta);
+        EXPECT_EQ(respuesta.Causa(), LineaDeOtroDia);
+    }
+    EXPECT_EQ(oficina.dia(1, Manana), QStringList{"09:00 Firma N"});
+    EXPECT_EQ(oficina.dia(2, Hoy).size(), 1);
+}
+
 TEST_F(Motor3PTest, ALockedTableLosesItsSlotAloneAndTheOthersStand)
 {
     enTodas(Hoy, {"09:00"});

@@ -1,9 +1,9 @@
 // The agenda window: what it shows, and its commands.
 
 #include "tests/agendan/Ventana.h"
+#include "tests/support/LineaDeAyuda.h"
 
 #include <QtWidgets/QHeaderView>
-#include <QtWidgets/QLabel>
 #include <QtWidgets/QMenu>
 #include <QtWidgets/QMenuBar>
 #include <QtWidgets/QPlainTextEdit>
@@ -283,22 +283,10 @@ TEST_F(VentanaTest, ThePopupMenuAndTheKeysOfTheWindow)
     });
 }
 
-// The pointer may rest on a button before the window is there, and the button's hint comes with it.
 TEST_F(VentanaTest, AHintThatComesBeforeTheWindowIsNotPaintedOverTheHelpLine)
 {
     TFFichaAgendaN ventana(nullptr);
-    const QLabel *ayuda = nullptr;
-    for (const QLabel *const uno : ventana.statusBar()->findChildren<QLabel *>())
-        ayuda = uno->accessibleName() == "Explicación" ? uno : ayuda;
-    ASSERT_TRUE(ayuda);
-    ventana.statusBar()->showMessage("Cerrar esta ventana");
-    ventana.show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&ventana));
-    EXPECT_FALSE(ayuda->isVisible());
-    ventana.statusBar()->clearMessage();
-    EXPECT_TRUE(ayuda->isVisible());
-    ventana.statusBar()->showMessage("Nueva cita");
-    EXPECT_FALSE(ayuda->isVisible());
+    support::compruebaLineaDeAyuda(ventana, support::explicacionDe(ventana));
 }
 
 } // namespace

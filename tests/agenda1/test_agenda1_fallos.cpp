@@ -1,0 +1,73 @@
+// The working day while file calls fail.
+
+#include "agenda/LineaAgenda.h"
+#include "dataset/DatabaseError.h"
+#include "tests/agenda1/Unica.h"
+#include "tests/driver/FileCalls.h"
+
+#include <cerrno>
+
+namespace
+{
+
+using support::Dia;
+namespace filecalls = driver::filecalls;
+
+class FallosUnicaTest : public support::UnicaTest
+{
+protected:
+    FallosUnicaTest() { filecalls::watch(oficina.carpetaDe("DB"), false); }
+    ~FallosUnicaTest() override { filecalls::unwatch(); }
+    /// The date that the engine says, and the lines that the window would show with theirs.
+    [[nodiscard]] static QString vista(TAgenda &motor)
+    {
+        QStringList partes{motor.Fecha().toString(Qt::ISODate)};
+        dataset::DataSet &tabla = motor.TablaDeLaVentana();
+        for (int fila = 0; fila < tabla.rowCount(); ++fila)
+            partes << TLineaAgenda::DeFila(tabla, fila).Fecha.toString(Qt::ISODate) + ' ' +
+                          TextoDeFila(tabla, fila, TCampoLinea::hora);
+        return partes.join("; ");
+    }
+};
+
+TEST_F(FallosUnicaTest, AnotherDayIsShownWholeOrNotAtAll)
+{
+    linea({Dia, "09:00"});
+    linea({Dia, "09:30"});
+    linea({Dia.addDays(1), "10:00"});
+    const QString hoy = "2026-11-16; 2026-11-16 09:00; 2026-11-16 09:30";
+    const QString manana = "2026-11-17; 2026-11-17 10:00";
+    for (const QStringList &notarios : {QStringList(), QStringList{"Ana Núñez", "Benito Ruiz"}}) {
+        const auto antes = tabla();
+        while (TLineaAgenda::Actual(*antes).Fecha == FechaAjustes)
+            antes->remove();
+        ajustes("0910", "30", notarios);
+        int fallidos = 0;
+        abre([&](TAgenda &motor) {
+            for (const filecalls::Call call : {filecalls::Call::read, filecalls::Call::lock}) {
+                for (int number = 1;; ++number) {
+                    motor.Tabla().refresh();
+                    ASSERT_EQ(vista(motor), hoy);
+                    filecalls::fail(filecalls::Fault{call, number, EIO, false, false});
+                    bool movida = true;
+                    try {
+                        motor.BuscarSiguiente();
+                    } catch (const dataset::EDatabaseError &) {
+                        movida = false;
+                    }
+                    const bool met = filecalls::faultMet();
+                    filecalls::fail({});
+                    EXPECT_EQ(vista(motor), movida ? manana : hoy) << notarios.size() << ", call " << number;
+                    fallidos += movida ? 0 : 1;
+                    if (movida)
+                        motor.BuscarAnterior();
+                    if (!met)
+                        break;
+                }
+            }
+        });
+        EXPECT_GT(fallidos, 0) << "nothing has been tried";
+    }
+}
+
+} // namespace
