@@ -277,15 +277,25 @@ void DataSetPrivate::takeInForeignChanges()
         fresh = std::make_shared<const RowSet>(store->collect(low, high));
     shownRecords = std::move(shownNow);
     recordsNoted.unite(changed);
+    for (const Bookmark one : changed) {
+        // Shown no more: should it come back, it is read anew.
+        if (const Record *const now = shownRecords.find(one); now && !isInRange(one, *now))
+            shownRecords.forget(one);
+    }
     if (number != 0) {
         // A line that has left the range is as good as deleted: nobody is to work on what he does not see.
         const bool in = there && isInRange(number, incoming) && (!fresh || fresh->rowOf(number) >= 0);
         if (!there || (ranged && wasInRange() && !in)) {
             goToNeighbour();
-        } else if (incoming != record) {
-            std::swap(record, incoming);
-            allFieldsNoted = true;
-            recordsNoted.insert(number);
+        } else {
+            // The grid and the current record say the same, also where the line has changed between two
+            // looks.
+            shownRecords.replace(number, incoming);
+            if (incoming != record) {
+                std::swap(record, incoming);
+                allFieldsNoted = true;
+                recordsNoted.insert(number);
+            }
         }
     }
     forgetRows();

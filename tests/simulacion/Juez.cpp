@@ -107,8 +107,8 @@ void TJuez::Antes(const TPaso &paso, const TRespuesta &ultima)
         orden = {};
         orden.Abierta = true;
         Empieza(orden, pantalla);
-        orden.ConFecha = pantalla.FechaConFoco;
     }
+    orden.ConFecha |= pantalla.FechaConFoco;
     if (pantalla.FechaConFoco) // perhaps after something that is still being typed in the lines
         orden.FechaTecleada = Clave(pantalla.Fecha);
     orden.Pasos << paso;
@@ -147,7 +147,7 @@ TVeredicto TJuez::Despues(const TPaso &paso, const TRespuesta &ahora, const TCam
         if (cambio.Despues)
             orden.Vistas[Clave(cambio.Notario, cambio.Marca)] << *cambio.Despues;
     }
-    if (auto fallo = JuzgaHojas(ahora, tranquilo))
+    if (auto fallo = JuzgaHojas(ahora, tranquilo && !orden.Percance))
         return fallo;
     const bool espera = ahora.Estado == TEstado::pregunta || ahora.Estado == TEstado::fecha;
     if (espera && (orden.Edita || orden.Pantalla.FechaConFoco))
@@ -204,7 +204,7 @@ bool TJuez::VaPorDias(const TOrden &orden)
                                   accion == sincronizar || accion == anterior || accion == siguiente ||
                                   accion == buscarDia;
                        }) ||
-           orden.Pantalla.FechaConFoco;
+           orden.ConFecha;
 }
 
 /// Rule a: whoever changes or deletes a line has had it on his screen as it was.
@@ -274,7 +274,8 @@ TVeredicto TJuez::JuzgaPantalla(const TPantalla &pantalla) const
     if (dia.isEmpty() || pantalla.FechaConFoco || pantalla.Ficha)
         return {};
     for (const TFila &fila : pantalla.Filas) {
-        if (fila.Linea.Fecha != dia)
+        // A row that cannot be read just now is blank, and so of no day.
+        if (fila.Linea.Fecha != dia && fila.Linea != TLinea())
             return Fallo('c', QStringLiteral("la fecha dice %1 y la fila es «%2»")
                                   .arg(pantalla.Fecha, fila.Linea.EnTexto()));
     }

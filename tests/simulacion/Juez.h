@@ -58,7 +58,7 @@ private:
         bool Edita = false;    ///< something was being typed at some time
         bool EnFicha = false;  ///< in the card
         bool Cancelada = false;
-        bool ConFecha = false; ///< the date field had the keys
+        bool ConFecha = false; ///< the date field had the keys at some time
         bool Negada = false;
         bool PreguntaBorrar = false;
         bool Percance = false;
