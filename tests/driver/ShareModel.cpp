@@ -49,6 +49,7 @@ struct Handle {
     bool direct = false;
     bool isTable = false;
     bool hasLostLock = false;
+    bool isRefusedHere = false; ///< what the server grants, by the workstation's own system
     std::vector<Lock> locks;
 };
 
@@ -244,6 +245,12 @@ int take(int descriptor, Handle &handle, Lock wanted)
     const off_t to = wanted.to;
     if (filecalls::planted() == Plant::exclusiveStays && !handle.isTable && from == headerLock)
         wanted.exclusive = true;
+    if (handle.isRefusedHere && handle.isTable && wanted.exclusive && from == headerLock) {
+        wanted.twice = true;
+        if (!meetsOwn(handle, from, to) && setAtServer(descriptor, from, to, F_WRLCK))
+            handle.locks.push_back(wanted);
+        return refuse(EAGAIN);
+    }
     const bool stuck = std::any_of(handle.locks.begin(), handle.locks.end(),
                                    [&](const Lock &lock) { return lock.stuck && lock.meets(from, to); });
     if (wanted.exclusive && (stuck || (!isNfs() && meetsOwn(handle, from, to))))
@@ -352,7 +359,7 @@ void opened(int descriptor, bool direct, bool isTable)
     struct stat info = {};
     REAL(fstat)(descriptor, &info);
     state().handles[descriptor] = {
-        state().workstation, {info.st_dev, info.st_ino}, direct, isTable, false, {}};
+        state().workstation, {info.st_dev, info.st_ino}, direct, isTable, false, false, {}};
 }
 
 void close(int descriptor)
@@ -543,7 +550,7 @@ void loseLocks(int workstation, bool unlockingFails)
     state().unlockingLostFails = unlockingFails;
 }
 
-void renewSession(int workstation)
+void renewSession(int workstation, bool refusesHere)
 {
     if (share::isNfs())
         return;
@@ -551,6 +558,7 @@ void renewSession(int workstation)
     for (auto &[descriptor, handle] : state().handles) {
         if (handle.workstation != workstation)
             continue;
+        handle.isRefusedHere = refusesHere;
         std::vector<share::Lock> twice;
         for (share::Lock &lock : handle.locks) {
             const bool isFree =

@@ -34,7 +34,10 @@ void asWorkstation(int number);
 void loseLocks(int workstation, bool unlockingFails = false);
 /// SMB: the system of a workstation is connected anew, and takes its locks again where they are free. With
 /// another handle on the file open there it takes the shared ones twice, and gives them back once.
-void renewSession(int workstation);
+/// @param refusesHere  another program there believes in the lock of a table that the server has lost: what
+/// the server then grants to files that are open, the workstation's own system refuses, and does not give
+/// back.
+void renewSession(int workstation, bool refusesHere = false);
 /// The next `count` locks to be given back, after `after` others, are not: EIO, and they stay taken for
 /// everybody until they are given back once more or the handle is closed.
 void failUnlocks(int count, int after = 0);

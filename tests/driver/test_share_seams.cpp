@@ -258,6 +258,28 @@ TEST(Kills, ADeadWritersCommitWaitsForWhoReadsByTheIndex)
     }
 }
 
+/// A lock that the server grants and the own system refuses: who went on asking would keep everybody out.
+TEST(Renewals, FilesOfBeforeAreNotAskedWithForLong)
+{
+    Office office(Share::smb, Plant::none, true);
+    office.both();
+    filecalls::asWorkstation(1);
+    filecalls::renewSession(1, true);
+    filecalls::passTime(std::chrono::seconds(5));
+    for (const int number : {1, 2, 3}) {
+        Fault fault = lateCall(filecalls::Call::lock, number, std::chrono::seconds(1),
+                               [] { filecalls::renewSession(1, true); });
+        filecalls::asWorkstation(1);
+        filecalls::fail(fault);
+        office.mustChange(1, "shared-a");
+        filecalls::fail({});
+        office.mustChange(2, "shared-b");
+        filecalls::passTime(std::chrono::seconds(5));
+    }
+    for (const std::string &wrong : office.finish())
+        ADD_FAILURE() << wrong;
+}
+
 /// After a server's return all come back at once. Who does keeps his presence meanwhile: nobody is alone
 /// then, and puts the whole table in order while the others wait.
 TEST(Renewals, FindNobodyAlone)
