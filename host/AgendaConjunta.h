@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agenda/Borrador.h"
 #include "host/ModeloConjunto.h"
 #include "host/RejillaConjunta.h"
 
@@ -129,6 +130,13 @@ private:
     bool EmpiezaEdicion(const QModelIndex &celda) override;
     void PreparaEditor(QLineEdit &editor, const QModelIndex &celda) override;
     bool GuardaEdicion(QLineEdit &editor, const QModelIndex &celda) override;
+    /// Writes what was typed into the line that is being edited, and posts it.
+    TRespuesta EscribeCelda(QLineEdit &editor, const QModelIndex &celda);
+    /// Shows what the line says by now, and takes it again with what was typed. @return false, with a cause,
+    /// where it cannot be had.
+    TRespuesta RecuperaCelda();
+    /// Tells it when the keys and clicks in hand are done with, so that the box stands in nobody's way.
+    void AvisaDespues(const QString &texto);
     void TerminaEdicion() override;
     [[nodiscard]] bool HayDialogo() const override { return m_dialogos > 0; }
     bool OfreceHueco(const QModelIndex &celda);
@@ -163,10 +171,12 @@ private:
     QStringList m_horasCopiadas; ///< of the lines in the engine's copy buffer, in its order
     QPointer<QLineEdit> m_editor;
     dataset::DataSet *m_enEdicion = nullptr; ///< table of the cell that is being edited
-    int m_ordenes = 0;                       ///< running; the timer keeps still meanwhile
-    mutable int m_dialogos = 0;              ///< open over this window
-    int m_columna = 0;                       ///< of the cell with the focus, also while there are no rows
-    bool m_anchosPropios = false;            ///< the clerk has set them; they are not shared out any more
+    dataset::Bookmark m_lineaEnEdicion = 0;
+    TBorrador m_borrador;         ///< of that line
+    int m_ordenes = 0;            ///< running; the timer keeps still meanwhile
+    mutable int m_dialogos = 0;   ///< open over this window
+    int m_columna = 0;            ///< of the cell with the focus, also while there are no rows
+    bool m_anchosPropios = false; ///< the clerk has set them; they are not shared out any more
     bool m_repartiendo = false;
 
     TModeloConjunto *m_modelo = nullptr;

@@ -51,6 +51,10 @@ bool TFAgendaConjunta::EmpiezaEdicion(const QModelIndex &celda)
             Muestra(puesto);
     });
     m_enEdicion = hecho ? &m_motor.TablaActual() : nullptr;
+    if (hecho) {
+        m_lineaEnEdicion = m_enEdicion->bookmark();
+        m_borrador.Empieza(*m_enEdicion);
+    }
     return hecho;
 }
 
@@ -134,44 +138,75 @@ void TFAgendaConjunta::EligeDeLista()
         m_editor->setFocus();
 }
 
+void TFAgendaConjunta::AvisaDespues(const QString &texto)
+{
+    QMetaObject::invokeMethod(
+        this, [this, texto] { AvisaError(texto); }, Qt::QueuedConnection);
+}
+
 bool TFAgendaConjunta::GuardaEdicion(QLineEdit &editor, const QModelIndex &celda)
 {
     DataSet &tabla = m_motor.TablaActual();
-    const TCampoConjunto campo = TModeloConjunto::CampoDe(celda.column());
-    const bool mismoTexto = editor.text() == celda.data(Qt::EditRole).toString();
-    if (!m_enEdicion || m_enEdicion != &tabla || !tabla.isEditing())
-        return mismoTexto;
-    // Told when the keys and clicks in hand are done with, so that the box stands in nobody's way.
-    const auto avisa = [this, hora = m_modelo->Hora(celda.row())](const QString &causa) {
-        const QString texto =
-            QStringLiteral("No se ha podido guardar la cita de las %1.\n%2\n\nLo que ha escrito sigue en la "
-                           "celda: pulse Intro para volver a intentarlo o Esc para dejarlo.")
-                .arg(hora, causa);
-        QMetaObject::invokeMethod(
-            this, [this, texto] { AvisaError(texto); }, Qt::QueuedConnection);
-    };
+    if (!m_enEdicion || m_enEdicion != &tabla)
+        return editor.text() == celda.data(Qt::EditRole).toString();
+    // Not in edit where the line could not be had again after a failure.
+    TRespuesta guardada = tabla.isEditing() ? TRespuesta(true) : RecuperaCelda();
+    if (guardada) {
+        guardada = EscribeCelda(editor, celda);
+        if (guardada)
+            return true;
+        RecuperaCelda();
+    }
+    const QString texto = QStringLiteral("No se ha podido guardar la cita de las %1.\n%2\n\n")
+                              .arg(m_modelo->Hora(celda.row()), guardada.Causa());
+    const bool sigue = tabla.rowOf(m_lineaEnEdicion) >= 0;
+    AvisaDespues(texto +
+                 (sigue ? QStringLiteral("Lo que ha escrito sigue en la celda: pulse Intro para volver a "
+                                         "intentarlo o Esc para dejarlo.")
+                        : QStringLiteral("Había escrito:\n") + m_borrador.Tecleado().join(u'\n')));
+    return !sigue;
+}
+
+TRespuesta TFAgendaConjunta::EscribeCelda(QLineEdit &editor, const QModelIndex &celda)
+{
     try {
+        DataSet &tabla = *m_enEdicion;
+        const TCampoConjunto campo = TModeloConjunto::CampoDe(celda.column());
         TLineaAgenda linea = TLineaAgenda::Actual(tabla);
         qint64 cliente = linea.Codigo();
         if (campo == TCampoConjunto::interesado && m_clientes) {
             m_clientes->ExitBusqueda(editor, true);
             cliente = editor.property(Codigo).toLongLong();
         }
-        if (mismoTexto && cliente == linea.Codigo())
+        const bool mismoTexto = editor.text() == celda.data(Qt::EditRole).toString();
+        if (mismoTexto && cliente == linea.Codigo() && !tabla.isModified())
             return true; // nothing was changed, and the end of the editing gives the line back
         if (cliente != linea.Codigo()) {
             linea.CodCliente = static_cast<double>(cliente);
             linea.Escribe(tabla, TCampoLinea::codCliente);
         }
         tabla.field(TModeloConjunto::NombreDelCampo(campo)).setText(dbcontrols::keptBy(tabla, editor.text()));
-        const TRespuesta aceptada = m_motor.AceptarAgendaN();
-        if (aceptada)
-            return true;
-        avisa(aceptada.Causa());
+        m_borrador.Guarda(tabla);
+        return m_motor.AceptarAgendaN();
     } catch (const std::exception &error) {
-        avisa(dataset::plainText(error));
+        return TRespuesta::Fallo(dataset::plainText(error));
     }
-    return false;
+}
+
+TRespuesta TFAgendaConjunta::RecuperaCelda()
+{
+    TRespuesta tomada = TRespuesta::Fallo(QStringLiteral("Otro puesto ha borrado la línea mientras tanto"));
+    try {
+        m_motor.CancelarAgendaN(false);
+        m_enEdicion->refresh();
+        m_modelo->Relee(m_fecha, true); // the rows wait until the cell is closed
+        CambiaCelda();
+    } catch (const std::exception &error) { // what was typed is in the cell all the same
+        tomada = TRespuesta::Fallo(dataset::plainText(error));
+    }
+    const auto modifica = [&] { return bool(tomada = m_motor.Modificar()); };
+    static_cast<void>(m_borrador.Recupera(*m_enEdicion, {modifica, {}}));
+    return tomada;
 }
 
 void TFAgendaConjunta::TerminaEdicion()

@@ -35,7 +35,7 @@ public:
     virtual bool EmpiezaEdicion(const QModelIndex &celda) = 0;
     /// The editor is about to open over a cell.
     virtual void PreparaEditor(QLineEdit &editor, const QModelIndex &celda) = 0;
-    /// Writes what was typed. @return false, after telling why, when it is still pending in the line.
+    /// Writes what was typed. @return false, after telling why, when it stays in the cell, to be tried again.
     virtual bool GuardaEdicion(QLineEdit &editor, const QModelIndex &celda) = 0;
     /// The editor has closed; what is still pending is given up.
     virtual void TerminaEdicion() = 0;

@@ -1,18 +1,16 @@
 #include "dbcontrols/CommandIcons.h"
 #include "host/Arranque.h"
 #include "host/AsistenteOficina.h"
+#include "host/Aspecto.h"
 #include "host/Capturas.h"
 #include "host/Opciones.h"
 #include "host/VentanaOficina.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
-#include <QtCore/QLibraryInfo>
-#include <QtCore/QLocale>
 #include <QtCore/QSettings>
 #include <QtCore/QStandardPaths>
 #include <QtCore/QTimer>
-#include <QtCore/QTranslator>
 #include <QtGui/QIcon>
 #include <QtWidgets/QApplication>
 
@@ -20,17 +18,6 @@
 
 namespace
 {
-
-void PonAspecto(QTranslator &traduccion)
-{
-    // By name, so that widths are the same everywhere; where it is missing its metric twin takes its place.
-    QFont letra(QStringLiteral("Arial"));
-    letra.setPointSize(9);
-    QApplication::setFont(letra);
-    QLocale::setDefault(QLocale(QStringLiteral("es_ES")));
-    if (traduccion.load(QStringLiteral("qtbase_es"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
-        QCoreApplication::installTranslator(&traduccion);
-}
 
 QString FicheroDelUsuario()
 {
@@ -127,8 +114,7 @@ int main(int argc, char *argv[])
     QGuiApplication::setDesktopFileName(QStringLiteral("oficina-agenda"));
     QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("oficina-agenda"),
                                                  dbcontrols::commandIcon(dbcontrols::CommandIcon::edit)));
-    QTranslator traduccion;
-    PonAspecto(traduccion);
+    const TAspecto aspecto;
     TLineaLeida leida = LeeOpciones(QCoreApplication::arguments());
     if (!leida.Opciones) {
         // Never a box: whoever starts the program from a script would wait for it for ever.

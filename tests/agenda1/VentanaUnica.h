@@ -7,6 +7,7 @@
 #include <QtCore/QTimer>
 #include <QtGui/QAction>
 #include <QtGui/QInputMethodEvent>
+#include <QtTest/QSignalSpy>
 #include <QtTest/QTest>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QLabel>
@@ -80,6 +81,16 @@ protected:
             }
             QCoreApplication::processEvents();
         }
+    }
+    /// Lets a timer of the window fire now, and returns once what it does has been done.
+    static void dispara(QTimer &reloj)
+    {
+        ASSERT_TRUE(reloj.isActive());
+        const int periodo = reloj.interval();
+        QSignalSpy hecho(&reloj, &QTimer::timeout); // told after the window, which was there first
+        reloj.setInterval(0);
+        EXPECT_TRUE(hecho.wait()) << "the timer has not fired";
+        reloj.setInterval(periodo);
     }
     void pulsa(const char *boton) const
     {

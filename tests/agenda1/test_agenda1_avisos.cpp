@@ -45,12 +45,7 @@ TEST_F(AvisosUnicaTest, ComeWithTheRefreshOfTwoNotaries)
     ajustes("0910", "30", {"Ana Núñez", "Benito Ruiz"});
     linea({Dia, "09:00", "Firma"});
     enVentana([&] {
-        auto &reloj = pieza<QTimer>("Timer1");
-        const auto refresca = [&reloj] {
-            reloj.setInterval(1);
-            QTest::qWait(30);
-            reloj.setInterval(15000);
-        };
+        const auto refresca = [&reloj = pieza<QTimer>("Timer1")] { dispara(reloj); };
         aviso.descubre(motor->Tabla());
         esperaAviso(refresca);
         refresca();

@@ -19,6 +19,7 @@
 #include <QtWidgets/QDialog>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
+#include <QtWidgets/QPlainTextEdit>
 
 #include <fstream>
 
@@ -117,6 +118,18 @@ protected:
     {
         return rejilla().model()->index(fila, columna).data().toString();
     }
+    /// What a program that heeds no locks does to the first line of the first notary.
+    void escribeSinBloqueo(int lugar, const char *bytes) const
+    {
+        std::fstream fichero(oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF",
+                             std::ios::in | std::ios::out | std::ios::binary);
+        char cabecera[12];
+        fichero.read(cabecera, sizeof cabecera);
+        const int largo =
+            static_cast<unsigned char>(cabecera[8]) + 256 * static_cast<unsigned char>(cabecera[9]);
+        fichero.seekp(largo + lugar);
+        fichero << bytes;
+    }
     void refresca()
     {
         ventana->findChild<QTimer *>("Reloj")->setInterval(1);
@@ -201,17 +214,9 @@ TEST_F(ConjuntaTest, ALineHeldOrChangedElsewhereIsNotWrittenOver)
 TEST_F(ConjuntaTest, WhatCannotBeWrittenStaysInTheCell)
 {
     abre();
+    const auto detalle = [this] { return ventana->findChild<QPlainTextEdit *>("Detalle")->toPlainText(); };
     teclea("Poder");
-    {
-        std::fstream fichero(oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF",
-                             std::ios::in | std::ios::out | std::ios::binary);
-        char cabecera[12];
-        fichero.read(cabecera, sizeof cabecera);
-        const int largo =
-            static_cast<unsigned char>(cabecera[8]) + 256 * static_cast<unsigned char>(cabecera[9]);
-        fichero.seekp(largo + 1 + 8 + 5); // behind the mark, FECHA and HORA
-        fichero << "AJENO";
-    }
+    escribeSinBloqueo(1 + 8 + 5, "AJENO"); // behind the mark, FECHA and HORA
     oficina.Mensaje.espera(
         {QStringLiteral(
              "No se ha podido guardar la cita de las 09:00.\nOtro puesto ha cambiado la línea mientras "
@@ -222,9 +227,48 @@ TEST_F(ConjuntaTest, WhatCannotBeWrittenStaysInTheCell)
     tecla(Qt::Key_Return);
     ASSERT_TRUE(rejilla().EstaEditando());
     EXPECT_EQ(qobject_cast<QLineEdit *>(QApplication::focusWidget())->text(), "Poder");
+    EXPECT_TRUE(detalle().contains("AJENO")) << "what the next Enter writes over is seen";
     tecla(Qt::Key_Escape);
     EXPECT_FALSE(rejilla().EstaEditando());
     EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 AJENO N");
+}
+
+// Enter again: the rest of the line is as the other program has it.
+TEST_F(ConjuntaTest, WhatIsTriedAgainGoesIntoTheLineAsItIsByNow)
+{
+    abre();
+    teclea("Poder");
+    escribeSinBloqueo(1 + 8 + 5 + 254 + 20 + 100, "AJENO"); // behind INTERESADO
+    oficina.Mensaje.espera(
+        {QStringLiteral(
+             "No se ha podido guardar la cita de las 09:00.\nOtro puesto ha cambiado la línea mientras "
+             "tanto\n\n"
+             "Lo que ha escrito sigue en la celda: pulse Intro para volver a intentarlo o Esc para "
+             "dejarlo."),
+         Atencion});
+    tecla(Qt::Key_Return);
+    ASSERT_TRUE(rejilla().EstaEditando());
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !oficina.Mensaje.pendientes(); }));
+    tecla(Qt::Key_Return);
+    EXPECT_FALSE(rejilla().EstaEditando());
+    EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 Poder N");
+    EXPECT_EQ(celda(0, Oficial), "AJENO");
+}
+
+// It needs no second line of the clerk's: what he typed is told.
+TEST_F(ConjuntaTest, WhatWasTypedIntoALineThatHasGoneIsTold)
+{
+    abre();
+    teclea("Poder");
+    escribeSinBloqueo(0, "*");
+    oficina.Mensaje.espera(
+        {QStringLiteral("No se ha podido guardar la cita de las 09:00.\n"
+                        "Otro puesto ha borrado la línea mientras tanto\n\nHabía escrito:\nPoder"),
+         Atencion});
+    tecla(Qt::Key_Return);
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !oficina.Mensaje.pendientes(); }));
+    EXPECT_FALSE(rejilla().EstaEditando());
+    EXPECT_EQ(oficina.dia(1, Dia), QStringList{"10:00  N"});
 }
 
 TEST_F(ConjuntaTest, ASlotIsMadeAndDeletedInEveryTable)
@@ -453,6 +497,33 @@ TEST_F(ConjuntaTest, LinesOfOthersComeByThemselvesAndTheCellStays)
 }
 
 #if defined(Q_OS_LINUX)
+// Not even the line can be had again: what was typed waits in the cell until it can.
+TEST_F(ConjuntaTest, WhatIsTypedWaitsInTheCellForAServerThatDoesNotAnswer)
+{
+    namespace filecalls = driver::filecalls;
+    filecalls::watch(oficina.carpetaDe("NOTARIO1"), false);
+    abre();
+    teclea("Poder");
+    filecalls::fail(filecalls::Fault{filecalls::Call::lock, 1, EIO, true, false});
+    for (int veces = 0; veces < 2; ++veces) {
+        oficina.Mensaje.espera(
+            {QStringLiteral("No se ha podido guardar la cita de las 09:00.\nNo se puede bloquear el fichero: "
+                            "Input/output error\n\nLo que ha escrito sigue en la celda: pulse Intro para "
+                            "volver a intentarlo o Esc para dejarlo."),
+             Atencion});
+        tecla(Qt::Key_Return);
+        EXPECT_TRUE(QTest::qWaitFor([this] { return !oficina.Mensaje.pendientes(); }));
+        ASSERT_TRUE(rejilla().EstaEditando());
+    }
+    filecalls::fail({});
+    tecla(Qt::Key_Return);
+    EXPECT_FALSE(rejilla().EstaEditando());
+    EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 Poder N");
+    ventana.reset();
+    motor.reset();
+    filecalls::unwatch();
+}
+
 // What a table finds in the middle of a working day reaches the clerk once the cell is closed, and only once.
 TEST_F(ConjuntaTest, NoticesOfATableAreToldOnce)
 {
