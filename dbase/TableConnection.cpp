@@ -266,8 +266,8 @@ Status TableImpl::mendAfterOthers()
     m_indexRewritten = true;
     if (status.ok())
         status = checkpoint(false);
-    if (status.kind() == ErrorKind::locked)
-        return status;
+    if (status.kind() == ErrorKind::locked || status.kind() == ErrorKind::full)
+        return status; // to be tried again
     if (!status.ok())
         return failure(ErrorKind::inputOutput, status.text());
     // A header that was set back is written last: nothing of the table was written late.

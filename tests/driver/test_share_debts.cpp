@@ -234,6 +234,7 @@ TEST(Debts, ThatCannotBePaidAreNotTriedAtEveryLook)
         static_cast<void>(one->table().refresh().ok());
         under.push_back(filecalls::roundTripsUnderLock());
     }
+    EXPECT_EQ(one.give(3, "v7").kind(), dbase::ErrorKind::full) << "nothing of that change has been begun";
     filecalls::fail({});
     int tries = 0;
     for (const int trips : under) {
