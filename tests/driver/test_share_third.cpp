@@ -155,8 +155,7 @@ TEST(Third, AnOpeningThatIsLateBringsNoOldValueBack)
                 if (one.isOpen())
                     static_cast<void>(one.table().refresh().ok());
                 if (others) {
-                    EXPECT_TRUE(valueOf(*two, 1) == "v1" ||
-                                (one.isOpen() && !one.table().notice().empty()))
+                    EXPECT_TRUE(valueOf(*two, 1) == "v1" || (one.isOpen() && !one.table().notice().empty()))
                         << valueOf(*two, 1);
                 }
             }
@@ -234,8 +233,7 @@ TEST(Third, ALineThatAnotherOneHasLockedMeanwhileIsNotChanged)
     ASSERT_TRUE(two->table().beginGroup().ok() && two.give(2, "v8").ok());
     one.sit();
     std::optional<dbase::RecordLock> held;
-    filecalls::fail(
-        lateCall(Call::lock, 2, std::chrono::seconds(1), [] { filecalls::renewSession(1); }));
+    filecalls::fail(lateCall(Call::lock, 2, std::chrono::seconds(1), [] { filecalls::renewSession(1); }));
     filecalls::beforeLockOfJournal([&] {     // the old files are given up
         filecalls::beforeLockOfJournal([&] { // the new ones are there
             two.sit();
@@ -387,6 +385,55 @@ TEST(Third, BeingAloneThatCouldNotBeGivenBackDoesNotStandInTheWay)
         EXPECT_TRUE(status.ok()) << status.message() << " after "
                                  << std::chrono::duration_cast<std::chrono::milliseconds>(took).count();
     }
+}
+
+/// One is late with a line, and the journal's header is that of a third one, who was late, too: what lies
+/// beneath the line is put right all the same, or who was late with it is told to look.
+TEST(Third, ALateLineBehindAThirdOnesLateHeaderIsNotPassedOver)
+{
+    Office office(Share::smb, Plant::none, true);
+    office.both();
+    Desk three(office, 3);
+    Desk two(office, 2);
+    Desk one(office, 1);
+    EXPECT_TRUE(one.give(1, "N").ok());
+    bool others = false;
+    filecalls::fail(lateCall(Call::write, 2, longAway, [&] {
+        filecalls::loseLocks(1);
+        two.sit();
+        static_cast<void>(two.give(2, "v8").ok()); // finishes what was begun
+        static_cast<void>(two->table().refresh().ok());
+        others = valueOf(two, 1) == "S" && two.give(1, "N2").ok();
+        Fault inner = lateCall(Call::write, 3, longAway, [&] {
+            filecalls::loseLocks(3);
+            two.sit();
+            EXPECT_TRUE(giveForSure(two, 2, "v9") && two.give(2, "v10").ok());
+            EXPECT_TRUE(two->table().beginGroup().ok()); // some work
+            three.sit();
+        });
+        inner.workstation = 3;
+        filecalls::fail(inner);
+        three.sit();
+        static_cast<void>(three.give(3, "v11").ok());
+        EXPECT_TRUE(filecalls::faultMet());
+        filecalls::fail({});
+        two.sit();
+        two->table().dropGroup();
+        one.sit();
+    }));
+    one.sit();
+    const auto status = one.give(1, "S");
+    filecalls::fail({});
+    EXPECT_TRUE(others);
+    for (int look = 0; look < 3; ++look) {
+        for (Desk *desk : {&one, &three}) {
+            filecalls::passTime(std::chrono::seconds(20));
+            desk->sit();
+            static_cast<void>((*desk)->table().refresh().ok());
+        }
+    }
+    EXPECT_TRUE(valueOf(two, 1) == "N2" || !one->table().notice().empty())
+        << valueOf(two, 1) << ", told: " << (status.ok() ? "ok" : status.message());
 }
 
 } // namespace
