@@ -13,7 +13,10 @@ File::File(std::unique_ptr<Native> native)
     : m_native(std::move(native))
 {
 }
-File::File() = default;
+File::File()
+    : m_native(std::make_unique<Native>())
+{
+}
 File::File(File &&other) noexcept = default;
 File &File::operator=(File &&other) noexcept = default;
 File::~File() = default;

@@ -24,6 +24,7 @@ constexpr std::uint32_t onDiskBit = 4;
 constexpr std::size_t commitFixed = 32;
 constexpr std::size_t commitSumAt = 24;
 constexpr std::size_t changeFixed = 8;
+constexpr std::size_t linkLength = 8;
 
 constexpr std::size_t sumStep = 8;
 using SumTables = std::array<std::array<std::uint32_t, 256>, sumStep>;
@@ -67,6 +68,16 @@ std::uint32_t commitSum(std::span<const std::uint8_t> bytes)
     constexpr std::array<std::uint8_t, 4> zero{};
     const std::uint32_t front = checkSum(bytes.first(commitSumAt));
     return checkSum(bytes.subspan(commitSumAt + zero.size()), checkSum(zero, front));
+}
+
+/// The link that stands behind a commit in its last sector; 0 when none does.
+std::uint32_t linkBehind(std::span<const std::uint8_t> bytes, std::size_t size)
+{
+    const std::size_t end =
+        std::min(bytes.size(), (size + journalSector - 1) / journalSector * journalSector);
+    if (end < size + linkLength || get32(&bytes[size]) != ~get32(&bytes[size + 4]))
+        return 0;
+    return get32(&bytes[size]);
 }
 
 bool begins(std::span<const std::uint8_t> bytes, const std::array<std::uint8_t, 4> &magic)
@@ -149,8 +160,11 @@ void encodeCommit(const Commit &commit, std::size_t recordLength, std::vector<st
     put64(&out[8], commit.number);
     put32(&out[16], commit.recordCount);
     put32(&out[20], static_cast<std::uint32_t>(commit.changes.size()));
-    put16(&out[28], static_cast<std::uint16_t>(recordLength));
-    put16(&out[30], static_cast<std::uint16_t>(commit.follows));
+    put32(&out[28], static_cast<std::uint32_t>(recordLength));
+    if (commit.follows != 0 && out.size() - size >= linkLength) {
+        put32(&out[size], commit.follows);
+        put32(&out[size + 4], ~commit.follows);
+    }
     std::size_t at = commitFixed;
     for (const RecordChange &change : commit.changes) {
         put32(&out[at], change.number);
@@ -172,8 +186,7 @@ std::uint64_t numberOfCommit(std::span<const std::uint8_t> bytes)
 
 std::uint32_t linkOf(std::span<const std::uint8_t> bytes)
 {
-    const std::uint32_t sum = get32(&bytes[commitSumAt]);
-    return std::max<std::uint32_t>((sum ^ (sum >> 16U)) & 0xFFFFU, 1);
+    return std::max<std::uint32_t>(get32(&bytes[commitSumAt]), 1);
 }
 
 bool mayBeCommit(std::span<const std::uint8_t> bytes, std::uint64_t number)
@@ -187,12 +200,13 @@ std::optional<Commit> decodeCommit(std::span<const std::uint8_t> bytes, std::uin
     if (!mayBeCommit(bytes, number))
         return {};
     const std::size_t size = get32(&bytes[4]);
-    if (size < commitFixed || size > bytes.size() || get16(&bytes[28]) != recordLength)
+    if (size < commitFixed || size > bytes.size() || get32(&bytes[28]) != recordLength)
         return {};
+    const std::uint32_t follows = linkBehind(bytes, size);
     bytes = bytes.first(size);
     if (get32(&bytes[commitSumAt]) != commitSum(bytes))
         return {};
-    Commit commit{number, get32(&bytes[16]), {}, get16(&bytes[30])};
+    Commit commit{number, get32(&bytes[16]), {}, follows};
     const std::uint32_t changes = get32(&bytes[20]);
     std::size_t at = commitFixed;
     for (std::uint32_t i = 0; i < changes; ++i) {

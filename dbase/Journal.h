@@ -32,12 +32,14 @@
 //       16    4  records of the table afterwards
 //       20    4  number of changes
 //       24    4  check sum of the whole with this field 0
-//       28    2  bytes of a record
-//       30    2  link of the commit in front, 0 when it is not known
+//       28    4  bytes of a record
 //       32   ..  changes: record number (4), 0 = new, 1 = changed (4), the record before (changed only),
 //       after
 //
-// A commit's link is made of its check sum. It tells a commit that was written late, over another of the same
+// Behind them, where the last sector has room: link of the commit in front (4), and the same with all bits
+// turned (4).
+//
+// A commit's link is its check sum. It tells a commit that was written late, over another of the same
 // number, from the one that the others have gone on from.
 //
 // A commit counts when its check sum is right and its number follows the one in front. It is written and
@@ -114,7 +116,7 @@ void encodeCommit(const Commit &commit, std::size_t recordLength, std::vector<st
 /// The number of what begins there, if it is a commit; 0 when it is none. Not to be believed without
 /// decoding.
 [[nodiscard]] std::uint64_t numberOfCommit(std::span<const std::uint8_t> bytes);
-/// What tells a commit from others of the same number: 1 to 65,535.
+/// What tells a commit from others of the same number; never 0.
 /// @param bytes  as encodeCommit() has made them.
 [[nodiscard]] std::uint32_t linkOf(std::span<const std::uint8_t> bytes);
 /// Whether something of that number begins there; cheap, and to be looked at closer when true.

@@ -64,12 +64,24 @@ Status TableImpl::update(RecordNumber number, std::span<const std::uint8_t> befo
 {
     Status status = reconnect(); // before a line of a file is locked that is about to be closed
     if (status.ok())
-        status = checkWritable(after.size());
+        status = updateNow(number, before, after);
+    if (status.kind() != ErrorKind::locked || !wantsReconnecting())
+        return status;
+    status = reconnect();
+    return status.ok() ? updateNow(number, before, after) : status;
+}
+
+Status TableImpl::updateNow(RecordNumber number, std::span<const std::uint8_t> before,
+                            std::span<const std::uint8_t> after)
+{
+    Status status = checkWritable(after.size());
     RangeLock record;
     if (status.ok() && number <= header.recordCount)
         status = checkNotLockedElsewhere(number, record);
-    if (status.ok())
+    if (status.ok()) {
+        const FlagGuard holding(m_holdsLine);
         status = beginChange();
+    }
     if (!status.ok())
         return status;
     std::vector<std::uint8_t> present(header.recordLength);
@@ -286,14 +298,15 @@ Status TableImpl::apply(const Commit &commit)
         if (alone.ok() && !alone.value() && &step == std::begin(steps))
             return verdictOfOthers(commit);
         if (m_remote && !(alone.ok() && alone.value()))
-            m_owed = Owed{commit.number, commit};
+            owe(commit.number, commit);
         if (alone.ok() && !alone.value()) {
             const Status mended = mendAfterOthers();
             return mended.ok() ? mended : Status(ErrorKind::inputOutput, mended.text(), name);
         }
+        m_wroteHeaderLast = m_wroteHeaderLast && &step == std::end(steps) - 1;
         const Status status = alone.ok() ? step() : alone.status();
         if (m_remote && !status.ok())
-            m_owed = Owed{commit.number, commit};
+            owe(commit.number, commit);
         if (!status.ok())
             return {ErrorKind::inputOutput, status.text(), name}; // whatever it was, the commit is half done
     }

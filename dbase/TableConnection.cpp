@@ -13,7 +13,7 @@ namespace dbase
 namespace
 {
 
-constexpr auto pauseBeforeReconnecting = std::chrono::seconds(1);
+constexpr auto pauseBeforeReconnecting = std::chrono::milliseconds(1000);
 constexpr auto lastingTrouble = std::chrono::seconds(10);
 constexpr auto timeToForget = std::chrono::milliseconds(1200);
 
@@ -34,16 +34,25 @@ Status TableImpl::mayWriteOn()
     const auto alone = stillAlone();
     if (alone.ok() && alone.value()) {
         m_hasWritten = true; // as it is about to
+        m_wroteHeaderLast = false;
         return {};
     }
-    if (m_hasWritten && !m_owed)
-        m_owed = Owed{since, {}};
+    if (m_hasWritten)
+        owe(since, {});
     if (!alone.ok())
         return alone.status();
     // A mend during which others have written is not begun again on top of itself: they would be kept out for
     // as long as the line is slow. It stays owed.
     const Status status = m_owed && !m_mends ? mendAfterOthers() : Status();
     return status.ok() ? failure(ErrorKind::locked, std::string(writersRefusal)) : status;
+}
+
+/// Notes that what was written last may lie over something newer. An older debt stays the one.
+/// @param own  the commit under way, which takes its place.
+void TableImpl::owe(std::uint64_t since, std::optional<Commit> own)
+{
+    if (!m_owed || own)
+        m_owed = Owed{since, std::move(own), m_wroteHeaderLast};
 }
 
 /// Whether nobody can have written since the change locks were taken. Who has held them for long, over a
@@ -69,6 +78,7 @@ Result<bool> TableImpl::stillAlone()
     if (const Status status = checkPlace(); !status.ok())
         return status;
     const JournalHeaderBytes known = m_stateBytes;
+    const bool wasSetBack = m_isSetBack;
     const auto unfinished = lookAtJournal();
     if (!unfinished.ok())
         return unfinished.status();
@@ -79,7 +89,7 @@ Result<bool> TableImpl::stillAlone()
             return others.ok() ? Result<bool>(false) : others.status();
     }
     // What a dead one had left when the locks were taken is no news.
-    if (m_stateBytes != known || (unfinished.value() && !m_foundUnfinished))
+    if (m_stateBytes != known || m_isSetBack != wasSetBack || (unfinished.value() && !m_foundUnfinished))
         return false;
     return headerIsAsKnown();
 }
@@ -167,7 +177,8 @@ Result<TableImpl::KnownCommits> TableImpl::commitsKnownSince(std::uint64_t since
     KnownCommits known{std::move(kept).value(), std::move(found).value(), false};
     const std::uint64_t from = std::max(since, m_state.past.knownFrom);
     const std::uint64_t last = m_state.base + known.inJournal.commits.size();
-    known.areAll = from == since && m_state.tail <= journalSize && last >= m_state.applied;
+    known.areAll =
+        from == since && since <= last + 1 && m_state.tail <= journalSize && last >= m_state.applied;
     std::erase_if(known.all,
                   [&](const Commit &one) { return one.number < from || one.number > m_state.base; });
     for (const Commit &one : known.inJournal.commits) {
@@ -237,7 +248,7 @@ Status TableImpl::verdictOfOthers(const Commit &commit)
 Status TableImpl::mendAfterOthers()
 {
     const FlagGuard mending(m_mends);
-    const bool isSetBack = m_isSetBack;
+    const bool isSetBack = m_isSetBack && m_owed->wroteHeaderLast;
     dropStagedIndex();
     Status status = takeIndexLock();
     const auto cut = status.ok() ? isCutBack() : status;
@@ -248,7 +259,9 @@ Status TableImpl::mendAfterOthers()
         return known.status();
     std::vector<Commit> commits = std::move(known.value().all);
     const FoundCommits &found = known.value().inJournal;
-    const bool isFinished = !m_owed->own || std::ranges::find(commits, *m_owed->own) != commits.end();
+    const bool isFinished = !m_owed->own || std::ranges::any_of(commits, [this](const Commit &one) {
+        return one.number == m_owed->own->number && one.changes == m_owed->own->changes;
+    });
     if (!isFinished && known.value().areAll)
         commits.insert(commits.begin(), *m_owed->own);
     status = found.commits.empty() ? Status() : bringToDisk(found);
@@ -307,6 +320,7 @@ void TableImpl::payInPassing()
 {
     constexpr auto shortestPause = std::chrono::seconds(1);
     constexpr auto longestPause = std::chrono::seconds(30);
+    takeOverOwed();
     const auto now = std::chrono::steady_clock::now();
     if (!m_owed || m_held != Held::nothing || now < m_payNext)
         return;
@@ -335,11 +349,13 @@ void TableImpl::payBeforeLeaving()
         return;
     OwedTables &all = owedTables();
     const std::lock_guard guard(all.mutex);
-    all.owed[std::filesystem::absolute(path)] = *std::exchange(m_owed, {});
+    all.owed.emplace(std::filesystem::absolute(path), *std::exchange(m_owed, {}));
 }
 
 void TableImpl::takeOverOwed()
 {
+    if (m_owed || readOnly || !m_remote)
+        return;
     OwedTables &all = owedTables();
     const std::lock_guard guard(all.mutex);
     if (auto left = all.owed.extract(std::filesystem::absolute(path)))
@@ -349,12 +365,28 @@ void TableImpl::takeOverOwed()
 // ---------------------------------------------------------------------------------------------------------------------
 // Files whose calls have failed
 
+bool TableImpl::hasFailed() const
+{
+    return !m_poison.ok() || m_dbf.isInDoubt() || m_journal.isInDoubt() ||
+           (m_mdx && m_mdx->file().isInDoubt());
+}
+
 /// After a session has been renewed as well: what the system has locked twice keeps others out until the
 /// files are closed.
 bool TableImpl::isInDoubt() const
 {
-    return m_dbf.isInDoubt() || m_journal.isInDoubt() || (m_mdx && m_mdx->file().isInDoubt()) ||
-           (m_remote && m_openedIn != sessionsRenewed());
+    return hasFailed() || (m_remote && m_openedIn != sessionsRenewed());
+}
+
+/// Whether the files are to be opened anew now. Renewals are counted for the whole machine: where another
+/// server's come again and again, these files are opened anew more and more seldom.
+bool TableImpl::wantsReconnecting() const
+{
+    if (!m_remote || !m_opened || m_isAlone || m_holdsLine || m_held != Held::nothing || !isInDoubt())
+        return false;
+    const auto pause =
+        hasFailed() ? pauseBeforeReconnecting : std::max(m_renewalPause, pauseBeforeReconnecting);
+    return !m_reconnected || std::chrono::steady_clock::now() - *m_reconnected >= pause;
 }
 
 /// On a share, after calls that failed: the files are opened anew, as if the table had been closed and
@@ -363,16 +395,20 @@ bool TableImpl::isInDoubt() const
 /// @return why the table cannot be used for now.
 Status TableImpl::reconnect()
 {
-    if (!m_remote || !m_opened || m_isAlone || m_held != Held::nothing || (m_poison.ok() && !isInDoubt()))
+    constexpr auto longestPause = std::chrono::milliseconds(60'000);
+    if (!wantsReconnecting())
         return m_poison;
     const auto now = std::chrono::steady_clock::now();
     const auto since = m_reconnected ? now - *m_reconnected : std::chrono::steady_clock::duration::max();
-    if (since < pauseBeforeReconnecting)
-        return m_poison;
     m_reconnected = now;
+    const bool isAgain = since < lastingTrouble || since < 2 * m_renewalPause;
+    m_renewalPause = isAgain && !hasFailed()
+                         ? std::min(2 * std::max(m_renewalPause, pauseBeforeReconnecting), longestPause)
+                         : std::chrono::milliseconds(0);
     // Once is mostly enough. A system that has the files still open for a moment after they were closed would
     // hand out what was to be got rid of.
-    const Status status = openAnew(since < lastingTrouble ? timeToForget : std::chrono::milliseconds(0));
+    const Status status =
+        openAnew(hasFailed() && since < lastingTrouble ? timeToForget : std::chrono::milliseconds(0));
     m_poison = status.ok() ? status
                            : failure(ErrorKind::inputOutput,
                                      "no se llega a la tabla (" + status.text() + "); se volverá a intentar");
@@ -392,10 +428,8 @@ Status TableImpl::openAnew(std::chrono::milliseconds pause)
     m_mdx.reset();
     // Presence passes from the old file to the new one: after a server's return all come at once, and who
     // found nobody there would put the whole table in order while the others wait.
-    File old = std::move(m_journal);
-    if (wasPresent)
-        old.unlock(gateOffset, 1); // which may not have been given back
-    else
+    File old = std::exchange(m_journal, File());
+    if (!wasPresent || old.isInDoubt()) // it may hold more than presence
         old.close();
     m_dbf.close();
     if (pause.count() > 0)
@@ -415,8 +449,10 @@ Status TableImpl::openAnew(std::chrono::milliseconds pause)
         status = failure(ErrorKind::damaged, "en su lugar hay otra");
     if (status.ok())
         status = needTags();
-    if (!status.ok())
+    if (!status.ok()) {
+        m_presence.release(); // whoever is alone with the files puts them in order
         return status;
+    }
     m_structure.reset();
     for (const RecordNumber number : lines) {
         // One that somebody else has by now is lost; what he writes is found when the line is to be written.

@@ -254,7 +254,9 @@ private:
     // TableConnection.cpp
     Status reconnect();
     Status openAnew(std::chrono::milliseconds pause);
+    [[nodiscard]] bool hasFailed() const;
     [[nodiscard]] bool isInDoubt() const;
+    [[nodiscard]] bool wantsReconnecting() const;
     [[nodiscard]] bool locksAreTrusted() const;
     Result<bool> stillAlone();
     Result<bool> headerIsAsKnown();
@@ -262,6 +264,7 @@ private:
     Status mayWriteOn();
     Status verdictOfOthers(const Commit &commit);
     Status mendAfterOthers();
+    void owe(std::uint64_t since, std::optional<Commit> own);
     Status giveUpOwed();
     void payInPassing();
     void payBeforeLeaving();
@@ -272,6 +275,8 @@ private:
     Result<KnownCommits> commitsKnownSince(std::uint64_t since);
     // TableChange.cpp
     Status checkWritable(std::size_t recordSize) const;
+    Status updateNow(RecordNumber number, std::span<const std::uint8_t> before,
+                     std::span<const std::uint8_t> after);
     Status commit(Commit &commit);
     void dropStagedIndex();
     Status refusedLock(const Status &status);
@@ -388,11 +393,12 @@ private:
     struct Owed {
         std::uint64_t since = 0; ///< number of the first commit that it may lie over
         std::optional<Commit> own;
+        bool wroteHeaderLast = false; ///< nothing of the table was written late
     };
     std::optional<Owed> m_owed;
     struct OwedTables {
         std::mutex mutex; ///< tables are opened on several threads
-        std::map<std::filesystem::path, Owed> owed;
+        std::multimap<std::filesystem::path, Owed> owed;
     };
     static OwedTables &owedTables();
     std::chrono::steady_clock::time_point m_payNext; ///< before that no look tries to pay
@@ -400,6 +406,7 @@ private:
     std::optional<TableHeader> m_structure; ///< as it was opened, while the files cannot be opened anew
     bool m_mends = false;                   ///< what is owed, just now
     bool m_hasWritten = false;              ///< or is about to, under the change locks that are held
+    bool m_wroteHeaderLast = false;         ///< of the journal
     bool m_foundUnfinished = false;         ///< a dead one's commit stood in the journal when they were taken
     bool m_isSetBack = false;               ///< the journal's header is older than the commits in it
     std::uint64_t m_underWay = 0;           ///< number of the commit that is written under these locks
@@ -426,6 +433,8 @@ private:
     std::uint64_t m_askedIn = 0;            ///< before a lock was last asked for,
     std::uint64_t m_lockedIn = 0;           ///< and before the change locks were taken; on a share
     std::optional<std::chrono::steady_clock::time_point> m_reconnected; ///< when it was last tried
+    std::chrono::milliseconds m_renewalPause{0}; ///< between reopenings for renewals alone
+    bool m_holdsLine = false;        ///< a line's lock that would go with the file, and nobody would know
     std::uint64_t m_refusedAsOf = 0; ///< last commit when a lock was first refused
     std::chrono::steady_clock::time_point m_refusedSince;
     std::optional<std::uint64_t> m_indexAsOf; ///< commit whose index the kept blocks are

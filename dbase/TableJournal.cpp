@@ -67,12 +67,12 @@ Status TableImpl::writeState(const JournalHeader &state)
     const auto bytes = encodeJournalHeader(state);
     const std::uint64_t since = m_state.base + 1;
     m_hasWritten = true;
+    m_wroteHeaderLast = true;
     if (const Status status = m_journal.writeAt(0, bytes); !status.ok()) {
         // Late it may have come over that of others, and the old one must not.
         if (locksAreTrusted())
             return m_journal.writeAt(0, m_stateBytes).ok() ? status : poison(status);
-        if (!m_owed)
-            m_owed = Owed{since, {}};
+        owe(since, {});
         return poison(status);
     }
     m_state = state;
@@ -165,8 +165,8 @@ Status TableImpl::writeCommit(File &journal, std::span<const std::uint8_t> bytes
     const std::vector<std::uint8_t> nothing(journalSector, 0);
     const bool undone =
         status.kind() == ErrorKind::full && locksAreTrusted() && journal.writeAt(m_state.tail, nothing).ok();
-    if (!undone && m_remote && !m_owed)
-        m_owed = Owed{m_state.base + 1, {}};
+    if (!undone && m_remote)
+        owe(m_state.base + 1, {});
     return undone ? status : poison(status);
 }
 
@@ -248,6 +248,7 @@ Result<TableImpl::FoundCommits> TableImpl::commitsFrom(std::uint64_t from, std::
 {
     FoundCommits found{from, {}, {}, after == m_state.applied ? m_state.lastLink : 0U};
     std::size_t lastAt = 0; // where the last one found begins
+    std::uint32_t linkBefore = 0;
     bool isAll = false;
     const auto readOn = [&](std::size_t size) {
         const std::size_t had = found.bytes.size();
@@ -268,14 +269,16 @@ Result<TableImpl::FoundCommits> TableImpl::commitsFrom(std::uint64_t from, std::
         if (one && one->follows != 0 && found.lastLink != 0 && one->follows != found.lastLink) {
             if (!found.commits.empty()) { // the one in front lies over that which was followed
                 found.commits.pop_back();
+                found.lastLink = linkBefore;
                 at = lastAt;
             }
             break;
         }
         if (one) {
-            found.lastLink = linkOf(rest);
-            if (number == m_state.applied && m_state.lastLink != 0 && found.lastLink != m_state.lastLink)
+            const std::uint32_t link = linkOf(rest);
+            if (number == m_state.applied && m_state.lastLink != 0 && link != m_state.lastLink)
                 break; // it lies over the one that is done
+            linkBefore = std::exchange(found.lastLink, link);
             lastAt = at;
             at += (commitSize(*one) + journalSector - 1) / journalSector * journalSector;
             found.commits.push_back(std::move(*one));
@@ -292,13 +295,14 @@ Result<TableImpl::FoundCommits> TableImpl::commitsFrom(std::uint64_t from, std::
 }
 
 /// That commits can be read does not mean that they are on disk: a cut while they are done again must find
-/// them there, and the header in front of them.
+/// them there, and the header in front of them. On a share they are, and what was written late would lie over
+/// what others have written since.
 Status TableImpl::bringToDisk(const FoundCommits &found)
 {
     Status status = mayWriteOn();
-    if (status.ok())
+    if (status.ok() && !m_remote)
         status = m_journal.writeAt(0, m_stateBytes);
-    if (status.ok())
+    if (status.ok() && !m_remote)
         status = m_journal.writeAt(found.from, found.bytes);
     return status.ok() ? m_journal.sync() : status;
 }

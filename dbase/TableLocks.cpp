@@ -77,8 +77,8 @@ Result<RangeLock> TableImpl::waitForLock(File &file, std::uint64_t offset, std::
             deadline = now + patience(timeout);
         // Files of a session that has ended may hold on the server what they ask for: they are opened anew
         // first.
-        const bool isOfOldSession = m_remote && m_opened && m_held == Held::nothing &&
-                                    offset >= headerLockOffset && m_askedIn != m_openedIn;
+        const bool isOfOldSession = m_remote && &file != &m_journal && offset >= headerLockOffset &&
+                                    m_askedIn != m_openedIn && wantsReconnecting() && !m_holdsLine;
         if (now >= *deadline || isOfOldSession)
             return failure(ErrorKind::locked, std::string(refusal));
         pauseBetweenTries();
@@ -210,9 +210,12 @@ Status TableImpl::beginRead()
         const std::uint64_t at = m_mdx ? headerLockOffset : headerLockOffset + 1;
         auto lock =
             waitForLock(readLockFile(), at, 1, File::LockKind::shared, options.lockTimeout, writersRefusal);
-        if (!lock.ok() && isInDoubt() && reconnect().ok())
+        if (!lock.ok() && wantsReconnecting()) {
+            if (const Status status = reconnect(); !status.ok())
+                return status;
             lock = waitForLock(readLockFile(), at, 1, File::LockKind::shared, options.lockTimeout,
                                writersRefusal);
+        }
         if (!lock.ok())
             return lock.status();
         const auto unfinished = lookAtJournal();
@@ -289,8 +292,11 @@ Status TableImpl::beginChange(bool adding)
                            options.lockTimeout, writersRefusal);
     };
     auto table = lock();
-    if (!table.ok() && isInDoubt() && reconnect().ok())
+    if (!table.ok() && wantsReconnecting()) {
+        if (const Status status = reconnect(); !status.ok())
+            return status;
         table = lock();
+    }
     if (!table.ok())
         return refusedLock(table.status());
     m_dbfLock = std::move(table).value();
@@ -311,9 +317,14 @@ Status TableImpl::beginChange(bool adding)
     m_foundUnfinished = unfinished.ok() && unfinished.value();
     if (status.ok())
         status = unfinished.status();
-    if (status.ok() && m_owed)
+    bool isUnfinished = m_foundUnfinished;
+    if (status.ok() && m_owed) {
         status = mendWhatIsOwed();
-    else if (status.ok() && unfinished.value())
+        const auto left = status.ok() ? lookAtJournal() : status; // which is not what it was
+        status = left.status();
+        isUnfinished = left.ok() && left.value();
+    }
+    if (status.ok() && isUnfinished)
         status = finishDeadCommits();
     m_foundUnfinished = false;
     if (status.ok() && needsCount(adding))

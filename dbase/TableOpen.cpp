@@ -90,10 +90,10 @@ std::filesystem::path TableImpl::sibling(const char *extension) const
 
 Status TableImpl::open()
 {
-    takeOverOwed();
     Status status = openFiles();
     if (!status.ok())
         return status;
+    takeOverOwed();
     if (const auto look = lookAtFile(); look.ok())
         noteStamp(look.value().stamp);
     m_seenCommit = m_state.applied;

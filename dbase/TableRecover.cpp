@@ -120,6 +120,14 @@ Status TableImpl::recover()
     }
     if (const Status locked = lockOutOthers(); !locked.ok())
         return locked;
+    if (m_remote && state) {
+        const auto first = firstInJournal();
+        if (!first.ok()) {
+            endChange();
+            return first.status();
+        }
+        noteFirst(first.value());
+    }
     const auto last = replayJournal(state.has_value());
     Status status = last.status();
     if (status.ok())

@@ -79,8 +79,8 @@ struct State {
     std::chrono::milliseconds tripTime{0};
     int trips = 0;
     int tripsUnderLock = 0;
-    int tableHolder = -1; ///< handle
-    int renewals = 0;     ///< of sessions
+    int tableHolder = -1;        ///< handle
+    std::map<int, int> renewals; ///< of the sessions of each workstation
 };
 
 State &state()
@@ -346,9 +346,10 @@ int openCounts()
 {
     if (isNfs() || filecalls::planted() == Plant::renewalsNotTold)
         return refuse(ENOENT);
+    const int renewals = state().renewals[state().workstation];
     const std::string text = "Resources in use\nCIFS Session: 1\nShare (unique mount targets): 2\n\n" +
-                             std::to_string(state().renewals) + " session " +
-                             std::to_string(2 * state().renewals) + " share reconnects\n";
+                             std::to_string(renewals) + " session " + std::to_string(2 * renewals) +
+                             " share reconnects\n";
     const int descriptor = ::memfd_create("counts", MFD_CLOEXEC);
     static_cast<void>(REAL(pwrite)(descriptor, text.data(), text.size(), 0));
     return descriptor;
@@ -554,7 +555,7 @@ void renewSession(int workstation, bool refusesHere)
 {
     if (share::isNfs())
         return;
-    ++state().renewals;
+    ++state().renewals[workstation];
     for (auto &[descriptor, handle] : state().handles) {
         if (handle.workstation != workstation)
             continue;

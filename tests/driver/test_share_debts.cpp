@@ -178,6 +178,7 @@ TEST(Debts, NumbersDoNotGoBackWhereAJournalIsEmptiedForAnotherProgram)
         Office office(Share::smb, Plant::none, true);
         Desk two(office, 2, false);
         Desk one(office, 1, false);
+        two.sit();
         EXPECT_TRUE(two.give(2, "v5").ok());
         one.sit();
         for (int look = 0; look < 3; ++look) {
