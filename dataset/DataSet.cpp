@@ -229,8 +229,10 @@ bool DataSet::goToBookmark(Bookmark bookmark)
 {
     const Operation operation(*d);
     d->finishEditing();
-    if (d->hasLeft(bookmark) || !d->goTo(bookmark))
+    // Read once: between two looks others may move the line out of the range.
+    if (bookmark == 0 || !d->store->read(bookmark, d->incoming) || d->hasLeft(bookmark))
         return false;
+    d->arriveAt(bookmark);
     d->bof = d->eof = false;
     return true;
 }

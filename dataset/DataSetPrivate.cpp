@@ -176,8 +176,7 @@ bool DataSetPrivate::wasInRange() const
 bool DataSetPrivate::hasLeft(Bookmark which)
 {
     // Rows that are to be collected anew may hold a line that this set itself has written elsewhere.
-    if (!ranged || !rows || rowsStale || rows->rowOf(which) < 0 || !store->read(which, incoming) ||
-        isInRange(which, incoming))
+    if (!ranged || !rows || rowsStale || rows->rowOf(which) < 0 || isInRange(which, incoming))
         return false;
     newsPending = true; // others have written, whether or not the files have said so yet
     return true;

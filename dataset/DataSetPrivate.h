@@ -64,7 +64,7 @@ public:
     [[nodiscard]] bool isInRange(Bookmark which, const Record &candidate) const;
     /// Whether the current record has been among the rows until now, as far as they have been looked at.
     [[nodiscard]] bool wasInRange() const;
-    /// Whether a line that is among the rows stands outside the range by now.
+    /// Whether a line that is among the rows, and read into `incoming`, stands outside the range by now.
     [[nodiscard]] bool hasLeft(Bookmark which);
     [[nodiscard]] bool recordHas(const Record &candidate, const QList<KeyPart> &parts) const;
     std::optional<Place> search(const KeyBounds &bounds) const;
