@@ -174,6 +174,16 @@ TEST_F(FailingRanges, ALineThatIsMovedWhileOneGoesToItIsNoneOfTheDay)
             moveTo(day(1));
     }
     EXPECT_GT(number, 2) << "nothing has been tried";
+    // Not either where what was being typed is stored on the way.
+    rangeOfDay(*table, day(1));
+    table->last();
+    table->edit();
+    table->field(u"CONCEPTO").setText("typed");
+    ASSERT_TRUE(other->goToBookmark(line));
+    moveTo(day(2));
+    table->setCurrentRow(table->rowOf(line));
+    EXPECT_EQ(concept_(*table), "typed");
+    EXPECT_EQ(table->currentRow(), 1);
 }
 
 TEST_F(FailingRanges, ALineThatComesBackIsShownAsItIs)
