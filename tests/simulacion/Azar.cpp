@@ -73,14 +73,17 @@ TPaso TGuion::Siguiente(const QList<TRespuesta> &puestos, int numero, bool bloqu
 
 void TGuion::Percance(TPaso &paso)
 {
-    if (!m_azar.UnaDe(10))
+    // Another day is read from one table after the other, and several lines are written one after the other:
+    // these can be left half done.
+    const bool porPartes =
+        LlevaAOtroDia(paso) || paso.Verbo == TVerbo::eligeDia || paso.Verbo == TVerbo::responde;
+    if (!m_azar.UnaDe(porPartes ? 4 : 10))
         return;
     paso.Percance = static_cast<TPercance>(Elige({{static_cast<int>(TPercance::lenta), 5},
-                                                  {static_cast<int>(TPercance::falla), 3},
-                                                  {static_cast<int>(TPercance::muere), 2}}));
+                                                  {static_cast<int>(TPercance::falla), porPartes ? 9 : 3},
+                                                  {static_cast<int>(TPercance::muere), porPartes ? 4 : 2}}));
     paso.Llamada = 1 + m_azar.Hasta(m_azar.UnaDe(2) ? 5 : 40);
-    if (paso.Verbo != TVerbo::campo)
-        paso.C = m_azar.Hasta(5);
+    paso.C = Elige({{alLeer, 4}, {alProyectar, 1}, {alAbrir, 1}, {alBloquear, 3}, {alReservar, 1}});
 }
 
 TPaso TGuion::DelOtro(const QList<TRespuesta> &puestos, int numero, bool bloqueado)
@@ -144,10 +147,10 @@ void TGuion::EnVentana(TPaso &paso, const TPantalla &pantalla, int numero)
                         {borrar, 7},
                         {salida, 4},
                         {ausente, 1},
-                        {sincronizar, 2},
+                        {sincronizar, 3},
                         {anterior, 3},
                         {siguiente, 3},
-                        {buscarDia, 3},
+                        {buscarDia, 6},
                         {copiar, 4},
                         {mover, 8},
                         {imprimirDia, 2},

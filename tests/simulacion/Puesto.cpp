@@ -282,7 +282,7 @@ void TPuesto::Prepara(const TPaso &paso)
     case TPercance::falla:
         percance.error = EIO;
         percance.call = std::array{Llamada::read, Llamada::map, Llamada::open, Llamada::lock,
-                                   Llamada::reserve}[static_cast<std::size_t>(paso.C % 5)];
+                                   Llamada::reserve}[static_cast<std::size_t>(paso.C) % 5]; // as TLlamada
         if (percance.call == Llamada::reserve)
             percance.error = ENOSPC;
         calls::fail(percance);
@@ -498,7 +498,10 @@ bool TPuesto::HazEnFicha(const TPaso &paso)
 
 bool TPuesto::Tic()
 {
-    return m_ventana && QMetaObject::invokeMethod(m_ventana->findChild<QTimer *>(QStringLiteral("Timer1")),
+    if (!m_ventana)
+        return false;
+    m_ventana->statusBar()->clearMessage(); // what an earlier refresh failed in is told for seconds
+    return QMetaObject::invokeMethod(m_ventana->findChild<QTimer *>(QStringLiteral("Timer1")),
                                                   "timeout", Qt::DirectConnection);
 }
 
@@ -564,8 +567,9 @@ void TPuesto::MiraFicha(TPantalla &pantalla)
     pantalla.EnFicha = {pantalla.Actual,
                         {ComoClave(texto("MEFecha")), texto("MEHora"), concepto, texto("EInteresado"),
                          ficha->findChild<QComboBox *>(QStringLiteral("DBCBOficial"))->currentText()}};
-    if (pantalla.FichaEditando)
-        pantalla.Pendiente += u'|' + pantalla.EnFicha.Linea.EnTexto();
+    if (pantalla.FichaEditando) // also the line's own party, which stays where a name is typed that nobody has
+        pantalla.Pendiente += u'|' + pantalla.EnFicha.Linea.EnTexto() + u'|' +
+                              m_ventana->GetDatosAgendaN()->field(u"INTERESADO").asText();
 }
 
 void EjecutaPuesto(const QString &carpeta, int descriptor)
