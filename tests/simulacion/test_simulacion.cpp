@@ -1,7 +1,7 @@
 // The simulation itself: the same seed is the same day, days go well, and a planted fault is found.
 
 #include "tests/simulacion/Faltas.h"
-#include "tests/simulacion/Recorte.h"
+#include "tests/simulacion/Jornada.h"
 
 #include <gtest/gtest.h>
 
@@ -104,7 +104,7 @@ TEST_F(Simulacion, AFailingDayIsCutShort)
     for (quint64 semilla = 1; !resultado.Fallo && semilla < 40; ++semilla)
         resultado = TJornada::Corre(semilla, PasosDelDia, Puestos);
     ASSERT_TRUE(resultado.Fallo);
-    const TResultado corta = Recorta(resultado, Puestos, 200);
+    const TResultado corta = TJornada::Recorta(resultado, Puestos, 200);
     ASSERT_TRUE(corta.Fallo);
     EXPECT_EQ(corta.Fallo->Regla, resultado.Fallo->Regla);
     EXPECT_LE(corta.Pasos.size(), 4) << "a date field that is emptied, and a digit";
