@@ -24,7 +24,7 @@ int TGuion::Sortea(std::initializer_list<int> queYCuanto)
     int total = 0;
     for (const int *una = queYCuanto.begin(); una != queYCuanto.end(); una += 2)
         total += una[1];
-    int tirada = m_azar.Hasta(total);
+    int tirada = m_azar.Hasta(qMax(1, total));
     const int *una = queYCuanto.begin();
     while ((tirada -= una[1]) >= 0)
         una += 2;

@@ -301,7 +301,7 @@ TVeredicto TJornada::CierraPuesto(quint8 puesto)
 
 void PreparaProcesos()
 {
-    TProceso{QString()};
+    const TProceso primero{QString()};
     struct sigaction termina = {};
     termina.sa_handler = [](int senal) { g_senal = senal; };
     termina.sa_flags = static_cast<int>(SA_RESETHAND); // the second time at once
