@@ -23,7 +23,7 @@ void TBorrador::Empieza(DataSet &tabla)
     m_linea = tabla.bookmark();
     m_antes = ValoresDe(tabla);
     m_tecleado = m_antes;
-    m_enEspera = false;
+    m_enEspera = m_haCambiado = false;
 }
 
 void TBorrador::Guarda(DataSet &tabla)
@@ -42,8 +42,9 @@ TBorrador::TLugar TBorrador::Recupera(DataSet &tabla, const TComienzos &comienzo
     try {
         if (tabla.isEditing()) // moving away from what is only held would write it
             CancelaSinPreguntar(tabla);
-        m_enEspera = false;
+        m_enEspera = m_haCambiado = false;
         if (!m_nueva && tabla.goToBookmark(m_linea) && comienzos.Modifica()) {
+            m_haCambiado = ValoresDe(tabla) != m_antes;
             Escribe(tabla, true);
             return TLugar::suLinea;
         }

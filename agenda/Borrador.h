@@ -36,6 +36,8 @@ public:
     [[nodiscard]] TLugar Recupera(dataset::DataSet &tabla, const TComienzos &comienzos);
     /// Whether what was typed is only held: before it can be accepted, Recupera has to find its line free.
     [[nodiscard]] bool EnEspera() const { return m_enEspera; }
+    /// Whether others had written into its line when it was last taken up again.
+    [[nodiscard]] bool HaCambiado() const { return m_haCambiado; }
     /// Whether it was typed into a line that the table does not have yet.
     [[nodiscard]] bool EsNueva() const { return m_nueva; }
     /// Value of a field as it was typed last.
@@ -48,6 +50,7 @@ private:
 
     bool m_nueva = true;
     bool m_enEspera = false;
+    bool m_haCambiado = false;
     dataset::Bookmark m_linea = 0;
     QVariantList m_antes;
     QVariantList m_tecleado;

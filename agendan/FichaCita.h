@@ -117,6 +117,7 @@ private:
     void EmpiezaEdicion();
     void Acepta();
     TBorrador::TLugar VuelveAEscribir();
+    TRespuesta VuelveASuLinea();
     void RecuperaLoTecleado(const QString &causa);
     [[nodiscard]] QList<TLineaAgenda> LineasHasta(const TLineaAgenda &cita, const QString &horaFin) const;
     TRespuesta TomaParaRellenar(const TLineaAgenda &linea);

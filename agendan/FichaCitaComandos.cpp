@@ -129,8 +129,8 @@ void TFFichaCitas::Acepta()
 {
     DataSet &tabla = Tabla();
     m_borrador.Guarda(tabla);
-    const bool enSuLinea = !m_borrador.EnEspera() || VuelveAEscribir() == TBorrador::TLugar::suLinea;
-    const TRespuesta aceptada = enSuLinea ? m_motor->AceptarAgendaN() : TRespuesta::Fallo(m_causaDeEspera);
+    const TRespuesta enSuLinea = m_borrador.EnEspera() ? VuelveASuLinea() : TRespuesta(true);
+    const TRespuesta aceptada = enSuLinea ? m_motor->AceptarAgendaN() : enSuLinea;
     if (!aceptada) {
         RecuperaLoTecleado(aceptada.Causa());
         return;
@@ -163,6 +163,16 @@ TBorrador::TLugar TFFichaCitas::VuelveAEscribir()
         return bool(enEdicion);
     };
     return m_borrador.Recupera(Tabla(), {modifica, anade});
+}
+
+/// What has waited goes into its line, unless that is another one by now: the clerk is to see it first.
+TRespuesta TFFichaCitas::VuelveASuLinea()
+{
+    if (VuelveAEscribir() != TBorrador::TLugar::suLinea)
+        return TRespuesta::Fallo(m_causaDeEspera);
+    if (m_borrador.HaCambiado())
+        return TRespuesta::Fallo(QStringLiteral("Otro puesto ha cambiado la línea mientras tanto"));
+    return true;
 }
 
 void TFFichaCitas::RecuperaLoTecleado(const QString &causa)

@@ -228,9 +228,18 @@ Bookmark DataSet::bookmark() const
 bool DataSet::goToBookmark(Bookmark bookmark)
 {
     const Operation operation(*d);
+    // Asked first: what is posted on the way has the rows collected anew. What is being typed may itself lead
+    // its line out of the range.
+    const bool shown = d->isRow(bookmark) && !(isEditing() && bookmark == d->number);
     d->finishEditing();
-    if (d->hasLeft(bookmark) || !d->goTo(bookmark))
+    // Read once: between two looks others may move the line out of the range.
+    if (bookmark == 0 || !d->store->read(bookmark, d->incoming))
         return false;
+    if (shown && !d->isInRange(bookmark, d->incoming)) {
+        d->newsPending = true; // others have written, whether or not the files have said so yet
+        return false;
+    }
+    d->arriveAt(bookmark);
     d->bof = d->eof = false;
     return true;
 }

@@ -173,14 +173,9 @@ bool DataSetPrivate::wasInRange() const
     return isInRange(number, record) || (rows && !rowsStale && rows->rowOf(number) >= 0);
 }
 
-bool DataSetPrivate::hasLeft(Bookmark which)
+bool DataSetPrivate::isRow(Bookmark which) const
 {
-    // Rows that are to be collected anew may hold a line that this set itself has written elsewhere.
-    if (!ranged || !rows || rowsStale || rows->rowOf(which) < 0 || !store->read(which, incoming) ||
-        isInRange(which, incoming))
-        return false;
-    newsPending = true; // others have written, whether or not the files have said so yet
-    return true;
+    return ranged && rows && !rowsStale && rows->rowOf(which) >= 0;
 }
 
 bool DataSetPrivate::recordHas(const Record &candidate, const QList<KeyPart> &parts) const

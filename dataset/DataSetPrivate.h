@@ -64,8 +64,9 @@ public:
     [[nodiscard]] bool isInRange(Bookmark which, const Record &candidate) const;
     /// Whether the current record has been among the rows until now, as far as they have been looked at.
     [[nodiscard]] bool wasInRange() const;
-    /// Whether a line that is among the rows stands outside the range by now.
-    [[nodiscard]] bool hasLeft(Bookmark which);
+    /// Whether a line is among the rows of a range; false while they are to be collected anew, since they may
+    /// hold a line then that this set itself has written elsewhere.
+    [[nodiscard]] bool isRow(Bookmark which) const;
     [[nodiscard]] bool recordHas(const Record &candidate, const QList<KeyPart> &parts) const;
     std::optional<Place> search(const KeyBounds &bounds) const;
 

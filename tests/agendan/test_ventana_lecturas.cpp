@@ -5,6 +5,8 @@
 #include "tests/driver/FileCalls.h"
 #include "tests/support/InformesDePrueba.h"
 
+#include <QtWidgets/QPlainTextEdit>
+
 #include <cerrno>
 
 namespace
@@ -67,30 +69,41 @@ protected:
         teclea(dia.toString("ddMMyyyy"));
         tecla(Qt::Key_Tab);
     }
-    /// A new appointment of Thursday on the real card, copied onto the lines up to an hour.
-    void rellenaElJueves()
+    /// Works on the real card, and closes it.
+    void enFicha(TOperacion operacion, const char *orden, const std::function<void(QWidget &)> &trabajo)
     {
-        esperaFicha(TOperacion::nuevo, [](TClassAgendaN &suMotor) {
-            QTimer::singleShot(0, qApp, [] {
+        esperaFicha(operacion, [&](TClassAgendaN &suMotor) {
+            QTimer::singleShot(0, qApp, [&] {
                 QWidget *const abierta = QApplication::activeModalWidget();
                 ASSERT_TRUE(abierta && QTest::qWaitForWindowActive(abierta));
                 QCoreApplication::processEvents();
-                const auto escribe = [abierta](const char *campo, const QString &texto) {
-                    auto *const edicion = abierta->findChild<QLineEdit *>(campo);
-                    edicion->setFocus();
-                    edicion->selectAll();
-                    QTest::keyClicks(edicion, texto);
-                };
-                escribe("MEFecha", Jueves.toString("ddMMyyyy"));
-                escribe("MEHora", "0930");
-                escribe("MEHoraFin", "1100");
-                QTest::mouseClick(abierta->findChild<QAbstractButton *>("BAceptar"), Qt::LeftButton);
-                QCoreApplication::processEvents();
+                trabajo(*abierta);
                 abierta->close(); // and gives up what could not be stored
             });
-            TVistasAgendaN().MuestraFichaCitas(suMotor, TOperacion::nuevo, nullptr);
+            TVistasAgendaN().MuestraFichaCitas(suMotor, operacion, nullptr);
         });
-        comando("ANuevo");
+        comando(orden);
+    }
+    static void acepta(QWidget &abierta)
+    {
+        QTest::mouseClick(abierta.findChild<QAbstractButton *>("BAceptar"), Qt::LeftButton);
+        QCoreApplication::processEvents();
+    }
+    /// A new appointment of Thursday, copied onto the lines up to an hour.
+    void rellenaElJueves()
+    {
+        enFicha(TOperacion::nuevo, "ANuevo", [](QWidget &abierta) {
+            const auto escribe = [&abierta](const char *campo, const QString &texto) {
+                auto *const edicion = abierta.findChild<QLineEdit *>(campo);
+                edicion->setFocus();
+                edicion->selectAll();
+                QTest::keyClicks(edicion, texto);
+            };
+            escribe("MEFecha", Jueves.toString("ddMMyyyy"));
+            escribe("MEHora", "0930");
+            escribe("MEHoraFin", "1100");
+            acepta(abierta);
+        });
     }
     /// @param sinLectura  what has not been read is shown blank.
     void compruebaLaPantalla(bool sinLectura) const
@@ -162,6 +175,44 @@ TEST_F(LecturasTest, FailAtAnyMomentAndLeaveATrueScreen)
             EXPECT_GT(negadas, 0) << caso.que << ": nothing has been tried";
         }
     });
+}
+
+TEST_F(LecturasTest, WhatWaitsOnTheCardIsNotWrittenOverWhatNobodyHasSeen)
+{
+    const auto otro = oficina.agenda(1);
+    const auto primera = [&] { return oficina.dia(1, Lunes).value(0); };
+    int esperas = 0;
+    const auto trabaja = [&](QWidget &abierta, int numero) {
+        auto *const concepto = abierta.findChild<QPlainTextEdit *>("DBMConcepto");
+        concepto->setFocus();
+        concepto->selectAll();
+        QTest::keyClicks(concepto, "Mia");
+        otro->beginGroup(); // it cannot be stored, and at some call not be taken up again either
+        filecalls::fail(filecalls::Fault{filecalls::Call::lock, numero, EIO, false, false});
+        acepta(abierta);
+        filecalls::fail({});
+        otro->dropGroup();
+        if (motor->TablaActual().state() != dataset::DataSet::State::insert)
+            return;
+        ++esperas;
+        otro->refresh();
+        otro->edit();
+        otro->field(u"CONCEPTO").setText("Suya");
+        otro->post();
+        mensajes.Textos.clear();
+        acepta(abierta);
+        EXPECT_EQ(primera(), "09:00 Suya N");
+        EXPECT_TRUE(mensajes.Textos.value(0).contains("Otro puesto ha cambiado la línea mientras tanto"));
+        EXPECT_EQ(concepto->toPlainText(), "Mia");
+        acepta(abierta);
+        EXPECT_EQ(primera(), "09:00 Mia N");
+    };
+    enVentana([&] {
+        escribeFecha(Lunes);
+        for (int numero = 1; numero <= 20 && esperas == 0; ++numero)
+            enFicha(TOperacion::modificar, "AModificar", [&](QWidget &abierta) { trabaja(abierta, numero); });
+    });
+    EXPECT_EQ(esperas, 1) << "nothing has been tried";
 }
 
 } // namespace

@@ -146,6 +146,46 @@ TEST_F(FailingRanges, WhatOthersWriteDuringARefreshIsSeenWholeOrNotYet)
     EXPECT_GT(written, 10);
 }
 
+TEST_F(FailingRanges, ALineThatIsMovedWhileOneGoesToItIsNoneOfTheDay)
+{
+    const auto other = shared.opened();
+    const Bookmark line = other->bookmark();
+    const auto moveTo = [&](const QDate &date) {
+        other->edit(EditOf::fresh);
+        other->field(u"FECHA").setDate(date);
+        other->post();
+    };
+    bool met = true;
+    int number = 1;
+    for (; met; ++number) {
+        rangeOfDay(*table, day(1));
+        table->last();
+        addLine(*other, day(3), "09:00", "news"); // so that the table is looked at
+        ASSERT_TRUE(other->goToBookmark(line));
+        filecalls::Fault slow{filecalls::Call::read, number};
+        slow.late = std::chrono::seconds(1);
+        slow.meanwhile = [&] { moveTo(day(2)); };
+        filecalls::fail(slow);
+        const bool there = table->goToBookmark(line);
+        met = filecalls::faultMet();
+        filecalls::fail({});
+        EXPECT_EQ(table->field(u"FECHA").asDate(), day(1)) << there << ", call " << number;
+        if (met)
+            moveTo(day(1));
+    }
+    EXPECT_GT(number, 2) << "nothing has been tried";
+    // Not either where what was being typed is stored on the way.
+    rangeOfDay(*table, day(1));
+    table->last();
+    table->edit();
+    table->field(u"CONCEPTO").setText("typed");
+    ASSERT_TRUE(other->goToBookmark(line));
+    moveTo(day(2));
+    table->setCurrentRow(table->rowOf(line));
+    EXPECT_EQ(concept_(*table), "typed");
+    EXPECT_EQ(table->currentRow(), 1);
+}
+
 TEST_F(FailingRanges, ALineThatComesBackIsShownAsItIs)
 {
     const auto other = shared.opened();

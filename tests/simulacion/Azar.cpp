@@ -19,17 +19,16 @@ int TAzar::Hasta(int limite)
     return static_cast<int>(Siguiente() % static_cast<quint64>(limite));
 }
 
-int TGuion::Elige(TPesos pesos)
+int TGuion::Sortea(std::initializer_list<int> queYCuanto)
 {
     int total = 0;
-    for (const auto &[que, peso] : pesos)
-        total += peso;
-    int tirada = m_azar.Hasta(total);
-    for (const auto &[que, peso] : pesos) {
-        if ((tirada -= peso) < 0)
-            return que;
-    }
-    return pesos.begin()->first;
+    for (const int *una = queYCuanto.begin(); una != queYCuanto.end(); una += 2)
+        total += una[1];
+    int tirada = m_azar.Hasta(qMax(1, total));
+    const int *una = queYCuanto.begin();
+    while ((tirada -= una[1]) >= 0)
+        una += 2;
+    return *una;
 }
 
 TPaso TGuion::Siguiente(const QList<TRespuesta> &puestos, int numero, bool bloqueado)
@@ -73,14 +72,16 @@ TPaso TGuion::Siguiente(const QList<TRespuesta> &puestos, int numero, bool bloqu
 
 void TGuion::Percance(TPaso &paso)
 {
-    if (!m_azar.UnaDe(10))
+    // Another day is read from one table after the other, and several lines are written one after the other:
+    // these can be left half done.
+    const bool porPartes =
+        LlevaAOtroDia(paso) || paso.Verbo == TVerbo::eligeDia || paso.Verbo == TVerbo::responde;
+    if (!m_azar.UnaDe(porPartes ? 4 : 10))
         return;
-    paso.Percance = static_cast<TPercance>(Elige({{static_cast<int>(TPercance::lenta), 5},
-                                                  {static_cast<int>(TPercance::falla), 3},
-                                                  {static_cast<int>(TPercance::muere), 2}}));
+    paso.Percance =
+        Elige(TPercance::lenta, 5, TPercance::falla, porPartes ? 9 : 3, TPercance::muere, porPartes ? 4 : 2);
     paso.Llamada = 1 + m_azar.Hasta(m_azar.UnaDe(2) ? 5 : 40);
-    if (paso.Verbo != TVerbo::campo)
-        paso.C = m_azar.Hasta(5);
+    paso.C = Elige(alLeer, 4, alProyectar, 1, alAbrir, 1, alBloquear, 3, alReservar, 1);
 }
 
 TPaso TGuion::DelOtro(const QList<TRespuesta> &puestos, int numero, bool bloqueado)
@@ -101,13 +102,8 @@ TPaso TGuion::DelOtro(const QList<TRespuesta> &puestos, int numero, bool bloquea
         paso.Verbo = TVerbo::suelta;
         return paso;
     }
-    paso.Verbo = static_cast<TVerbo>(Elige({{static_cast<int>(TVerbo::otroCambia), 10},
-                                            {static_cast<int>(TVerbo::otroMueve), 7},
-                                            {static_cast<int>(TVerbo::otraHora), 4},
-                                            {static_cast<int>(TVerbo::otroBorra), 4},
-                                            {static_cast<int>(TVerbo::otroAnade), 3},
-                                            {static_cast<int>(TVerbo::bloqueaTabla), 1},
-                                            {static_cast<int>(TVerbo::bloqueaLinea), 2}}));
+    paso.Verbo = Elige(TVerbo::otroCambia, 10, TVerbo::otroMueve, 7, TVerbo::otraHora, 4, TVerbo::otroBorra,
+                       4, TVerbo::otroAnade, 3, TVerbo::bloqueaTabla, 1, TVerbo::bloqueaLinea, 2);
     paso.C = paso.Verbo == TVerbo::otroMueve || paso.Verbo == TVerbo::otraHora ? m_azar.Hasta(6) : numero;
     return paso;
 }
@@ -115,43 +111,19 @@ TPaso TGuion::DelOtro(const QList<TRespuesta> &puestos, int numero, bool bloquea
 void TGuion::EnVentana(TPaso &paso, const TPantalla &pantalla, int numero)
 {
     const int filas = qMax(1, static_cast<int>(pantalla.Filas.size()));
-    paso.Verbo = static_cast<TVerbo>(Elige({{static_cast<int>(TVerbo::tecla), 24},
-                                            {static_cast<int>(TVerbo::texto), 14},
-                                            {static_cast<int>(TVerbo::accion), 30},
-                                            {static_cast<int>(TVerbo::clic), 16},
-                                            {static_cast<int>(TVerbo::pestana), 5},
-                                            {static_cast<int>(TVerbo::fecha), 6},
-                                            {static_cast<int>(TVerbo::memo), 3},
-                                            {static_cast<int>(TVerbo::tic), 10}}));
+    paso.Verbo = Elige(TVerbo::tecla, 24, TVerbo::texto, 14, TVerbo::accion, 30, TVerbo::clic, 16,
+                       TVerbo::pestana, 5, TVerbo::fecha, 6, TVerbo::memo, 3, TVerbo::tic, 10);
     switch (paso.Verbo) {
     case TVerbo::tecla:
-        paso.A = pantalla.Editando ? Elige({{intro, 8}, {arriba, 2}, {abajo, 2}, {escape, 1}, {tabulador, 1}})
-                                   : Elige({{arriba, 6},
-                                            {abajo, 8},
-                                            {intro, 3},
-                                            {escape, pantalla.Editor ? 2 : 0},
-                                            {tabulador, 2},
-                                            {suprimir, 4},
-                                            {insertar, 3},
-                                            {espacio, 4},
-                                            {borraTexto, 1},
-                                            {cifra, 2}});
+        paso.A = pantalla.Editando
+                     ? Elige(intro, 8, arriba, 2, abajo, 2, escape, 1, tabulador, 1)
+                     : Elige(arriba, 6, abajo, 8, intro, 3, escape, pantalla.Editor ? 2 : 0, tabulador, 2,
+                             suprimir, 4, insertar, 3, espacio, 4, borraTexto, 1, cifra, 2);
         break;
     case TVerbo::accion:
-        paso.A = Elige({{nuevo, 4},
-                        {modificar, 5},
-                        {detalles, 2},
-                        {borrar, 7},
-                        {salida, 4},
-                        {ausente, 1},
-                        {sincronizar, 2},
-                        {anterior, 3},
-                        {siguiente, 3},
-                        {buscarDia, 3},
-                        {copiar, 4},
-                        {mover, 8},
-                        {imprimirDia, 2},
-                        {imprimirSemana, 1}});
+        paso.A = Elige(nuevo, 4, modificar, 5, detalles, 2, borrar, 7, salida, 4, ausente, 1, sincronizar, 3,
+                       anterior, 3, siguiente, 3, buscarDia, 6, copiar, 4, mover, 8, imprimirDia, 2,
+                       imprimirSemana, 1);
         break;
     case TVerbo::clic:
         paso.A = m_azar.Hasta(filas);
@@ -162,7 +134,7 @@ void TGuion::EnVentana(TPaso &paso, const TPantalla &pantalla, int numero)
         break;
     case TVerbo::fecha:
         paso.A = m_azar.Hasta(Dias);
-        paso.B = Elige({{entera, 8}, {aMedias, 1}, {trasBorrarTodo, 2}, {sinSalir, 2}});
+        paso.B = Elige(entera, 8, aMedias, 1, trasBorrarTodo, 2, sinSalir, 2);
         break;
     default:
         paso.A = numero;
@@ -173,28 +145,24 @@ void TGuion::EnVentana(TPaso &paso, const TPantalla &pantalla, int numero)
 void TGuion::EnFicha(TPaso &paso, const TPantalla &pantalla, int numero)
 {
     if (!pantalla.FichaEditando) {
-        paso.Verbo = static_cast<TVerbo>(Elige({{static_cast<int>(TVerbo::boton), 6},
-                                                {static_cast<int>(TVerbo::tecla), 3},
-                                                {static_cast<int>(TVerbo::tic), 1}}));
-        paso.A = paso.Verbo == TVerbo::boton
-                     ? Elige({{salir, 5}, {modificarFicha, 2}, {borrarFicha, 1}, {nuevoFicha, 1}})
-                     : Elige({{escape, 4}, {espacio, 2}, {suprimir, 1}, {insertar, 1}});
+        paso.Verbo = Elige(TVerbo::boton, 6, TVerbo::tecla, 3, TVerbo::tic, 1);
+        if (paso.Verbo == TVerbo::boton)
+            paso.A = Elige(salir, 5, modificarFicha, 2, borrarFicha, 1, nuevoFicha, 1);
+        else
+            paso.A = Elige(escape, 4, espacio, 2, suprimir, 1, insertar, 1);
         return;
     }
-    paso.Verbo = static_cast<TVerbo>(Elige({{static_cast<int>(TVerbo::campo), 8},
-                                            {static_cast<int>(TVerbo::boton), 5},
-                                            {static_cast<int>(TVerbo::tecla), 2},
-                                            {static_cast<int>(TVerbo::tic), 1}}));
+    paso.Verbo = Elige(TVerbo::campo, 8, TVerbo::boton, 5, TVerbo::tecla, 2, TVerbo::tic, 1);
     switch (paso.Verbo) {
     case TVerbo::campo:
-        paso.A = Elige({{enConcepto, 6}, {enHora, 2}, {enHoraFin, 4}, {enFecha, 2}, {enInteresado, 2}});
+        paso.A = Elige(enConcepto, 6, enHora, 2, enHoraFin, 4, enFecha, 2, enInteresado, 2);
         paso.B = paso.A == enConcepto ? numero : m_azar.Hasta(6);
         break;
     case TVerbo::boton:
-        paso.A = Elige({{aceptar, 6}, {cancelar, 1}});
+        paso.A = Elige(aceptar, 6, cancelar, 1);
         break;
     default:
-        paso.A = Elige({{intro, 3}, {tabulador, 3}, {escape, 1}, {borraTexto, 1}, {cifra, 1}});
+        paso.A = Elige(intro, 3, tabulador, 3, escape, 1, borraTexto, 1, cifra, 1);
         break;
     }
 }

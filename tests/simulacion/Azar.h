@@ -3,7 +3,6 @@
 #include "tests/simulacion/Mensajes.h"
 
 #include <initializer_list>
-#include <utility>
 
 namespace simulacion
 {
@@ -38,8 +37,12 @@ public:
     TPaso Siguiente(const QList<TRespuesta> &puestos, int numero, bool bloqueado);
 
 private:
-    using TPesos = std::initializer_list<std::pair<int, int>>;
-    int Elige(TPesos pesos); ///< first: what, second: how often
+    int Sortea(std::initializer_list<int> queYCuanto);
+    /// One of several; each of them is followed by how often.
+    template <class T, class... TMas> T Elige(T uno, TMas... mas)
+    {
+        return static_cast<T>(Sortea({static_cast<int>(uno), static_cast<int>(mas)...}));
+    }
     TPaso DelOtro(const QList<TRespuesta> &puestos, int numero, bool bloqueado);
     void EnVentana(TPaso &paso, const TPantalla &pantalla, int numero);
     void EnFicha(TPaso &paso, const TPantalla &pantalla, int numero);

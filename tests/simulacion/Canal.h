@@ -5,7 +5,6 @@
 #include <QtCore/QIODevice>
 
 #include <chrono>
-#include <optional>
 
 namespace simulacion
 {
@@ -14,6 +13,7 @@ namespace simulacion
 class TCanal
 {
 public:
+    static constexpr std::chrono::milliseconds Siempre{-1};
     explicit TCanal(int descriptor = -1)
         : m_descriptor(descriptor)
     {
@@ -28,8 +28,7 @@ public:
         return EscribeBytes(bytes);
     }
     enum class TLectura { leido, cerrado, tarde };
-    /// @param paciencia  none: for ever.
-    template <class T> TLectura Lee(T &mensaje, std::optional<std::chrono::milliseconds> paciencia = {}) const
+    template <class T> TLectura Lee(T &mensaje, std::chrono::milliseconds paciencia = Siempre) const
     {
         QByteArray bytes;
         const TLectura como = LeeBytes(bytes, paciencia);
@@ -41,8 +40,7 @@ public:
 
 private:
     [[nodiscard]] bool EscribeBytes(const QByteArray &bytes) const;
-    [[nodiscard]] TLectura LeeBytes(QByteArray &bytes,
-                                    std::optional<std::chrono::milliseconds> paciencia) const;
+    [[nodiscard]] TLectura LeeBytes(QByteArray &bytes, std::chrono::milliseconds paciencia) const;
     int m_descriptor;
 };
 

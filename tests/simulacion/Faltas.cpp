@@ -81,20 +81,12 @@ void DataSet::refresh()
         goToBookmark(antes);
 }
 
-bool DataSet::setRange(const Key &low, const Key &high)
+void DataSet::showAgain(const KeptView &view)
 {
-    static auto *const propia = Propia<bool(DataSet *, const Key &, const Key &)>(
-        "_ZN7dataset7DataSet8setRangeERK5QListINS_7KeyPartEES5_");
-    const Bookmark antes = bookmark();
-    try {
-        return propia(this, low, high);
-    } catch (const EDatabaseError &) {
-        if (Hay(TFalta::rangoAMedias)) {
-            propia(this, low, high); // the next reading succeeds
-            goToBookmark(antes);
-        }
-        throw;
-    }
+    static auto *const propia = Propia<void(DataSet *, const KeptView &)>(
+        "_ZN7dataset7DataSet9showAgainERKSt10shared_ptrIKNS_4ViewEE");
+    if (!Hay(TFalta::rangoAMedias) || !std::current_exception())
+        propia(this, view);
 }
 
 void DataSet::beginGroup()

@@ -15,7 +15,7 @@ enum class TFalta {
     celdaSinVer,   ///< what is typed into a cell replaces what a colleague has written there since
     rellenaSinVer, ///< the fill up to an end hour goes over what a colleague has written since
     sigueALaIda,   ///< a line that a colleague moves to another day stays the current one
-    rangoAMedias,  ///< a day that cannot be shown leaves its range behind
+    rangoAMedias,  ///< a day that cannot be shown leaves behind what its range has come to
     fechaVieja,    ///< the date field stays as it was when only some notaries could go to a day
     mascaraCorta,  ///< Ctrl+U makes a date shorter than its mask, and the next digit kills the program
     sinGrupo,      ///< several lines are several commits

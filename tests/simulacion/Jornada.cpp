@@ -5,12 +5,16 @@
 #include "tests/simulacion/Vocabulario.h"
 
 #include <algorithm>
+#include <csignal>
+#include <cstdlib>
 
 namespace simulacion
 {
 
 namespace
 {
+
+volatile std::sig_atomic_t g_senal = 0;
 
 constexpr int PasosParaCerrar = 40; ///< of one workstation; boxes, card and window do not need more
 
@@ -53,16 +57,20 @@ TJornada::~TJornada()
     std::filesystem::remove_all(m_carpeta, nada);
 }
 
-TResultado TJornada::Corre(quint64 semilla, int pasos, int puestos)
+TResultado TJornada::Vive(int puestos, QStringList *relato, const TSiguiente &siguiente)
 {
     TJornada jornada(puestos);
-    TAzar azar(semilla);
-    TGuion guion(azar);
+    jornada.m_relato = relato;
     TResultado resultado;
     resultado.Fallo = jornada.Abre();
-    for (int i = 0; i < pasos && !resultado.Fallo; ++i) {
-        resultado.Pasos << guion.Siguiente(jornada.Ultimas(), i, jornada.m_otro->Bloquea());
-        resultado.Fallo = jornada.Haz(resultado.Pasos.constLast());
+    while (!resultado.Fallo) {
+        const std::optional<TPaso> paso = siguiente(jornada, static_cast<int>(resultado.Pasos.size()));
+        if (!paso)
+            break;
+        resultado.Pasos << *paso;
+        if (relato)
+            *relato << EnPalabras(*paso);
+        resultado.Fallo = jornada.Haz(*paso);
     }
     if (!resultado.Fallo)
         resultado.Fallo = jornada.Cierra();
@@ -70,24 +78,45 @@ TResultado TJornada::Corre(quint64 semilla, int pasos, int puestos)
     return resultado;
 }
 
+TResultado TJornada::Corre(quint64 semilla, int pasos, int puestos)
+{
+    TAzar azar(semilla);
+    TGuion guion(azar);
+    return Vive(puestos, nullptr, [&](const TJornada &jornada, int hechos) -> std::optional<TPaso> {
+        if (hechos == pasos)
+            return {};
+        return guion.Siguiente(jornada.Ultimas(), hechos, jornada.m_otro->Bloquea());
+    });
+}
+
 TResultado TJornada::Repite(const TPasos &pasos, int puestos, QStringList *relato)
 {
-    TJornada jornada(puestos);
-    jornada.m_relato = relato;
-    TResultado resultado;
-    resultado.Fallo = jornada.Abre();
-    for (const TPaso &paso : pasos) {
-        if (resultado.Fallo)
-            break;
-        resultado.Pasos << paso;
-        if (relato)
-            *relato << EnPalabras(paso);
-        resultado.Fallo = jornada.Haz(paso);
+    return Vive(puestos, relato, [&](const TJornada &, int hechos) -> std::optional<TPaso> {
+        return hechos < pasos.size() ? std::optional(pasos.at(hechos)) : std::nullopt;
+    });
+}
+
+TResultado TJornada::Recorta(const TResultado &fallida, int puestos, int intentos)
+{
+    TResultado corta = fallida;
+    for (qsizetype trozo = corta.Pasos.size() / 2; trozo > 0 && intentos > 0;) {
+        bool quitado = false;
+        // From the end: what stands there is the least that the failure rests on.
+        for (qsizetype desde = corta.Pasos.size() - trozo; desde >= 0 && intentos > 0; desde -= trozo) {
+            TPasos pasos = corta.Pasos;
+            pasos.remove(desde, trozo);
+            --intentos;
+            const TResultado prueba = Repite(pasos, puestos);
+            if (prueba.Fallo && prueba.Fallo->EsComo(*fallida.Fallo)) {
+                corta = prueba;
+                quitado = true;
+                desde = qMin(desde, corta.Pasos.size());
+            }
+        }
+        if (!quitado || trozo > 1)
+            trozo /= 2;
     }
-    if (!resultado.Fallo)
-        resultado.Fallo = jornada.Cierra();
-    resultado.Cifras = jornada.m_cifras;
-    return resultado;
+    return corta;
 }
 
 QList<TRespuesta> TJornada::Ultimas() const
@@ -181,6 +210,8 @@ TVeredicto TJornada::Haz(TPaso paso)
 
 TVeredicto TJornada::HazEnPuesto(const TPaso &paso)
 {
+    if (g_senal != 0)
+        std::exit(128 + g_senal);
     TProceso &puesto = *m_puestos.at(paso.Puesto);
     const TEstado antes = puesto.Ultima().Estado;
     const bool dormido = antes == TEstado::muerto || antes == TEstado::cerrado;
@@ -270,7 +301,12 @@ TVeredicto TJornada::CierraPuesto(quint8 puesto)
 
 void PreparaProcesos()
 {
-    TProceso{QString()};
+    const TProceso primero{QString()};
+    struct sigaction termina = {};
+    termina.sa_handler = [](int senal) { g_senal = senal; };
+    termina.sa_flags = static_cast<int>(SA_RESETHAND); // the second time at once
+    ::sigaction(SIGINT, &termina, nullptr);
+    ::sigaction(SIGTERM, &termina, nullptr);
 }
 
 } // namespace simulacion

@@ -6,6 +6,7 @@
 #include "tests/simulacion/Proceso.h"
 
 #include <filesystem>
+#include <functional>
 
 namespace simulacion
 {
@@ -43,8 +44,14 @@ public:
     /// The same steps again; those that mean nothing any more do nothing.
     /// @param relato  takes what each step met, in words; may be null.
     static TResultado Repite(const TPasos &pasos, int puestos, QStringList *relato = nullptr);
+    /// Takes steps out of a failing run for as long as it goes on failing by the same rule.
+    /// @param intentos  how many runs that may cost. @return the shortest one found, with its failure.
+    [[nodiscard]] static TResultado Recorta(const TResultado &fallida, int puestos, int intentos);
 
 private:
+    /// The next step, after so many; none: the day ends.
+    using TSiguiente = std::function<std::optional<TPaso>(const TJornada &, int)>;
+    static TResultado Vive(int puestos, QStringList *relato, const TSiguiente &siguiente);
     TVeredicto Abre();
     TVeredicto Haz(TPaso paso);
     TVeredicto HazEnPuesto(const TPaso &paso);
@@ -65,7 +72,8 @@ private:
     QStringList *m_relato = nullptr;
 };
 
-/// The scheduler's process is ready to begin workstations; to be called before it opens a file.
+/// The scheduler's process is ready to begin workstations, and ends between two steps when it is interrupted,
+/// with its folders removed; to be called before it opens a file.
 void PreparaProcesos();
 
 } // namespace simulacion

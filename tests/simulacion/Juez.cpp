@@ -58,8 +58,9 @@ TFallo Fallo(char regla, const QString &que)
 /// How many lines a message names as not done.
 int Nombradas(const QStringList &avisos)
 {
-    static const QRegularExpression hora(QStringLiteral("^\\d\\d:\\d\\d( |$)"),
-                                         QRegularExpression::MultilineOption);
+    static const QRegularExpression hora(
+        QStringLiteral("^[\\d ]{2}:[\\d ]{0,2}( |$)"), // perhaps not typed to its end
+        QRegularExpression::MultilineOption);
     int cuantas = 0;
     for (const QString &aviso : avisos)
         for (auto i = hora.globalMatch(aviso); i.hasNext(); i.next())
@@ -194,19 +195,6 @@ bool TJuez::Tiene(const TOrden &orden, int accion)
                        [accion](const TPaso &paso) { return AccionDe(paso) == accion; });
 }
 
-/// Whether one of its steps may show another day, and so build sheets.
-bool TJuez::VaPorDias(const TOrden &orden)
-{
-    return std::any_of(orden.Pasos.begin(), orden.Pasos.end(),
-                       [](const TPaso &paso) {
-                           const int accion = AccionDe(paso);
-                           return paso.Verbo == TVerbo::fecha || paso.Verbo == TVerbo::abre ||
-                                  accion == sincronizar || accion == anterior || accion == siguiente ||
-                                  accion == buscarDia;
-                       }) ||
-           orden.ConFecha;
-}
-
 /// Rule a: whoever changes or deletes a line has had it on his screen as it was.
 TVeredicto TJuez::JuzgaCambio(const TOrden &orden, const TCambio &cambio) const
 {
@@ -250,7 +238,8 @@ TVeredicto TJuez::JuzgaNueva(const TOrden &orden, const TCambio &cambio) const
     }
     TLinea hueco = nueva; // perhaps marked in the same step
     hueco.Concepto.remove(QLatin1String("[AUSENTE]")).remove(QLatin1String("[SALIDA]"));
-    if (VaPorDias(orden) && hueco.SinTexto()) {
+    const bool porDias = orden.ConFecha || std::any_of(orden.Pasos.begin(), orden.Pasos.end(), LlevaAOtroDia);
+    if (porDias && hueco.SinTexto()) {
         const TTablaCruda &tabla = *m_tablas.at(static_cast<std::size_t>(cambio.Notario - 1));
         const QList<TFila> dia = tabla.Dia(nueva.Fecha);
         const bool deLaHoja = std::all_of(dia.begin(), dia.end(), [&](const TFila &fila) {
@@ -274,7 +263,7 @@ TVeredicto TJuez::JuzgaPantalla(const TPantalla &pantalla) const
     if (dia.isEmpty() || pantalla.FechaConFoco || pantalla.Ficha)
         return {};
     for (const TFila &fila : pantalla.Filas) {
-        // A row that cannot be read just now is blank, and so of no day.
+        // A row that cannot be read just now is blank, and so of no day; AlDia() asks for it again.
         if (fila.Linea.Fecha != dia && fila.Linea != TLinea())
             return Fallo('c', QStringLiteral("la fecha dice %1 y la fila es «%2»")
                                   .arg(pantalla.Fecha, fila.Linea.EnTexto()));
@@ -286,7 +275,17 @@ TVeredicto TJuez::AlDia(const TPantalla &pantalla) const
 {
     const QString dia = Clave(pantalla.Fecha);
     if (dia.isEmpty() || pantalla.FechaConFoco || pantalla.Ficha || pantalla.Editando || pantalla.Editor ||
-        pantalla.FueraDeHora || !pantalla.Ayuda.isEmpty())
+        !pantalla.Ayuda.isEmpty())
+        return {};
+    if (pantalla.FilaActual < 0 && !pantalla.Filas.isEmpty())
+        return Fallo('c', QStringLiteral("tras refrescar, la línea actual es la %1, que no está en pantalla")
+                              .arg(pantalla.Actual));
+    for (const TFila &fila : pantalla.Filas) {
+        if (fila.Linea == TLinea())
+            return Fallo(
+                'c', QStringLiteral("tras refrescar, la fila de la línea %1 está en blanco").arg(fila.Marca));
+    }
+    if (pantalla.FueraDeHora)
         return {};
     const auto textos = [](const QList<TFila> &filas) {
         QStringList renglones;

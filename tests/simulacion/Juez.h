@@ -66,7 +66,6 @@ private:
     static void Empieza(TOrden &orden, const TPantalla &pantalla);
     static void Ensena(TOrden &orden, const TPantalla &pantalla, bool ficha);
     [[nodiscard]] static bool Tiene(const TOrden &orden, int accion);
-    [[nodiscard]] static bool VaPorDias(const TOrden &orden);
     [[nodiscard]] TVeredicto JuzgaCambio(const TOrden &orden, const TCambio &cambio) const;
     [[nodiscard]] TVeredicto JuzgaNueva(const TOrden &orden, const TCambio &cambio) const;
     [[nodiscard]] TVeredicto JuzgaPantalla(const TPantalla &pantalla) const;

@@ -7,6 +7,8 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
+#include <tuple>
+
 namespace simulacion
 {
 
@@ -49,6 +51,10 @@ struct TPaso {
     TPercance Percance = TPercance::ninguno;
     qint32 Llamada = 0; ///< which file call of the step, from 1
     friend bool operator==(const TPaso &, const TPaso &) = default;
+    template <class T> static auto Partes(T &x)
+    {
+        return std::tie(x.Puesto, x.Verbo, x.A, x.B, x.C, x.Percance, x.Llamada);
+    }
 };
 using TPasos = QList<TPaso>;
 
@@ -56,6 +62,10 @@ using TPasos = QList<TPaso>;
 struct TLinea {
     QString Fecha, Hora, Concepto, Interesado, Oficial;
     friend bool operator==(const TLinea &, const TLinea &) = default;
+    template <class T> static auto Partes(T &x)
+    {
+        return std::tie(x.Fecha, x.Hora, x.Concepto, x.Interesado, x.Oficial);
+    }
     [[nodiscard]] bool SinTexto() const
     {
         return Concepto.isEmpty() && Interesado.isEmpty() && Oficial.isEmpty();
@@ -69,6 +79,7 @@ struct TLinea {
 struct TFila {
     quint32 Marca = 0; ///< record number
     TLinea Linea;
+    template <class T> static auto Partes(T &x) { return std::tie(x.Marca, x.Linea); }
 };
 
 /// What stands on a workstation's screen.
@@ -89,6 +100,12 @@ struct TPantalla {
     bool FueraDeHora = false;
     QString Ayuda; ///< the help line, where a failed refresh is told
     QString Foco;  ///< name of the control under the keys
+    template <class T> static auto Partes(T &x)
+    {
+        return std::tie(x.Pestana, x.Fecha, x.FechaConFoco, x.Filas, x.Actual, x.FilaActual, x.Seleccion,
+                        x.Editando, x.Editor, x.Ficha, x.FichaEditando, x.EnFicha, x.Pendiente, x.FueraDeHora,
+                        x.Ayuda, x.Foco);
+    }
 };
 
 enum class TEstado : quint8 {
@@ -104,6 +121,7 @@ enum class TEstado : quint8 {
 struct THoja {
     QString Fecha; ///< of the title
     QList<TLinea> Lineas;
+    template <class T> static auto Partes(T &x) { return std::tie(x.Fecha, x.Lineas); }
 };
 
 struct TRespuesta {
@@ -113,59 +131,27 @@ struct TRespuesta {
     TPantalla Pantalla;
     QList<THoja> Hojas;
     bool Hecho = true; ///< the step meant something in the state it met
+    template <class T> static auto Partes(T &x)
+    {
+        return std::tie(x.Estado, x.Pregunta, x.Avisos, x.Pantalla, x.Hojas, x.Hecho);
+    }
 };
 
-inline QDataStream &operator<<(QDataStream &s, const TPaso &p)
+/// What goes over the channel says what it is made of.
+template <class T>
+concept TMensajePartido = requires(T &mensaje)
 {
-    return s << p.Puesto << p.Verbo << p.A << p.B << p.C << p.Percance << p.Llamada;
+    T::Partes(mensaje);
+};
+template <TMensajePartido T> QDataStream &operator<<(QDataStream &s, const T &mensaje)
+{
+    std::apply([&s](const auto &...partes) { (s << ... << partes); }, T::Partes(mensaje));
+    return s;
 }
-inline QDataStream &operator>>(QDataStream &s, TPaso &p)
+template <TMensajePartido T> QDataStream &operator>>(QDataStream &s, T &mensaje)
 {
-    return s >> p.Puesto >> p.Verbo >> p.A >> p.B >> p.C >> p.Percance >> p.Llamada;
-}
-inline QDataStream &operator<<(QDataStream &s, const TLinea &l)
-{
-    return s << l.Fecha << l.Hora << l.Concepto << l.Interesado << l.Oficial;
-}
-inline QDataStream &operator>>(QDataStream &s, TLinea &l)
-{
-    return s >> l.Fecha >> l.Hora >> l.Concepto >> l.Interesado >> l.Oficial;
-}
-inline QDataStream &operator<<(QDataStream &s, const TFila &f)
-{
-    return s << f.Marca << f.Linea;
-}
-inline QDataStream &operator>>(QDataStream &s, TFila &f)
-{
-    return s >> f.Marca >> f.Linea;
-}
-inline QDataStream &operator<<(QDataStream &s, const TPantalla &p)
-{
-    return s << p.Pestana << p.Fecha << p.FechaConFoco << p.Filas << p.Actual << p.FilaActual << p.Seleccion
-             << p.Editando << p.Editor << p.Ficha << p.FichaEditando << p.EnFicha << p.Pendiente
-             << p.FueraDeHora << p.Ayuda << p.Foco;
-}
-inline QDataStream &operator>>(QDataStream &s, TPantalla &p)
-{
-    return s >> p.Pestana >> p.Fecha >> p.FechaConFoco >> p.Filas >> p.Actual >> p.FilaActual >>
-           p.Seleccion >> p.Editando >> p.Editor >> p.Ficha >> p.FichaEditando >> p.EnFicha >> p.Pendiente >>
-           p.FueraDeHora >> p.Ayuda >> p.Foco;
-}
-inline QDataStream &operator<<(QDataStream &s, const THoja &h)
-{
-    return s << h.Fecha << h.Lineas;
-}
-inline QDataStream &operator>>(QDataStream &s, THoja &h)
-{
-    return s >> h.Fecha >> h.Lineas;
-}
-inline QDataStream &operator<<(QDataStream &s, const TRespuesta &r)
-{
-    return s << r.Estado << r.Pregunta << r.Avisos << r.Pantalla << r.Hojas << r.Hecho;
-}
-inline QDataStream &operator>>(QDataStream &s, TRespuesta &r)
-{
-    return s >> r.Estado >> r.Pregunta >> r.Avisos >> r.Pantalla >> r.Hojas >> r.Hecho;
+    std::apply([&s](auto &...partes) { (s >> ... >> partes); }, T::Partes(mensaje));
+    return s;
 }
 
 } // namespace simulacion

@@ -1,7 +1,7 @@
 #include "tests/simulacion/Oficina.h"
 
-#include "agenda/AgendaNDM.h"
 #include "tests/simulacion/Vocabulario.h"
+#include "tests/support/OficinaDePrueba.h"
 
 #include <QtCore/QUuid>
 
@@ -12,71 +12,31 @@ namespace
 {
 
 namespace fs = std::filesystem;
-using dataset::DbfTable;
-using dataset::FieldKind;
 
-fs::path Nueva()
-{
-    const fs::path enMemoria = "/dev/shm";
-    std::error_code nada;
-    const fs::path raiz = fs::is_directory(enMemoria, nada) ? enMemoria : fs::temp_directory_path();
-    return raiz / ("agenda-simulacion-" + QUuid::createUuid().toString(QUuid::WithoutBraces).toStdString());
-}
-
-/// Removed with the program.
-struct TModelo {
-    TModelo()
-        : Carpeta(Nueva())
+/// All folders of this program, in memory where the machine has such a place; removed with it.
+struct TRaiz {
+    TRaiz()
     {
-        Llena();
+        std::error_code nada;
+        Carpeta = fs::is_directory("/dev/shm", nada) ? "/dev/shm" : fs::temp_directory_path();
+        Carpeta /= "agenda-simulacion-" + QUuid::createUuid().toString(QUuid::WithoutBraces).toStdString();
+        support::OficinaDePrueba modelo(Notarios);
+        modelo.ponAjustes(9, 11, 30);
+        dataset::DbfTable empleados(modelo.Aliases);
+        empleados.setDatabaseName(QStringLiteral("ZENTRA"));
+        empleados.setTableName(QStringLiteral("EMPLEADO"));
+        empleados.createFile({{"NOMBRE", dataset::FieldKind::text, 40}});
+        fs::create_directories(modelo.carpeta() / "CONFIG");
+        fs::create_directories(Carpeta);
+        fs::copy(modelo.carpeta(), Carpeta / "modelo", fs::copy_options::recursive);
     }
-    ~TModelo()
+    ~TRaiz()
     {
         std::error_code nada;
         fs::remove_all(Carpeta, nada);
     }
-    TModelo(const TModelo &) = delete;
-    TModelo &operator=(const TModelo &) = delete;
-
-    void Llena() const
-    {
-        dataset::Aliases aliases;
-        const auto alias = [&](const QString &nombre) {
-            const fs::path carpeta = Carpeta / nombre.toStdString();
-            fs::create_directories(carpeta);
-            aliases.add(nombre, QString::fromStdString(carpeta.string()));
-        };
-        for (int notario = 1; notario <= Notarios; ++notario) {
-            const QString nombre = QStringLiteral("NOTARIO%1").arg(notario);
-            alias(nombre);
-            DbfTable tabla(aliases);
-            tabla.setDatabaseName(nombre);
-            PreparaTablaAgendaN(tabla);
-            tabla.createFile(CamposAgendaN());
-        }
-        alias(QStringLiteral("ZENTRA"));
-        DbfTable comun(aliases);
-        comun.setDatabaseName(QStringLiteral("ZENTRA"));
-        comun.setTableName(QStringLiteral("VA_COMUN"));
-        comun.createFile({{"PROGRAMA", FieldKind::text, 10},
-                          {"NOMBRE", FieldKind::text, 20},
-                          {"VALOR", FieldKind::text, 50}});
-        comun.open();
-        const std::pair<const char *, int> ajustes[] = {
-            {"HoraInicio", 9}, {"HoraFin", 11}, {"intervalo", 30}};
-        for (const auto &[nombre, valor] : ajustes) {
-            comun.append();
-            comun.field(u"PROGRAMA").setText(QStringLiteral("AGENDA"));
-            comun.field(u"NOMBRE").setText(QLatin1String(nombre));
-            comun.field(u"VALOR").setInteger(valor);
-            comun.post();
-        }
-        DbfTable empleados(aliases);
-        empleados.setDatabaseName(QStringLiteral("ZENTRA"));
-        empleados.setTableName(QStringLiteral("EMPLEADO"));
-        empleados.createFile({{"NOMBRE", FieldKind::text, 40}});
-        fs::create_directories(Carpeta / "CONFIG");
-    }
+    TRaiz(const TRaiz &) = delete;
+    TRaiz &operator=(const TRaiz &) = delete;
     fs::path Carpeta;
 };
 
@@ -84,9 +44,10 @@ struct TModelo {
 
 fs::path HazOficina()
 {
-    static const TModelo modelo;
-    const fs::path carpeta = Nueva();
-    fs::copy(modelo.Carpeta, carpeta, fs::copy_options::recursive);
+    static const TRaiz raiz;
+    static int cuantas = 0;
+    const fs::path carpeta = raiz.Carpeta / std::to_string(++cuantas);
+    fs::copy(raiz.Carpeta / "modelo", carpeta, fs::copy_options::recursive);
     return carpeta;
 }
 

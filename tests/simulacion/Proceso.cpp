@@ -49,7 +49,7 @@ void TProceso::Arranca()
     Mata();
     m_averia.clear();
     int par[2];
-    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, par) != 0)
+    if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, par) != 0)
         throw std::system_error(errno, std::generic_category(), "socketpair");
     m_pid = ::fork();
     if (m_pid < 0)

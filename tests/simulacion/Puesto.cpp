@@ -56,14 +56,15 @@ public:
     [[nodiscard]] QString Nombre() const override { return m_nombre; }
     void KeyUpBusqueda(QLineEdit &edicion, int) override
     {
-        const QString texto = edicion.text();
-        m_codigo = texto.isEmpty()                             ? 0
-                   : QStringLiteral("MARIA").startsWith(texto) ? 7
-                   : QStringLiteral("PEDRO").startsWith(texto) ? 8
-                                                               : 0;
-        m_nombre = m_codigo == 7   ? QStringLiteral("MARIA")
-                   : m_codigo == 8 ? QStringLiteral("PEDRO")
-                                   : QString();
+        m_codigo = 0;
+        m_nombre.clear();
+        for (const auto &[codigo, nombre] :
+             {std::pair(7, QStringLiteral("MARIA")), {8, QStringLiteral("PEDRO")}}) {
+            if (m_codigo == 0 && !edicion.text().isEmpty() && nombre.startsWith(edicion.text())) {
+                m_codigo = codigo;
+                m_nombre = nombre;
+            }
+        }
         edicion.setProperty("Tag", m_codigo);
     }
     void ExitBusqueda(QLineEdit &edicion, bool) override { KeyUpBusqueda(edicion, 0); }
@@ -82,27 +83,6 @@ TLinea LineaDe(const dataset::DataSet &tabla, int fila)
 }
 
 } // namespace
-
-class TPuesto::TOficinaConfig : public TConfig
-{
-public:
-    explicit TOficinaConfig(QString carpeta)
-        : m_carpeta(std::move(carpeta))
-    {
-    }
-    [[nodiscard]] int GetnCuantos() const override { return Notarios; }
-    [[nodiscard]] QString GetAliasZentra() const override { return QStringLiteral("ZENTRA"); }
-    [[nodiscard]] QString GetNombre1() const override { return QStringLiteral("Ana"); }
-    [[nodiscard]] QString GetDon() const override { return QStringLiteral("Doña"); }
-    [[nodiscard]] QStringList GetNotarios() const override { return {"Ana", "Benito", "Carmen"}; }
-    [[nodiscard]] QString GetPath() const override { return m_carpeta + u'/'; }
-    [[nodiscard]] QDate GetAgenda_FechaInicio() const override { return Dia(0); }
-    void SetAgenda_FechaInicio(QDate) override {}
-    [[nodiscard]] QString GetPrnOtros() const override { return {}; }
-
-private:
-    QString m_carpeta;
-};
 
 /// Sheets that note what stands on them, and stand on the screen until they are closed.
 class TPuesto::TInformes : public IInformesAgenda
@@ -147,12 +127,15 @@ private:
     TPuesto &m_puesto;
 };
 
+template <class T> T *TPuesto::En(const char *nombre) const
+{
+    return m_ventana->findChild<T *>(QLatin1String(nombre));
+}
+
 // Life
 
 TPuesto::TPuesto(const QString &carpeta, TCanal canal)
-    : m_carpeta(carpeta)
-    , m_canal(canal)
-    , m_config(std::make_unique<TOficinaConfig>(carpeta))
+    : m_canal(canal)
     , m_informes(std::make_unique<TInformes>(*this))
     , m_clientes(std::make_unique<TClientes>())
 {
@@ -160,8 +143,12 @@ TPuesto::TPuesto(const QString &carpeta, TCanal canal)
     m_aliases.add(QStringLiteral("ZENTRA"), carpeta + QStringLiteral("/ZENTRA"));
     for (int notario = 1; notario <= Notarios; ++notario)
         m_aliases.add(AliasNotario(notario), carpeta + u'/' + AliasNotario(notario));
+    m_config.Cuantos = Notarios;
+    m_config.Carpeta = carpeta + u'/';
+    m_config.FechaInicio = m_reloj.Dia = Dia(0);
+    m_rvarias.esBoton = [](const QWidget *control) { return qobject_cast<const QAbstractButton *>(control); };
     m_servicios = std::make_unique<TServiciosInstalados>(
-        TServicios{this, this, this, m_config.get(), this, &m_aliases});
+        TServicios{this, this, &m_rvarias, &m_config, &m_reloj, &m_aliases});
     goConfAgendaN = std::make_unique<TClassConfAgendaN>();
     calls::watch(carpeta.toStdString(), false);
     qApp->installEventFilter(this);
@@ -182,7 +169,7 @@ void TPuesto::Vive()
             TVistasAgendaN vistas;
             TClassAgendaN motor(nullptr, m_clientes.get(), {}, &vistas, m_informes.get());
             m_motor = &motor;
-            motor.SincronizarTablasAFecha(Hoy(), true);
+            motor.SincronizarTablasAFecha(Dia(0), true);
             motor.FichaAgendaN();
         } catch (const std::exception &error) {
             m_respuesta.Avisos << QString::fromUtf8(error.what());
@@ -207,7 +194,7 @@ bool TPuesto::eventFilter(QObject *objeto, QEvent *evento)
             widget->setUpdatesEnabled(false); // what would be painted is read from the model instead
         if (auto *const ventana = qobject_cast<TFFichaAgendaN *>(objeto)) {
             m_ventana = ventana;
-            m_ventana->findChild<QTimer *>(QStringLiteral("Timer1"))->setInterval(NuncaPorSiSolo);
+            En<QTimer>("Timer1")->setInterval(NuncaPorSiSolo);
         }
     }
     return false;
@@ -282,7 +269,7 @@ void TPuesto::Prepara(const TPaso &paso)
     case TPercance::falla:
         percance.error = EIO;
         percance.call = std::array{Llamada::read, Llamada::map, Llamada::open, Llamada::lock,
-                                   Llamada::reserve}[static_cast<std::size_t>(paso.C % 5)];
+                                   Llamada::reserve}[static_cast<std::size_t>(paso.C) % 5]; // as TLlamada
         if (percance.call == Llamada::reserve)
             percance.error = ENOSPC;
         calls::fail(percance);
@@ -315,21 +302,11 @@ int TPuesto::Mensajes(const TMensaje &mensaje)
         m_respuesta.Avisos << mensaje.Texto;
         return 0;
     }
-    return EsperaEn(TEstado::pregunta, TVerbo::responde, mensaje.Texto).A == 1 ? RespuestaSi : 0;
+    return Pregunta(mensaje.Texto);
 }
-int TPuesto::Mensaje_SiNo(const QString &pregunta, const QString & /*explicacion*/,
-                          const QString & /*titulo*/)
+int TPuesto::Pregunta(const QString &texto)
 {
-    return EsperaEn(TEstado::pregunta, TVerbo::responde, pregunta).A == 1 ? RespuestaSi : 0;
-}
-int TPuesto::Mensaje_NoSi(const QString &pregunta, const QString & /*explicacion*/,
-                          const QString & /*titulo*/)
-{
-    return EsperaEn(TEstado::pregunta, TVerbo::responde, pregunta).A == 1 ? RespuestaSi : 0;
-}
-void TPuesto::Mensaje_Error(const QString &texto, const QString & /*titulo*/)
-{
-    m_respuesta.Avisos << texto;
+    return EsperaEn(TEstado::pregunta, TVerbo::responde, texto).A == 1 ? RespuestaSi : 0;
 }
 QString TPuesto::AliasNotario(int notario)
 {
@@ -343,19 +320,6 @@ bool TPuesto::PreguntaFecha(QDate &fecha, const QString & /*indicacion*/, const 
     fecha = Dia(paso.A % Dias);
     return true;
 }
-bool TPuesto::PreguntaOficial(QString & /*nombre*/)
-{
-    return false;
-}
-bool TPuesto::EsBoton(const QWidget *control) const
-{
-    return qobject_cast<const QAbstractButton *>(control);
-}
-QDate TPuesto::Hoy() const
-{
-    return Dia(0);
-}
-
 // Steps
 
 QWidget *TPuesto::Ficha() const
@@ -395,7 +359,7 @@ bool TPuesto::HazEnVentana(const TPaso &paso)
     case TVerbo::clic:
         return Clic(paso);
     case TVerbo::pestana:
-        m_ventana->findChild<QTabWidget *>(QStringLiteral("PCAgenda"))->setCurrentIndex(paso.A % Notarios);
+        En<QTabWidget>("PCAgenda")->setCurrentIndex(paso.A % Notarios);
         return true;
     case TVerbo::fecha:
         return EscribeFecha(paso);
@@ -436,7 +400,7 @@ bool TPuesto::Clic(const TPaso &paso)
 
 bool TPuesto::EscribeFecha(const TPaso &paso)
 {
-    auto *const fecha = m_ventana->findChild<QLineEdit *>(QStringLiteral("MEFecha"));
+    auto *const fecha = En<QLineEdit>("MEFecha");
     fecha->setFocus();
     const QString texto = Dia(paso.A % Dias).toString(QStringLiteral("ddMMyyyy"));
     QWindow *const ventana = m_ventana->windowHandle();
@@ -450,8 +414,7 @@ bool TPuesto::EscribeFecha(const TPaso &paso)
 bool TPuesto::EscribeMemo(const TPaso &paso)
 {
     auto *const memo = m_ventana->findChild<QPlainTextEdit *>(
-        QStringLiteral("DBMConcepto%1")
-            .arg(m_ventana->findChild<QTabWidget *>("PCAgenda")->currentIndex() + 1));
+        QStringLiteral("DBMConcepto%1").arg(En<QTabWidget>("PCAgenda")->currentIndex() + 1));
     if (!memo || !memo->isVisible())
         return false;
     memo->setFocus();
@@ -498,8 +461,10 @@ bool TPuesto::HazEnFicha(const TPaso &paso)
 
 bool TPuesto::Tic()
 {
-    return m_ventana && QMetaObject::invokeMethod(m_ventana->findChild<QTimer *>(QStringLiteral("Timer1")),
-                                                  "timeout", Qt::DirectConnection);
+    if (!m_ventana)
+        return false;
+    m_ventana->statusBar()->clearMessage(); // what an earlier refresh failed in is told for seconds
+    return QMetaObject::invokeMethod(En<QTimer>("Timer1"), "timeout", Qt::DirectConnection);
 }
 
 // The screen
@@ -511,8 +476,8 @@ TPantalla TPuesto::Mira()
     if (!tabla || !tabla->isActive())
         return pantalla;
     const dbcontrols::DbGrid &rejilla = *m_ventana->GetDBGAgendaN();
-    const auto *const fecha = m_ventana->findChild<QLineEdit *>(QStringLiteral("MEFecha"));
-    pantalla.Pestana = m_ventana->findChild<QTabWidget *>(QStringLiteral("PCAgenda"))->currentIndex();
+    const auto *const fecha = En<QLineEdit>("MEFecha");
+    pantalla.Pestana = En<QTabWidget>("PCAgenda")->currentIndex();
     pantalla.Fecha = fecha->text();
     pantalla.FechaConFoco = m_ventana->focusWidget() == fecha;
     const int campoFecha = tabla->fieldIndex(u"FECHA");
@@ -531,7 +496,7 @@ TPantalla TPuesto::Mira()
     pantalla.Seleccion = rejilla.selectedBookmarks();
     pantalla.Editando = tabla->isEditing();
     pantalla.Editor = rejilla.isEditorOpen();
-    const auto *const fuera = m_ventana->findChild<QToolButton *>(QStringLiteral("BFueraDeHora"));
+    const auto *const fuera = En<QToolButton>("BFueraDeHora");
     pantalla.FueraDeHora = fuera && fuera->isChecked();
     pantalla.Ayuda = m_ventana->statusBar()->currentMessage();
     if (const QWidget *const control = QApplication::focusWidget())
@@ -564,12 +529,16 @@ void TPuesto::MiraFicha(TPantalla &pantalla)
     pantalla.EnFicha = {pantalla.Actual,
                         {ComoClave(texto("MEFecha")), texto("MEHora"), concepto, texto("EInteresado"),
                          ficha->findChild<QComboBox *>(QStringLiteral("DBCBOficial"))->currentText()}};
-    if (pantalla.FichaEditando)
-        pantalla.Pendiente += u'|' + pantalla.EnFicha.Linea.EnTexto();
+    if (pantalla
+            .FichaEditando) // also the line's own party, which stays where a name is typed that nobody has
+        pantalla.Pendiente += u'|' + pantalla.EnFicha.Linea.EnTexto() + u'|' +
+                              m_ventana->GetDatosAgendaN()->field(u"INTERESADO").asText();
 }
 
 void EjecutaPuesto(const QString &carpeta, int descriptor)
 {
+    std::signal(SIGINT, SIG_IGN); // the scheduler ends between two steps, and its workstations with it
+    std::signal(SIGTERM, SIG_IGN);
     PlantaAqui();
     TPuesto(carpeta, TCanal(descriptor)).Vive();
     std::abort();

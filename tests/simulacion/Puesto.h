@@ -4,6 +4,7 @@
 #include "agenda/host/Servicios.h"
 #include "tests/simulacion/Canal.h"
 #include "tests/simulacion/Mensajes.h"
+#include "tests/support/HostDePrueba.h"
 
 #include <QtCore/QObject>
 
@@ -18,7 +19,7 @@ namespace simulacion
 
 /// A workstation, in a process of its own: the real windows off-screen, worked as a clerk does, over a
 /// scripted host. It stands still wherever it would wait for the clerk, and does what it is sent next.
-class TPuesto : public QObject, private IMensaje, private IRut, private IRvarias, private IReloj
+class TPuesto : public QObject, private IMensaje, private IRut
 {
 public:
     /// @param carpeta  of the office, with a folder for each notary. @param canal  to the scheduler.
@@ -30,22 +31,23 @@ public:
 private:
     // IMensaje
     int Mensajes(const TMensaje &mensaje) override;
-    int Mensaje_SiNo(const QString &pregunta, const QString &, const QString &) override;
-    int Mensaje_NoSi(const QString &pregunta, const QString &, const QString &) override;
-    void Mensaje_Error(const QString &texto, const QString &titulo) override;
+    int Mensaje_SiNo(const QString &texto, const QString &, const QString &) override
+    {
+        return Pregunta(texto);
+    }
+    int Mensaje_NoSi(const QString &texto, const QString &, const QString &) override
+    {
+        return Pregunta(texto);
+    }
+    void Mensaje_Error(const QString &texto, const QString &) override { m_respuesta.Avisos << texto; }
+    int Pregunta(const QString &texto);
     // IRut
     [[nodiscard]] QString AliasNotario(int notario) override;
     bool PreguntaFecha(QDate &fecha, const QString &, const QString &) override;
-    bool PreguntaOficial(QString &nombre) override;
+    bool PreguntaOficial(QString &) override { return false; }
     void Visualizador(report::Report &) override {}
-    // IRvarias, IReloj
-    [[nodiscard]] bool EsBoton(const QWidget *control) const override;
-    void TomaFocoControl(QWidget &) override {}
-    void DejaFocoControl(QWidget &) override {}
-    [[nodiscard]] QDate Hoy() const override;
 
     class TInformes;
-    class TOficinaConfig;
 
     bool eventFilter(QObject *objeto, QEvent *evento) override;
     void AlEsperar();
@@ -67,11 +69,14 @@ private:
     [[nodiscard]] TPantalla Mira();
     void MiraFicha(TPantalla &pantalla);
     [[nodiscard]] QWidget *Ficha() const;
+    /// A part of the window by its name.
+    template <class T> [[nodiscard]] T *En(const char *nombre) const;
 
-    QString m_carpeta;
     TCanal m_canal;
     dataset::Aliases m_aliases;
-    std::unique_ptr<TOficinaConfig> m_config;
+    support::ConfigDePrueba m_config;
+    support::RvariasDePrueba m_rvarias;
+    support::RelojDePrueba m_reloj;
     std::unique_ptr<TInformes> m_informes;
     std::unique_ptr<TClientesRaiz> m_clientes;
     std::unique_ptr<TServiciosInstalados> m_servicios;

@@ -2,6 +2,8 @@
 
 // What can be pressed and chosen, and the small world in which it happens.
 
+#include "tests/simulacion/Mensajes.h"
+
 #include <QtCore/QDate>
 #include <QtCore/QStringList>
 #include <QtCore/Qt>
@@ -76,7 +78,16 @@ inline constexpr std::array<const char *, 5> Campos{"DBMConcepto", "MEHora", "ME
 enum TBoton { aceptar, cancelar, salir, modificarFicha, borrarFicha, nuevoFicha };
 inline constexpr std::array<const char *, 6> Botones{"BAceptar",   "BCancelar", "BSalir",
                                                      "BModificar", "BBorrar",   "BNuevo"};
+/// What a step with a failing call fails in.
+enum TLlamada { alLeer, alProyectar, alAbrir, alBloquear, alReservar };
 /// How a date is typed into the window's field.
 enum TFormaDeFecha { entera, aMedias, trasBorrarTodo, sinSalir };
+
+/// Whether a step may show another day, and so build sheets.
+inline bool LlevaAOtroDia(const TPaso &paso)
+{
+    return paso.Verbo == TVerbo::fecha || paso.Verbo == TVerbo::abre ||
+           (paso.Verbo == TVerbo::accion && paso.A >= sincronizar && paso.A <= buscarDia);
+}
 
 } // namespace simulacion

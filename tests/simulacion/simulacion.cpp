@@ -2,7 +2,7 @@
 // it. A seed is enough to see the same again.
 
 #include "tests/simulacion/Faltas.h"
-#include "tests/simulacion/Recorte.h"
+#include "tests/simulacion/Jornada.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QElapsedTimer>
@@ -35,7 +35,7 @@ int Informa(const TResultado &fallida, quint64 semilla, int puestos, int intento
            << fallida.Pasos.size() << " --puestos " << puestos << '\n'
            << fallida.Fallo->Que << '\n';
     salida.flush();
-    const TResultado corta = Recorta(fallida, puestos, intentos);
+    const TResultado corta = TJornada::Recorta(fallida, puestos, intentos);
     salida << "Lo más corto que falla igual, " << corta.Pasos.size() << " pasos:\n";
     QStringList relato;
     TJornada::Repite(corta.Pasos, puestos, &relato);

@@ -1,7 +1,7 @@
 // The simulation itself: the same seed is the same day, days go well, and a planted fault is found.
 
 #include "tests/simulacion/Faltas.h"
-#include "tests/simulacion/Recorte.h"
+#include "tests/simulacion/Jornada.h"
 
 #include <gtest/gtest.h>
 
@@ -58,24 +58,42 @@ TEST_F(Simulacion, DaysGoWell)
 
 TEST_F(Simulacion, APlantedFaultIsFound)
 {
-    const struct {
-        TFalta falta;
-        QString reglas; ///< by which it may show
-        int semillas;   ///< within so many
-    } casos[] = {
-        {TFalta::borraSinVer, "ab", 40},
-        {TFalta::celdaSinVer, "ab", 40},
-        {TFalta::rellenaSinVer, "ab", 40},
-        {TFalta::mascaraCorta, "f", 40},
+    constexpr int Jornadas = 25; // within so many
+    const std::pair<TFalta, QString> casos[] = {
+        // and the rules by which it may show
+        {TFalta::borraSinVer, "abd"}, {TFalta::celdaSinVer, "ab"}, {TFalta::rellenaSinVer, "abd"},
+        {TFalta::sigueALaIda, "c"},   {TFalta::rangoAMedias, "c"}, {TFalta::fechaVieja, "c"},
+        {TFalta::mascaraCorta, "f"},  {TFalta::sinGrupo, "ad"},
     };
-    for (const auto &caso : casos) {
-        const char *const nombre = NombresDeFaltas.at(static_cast<std::size_t>(caso.falta));
-        Planta(caso.falta);
+    for (const auto &[falta, reglas] : casos) {
+        const char *const nombre = NombresDeFaltas.at(static_cast<std::size_t>(falta));
+        Planta(falta);
         TResultado resultado;
-        for (int semilla = 1; semilla <= caso.semillas && !resultado.Fallo; ++semilla)
+        for (int semilla = 1; semilla <= Jornadas && !resultado.Fallo; ++semilla)
             resultado = TJornada::Corre(static_cast<quint64>(semilla), PasosDelDia, Puestos);
         ASSERT_TRUE(resultado.Fallo) << nombre;
-        EXPECT_TRUE(caso.reglas.contains(resultado.Fallo->Regla)) << nombre << ' ' << Que(resultado);
+        EXPECT_TRUE(reglas.contains(resultado.Fallo->Regla)) << nombre << ' ' << Que(resultado);
+    }
+}
+
+TEST_F(Simulacion, AScreenThatIsUpToDateShowsItsLines)
+{
+    std::vector<std::unique_ptr<TTablaCruda>> tablas;
+    tablas.push_back(std::make_unique<TTablaCruda>(QString(), 1)); // a table without lines
+    const TJuez juez(tablas, 1);
+    const QString dia = QStringLiteral("16/11/2026");
+    for (const bool fueraDeHora : {false, true}) {
+        TPantalla pantalla;
+        pantalla.Fecha = dia;
+        pantalla.FueraDeHora = fueraDeHora;
+        EXPECT_FALSE(juez.AlDia(pantalla));
+        pantalla.Filas.append(TFila{7, {}});
+        pantalla.FilaActual = 0;
+        EXPECT_TRUE(juez.AlDia(pantalla)) << "a row that stays blank";
+        pantalla.Filas.front().Linea.Fecha = QStringLiteral("20261116");
+        EXPECT_NE(juez.AlDia(pantalla).has_value(), fueraDeHora) << "a line that the table does not have";
+        pantalla.FilaActual = -1;
+        EXPECT_TRUE(juez.AlDia(pantalla)) << "keys on a line that is not seen";
     }
 }
 
@@ -86,7 +104,7 @@ TEST_F(Simulacion, AFailingDayIsCutShort)
     for (quint64 semilla = 1; !resultado.Fallo && semilla < 40; ++semilla)
         resultado = TJornada::Corre(semilla, PasosDelDia, Puestos);
     ASSERT_TRUE(resultado.Fallo);
-    const TResultado corta = Recorta(resultado, Puestos, 200);
+    const TResultado corta = TJornada::Recorta(resultado, Puestos, 200);
     ASSERT_TRUE(corta.Fallo);
     EXPECT_EQ(corta.Fallo->Regla, resultado.Fallo->Regla);
     EXPECT_LE(corta.Pasos.size(), 4) << "a date field that is emptied, and a digit";
