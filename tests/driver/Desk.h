@@ -12,6 +12,9 @@
 namespace driver
 {
 
+/// So long that a server has given a workstation's locks to others.
+inline constexpr auto longAway = std::chrono::seconds(60);
+
 /// A table of a workstation, opened and left as that one.
 class Desk
 {

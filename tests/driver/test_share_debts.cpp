@@ -22,8 +22,6 @@ using filecalls::Fault;
 using filecalls::Plant;
 using filecalls::Share;
 
-constexpr auto longAway = std::chrono::seconds(60);
-
 /// Another file has come into the table's place meanwhile: what was owed to the old one does not go there.
 TEST(Debts, AreNotPaidToATableThatWasPackedMeanwhile)
 {

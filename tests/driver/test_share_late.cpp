@@ -23,8 +23,6 @@ using filecalls::Fault;
 using filecalls::Plant;
 using filecalls::Share;
 
-constexpr auto longAway = std::chrono::seconds(60);
-
 TEST(Shares, NumbersOfCommitsNeverGoBack)
 {
     bool met = true;

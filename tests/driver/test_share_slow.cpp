@@ -25,8 +25,6 @@ using filecalls::Fault;
 using filecalls::Plant;
 using filecalls::Share;
 
-constexpr auto longAway = std::chrono::seconds(60);
-
 /// A commit that others have finished, and added lines behind: the next line of one's own does not lie on
 /// theirs.
 TEST(SlowLines, LinesThatOthersHaveAddedMeanwhileAreNotWrittenOver)

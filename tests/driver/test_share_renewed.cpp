@@ -22,10 +22,8 @@ using filecalls::Fault;
 using filecalls::Plant;
 using filecalls::Share;
 
-constexpr auto longAway = std::chrono::seconds(60);
-
 /// The lock is refused, the session is a new one, and the files cannot be opened: a refusal, not a crash.
-TEST(Third, ARefusedLockWhoseFilesCannotBeOpenedAnewIsToldAsOne)
+TEST(RenewedShares, ARefusedLockWhoseFilesCannotBeOpenedAnewIsToldAsOne)
 {
     for (const bool locking : {false, true}) {
         SCOPED_TRACE(locking);
@@ -60,7 +58,7 @@ TEST(Third, ARefusedLockWhoseFilesCannotBeOpenedAnewIsToldAsOne)
 
 /// Late while a dead one's commit is finished, which another one has finished meanwhile, and set the line
 /// back.
-TEST(Third, ADeadOnesCommitIsNotDoneAgainOverWhatOthersHaveSetBack)
+TEST(RenewedShares, ADeadOnesCommitIsNotDoneAgainOverWhatOthersHaveSetBack)
 {
     for (const bool isFirst : {true, false}) {
         bool met = true;
@@ -112,7 +110,7 @@ TEST(Third, ADeadOnesCommitIsNotDoneAgainOverWhatOthersHaveSetBack)
 }
 
 /// The same for one who opens the table alone, and is late with that.
-TEST(Third, AnOpeningThatIsLateBringsNoOldValueBack)
+TEST(RenewedShares, AnOpeningThatIsLateBringsNoOldValueBack)
 {
     for (const bool isDead : {false, true}) {
         bool met = true;
@@ -167,7 +165,7 @@ TEST(Third, AnOpeningThatIsLateBringsNoOldValueBack)
 
 /// Who is alone with a journal whose header is damaged puts it in order when he opens his files anew, as who
 /// opens the table does.
-TEST(Third, AHeaderThatIsDamagedIsPutInOrderByWhoIsAlone)
+TEST(RenewedShares, AHeaderThatIsDamagedIsPutInOrderByWhoIsAlone)
 {
     Office office(Share::smb, Plant::none, true);
     Desk one(office, 1);
@@ -189,7 +187,7 @@ TEST(Third, AHeaderThatIsDamagedIsPutInOrderByWhoIsAlone)
 }
 
 /// A lock that another one has for a moment is waited for, also soon after files were opened anew.
-TEST(Third, ALockIsWaitedForSoonAfterTheFilesWereOpenedAnew)
+TEST(RenewedShares, ALockIsWaitedForSoonAfterTheFilesWereOpenedAnew)
 {
     Office office(Share::smb, Plant::none, true);
     office.both();
@@ -223,7 +221,7 @@ TEST(Third, ALockIsWaitedForSoonAfterTheFilesWereOpenedAnew)
 }
 
 /// A line that another one locks while files are opened anew in the middle of a change is not changed.
-TEST(Third, ALineThatAnotherOneHasLockedMeanwhileIsNotChanged)
+TEST(RenewedShares, ALineThatAnotherOneHasLockedMeanwhileIsNotChanged)
 {
     Office office(Share::smb, Plant::none, true);
     office.both();
@@ -255,7 +253,7 @@ TEST(Third, ALineThatAnotherOneHasLockedMeanwhileIsNotChanged)
 }
 
 /// The whole folder has been put back as it was before: what was owed to the other table does not go there.
-TEST(Third, DebtsAreNotPaidToACopyOfBefore)
+TEST(RenewedShares, DebtsAreNotPaidToACopyOfBefore)
 {
     bool met = true;
     int left = 0;
@@ -303,7 +301,7 @@ TEST(Third, DebtsAreNotPaidToACopyOfBefore)
 }
 
 /// Who may only read cannot pay: what is owed waits for one who can.
-TEST(Third, DebtsAreNotTakenByWhoOnlyReads)
+TEST(RenewedShares, DebtsAreNotTakenByWhoOnlyReads)
 {
     bool met = true;
     for (int number = 1; met; ++number) {
@@ -347,7 +345,7 @@ TEST(Third, DebtsAreNotTakenByWhoOnlyReads)
 }
 
 /// Another server, which this table has nothing to do with, comes and goes: looks at the table stay cheap.
-TEST(Third, AnotherServersRenewalsDoNotOpenTheFilesAgainAndAgain)
+TEST(RenewedShares, AnotherServersRenewalsDoNotOpenTheFilesAgainAndAgain)
 {
     Office office(Share::smb, Plant::none, true);
     office.both();
@@ -368,7 +366,7 @@ TEST(Third, AnotherServersRenewalsDoNotOpenTheFilesAgainAndAgain)
 }
 
 /// Being alone could not be given back: the next look goes on from there.
-TEST(Third, BeingAloneThatCouldNotBeGivenBackDoesNotStandInTheWay)
+TEST(RenewedShares, BeingAloneThatCouldNotBeGivenBackDoesNotStandInTheWay)
 {
     for (int after = 0; after < 8; ++after) {
         SCOPED_TRACE(after);
@@ -389,7 +387,7 @@ TEST(Third, BeingAloneThatCouldNotBeGivenBackDoesNotStandInTheWay)
 
 /// One is late with a line, and the journal's header is that of a third one, who was late, too: what lies
 /// beneath the line is put right all the same, or who was late with it is told to look.
-TEST(Third, ALateLineBehindAThirdOnesLateHeaderIsNotPassedOver)
+TEST(RenewedShares, ALateLineBehindAThirdOnesLateHeaderIsNotPassedOver)
 {
     Office office(Share::smb, Plant::none, true);
     office.both();
