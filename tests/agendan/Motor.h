@@ -35,5 +35,6 @@ private:
 };
 
 inline const QDate Lunes{2026, 11, 16};
+inline const QDate Jueves = Lunes.addDays(3);
 
 } // namespace support

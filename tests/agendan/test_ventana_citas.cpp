@@ -6,10 +6,9 @@
 namespace
 {
 
+using support::Jueves;
 using support::Lunes;
 using support::VentanaTest;
-
-const QDate Jueves = Lunes.addDays(3);
 
 /// A client list that notes what is asked of it.
 struct ClientesDeNotas : TClientesRaiz {

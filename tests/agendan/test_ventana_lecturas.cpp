@@ -12,11 +12,10 @@
 namespace
 {
 
+using support::Jueves;
 using support::Lunes;
 using support::VentanaTest;
 namespace filecalls = driver::filecalls;
-
-const QDate Jueves{2026, 11, 19};
 
 /// Boxes that are read, as many as come; a question is answered with yes.
 class MensajesApuntados : public IMensaje
