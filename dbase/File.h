@@ -109,6 +109,8 @@ public:
     /// Whether the file lies on another machine: then it must not be mapped, and size and time may be old
     /// news.
     [[nodiscard]] bool isRemote() const;
+    /// Whether each write is on the other machine's disk when it returns.
+    [[nodiscard]] bool writesThrough() const;
 
     enum class LockKind { shared, exclusive };
     /// Takes a byte range without waiting. Never a range that this file holds already: some systems would put

@@ -295,14 +295,14 @@ Result<TableImpl::FoundCommits> TableImpl::commitsFrom(std::uint64_t from, std::
 }
 
 /// That commits can be read does not mean that they are on disk: a cut while they are done again must find
-/// them there, and the header in front of them. On a share they are, and what was written late would lie over
-/// what others have written since.
+/// them there, and the header in front of them. Where all is written through they are, and what was written
+/// late would lie over what others have written since.
 Status TableImpl::bringToDisk(const FoundCommits &found)
 {
     Status status = mayWriteOn();
-    if (status.ok() && !m_remote)
+    if (status.ok() && !m_journal.writesThrough())
         status = m_journal.writeAt(0, m_stateBytes);
-    if (status.ok() && !m_remote)
+    if (status.ok() && !m_journal.writesThrough())
         status = m_journal.writeAt(found.from, found.bytes);
     return status.ok() ? m_journal.sync() : status;
 }
