@@ -245,6 +245,40 @@ TEST(FourthLook, CommitsOfTheVersionBeforeAreDoneAgain)
     }
 }
 
+/// A workstation of the version before dies in the middle of a group, and one of this version finds what it
+/// has left: the group is finished, not left half done.
+TEST(FourthLook, AGroupThatTheVersionBeforeHasLeftHalfDoneIsFinished)
+{
+    for (const Share share : {Share::smb, Share::nfs}) {
+        for (const bool isOld : {false, true}) {
+            SCOPED_TRACE(std::string(share == Share::smb ? "smb" : "nfs") +
+                         (isOld ? ", of the version before" : ", own"));
+            Office office(share, Plant::none);
+            Desk one(office, 1);
+            Desk three(office, 3);
+            EXPECT_TRUE(three.give(3, "v1").ok());
+            Fault dead{Call::write, 3, EIO, true}; // behind the journal and the first line
+            dead.workstation = 3;
+            filecalls::fail(dead);
+            EXPECT_TRUE(three->table().beginGroup().ok() && three.give(1, "S").ok() &&
+                        three.give(2, "S").ok());
+            EXPECT_FALSE(three->table().commitGroup().ok());
+            filecalls::fail({});
+            one.sit();
+            const auto journal = office.place() / "AGENDA_N.JNL";
+            if (isOld) {
+                std::string bytes = support::readFile(journal);
+                EXPECT_GE(asVersionBefore(bytes), 2);
+                const int file = ::open(journal.c_str(), O_RDWR);
+                EXPECT_EQ(::pwrite(file, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
+                ::close(file);
+            }
+            EXPECT_TRUE(giveForSure(one, 3, "v5"));
+            EXPECT_EQ(valueOf(one, 1), valueOf(one, 2));
+        }
+    }
+}
+
 /// A dead one may have been of a system whose writes do not go through, and have died before it asked for
 /// them to be brought to the disk: the server has its commit in memory. Before it is done again it is brought
 /// to the disk.
