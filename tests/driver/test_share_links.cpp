@@ -1,4 +1,4 @@
-// What the mends of late openings, links and renewals leave open.
+// Commits without room for a link, renewals of the sessions with a server, and what is on its disk.
 
 #include "tests/driver/Desk.h"
 
@@ -7,13 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstring>
-#include <iostream>
 #include <memory>
 #include <random>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace
 {
@@ -44,7 +39,7 @@ Image agendaWithLongerLines(int more)
 
 /// A commit whose last sector has no room behind it is told apart from a late one as any other: what was
 /// refused is not done later, whatever the length of the lines.
-TEST(FourthLook, ARefusedCommitIsNotDoneLaterWhateverTheLengthOfTheLines)
+TEST(LinksAndRenewals, ARefusedCommitIsNotDoneLaterWhateverTheLengthOfTheLines)
 {
     constexpr int roomy = 0;
     constexpr int fillsItsSectors = 86; // 32 + 8 + 2 * 492 bytes
@@ -108,7 +103,7 @@ TEST(FourthLook, ARefusedCommitIsNotDoneLaterWhateverTheLengthOfTheLines)
 
 /// The count of renewals is the whole machine's. After another server's have come for long, the own server's
 /// return still frees at once what its client has locked twice: nobody else waits for it a minute.
-TEST(FourthLook, AnOwnRenewalAfterAnotherServersIsNotPutOff)
+TEST(LinksAndRenewals, AnOwnRenewalAfterAnotherServersIsNotPutOff)
 {
     for (const bool storm : {false, true}) {
         SCOPED_TRACE(storm ? "after another server's" : "alone");
@@ -149,7 +144,7 @@ TEST(FourthLook, AnOwnRenewalAfterAnotherServersIsNotPutOff)
 
 /// What needs the table alone is not refused, and a table is closed in order, while another server's renewals
 /// are let pass.
-TEST(FourthLook, PackingAndClosingWorkWhileRenewalsAreLetPass)
+TEST(LinksAndRenewals, PackingAndClosingWorkWhileRenewalsAreLetPass)
 {
     Office office(Share::smb, Plant::none);
     {
@@ -179,110 +174,10 @@ TEST(FourthLook, PackingAndClosingWorkWhileRenewalsAreLetPass)
         << "closed in order";
 }
 
-std::uint32_t crc32(std::span<const std::uint8_t> bytes)
-{
-    std::uint32_t value = ~0U;
-    for (const std::uint8_t byte : bytes) {
-        value ^= byte;
-        for (int bit = 0; bit < 8; ++bit)
-            value = (value & 1U) != 0 ? 0xEDB88320U ^ (value >> 1U) : value >> 1U;
-    }
-    return ~value;
-}
-
-/// The commits of a journal as the program of the version before writes them: the link in the upper half of
-/// the record's length, of 16 bits, and none behind.
-int asVersionBefore(std::string &journal)
-{
-    constexpr std::size_t sector = 512;
-    auto *bytes = reinterpret_cast<std::uint8_t *>(journal.data());
-    std::size_t at = sector;
-    int commits = 0;
-    std::uint32_t link = 0;
-    for (std::uint64_t number = dbase::get64(bytes + 4) + 1;
-         std::memcmp(bytes + at, "AGC1", 4) == 0 && dbase::get64(bytes + at + 8) == number; ++number) {
-        const std::size_t size = dbase::get32(bytes + at + 4);
-        const std::size_t whole = (size + sector - 1) / sector * sector;
-        std::memset(bytes + at + size, 0, whole - size);
-        dbase::put16(bytes + at + 30, static_cast<std::uint16_t>(link));
-        dbase::put32(bytes + at + 24, 0);
-        const std::uint32_t sum = crc32(std::span(bytes + at, size));
-        dbase::put32(bytes + at + 24, sum);
-        link = std::max<std::uint32_t>((sum ^ (sum >> 16U)) & 0xFFFFU, 1);
-        at += whole;
-        ++commits;
-    }
-    dbase::put32(bytes + 92, link);
-    dbase::put32(bytes + 96, crc32(std::span(bytes + 72, 24)));
-    return commits;
-}
-
-/// A power cut takes the table's own bytes, and the journal of the version before holds what was promised:
-/// this version does it again.
-TEST(FourthLook, CommitsOfTheVersionBeforeAreDoneAgain)
-{
-    for (const bool isOld : {false, true}) {
-        SCOPED_TRACE(isOld ? "written by the version before" : "own");
-        Office office(Share::local, Plant::none);
-        Image before;
-        Image after;
-        {
-            Desk one(office, 1);
-            EXPECT_TRUE(one.give(1, "v1").ok());
-            before = readImage(office.place());
-            EXPECT_TRUE(one.give(1, "v2").ok() && one.give(2, "v3").ok());
-            after = readImage(office.place());
-        }
-        after["AGENDA_N.DBF"] = before["AGENDA_N.DBF"]; // which is not flushed with a commit
-        after["AGENDA_N.MDX"] = before["AGENDA_N.MDX"];
-        if (isOld) {
-            EXPECT_GE(asVersionBefore(after["AGENDA_N.JNL"]), 2);
-        }
-        writeImage(office.place(), after);
-        Desk next(office, 1);
-        EXPECT_EQ(valueOf(next, 1), "v2");
-        EXPECT_EQ(valueOf(next, 2), "v3");
-    }
-}
-
-/// A workstation of the version before dies in the middle of a group, and one of this version finds what it
-/// has left: the group is finished, not left half done.
-TEST(FourthLook, AGroupThatTheVersionBeforeHasLeftHalfDoneIsFinished)
-{
-    for (const Share share : {Share::smb, Share::nfs}) {
-        for (const bool isOld : {false, true}) {
-            SCOPED_TRACE(std::string(share == Share::smb ? "smb" : "nfs") +
-                         (isOld ? ", of the version before" : ", own"));
-            Office office(share, Plant::none);
-            Desk one(office, 1);
-            Desk three(office, 3);
-            EXPECT_TRUE(three.give(3, "v1").ok());
-            Fault dead{Call::write, 3, EIO, true}; // behind the journal and the first line
-            dead.workstation = 3;
-            filecalls::fail(dead);
-            EXPECT_TRUE(three->table().beginGroup().ok() && three.give(1, "S").ok() &&
-                        three.give(2, "S").ok());
-            EXPECT_FALSE(three->table().commitGroup().ok());
-            filecalls::fail({});
-            one.sit();
-            const auto journal = office.place() / "AGENDA_N.JNL";
-            if (isOld) {
-                std::string bytes = support::readFile(journal);
-                EXPECT_GE(asVersionBefore(bytes), 2);
-                const int file = ::open(journal.c_str(), O_RDWR);
-                EXPECT_EQ(::pwrite(file, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
-                ::close(file);
-            }
-            EXPECT_TRUE(giveForSure(one, 3, "v5"));
-            EXPECT_EQ(valueOf(one, 1), valueOf(one, 2));
-        }
-    }
-}
-
 /// A dead one may have been of a system whose writes do not go through, and have died before it asked for
 /// them to be brought to the disk: the server has its commit in memory. Before it is done again it is brought
 /// to the disk.
-TEST(FourthLook, ADeadOnesCommitIsOnDiskBeforeItIsDoneAgain)
+TEST(LinksAndRenewals, ADeadOnesCommitIsOnDiskBeforeItIsDoneAgain)
 {
     for (const Share share : {Share::smb, Share::nfs}) {
         SCOPED_TRACE(share == Share::smb ? "smb" : "nfs");
@@ -320,7 +215,7 @@ TEST(FourthLook, ADeadOnesCommitIsOnDiskBeforeItIsDoneAgain)
 
 /// A journal was emptied, and only its header came late: nothing of the table was written over anything, and
 /// nobody is sent to look through his appointments.
-TEST(FourthLook, ALateHeaderOfAnEmptiedJournalWorriesNobody)
+TEST(LinksAndRenewals, ALateHeaderOfAnEmptiedJournalWorriesNobody)
 {
     bool met = true;
     for (int number = 1; met; ++number) {
