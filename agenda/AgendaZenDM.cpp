@@ -61,6 +61,8 @@ TDMAgendaZen::TDMAgendaZen(const dataset::Aliases &aliases, QObject *propietario
     PreparaTablaAgenda(tbAgenda);
     for (int n = 1; n <= 5; ++n)
         PreparaTablaAgendaN(tbAgendaN(n));
+    // Its lines go to AGENDA: what that one lacks is refused while it is typed.
+    cdsAgenda2.setCanKeep([this](QChar letra) { return tbAgenda.canKeep(letra); });
 }
 
 TDMAgendaZen::~TDMAgendaZen() = default;

@@ -139,10 +139,17 @@ void TFAgenda::DBESalidaChange()
 
 void TFAgenda::showEvent(QShowEvent *evento)
 {
-    TBIndexa(NombreDe(TCampoLinea::fecha), m_motor.Tabla());
-    m_fuente->setDataSet(&m_motor.Tabla());
+    if (!m_fuente->dataSet()) { // the window may be shown again in the middle of an edit
+        TBIndexa(NombreDe(TCampoLinea::fecha), m_motor.Tabla());
+        m_fuente->setDataSet(&m_motor.Tabla());
+    }
     TVentanaAgenda::showEvent(evento);
     FormResize();
+}
+
+void TFAgenda::Recarga()
+{
+    m_motor.Tabla().refresh();
 }
 
 void TFAgenda::FormResize()
