@@ -319,7 +319,7 @@ TEST_F(DosNotariosTest, TwoClerksAcceptLinesOfOneDay)
          {{"09:00", "X", ""}, {"11:00", "", ""}},
          [](TAgenda &m) { acepta(m, "11:00", "//", "INTERESADO1", "SANZ"); },
          [](TAgenda &m) { acepta(m, "09:00", "X//", "HORA", "11:00"); },
-         "11:00 X//, 11:00 SANZ//",
+         "11:00 SANZ//, 11:00 X//",
          "11:00 X//, 11:00 SANZ//",
          ""},
         {"a new line at the hour of one that is deleted here",
