@@ -40,8 +40,8 @@ int NotarioDeColumna(int columna)
 TFAgenda2::TFAgenda2(TAgenda &motor)
     : TVentanaAgenda(motor, QStringLiteral("FAgenda2"),
                      {QStringLiteral("&Nuevo"), QStringLiteral("&Modificar"), QStringLiteral("&Borrar"),
-                      QStringLiteral("&Ausencia todo el día"), QStringLiteral("Anterior día"),
-                      QStringLiteral("Siguiente día"), QStringLiteral("&Aceptar"), QStringLiteral("&Salir")})
+                      QStringLiteral("Anterior día"), QStringLiteral("Siguiente día"),
+                      QStringLiteral("&Aceptar"), QStringLiteral("&Salir")})
 {
     CreaMarcas();
     CreaDelDia();
@@ -156,7 +156,7 @@ void TFAgenda2::Recarga()
 void TFAgenda2::AcAceptarExecute()
 {
     if (!m_motor.Aceptar()) {
-        Avisa(QStringLiteral("Problemas en la actualización de la cita"));
+        Avisa(ProblemasCita);
         m_motor.Cancelar();
         return;
     }
@@ -166,7 +166,7 @@ void TFAgenda2::AcAceptarExecute()
 void TFAgenda2::Marca(bool (TAgenda::*operacion)(int), int notario)
 {
     if (!(m_motor.*operacion)(notario)) {
-        Avisa(QStringLiteral("Problemas al modificar la cita"));
+        Avisa(ProblemasMarca);
         return;
     }
     try {
@@ -261,8 +261,7 @@ void TFAgenda2::DBGAgenda2KeyDown(QKeyEvent *tecla)
         break;
     case Qt::Key_Return:
     case Qt::Key_Enter:
-        if (!Editando())
-            Modificar->trigger();
+        Modificar->trigger();
         break;
     default:
         return;

@@ -30,7 +30,6 @@ namespace
 {
 
 constexpr int PeriodoRecarga = 15000; // ms
-const QString ProblemasCita = QStringLiteral("Problemas en la actualización de la cita");
 
 } // namespace
 

@@ -40,13 +40,16 @@ public:
     void ShowModal();
 
 protected:
+    // What several commands say when they fail.
+    inline static const QString ProblemasCita = QStringLiteral("Problemas en la actualización de la cita");
+    inline static const QString ProblemasMarca = QStringLiteral("Problemas al modificar la cita");
+
     using TOrden = std::function<void()>;
     /// What the windows write differently.
     struct TRotulos {
         QString Nuevo;
         QString Modificar;
         QString Borrar;
-        QString Ausente;
         QString Anterior;
         QString Siguiente;
         QString Aceptar;

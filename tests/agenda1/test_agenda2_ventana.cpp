@@ -191,7 +191,8 @@ TEST_F(DosNotariosVentanaTest, WhatWasRefusedIsNotShownAsDone)
         const auto enPantalla = [this](int columna) { return rejilla().model()->index(2, columna).data(); };
         ocupa();
         rejilla().setCurrentIndex(rejilla().model()->index(2, 1));
-        oficina.Mensaje.espera({"Otro puesto está usando la línea", Aviso, 0, QString(), support::TCaja::porSuTexto});
+        oficina.Mensaje.espera(
+            {"Otro puesto está usando la línea", Aviso, 0, QString(), support::TCaja::porSuTexto});
         comando("AcSalidaNotario1");
         EXPECT_EQ(enPantalla(1), "");
         otro->cancel();

@@ -113,8 +113,11 @@ TEST_F(DosNotariosTest, LinesAreUnpackedAndPackedByCharacters)
         EXPECT_TRUE(motor.Modificar());
         motor.Tabla2().field(u"INTERESADO2").setText("MUÑOZ");
         EXPECT_TRUE(motor.Aceptar());
+        const auto otro = tabla(); // who holds its line does not hinder what is not written
+        ASSERT_TRUE(otro->locate({{"FECHA", Dia}, {"HORA", Nueve}}, dataset::SearchMode::exact));
+        otro->edit();
         EXPECT_TRUE(motor.Modificar());
-        EXPECT_TRUE(motor.Aceptar()); // nothing changed: nothing written
+        EXPECT_TRUE(motor.Aceptar());
         EXPECT_FALSE(motor.Tabla2().isEditing());
     });
     EXPECT_EQ(mostrada, 2);
@@ -191,8 +194,8 @@ TEST_F(DosNotariosTest, OutingsAndAbsences)
         {2, "N", "2", "Salida"}, {2, "2", "0", ""},
     };
     for (const auto &caso : casos)
-        ponLinea(
-            empaquetada(QStringLiteral("1%1:00").arg(&caso - casos), "", "", "", "", "", "", caso.antes));
+        ponLinea(empaquetada(QStringLiteral("1%1:00").arg(&caso - casos), caso.notario == 2 ? "EL OTRO" : "",
+                             "", "", caso.notario == 1 ? "EL OTRO" : "", "", "", caso.antes));
     abre([&](TAgenda &motor) {
         for (int fila = 0; fila < 5; ++fila) {
             motor.Tabla2().setCurrentRow(fila);
@@ -201,6 +204,8 @@ TEST_F(DosNotariosTest, OutingsAndAbsences)
             EXPECT_EQ(valor(motor, fila, "SALIDA"), casos[fila].salida) << fila;
             EXPECT_EQ(valor(motor, fila, casos[fila].notario == 1 ? "INTERESADO1" : "INTERESADO2"),
                       casos[fila].interesado)
+                << fila;
+            EXPECT_EQ(valor(motor, fila, casos[fila].notario == 1 ? "INTERESADO2" : "INTERESADO1"), "EL OTRO")
                 << fila;
         }
         EXPECT_FALSE(motor.Ausente(0));
