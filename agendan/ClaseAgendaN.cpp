@@ -225,15 +225,24 @@ TRespuesta TClassAgendaN::Ausente()
 }
 
 /// Back to the line that was current, in every case; without it, to the first one of the shown day.
-void TClassAgendaN::VuelveALaLinea(const TLineaAgenda &linea) noexcept
+/// @return false, with its cause, where the line is not as it was seen any more.
+TRespuesta TClassAgendaN::VuelveALaLinea(const TLineaAgenda &linea) noexcept
 {
+    TRespuesta comoSeVio = true;
     try {
+        DataSet &tabla = TablaActual();
         // By number first: of two lines with the same hour a search finds the first.
-        if (!TablaActual().goToBookmark(linea.Registro()) && !BuscarPorFecha(linea.Fecha, linea.Hora, true))
-            TablaActual().first();
+        comoSeVio = ConGuarda(tabla, "CopiarCita", [&] {
+            tabla.goToSeen(linea.Vista);
+            return true;
+        });
+        if (!comoSeVio && tabla.bookmark() != linea.Registro() &&
+            !BuscarPorFecha(linea.Fecha, linea.Hora, true))
+            tabla.first();
     } catch (const std::exception &error) {
         qCWarning(registro, "The line that was copied could not be found again: %s", error.what());
     }
+    return comoSeVio;
 }
 
 TRespuesta TClassAgendaN::CopiarCita(QDate destino)
@@ -247,12 +256,16 @@ TRespuesta TClassAgendaN::CopiarCita(QDate destino)
     if (origen == 0 || !destino.isValid())
         return false;
     const TLineaAgenda linea = TLineaAgenda::Actual(tabla);
-    const auto vuelve = qScopeGuard([&] { VuelveALaLinea(linea); });
+    // What others have written since is not what was to be copied, nor deleted after it.
+    if (const TRespuesta comoSeVio = VuelveALaLinea(linea); !comoSeVio)
+        return comoSeVio;
+    auto vuelve = qScopeGuard([&] { static_cast<void>(VuelveALaLinea(linea)); });
 
     if (const TRespuesta anadida = Anadir(destino, {}); !anadida)
         return anadida;
     EscribeCopia(tabla, linea);
-    return true;
+    vuelve.dismiss();
+    return VuelveALaLinea(linea);
 }
 
 TLineasFallidas TClassAgendaN::BorrarLineas(const TLineasVistas &lineas)

@@ -78,7 +78,9 @@ public:
     TRespuesta Ausente();
     /// Copies the current line to another date of the same notary, at the same hour, as one line more:
     /// nothing is replaced there and no sheet is built. The cursor stays on the line, and the shown day too.
-    /// @return false, with nothing written, when there is no line to copy or no line can be added.
+    /// @return false, with nothing written, when there is no line to copy, when it is not as it was shown any
+    /// more, or when no line can be added; false also when others change the line just behind its copy. So a
+    /// host that goes on to delete the line does it after a true alone; MoverLineas() does both in one.
     /// @throws dataset::EDatabaseError when the copy cannot be written; nothing is left pending.
     TRespuesta CopiarCita(QDate destino);
 
@@ -107,7 +109,7 @@ private:
     bool ConstruyeHoja(QDate fecha, bool soloSiFalta);
     void SincronizaTablaActual(QDate fecha);
     TRespuesta MarcaLineaActual(const QString &marca, bool &aceptada);
-    void VuelveALaLinea(const TLineaAgenda &linea) noexcept;
+    TRespuesta VuelveALaLinea(const TLineaAgenda &linea) noexcept;
     void MuestraInforme(TClaseInforme clase, QDate fecha);
 
     TClientesRaiz *m_clientes = nullptr;

@@ -179,7 +179,7 @@ TEST_F(LineasTest, CopiesALineWholeAndStaysOnIt)
     motor().Modificar();
     tabla().field(u"CONCEPTO").setText("[SALIDA]Poder de Íñigo");
     tabla().field(u"INTERESADO").setText("Peña, Íñigo");
-    tabla().field(u"CODCLIENTE").setNumber(12.0);
+    tabla().field(u"CODCLIENTE").setNumber(12.75);
     tabla().field(u"OFICIAL").setText("MARTA");
     tabla().field(u"SALIDA").setText("S");
     tabla().field(u"AVISO").setText("S");
@@ -226,6 +226,41 @@ TEST_F(LineasTest, ACopyThatFailsLeavesBothDaysAndTheCursorAsTheyWere)
     EXPECT_EQ(soloLeer->bookmark(), linea);
     EXPECT_EQ(soloLeer->state(), State::browse);
     EXPECT_FALSE(soloLeer->controlsDisabled());
+}
+
+// A move is a copy and a deletion: what a colleague has written since it was shown goes with neither.
+TEST_F(LineasTest, ALineThatHasChangedSinceIsNotCopied)
+{
+    const auto otro = oficina.agenda(1);
+    const struct {
+        const char *que;
+        std::function<void()> hace;
+        const char *causa;
+        QStringList lunes;
+    } casos[] = {
+        {"changed",
+         [&] { otro->field(u"CONCEPTO").setText("Suya"); },
+         "ha cambiado la línea",
+         {"09:00 Suya N", "10:00 Poder N", "11:00 Acta N"}},
+        {"moved",
+         [&] { otro->field(u"FECHA").setDate(Lunes.addDays(7)); },
+         "ha cambiado de sitio la línea",
+         {"10:00 Poder N", "11:00 Acta N"}},
+    };
+    for (const auto &caso : casos) {
+        tabla().first();
+        otro->locate({{"FECHA", Lunes}, {"HORA", "09:00"}}, dataset::SearchMode::exact);
+        otro->edit();
+        caso.hace();
+        otro->post();
+        const TRespuesta copiada = motor().CopiarCita(Lunes.addDays(3));
+        EXPECT_FALSE(copiada) << caso.que;
+        EXPECT_TRUE(copiada.Causa().contains(caso.causa)) << copiada.Causa().toStdString();
+        EXPECT_EQ(oficina.dia(1, Lunes), caso.lunes) << caso.que;
+        EXPECT_EQ(oficina.dia(1, Lunes.addDays(3)), QStringList()) << caso.que;
+        EXPECT_GE(tabla().currentRow(), 0) << caso.que;
+    }
+    EXPECT_TRUE(motor().CopiarCita(Lunes.addDays(3))) << "what is shown by now";
 }
 
 // The table is held by another workstation just when the copy is written.
