@@ -92,22 +92,30 @@ bool TAgenda3P::InsertaDia(QDate fecha, bool preguntar)
     if (preguntar && !PreguntaHojaNueva(fecha))
         return false;
     QStringList perdidos;
-    try {
-        // The slots of a whole sheet go table by table: one commit each, instead of one a line.
-        for (int notario = 1; notario <= MaxNotarios; ++notario) {
-            if (DataSet *const tabla = Tabla(notario))
-                perdidos << AnadeHojaDelDia(*tabla, fecha, vacias.at(static_cast<std::size_t>(notario - 1)));
+    std::exception_ptr fallo;
+    // The slots of a whole sheet go table by table: one commit each, instead of one a line.
+    for (int notario = 1; notario <= MaxNotarios && !fallo; ++notario) {
+        if (!Tabla(notario))
+            continue;
+        try {
+            Dia(notario).TodoONada([&] {
+                perdidos << AnadeHojaDelDia(*Tabla(notario), fecha,
+                                            vacias.at(static_cast<std::size_t>(notario - 1)));
+                Dia(notario).Muestra(fecha);
+            });
+        } catch (...) {
+            fallo = std::current_exception();
         }
-    } catch (...) {
-        TAgenda3P::RangoPorFecha(fecha); // the settings could not be read: the day is to be seen all the same
-        throw;
     }
     // A slot is one of all tables, and is named once, however many of them lack it.
     perdidos.removeDuplicates();
     perdidos.sort();
     for (const QString &hueco : std::as_const(perdidos))
         AvisaHuecoPerdido(hueco);
-    return TAgenda3P::RangoPorFecha(fecha);
+    const bool todas = TAgenda3P::RangoPorFecha(fecha); // to be seen also where its sheet could not be had
+    if (fallo)
+        std::rethrow_exception(fallo);
+    return todas;
 }
 
 bool TAgenda3P::AnteriorDia()
@@ -243,14 +251,16 @@ TRespuesta TAgenda3P::Ausente()
     DataSet &tabla = TablaActual();
     const dataset::ControlsGuard sinAvisos(tabla);
     QString causa;
-    const TRespuesta hecho = ConGuarda(tabla, "Ausente", [&] {
+    const TRespuesta hecho = ConGuarda(tabla, "Ausente", [&]() -> TRespuesta {
+        if (!tabla.hasRange())
+            return TRespuesta::Fallo(QStringLiteral("La agenda no muestra ningún día."));
         bool ultima = false;
         RecorreLineas(tabla, [&] {
             const TRespuesta una = AlternaMarca(MarcaAusente, MarcaSalida, ultima);
             if (!una.Causa().isEmpty())
                 causa = una.Causa();
         });
-        return ultima;
+        return {ultima};
     });
     return {hecho, hecho.Causa().isEmpty() ? causa : hecho.Causa()};
 }

@@ -118,6 +118,19 @@ TEST_F(Motor3PTest, TheMarksAreToggles)
     EXPECT_EQ(oficina.dia(3, Hoy).at(1), "10:00 [SALIDA]Poder S");
 }
 
+// The mark is for a day: a table that shows the whole of itself is left alone.
+TEST_F(Motor3PTest, AbsenceWithoutADayMarksNothing)
+{
+    enTodas(Hoy, {"09:00"});
+    enTodas(Manana, {"09:00"});
+    motor().CancelaRangoPorFecha();
+    const TRespuesta marcada = motor().Ausente();
+    EXPECT_FALSE(marcada);
+    EXPECT_FALSE(marcada.Causa().isEmpty());
+    EXPECT_EQ(oficina.dia(1, Hoy), QStringList{"09:00  N"});
+    EXPECT_EQ(oficina.dia(1, Manana), QStringList{"09:00  N"});
+}
+
 TEST_F(Motor3PTest, MovingBetweenDaysShowsTheSameDayInEveryTable)
 {
     enTodas(Hoy, {"09:00"});
