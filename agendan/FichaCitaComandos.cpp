@@ -63,13 +63,21 @@ void TFFichaCitas::BNuevoClick()
 void TFFichaCitas::BModificarClick()
 {
     EjecutaConGuarda([this] {
-        const QString hora = TLineaAgenda::Actual(Tabla()).Hora;
+        DataSet &tabla = Tabla();
+        const auto vista = m_vistasAlAbrir.constFind(tabla.bookmark());
+        const TLineaAgenda antes = vista != m_vistasAlAbrir.cend() ? TLineaAgenda::DeVista(tabla, *vista)
+                                                                   : TLineaAgenda::Actual(tabla);
         // The card shows it before anything is typed.
         const TRespuesta enEdicion = m_motor->Modificar(TALaVista::ficha);
-        if (enEdicion)
-            EmpiezaEdicion();
-        else
-            AvisaSiFallo(enEdicion, QStringLiteral("No se ha podido modificar la cita de las %1.").arg(hora));
+        if (!enEdicion) {
+            AvisaSiFallo(enEdicion,
+                         QStringLiteral("No se ha podido modificar la cita de las %1.").arg(antes.Hora));
+            return;
+        }
+        EmpiezaEdicion();
+        if (!TLineaAgenda::Actual(tabla).DiceLoMismo(antes, TodosLosCampos))
+            Avisa(QStringLiteral("Otro puesto ha cambiado esta línea: se ve como está ahora"));
+        m_vistasAlAbrir.insert(tabla.bookmark(), tabla.seen());
     });
 }
 

@@ -2,6 +2,8 @@
 
 #include "tests/agendan/Ficha.h"
 
+#include <QtWidgets/QLabel>
+
 namespace
 {
 
@@ -132,10 +134,42 @@ TEST_F(HoraFinTest, WhatAColleagueHasWrittenSinceIsNotFilled)
                                        "10:30 Firma", "11:00 Firma"}));
 }
 
+// The line of such an end hour is added, and stands in no sheet.
+TEST_F(HoraFinTest, AnEndTimeOutsideTheDayIsSaidAtOnce)
+{
+    const struct {
+        const char *tecleado;
+        const char *fin;
+        bool alAceptar; ///< without leaving the field before
+    } casos[] = {{"0930", "", false},      {"     ", "", false},    {" 930", "9:30", false},
+                 {"2400", "24:00", false}, {"2400", "24:00", true}, {"930 ", "93:0", false}};
+    linea(Lunes, "09:00");
+    for (const auto &caso : casos) {
+        enFicha(TOperacion::modificar, [&] {
+            escribe("MEHoraFin", caso.tecleado);
+            if (caso.alAceptar)
+                pulsa("BAceptar");
+            else
+                tecla(Qt::Key_Tab);
+            const QString fin = caso.fin;
+            const QString esperado = fin.isEmpty()
+                                         ? control("DBCBOficial").statusTip()
+                                         : fin + " no es una hora del día: la línea no se verá en su hoja";
+            EXPECT_EQ(control<QLabel>("LExplica").text(), esperado) << caso.tecleado;
+        });
+    }
+}
+
 TEST_F(HoraFinTest, CopiesSixFieldsAndNoOthers)
 {
     for (const char *hora : {"09:00", "09:30", "10:00"})
         linea(Lunes, hora, "Antes");
+    {
+        const auto otro = oficina.agenda(1);
+        otro->edit();
+        otro->field(u"AVISO").setText("S");
+        otro->post();
+    }
     enFicha(TOperacion::modificar, [&] {
         escribe("DBCBOficial", "Ana");
         control<QComboBox>("DBCBSalida").setCurrentIndex(1);
@@ -148,7 +182,7 @@ TEST_F(HoraFinTest, CopiesSixFieldsAndNoOthers)
     const std::pair<const char16_t *, QString> campos[] = {
         {u"FECHA", "16/11/2026"}, {u"HORA", "10:00"},  {u"CONCEPTO", "Firma"},
         {u"CODCLIENTE", "8"},     {u"OFICIAL", "ANA"}, {u"INTERESADO", "PEDRO SÁENZ"},
-        {u"SALIDA", "S"},         {u"AVISO", "N"}};
+        {u"SALIDA", "S"},         {u"AVISO", "S"}};
     for (const auto &[campo, valor] : campos)
         EXPECT_EQ(agenda->field(campo).asText(), valor);
 }
