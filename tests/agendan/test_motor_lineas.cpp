@@ -61,6 +61,20 @@ TEST_F(LineasTest, ALineOfAnotherDayIsOnlyTakenFromItsCard)
     EXPECT_TRUE(motor().Borrar(false, TALaVista::ficha));
     EXPECT_EQ(oficina.dia(1, Lunes.addDays(3)), QStringList());
     EXPECT_EQ(oficina.dia(1, Lunes).size(), 2);
+
+    // Also where it was the only line of the day that is shown.
+    const QDate martes = Lunes.addDays(1);
+    motor().RangoPorFecha(martes);
+    ASSERT_TRUE(motor().Modificar());
+    tabla().field(u"FECHA").setDate(Lunes.addDays(4));
+    ASSERT_TRUE(motor().AceptarAgendaN());
+    ASSERT_TRUE(tabla().isEmpty());
+    ASSERT_TRUE(motor().Modificar(TALaVista::ficha));
+    tabla().field(u"CONCEPTO").setText("En su ficha");
+    ASSERT_TRUE(motor().AceptarAgendaN());
+    EXPECT_EQ(oficina.dia(1, Lunes.addDays(4)), QStringList{"09:00 En su ficha N"});
+    EXPECT_TRUE(motor().Borrar(false, TALaVista::ficha));
+    EXPECT_EQ(oficina.dia(1, Lunes.addDays(4)), QStringList());
 }
 
 TEST_F(LineasTest, CancellingAsksWhenTold)

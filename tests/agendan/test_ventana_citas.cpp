@@ -116,6 +116,17 @@ TEST_F(CitasTest, CopiesTheCurrentLineToAnotherDay)
         EXPECT_EQ(oficina.dia(1, Jueves), QStringList{"10:00 10:00 N"}) << "no sheet is built";
         EXPECT_EQ(oficina.dia(1, Lunes).size(), 4);
         compruebaSitio("10:00");
+        // An emptied date field says no day; the one that is shown still counts.
+        for (const char *orden : {"ACopiarCita", "AMoverCita"}) {
+            fecha().setFocus();
+            tecla(Qt::Key_A, Qt::ControlModifier);
+            tecla(Qt::Key_Backspace);
+            EXPECT_EQ(fecha().text(), "  /  /    ");
+            oficina.Rut.FechaElegida = Lunes;
+            comando(orden);
+            EXPECT_EQ(oficina.dia(1, Lunes).size(), 4) << orden;
+            EXPECT_EQ(horaActual(), "10:00");
+        }
     });
 }
 
