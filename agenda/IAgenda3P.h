@@ -62,8 +62,9 @@ public:
     virtual bool CancelarAgendaN(bool preguntar) = 0;
     /// Puts the outing mark on the current line, or takes it away.
     virtual TRespuesta Salida() = 0;
-    /// Puts the absence mark on every line of the shown day, or takes it away, each by itself. Does nothing,
-    /// and gives false, where the current table shows no day.
+    /// Puts the absence mark on every line of the shown day, or takes it away, each by itself and as it has
+    /// been shown. Does nothing, and gives false, where the current table shows no day.
+    /// @return whether a line has been changed; the cause names the hours of those that have not.
     virtual TRespuesta Ausente() = 0;
 
     // Copying

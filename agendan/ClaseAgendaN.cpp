@@ -78,9 +78,14 @@ void TClassAgendaN::CancelaRangoPorFecha()
 
 bool TClassAgendaN::InsertaDia(QDate fecha, bool preguntar)
 {
-    if (!fecha.isValid() || (preguntar && !PreguntaHojaNueva(fecha)))
+    if (!fecha.isValid())
         return false;
-    return ConstruyeHoja(fecha, false);
+    // A day that is seen to have no line gets its sheet once, though another workstation may be answering the
+    // same question.
+    const bool vacio = DiaActual().Mostrado() == fecha && TablaActual().isEmpty();
+    if (preguntar && !PreguntaHojaNueva(fecha))
+        return false;
+    return ConstruyeHoja(fecha, vacio);
 }
 
 /// @param soloSiFalta  nothing is built when another workstation has built the day in the meantime.
@@ -177,51 +182,34 @@ TRespuesta TClassAgendaN::AceptarAgendaN()
     return AceptaPendiente(TablaActual(), "AceptarAgendaN", TTrasFallo::cancela);
 }
 
-/// @param aceptada  what AceptarAgendaN said; left alone when a failure came before it.
-TRespuesta TClassAgendaN::MarcaLineaActual(const QString &marca, bool &aceptada)
+TRespuesta TClassAgendaN::Salida()
 {
     TRespuesta preparada = Modificar();
     if (preparada)
         preparada = ConGuarda(TablaActual(), "Marcar", [&] {
-            EscribeMarca(TablaActual(), marca);
+            EscribeMarca(TablaActual(), MarcaSalida);
             return true;
         });
-    if (!preparada) {
-        CancelarAgendaN(false);
-        return preparada;
-    }
-    const TRespuesta respuesta = AceptarAgendaN();
-    aceptada = respuesta;
-    return respuesta;
-}
-
-TRespuesta TClassAgendaN::Salida()
-{
-    bool aceptada = false;
-    return MarcaLineaActual(MarcaSalida, aceptada);
+    if (preparada)
+        return AceptarAgendaN();
+    CancelarAgendaN(false);
+    return preparada;
 }
 
 TRespuesta TClassAgendaN::Ausente()
 {
     DataSet &tabla = TablaActual();
     const dataset::ControlsGuard sinAvisos(tabla);
-    QString causa;
-    const TRespuesta hecho = ConGuarda(tabla, "Ausente", [&] {
+    return ConGuarda(tabla, "Ausente", [&]() -> TRespuesta {
         const dataset::Bookmark donde = tabla.bookmark();
-        if (!HayRangoPorFecha())
+        if (!HayRangoPorFecha()) {
             RangoPorFecha(TLineaAgenda::Actual(tabla).Fecha);
+            tabla.goToBookmark(donde); // the range has gone to its first line
+        }
         if (!tabla.hasRange())
             return false; // a line without a date: the whole table would be marked
-        bool ultimaAceptada = false;
-        RecorreLineas(tabla, [&] {
-            const TRespuesta una = MarcaLineaActual(MarcaAusente, ultimaAceptada);
-            if (!una.Causa().isEmpty())
-                causa = una.Causa();
-        });
-        tabla.goToBookmark(donde); // the range may have gone to its first line
-        return ultimaAceptada;
+        return TOrdenesDeLineas(tabla).CambiaTodas([](DataSet &linea) { EscribeMarca(linea, MarcaAusente); });
     });
-    return {hecho, hecho.Causa().isEmpty() ? causa : hecho.Causa()};
 }
 
 /// Back to the line that was current, in every case; without it, to the first one of the shown day.

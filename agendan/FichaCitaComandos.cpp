@@ -222,8 +222,10 @@ QList<TLineaAgenda> TFFichaCitas::LineasHasta(const TLineaAgenda &cita, const QS
         linea = TLineaAgenda::Actual(tabla);
     }
     // Deliberate: only the time and the end of the table count here, not the day. In a table that is not
-    // restricted to a day this may be the first line of the next one.
-    const bool hayLinea = !tabla.eof() && linea.Hora == horaFin;
+    // restricted to a day this may be the first line of the next one. A restricted one ends with its day;
+    // from an hour outside the day the cursor has gone on to another day all the same.
+    const bool hayLinea =
+        !tabla.eof() && linea.Hora == horaFin && (!tabla.hasRange() || linea.Fecha == cita.Fecha);
     lineas << (hayLinea ? linea : TLineaAgenda::Nueva(cita.Fecha, horaFin));
     return lineas;
 }
@@ -259,23 +261,30 @@ void TFFichaCitas::RellenaHasta(const QString &horaFin)
     TLineaAgenda cita = TLineaAgenda::Actual(Tabla());
     if (cita.CodCliente)
         cita.CodCliente = static_cast<double>(cita.Codigo()); // codes lose their fraction in a copy
-    QStringList sinRellenar;
-    QString causa;
+    THorasFallidas fallidas;
+    TRespuesta rellena = true;
     m_motor->DiaActual().Mientras(cita.Fecha, [&] {
         for (const TLineaAgenda &linea : LineasHasta(cita, horaFin)) {
-            TRespuesta rellena = TomaParaRellenar(linea);
-            if (rellena)
-                rellena = EscribeYAcepta(*m_motor, cita);
-            if (rellena) {
-                m_vistasAlAbrir.insert(Tabla().bookmark(), Tabla().seen()); // by this workstation itself
-                continue;
+            if (!rellena.TablaOcupada()) { // else each line would be waited for as long
+                rellena = TomaParaRellenar(linea);
+                if (rellena)
+                    rellena = EscribeYAcepta(*m_motor, cita);
             }
-            sinRellenar << linea.Hora;
-            causa = rellena.Causa();
+            if (rellena)
+                m_vistasAlAbrir.insert(Tabla().bookmark(), Tabla().seen()); // by this workstation itself
+            else
+                fallidas.emplaceBack(linea.Hora, rellena.Causa());
         }
     });
-    if (!sinRellenar.isEmpty())
-        AvisaDeError(
-            QStringLiteral("La cita se ha guardado, pero no se han podido rellenar estas horas: %1.\n%2")
-                .arg(sinRellenar.join(QStringLiteral(", ")), causa));
+    if (fallidas.isEmpty())
+        return;
+    QStringList horas;
+    bool unaCausa = true;
+    for (const auto &[hora, causa] : std::as_const(fallidas)) {
+        horas << hora;
+        unaCausa = unaCausa && causa == fallidas.first().second;
+    }
+    AvisaDeError(QStringLiteral("La cita se ha guardado, pero no se han podido rellenar estas horas: %1.\n%2")
+                     .arg(horas.join(QStringLiteral(", ")),
+                          unaCausa ? fallidas.first().second : HorasYCausas(fallidas)));
 }

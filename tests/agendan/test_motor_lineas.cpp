@@ -409,6 +409,70 @@ TEST_F(VariasTest, AreOneCommitOrOneEach)
     EXPECT_TRUE(motor().BorrarLineas({lineas.at(2)}).isEmpty());
 }
 
+// The clerk means the lines that he sees: what a colleague has written into one since is not marked unseen.
+TEST_F(VariasTest, AbsenceMarksTheLinesThatWereSeen)
+{
+    otroEscribe("10:00", "De otro");
+    oficina.linea(1, Lunes, "10:30", "Nueva");
+    const TRespuesta marcada = motor().Ausente();
+    EXPECT_TRUE(marcada);
+    EXPECT_EQ(marcada.Causa(), "10:00: Otro puesto ha cambiado la línea mientras tanto");
+    EXPECT_EQ(oficina.dia(1, Lunes), (QStringList{"09:00 [AUSENTE]Firma S", "10:00 De otro N",
+                                                  "10:30 Nueva N", "11:00 [AUSENTE]Acta S"}));
+    EXPECT_EQ(mostrado(), "16/11/2026 09:00");
+    tabla().first();
+    ASSERT_TRUE(motor().Modificar()); // what is being typed belongs to its line
+    tabla().field(u"CONCEPTO").setText("Tecleada");
+    EXPECT_EQ(motor().Ausente().Causa(), "");
+    EXPECT_EQ(oficina.dia(1, Lunes).value(0), "09:00 [AUSENTE]Tecleada S");
+}
+
+/// How often the engine has met a failure since this was made.
+class FallosApuntados
+{
+public:
+    FallosApuntados() { s_cuantos = 0; }
+    ~FallosApuntados() { qInstallMessageHandler(m_antes); }
+    FallosApuntados(const FallosApuntados &) = delete;
+    FallosApuntados &operator=(const FallosApuntados &) = delete;
+    [[nodiscard]] static int Cuantos() { return s_cuantos; }
+
+private:
+    static void Apunta(QtMsgType, const QMessageLogContext &contexto, const QString &)
+    {
+        s_cuantos += QLatin1String(contexto.category) == QLatin1String("agenda.motor") ? 1 : 0;
+    }
+    static inline int s_cuantos = 0;
+    QtMessageHandler m_antes = qInstallMessageHandler(Apunta);
+};
+
+// Each attempt may take a second: where the whole table is held, one is enough for all lines.
+TEST_F(VariasTest, ATableThatIsHeldIsWaitedForOnce)
+{
+    const struct {
+        const char *que;
+        std::function<qsizetype()> orden; ///< @return lines that have failed
+    } casos[] = {
+        {"deleted", [&] { return motor().BorrarLineas(lineas).size(); }},
+        {"copied", [&] { return motor().CopiarLineas(lineas, martes).size(); }},
+        {"moved", [&] { return motor().MoverLineas(lineas, martes).size(); }},
+        {"marked", [&] { return motor().MarcarSalidas(lineas).size(); }},
+        {"absent", [&] { return motor().Ausente().Causa().count("09:00, 10:00, 11:00: ") * 3; }},
+    };
+    otro->beginGroup();
+    for (const auto &caso : casos) {
+        const FallosApuntados fallos;
+        EXPECT_EQ(caso.orden(), 3) << caso.que;
+        EXPECT_EQ(FallosApuntados::Cuantos(), 1) << caso.que;
+    }
+    otro->dropGroup();
+    EXPECT_EQ(oficina.dia(1, Lunes), (QStringList{"09:00 Firma N", "10:00 Poder N", "11:00 Acta N"}));
+    // One line that is held says nothing of the others.
+    otroVaA("09:00");
+    otro->edit();
+    EXPECT_EQ(fallidas(motor().MarcarSalidas(lineas)), QStringList{"09:00 Otro puesto está usando la línea"});
+}
+
 TEST_F(LineasTest, AbsenceWithoutADayMarksNothing)
 {
     oficina.linea(1, QDate(), "09:00", "Sin fecha");
