@@ -203,7 +203,8 @@ void TFFichaCitas::RecuperaLoTecleado(const QString &causa)
     }
     const QString porQue = causa.isEmpty() ? QString() : causa + u'\n';
     const QString hora = m_borrador.Tecleado(Tabla().fieldIndex(NombreDe(TCampoLinea::hora))).toString();
-    AvisaDeError(QStringLiteral("No se ha podido guardar la cita de las %1.\n").arg(hora) + porQue + destino);
+    AvisaDeError(QStringLiteral("No se ha podido guardar la cita de las %1.\n").arg(hora) + porQue + destino +
+                 m_borrador.LoDeOtros());
     if (lugar == TBorrador::TLugar::ninguno)
         ActivarBotones();
 }

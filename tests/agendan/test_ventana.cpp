@@ -289,4 +289,60 @@ TEST_F(VentanaTest, AHintThatComesBeforeTheWindowIsNotPaintedOverTheHelpLine)
     support::compruebaLineaDeAyuda(ventana, support::explicacionDe(ventana));
 }
 
+// The host counts one notary more than the tables that it gives.
+class PestanasTest : public VentanaTest
+{
+protected:
+    PestanasTest()
+        : VentanaTest(5)
+    {
+        for (int notario = 1; notario <= 5; ++notario)
+            oficina.linea(notario, Lunes, "09:00", QString("Del %1").arg(notario));
+    }
+};
+
+TEST_F(PestanasTest, ATabWithoutATableDoesNothingAndBreaksNothing)
+{
+    const auto una = oficina.agenda(1);
+    tablas = {una.get()};
+    oficina.Rut.FechaElegida = Lunes.addDays(1);
+    oficina.ponAjustes(9, 9, 30);
+    enVentana([&] {
+        ASSERT_TRUE(pestanas().isTabVisible(1));
+        pestanas().setCurrentIndex(1);
+        for (const QAction *const orden : ficha->findChildren<QAction *>()) {
+            const QString nombre = orden->objectName();
+            if (!nombre.startsWith(u'A') || nombre == "ASalir" || nombre == "AAyuda" || !orden->isEnabled())
+                continue;
+            comando(qPrintable(nombre));
+            QCoreApplication::processEvents();
+            ASSERT_TRUE(ficha->isVisible()) << nombre.toStdString();
+        }
+        for (const Qt::Key letra : {Qt::Key_Insert, Qt::Key_Delete, Qt::Key_Space, Qt::Key_A, Qt::Key_Down})
+            tecla(letra);
+        refresca();
+        pestanas().setCurrentIndex(0);
+        EXPECT_EQ(rejilla().model()->rowCount(), 1);
+    });
+    EXPECT_EQ(oficina.dia(1, Lunes), QStringList{"09:00 Del 1 N"});
+}
+
+TEST_F(PestanasTest, FiveNotariesHaveATabAndADayEach)
+{
+    oficina.Config.Cuantos = 7; // two more than there is room for
+    oficina.linea(5, Lunes.addDays(1), "10:00", "Mañana");
+    enVentana([&] {
+        for (int pestana = 0; pestana < 5; ++pestana) {
+            ASSERT_TRUE(pestanas().isTabVisible(pestana));
+            pestanas().setCurrentIndex(pestana);
+            ASSERT_EQ(rejilla().model()->rowCount(), 1);
+            EXPECT_EQ(celda(0, 1), QString("Del %1").arg(pestana + 1));
+        }
+        comando("ADiaSiguiente");
+        EXPECT_EQ(celda(0, 1), "Mañana");
+        esperaFicha(TOperacion::nuevo, [](TClassAgendaN &m) { EXPECT_EQ(&m.TablaActual(), m.Tabla(5)); });
+        tecla(Qt::Key_Insert);
+    });
+}
+
 } // namespace

@@ -92,10 +92,22 @@ TEST_F(CitasTest, TheCardOpensByKeyMenuAndDoubleClick)
         };
         esperaFicha(TOperacion::modificar);
         dobleClic();
+        const auto dobleClicDebajo = [&] {
+            const QPoint donde = rejilla().viewport()->rect().bottomLeft() + QPoint(20, -5);
+            ASSERT_FALSE(rejilla().indexAt(donde).isValid());
+            QTest::mouseClick(rejilla().viewport(), Qt::LeftButton, {}, donde);
+            QTest::mouseDClick(rejilla().viewport(), Qt::LeftButton, {}, donde);
+        };
+        esperaFicha(TOperacion::modificar);
+        dobleClicDebajo();
+        QTest::mouseDClick(rejilla().viewport(), Qt::RightButton, {},
+                           rejilla().viewport()->rect().bottomLeft() + QPoint(20, -5));
         pestanas().setCurrentIndex(1);
         EXPECT_TRUE(rejilla().hasFocus()) << "another tab, its grid";
         esperaFicha(TOperacion::ver);
         dobleClic();
+        esperaFicha(TOperacion::ver);
+        dobleClicDebajo();
         esperaFicha(TOperacion::nuevo, [](TClassAgendaN &m) { EXPECT_EQ(&m.TablaActual(), m.Tabla(2)); });
         tecla(Qt::Key_Insert);
     });
