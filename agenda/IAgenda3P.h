@@ -34,7 +34,8 @@ public:
     virtual bool RangoPorFecha(QDate fecha) = 0;
     /// Shows the whole of every table.
     virtual void CancelaRangoPorFecha() = 0;
-    /// Builds the sheet of a day in every table and shows that day.
+    /// Builds the sheet of a day in every table and shows that day. A table in which that fails shows what it
+    /// showed before.
     /// @param preguntar  ask the user first. @return false when declined, or when a table has no line of it.
     virtual bool InsertaDia(QDate fecha, bool preguntar) = 0;
     /// Show the nearest earlier or later day of the current table. @return false when there is none.
@@ -61,7 +62,9 @@ public:
     virtual bool CancelarAgendaN(bool preguntar) = 0;
     /// Puts the outing mark on the current line, or takes it away.
     virtual TRespuesta Salida() = 0;
-    /// Puts the absence mark on every line of the shown day, or takes it away, each by itself.
+    /// Puts the absence mark on every line of the shown day, or takes it away, each by itself and as it has
+    /// been shown. Does nothing, and gives false, where the current table shows no day.
+    /// @return whether a line has been changed; the cause names the hours of those that have not.
     virtual TRespuesta Ausente() = 0;
 
     // Copying

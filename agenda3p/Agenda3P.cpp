@@ -4,6 +4,7 @@
 #include "agenda/Avisos.h"
 #include "agenda/HojaNueva.h"
 #include "agenda/LineaAgenda.h"
+#include "agenda/OrdenesDeLineas.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
@@ -24,6 +25,22 @@ namespace
 QString SinMarca(QString texto, const QString &marca)
 {
     return texto.remove(texto.indexOf(marca), marca.size());
+}
+
+/// Turns a mark of the line being edited on, off, or from the other one into this one.
+void EscribeMarcaAlterna(DataSet &tabla, const QString &marca, const QString &otra)
+{
+    TLineaAgenda linea = TLineaAgenda::Actual(tabla);
+    if (linea.EsSalida() && linea.Concepto.contains(otra)) {
+        linea.Concepto = marca + SinMarca(linea.Concepto, otra);
+    } else if (linea.EsSalida() && linea.Concepto.contains(marca)) {
+        linea.Concepto = SinMarca(linea.Concepto, marca);
+        linea.Salida = NoEstaFuera;
+    } else if (!linea.EsSalida()) {
+        linea.Concepto.prepend(marca);
+        linea.Salida = EstaFuera;
+    }
+    linea.Escribe(tabla, std::array{TCampoLinea::concepto, TCampoLinea::salida});
 }
 
 } // namespace
@@ -92,22 +109,30 @@ bool TAgenda3P::InsertaDia(QDate fecha, bool preguntar)
     if (preguntar && !PreguntaHojaNueva(fecha))
         return false;
     QStringList perdidos;
-    try {
-        // The slots of a whole sheet go table by table: one commit each, instead of one a line.
-        for (int notario = 1; notario <= MaxNotarios; ++notario) {
-            if (DataSet *const tabla = Tabla(notario))
-                perdidos << AnadeHojaDelDia(*tabla, fecha, vacias.at(static_cast<std::size_t>(notario - 1)));
+    std::exception_ptr fallo;
+    // The slots of a whole sheet go table by table: one commit each, instead of one a line.
+    for (int notario = 1; notario <= MaxNotarios && !fallo; ++notario) {
+        if (!Tabla(notario))
+            continue;
+        try {
+            Dia(notario).TodoONada([&] {
+                perdidos << AnadeHojaDelDia(*Tabla(notario), fecha,
+                                            vacias.at(static_cast<std::size_t>(notario - 1)));
+                Dia(notario).Muestra(fecha);
+            });
+        } catch (...) {
+            fallo = std::current_exception();
         }
-    } catch (...) {
-        TAgenda3P::RangoPorFecha(fecha); // the settings could not be read: the day is to be seen all the same
-        throw;
     }
     // A slot is one of all tables, and is named once, however many of them lack it.
     perdidos.removeDuplicates();
     perdidos.sort();
     for (const QString &hueco : std::as_const(perdidos))
         AvisaHuecoPerdido(hueco);
-    return TAgenda3P::RangoPorFecha(fecha);
+    const bool todas = TAgenda3P::RangoPorFecha(fecha); // to be seen also where its sheet could not be had
+    if (fallo)
+        std::rethrow_exception(fallo);
+    return todas;
 }
 
 bool TAgenda3P::AnteriorDia()
@@ -203,54 +228,24 @@ TRespuesta TAgenda3P::AceptarAgendaN()
     return AceptaPendiente(TablaActual(), "AceptarAgendaN", TTrasFallo::deja);
 }
 
-/// Turns a mark of the current line on, off, or from the other one into this one, and posts the line.
-/// @param puesta  whether it was posted; left alone when the line could not be put in edit mode.
-TRespuesta TAgenda3P::AlternaMarca(const QString &marca, const QString &otra, bool &puesta)
+TRespuesta TAgenda3P::Salida()
 {
     if (const TRespuesta enEdicion = Modificar(); !enEdicion)
         return enEdicion;
-    DataSet &tabla = TablaActual();
-    TRespuesta respuesta = ConGuarda(tabla, "Marcar", [&] {
-        TLineaAgenda linea = TLineaAgenda::Actual(tabla);
-        if (linea.EsSalida() && linea.Concepto.contains(otra)) {
-            linea.Concepto = marca + SinMarca(linea.Concepto, otra);
-        } else if (linea.EsSalida() && linea.Concepto.contains(marca)) {
-            linea.Concepto = SinMarca(linea.Concepto, marca);
-            linea.Salida = NoEstaFuera;
-        } else if (!linea.EsSalida()) {
-            linea.Concepto.prepend(marca);
-            linea.Salida = EstaFuera;
-        }
-        linea.Escribe(tabla, std::array{TCampoLinea::concepto, TCampoLinea::salida});
+    return ConGuarda(TablaActual(), "Marcar", [this] {
+        EscribeMarcaAlterna(TablaActual(), MarcaSalida, MarcaAusente);
+        TBPost(TablaActual());
         return true;
     });
-    if (respuesta)
-        respuesta = AceptarAgendaN();
-    if (!respuesta)
-        CancelaSinPreguntar(tabla);
-    puesta = respuesta;
-    return respuesta;
-}
-
-TRespuesta TAgenda3P::Salida()
-{
-    bool puesta = false;
-    return AlternaMarca(MarcaSalida, MarcaAusente, puesta);
 }
 
 TRespuesta TAgenda3P::Ausente()
 {
     DataSet &tabla = TablaActual();
-    const dataset::ControlsGuard sinAvisos(tabla);
-    QString causa;
-    const TRespuesta hecho = ConGuarda(tabla, "Ausente", [&] {
-        bool ultima = false;
-        RecorreLineas(tabla, [&] {
-            const TRespuesta una = AlternaMarca(MarcaAusente, MarcaSalida, ultima);
-            if (!una.Causa().isEmpty())
-                causa = una.Causa();
-        });
-        return ultima;
+    return ConGuarda(tabla, "Ausente", [&]() -> TRespuesta {
+        if (!tabla.hasRange())
+            return TRespuesta::Fallo(QStringLiteral("La agenda no muestra ningún día."));
+        return TOrdenesDeLineas(tabla).CambiaTodas(
+            [](DataSet &linea) { EscribeMarcaAlterna(linea, MarcaAusente, MarcaSalida); });
     });
-    return {hecho, hecho.Causa().isEmpty() ? causa : hecho.Causa()};
 }

@@ -80,7 +80,6 @@ private:
 
     TAnadida AnadeEnTodas(QDate fecha, const QString &hora);
     static TRespuesta BorraSiEsDe(dataset::DataSet &tabla, const QString &hora);
-    TRespuesta AlternaMarca(const QString &marca, const QString &otra, bool &puesta);
     void PreparaBuffer();
     TRespuesta PegaDesplazado(QDate fecha, int minutos, bool desplaza);
     TRespuesta PegaFila(QDate fecha, const QString &hora);
