@@ -213,6 +213,8 @@ bool TDiaDeDos::JuntaConLaSuya(TFilaDia &mia, const TVersiones &dia)
     const auto fundida = suya ? FundeLinea(*antes, mia, dia.Suyas[*suya]) : std::nullopt;
     if (fundida)
         mia = *fundida;
+    else if (suya)
+        mia = SoloLoMio(*antes, mia);
     return fundida.has_value();
 }
 

@@ -1,6 +1,7 @@
 #include "agenda1/FusionDia.h"
 
 #include <algorithm>
+#include <array>
 #include <tuple>
 
 using dataset::Bookmark;
@@ -132,6 +133,25 @@ std::optional<TFilaDia> FundeLinea(const TFilaDia &base, const TFilaDia &mia, co
     return fundida;
 }
 
+TFilaDia SoloLoMio(const TFilaDia &base, TFilaDia mia)
+{
+    constexpr std::array Mitades{std::array{DiaInteresado1, DiaOficial1, DiaConcepto1},
+                                 std::array{DiaInteresado2, DiaOficial2, DiaConcepto2}};
+    const auto tocada = [&](const auto &mitad) {
+        return std::any_of(mitad.begin(), mitad.end(),
+                           [&](TCampoDia campo) { return mia.Valores[campo] != base.Valores[campo]; });
+    };
+    const std::array tocadas{tocada(Mitades[0]), tocada(Mitades[1])};
+    for (std::size_t i = 0; i < Mitades.size(); ++i) {
+        if (tocadas[i] || !tocadas[1 - i])
+            continue;
+        for (const TCampoDia campo : Mitades[i])
+            mia.Valores[campo].clear();
+    }
+    mia.Registro = 0;
+    return mia;
+}
+
 void OrdenaComoAgenda(TFilasDia &filas)
 {
     const auto lugar = [](const TFilaDia &una) {
@@ -167,7 +187,7 @@ TFusionDia FundeDia(const TFilasDia &base, const TFilasDia &mias, const TFilasDi
         }
         fusion.Choques << mia.Valores[DiaHora];
         fusion.Filas.push_back(suya);
-        fusion.Filas.push_back({0, mia.Valores});
+        fusion.Filas.push_back(SoloLoMio(base[*antes], mia));
     }
     std::stable_sort(fusion.Filas.begin(), fusion.Filas.end(), [](const TFilaDia &una, const TFilaDia &otra) {
         return std::tuple(una.Valores[DiaHora], una.Registro == 0) <

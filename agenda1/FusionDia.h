@@ -40,6 +40,10 @@ struct TFusionDia {
 [[nodiscard]] std::optional<TFilaDia> FundeLinea(const TFilaDia &base, const TFilaDia &mia,
                                                  const TFilaDia &suya);
 
+/// What becomes a line of its own where FundeLinea() has nothing: mine, without the half of a notary that was
+/// not touched here, which stands in theirs.
+[[nodiscard]] TFilaDia SoloLoMio(const TFilaDia &base, TFilaDia mia);
+
 /// Puts lines in the order of the hours, as they stand in AGENDA: those of one hour by their records, those
 /// that are not there yet behind them.
 void OrdenaComoAgenda(TFilasDia &filas);
