@@ -52,31 +52,75 @@ TAgenda3P::~TAgenda3P()
 // ---------------------------------------------------------------------------------------------------------------------
 // Days
 
-bool TAgenda3P::RangoPorFecha(QDate fecha)
+/// Runs work for every notary who has a table; one that fails does not hold up the others.
+/// @throws what failed last.
+void TAgenda3P::EnCadaTabla(const std::function<void(int notario)> &trabajo)
 {
-    if (fecha.isValid())
-        m_dia = fecha;
-    bool todas = true;
     std::exception_ptr fallo;
     for (int notario = 1; notario <= MaxNotarios; ++notario) {
         try {
-            if (Tabla(notario) && !Dia(notario).Muestra(fecha))
-                todas = false;
+            if (Tabla(notario))
+                trabajo(notario);
         } catch (...) {
-            fallo = std::current_exception(); // the others show the day all the same
+            fallo = std::current_exception();
         }
     }
     if (fallo)
         std::rethrow_exception(fallo);
+}
+
+bool TAgenda3P::RangoPorFecha(QDate fecha)
+{
+    bool todas = true;
+    EnCadaTabla([&](int notario) { todas = Dia(notario).Muestra(fecha) && todas; });
     return todas;
 }
 
 void TAgenda3P::CancelaRangoPorFecha()
 {
+    EnCadaTabla([this](int notario) { Dia(notario).MuestraTodo(); });
+}
+
+TRespuesta TAgenda3P::VeDia(QDate fecha)
+{
+    return VeDiaEn(fecha, 0);
+}
+
+/// @param menosEn  the notary who is left out; 0 for none.
+TRespuesta TAgenda3P::VeDiaEn(QDate fecha, int menosEn)
+{
+    if (!fecha.isValid())
+        return false;
+    bool hay = false;
+    QStringList causas;
     for (int notario = 1; notario <= MaxNotarios; ++notario) {
-        if (Tabla(notario))
-            Dia(notario).MuestraTodo();
+        DataSet *const tabla = Tabla(notario);
+        if (!tabla || notario == menosEn)
+            continue;
+        const auto ve = [&] {
+            if (DiaMostrado(notario) != fecha)
+                return Dia(notario).Muestra(fecha);
+            tabla->refresh(); // which leaves alone a line that is being edited
+            return !tabla->isEmpty();
+        };
+        const TRespuesta una = ConGuarda(*tabla, "VeDia", ve, TTrasFallo::deja);
+        hay = hay || una;
+        if (!una.Causa().isEmpty())
+            causas << NombreNotario(notario) + QStringLiteral(": ") + una.Causa();
     }
+    return {hay, causas.join(u'\n')};
+}
+
+QDate TAgenda3P::DiaMostrado(int notario) const
+{
+    return Tabla(notario) ? Dia(notario).Mostrado() : QDate();
+}
+
+/// Shows a day in the current table, and then in the others as far as they can be read.
+void TAgenda3P::VeDiaConLasDemas(QDate fecha)
+{
+    DiaActual().Muestra(fecha); // in front: where it fails, no table has gone to another day
+    VeDiaEn(fecha, NotarioActual());
 }
 
 bool TAgenda3P::InsertaDia(QDate fecha, bool preguntar)
@@ -110,14 +154,22 @@ bool TAgenda3P::InsertaDia(QDate fecha, bool preguntar)
     return TAgenda3P::RangoPorFecha(fecha);
 }
 
+bool TAgenda3P::VeAOtroDia(TSentido sentido)
+{
+    return DiaActual().VeAOtro(sentido, [this](QDate fecha) {
+        VeDiaConLasDemas(fecha);
+        return !TablaActual().isEmpty();
+    });
+}
+
 bool TAgenda3P::AnteriorDia()
 {
-    return DiaActual().VeAOtro(TSentido::anterior, [this](QDate fecha) { return RangoPorFecha(fecha); });
+    return VeAOtroDia(TSentido::anterior);
 }
 
 bool TAgenda3P::SiguienteDia()
 {
-    return DiaActual().VeAOtro(TSentido::siguiente, [this](QDate fecha) { return RangoPorFecha(fecha); });
+    return VeAOtroDia(TSentido::siguiente);
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -131,6 +183,10 @@ TRespuesta TAgenda3P::Anadir(QDate fecha, const QString &hora)
 TAgenda3P::TAnadida TAgenda3P::AnadeEnTodas(QDate fecha, const QString &hora)
 {
     TAnadida anadida;
+    if (!fecha.isValid()) { // no day would ever show it
+        anadida.Todas = TRespuesta::Fallo(QStringLiteral("No se ha dicho de qué día."));
+        return anadida;
+    }
     const auto vuelve = qScopeGuard([this, actual = NotarioActual()] { PonNotarioActual(actual); });
     const DataSet *const inicial = &TablaActual();
     for (int notario = 1; notario <= MaxNotarios; ++notario) {
@@ -153,6 +209,14 @@ TAgenda3P::TAnadida TAgenda3P::AnadeEnTodas(QDate fecha, const QString &hora)
         }
     }
     return anadida;
+}
+
+bool TAgenda3P::PreguntaBorrar(const QString &hora)
+{
+    return PreguntaMotor(QStringLiteral("¿Desea borrar la cita de las %1 de todas las agendas?\n"
+                                        "Los datos se perderán.")
+                             .arg(hora),
+                         TituloAtencion);
 }
 
 TRespuesta TAgenda3P::BorraSiEsDe(DataSet &tabla, const QString &hora)
@@ -178,10 +242,7 @@ TRespuesta TAgenda3P::Borrar(bool preguntar)
     });
     if (!hay)
         return hay;
-    if (preguntar && !PreguntaMotor(QStringLiteral("¿Desea borrar la cita de las %1 de todas las agendas?\n"
-                                                   "Los datos se perderán.")
-                                        .arg(hora),
-                                    TituloAtencion))
+    if (preguntar && !PreguntaBorrar(hora))
         return false;
     QString causa;
     {
@@ -198,9 +259,32 @@ TRespuesta TAgenda3P::Borrar(bool preguntar)
     return {borrada, borrada.Causa().isEmpty() ? causa : borrada.Causa()};
 }
 
+TRespuesta TAgenda3P::Modificar()
+{
+    m_trasPegar = {};
+    return TMotorDeTablas::Modificar();
+}
+
+TRespuesta TAgenda3P::Modificar(const dataset::SeenRecord &linea)
+{
+    m_trasPegar = {};
+    return TMotorDeTablas::Modificar(linea);
+}
+
 TRespuesta TAgenda3P::AceptarAgendaN()
 {
-    return AceptaPendiente(TablaActual(), "AceptarAgendaN", TTrasFallo::deja);
+    const TRespuesta puesta = AceptaPendiente(TablaActual(), "AceptarAgendaN", TTrasFallo::deja);
+    if (puesta)
+        VuelveTrasPegar();
+    return puesta;
+}
+
+bool TAgenda3P::CancelarAgendaN(bool preguntar)
+{
+    const bool dejada = TMotorDeTablas::CancelarAgendaN(preguntar);
+    if (dejada)
+        VuelveTrasPegar();
+    return dejada;
 }
 
 /// Turns a mark of the current line on, off, or from the other one into this one, and posts the line.
