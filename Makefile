@@ -25,7 +25,7 @@ help:
 	@echo "make windows-dbase   the table files and agendatool for Windows; their tests under wine where it is installed"
 	@echo "make coverage  which lines the tests reach"
 	@echo "make red       shares (SMB, NFS) with three workstations, all virtual machines (PRUEBA='juntos nfs' for one experiment)"
-	@echo "make simulacion  several workstations by chance, for hours (SEMILLAS='1 2 3' PASOS=steps for each)"
+	@echo "make simulacion  several workstations in the multi-notary agenda by chance, for hours (SEMILLAS='1 2 3' PASOS=steps for each)"
 	@echo "make fuzz      arbitrary bytes for what reads files (FUZZ_SECONDS=time for each target)"
 
 release:
@@ -133,7 +133,7 @@ simulacion:
 	cmake --build --preset release --target simulacion
 	@for semilla in $(SEMILLAS); do \
 	    echo "semilla $$semilla"; \
-	    build/release/bin/simulacion --semilla $$semilla --pasos $(PASOS) --agenda todas || exit 1; \
+	    build/release/bin/simulacion --semilla $$semilla --pasos $(PASOS) || exit 1; \
 	done
 
 # Takes most of an hour; see tests/red/README.md.

@@ -47,6 +47,14 @@ void PreparaTablaAgenda(dataset::DbfTable &tabla)
 void CompruebaCamposAgenda(const dataset::DataSet &tabla)
 {
     CompruebaCampos(tabla, CamposAgenda());
+    // Both notaries' texts stand side by side in one field: what is cut off is the second one's.
+    for (const dataset::FieldInfo &campo : CamposAgenda()) {
+        if (tabla.fieldInfo(tabla.fieldIndex(campo.name)).width < campo.width)
+            throw dataset::EDatabaseError(
+                QStringLiteral("El campo «%1» de la tabla de la agenda es más corto de lo que debe")
+                    .arg(campo.name),
+                dbase::ErrorKind::unsupported);
+    }
 }
 
 TDMAgendaZen::TDMAgendaZen(const dataset::Aliases &aliases, QObject *propietario)
@@ -61,6 +69,8 @@ TDMAgendaZen::TDMAgendaZen(const dataset::Aliases &aliases, QObject *propietario
     PreparaTablaAgenda(tbAgenda);
     for (int n = 1; n <= 5; ++n)
         PreparaTablaAgendaN(tbAgendaN(n));
+    // Its lines go to AGENDA: what that one lacks is refused while it is typed.
+    cdsAgenda2.setCanKeep([this](QChar letra) { return tbAgenda.canKeep(letra); });
 }
 
 TDMAgendaZen::~TDMAgendaZen() = default;

@@ -14,7 +14,8 @@ inline const QDate FechaAjustes{1901, 1, 1};
 [[nodiscard]] const QList<dataset::FieldInfo> &CamposAgenda2();
 /// Gives a cursor the table name "AGENDA", the alias "DB" and the order by date and hour.
 void PreparaTablaAgenda(dataset::DbfTable &tabla);
-/// Makes sure that an open table has AGENDA's fields. @throws dataset::EDatabaseError naming what is missing.
+/// Makes sure that an open table has AGENDA's fields, as wide as they must be. @throws
+/// dataset::EDatabaseError naming what is missing.
 void CompruebaCamposAgenda(const dataset::DataSet &tabla);
 
 /// Data module of the single-table agenda and of the engine of several tables: the cursor over AGENDA, five

@@ -31,12 +31,6 @@ void TBorrador::Guarda(DataSet &tabla)
     m_tecleado = ValoresDe(tabla);
 }
 
-void TBorrador::YaEsta(DataSet &tabla)
-{
-    m_nueva = false;
-    m_linea = tabla.bookmark();
-}
-
 TBorrador::TLugar TBorrador::Recupera(DataSet &tabla, const TComienzos &comienzos)
 {
     try {

@@ -29,8 +29,6 @@ public:
     void Empieza(dataset::DataSet &tabla);
     /// Notes what has been typed since.
     void Guarda(dataset::DataSet &tabla);
-    /// A line that was new is the current one of the table by now.
-    void YaEsta(dataset::DataSet &tabla);
     /// Begins the change again and types all of it anew; what others have written meanwhile into other fields
     /// of the line stays. Throws nothing, and leaves nothing pending that holds nothing.
     [[nodiscard]] TLugar Recupera(dataset::DataSet &tabla, const TComienzos &comienzos);

@@ -26,7 +26,6 @@ namespace
 constexpr int ColumnaConcepto = 1;
 constexpr int ColumnasDeLaRejilla = 5;
 constexpr TColor Rojo255 = 255;
-const QString Problemas = QStringLiteral("Problemas al modificar la cita");
 
 QStringList CamposDeCopia()
 {
@@ -44,13 +43,13 @@ dbcontrols::GridColumn Columna(TCampoLinea campo, int ancho, Qt::Alignment aline
 TFAgenda::TFAgenda(TAgenda &motor)
     : TVentanaAgenda(motor, QStringLiteral("FAgenda"),
                      {QStringLiteral("Nuevo"), QStringLiteral("Modificar"), QStringLiteral("Borrar"),
-                      QStringLiteral("&Ausente"), QStringLiteral("Anterior"), QStringLiteral("Siguiente"),
-                      QStringLiteral("Aceptar"), QStringLiteral("Salir")})
+                      QStringLiteral("Anterior"), QStringLiteral("Siguiente"), QStringLiteral("Aceptar"),
+                      QStringLiteral("Salir")})
 {
     const auto marca = [this](bool (TAgenda::*operacion)(int)) {
         return [this, operacion] {
             if (!(m_motor.*operacion)(0))
-                Avisa(Problemas);
+                Avisa(ProblemasMarca);
         };
     };
     Ausente = CreaComando("Ausente", QStringLiteral("&Ausente"),
@@ -139,10 +138,17 @@ void TFAgenda::DBESalidaChange()
 
 void TFAgenda::showEvent(QShowEvent *evento)
 {
-    TBIndexa(NombreDe(TCampoLinea::fecha), m_motor.Tabla());
-    m_fuente->setDataSet(&m_motor.Tabla());
+    if (!m_fuente->dataSet()) { // the window may be shown again in the middle of an edit
+        TBIndexa(NombreDe(TCampoLinea::fecha), m_motor.Tabla());
+        m_fuente->setDataSet(&m_motor.Tabla());
+    }
     TVentanaAgenda::showEvent(evento);
     FormResize();
+}
+
+void TFAgenda::Recarga()
+{
+    m_motor.Tabla().refresh();
 }
 
 void TFAgenda::FormResize()

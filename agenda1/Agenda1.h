@@ -16,6 +16,7 @@ public:
 protected:
     void showEvent(QShowEvent *evento) override;
     void FormResize() override;
+    void Recarga() override;
 
 private:
     void CreaSalida();

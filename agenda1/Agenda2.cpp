@@ -7,7 +7,6 @@
 #include "dbcontrols/DbEdit.h"
 #include "dbcontrols/DbGrid.h"
 
-#include <QtCore/QTimer>
 #include <QtGui/QAction>
 #include <QtGui/QKeyEvent>
 #include <QtWidgets/QBoxLayout>
@@ -24,8 +23,7 @@ using dbcontrols::DbGrid;
 namespace
 {
 
-constexpr int PeriodoRecarga = 15000; // ms
-constexpr int DuracionNota = 8000;    // ms
+constexpr int DuracionNota = 8000; // ms
 // Columns: the hour, then party, clerk and subject of each notary.
 constexpr int ColumnaHora2 = 0;
 constexpr int Interesado1 = 1;
@@ -42,16 +40,12 @@ int NotarioDeColumna(int columna)
 TFAgenda2::TFAgenda2(TAgenda &motor)
     : TVentanaAgenda(motor, QStringLiteral("FAgenda2"),
                      {QStringLiteral("&Nuevo"), QStringLiteral("&Modificar"), QStringLiteral("&Borrar"),
-                      QStringLiteral("&Ausencia todo el día"), QStringLiteral("Anterior día"),
-                      QStringLiteral("Siguiente día"), QStringLiteral("&Aceptar"), QStringLiteral("&Salir")})
+                      QStringLiteral("Anterior día"), QStringLiteral("Siguiente día"),
+                      QStringLiteral("&Aceptar"), QStringLiteral("&Salir")})
 {
     CreaMarcas();
     CreaDelDia();
     PreparaRejilla();
-    connect(Borrar, &QAction::triggered, this, [this] {
-        statusBar()->showMessage(
-            QStringLiteral("Lo que se borra desaparece de la agenda al pulsar «Volver»."), DuracionNota);
-    });
     m_filaComandos = new QHBoxLayout;
     for (const auto &[nombre, comando] :
          {std::pair("BNuevo", Nuevo), std::pair("BModificar", Modificar), std::pair("BBorrar", Borrar),
@@ -61,11 +55,6 @@ TFAgenda2::TFAgenda2(TAgenda &motor)
     Monta();
     m_fuente->setDataSet(&motor.Tabla2());
     AtaPanel(1);
-    Timer1 = new QTimer(this);
-    Timer1->setObjectName(QStringLiteral("Timer1"));
-    Timer1->setInterval(PeriodoRecarga);
-    connect(Timer1, &QTimer::timeout, this, &TFAgenda2::Timer1Timer);
-    Timer1->start();
 }
 
 TFAgenda2::~TFAgenda2()
@@ -87,8 +76,7 @@ void TFAgenda2::CreaMarcas()
     const std::array<const char *, NumNotarios> nombresSalida{"AcSalidaNotario1", "AcSalidaNotario2"};
     for (int notario = 1; notario <= NumNotarios; ++notario) {
         const auto i = static_cast<std::size_t>(notario - 1);
-        QString nombre = notario == 1 ? m_motor.Ajustes().FNotario1 : m_motor.Ajustes().FNotario2;
-        nombre.replace(u'&', QLatin1String("&&"));
+        const QString nombre = NombreEnRotulo(notario);
         AcAusenteNotario[i] = CreaComando(nombresAusente[i], nombre, Ausente->statusTip(),
                                           [this, notario] { Marca(&TAgenda::Ausente, notario); });
         AcSalidaNotario[i] = CreaComando(nombresSalida[i], nombre, Salida->statusTip(),
@@ -154,20 +142,21 @@ void TFAgenda2::PreparaRejilla()
 
 // Commands
 
-bool TFAgenda2::Acepta()
+void TFAgenda2::TrasBorrar()
 {
-    if (!TVentanaAgenda::Acepta())
-        return false;
-    // The line whose record was taken is not left in memory alone: the window may be closed next.
-    if (m_motor.HayLineaPisada())
-        m_motor.ActualizarDesdeAgenda2();
-    return true;
+    statusBar()->showMessage(QStringLiteral("Lo que se borra desaparece de la agenda al pulsar «Volver»."),
+                             DuracionNota);
+}
+
+void TFAgenda2::Recarga()
+{
+    m_motor.RecargaAgenda2();
 }
 
 void TFAgenda2::AcAceptarExecute()
 {
     if (!m_motor.Aceptar()) {
-        Avisa(QStringLiteral("Problemas en la actualización de la cita"));
+        Avisa(ProblemasCita);
         m_motor.Cancelar();
         return;
     }
@@ -176,10 +165,16 @@ void TFAgenda2::AcAceptarExecute()
 
 void TFAgenda2::Marca(bool (TAgenda::*operacion)(int), int notario)
 {
-    if ((m_motor.*operacion)(notario))
+    if (!(m_motor.*operacion)(notario)) {
+        Avisa(ProblemasMarca);
+        return;
+    }
+    try {
         AcAceptarExecute();
-    else
-        Avisa(QStringLiteral("Problemas al modificar la cita"));
+    } catch (...) {
+        m_motor.DeshazAgenda2(); // a mark that AGENDA does not have is not shown
+        throw;
+    }
 }
 
 QStringList TFAgenda2::CamposDe(int notario) const
@@ -197,18 +192,10 @@ void TFAgenda2::CopiarExecute()
     Pegar->setEnabled(true);
 }
 
-void TFAgenda2::Timer1Timer()
+QString TFAgenda2::NombreEnRotulo(int notario) const
 {
-    // Not under a question or a preview either: both are about the lines as they are now.
-    if (Ocupada() || m_fuente->state() != DataSet::State::browse)
-        return;
-    try {
-        m_motor.RecargaAgenda2();
-    } catch (const std::exception &error) {
-        // In the help line: a box every fifteen seconds would keep the clerk from working.
-        statusBar()->showMessage(dataset::plainText(error), PeriodoRecarga);
-    }
-    CuentaAvisos();
+    QString nombre = notario == 1 ? m_motor.Ajustes().FNotario1 : m_motor.Ajustes().FNotario2;
+    return nombre.replace(u'&', QLatin1String("&&")); // a single one would mark a key
 }
 
 // Columns
@@ -238,7 +225,7 @@ void TFAgenda2::AtaPanel(int notario)
     DBEConcepto->setField(campos.at(0));
     DBEInteresado->setField(campos.at(1));
     DBEOficial->setField(campos.at(2));
-    PActualiza->setTitle(notario == 1 ? m_motor.Ajustes().FNotario1 : m_motor.Ajustes().FNotario2);
+    PActualiza->setTitle(NombreEnRotulo(notario));
 }
 
 void TFAgenda2::VeA(int linea, int columna)
@@ -274,8 +261,7 @@ void TFAgenda2::DBGAgenda2KeyDown(QKeyEvent *tecla)
         break;
     case Qt::Key_Return:
     case Qt::Key_Enter:
-        if (!Editando())
-            Modificar->trigger();
+        Modificar->trigger();
         break;
     default:
         return;

@@ -5,7 +5,6 @@
 #include <array>
 
 class QKeyEvent;
-class QTimer;
 
 /// The day of two notaries side by side, over the engine's table in memory. What is accepted is written line
 /// by line; deleted lines reach the agenda with the return command, which writes the day whole.
@@ -19,7 +18,8 @@ public:
 
 protected:
     void FormResize() override;
-    bool Acepta() override;
+    void Recarga() override;
+    void TrasBorrar() override;
 
 private:
     static constexpr int NumNotarios = 2;
@@ -37,9 +37,9 @@ private:
     [[nodiscard]] int Notario() const;
     [[nodiscard]] QStringList CamposDe(int notario) const;
     void CopiarExecute();
-    void Timer1Timer();
+    /// A notary's name for a caption.
+    [[nodiscard]] QString NombreEnRotulo(int notario) const;
 
-    QTimer *Timer1 = nullptr;
     QAction *AcAceptar = nullptr;
     std::array<QAction *, NumNotarios> AcAusenteNotario{};
     std::array<QAction *, NumNotarios> AcSalidaNotario{};

@@ -7,6 +7,20 @@
 
 using dataset::DataSet;
 
+namespace
+{
+
+/// Tells of lines that others have changed at the same time. Both versions are in the grid already.
+void AvisaChoques(const QStringList &horas)
+{
+    if (!horas.isEmpty())
+        AvisaMotor(QStringLiteral("Otro puesto ha cambiado a la vez la cita de las %1")
+                       .arg(horas.join(QStringLiteral(", "))),
+                   QStringLiteral("Se han conservado las dos anotaciones. Revíselas."), TituloAtencionPuntos);
+}
+
+} // namespace
+
 TAgenda::TAgenda(QDate fecha, IVistasAgenda *vistas, IInformesAgenda1 *informes)
     : TMotorDeTablas(nullptr, {}, nullptr)
     , m_vistas(vistas)
@@ -16,6 +30,7 @@ TAgenda::TAgenda(QDate fecha, IVistasAgenda *vistas, IInformesAgenda1 *informes)
     , FFecha(fecha)
 {
     PonTablaUnica(*FTabla, TLineasDelDia::todas);
+    m_dosNotarios = std::make_unique<TDiaDeDos>(*FTabla, DiaActual(), m_datos->cdsAgenda2);
 }
 
 TAgenda::~TAgenda() = default;
@@ -151,7 +166,12 @@ bool TAgenda::Aceptar()
     if (!DosNotarios())
         return AceptaPendiente(*FTabla, "Aceptar", TTrasFallo::deja);
     return ConGuarda(
-        Tabla2(), "Aceptar", [this] { return AceptaDosNotarios(); }, TTrasFallo::deja);
+        Tabla2(), "Aceptar",
+        [this] {
+            AvisaChoques(m_dosNotarios->Acepta());
+            return true;
+        },
+        TTrasFallo::deja);
 }
 
 bool TAgenda::Cancelar()
@@ -197,4 +217,53 @@ bool TAgenda::Salida(int notario)
     return CambiaLinea("Salida", std::array{TCampoLinea::salida}, [](TLineaAgenda &linea) {
         linea.Salida = linea.EsSalida() ? NoEstaFuera : EstaFuera;
     });
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The day of two notaries
+
+void TAgenda::CargarAgenda2()
+{
+    m_dosNotarios->Carga(FFecha);
+}
+
+void TAgenda::RecargaAgenda2()
+{
+    AvisaChoques(m_dosNotarios->Recarga());
+}
+
+void TAgenda::ActualizarDesdeAgenda2()
+{
+    AvisaChoques(m_dosNotarios->Escribe());
+}
+
+void TAgenda::DeshazAgenda2()
+{
+    m_dosNotarios->Deshaz();
+}
+
+/// Puts a notary's mark on the current line of the day in memory, or takes it away.
+void TAgenda::AlternaMarcaDeDos(int notario, const QString &texto)
+{
+    DataSet &tabla2 = Tabla2();
+    tabla2.edit();
+    TLineaAgenda linea = TLineaAgenda::Actual(tabla2);
+    const bool quita = linea.Salida == Int_Cad(notario);
+    tabla2.field(NombreDe(TCampoLinea::interesado, notario)).setText(quita ? QString() : texto);
+    linea.Salida = quita ? QStringLiteral("0") : Int_Cad(notario);
+    linea.Escribe(tabla2, TCampoLinea::salida);
+    tabla2.post();
+}
+
+bool TAgenda::AusenteDeDos(int notario)
+{
+    const dataset::ControlsGuard sinAvisos(Tabla2());
+    RecorreLineas(Tabla2(), [&] { AlternaMarcaDeDos(notario, QStringLiteral("AUSENCIA")); });
+    return true;
+}
+
+bool TAgenda::SalidaDeDos(int notario)
+{
+    AlternaMarcaDeDos(notario, QStringLiteral("Salida"));
+    return true;
 }

@@ -3,12 +3,11 @@
 #include "agenda/AgendaZenDM.h"
 #include "agenda/LineaAgenda.h"
 #include "agenda/MotorDeTablas.h"
-#include "agenda1/FusionDia.h"
+#include "agenda1/DiaDeDos.h"
 #include "agenda1/InformesAgenda1.h"
 #include "agenda1/VistasAgenda.h"
 
 #include <QtCore/QDate>
-#include <QtCore/QHash>
 #include <QtCore/QString>
 
 #include <functional>
@@ -83,17 +82,16 @@ public:
     /// it could not be written.
     bool AlmacenaConfiguracion();
 
-    // ClasAgeDosNotarios.cpp
     /// Loads the working day into cdsAgenda2 anew.
     void CargarAgenda2();
-    /// The same, but lines that were changed here and not yet written stay, and so does the current line.
+    /// The same, but lines that were deleted here and not yet written stay away, and the current line stays.
     void RecargaAgenda2();
     /// Writes cdsAgenda2 as the working day, in one commit. What other workstations have written since it was
     /// loaded is kept; the user is told of lines that both have touched.
     void ActualizarDesdeAgenda2();
-    /// Whether a line has been accepted over the record of another of its hour, which until the day is
-    /// written back is in memory alone.
-    [[nodiscard]] bool HayLineaPisada() const { return m_pisada; }
+    /// Gives cdsAgenda2 back as AGENDA was when it was read last, but for deleted lines: for changes that
+    /// could not be written.
+    void DeshazAgenda2();
 
     // ClasAgeInformes.cpp
     /// Previews the week, Monday to Saturday, that holds the working day; a Sunday belongs to the one before
@@ -112,19 +110,9 @@ private:
     bool CambiaLinea(const char *operacion, std::span<const TCampoLinea> campos,
                      const std::function<void(TLineaAgenda &)> &cambio);
     QString VeA(TSentido sentido, const QString &nadaMas);
-    bool AceptaDosNotarios();
-    [[nodiscard]] QStringList EmpiezaRegistro(TFilaDia &mia);
     void AlternaMarcaDeDos(int notario, const QString &texto);
     bool AusenteDeDos(int notario);
     bool SalidaDeDos(int notario);
-    [[nodiscard]] TFilasDia DiaEnTabla() const;
-    [[nodiscard]] TFilasDia DiaEnMemoria() const;
-    void PonDiaEnMemoria(const TFilasDia &filas);
-    void EscribeDia(const TFilasDia &filas);
-    void EscribeFila(const TFilaDia &fila);
-    [[nodiscard]] TFilaDia LineaActual() const;
-    void VuelveA(const TFilaDia &linea);
-    static void AvisaChoques(const QStringList &horas);
 
     IVistasAgenda *m_vistas;
     IInformesAgenda1 *m_informes;
@@ -132,8 +120,5 @@ private:
     dataset::DbfTable *FTabla;
     QDate FFecha;
     TAjustesAgenda m_ajustes;
-    TFilasDia m_base;                                        ///< the day as it was loaded into cdsAgenda2
-    QHash<dataset::Bookmark, dataset::Bookmark> m_registros; ///< of cdsAgenda2's lines in AGENDA
-    dataset::Bookmark m_sinEscribir = 0; ///< line of cdsAgenda2 that was accepted and could not be written
-    bool m_pisada = false;
+    std::unique_ptr<TDiaDeDos> m_dosNotarios; ///< the working day, with two of them
 };

@@ -53,6 +53,7 @@ void TFConfAgenda::leerDatos()
         MEFecha->setMaskedText(Date_Cad(Servicios().Config->GetAgenda_FechaInicio()));
     } catch (const std::exception &error) {
         // Raised, it would shut the user out of the dialog in which the date can be put right.
+        m_sinFecha = true;
         qWarning("The end date of the agenda could not be read: %s", error.what());
     }
     HabilitaInteresados();
@@ -74,8 +75,10 @@ void TFConfAgenda::escribirDatos()
     bool hecho = true;
     try {
         const QString fecha = MEFecha->text();
-        Servicios().Config->SetAgenda_FechaInicio(SinBlancosNiBarras(fecha).isEmpty() ? QDate()
-                                                                                      : Cad_Date(fecha));
+        const bool sinFecha = SinBlancosNiBarras(fecha).isEmpty();
+        // One that could not be read is not taken off because it is not shown.
+        if (!m_sinFecha || !sinFecha)
+            Servicios().Config->SetAgenda_FechaInicio(sinFecha ? QDate() : Cad_Date(fecha));
     } catch (const std::exception &error) {
         qWarning("The end date of the agenda could not be stored: %s", error.what());
         hecho = false; // the rest is stored all the same

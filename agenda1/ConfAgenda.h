@@ -76,6 +76,7 @@ private:
     dbcontrols::MaskEdit *MEFecha = nullptr;
     QPushButton *BAceptar = nullptr;
     QPushButton *BSalir = nullptr;
+    bool m_sinFecha = false;       ///< the end date could not be read
     bool m_sinNumero = false;      ///< the minutes were left without a number and are to get the focus back
     bool m_fechaPendiente = false; ///< the date was left wrong, and the user has not been told yet
 };

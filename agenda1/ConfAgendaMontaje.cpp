@@ -107,9 +107,9 @@ QGroupBox *TFConfAgenda::CreaIntervalo()
     auto *const grupo = new QGroupBox(QStringLiteral(" Intevalos entre horas "), this);
     const QString rotulo = QStringLiteral("Minutos que pasan entre una linea y otra [1..60]");
     eIntervaloHoras = CreaEdicion("eIntervaloHoras", rotulo);
-    // What is pasted or dropped, too. More digits than the settings row has room for are no interval.
+    // What is pasted or dropped, too. The settings row gives back two digits.
     eIntervaloHoras->setValidator(
-        new QRegularExpressionValidator(QRegularExpression(QStringLiteral("[0-9]{0,3}")), eIntervaloHoras));
+        new QRegularExpressionValidator(QRegularExpression(QStringLiteral("[0-9]{0,2}")), eIntervaloHoras));
     eIntervaloHoras->setAttribute(Qt::WA_InputMethodEnabled, false);
     eIntervaloHoras->setFixedWidth(fontMetrics().horizontalAdvance(QStringLiteral("000")) + 18);
     auto *const fila = new QHBoxLayout(grupo);

@@ -1,45 +1,123 @@
 #include "agenda1/FusionDia.h"
 
 #include <algorithm>
-#include <optional>
+#include <tuple>
 
 using dataset::Bookmark;
 
 namespace
 {
 
-const TFilaDia *Busca(const TFilasDia &filas, Bookmark registro)
+using TPareja = std::optional<std::size_t>;
+
+TPareja Busca(const TFilasDia &filas, Bookmark registro)
 {
+    if (registro == 0)
+        return {};
     const auto fila = std::find_if(filas.begin(), filas.end(),
                                    [registro](const TFilaDia &una) { return una.Registro == registro; });
-    return registro != 0 && fila != filas.end() ? &*fila : nullptr;
+    return fila == filas.end() ? TPareja() : static_cast<std::size_t>(fila - filas.begin());
 }
 
-/// Programs that write the whole day anew give its lines other records: those are told by their hour.
-void ReconoceReescritas(const TFilasDia &base, TFilasDia &suyas)
+/// How well a line may be what has become of another. 0: it is not.
+int Parecido(const TFilaDia &una, const TFilaDia &suya)
 {
-    std::vector<bool> nueva(suyas.size());
-    for (std::size_t i = 0; i < suyas.size(); ++i)
-        nueva[i] = !Busca(base, suyas[i].Registro);
-    std::vector<Bookmark> sobrantes;
-    for (const TFilaDia &una : base) {
-        if (!Busca(suyas, una.Registro))
-            sobrantes.push_back(una.Registro);
+    int iguales = 0;
+    int distintos = 0;
+    for (std::size_t campo = DiaHora + 1; campo < DiaSalida; ++campo) {
+        if (una.Valores[campo] != suya.Valores[campo])
+            ++distintos;
+        else if (!una.Valores[campo].isEmpty())
+            ++iguales;
     }
-    for (std::size_t i = 0; i < suyas.size(); ++i) {
-        if (!nueva[i])
-            continue;
-        const auto igual = std::find_if(sobrantes.begin(), sobrantes.end(), [&](Bookmark registro) {
-            return Busca(base, registro)->Valores[DiaHora] == suyas[i].Valores[DiaHora];
-        });
-        if (igual == sobrantes.end())
-            continue;
-        suyas[i].Registro = *igual;
-        sobrantes.erase(igual);
-    }
+    const bool suRegistro = una.Registro == suya.Registro;
+    const bool suHora = una.Valores[DiaHora] == suya.Valores[DiaHora];
+    const bool puede = suRegistro || (iguales > 0 && (suHora || distintos == 0));
+    return puede ? 2 * iguales + (suRegistro ? 1 : 0) : 0;
 }
 
-/// One line out of three versions; nothing when both sides have changed the same field.
+/// The lines of two versions of a day, of which some have found each other.
+class TParejas
+{
+public:
+    TParejas(const TFilasDia &base, const TFilasDia &suyas)
+        : m_base(base)
+        , m_suyas(suyas)
+        , m_de(base.size())
+        , m_tomada(suyas.size())
+    {
+    }
+    /// Each line that has none yet takes the free one that fits best. @param puntos  how well; 0: not at all.
+    template <class TPuntos> void Empareja(TPuntos &&puntos)
+    {
+        for (std::size_t i = 0; i < m_base.size(); ++i) {
+            if (m_de[i])
+                continue;
+            int mejores = 0;
+            for (std::size_t k = 0; k < m_suyas.size(); ++k) {
+                const int suyos = m_tomada[k] ? 0 : puntos(m_base[i], m_suyas[k]);
+                if (suyos > mejores) {
+                    mejores = suyos;
+                    m_de[i] = k;
+                }
+            }
+            if (m_de[i])
+                m_tomada[*m_de[i]] = true;
+        }
+    }
+    /// The only free line of an hour, on both sides.
+    [[nodiscard]] bool SolasEnSuHora(const TFilaDia &una, const TFilaDia &otra) const
+    {
+        const auto libres = [&](const TFilasDia &filas, auto &&ocupada) {
+            int cuantas = 0;
+            for (std::size_t i = 0; i < filas.size(); ++i)
+                cuantas += filas[i].Valores[DiaHora] == una.Valores[DiaHora] && !ocupada(i) ? 1 : 0;
+            return cuantas;
+        };
+        return una.Valores[DiaHora] == otra.Valores[DiaHora] &&
+               libres(m_base, [this](std::size_t i) { return m_de[i].has_value(); }) == 1 &&
+               libres(m_suyas, [this](std::size_t k) { return bool(m_tomada[k]); }) == 1;
+    }
+    [[nodiscard]] std::vector<TPareja> De() && { return std::move(m_de); }
+
+private:
+    const TFilasDia &m_base;
+    const TFilasDia &m_suyas;
+    std::vector<TPareja> m_de;
+    std::vector<bool> m_tomada;
+};
+
+/// Where a line of the table goes in among those that are here: by its hour, and within it by its record.
+TFilasDia::iterator SitioDe(TFilasDia &filas, const TFilaDia &linea)
+{
+    const QString &hora = linea.Valores[DiaHora];
+    return std::find_if(filas.begin(), filas.end(), [&](const TFilaDia &una) {
+        return una.Valores[DiaHora] > hora ||
+               (una.Valores[DiaHora] == hora && (una.Registro == 0 || una.Registro > linea.Registro));
+    });
+}
+
+} // namespace
+
+std::vector<TPareja> Empareja(const TFilasDia &base, const TFilasDia &suyas)
+{
+    const bool reescrito = std::none_of(suyas.begin(), suyas.end(), [&](const TFilaDia &una) {
+        return Busca(base, una.Registro).has_value();
+    });
+    TParejas parejas(base, suyas);
+    parejas.Empareja([](const TFilaDia &una, const TFilaDia &suya) { return una == suya ? 1 : 0; });
+    // Lines that have changed places with each other.
+    parejas.Empareja(
+        [](const TFilaDia &una, const TFilaDia &suya) { return una.Valores == suya.Valores ? 1 : 0; });
+    parejas.Empareja(Parecido);
+    if (reescrito) {
+        parejas.Empareja([&parejas](const TFilaDia &una, const TFilaDia &suya) {
+            return parejas.SolasEnSuHora(una, suya) ? 1 : 0;
+        });
+    }
+    return std::move(parejas).De();
+}
+
 std::optional<TFilaDia> FundeLinea(const TFilaDia &base, const TFilaDia &mia, const TFilaDia &suya)
 {
     TFilaDia fundida = suya;
@@ -54,51 +132,59 @@ std::optional<TFilaDia> FundeLinea(const TFilaDia &base, const TFilaDia &mia, co
     return fundida;
 }
 
-/// Where a line of that hour goes in among the others.
-TFilasDia::iterator SitioDe(TFilasDia &filas, const QString &hora)
+void OrdenaComoAgenda(TFilasDia &filas)
 {
-    const auto anterior = std::find_if(filas.rbegin(), filas.rend(),
-                                       [&](const TFilaDia &una) { return una.Valores[DiaHora] <= hora; });
-    return anterior.base();
+    const auto lugar = [](const TFilaDia &una) {
+        return std::tuple(una.Valores[DiaHora], una.Registro == 0, una.Registro);
+    };
+    std::stable_sort(filas.begin(), filas.end(),
+                     [&](const TFilaDia &una, const TFilaDia &otra) { return lugar(una) < lugar(otra); });
 }
 
-} // namespace
-
-TFusionDia FundeDia(const TFilasDia &base, const TFilasDia &mias, TFilasDia suyas)
+TFusionDia FundeDia(const TFilasDia &base, const TFilasDia &mias, const TFilasDia &suyas)
 {
-    const TFilasDia originales = suyas;
-    ReconoceReescritas(base, suyas);
+    const std::vector<TPareja> parejas = Empareja(base, suyas);
     TFusionDia fusion;
+    std::vector<bool> vista(suyas.size()); // lines of the table whose fate is settled
     for (const TFilaDia &mia : mias) {
-        const TFilaDia *const antes = Busca(base, mia.Registro);
-        const TFilaDia *const suya = Busca(suyas, mia.Registro);
+        const TPareja antes = Busca(base, mia.Registro);
         if (!antes) {
             fusion.Filas.push_back({0, mia.Valores}); // new here
-        } else if (!suya) {
-            if (mia.Valores == antes->Valores)
+            continue;
+        }
+        if (!parejas[*antes]) {
+            if (mia.Valores == base[*antes].Valores)
                 continue; // deleted there, untouched here
             fusion.Choques << mia.Valores[DiaHora];
             fusion.Filas.push_back({0, mia.Valores});
-        } else {
-            // The record that the line really has now.
-            const Bookmark registro = originales[static_cast<std::size_t>(suya - suyas.data())].Registro;
-            if (const auto fundida = FundeLinea(*antes, mia, *suya)) {
-                fusion.Filas.push_back({registro, fundida->Valores});
-                continue;
-            }
-            fusion.Choques << mia.Valores[DiaHora];
-            fusion.Filas.push_back({registro, suya->Valores});
-            fusion.Filas.push_back({0, mia.Valores});
+            continue;
         }
+        const TFilaDia &suya = suyas[*parejas[*antes]];
+        vista[*parejas[*antes]] = true;
+        if (const auto fundida = FundeLinea(base[*antes], mia, suya)) {
+            fusion.Filas.push_back(*fundida);
+            continue;
+        }
+        fusion.Choques << mia.Valores[DiaHora];
+        fusion.Filas.push_back(suya);
+        fusion.Filas.push_back({0, mia.Valores});
     }
-    for (std::size_t i = 0; i < suyas.size(); ++i) {
-        const TFilaDia &suya = suyas[i];
-        const TFilaDia *const antes = Busca(base, suya.Registro);
-        if (antes && (Busca(mias, suya.Registro) || suya.Valores == antes->Valores))
-            continue; // seen to above, or deleted here and untouched there
-        if (antes)
+    std::stable_sort(fusion.Filas.begin(), fusion.Filas.end(), [](const TFilaDia &una, const TFilaDia &otra) {
+        return std::tuple(una.Valores[DiaHora], una.Registro == 0) <
+               std::tuple(otra.Valores[DiaHora], otra.Registro == 0);
+    });
+    for (std::size_t i = 0; i < base.size(); ++i) {
+        if (!parejas[i] || vista[*parejas[i]])
+            continue;
+        const TFilaDia &suya = suyas[*parejas[i]]; // deleted here
+        if (suya.Valores == base[i].Valores)
+            vista[*parejas[i]] = true;
+        else
             fusion.Choques << suya.Valores[DiaHora];
-        fusion.Filas.insert(SitioDe(fusion.Filas, suya.Valores[DiaHora]), originales[i]);
+    }
+    for (std::size_t k = 0; k < suyas.size(); ++k) {
+        if (!vista[k])
+            fusion.Filas.insert(SitioDe(fusion.Filas, suyas[k]), suyas[k]);
     }
     return fusion;
 }

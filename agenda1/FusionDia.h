@@ -1,43 +1,45 @@
 #pragma once
 
-#include "dataset/DataSet.h"
+#include "agenda1/FilaDia.h"
 
-#include <QtCore/QString>
 #include <QtCore/QStringList>
 
-#include <array>
-#include <vector>
+#include <optional>
 
 // Two workstations on the same day of two notaries: what each has done to it, brought together.
-
-/// Fields of a line of the day, in the order of cdsAgenda2 without its date.
-enum TCampoDia {
-    DiaHora,
-    DiaInteresado1,
-    DiaOficial1,
-    DiaConcepto1,
-    DiaInteresado2,
-    DiaOficial2,
-    DiaConcepto2,
-    DiaSalida,
-    NumCamposDia
-};
-
-struct TFilaDia {
-    dataset::Bookmark Registro = 0; ///< its record in AGENDA; 0 for a line that is not there yet
-    std::array<QString, NumCamposDia> Valores;
-};
-using TFilasDia = std::vector<TFilaDia>;
+//
+// A line of the day as it was loaded (base), by what has become of it here and in the table since:
+//
+//                        table: as it was     table: changed              table: gone
+//   here: as it was      as it was            theirs                      gone
+//   here: changed        mine                 both, field by field;       mine, as a new line, told
+//                                             where both changed the same
+//                                             field: theirs and, as a new
+//                                             line, mine, told
+//   here: deleted        gone                 theirs, told                gone
+//
+// A line that only one side has is in the result as it is.
 
 struct TFusionDia {
-    TFilasDia Filas;
+    TFilasDia Filas;     ///< in the order of the hours; within one, mine in my order, and new ones last
     QStringList Choques; ///< hours of the lines that both have touched in a way that excludes the other
 };
 
-/// Brings two versions of a day together, field by field. Nothing is lost: of a line that both have changed
-/// in the same field both versions stay, and a line deleted by one and changed by the other stays.
+/// Brings two versions of a day together. Nothing that either side has written is lost.
 /// @param base   the day as this workstation loaded it.
 /// @param mias   the day as it is here now; lines keep the record they were loaded from.
-/// @param suyas  the day as the table holds it now. Lines that were written anew, under other records, are
-///               known again by their hour.
-[[nodiscard]] TFusionDia FundeDia(const TFilasDia &base, const TFilasDia &mias, TFilasDia suyas);
+/// @param suyas  the day as the table holds it now.
+[[nodiscard]] TFusionDia FundeDia(const TFilasDia &base, const TFilasDia &mias, const TFilasDia &suyas);
+
+/// For each line of `base` the place of the same line in `suyas`, whatever record it has there: an accepted
+/// line may have changed places with another of its hour, and programs that write the whole day anew give all
+/// lines new records. Nothing for a line that has gone.
+[[nodiscard]] std::vector<std::optional<std::size_t>> Empareja(const TFilasDia &base, const TFilasDia &suyas);
+
+/// One line out of three versions; nothing when both sides have changed the same field in different ways.
+[[nodiscard]] std::optional<TFilaDia> FundeLinea(const TFilaDia &base, const TFilaDia &mia,
+                                                 const TFilaDia &suya);
+
+/// Puts lines in the order of the hours, as they stand in AGENDA: those of one hour by their records, those
+/// that are not there yet behind them.
+void OrdenaComoAgenda(TFilasDia &filas);

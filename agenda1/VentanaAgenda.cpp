@@ -12,6 +12,7 @@
 #include "dbcontrols/MaskEdit.h"
 
 #include <QtCore/QScopedValueRollback>
+#include <QtCore/QTimer>
 #include <QtGui/QAction>
 #include <QtGui/QCloseEvent>
 #include <QtGui/QWindow>
@@ -19,6 +20,7 @@
 #include <QtWidgets/QGroupBox>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QPushButton>
+#include <QtWidgets/QStatusBar>
 
 #include <utility>
 
@@ -27,7 +29,7 @@ using dataset::DataSet;
 namespace
 {
 
-const QString ProblemasCita = QStringLiteral("Problemas en la actualización de la cita");
+constexpr int PeriodoRecarga = 15000; // ms
 
 } // namespace
 
@@ -90,6 +92,12 @@ void TVentanaAgenda::showEvent(QShowEvent *evento)
     // focus.
     windowHandle()->removeEventFilter(this);
     windowHandle()->installEventFilter(this);
+    if (!Timer1) {
+        Timer1 = new QTimer(this);
+        Timer1->setObjectName(QStringLiteral("Timer1"));
+        connect(Timer1, &QTimer::timeout, this, &TVentanaAgenda::Timer1Timer);
+        Timer1->start(PeriodoRecarga);
+    }
 }
 
 void TVentanaAgenda::closeEvent(QCloseEvent *evento)
@@ -168,7 +176,9 @@ void TVentanaAgenda::BorrarExecute()
                                           QStringLiteral("Borrar una anotación"),
                                           QStringLiteral("Atencion")) != RespuestaSi)
         return;
-    if (!m_motor.Borrar())
+    if (m_motor.Borrar())
+        TrasBorrar();
+    else
         Avisa(QStringLiteral("Problemas borrando la anotación"));
 }
 
@@ -181,16 +191,12 @@ void TVentanaAgenda::BAceptarClick()
     }
     Ejecuta([this] {
         DataSet &tabla = m_motor.TablaDeLaVentana();
-        const bool nueva = tabla.state() == DataSet::State::insert;
         m_borrador.Guarda(tabla);
-        if (Acepta()) {
+        if (m_motor.Aceptar()) {
             Deshabilita();
             return;
         }
         Avisa(ProblemasCita);
-        // With two notaries the line may be in the table in memory already, and only there.
-        if (nueva && !tabla.isEditing())
-            m_borrador.YaEsta(tabla);
         m_motor.Cancelar();
         VuelveAEscribir();
     });
@@ -221,6 +227,7 @@ void TVentanaAgenda::BSalirClick()
         if (PreguntaMotor(QStringLiteral("¿Desea deshacer los cambios?"), TituloAtencionPuntos)) {
             m_motor.Cancelar();
             Deshabilita();
+            Recarga(); // the day is as the table has it, not as it was when the line was begun
         } else if (horaPendiente) {
             AceptaHora();
         }
@@ -248,10 +255,26 @@ void TVentanaAgenda::PegaEnLaLinea(const QStringList &campos, const QStringList 
         m_motor.Cancelar();
         throw;
     }
-    if (Acepta())
+    if (m_motor.Aceptar())
         return;
     Avisa(ProblemasCita);
     m_motor.Cancelar();
+}
+
+void TVentanaAgenda::Timer1Timer()
+{
+    // Not under a question or a preview either: both are about the lines as they are now.
+    if (Ocupada() || m_fuente->state() != DataSet::State::browse)
+        return;
+    Ejecuta([this] {
+        try {
+            Recarga();
+        } catch (const std::exception &error) {
+            // In the help line: a box every fifteen seconds would keep the clerk from working.
+            statusBar()->showMessage(dataset::plainText(error), PeriodoRecarga);
+        }
+    });
+    CuentaAvisos();
 }
 
 // The hour

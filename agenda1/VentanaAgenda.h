@@ -22,6 +22,7 @@ class QGroupBox;
 class QLabel;
 class QMenu;
 class QPushButton;
+class QTimer;
 
 /// What the two windows of the single-table agenda do alike: a read-only grid of the day, and an edit panel
 /// under it that can be written in only while a line is being made or changed. Every change is a call of the
@@ -39,13 +40,16 @@ public:
     void ShowModal();
 
 protected:
+    // What several commands say when they fail.
+    inline static const QString ProblemasCita = QStringLiteral("Problemas en la actualización de la cita");
+    inline static const QString ProblemasMarca = QStringLiteral("Problemas al modificar la cita");
+
     using TOrden = std::function<void()>;
     /// What the windows write differently.
     struct TRotulos {
         QString Nuevo;
         QString Modificar;
         QString Borrar;
-        QString Ausente;
         QString Anterior;
         QString Siguiente;
         QString Aceptar;
@@ -82,8 +86,10 @@ protected:
     [[nodiscard]] bool Editando() const;
     [[nodiscard]] bool Ocupada() const { return m_ordenes > 0; }
 
-    /// The engine's Aceptar, with what the window adds to it. @return false when the line was not written.
-    virtual bool Acepta() { return m_motor.Aceptar(); }
+    /// Takes in what others have written; comes by itself while nothing is being edited.
+    virtual void Recarga() = 0;
+    /// A line has been deleted.
+    virtual void TrasBorrar() {}
     void Habilita(QWidget &foco);
     void Deshabilita();
     /// Writes texts into fields of the current line, from the engine's Modificar to its Aceptar.
@@ -132,6 +138,7 @@ private:
     void BAceptarClick();
     void BSalirClick();
     void MEHoraExit();
+    void Timer1Timer();
     /// @return whether the hour in the masked edit is one; `hora` is then its time text.
     [[nodiscard]] bool HoraTecleada(QString &hora) const;
     /// Puts the hour into the line. @return false, after a message, when it is none; the line's own is shown.
@@ -143,6 +150,7 @@ private:
     void RecuerdaLugar() const;
 
     QEventLoop m_bucle;
+    QTimer *Timer1 = nullptr;     ///< takes in what others have written, every 15 s
     int m_ordenes = 0;            ///< under way
     bool m_horaPendiente = false; ///< the hour was left wrong, and the user has not been told yet
     TBorrador m_borrador;         ///< of the line that is being edited

@@ -121,7 +121,7 @@ private:
     void RecuperaLoTecleado(const QString &causa);
     [[nodiscard]] QList<TLineaAgenda> LineasHasta(const TLineaAgenda &cita, const QString &horaFin) const;
     TRespuesta TomaParaRellenar(const TLineaAgenda &linea);
-    void RellenaHasta(const QString &horaFin);
+    void RellenaHasta(const TLineaAgenda &aceptada, const QString &horaFin);
     static void AvisaSiFallo(const TRespuesta &respuesta, const QString &que);
 
     TClassAgendaN *m_motor = nullptr;

@@ -30,6 +30,14 @@ TRespuesta EscribeYAcepta(TClassAgendaN &motor, const TLineaAgenda &cita)
     return aceptada;
 }
 
+/// Whether the table stands on a line that says what has been accepted. As soon as that is stored others may
+/// change its line, move or delete it, and the table then stands on what they have made of it, or beside it.
+bool EstaEn(DataSet &tabla, const TLineaAgenda &cita)
+{
+    const TLineaAgenda actual = TLineaAgenda::Actual(tabla);
+    return actual.Fecha == cita.Fecha && actual.Hora == cita.Hora && actual.DiceLoMismo(cita, CamposDeCita);
+}
+
 } // namespace
 
 void TFFichaCitas::AvisaSiFallo(const TRespuesta &respuesta, const QString &que)
@@ -130,12 +138,14 @@ void TFFichaCitas::Acepta()
     DataSet &tabla = Tabla();
     m_borrador.Guarda(tabla);
     const TRespuesta enSuLinea = m_borrador.EnEspera() ? VuelveASuLinea() : TRespuesta(true);
+    const TLineaAgenda cita = TLineaAgenda::Actual(tabla);
     const TRespuesta aceptada = enSuLinea ? m_motor->AceptarAgendaN() : enSuLinea;
     if (!aceptada) {
         RecuperaLoTecleado(aceptada.Causa());
         return;
     }
-    m_vistasAlAbrir.insert(tabla.bookmark(), tabla.seen());
+    if (EstaEn(tabla, cita))
+        m_vistasAlAbrir.insert(tabla.bookmark(), tabla.seen());
     /// Also when an error escapes.
     struct TReposo {
         TFFichaCitas &Ficha;
@@ -143,7 +153,7 @@ void TFFichaCitas::Acepta()
     } const reposo{*this};
     const QString horaFin = MEHoraFin->text();
     if (!MEHoraFin->isHidden() && horaFin.trimmed() != u":")
-        RellenaHasta(horaFin);
+        RellenaHasta(cita, horaFin);
 }
 
 /// Begins the change again and types what was typed.
@@ -240,20 +250,25 @@ TRespuesta TFFichaCitas::TomaParaRellenar(const TLineaAgenda &linea)
     return m_motor->Modificar(linea.Vista);
 }
 
-/// Copies the accepted line, the current one, onto the lines of its day that follow up to an end time, and
-/// onto the line of that time, which is added where there is none.
+/// Copies what has been accepted onto the lines of its day that follow it up to an end time, and onto the
+/// line of that time, which is added where there is none.
 /// @throws dataset::EConvertError for an end time that is none.
-void TFFichaCitas::RellenaHasta(const QString &horaFin)
+void TFFichaCitas::RellenaHasta(const TLineaAgenda &aceptada, const QString &horaFin)
 {
     // Said before the first line, also where no line follows that it would be compared with.
     static_cast<void>(CompararHoras(horaFin, QStringLiteral("00:00")));
     const dataset::ControlsGuard sinAvisos(Tabla());
-    TLineaAgenda cita = TLineaAgenda::Actual(Tabla());
+    TLineaAgenda cita = aceptada;
     if (cita.CodCliente)
         cita.CodCliente = static_cast<double>(cita.Codigo()); // codes lose their fraction in a copy
     QStringList sinRellenar;
     QString causa;
     m_motor->DiaActual().Mientras(cita.Fecha, [&] {
+        if (!EstaEn(Tabla(), aceptada)) { // the lines that follow are not known
+            sinRellenar << QStringLiteral("hasta las %1").arg(horaFin);
+            causa = QStringLiteral("Otro puesto ha cambiado la cita mientras tanto.");
+            return;
+        }
         for (const TLineaAgenda &linea : LineasHasta(cita, horaFin)) {
             TRespuesta rellena = TomaParaRellenar(linea);
             if (rellena)

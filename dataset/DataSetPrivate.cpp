@@ -50,9 +50,14 @@ bool DataSetPrivate::goTo(Bookmark target)
     return true;
 }
 
+bool DataSetPrivate::readRow(Bookmark wanted, Record &row) const
+{
+    return store->readRow(wanted, row) && isInRange(wanted, row);
+}
+
 bool DataSetPrivate::goToRow(Bookmark target)
 {
-    if (!store->readRow(target, incoming) || !isInRange(target, incoming))
+    if (!readRow(target, incoming))
         return false;
     arriveAt(target);
     return true;
@@ -243,8 +248,10 @@ const Record *DataSetPrivate::rowRecord(Bookmark wanted)
     if (const Record *const known = shownRecords.find(wanted))
         return known;
     Record fresh;
-    if (!store->readRow(wanted, fresh))
+    if (!readRow(wanted, fresh)) {
+        newsPending = true; // others have written, whether or not the files have said so yet
         return nullptr;
+    }
     // Who was shown it before, and hears of the change only now, need not be the one that asks.
     if (shownRecords.replace(wanted, fresh))
         recordsNoted.insert(wanted);
@@ -312,7 +319,7 @@ SeenRecord DataSetPrivate::seenOf(Bookmark wanted) const
     } else if (const Record *const known = shownRecords.find(wanted)) {
         line.m_record = *known;
     } else {
-        line.m_lost = !store->readRow(wanted, line.m_record) || shownRecords.wasOther(wanted, line.m_record);
+        line.m_lost = !readRow(wanted, line.m_record) || shownRecords.wasOther(wanted, line.m_record);
     }
     return line;
 }
@@ -326,7 +333,7 @@ void DataSetPrivate::goToSeen(const SeenRecord &line)
     if (!grouped) // nobody else writes during a group
         takeInNews();
     const bool there = store->read(target, incoming);
-    if (!there || (!line.m_lost && isInRange(target, line.m_record) && !isInRange(target, incoming)))
+    if (!there || ((line.m_lost || isInRange(target, line.m_record)) && !isInRange(target, incoming)))
         throw whyGone(target);
     arriveAt(target);
     bof = eof = false;

@@ -42,9 +42,10 @@ public:
 
     // The cursor. Each brings `number` and `record` into line.
     bool goTo(Bookmark target);
-    /// The same for a row, which may come as it was when the rows were collected. One that has left the range
-    /// since is none any more.
     bool goToRow(Bookmark target);
+    /// A row, which may come as it was when the rows were collected. @return false for one that has left the
+    /// range since, or has gone: it is none any more.
+    bool readRow(Bookmark wanted, Record &row) const;
     /// Takes in a record that has been read into `incoming`.
     void arriveAt(Bookmark target);
     /// Reads the record of a place into `incoming`. @return the place; nothing when there is none or it has

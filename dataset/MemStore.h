@@ -2,8 +2,10 @@
 
 #include "dataset/RecordStore.h"
 
+#include <functional>
 #include <map>
 #include <set>
+#include <utility>
 
 namespace dataset
 {
@@ -14,6 +16,8 @@ class MemStore : public RecordStore
 public:
     void create(const QList<FieldInfo> &fields);
     void clear();
+    /// @param canKeep  null: every character.
+    void setCanKeep(std::function<bool(QChar)> canKeep) { m_canKeep = std::move(canKeep); }
 
     void open() override;
     void close() override {}
@@ -25,6 +29,7 @@ public:
         return record.values[field];
     }
     void setValue(Record &record, int field, const QVariant &value) const override;
+    [[nodiscard]] bool canKeep(QChar character) const override { return !m_canKeep || m_canKeep(character); }
     [[nodiscard]] bool read(Bookmark number, Record &record) const override;
     void lock(Bookmark) override {}
     void unlock() noexcept override {}
@@ -52,6 +57,7 @@ private:
     std::map<Bookmark, Record> m_records;
     std::set<Entry> m_entries; ///< in the order in force
     Bookmark m_lastNumber = 0;
+    std::function<bool(QChar)> m_canKeep;
 };
 
 } // namespace dataset

@@ -2,6 +2,8 @@
 
 #include "dataset/MemStore.h"
 
+#include <utility>
+
 namespace dataset
 {
 
@@ -27,6 +29,11 @@ void MemTable::emptyTable()
     cancelRange();
     static_cast<MemStore &>(store()).clear();
     storeEmptied();
+}
+
+void MemTable::setCanKeep(std::function<bool(QChar)> canKeep)
+{
+    static_cast<MemStore &>(store()).setCanKeep(std::move(canKeep));
 }
 
 } // namespace dataset

@@ -2,6 +2,8 @@
 
 #include "dataset/DataSet.h"
 
+#include <functional>
+
 namespace dataset
 {
 
@@ -20,6 +22,8 @@ public:
     /// Drops every row; fields, order and the open state stay. A pending change is cancelled, a range
     /// dropped.
     void emptyTable();
+    /// Says which characters its texts may hold, for rows that are to go to a table which lacks some.
+    void setCanKeep(std::function<bool(QChar)> canKeep);
 };
 
 } // namespace dataset

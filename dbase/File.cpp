@@ -26,11 +26,6 @@ bool File::isOpen() const
     return m_native && m_native->isOpen();
 }
 
-bool File::writesThrough() const
-{
-    return m_native && m_native->writesThrough;
-}
-
 bool File::isInDoubt() const
 {
     return m_native && m_native->isInDoubt;

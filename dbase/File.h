@@ -100,8 +100,13 @@ public:
     /// Writes all of it. @return full when the disk is, inputOutput for any other refusal.
     Status writeAt(std::uint64_t offset, std::span<const std::uint8_t> bytes);
     Status truncate(std::uint64_t size);
-    /// Returns when the contents have reached the disk. A failure is final for what was written before it.
+    /// Returns when what was written here has reached the disk. A failure is final for what was written
+    /// before it.
     Status sync();
+    /// The same for what others have written as well, where the system asks the server for it.
+    Status flush();
+    /// Whether flush() does that on this share.
+    [[nodiscard]] bool flushesForOthers() const;
 
     /// Makes sure that `bytes` more can be written from `offset` on without the disk becoming full; the size
     /// stays. Where a file system cannot promise that, it is taken for done. @return full.
@@ -109,8 +114,6 @@ public:
     /// Whether the file lies on another machine: then it must not be mapped, and size and time may be old
     /// news.
     [[nodiscard]] bool isRemote() const;
-    /// Whether each write is on the other machine's disk when it returns.
-    [[nodiscard]] bool writesThrough() const;
 
     enum class LockKind { shared, exclusive };
     /// Takes a byte range without waiting. Never a range that this file holds already: some systems would put

@@ -303,8 +303,16 @@ Status File::truncate(std::uint64_t size)
 
 Status File::sync()
 {
-    if (m_native->writesThrough && !m_native->isResized)
-        return {}; // nothing is on its way
+    return m_native->writesThrough && !m_native->isResized ? Status() : flush();
+}
+
+bool File::flushesForOthers() const
+{
+    return m_native && m_native->isSmb; // on NFS a system asks only for what it has written itself
+}
+
+Status File::flush()
+{
 #if defined(__APPLE__)
     const int outcome = ::fcntl(m_native->descriptor, F_FULLFSYNC);
 #else

@@ -179,6 +179,16 @@ Status File::truncate(std::uint64_t size)
 
 Status File::sync()
 {
+    return flush();
+}
+
+bool File::flushesForOthers() const
+{
+    return m_native && m_native->isRemote;
+}
+
+Status File::flush()
+{
     if (!FlushFileBuffers(m_native->handle))
         return failed("el disco no ha confirmado la escritura");
     return {};

@@ -150,6 +150,24 @@ std::uint64_t commitSize(const Commit &commit)
     return size;
 }
 
+void leaveRoomForLink(Commit &commit)
+{
+    // Lengths of lines that come near a multiple of a sector need some of them; where one of them is a
+    // multiple none helps.
+    constexpr int mostRepeated = 4;
+    const auto isFull = [&commit] {
+        return journalSector - (commitSize(commit) - 1) % journalSector - 1 < linkLength;
+    };
+    std::vector<RecordChange> repeated;
+    const std::size_t had = commit.changes.size();
+    while (had > 0 && isFull() && commit.changes.size() < had + mostRepeated) {
+        const RecordChange last = commit.changes.back();
+        commit.changes.push_back({last.number, last.after, last.after});
+    }
+    if (isFull())
+        commit.changes.resize(had);
+}
+
 void encodeCommit(const Commit &commit, std::size_t recordLength, std::vector<std::uint8_t> &out)
 {
     const auto size = static_cast<std::size_t>(commitSize(commit));

@@ -36,8 +36,8 @@
 //       32   ..  changes: record number (4), 0 = new, 1 = changed (4), the record before (changed only),
 //       after
 //
-// Behind them, where the last sector has room: link of the commit in front (4), and the same with all bits
-// turned (4).
+// Behind them, where the last sector has room, for which a change may stand there twice: link of the commit
+// in front (4), and the same with all bits turned (4).
 //
 // A commit's link is its check sum. It tells a commit that was written late, over another of the same
 // number, from the one that the others have gone on from.
@@ -106,6 +106,9 @@ using JournalHeaderBytes = std::array<std::uint8_t, journalSector>;
 
 /// Bytes of a commit, without what fills its last sector.
 [[nodiscard]] std::uint64_t commitSize(const Commit &commit);
+/// Makes sure that a commit of table lines can bear a link, as far as a line's length allows: it may say
+/// twice what its last change makes of a line.
+void leaveRoomForLink(Commit &commit);
 /// @param out  receives the bytes, to the end of the last sector: a commit that stood in a shorter file's end
 /// would be missed. Given, so that one buffer serves commit after commit.
 void encodeCommit(const Commit &commit, std::size_t recordLength, std::vector<std::uint8_t> &out);

@@ -30,7 +30,7 @@ bool TableImpl::locksAreTrusted() const
 /// @return locked when others have written since the change locks were taken.
 Status TableImpl::mayWriteOn()
 {
-    const std::uint64_t since = m_state.base + 1;
+    const std::uint64_t since = firstInDoubt();
     const auto alone = stillAlone();
     if (alone.ok() && alone.value()) {
         m_hasWritten = true; // as it is about to
@@ -53,6 +53,15 @@ void TableImpl::owe(std::uint64_t since, std::optional<Commit> own)
 {
     if (!m_owed || own)
         m_owed = Owed{since, std::move(own), m_wroteHeaderLast};
+    else
+        m_owed->wroteHeaderLast = m_owed->wroteHeaderLast && m_wroteHeaderLast;
+}
+
+/// The first commit that may be under what was written here, late. Where the journal has been emptied under
+/// these locks others may have gone on from what it held.
+std::uint64_t TableImpl::firstInDoubt() const
+{
+    return (m_emptied ? m_emptied->base : m_state.base) + 1;
 }
 
 /// Whether nobody can have written since the change locks were taken. Who has held them for long, over a
@@ -382,11 +391,19 @@ bool TableImpl::isInDoubt() const
 /// server's come again and again, these files are opened anew more and more seldom.
 bool TableImpl::wantsReconnecting() const
 {
-    if (!m_remote || !m_opened || m_isAlone || m_holdsLine || m_held != Held::nothing || !isInDoubt())
+    if (!m_remote || !m_opened || m_isAlone || m_opensAnew || m_holdsLine || m_held != Held::nothing ||
+        !isInDoubt())
         return false;
-    const auto pause =
-        hasFailed() ? pauseBeforeReconnecting : std::max(m_renewalPause, pauseBeforeReconnecting);
+    const auto pause = hasFailed() || m_isInTheWay ? pauseBeforeReconnecting
+                                                   : std::max(m_renewalPause, pauseBeforeReconnecting);
     return !m_reconnected || std::chrono::steady_clock::now() - *m_reconnected >= pause;
+}
+
+/// A renewal that may have been this share's while its locks were held or asked for: what the system has
+/// locked twice keeps others out, so it is not put off. Under a lock; or before what needs the table alone.
+void TableImpl::noteRenewal(std::uint64_t since) noexcept
+{
+    m_isInTheWay = m_isInTheWay || (m_remote && sessionsRenewed() != since);
 }
 
 /// On a share, after calls that failed: the files are opened anew, as if the table had been closed and
@@ -402,9 +419,11 @@ Status TableImpl::reconnect()
     const auto since = m_reconnected ? now - *m_reconnected : std::chrono::steady_clock::duration::max();
     m_reconnected = now;
     const bool isAgain = since < lastingTrouble || since < 2 * m_renewalPause;
-    m_renewalPause = isAgain && !hasFailed()
-                         ? std::min(2 * std::max(m_renewalPause, pauseBeforeReconnecting), longestPause)
-                         : std::chrono::milliseconds(0);
+    if (hasFailed() || !isAgain)
+        m_renewalPause = std::chrono::milliseconds(0);
+    else if (!m_isInTheWay)
+        m_renewalPause = std::min(2 * std::max(m_renewalPause, pauseBeforeReconnecting), longestPause);
+    m_isInTheWay = false;
     // Once is mostly enough. A system that has the files still open for a moment after they were closed would
     // hand out what was to be got rid of.
     const Status status =
@@ -418,6 +437,7 @@ Status TableImpl::reconnect()
 /// @param pause  between closing and opening.
 Status TableImpl::openAnew(std::chrono::milliseconds pause)
 {
+    const FlagGuard opening(m_opensAnew);          // not within itself, where it takes long
     const std::set<RecordNumber> lines = m_locked; // also while the files cannot be opened
     if (!m_structure)
         m_structure = header;

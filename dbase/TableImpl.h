@@ -257,11 +257,13 @@ private:
     [[nodiscard]] bool hasFailed() const;
     [[nodiscard]] bool isInDoubt() const;
     [[nodiscard]] bool wantsReconnecting() const;
+    void noteRenewal(std::uint64_t since) noexcept;
     [[nodiscard]] bool locksAreTrusted() const;
     Result<bool> stillAlone();
     Result<bool> headerIsAsKnown();
     [[nodiscard]] Result<bool> linesAreAsBefore(const Commit &commit) const;
     Status mayWriteOn();
+    [[nodiscard]] std::uint64_t firstInDoubt() const;
     Status verdictOfOthers(const Commit &commit);
     Status mendAfterOthers();
     void owe(std::uint64_t since, std::optional<Commit> own);
@@ -434,6 +436,8 @@ private:
     std::uint64_t m_lockedIn = 0;           ///< and before the change locks were taken; on a share
     std::optional<std::chrono::steady_clock::time_point> m_reconnected; ///< when it was last tried
     std::chrono::milliseconds m_renewalPause{0}; ///< between reopenings for renewals alone
+    bool m_isInTheWay = false;                   ///< what a renewal has locked twice may keep others out
+    bool m_opensAnew = false;
     bool m_holdsLine = false;        ///< a line's lock that would go with the file, and nobody would know
     std::uint64_t m_refusedAsOf = 0; ///< last commit when a lock was first refused
     std::chrono::steady_clock::time_point m_refusedSince;

@@ -65,7 +65,7 @@ Status TableImpl::startJournal()
 Status TableImpl::writeState(const JournalHeader &state)
 {
     const auto bytes = encodeJournalHeader(state);
-    const std::uint64_t since = m_state.base + 1;
+    const std::uint64_t since = firstInDoubt();
     m_hasWritten = true;
     m_wroteHeaderLast = true;
     if (const Status status = m_journal.writeAt(0, bytes); !status.ok()) {
@@ -92,6 +92,7 @@ Status TableImpl::syncJournal()
 
 Status TableImpl::writeJournal(Commit &commit)
 {
+    leaveRoomForLink(commit);
     Status status = makeRoom((commitSize(commit) + journalSector - 1) / journalSector * journalSector);
     commit.number = m_state.applied + 1; // which an emptied journal may have moved on
     commit.follows = m_state.lastLink;
@@ -166,7 +167,7 @@ Status TableImpl::writeCommit(File &journal, std::span<const std::uint8_t> bytes
     const bool undone =
         status.kind() == ErrorKind::full && locksAreTrusted() && journal.writeAt(m_state.tail, nothing).ok();
     if (!undone && m_remote)
-        owe(m_state.base + 1, {});
+        owe(firstInDoubt(), {});
     return undone ? status : poison(status);
 }
 
@@ -295,16 +296,16 @@ Result<TableImpl::FoundCommits> TableImpl::commitsFrom(std::uint64_t from, std::
 }
 
 /// That commits can be read does not mean that they are on disk: a cut while they are done again must find
-/// them there, and the header in front of them. Where all is written through they are, and what was written
-/// late would lie over what others have written since.
+/// them there, and the header in front of them. Where they can they are brought there as they are: what was
+/// written anew, late, would lie over what others have written since.
 Status TableImpl::bringToDisk(const FoundCommits &found)
 {
     Status status = mayWriteOn();
-    if (status.ok() && !m_journal.writesThrough())
+    if (status.ok() && !m_journal.flushesForOthers())
         status = m_journal.writeAt(0, m_stateBytes);
-    if (status.ok() && !m_journal.writesThrough())
+    if (status.ok() && !m_journal.flushesForOthers())
         status = m_journal.writeAt(found.from, found.bytes);
-    return status.ok() ? m_journal.sync() : status;
+    return status.ok() ? m_journal.flush() : status;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

@@ -72,6 +72,8 @@ Result<RangeLock> TableImpl::waitForLock(File &file, std::uint64_t offset, std::
         }
         if (got.value())
             return RangeLock(file, offset, length);
+        if (&file != &m_journal)
+            noteRenewal(m_openedIn);
         const auto now = Clock::now();
         if (!deadline)
             deadline = now + patience(timeout);
@@ -269,6 +271,7 @@ void TableImpl::endRead() noexcept
     if (--m_holders > 0)
         return;
     if (m_held == Held::reading) {
+        noteRenewal(m_askedIn);
         m_mdxLock.release();
         m_held = Held::nothing;
     }
@@ -408,6 +411,7 @@ void TableImpl::endChange() noexcept
 {
     if (--m_holders > 0)
         return;
+    noteRenewal(m_lockedIn);
     m_mdxLock.release();
     m_dbfLock.release();
     m_held = Held::nothing;
@@ -453,6 +457,7 @@ void TableImpl::dropRecordLock(RecordNumber number)
 {
     if (m_locked.erase(number) == 0)
         return;
+    noteRenewal(m_openedIn);
     m_dbf.unlock(recordLockOffset(number), 1);
     if (m_lastRead == number && m_held == Held::nothing)
         m_lastRead = 0;

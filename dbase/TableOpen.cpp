@@ -60,6 +60,10 @@ Status TableImpl::close()
     while (!m_locked.empty())
         dropRecordLock(*m_locked.begin());
     payBeforeLeaving();
+    if (m_opened && !hasFailed() && isInDoubt()) { // who is still present twice is never the last one
+        noteRenewal(m_openedIn);
+        static_cast<void>(reconnect().ok());
+    }
     const bool mayChange = std::exchange(m_opened, false) && m_poison.ok() && !readOnly && m_journal.isOpen();
     return mayChange && m_held == Held::nothing ? closeInOrder() : Status();
 }

@@ -253,11 +253,14 @@ Result<bool> TableImpl::isCutBack() const
 Status TableImpl::closeInOrder()
 {
     constexpr auto patienceOfClosing = std::chrono::milliseconds(100); // closing keeps nobody waiting
+    const std::uint64_t renewed = m_remote ? sessionsRenewed() : 0;
     const auto gate = waitForLock(m_journal, gateOffset, 1, File::LockKind::exclusive, patienceOfClosing, "");
     if (!gate.ok()) // somebody comes or goes, and finds this one still there
         return gate.status().kind() == ErrorKind::locked ? Status() : gate.status();
     m_presence.release();
-    if (m_remote && isInDoubt()) // what the server still holds goes with the files; the next opener looks
+    if (m_remote && (hasFailed() ||
+                     sessionsRenewed() !=
+                         renewed)) // what the server still holds goes with the files; the next opener looks
         return {};
     const auto last = m_journal.tryLock(presenceOffset, 1, File::LockKind::exclusive);
     if (!last.ok() || !last.value())

@@ -39,10 +39,12 @@ Status TableImpl::whileAlone(const std::function<Status()> &work)
 {
     if (readOnly)
         return failure(ErrorKind::readOnly, readOnlyReason);
+    noteRenewal(m_openedIn);
     if (const Status status = reconnect(); !status.ok())
         return status;
     if (m_group)
         return failure(ErrorKind::invalidArgument, "hay un grupo de cambios empezado");
+    const std::uint64_t renewed = m_remote ? sessionsRenewed() : 0;
     const std::string refusal = "otro puesto tiene abierta la tabla";
     const auto gate =
         waitForLock(m_journal, gateOffset, 1, File::LockKind::exclusive, options.lockTimeout, refusal);
@@ -57,7 +59,7 @@ Status TableImpl::whileAlone(const std::function<Status()> &work)
         const RangeLock whole =
             got.ok() && got.value() ? RangeLock(m_journal, presenceOffset, 1) : RangeLock();
         status = got.status();
-        if (status.ok() && m_remote && isInDoubt())
+        if (status.ok() && m_remote && (hasFailed() || sessionsRenewed() != renewed))
             status = failure(ErrorKind::inputOutput, "se ha perdido la conexión con la carpeta de la tabla");
         if (status.ok())
             status = whole.held() ? beginChange() : failure(ErrorKind::locked, refusal);

@@ -98,8 +98,8 @@ private:
     void muestra(TAgenda &motor, int cual)
     {
         mostrada = cual;
-        if (m_pasos)
-            m_pasos(motor);
+        if (const auto pasos = m_pasos) // which may open another agenda in their middle
+            pasos(motor);
     }
     std::function<void(TAgenda &)> m_pasos;
 };

@@ -92,6 +92,13 @@ protected:
         EXPECT_TRUE(hecho.wait()) << "the timer has not fired";
         reloj.setInterval(periodo);
     }
+    /// Takes in what others have written, as comes every 15 s.
+    void recarga() const
+    {
+        auto &reloj = pieza<QTimer>("Timer1");
+        EXPECT_EQ(reloj.interval(), 15000);
+        dispara(reloj);
+    }
     void pulsa(const char *boton) const
     {
         QTest::mouseClick(&pieza<QAbstractButton>(boton), Qt::LeftButton);

@@ -70,4 +70,56 @@ TEST_F(FallosUnicaTest, AnotherDayIsShownWholeOrNotAtAll)
     }
 }
 
+TEST_F(FallosUnicaTest, ALineOfTwoNotariesIsAcceptedWholeOrNotAtAll)
+{
+    ajustes("0910", "30", {"Ana Núñez", "Benito Ruiz"});
+    linea({Dia, "10:00", "", "UNO", "", "0"});
+    linea({Dia, "10:00", "", "DOS", "", "0"});
+    int fallidas = 0;
+    abre([&](TAgenda &motor) {
+        const auto interesados = [&] {
+            QStringList suyos;
+            for (int fila = 0; fila < motor.Tabla2().rowCount(); ++fila)
+                suyos << motor.Tabla2().textAt(fila, motor.Tabla2().fieldIndex(u"INTERESADO1"));
+            suyos.sort();
+            return suyos.join(' ').toStdString();
+        };
+        const auto enTabla = [&] {
+            QStringList suyos;
+            for (const QString &una : dia())
+                suyos << una.section('|', 2, 2);
+            suyos.sort();
+            return suyos.join(' ').toStdString();
+        };
+        for (const filecalls::Call call :
+             {filecalls::Call::read, filecalls::Call::lock, filecalls::Call::write}) {
+            for (int number = 1;; ++number) {
+                motor.RecargaAgenda2();
+                const std::string antes = enTabla();
+                ASSERT_EQ(interesados(), antes);
+                motor.Tabla2().setCurrentRow(1);
+                ASSERT_TRUE(motor.Modificar());
+                motor.Tabla2().field(u"INTERESADO1").setText("N" + QString::number(number));
+                filecalls::fail(filecalls::Fault{call, number, EIO, false, false});
+                const bool aceptada = motor.Aceptar();
+                const bool met = filecalls::faultMet();
+                filecalls::fail({});
+                EXPECT_EQ(motor.Tabla2().isEditing(), !aceptada);
+                motor.Cancelar();
+                fallidas += aceptada ? 0 : 1;
+                if (!aceptada) {
+                    EXPECT_EQ(interesados(), antes) << "call " << number;
+                }
+                if (aceptada || call != filecalls::Call::write) {
+                    EXPECT_EQ(enTabla(), interesados()) << "call " << number;
+                }
+                if (!met || (!aceptada && call == filecalls::Call::write))
+                    break; // what has failed half-way is for the next opener
+            }
+        }
+    });
+    EXPECT_GT(fallidas, 0) << "nothing has been tried";
+    EXPECT_EQ(dia().size(), 2);
+}
+
 } // namespace

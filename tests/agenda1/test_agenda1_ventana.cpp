@@ -221,6 +221,45 @@ TEST_F(UnNotarioTest, WhatCannotBeWrittenIsToldAndNothingIsLost)
     });
 }
 
+TEST_F(UnNotarioTest, WhatOthersWriteIsTakenInWhileNothingIsEdited)
+{
+    enVentana([this] {
+        linea({Dia, "08:00", "DE OTRO"});
+        recarga();
+        EXPECT_EQ(rejilla().model()->rowCount(), 3);
+        tecla(Qt::Key_Insert, Qt::ShiftModifier);
+        teclea("A medias");
+        linea({Dia, "08:30", "DE OTRO"});
+        recarga();
+        EXPECT_EQ(rejilla().model()->rowCount(), 3);
+        // A window that comes back from the task bar is told that it is shown.
+        QShowEvent otraVez;
+        QCoreApplication::sendEvent(ventana, &otraVez);
+        EXPECT_TRUE(editando());
+        EXPECT_EQ(edicion("DBEConcepto").text(), "PoderA medias");
+        EXPECT_EQ(dia().size(), 4);
+        oficina.Mensaje.espera({Deshacer, Atencion, RespuestaSi});
+        tecla(Qt::Key_Escape);
+        EXPECT_EQ(rejilla().model()->rowCount(), 4);
+        // A mark and a paste do not go over what was not seen.
+        rejilla().setCurrentIndex(rejilla().model()->index(3, 1));
+        tecla(Qt::Key_C, Qt::ControlModifier);
+        const auto otro = tabla();
+        ASSERT_TRUE(otro->locate({{"FECHA", Dia}, {"HORA", "09:30"}}, dataset::SearchMode::exact));
+        otro->edit();
+        otro->field(u"CONCEPTO").setText("DE OTRO");
+        otro->post();
+        oficina.Mensaje.espera({"Problemas al modificar la cita", Atencion});
+        comando("Ausente");
+        otro->edit(dataset::EditOf::fresh);
+        otro->field(u"INTERESADO").setText("TAMBIÉN");
+        otro->post();
+        oficina.Mensaje.espera({"Problemas en la actualización de la cita", Atencion});
+        tecla(Qt::Key_V, Qt::ControlModifier);
+    });
+    EXPECT_TRUE(dia().contains("09:30|DE OTRO|TAMBIÉN||N"));
+}
+
 TEST_F(UnNotarioTest, AHintThatComesBeforeTheWindowIsNotPaintedOverTheHelpLine)
 {
     abre([](TAgenda &abierto) {

@@ -32,13 +32,6 @@ protected:
     {
         return uno.leftJustified(ancho) + dos;
     }
-    /// The reload that comes every 15 s.
-    void recarga() const
-    {
-        auto &reloj = pieza<QTimer>("Timer1");
-        EXPECT_EQ(reloj.interval(), 15000);
-        dispara(reloj);
-    }
 };
 
 TEST_F(DosNotariosVentanaTest, TheSelectionRestsOnThePartiesOnly)
@@ -101,7 +94,7 @@ TEST_F(DosNotariosVentanaTest, ALineIsWrittenWhenItIsAccepted)
         pulsa("BAceptar");
     });
     EXPECT_EQ(dia().size(), 5);
-    EXPECT_EQ(dia().at(1).left(10), "09:00|Otra");
+    EXPECT_EQ(dia().at(0).left(10), "09:00|Otra"); // the record found first; the other one has gone on
 }
 
 TEST_F(DosNotariosVentanaTest, ACopyGoesFromOneNotaryToTheOther)
@@ -184,6 +177,43 @@ TEST_F(DosNotariosVentanaTest, ADayThatCannotBeWrittenIsToldAndStays)
         pulsa("BAceptar");
         EXPECT_FALSE(editando());
         EXPECT_EQ(dia().last(), "10:00|Compra|||0");
+    });
+}
+
+TEST_F(DosNotariosVentanaTest, WhatWasRefusedIsNotShownAsDone)
+{
+    const auto otro = tabla();
+    const auto ocupa = [&] {
+        ASSERT_TRUE(otro->locate({{"FECHA", Dia}, {"HORA", "10:00"}}, dataset::SearchMode::exact));
+        otro->edit(dataset::EditOf::fresh);
+    };
+    enVentana([&] {
+        const auto enPantalla = [this](int columna) { return rejilla().model()->index(2, columna).data(); };
+        ocupa();
+        rejilla().setCurrentIndex(rejilla().model()->index(2, 1));
+        oficina.Mensaje.espera(
+            {"Otro puesto está usando la línea", Aviso, 0, QString(), support::TCaja::porSuTexto});
+        comando("AcSalidaNotario1");
+        EXPECT_EQ(enPantalla(1), "");
+        otro->cancel();
+        comando("AcSalidaNotario1"); // tried again it is put, not taken off
+        EXPECT_EQ(dia().last(), "10:00||Salida||1");
+
+        // What is given up is gone, and the line is as the table has it by now.
+        ocupa();
+        oficina.Mensaje.espera({"Problemas en la actualización de la cita", Aviso});
+        tecla(Qt::Key_Insert, Qt::ShiftModifier);
+        teclea("Compra");
+        pulsa("BAceptar");
+        otro->field(u"OFICIAL").setText("MARTA");
+        otro->post();
+        oficina.Mensaje.espera({"¿Desea deshacer los cambios?", Aviso, RespuestaSi});
+        tecla(Qt::Key_Escape);
+        EXPECT_FALSE(editando());
+        EXPECT_EQ(enPantalla(3), "");
+        EXPECT_EQ(enPantalla(2), "MARTA");
+        pulsa("BVolver");
+        EXPECT_EQ(dia().last(), "10:00||Salida|MARTA|1");
     });
 }
 

@@ -39,6 +39,56 @@ protected:
         motor.Tabla2().field(QString::fromLatin1(campo)).setText(valor);
         motor.Tabla2().post();
     }
+    /// What a clerk does in the window: changes a line, at an hour and with a text there, and accepts it.
+    static void acepta(TAgenda &motor, const char *hora, const QString &antes, const char *campo,
+                       const QString &valor)
+    {
+        ASSERT_TRUE(elige(motor, hora, antes)) << hora << qPrintable(antes);
+        ASSERT_TRUE(motor.Modificar());
+        motor.Tabla2().field(QString::fromLatin1(campo)).setText(valor);
+        EXPECT_TRUE(motor.Aceptar());
+    }
+    static void anade(TAgenda &motor, const char *hora, const char *campo, const char *valor)
+    {
+        ASSERT_TRUE(motor.Insertar());
+        motor.Tabla2().field(u"HORA").setText(hora);
+        motor.Tabla2().field(QString::fromLatin1(campo)).setText(valor);
+        EXPECT_TRUE(motor.Aceptar());
+    }
+    static bool elige(TAgenda &motor, const char *hora, const QString &texto)
+    {
+        for (int fila = 0; fila < motor.Tabla2().rowCount(); ++fila) {
+            if (enPantalla(motor, fila) == hora + (" " + texto)) {
+                motor.Tabla2().setCurrentRow(fila);
+                return true;
+            }
+        }
+        return false;
+    }
+    /// "hour party1/party2/subject1" of a line of the window.
+    [[nodiscard]] static QString enPantalla(TAgenda &motor, int fila)
+    {
+        return valor(motor, fila, "HORA") + ' ' + valor(motor, fila, "INTERESADO1") + '/' +
+               valor(motor, fila, "INTERESADO2") + '/' + valor(motor, fila, "CONCEPTO1");
+    }
+    [[nodiscard]] static QString pantalla(TAgenda &motor)
+    {
+        QStringList lineas;
+        for (int fila = 0; fila < motor.Tabla2().rowCount(); ++fila)
+            lineas << enPantalla(motor, fila);
+        return lineas.join(", ");
+    }
+    /// The same of the lines that the table holds.
+    [[nodiscard]] QString enTabla() const
+    {
+        QStringList lineas;
+        for (const QString &linea : dia()) {
+            const QStringList c = linea.split(u'|');
+            lineas << c[0] + ' ' + c[2].left(50).trimmed() + '/' + c[2].mid(50).trimmed() + '/' +
+                          c[1].left(30).trimmed();
+        }
+        return lineas.join(", ");
+    }
     [[nodiscard]] static QString valor(TAgenda &motor, int fila, const char *campo)
     {
         return motor.Tabla2().textAt(fila, motor.Tabla2().fieldIndex(QString::fromLatin1(campo)));
@@ -63,8 +113,11 @@ TEST_F(DosNotariosTest, LinesAreUnpackedAndPackedByCharacters)
         EXPECT_TRUE(motor.Modificar());
         motor.Tabla2().field(u"INTERESADO2").setText("MUÑOZ");
         EXPECT_TRUE(motor.Aceptar());
+        const auto otro = tabla(); // who holds its line does not hinder what is not written
+        ASSERT_TRUE(otro->locate({{"FECHA", Dia}, {"HORA", Nueve}}, dataset::SearchMode::exact));
+        otro->edit();
         EXPECT_TRUE(motor.Modificar());
-        EXPECT_TRUE(motor.Aceptar()); // nothing changed: nothing written
+        EXPECT_TRUE(motor.Aceptar());
         EXPECT_FALSE(motor.Tabla2().isEditing());
     });
     EXPECT_EQ(mostrada, 2);
@@ -111,13 +164,11 @@ TEST_F(DosNotariosTest, LinesOfOneHourStayLinesOfTheirOwn)
         motor.Tabla2().setCurrentRow(1);
         EXPECT_TRUE(motor.Modificar());
         acepta("DOS BIS");
-        EXPECT_EQ(dia(), (QStringList{nombre("DOS BIS"), nombre("DOS")}))
-            << "the first found is written over";
-        EXPECT_TRUE(motor.HayLineaPisada());
+        EXPECT_EQ(dia(), (QStringList{nombre("DOS BIS"), nombre("UNO")}))
+            << "the first found is written over, the other takes its place";
         motor.RecargaAgenda2();
         motor.ActualizarDesdeAgenda2();
         EXPECT_EQ(dia(), (QStringList{nombre("UNO"), nombre("DOS BIS")}));
-        EXPECT_FALSE(motor.HayLineaPisada());
         EXPECT_TRUE(motor.Insertar()); // at the hour of the line that it begins on
         acepta("TRES");
         motor.ActualizarDesdeAgenda2();
@@ -129,7 +180,7 @@ TEST_F(DosNotariosTest, LinesOfOneHourStayLinesOfTheirOwn)
         acepta("MÍA");
         motor.ActualizarDesdeAgenda2();
         EXPECT_EQ(dia().mid(3),
-                  (QStringList{empaquetada("11:00", "MÍA", "", ""), empaquetada("11:00", "SUYA", "", "")}));
+                  (QStringList{empaquetada("11:00", "SUYA", "", ""), empaquetada("11:00", "MÍA", "", "")}));
     });
 }
 
@@ -143,8 +194,8 @@ TEST_F(DosNotariosTest, OutingsAndAbsences)
         {2, "N", "2", "Salida"}, {2, "2", "0", ""},
     };
     for (const auto &caso : casos)
-        ponLinea(
-            empaquetada(QStringLiteral("1%1:00").arg(&caso - casos), "", "", "", "", "", "", caso.antes));
+        ponLinea(empaquetada(QStringLiteral("1%1:00").arg(&caso - casos), caso.notario == 2 ? "EL OTRO" : "",
+                             "", "", caso.notario == 1 ? "EL OTRO" : "", "", "", caso.antes));
     abre([&](TAgenda &motor) {
         for (int fila = 0; fila < 5; ++fila) {
             motor.Tabla2().setCurrentRow(fila);
@@ -153,6 +204,8 @@ TEST_F(DosNotariosTest, OutingsAndAbsences)
             EXPECT_EQ(valor(motor, fila, "SALIDA"), casos[fila].salida) << fila;
             EXPECT_EQ(valor(motor, fila, casos[fila].notario == 1 ? "INTERESADO1" : "INTERESADO2"),
                       casos[fila].interesado)
+                << fila;
+            EXPECT_EQ(valor(motor, fila, casos[fila].notario == 1 ? "INTERESADO2" : "INTERESADO1"), "EL OTRO")
                 << fila;
         }
         EXPECT_FALSE(motor.Ausente(0));
@@ -196,6 +249,158 @@ TEST_F(DosNotariosTest, WhatAnotherWorkstationWritesIsNotLost)
         (QStringList{empaquetada("09:00", "MÍA", "", "", "", "ÓSCAR"), empaquetada("10:00", "SUYA", "", ""),
                      empaquetada("10:00", "MÍA", "", ""), empaquetada("11:30", "NUEVA SUYA", "", ""),
                      empaquetada("12:00", "SUYA", "", ""), empaquetada("13:00", "BASE", "", "")}));
+}
+
+/// Two clerks who have the day open: what the other one has done is in the table when this one accepts.
+TEST_F(DosNotariosTest, TwoClerksAcceptLinesOfOneDay)
+{
+    const auto linea = [this](const char *hora, const char *uno, const char *dos) {
+        ponLinea(empaquetada(hora, uno, "", "", dos));
+    };
+    using TPasos = std::function<void(TAgenda &)>;
+    const struct {
+        const char *que;
+        QList<std::array<const char *, 3>> dia;
+        TPasos suyo, mio;
+        const char *aceptado; ///< the table after my accept
+        const char *vuelto;   ///< and after a reload and the return command; the window shows the same
+        const char *choque;   ///< hour of the notice
+    } casos[] = {
+        {"two notaries of one line",
+         {{"10:00", "", ""}},
+         [](TAgenda &m) { acepta(m, "10:00", "//", "INTERESADO2", "RUIZ"); },
+         [](TAgenda &m) { acepta(m, "10:00", "//", "INTERESADO1", "SANZ"); },
+         "10:00 SANZ/RUIZ/",
+         "10:00 SANZ/RUIZ/",
+         ""},
+        {"a new line where the other one has booked the slot",
+         {{"10:00", "", ""}},
+         [](TAgenda &m) { acepta(m, "10:00", "//", "INTERESADO1", "SANZ"); },
+         [](TAgenda &m) { anade(m, "10:00", "INTERESADO1", "RUIZ"); },
+         "10:00 RUIZ//, 10:00 SANZ//",
+         "10:00 SANZ//, 10:00 RUIZ//",
+         ""},
+        {"the second line of an hour, and the other one changes the first",
+         {{"10:00", "X", ""}, {"10:00", "Y", ""}},
+         [](TAgenda &m) { acepta(m, "10:00", "X//", "INTERESADO2", "SANZ"); },
+         [](TAgenda &m) { acepta(m, "10:00", "Y//", "INTERESADO2", "RUIZ"); },
+         "10:00 Y/RUIZ/, 10:00 X/SANZ/",
+         "10:00 X/SANZ/, 10:00 Y/RUIZ/",
+         ""},
+        {"a line added to an hour of two, which change places",
+         {{"10:00", "X", ""}, {"10:00", "Y", ""}},
+         [](TAgenda &m) { anade(m, "10:00", "INTERESADO1", "Z"); },
+         [](TAgenda &m) { acepta(m, "10:00", "Y//", "CONCEPTO1", "acta"); },
+         "10:00 Z//, 10:00 Y//acta, 10:00 X//",
+         "10:00 Z//, 10:00 X//, 10:00 Y//acta",
+         ""},
+        {"a deleted line, and another one written at its hour",
+         {{"10:00", "X", ""}, {"11:00", "", ""}},
+         [](TAgenda &m) {
+             ASSERT_TRUE(elige(m, "10:00", "X//"));
+             EXPECT_TRUE(m.Borrar());
+             m.ActualizarDesdeAgenda2();
+             anade(m, "10:00", "INTERESADO1", "Z");
+         },
+         [](TAgenda &m) { acepta(m, "10:00", "X//", "INTERESADO2", "RUIZ"); },
+         "10:00 Z//, 10:00 X/RUIZ/, 11:00 //",
+         "10:00 Z//, 10:00 X/RUIZ/, 11:00 //",
+         "10:00"},
+        {"the same field in two ways",
+         {{"10:00", "", ""}},
+         [](TAgenda &m) { acepta(m, "10:00", "//", "INTERESADO1", "SANZ"); },
+         [](TAgenda &m) { acepta(m, "10:00", "//", "INTERESADO1", "RUIZ"); },
+         "10:00 SANZ//, 10:00 RUIZ//",
+         "10:00 SANZ//, 10:00 RUIZ//",
+         "10:00"},
+        {"another hour, which is free",
+         {{"09:00", "X", ""}, {"11:00", "", ""}},
+         [](TAgenda &m) { acepta(m, "09:00", "X//", "CONCEPTO1", "acta"); },
+         [](TAgenda &m) { acepta(m, "09:00", "X//", "HORA", "10:15"); },
+         "10:15 X//acta, 11:00 //",
+         "10:15 X//acta, 11:00 //",
+         ""},
+        {"another hour, with a line that the other one has just written",
+         {{"09:00", "X", ""}, {"11:00", "", ""}},
+         [](TAgenda &m) { acepta(m, "11:00", "//", "INTERESADO1", "SANZ"); },
+         [](TAgenda &m) { acepta(m, "09:00", "X//", "HORA", "11:00"); },
+         "11:00 SANZ//, 11:00 X//",
+         "11:00 X//, 11:00 SANZ//",
+         ""},
+        {"a new line at the hour of one that is deleted here",
+         {{"10:00", "X", ""}, {"11:00", "", ""}},
+         [](TAgenda &m) { acepta(m, "11:00", "//", "INTERESADO1", "SANZ"); },
+         [](TAgenda &m) {
+             ASSERT_TRUE(elige(m, "10:00", "X//"));
+             EXPECT_TRUE(m.Borrar());
+             anade(m, "10:00", "INTERESADO1", "RUIZ");
+         },
+         "10:00 RUIZ//, 10:00 X//, 11:00 SANZ//",
+         "10:00 RUIZ//, 11:00 SANZ//",
+         ""},
+    };
+    for (const auto &caso : casos) {
+        SCOPED_TRACE(caso.que);
+        {
+            const auto antes = tabla();
+            antes->setRange({{"FECHA", Dia}}, {{"FECHA", Dia}});
+            while (!antes->isEmpty())
+                antes->remove();
+        }
+        for (const auto &[hora, uno, dos] : caso.dia)
+            linea(hora, uno, dos);
+        abre([&](TAgenda &motor) {
+            abre(caso.suyo);
+            if (*caso.choque)
+                oficina.Mensaje.espera(
+                    {QStringLiteral("Otro puesto ha cambiado a la vez la cita de las ") + caso.choque,
+                     " ATENCIÓN:", 0, "Se han conservado las dos anotaciones. Revíselas."});
+            caso.mio(motor);
+            EXPECT_EQ(enTabla().toStdString(), caso.aceptado);
+            motor.RecargaAgenda2();
+            motor.ActualizarDesdeAgenda2();
+            EXPECT_EQ(enTabla().toStdString(), caso.vuelto);
+            EXPECT_EQ(pantalla(motor).toStdString(), caso.vuelto);
+        });
+        EXPECT_EQ(enTabla().toStdString(), caso.vuelto);
+    }
+}
+
+TEST_F(DosNotariosTest, MemoryStandsInTheOrderOfTheHoursAndAsTheTableHasIt)
+{
+    ponLinea(empaquetada("09:00", "X", "", ""));
+    ponLinea(empaquetada("12:00", "Y", "", ""));
+    abre([&](TAgenda &motor) {
+        anade(motor, "10:15", "INTERESADO1", "Z");
+        EXPECT_EQ(pantalla(motor), "09:00 X//, 10:15 Z//, 12:00 Y//");
+        EXPECT_EQ(motor.Tabla2().currentRow(), 1);
+        // The table lacks these letters: what it has made of them is what is seen, and no other's change.
+        acepta(motor, "10:15", "Z//", "INTERESADO1", "Ionu\u021b");
+        acepta(motor, "10:15", enTabla().section(", ", 1, 1).mid(6), "INTERESADO2", "RUIZ");
+        EXPECT_EQ(pantalla(motor), enTabla());
+        EXPECT_EQ(dia().size(), 3);
+        EXPECT_FALSE(motor.Tabla2().canKeep(QChar(0x21b)));
+        EXPECT_TRUE(motor.Tabla2().canKeep(u'ñ'));
+        // Nothing is left of what was refused.
+        const auto otro = tabla();
+        ASSERT_TRUE(otro->locate({{"FECHA", Dia}, {"HORA", "12:00"}}, dataset::SearchMode::exact));
+        otro->edit();
+        const QString antes = pantalla(motor);
+        ASSERT_TRUE(elige(motor, "12:00", "Y//"));
+        ASSERT_TRUE(motor.Modificar());
+        motor.Tabla2().field(u"INTERESADO1").setText("W");
+        EXPECT_FALSE(motor.Aceptar());
+        EXPECT_TRUE(motor.Cancelar());
+        EXPECT_EQ(pantalla(motor), antes);
+        otro->cancel();
+        // A day without lines gets none.
+        while (motor.Tabla2().rowCount() > 0)
+            EXPECT_TRUE(motor.Borrar());
+        EXPECT_TRUE(motor.Aceptar());
+        EXPECT_EQ(dia().size(), 3);
+        motor.ActualizarDesdeAgenda2();
+        EXPECT_EQ(dia().size(), 0);
+    });
 }
 
 TEST_F(DosNotariosTest, AReloadKeepsWhatIsNotWrittenYet)
@@ -270,8 +475,18 @@ TEST(FusionDia, BringsTwoVersionsTogether)
         {"new on both sides",
          {base[0], base[1], fila(0, "09:30", "m")},
          {base[0], fila(5, "09:15", "s"), base[1]},
-         "09:00a 09:15s 10:00b 09:30m",
+         "09:00a 09:15s 09:30m 10:00b",
          0},
+        {"places changed there, changed here",
+         {fila(1, "09:00", "a"), fila(2, "10:00", "mía")},
+         {fila(2, "09:00", "a"), fila(1, "10:00", "b")},
+         "09:00a 10:00mía",
+         0},
+        {"deleted there, and another line in its hour",
+         {fila(1, "09:00", "mía"), base[1]},
+         {fila(7, "09:00", "otra"), base[1]},
+         "09:00otra 09:00mía 10:00b",
+         1},
     };
     for (const auto &caso : casos) {
         const TFusionDia fusion = FundeDia(base, caso.mias, caso.suyas);

@@ -204,4 +204,25 @@ TEST_F(UnicaTest, TheSettingsRowIsReadAndWritten)
     EXPECT_EQ(mostrada, 3);
 }
 
+TEST_F(UnicaTest, ALineThatOthersAddAtTheEdgeOfTheDayIsNoOtherDay)
+{
+    for (const QStringList &notarios : {QStringList(), QStringList{"Ana Núñez", "Benito Ruiz"}}) {
+        const auto antes = tabla();
+        while (!antes->isEmpty())
+            antes->remove();
+        ajustes("0910", "30", notarios);
+        for (const int dias : {-1, 0, 1})
+            linea({Dia.addDays(dias), "10:00"});
+        abre([&](TAgenda &motor) {
+            linea({Dia, "09:00"});
+            linea({Dia, "11:00"});
+            EXPECT_EQ(motor.BuscarAnterior(), "15/11/2026");
+            EXPECT_EQ(motor.BuscarSiguiente(), "16/11/2026");
+            EXPECT_EQ(motor.TablaDeLaVentana().rowCount(), 3);
+            linea({Dia, "12:00"});
+            EXPECT_EQ(motor.BuscarSiguiente(), "17/11/2026");
+        });
+    }
+}
+
 } // namespace

@@ -214,4 +214,57 @@ TEST_F(LecturasTest, WhatWaitsOnTheCardIsNotWrittenOverWhatNobodyHasSeen)
     EXPECT_EQ(esperas, 1) << "nothing has been tried";
 }
 
+// Others may have a line as soon as it is stored, even before the fill begins: only what was accepted is
+// copied, and only behind its own line.
+TEST_F(LecturasTest, WhatOthersMakeOfTheAcceptedLineIsNotFilledOnward)
+{
+    const auto otro = oficina.agenda(1);
+    const auto cambia = [&](const char16_t *campo, const char *texto) {
+        otro->edit(dataset::EditOf::fresh);
+        otro->field(campo).setText(texto);
+        otro->post();
+    };
+    const struct {
+        const char *que;
+        std::function<void()> hacen;
+        QStringList lunes;
+    } casos[] = {{"delete it", [&] { otro->remove(); }, {"09:30 Boda N", "10:00  N"}},
+                 {"move it", [&] { cambia(u"FECHA", "19/11/2026"); }, {"09:30 Boda N", "10:00  N"}},
+                 {"write into it",
+                  [&] { cambia(u"CONCEPTO", "Suya"); },
+                  {"09:00 Suya N", "09:30 Boda N", "10:00  N"}}};
+    enVentana([&] {
+        for (const auto &caso : casos) {
+            SCOPED_TRACE(caso.que);
+            for (otro->refresh(), otro->first(); !otro->isEmpty();)
+                otro->remove();
+            for (const char *hora : {"09:00", "09:30", "10:00"})
+                oficina.linea(1, Lunes, hora, hora == QLatin1String("09:30") ? "Boda" : "");
+            motor->TablaActual().refresh();
+            escribeFecha(Lunes);
+            mensajes.Textos.clear();
+            enFicha(TOperacion::modificar, "AModificar", [&](QWidget &abierta) {
+                ASSERT_TRUE(QTest::qWaitFor([&] { return motor->TablaActual().isEditing(); }));
+                auto *const fin = abierta.findChild<QLineEdit *>("MEHoraFin");
+                fin->setFocus();
+                QTest::keyClicks(fin, "1030");
+                filecalls::Fault lenta;
+                lenta.late = std::chrono::seconds(1);
+                lenta.meanwhile = [&] {
+                    otro->refresh();
+                    otro->first();
+                    caso.hacen();
+                };
+                filecalls::fail(lenta);
+                acepta(abierta);
+                filecalls::fail({});
+            });
+            EXPECT_EQ(oficina.dia(1, Lunes), caso.lunes);
+            EXPECT_EQ(mensajes.Textos.join('|').toStdString(),
+                      "La cita se ha guardado, pero no se han podido rellenar estas horas: hasta "
+                      "las 10:30.\nOtro puesto ha cambiado la cita mientras tanto.");
+        }
+    });
+}
+
 } // namespace

@@ -186,6 +186,26 @@ TEST_F(FailingRanges, ALineThatIsMovedWhileOneGoesToItIsNoneOfTheDay)
     EXPECT_EQ(table->currentRow(), 1);
 }
 
+TEST_F(FailingRanges, ARowThatIsMovedBeforeItIsLookedAtIsNoneOfTheDay)
+{
+    const auto other = shared.opened();
+    rangeOfDay(*table, day(1));
+    table->last();
+    const Bookmark line = table->bookmarkAt(1);
+    const KeptView view = table->keepView();
+    rangeOfDay(*table, day(2)); // what was read ahead of the rows is gone
+    ASSERT_TRUE(other->goToBookmark(line));
+    other->edit(EditOf::fresh);
+    other->field(u"FECHA").setDate(day(2));
+    other->post();
+    table->showAgain(view);
+    ASSERT_EQ(table->bookmarkAt(1), line);
+    EXPECT_FALSE(table->valueAt(1, 0).isValid()) << "a line of another day among those of this one";
+    EXPECT_THROW(table->edit(table->seen(line)), EDatabaseError);
+    EXPECT_EQ(concept_(*table), "1 10:00") << "nobody is led to what he has not seen";
+    EXPECT_EQ(table->rowCount(), 2);
+}
+
 TEST_F(FailingRanges, ALineThatComesBackIsShownAsItIs)
 {
     const auto other = shared.opened();

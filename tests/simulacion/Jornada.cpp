@@ -1,8 +1,9 @@
 #include "tests/simulacion/Jornada.h"
 
-#include "tests/simulacion/Oficina.h"
-#include "tests/simulacion/Palabras.h"
 #include "tests/simulacion/Vocabulario.h"
+#include "tests/support/OficinaDePrueba.h"
+
+#include <QtCore/QUuid>
 
 #include <algorithm>
 #include <csignal>
@@ -14,6 +15,8 @@ namespace simulacion
 namespace
 {
 
+namespace fs = std::filesystem;
+
 volatile std::sig_atomic_t g_senal = 0;
 
 constexpr int PasosParaCerrar = 40; ///< of one workstation; boxes, card and window do not need more
@@ -22,6 +25,44 @@ void Mezcla(quint64 &huella, const QString &texto)
 {
     for (const QChar letra : texto)
         huella = (huella ^ letra.unicode()) * 0x100000001B3ULL;
+}
+
+/// All folders of this program, in memory where the machine has such a place; removed with it.
+struct TRaiz {
+    TRaiz()
+    {
+        std::error_code nada;
+        Carpeta = fs::is_directory("/dev/shm", nada) ? "/dev/shm" : fs::temp_directory_path();
+        Carpeta /= "agenda-simulacion-" + QUuid::createUuid().toString(QUuid::WithoutBraces).toStdString();
+        support::OficinaDePrueba modelo(Notarios);
+        modelo.ponAjustes(9, 11, 30);
+        dataset::DbfTable empleados(modelo.Aliases);
+        empleados.setDatabaseName(QStringLiteral("ZENTRA"));
+        empleados.setTableName(QStringLiteral("EMPLEADO"));
+        empleados.createFile({{"NOMBRE", dataset::FieldKind::text, 40}});
+        fs::create_directories(modelo.carpeta() / "CONFIG");
+        fs::create_directories(Carpeta);
+        fs::copy(modelo.carpeta(), Carpeta / "modelo", fs::copy_options::recursive);
+    }
+    ~TRaiz()
+    {
+        std::error_code nada;
+        fs::remove_all(Carpeta, nada);
+    }
+    TRaiz(const TRaiz &) = delete;
+    TRaiz &operator=(const TRaiz &) = delete;
+    fs::path Carpeta;
+};
+
+/// A folder with a small office: two notaries with empty tables, short day sheets, two clerks. In memory
+/// where the system has such a place. The caller removes it.
+fs::path HazOficina()
+{
+    static const TRaiz raiz;
+    static int cuantas = 0;
+    const fs::path carpeta = raiz.Carpeta / std::to_string(++cuantas);
+    fs::copy(raiz.Carpeta / "modelo", carpeta, fs::copy_options::recursive);
+    return carpeta;
 }
 
 } // namespace
@@ -178,17 +219,14 @@ void TJornada::Relata(const TRespuesta &respuesta, const TCambios &cambios) cons
                       .arg(fila.Marca)
                       .arg(fila.Linea.EnTexto());
     for (const TCambio &cambio : cambios)
-        relato << QStringLiteral("    tabla: ") + EnPalabras(cambio);
+        relato << QStringLiteral("    tabla: ") + cambio.EnTexto();
 }
 
 TVeredicto TJornada::Abre()
 {
     LeeTablas();
     for (std::size_t puesto = 0; puesto < m_puestos.size(); ++puesto) {
-        TPaso paso;
-        paso.Puesto = static_cast<quint8>(puesto);
-        paso.Verbo = TVerbo::abre;
-        if (auto fallo = HazEnPuesto(paso))
+        if (auto fallo = HazEnPuesto({static_cast<quint8>(puesto), TVerbo::abre}))
             return fallo;
     }
     return {};
@@ -243,55 +281,32 @@ TVeredicto TJornada::HazEnPuesto(const TPaso &paso)
 TVeredicto TJornada::Cierra()
 {
     m_otro->Suelta();
-    for (std::size_t vuelta = 0; vuelta < 2 * m_puestos.size(); ++vuelta) {
-        // First those in mid-call, so that nobody is in the way of the others.
-        const auto puesto = static_cast<quint8>(vuelta % m_puestos.size());
-        const bool soloLlamadas = vuelta < m_puestos.size();
-        TPaso sigue;
-        sigue.Puesto = puesto;
-        sigue.Verbo = TVerbo::sigue;
-        while (soloLlamadas && m_puestos[puesto]->Ultima().Estado == TEstado::enLlamada) {
-            if (auto fallo = HazEnPuesto(sigue))
-                return fallo;
-        }
-        if (!soloLlamadas)
-            if (auto fallo = CierraPuesto(puesto))
+    for (const bool soloLlamadas : {true, false}) { // those first, so that nobody is in the way of the others
+        for (std::size_t puesto = 0; puesto < m_puestos.size(); ++puesto)
+            if (auto fallo = CierraPuesto(static_cast<quint8>(puesto), soloLlamadas))
                 return fallo;
     }
     return {};
 }
 
-TVeredicto TJornada::CierraPuesto(quint8 puesto)
+TVeredicto TJornada::CierraPuesto(quint8 puesto, bool soloLlamadas)
 {
     bool refrescado = false;
     for (int i = 0; i < PasosParaCerrar; ++i) {
         const TRespuesta &ultima = m_puestos[puesto]->Ultima();
-        TPaso paso;
-        paso.Puesto = puesto;
-        switch (ultima.Estado) {
-        case TEstado::muerto:
-        case TEstado::cerrado:
+        const bool enLlamada = ultima.Estado == TEstado::enLlamada;
+        if (ultima.Estado == TEstado::muerto || ultima.Estado == TEstado::cerrado ||
+            (soloLlamadas && !enLlamada))
             return {};
-        case TEstado::pregunta:
-        case TEstado::vista:
-            paso.Verbo = TVerbo::responde;
-            paso.A = 1;
-            break;
-        case TEstado::fecha:
-            paso.Verbo = TVerbo::eligeDia;
-            paso.A = -1;
-            break;
-        case TEstado::enLlamada:
+        TPaso paso{puesto, TVerbo::responde, 1};
+        if (enLlamada) {
             paso.Verbo = TVerbo::sigue;
-            break;
-        case TEstado::listo:
-            paso.Verbo = TVerbo::tecla;
-            paso.A = escape;
-            if (!refrescado && !ultima.Pantalla.Ficha && !ultima.Pantalla.Editando) {
-                paso.Verbo = TVerbo::tic;
-                refrescado = true;
-            }
-            break;
+        } else if (ultima.Estado == TEstado::fecha) {
+            paso = {puesto, TVerbo::eligeDia, -1};
+        } else if (ultima.Estado == TEstado::listo) {
+            const bool quieta = !ultima.Pantalla.Ficha && !ultima.Pantalla.Editando;
+            paso = {puesto, quieta && !refrescado ? TVerbo::tic : TVerbo::tecla, escape};
+            refrescado |= quieta;
         }
         if (auto fallo = HazEnPuesto(paso))
             return fallo;

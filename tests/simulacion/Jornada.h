@@ -56,7 +56,7 @@ private:
     TVeredicto Haz(TPaso paso);
     TVeredicto HazEnPuesto(const TPaso &paso);
     TVeredicto Cierra();
-    TVeredicto CierraPuesto(quint8 puesto);
+    TVeredicto CierraPuesto(quint8 puesto, bool soloLlamadas);
     TCambios LeeTablas();
     void Anota(const TRespuesta &respuesta, const TCambios &cambios);
     void Relata(const TRespuesta &respuesta, const TCambios &cambios) const;

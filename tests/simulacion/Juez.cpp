@@ -1,6 +1,5 @@
 #include "tests/simulacion/Juez.h"
 
-#include "tests/simulacion/Palabras.h"
 #include "tests/simulacion/Vocabulario.h"
 
 #include <QtCore/QRegularExpression>
@@ -218,7 +217,7 @@ TVeredicto TJuez::JuzgaCambio(const TOrden &orden, const TCambio &cambio) const
     QString mostrado = vistas.isEmpty() ? QStringLiteral("no estaba en pantalla") : QString();
     for (const TLinea &una : vistas)
         mostrado += u'«' + una.EnTexto() + QStringLiteral("» ");
-    return Fallo('a', EnPalabras(cambio) + QStringLiteral("; en pantalla: ") + mostrado);
+    return Fallo('a', cambio.EnTexto() + QStringLiteral("; en pantalla: ") + mostrado);
 }
 
 /// Rules b and d: a new line is one that somebody asked for.
@@ -251,9 +250,9 @@ TVeredicto TJuez::JuzgaNueva(const TOrden &orden, const TCambio &cambio) const
             dia.begin(), dia.end(), [&](const TFila &fila) { return fila.Linea.Hora == nueva.Hora; });
         if (deLaHoja && mismaHora == 1)
             return {};
-        return Fallo('b', QStringLiteral("hoja doble: ") + EnPalabras(cambio));
+        return Fallo('b', QStringLiteral("hoja doble: ") + cambio.EnTexto());
     }
-    return Fallo('b', QStringLiteral("nadie la ha pedido: ") + EnPalabras(cambio));
+    return Fallo('b', QStringLiteral("nadie la ha pedido: ") + cambio.EnTexto());
 }
 
 /// Rule c: what stands in the date field is the day of the lines below it.

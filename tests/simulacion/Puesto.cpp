@@ -45,36 +45,6 @@ QString ComoClave(const QString &fecha)
     return QDate::fromString(fecha, QStringLiteral("dd/MM/yyyy")).toString(QStringLiteral("yyyyMMdd"));
 }
 
-/// A client list that finds by the beginning of a name.
-class TClientes : public TClientesRaiz
-{
-public:
-    void MuestraFicha(qint64) override {}
-    void Explora(const QString &) override {}
-    bool Elige(const QString &, const QString &) override { return false; }
-    [[nodiscard]] qint64 Codigo() const override { return m_codigo; }
-    [[nodiscard]] QString Nombre() const override { return m_nombre; }
-    void KeyUpBusqueda(QLineEdit &edicion, int) override
-    {
-        m_codigo = 0;
-        m_nombre.clear();
-        for (const auto &[codigo, nombre] :
-             {std::pair(7, QStringLiteral("MARIA")), {8, QStringLiteral("PEDRO")}}) {
-            if (m_codigo == 0 && !edicion.text().isEmpty() && nombre.startsWith(edicion.text())) {
-                m_codigo = codigo;
-                m_nombre = nombre;
-            }
-        }
-        edicion.setProperty("Tag", m_codigo);
-    }
-    void ExitBusqueda(QLineEdit &edicion, bool) override { KeyUpBusqueda(edicion, 0); }
-    void FinBusqueda() override {}
-
-private:
-    qint64 m_codigo = 0;
-    QString m_nombre;
-};
-
 TLinea LineaDe(const dataset::DataSet &tabla, int fila)
 {
     const auto texto = [&](QStringView campo) { return tabla.textAt(fila, tabla.fieldIndex(campo)); };
@@ -84,48 +54,43 @@ TLinea LineaDe(const dataset::DataSet &tabla, int fila)
 
 } // namespace
 
-/// Sheets that note what stands on them, and stand on the screen until they are closed.
-class TPuesto::TInformes : public IInformesAgenda
+/// A sheet that notes what stands on it, and stands on the screen until it is closed.
+class TPuesto::TInforme : public IInforme
 {
 public:
-    explicit TInformes(TPuesto &puesto)
+    /// @param datos  of a day; null: the sheet of a week, which is not looked at.
+    TInforme(TPuesto &puesto, QDate fecha, const dataset::DataSet *datos)
         : m_puesto(puesto)
+        , m_fecha(fecha)
+        , m_datos(datos)
     {
     }
-    struct TInforme : IInforme {
-        TInforme(TPuesto &puesto, QDate fecha, dataset::DataSet *datos)
-            : Puesto(puesto)
-            , Fecha(fecha)
-            , Datos(datos)
-        {
-        }
-        void Preview() override
-        {
-            THoja hoja{Fecha.toString(QStringLiteral("yyyyMMdd")), {}};
-            for (int fila = 0; Datos && fila < Datos->rowCount(); ++fila)
-                hoja.Lineas << LineaDe(*Datos, fila);
-            if (Datos)
-                Puesto.m_respuesta.Hojas << hoja;
-            Puesto.EsperaEn(TEstado::vista, TVerbo::responde);
-        }
-        void PonDeQuien(const QString &) override {}
-        TPuesto &Puesto;
-        QDate Fecha;
-        dataset::DataSet *Datos;
-    };
-    std::unique_ptr<IInforme> CreaQRAgendaDiaN(QObject *, QDate fecha, dataset::DataSet &datos,
-                                               const std::optional<QString> &) override
+    void Preview() override
     {
-        return std::make_unique<TInforme>(m_puesto, fecha, &datos);
+        THoja hoja{m_fecha.toString(QStringLiteral("yyyyMMdd")), {}};
+        for (int fila = 0; m_datos && fila < m_datos->rowCount(); ++fila)
+            hoja.Lineas << LineaDe(*m_datos, fila);
+        if (m_datos)
+            m_puesto.m_respuesta.Hojas << hoja;
+        m_puesto.EsperaEn(TEstado::vista, TVerbo::responde);
     }
-    std::unique_ptr<IInforme> CreaQRAgendaN(QObject *, QDate lunes, dataset::DataSet &) override
-    {
-        return std::make_unique<TInforme>(m_puesto, lunes, nullptr);
-    }
+    void PonDeQuien(const QString &) override {}
 
 private:
     TPuesto &m_puesto;
+    QDate m_fecha;
+    const dataset::DataSet *m_datos;
 };
+
+std::unique_ptr<IInforme> TPuesto::CreaQRAgendaDiaN(QObject *, QDate fecha, dataset::DataSet &datos,
+                                                    const std::optional<QString> &)
+{
+    return std::make_unique<TInforme>(*this, fecha, &datos);
+}
+std::unique_ptr<IInforme> TPuesto::CreaQRAgendaN(QObject *, QDate lunes, dataset::DataSet &)
+{
+    return std::make_unique<TInforme>(*this, lunes, nullptr);
+}
 
 template <class T> T *TPuesto::En(const char *nombre) const
 {
@@ -136,9 +101,8 @@ template <class T> T *TPuesto::En(const char *nombre) const
 
 TPuesto::TPuesto(const QString &carpeta, TCanal canal)
     : m_canal(canal)
-    , m_informes(std::make_unique<TInformes>(*this))
-    , m_clientes(std::make_unique<TClientes>())
 {
+    m_clientes.lista = {{7, QStringLiteral("MARIA")}, {8, QStringLiteral("PEDRO")}};
     m_aliases.setLockPatience(Paciencia);
     m_aliases.add(QStringLiteral("ZENTRA"), carpeta + QStringLiteral("/ZENTRA"));
     for (int notario = 1; notario <= Notarios; ++notario)
@@ -167,7 +131,7 @@ void TPuesto::Vive()
     for (;;) {
         try {
             TVistasAgendaN vistas;
-            TClassAgendaN motor(nullptr, m_clientes.get(), {}, &vistas, m_informes.get());
+            TClassAgendaN motor(nullptr, &m_clientes, {}, &vistas, this);
             m_motor = &motor;
             motor.SincronizarTablasAFecha(Dia(0), true);
             motor.FichaAgendaN();
@@ -263,26 +227,18 @@ void TPuesto::Prepara(const TPaso &paso)
     using Llamada = calls::Call;
     calls::Fault percance;
     percance.number = paso.Llamada;
-    switch (paso.Percance) {
-    case TPercance::ninguno:
-        break;
-    case TPercance::falla:
-        percance.error = EIO;
+    if (paso.Percance == TPercance::falla) {
         percance.call = std::array{Llamada::read, Llamada::map, Llamada::open, Llamada::lock,
                                    Llamada::reserve}[static_cast<std::size_t>(paso.C) % 5]; // as TLlamada
-        if (percance.call == Llamada::reserve)
-            percance.error = ENOSPC;
-        calls::fail(percance);
-        break;
-    case TPercance::lenta:
+        percance.error = percance.call == Llamada::reserve ? ENOSPC : EIO;
+    } else if (paso.Percance == TPercance::lenta) {
         percance.late = std::chrono::seconds(1);
         percance.meanwhile = [this] { EnLlamadaLenta(); };
-        calls::fail(percance);
-        break;
-    case TPercance::muere:
-        calls::dieAt(paso.Llamada);
-        break;
     }
+    if (paso.Percance == TPercance::muere)
+        calls::dieAt(paso.Llamada);
+    else if (paso.Percance != TPercance::ninguno)
+        calls::fail(percance);
 }
 
 void TPuesto::EnLlamadaLenta()
@@ -307,10 +263,6 @@ int TPuesto::Mensajes(const TMensaje &mensaje)
 int TPuesto::Pregunta(const QString &texto)
 {
     return EsperaEn(TEstado::pregunta, TVerbo::responde, texto).A == 1 ? RespuestaSi : 0;
-}
-QString TPuesto::AliasNotario(int notario)
-{
-    return QStringLiteral("NOTARIO%1").arg(notario);
 }
 bool TPuesto::PreguntaFecha(QDate &fecha, const QString & /*indicacion*/, const QString & /*titulo*/)
 {
@@ -441,21 +393,11 @@ bool TPuesto::HazEnFicha(const TPaso &paso)
         return false;
     campo->setFocus();
     QTest::keyClick(ficha->windowHandle(), Qt::Key_A, Qt::ControlModifier);
-    switch (paso.A) {
-    case enConcepto:
-        Teclea(Texto(paso.B));
-        break;
-    case enHora:
-    case enHoraFin:
-        Teclea(Hora(paso.B).remove(u':'));
-        break;
-    case enFecha:
-        Teclea(Dia(paso.B % Dias).toString(QStringLiteral("ddMMyyyy")));
-        break;
-    default:
-        Teclea(paso.B % 2 == 0 ? QStringLiteral("MAR") : QStringLiteral("PED"));
-        break;
-    }
+    Teclea(paso.A == enConcepto                      ? Texto(paso.B)
+           : paso.A == enHora || paso.A == enHoraFin ? Hora(paso.B).remove(u':')
+           : paso.A == enFecha                       ? Dia(paso.B % Dias).toString(QStringLiteral("ddMMyyyy"))
+           : paso.B % 2 == 0                         ? QStringLiteral("MAR")
+                                                     : QStringLiteral("PED"));
     return true;
 }
 

@@ -2,9 +2,9 @@
 
 #include "agenda/InformesAgenda.h"
 #include "agenda/host/Servicios.h"
+#include "tests/agendan/Ficha.h"
 #include "tests/simulacion/Canal.h"
 #include "tests/simulacion/Mensajes.h"
-#include "tests/support/HostDePrueba.h"
 
 #include <QtCore/QObject>
 
@@ -19,7 +19,7 @@ namespace simulacion
 
 /// A workstation, in a process of its own: the real windows off-screen, worked as a clerk does, over a
 /// scripted host. It stands still wherever it would wait for the clerk, and does what it is sent next.
-class TPuesto : public QObject, private IMensaje, private IRut
+class TPuesto : public QObject, private IMensaje, private support::RutDePrueba, private IInformesAgenda
 {
 public:
     /// @param carpeta  of the office, with a folder for each notary. @param canal  to the scheduler.
@@ -42,12 +42,13 @@ private:
     void Mensaje_Error(const QString &texto, const QString &) override { m_respuesta.Avisos << texto; }
     int Pregunta(const QString &texto);
     // IRut
-    [[nodiscard]] QString AliasNotario(int notario) override;
     bool PreguntaFecha(QDate &fecha, const QString &, const QString &) override;
-    bool PreguntaOficial(QString &) override { return false; }
-    void Visualizador(report::Report &) override {}
 
-    class TInformes;
+    // IInformesAgenda
+    class TInforme;
+    std::unique_ptr<IInforme> CreaQRAgendaDiaN(QObject *, QDate fecha, dataset::DataSet &datos,
+                                               const std::optional<QString> &) override;
+    std::unique_ptr<IInforme> CreaQRAgendaN(QObject *, QDate lunes, dataset::DataSet &) override;
 
     bool eventFilter(QObject *objeto, QEvent *evento) override;
     void AlEsperar();
@@ -77,8 +78,7 @@ private:
     support::ConfigDePrueba m_config;
     support::RvariasDePrueba m_rvarias;
     support::RelojDePrueba m_reloj;
-    std::unique_ptr<TInformes> m_informes;
-    std::unique_ptr<TClientesRaiz> m_clientes;
+    support::ClientesDePrueba m_clientes;
     std::unique_ptr<TServiciosInstalados> m_servicios;
     TClassAgendaN *m_motor = nullptr;
     TFFichaAgendaN *m_ventana = nullptr;

@@ -17,6 +17,15 @@ constexpr char Borrada = '*';
 
 } // namespace
 
+QString TCambio::EnTexto() const
+{
+    return QStringLiteral("notario %1, línea %2: «%3» → «%4»")
+        .arg(Notario)
+        .arg(Marca)
+        .arg(Antes ? Antes->EnTexto() : QStringLiteral("nada"),
+             Despues ? Despues->EnTexto() : QStringLiteral("nada"));
+}
+
 TTablaCruda::TTablaCruda(QString fichero, int notario)
     : m_fichero(std::move(fichero))
     , m_notario(notario)

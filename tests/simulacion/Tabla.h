@@ -16,6 +16,7 @@ struct TCambio {
     quint32 Marca = 0;
     std::optional<TLinea> Antes; ///< none: it was not there, or deleted
     std::optional<TLinea> Despues;
+    [[nodiscard]] QString EnTexto() const;
 };
 using TCambios = QList<TCambio>;
 

@@ -90,4 +90,7 @@ inline bool LlevaAOtroDia(const TPaso &paso)
            (paso.Verbo == TVerbo::accion && paso.A >= sincronizar && paso.A <= buscarDia);
 }
 
+/// A step, for who reads a run.
+[[nodiscard]] QString EnPalabras(const TPaso &paso);
+
 } // namespace simulacion

@@ -1,0 +1,37 @@
+#include "tests/simulacion/Vocabulario.h"
+
+namespace simulacion
+{
+
+QString EnPalabras(const TPaso &paso)
+{
+    static const QStringList verbos =
+        QStringLiteral(
+            "tecla|teclea|orden|clic en la fila|pestaña|fecha|teclea en el memo|responde|elige día|en la "
+            "ficha,|botón|abre|refresco|sigue|muere|cambia|mueve|cambia la hora|borra|añade|bloquea la "
+            "tabla|bloquea la línea|suelta")
+            .split(u'|');
+    static const QStringList percances{{}, "falla", "lenta", "mortal"};
+    const bool otro = paso.Verbo >= TVerbo::otroCambia;
+    QString texto =
+        (otro ? QStringLiteral("otro programa: ") : QStringLiteral("puesto %1: ").arg(paso.Puesto + 1)) +
+        verbos.at(static_cast<int>(paso.Verbo));
+    if (paso.Verbo == TVerbo::tecla)
+        texto += u' ' + QString::fromUtf8(Teclas.at(static_cast<std::size_t>(paso.A)).Nombre);
+    else if (paso.Verbo == TVerbo::accion)
+        texto += u' ' + QLatin1String(Acciones.at(static_cast<std::size_t>(paso.A)));
+    else if (paso.Verbo == TVerbo::campo)
+        texto += u' ' + QLatin1String(Campos.at(static_cast<std::size_t>(paso.A))) +
+                 QStringLiteral(" %1").arg(paso.B);
+    else if (paso.Verbo == TVerbo::boton)
+        texto += u' ' + QLatin1String(Botones.at(static_cast<std::size_t>(paso.A)));
+    else
+        texto += QStringLiteral(" %1 %2 %3").arg(paso.A).arg(paso.B).arg(paso.C);
+    if (paso.Percance != TPercance::ninguno)
+        texto += QStringLiteral(" [llamada %1 %2]")
+                     .arg(paso.Llamada)
+                     .arg(percances.at(static_cast<int>(paso.Percance)));
+    return texto;
+}
+
+} // namespace simulacion
