@@ -117,7 +117,8 @@ public:
     /// Gives up what is pending in the current table. @param preguntar  ask first. @return false when the
     /// user has said no.
     virtual bool CancelarAgendaN(bool preguntar) = 0;
-    /// Puts the outing mark on the current line, or takes it away.
+    /// Puts the outing mark on the current line, or takes it away. A subject that is too long for its field
+    /// with the mark loses its end, which the cause of the true answer tells; so does Ausente().
     virtual TRespuesta Salida() = 0;
     /// Puts the absence mark on every line of the shown day, or takes it away, each by itself.
     virtual TRespuesta Ausente() = 0;

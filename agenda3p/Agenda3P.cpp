@@ -26,6 +26,19 @@ QString SinMarca(QString texto, const QString &marca)
     return texto.remove(texto.indexOf(marca), marca.size());
 }
 
+/// What the user is told of a subject that has become too long for its field: its end is lost for good. Empty
+/// where all of it is kept.
+QString LoQueNoCabe(const DataSet &tabla, const TLineaAgenda &linea)
+{
+    const int ancho = tabla.fieldInfo(tabla.fieldIndex(NombreDe(TCampoLinea::concepto))).width;
+    return linea.Concepto.size() <= ancho
+               ? QString()
+               : QStringLiteral(
+                     "Con la marca no cabe entero lo que dice la cita de las %1, que ha perdido su "
+                     "final: «%2».")
+                     .arg(linea.Hora, linea.Concepto.mid(ancho));
+}
+
 } // namespace
 
 TAgenda3P::TAgenda3P(QObject *propietario, QDate fecha, const TTablasNotarios &tablas,
@@ -259,34 +272,6 @@ TRespuesta TAgenda3P::Borrar(bool preguntar)
     return {borrada, borrada.Causa().isEmpty() ? causa : borrada.Causa()};
 }
 
-TRespuesta TAgenda3P::Modificar()
-{
-    m_trasPegar = {};
-    return TMotorDeTablas::Modificar();
-}
-
-TRespuesta TAgenda3P::Modificar(const dataset::SeenRecord &linea)
-{
-    m_trasPegar = {};
-    return TMotorDeTablas::Modificar(linea);
-}
-
-TRespuesta TAgenda3P::AceptarAgendaN()
-{
-    const TRespuesta puesta = AceptaPendiente(TablaActual(), "AceptarAgendaN", TTrasFallo::deja);
-    if (puesta)
-        VuelveTrasPegar();
-    return puesta;
-}
-
-bool TAgenda3P::CancelarAgendaN(bool preguntar)
-{
-    const bool dejada = TMotorDeTablas::CancelarAgendaN(preguntar);
-    if (dejada)
-        VuelveTrasPegar();
-    return dejada;
-}
-
 /// Turns a mark of the current line on, off, or from the other one into this one, and posts the line.
 /// @param puesta  whether it was posted; left alone when the line could not be put in edit mode.
 TRespuesta TAgenda3P::AlternaMarca(const QString &marca, const QString &otra, bool &puesta)
@@ -294,6 +279,7 @@ TRespuesta TAgenda3P::AlternaMarca(const QString &marca, const QString &otra, bo
     if (const TRespuesta enEdicion = Modificar(); !enEdicion)
         return enEdicion;
     DataSet &tabla = TablaActual();
+    QString perdido;
     TRespuesta respuesta = ConGuarda(tabla, "Marcar", [&] {
         TLineaAgenda linea = TLineaAgenda::Actual(tabla);
         if (linea.EsSalida() && linea.Concepto.contains(otra)) {
@@ -306,6 +292,7 @@ TRespuesta TAgenda3P::AlternaMarca(const QString &marca, const QString &otra, bo
             linea.Salida = EstaFuera;
         }
         linea.Escribe(tabla, std::array{TCampoLinea::concepto, TCampoLinea::salida});
+        perdido = LoQueNoCabe(tabla, linea);
         return true;
     });
     if (respuesta)
@@ -313,7 +300,7 @@ TRespuesta TAgenda3P::AlternaMarca(const QString &marca, const QString &otra, bo
     if (!respuesta)
         CancelaSinPreguntar(tabla);
     puesta = respuesta;
-    return respuesta;
+    return respuesta ? TRespuesta(true, perdido) : respuesta;
 }
 
 TRespuesta TAgenda3P::Salida()

@@ -9,7 +9,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <utility>
 
 class TDMAgendaZen;
 
@@ -57,8 +56,11 @@ public:
     TRespuesta Anadir(QDate fecha, const QString &hora) override;
     TRespuesta AnadirSolo(QDate fecha, const QString &hora, int tenia) override;
     TRespuesta Completar(QDate fecha) override;
-    TRespuesta Modificar() override;
-    TRespuesta Modificar(const dataset::SeenRecord &linea) override;
+    TRespuesta Modificar() override { return TMotorDeTablas::Modificar(); }
+    TRespuesta Modificar(const dataset::SeenRecord &linea) override
+    {
+        return TMotorDeTablas::Modificar(linea);
+    }
     TRespuesta Borrar(bool preguntar) override;
     TRespuesta BorrarHueco(const THueco &hueco, bool preguntar) override;
     TRespuesta AceptarAgendaN() override;
@@ -89,6 +91,13 @@ private:
         bool Actual = false;
     };
     class TSitio;
+    /// What a table shows, and its day and the line with a pending change where it is to go back there later.
+    struct TLugar {
+        int Notario = 0;
+        dataset::KeptView Vista;
+        QDate Dia = {};
+        dataset::Bookmark Pendiente = 0;
+    };
     using TFaltan = std::function<int(const QString &hora, int tiene)>;
 
     void EnCadaTabla(const std::function<void(int notario)> &trabajo);
@@ -109,11 +118,11 @@ private:
     [[nodiscard]] std::optional<int> Desplazamiento(const QString &hora) const;
     TRespuesta PonLinea(TPegado::TDestino &destino, QDate fecha);
     [[nodiscard]] bool OtraTiene(QDate fecha, const QString &hora) const;
-    void VuelveTrasPegar();
+    void VuelveA(const TLugar &lugar);
+    template <class TAcaba> auto AcabaPendiente(TAcaba &&acaba);
     void MuestraInforme(TClaseInforme clase, QDate fecha);
 
     std::unique_ptr<dataset::MemTable> m_buffer;
     std::unique_ptr<TDMAgendaZen> m_datos;
-    /// Where a table goes back to when what a paste has left pending in it is done with.
-    std::pair<dataset::DataSet *, dataset::KeptView> m_trasPegar{};
+    std::optional<TLugar> m_trasPegar; ///< for when what a paste has left pending is done with
 };

@@ -4,10 +4,8 @@
 #include "agenda/HoraTexto.h"
 #include "agenda/LineaAgenda.h"
 #include "agenda/Ruttb.h"
-#include "agenda3p/Agenda3P.h"
-#include "dataset/DatabaseError.h"
-
 #include "agenda3p/Sitio3P.h"
+#include "dataset/DatabaseError.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QSet>
@@ -180,20 +178,28 @@ bool TAgenda3P::OtraTiene(QDate fecha, const QString &hora) const
 /// @return with a cause where it could not be added; then true when another table is the one that lacks it.
 TRespuesta TAgenda3P::PonLinea(TPegado::TDestino &destino, QDate fecha)
 {
+    const QString &hora = destino.Hora;
     TRespuesta puesta = true;
-    if (BuscarPorFecha(fecha, destino.Hora, true)) {
-        if (EstaEscrita(TLineaAgenda::Actual(TablaActual())))
-            return TRespuesta::Fallo(
-                QStringLiteral("Otro puesto ha dado mientras tanto una cita a las %1.").arg(destino.Hora));
-    } else if (OtraTiene(fecha, destino.Hora)) {
-        // A slot that others have and this notary has not is his alone to add.
-        AnadeSolas(TablaActual(), fecha, {destino.Hora},
-                   [](const QString &, int tiene) { return tiene > 0 ? 0 : 1; });
-    } else {
-        const TAnadida anadida = AnadeEnTodas(fecha, destino.Hora);
-        puesta = {anadida.Actual, anadida.Todas.Causa()};
+    if (!BuscarPorFecha(fecha, hora, true)) {
+        if (OtraTiene(fecha, hora)) {
+            // A slot that others have and this notary has not is his alone to add.
+            AnadeSolas(TablaActual(), fecha, {hora},
+                       [](const QString &, int tiene) { return tiene > 0 ? 0 : 1; });
+        } else {
+            const TAnadida anadida = AnadeEnTodas(fecha, hora);
+            puesta = {anadida.Actual, anadida.Todas.Causa()};
+        }
+        // Looked for again: others may have been quicker, also between two looks.
+        if (!puesta || !BuscarPorFecha(fecha, hora, true))
+            return TRespuesta::Fallo(puesta.Causa().isEmpty()
+                                         ? QStringLiteral("No hay hueco a las %1.").arg(hora)
+                                         : puesta.Causa());
     }
-    destino.Linea = TablaActual().seen();
+    const TLineaAgenda linea = TLineaAgenda::Actual(TablaActual());
+    if (EstaEscrita(linea))
+        return TRespuesta::Fallo(
+            QStringLiteral("Otro puesto ha dado mientras tanto una cita a las %1.").arg(hora));
+    destino.Linea = linea.Vista;
     return puesta;
 }
 

@@ -40,23 +40,71 @@ Q_LOGGING_CATEGORY(registroHuecos, "agenda.motor")
 
 } // namespace
 
-void TAgenda3P::TSitio::Vuelve(const TVista &vista)
+TAgenda3P::TSitio::TSitio(TAgenda3P &motor)
+    : m_motor(motor)
 {
-    const auto &[tabla, antes] = vista;
-    if (!tabla->isActive())
+    for (int notario = 1; notario <= MaxNotarios; ++notario) {
+        DataSet *const tabla = motor.Tabla(notario);
+        if (!tabla)
+            continue;
+        m_quietas.emplace_back(*tabla);
+        m_lugares.push_back({notario, tabla->keepView()});
+    }
+}
+
+TAgenda3P::TSitio::~TSitio()
+{
+    for (TLugar &lugar : m_lugares) {
+        const DataSet &tabla = *m_motor.Tabla(lugar.Notario);
+        if (!tabla.isEditing()) {
+            m_motor.VuelveA(lugar);
+        } else if (lugar.Notario == m_motor.NotarioActual()) {
+            lugar.Dia = m_motor.DiaMostrado(lugar.Notario);
+            lugar.Pendiente = tabla.bookmark();
+            m_motor.m_trasPegar = lugar;
+        }
+    }
+}
+
+/// Throws nothing: from memory where the table cannot be read.
+void TAgenda3P::VuelveA(const TLugar &lugar)
+{
+    DataSet &tabla = *Tabla(lugar.Notario);
+    if (!tabla.isActive())
         return;
-    tabla->showAgain(antes);
+    tabla.showAgain(lugar.Vista);
     try {
-        tabla->refresh();
+        tabla.refresh();
     } catch (const std::exception &error) {
         qCWarning(registroHuecos, "The day shown before is shown as it was: %s", error.what());
     }
 }
 
-void TAgenda3P::VuelveTrasPegar()
+/// Ends what is pending in the current table, which goes back to its place where a paste had left that there.
+/// @param acaba  does it, and answers whether it is done with.
+template <class TAcaba> auto TAgenda3P::AcabaPendiente(TAcaba &&acaba)
 {
-    if (m_trasPegar.first == &TablaActual())
-        TSitio::Vuelve(std::exchange(m_trasPegar, {}));
+    const DataSet &tabla = TablaActual();
+    const bool dePegar = m_trasPegar && tabla.isEditing() && m_trasPegar->Notario == NotarioActual() &&
+                         m_trasPegar->Pendiente == tabla.bookmark() &&
+                         m_trasPegar->Dia == DiaMostrado(NotarioActual());
+    const auto acabado = acaba();
+    if (acabado && dePegar)
+        VuelveA(*m_trasPegar);
+    if (acabado)
+        m_trasPegar.reset();
+    return acabado;
+}
+
+TRespuesta TAgenda3P::AceptarAgendaN()
+{
+    return AcabaPendiente(
+        [this] { return AceptaPendiente(TablaActual(), "AceptarAgendaN", TTrasFallo::deja); });
+}
+
+bool TAgenda3P::CancelarAgendaN(bool preguntar)
+{
+    return AcabaPendiente([&] { return TMotorDeTablas::CancelarAgendaN(preguntar); });
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -87,18 +135,20 @@ TRespuesta TAgenda3P::AnadirSolo(QDate fecha, const QString &hora, int tenia)
         return false;
     DataSet &tabla = TablaActual();
     return ConGuarda(tabla, "AnadirSolo", [&]() -> TRespuesta {
+        const dataset::Bookmark linea = tabla.bookmark();
         if (AnadeSolas(tabla, fecha, {hora},
-                       [&](const QString &, int tiene) { return tiene > tenia ? 0 : 1; }) == 0)
-            return TRespuesta::Fallo(
-                QStringLiteral("Otro puesto ha añadido ya ese hueco. Mire lo que dice ahora."));
-        return true;
+                       [tenia](const QString &, int tiene) { return tiene > tenia ? 0 : 1; }) > 0)
+            return true;
+        tabla.goToBookmark(linea); // the look has led away from it
+        return TRespuesta::Fallo(
+            QStringLiteral("Otro puesto ha añadido ya ese hueco. Mire lo que dice ahora."));
     });
 }
 
 TRespuesta TAgenda3P::Completar(QDate fecha)
 {
-    const TSitio vuelve(*this);
     QStringList causas{VeDia(fecha).Causa()};
+    const TSitio vuelve(*this);
     QHash<QString, int> mayor; // the most that any table has at an hour
     for (int notario = 1; notario <= MaxNotarios; ++notario) {
         if (!fecha.isValid() || DiaMostrado(notario) != fecha)

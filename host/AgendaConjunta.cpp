@@ -27,8 +27,6 @@
 #include <QtWidgets/QScrollBar>
 #include <QtWidgets/QStatusBar>
 
-using dataset::DataSet;
-
 namespace
 {
 
@@ -84,7 +82,13 @@ TFAgendaConjunta::TFAgendaConjunta(IAgenda3P &motor, TClientesRaiz *clientes, co
 
 TFAgendaConjunta::~TFAgendaConjunta()
 {
-    m_editor.clear(); // the filter is asked until the last of its objects has gone
+    CierraEditor(); // the program may end with a cell open
+    // What closes from here on is neither edited nor a command's.
+    ++m_ordenes;
+    ++m_dialogos;
+    m_editor.clear();
+    SueltaLineas();
+    delete std::exchange(m_rejilla, nullptr); // before this object is no window of the day any more
 }
 
 void TFAgendaConjunta::ShowModal()
@@ -163,6 +167,8 @@ QString TFAgendaConjunta::DeQuien(int notario) const
 
 void TFAgendaConjunta::VeAlDia(QDate fecha)
 {
+    if (!fecha.isValid())
+        return;
     const TPuestoConjunto puesto = PuestoActual();
     const TRespuesta visto = m_motor.VeDia(fecha);
     bool alguno = false;

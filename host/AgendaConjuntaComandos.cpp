@@ -230,9 +230,12 @@ std::vector<TFAgendaConjunta::TElegida> TFAgendaConjunta::LineasElegidas()
 void TFAgendaConjunta::MarcaSalida()
 {
     for (const TElegida &linea : LineasElegidas()) {
-        if (TomaLinea(linea))
-            AvisaSiFallo(m_motor.Salida(), QStringLiteral("No se ha podido marcar la salida de las %1 en %2.")
-                                               .arg(linea.Hora, DeQuien(linea.Notario)));
+        if (!TomaLinea(linea))
+            continue;
+        const TRespuesta marcada = m_motor.Salida();
+        AvisaSiFallo(marcada, (marcada ? QStringLiteral("Salida de las %1 en %2.")
+                                       : QStringLiteral("No se ha podido marcar la salida de las %1 en %2."))
+                                  .arg(linea.Hora, DeQuien(linea.Notario)));
     }
 }
 
@@ -242,8 +245,7 @@ void TFAgendaConjunta::MarcaAusente()
                   DeQuien(Notario())) ||
         !PonNotario(Notario()))
         return;
-    AvisaSiFallo(m_motor.Ausente(),
-                 QStringLiteral("No se ha podido marcar la ausencia en todas las líneas."));
+    AvisaSiFallo(m_motor.Ausente(), QStringLiteral("La ausencia no ha quedado bien en todas las líneas."));
 }
 
 void TFAgendaConjunta::Copia()

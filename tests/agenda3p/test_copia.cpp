@@ -219,6 +219,13 @@ TEST_F(CopiaTest, WhatCannotBeWrittenIsPendingAndTheDayComesBackAfterwards)
         EXPECT_FALSE(motor().Ausente());
     }
     EXPECT_EQ(oficina.dia(1, Hoy), (QStringList{"09:00 Poder N", "10:30 [SALIDA]Acta S"}));
+    // Written by going to another day: that one stays, whatever is edited and given up there later.
+    filecalls::fail(filecalls::Fault{filecalls::Call::write, 1, ENOSPC, false, false});
+    EXPECT_FALSE(motor().Pegar(Manana));
+    EXPECT_TRUE(motor().RangoPorFecha(Hoy));
+    EXPECT_TRUE(motor().Modificar());
+    EXPECT_TRUE(motor().CancelarAgendaN(false));
+    EXPECT_EQ(motor().TablaActual().rowCount(), 2);
     filecalls::unwatch();
 }
 #endif

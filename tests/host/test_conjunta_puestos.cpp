@@ -3,8 +3,6 @@
 
 #include "tests/host/Conjunta.h"
 
-#include <QtWidgets/QHeaderView>
-
 using support::Atencion;
 using support::CitaSegundo;
 using support::Conjunta;
@@ -60,7 +58,7 @@ TEST_F(ConjuntaTest, ADateTypedBeforeADeletionDeletesNoOtherHour)
     ventana->findChild<QAction *>("ABorrar")->trigger();
 }
 
-TEST_F(ConjuntaTest, WhatACuriousColleagueHasJustBookedIsNeitherDeletedNorCleared)
+TEST_F(ConjuntaTest, WhatAColleagueHasJustBookedIsNeitherDeletedNorCleared)
 {
     abre();
     escribe(1, "CONCEPTO", "Boda");
@@ -99,8 +97,7 @@ TEST_F(ConjuntaTest, TheCellStaysWithItsLine)
     otro->refresh();
     otro->last();
     otro->prior();
-    otro->remove();                                          // Segunda
-    tecla(Qt::Key_S, Qt::ControlModifier | Qt::AltModifier); // no command
+    otro->remove(); // Segunda
     oficina.Mensaje.espera({"El hueco de las 10:00 no se ha borrado.\n"
                             "Ana Núñez: Otro puesto ha borrado la línea mientras tanto",
                             Atencion});
@@ -171,6 +168,26 @@ TEST_F(ConjuntaTest, ARefreshLeavesTheOpenCellAlone)
     tecla(Qt::Key_Return);
     EXPECT_FALSE(rejilla().EstaEditando());
     EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 Poder N");
+}
+
+TEST_F(ConjuntaTest, ACellThatIsOpenWhenTheProgramEndsIsKept)
+{
+    abre();
+    teclea("Poder");
+    ventana.reset();
+    EXPECT_FALSE(motor->Tabla(1)->isEditing());
+    EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 Poder N");
+}
+
+TEST_F(ConjuntaTest, AMarkThatCostsTheEndOfASubjectSaysSo)
+{
+    escribe(1, "CONCEPTO", QString(245, QLatin1Char('x')) + "final");
+    abre();
+    oficina.Mensaje.espera({"Salida de las 09:00 en la agenda de Ana Núñez.\n"
+                            "Con la marca no cabe entero lo que dice la cita de las 09:00, que ha perdido su "
+                            "final: «inal».",
+                            Atencion});
+    tecla(Qt::Key_S, Qt::ControlModifier);
 }
 
 TEST_F(ConjuntaTest, AnUnreadableTableCostsItsOwnColumnAlone)
