@@ -24,6 +24,7 @@ void TBorrador::Empieza(DataSet &tabla)
     m_antes = ValoresDe(tabla);
     m_tecleado = m_antes;
     m_enEspera = m_haCambiado = false;
+    m_deOtros.clear();
 }
 
 void TBorrador::Guarda(DataSet &tabla)
@@ -37,8 +38,16 @@ TBorrador::TLugar TBorrador::Recupera(DataSet &tabla, const TComienzos &comienzo
         if (tabla.isEditing()) // moving away from what is only held would write it
             CancelaSinPreguntar(tabla);
         m_enEspera = m_haCambiado = false;
+        m_deOtros.clear();
         if (!m_nueva && tabla.goToBookmark(m_linea) && comienzos.Modifica()) {
-            m_haCambiado = ValoresDe(tabla) != m_antes;
+            const QVariantList ahora = ValoresDe(tabla);
+            m_haCambiado = ahora != m_antes;
+            for (int campo = 0; campo < ahora.size(); ++campo) {
+                const QVariant &suyo = ahora.at(campo);
+                if (suyo != m_antes.value(campo) && suyo != m_tecleado.value(campo) &&
+                    m_tecleado.value(campo) != m_antes.value(campo))
+                    m_deOtros << tabla.field(campo).asText();
+            }
             Escribe(tabla, true);
             return TLugar::suLinea;
         }
@@ -63,6 +72,13 @@ QStringList TBorrador::Tecleado() const
             textos << m_tecleado.at(campo).toString();
     }
     return textos;
+}
+
+QString TBorrador::LoDeOtros() const
+{
+    return m_deOtros.isEmpty()
+               ? QString()
+               : QStringLiteral("\nEl otro puesto había escrito: ") + m_deOtros.join(QStringLiteral(", "));
 }
 
 void TBorrador::Escribe(DataSet &tabla, bool soloLoTecleado) const

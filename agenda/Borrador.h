@@ -42,6 +42,9 @@ public:
     [[nodiscard]] QVariant Tecleado(int campo) const { return m_tecleado.value(campo); }
     /// The texts that were typed, where the line said something else before.
     [[nodiscard]] QStringList Tecleado() const;
+    /// A sentence, on a row of its own, with what others had written in the fields that were typed anew when
+    /// the line was last taken up again; empty where there is nothing of the kind.
+    [[nodiscard]] QString LoDeOtros() const;
 
 private:
     void Escribe(dataset::DataSet &tabla, bool soloLoTecleado) const;
@@ -49,6 +52,7 @@ private:
     bool m_nueva = true;
     bool m_enEspera = false;
     bool m_haCambiado = false;
+    QStringList m_deOtros;
     dataset::Bookmark m_linea = 0;
     QVariantList m_antes;
     QVariantList m_tecleado;

@@ -3,6 +3,7 @@
 #include "agenda/HoraTexto.h"
 #include "agenda/LineaAgenda.h"
 #include "agenda/Ruttb.h"
+#include "dataset/DatabaseError.h"
 
 #include <QtCore/QLoggingCategory>
 #include <QtCore/QScopeGuard>
@@ -111,17 +112,23 @@ void TDiaDeTabla::Mientras(QDate fecha, const std::function<void()> &trabajo)
     const dataset::ControlsGuard sinAvisos(m_tabla);
     const TAntes antes(*this);
     const dataset::Bookmark linea = m_tabla.bookmark();
+    bool enSuLinea = false;
     const auto vuelve = qScopeGuard([&] {
         const dataset::Bookmark actual = m_tabla.bookmark();
         Vuelve(antes);
         try {
-            m_tabla.goToBookmark(actual);
+            if (enSuLinea)
+                m_tabla.goToBookmark(actual);
         } catch (const std::exception &error) {
             qCWarning(registroDia, "The line that was current stays so: %s", error.what());
         }
     });
     Muestra(fecha);
-    m_tabla.goToBookmark(linea);
+    if (linea != 0 && !m_tabla.goToBookmark(linea))
+        throw dataset::EDatabaseError(
+            QStringLiteral("Otro puesto ha borrado o cambiado de sitio la línea mientras tanto"),
+            dbase::ErrorKind::conflict);
+    enSuLinea = true;
     trabajo();
 }
 

@@ -46,7 +46,7 @@ public:
     /// Does something that leads to another day. Where it throws the day shown before comes back first.
     void TodoONada(const std::function<void()> &cambio);
     /// Shows another day while something is done, with the current line kept both times as far as it can be
-    /// read.
+    /// read. @throws dataset::EDatabaseError, kind conflict, with nothing done, when others have deleted it.
     void Mientras(QDate fecha, const std::function<void()> &trabajo);
 
     /// Counts the lines of the day shown that stand outside its hours. @param verlas  they are shown with the

@@ -12,6 +12,8 @@
 #include <QtCore/QThread>
 
 #include <chrono>
+#include <filesystem>
+#include <system_error>
 
 namespace
 {
@@ -144,15 +146,26 @@ template <class Intento> bool Insiste(Intento &&intento)
     return true;
 }
 
-/// @return nothing when there is no such file. @throws when it is there and cannot be read to its end: what
-/// is missing would be taken for settings that nobody has made, and lost with the next one that is set.
+/// @return nothing when there is no such file. @throws when it is there and cannot be read to its end, or
+/// when nobody can say whether it is there: what is missing would be taken for settings that nobody has made,
+/// and lost with the next one that is set.
 std::optional<QByteArray> Contenido(const QString &ruta)
 {
-    if (!QFile::exists(ruta))
-        return {};
     QByteArray contenido;
     QString causa;
+    bool falta = false;
     const bool leido = Insiste([&] {
+        std::error_code error;
+        // Not QFile::exists(), which says no also where the look itself has failed.
+        const auto clase =
+            std::filesystem::status(std::filesystem::path(ruta.toStdU16String()), error).type();
+        falta = clase == std::filesystem::file_type::not_found;
+        if (falta)
+            return true;
+        if (error) {
+            causa = QString::fromStdString(error.message());
+            return false;
+        }
         QFile fichero(ruta);
         if (!fichero.open(QIODevice::ReadOnly)) {
             causa = fichero.errorString();
@@ -168,6 +181,8 @@ std::optional<QByteArray> Contenido(const QString &ruta)
     if (!leido)
         throw dataset::EDatabaseError(dbase::Status(
             dbase::ErrorKind::inputOutput, "no se puede leer: " + causa.toStdString(), ruta.toStdString()));
+    if (falta)
+        return {};
     return contenido;
 }
 

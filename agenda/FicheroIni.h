@@ -28,7 +28,8 @@ public:
     explicit TFicheroIni(const QString &ruta);
 
     /// @return nothing when the file, the section or the key is missing.
-    /// @throws dataset::EDatabaseError when the file is there and cannot be read whole; so do all that read.
+    /// @throws dataset::EDatabaseError when the file is there and cannot be read whole, or cannot be looked
+    /// at; so do all that read.
     [[nodiscard]] std::optional<QString> Lee(const QString &seccion, const QString &clave) const;
     /// @return the default also for a text that is not a number.
     [[nodiscard]] int LeeEntero(const QString &seccion, const QString &clave, int porDefecto) const;

@@ -41,9 +41,11 @@ std::pair<int, int> PartesDeHora(const QString &hora)
 
 QString IncrementaHora(const QString &hora, int minutos)
 {
-    const int horas = Cad_Int(hora.left(hora.indexOf(u':')));
+    const qsizetype puntos = hora.indexOf(u':');
+    const int horas = Cad_Int(hora.left(puntos));
     const int minutosDeLaHora = Cad_Int(StrRight(hora, 2));
-    if (horas < 0 || horas >= 24 || minutosDeLaHora < 0 || minutosDeLaHora >= 60)
+    const bool sinPartes = puntos < 0 && !hora.trimmed().isEmpty(); // a day without lines has none at all
+    if (sinPartes || horas < 0 || horas >= 24 || minutosDeLaHora < 0 || minutosDeLaHora >= 60)
         throw dataset::EConvertError(QStringLiteral("«%1» no es una hora").arg(hora));
     const qint64 suma = qint64{horas} * 60 + minutosDeLaHora + minutos;
     const auto delDia = static_cast<int>(((suma % MinutosDelDia) + MinutosDelDia) % MinutosDelDia);

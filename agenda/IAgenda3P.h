@@ -73,7 +73,8 @@ public:
     virtual TRespuesta VeDia(QDate fecha) = 0;
     /// The day to which a notary's table is restricted; invalid where there is none.
     [[nodiscard]] virtual QDate DiaMostrado(int notario) const = 0;
-    /// Builds the sheet of a day in every table and shows that day.
+    /// Builds the sheet of a day in every table and shows that day. A table in which that fails shows what it
+    /// showed before.
     /// @param preguntar  ask the user first. @return false when declined, or when a table has no line of it.
     virtual bool InsertaDia(QDate fecha, bool preguntar) = 0;
     /// Show the nearest earlier or later day of the current table, in the others as VeDia() does.
@@ -120,7 +121,9 @@ public:
     /// Puts the outing mark on the current line, or takes it away. A subject that is too long for its field
     /// with the mark loses its end, which the cause of the true answer tells; so does Ausente().
     virtual TRespuesta Salida() = 0;
-    /// Puts the absence mark on every line of the shown day, or takes it away, each by itself.
+    /// Puts the absence mark on every line of the shown day, or takes it away, each by itself and as it has
+    /// been shown. Does nothing, and gives false, where the current table shows no day.
+    /// @return whether a line has been changed; the cause names the hours of those that have not.
     virtual TRespuesta Ausente() = 0;
 
     // Copying

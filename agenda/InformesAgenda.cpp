@@ -22,7 +22,9 @@ void HazInforme(const TMotorDeInformes &motor, TClaseInforme clase, QDate fecha)
         // A preview may stay open for long, and a host may keep its engine all morning.
         motor.Semana.Tabla.refresh();
         if (!motor.Semana.Tabla.hasRange())
-            motor.Semana.PonRango(fecha); // years of lines are no day sheet
+            motor.Semana.PonRango(fecha);
+        if (!motor.Semana.Tabla.hasRange()) // years of lines are no day sheet
+            throw dataset::EDatabaseError(QStringLiteral("No se sabe de qué día ha de ser la hoja impresa."));
         muestra(motor.Informes->CreaQRAgendaDiaN(motor.Propietario, fecha, motor.Semana.Tabla, oficial));
         return;
     }

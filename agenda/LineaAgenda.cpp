@@ -10,10 +10,6 @@ using dataset::DataSet;
 namespace
 {
 
-constexpr std::array TodosLosCampos{TCampoLinea::fecha,      TCampoLinea::hora,       TCampoLinea::concepto,
-                                    TCampoLinea::codCliente, TCampoLinea::interesado, TCampoLinea::oficial,
-                                    TCampoLinea::salida,     TCampoLinea::aviso};
-
 /// The member that holds a field's text; null for fields that are none.
 QString TLineaAgenda::*MiembroDe(TCampoLinea campo)
 {

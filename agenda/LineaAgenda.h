@@ -18,6 +18,10 @@ enum class TCampoLinea { fecha, hora, concepto, codCliente, interesado, oficial,
 /// The same in a day of two notaries side by side. @param notario  1 or 2; 0 for a field of both.
 [[nodiscard]] QString NombreDe(TCampoLinea campo, int notario);
 
+inline constexpr std::array TodosLosCampos{
+    TCampoLinea::fecha,      TCampoLinea::hora,    TCampoLinea::concepto, TCampoLinea::codCliente,
+    TCampoLinea::interesado, TCampoLinea::oficial, TCampoLinea::salida,   TCampoLinea::aviso};
+
 /// What goes along when an appointment is copied; date and hour say where it stands.
 inline constexpr std::array CamposDeCita{TCampoLinea::concepto,   TCampoLinea::interesado,
                                          TCampoLinea::codCliente, TCampoLinea::oficial,

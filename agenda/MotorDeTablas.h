@@ -116,7 +116,7 @@ protected:
             return trabajo();
         } catch (const std::exception &error) {
             TrasFallo(tabla, operacion, error, despues);
-            return TRespuesta::Fallo(dataset::plainText(error));
+            return TRespuesta::Fallo(dataset::plainText(error), dataset::isTableBusy(error));
         }
     }
     /// Posts what is pending in a table.

@@ -4,6 +4,8 @@
 
 #include <QtCore/QLoggingCategory>
 
+#include <QtCore/QHash>
+
 #include <algorithm>
 
 using dataset::SeenRecord;
@@ -13,7 +15,30 @@ namespace
 
 Q_LOGGING_CATEGORY(registroLineas, "agenda.motor")
 
+TLineasFallidas Todas(const TLineasVistas &lineas, const QString &causa)
+{
+    TLineasFallidas fallidas;
+    for (const SeenRecord &linea : lineas)
+        fallidas.append({linea, causa});
+    return fallidas;
+}
+
 } // namespace
+
+QString HorasYCausas(const THorasFallidas &fallidas)
+{
+    QStringList causas;
+    QHash<QString, QStringList> horas;
+    for (const auto &[hora, causa] : fallidas) {
+        if (!horas.contains(causa))
+            causas << causa;
+        horas[causa] << hora;
+    }
+    QStringList renglones;
+    for (const QString &causa : causas)
+        renglones << horas.value(causa).join(QStringLiteral(", ")) + QStringLiteral(": ") + causa;
+    return renglones.join(u'\n');
+}
 
 void EscribeCopia(dataset::DataSet &tabla, TLineaAgenda linea)
 {
@@ -38,13 +63,15 @@ void EscribeMarca(dataset::DataSet &tabla, const QString &marca)
 TLineasFallidas TOrdenesDeLineas::PorCadaLinea(const TLineasVistas &lineas, const TOperacion &operacion)
 {
     TLineasFallidas fallidas;
-    for (const SeenRecord &linea : lineas) {
+    for (qsizetype i = 0; i < lineas.size(); ++i) {
         try {
-            operacion(linea);
+            operacion(lineas.at(i));
         } catch (const std::exception &error) {
             qCWarning(registroLineas, "A line of several: %s", error.what());
             CancelaSinPreguntar(m_tabla);
-            fallidas.append({linea, dataset::plainText(error)});
+            if (dataset::isTableBusy(error))
+                return fallidas + Todas(lineas.mid(i), dataset::plainText(error));
+            fallidas.append({lineas.at(i), dataset::plainText(error)});
         }
     }
     return fallidas;
@@ -61,6 +88,8 @@ TLineasFallidas TOrdenesDeLineas::EnUnGrupo(const TLineasVistas &lineas, const T
             return fallidas;
         } catch (const dataset::EDatabaseError &error) {
             qCWarning(registroLineas, "The lines could not be written as a whole: %s", error.what());
+            if (dataset::isTableBusy(error))
+                return Todas(lineas, dataset::plainText(error));
         }
     }
     return PorCadaLinea(lineas, operacion);
@@ -82,11 +111,34 @@ TLineasFallidas TOrdenesDeLineas::Copia(const TLineasVistas &lineas, QDate desti
 
 TLineasFallidas TOrdenesDeLineas::Marca(const TLineasVistas &lineas, const QString &marca)
 {
-    return EnUnGrupo(lineas, [this, &marca](const SeenRecord &linea) {
+    return Cambia(lineas, [&marca](dataset::DataSet &tabla) { EscribeMarca(tabla, marca); });
+}
+
+TLineasFallidas TOrdenesDeLineas::Cambia(const TLineasVistas &lineas,
+                                         const std::function<void(dataset::DataSet &)> &cambio)
+{
+    return EnUnGrupo(lineas, [this, &cambio](const SeenRecord &linea) {
         m_tabla.edit(linea);
-        EscribeMarca(m_tabla, marca);
+        cambio(m_tabla);
         TBPost(m_tabla);
     });
+}
+
+TRespuesta TOrdenesDeLineas::CambiaTodas(const std::function<void(dataset::DataSet &)> &cambio)
+{
+    const dataset::ControlsGuard sinAvisos(m_tabla);
+    if (m_tabla.isModified()) // part of its line
+        TBPost(m_tabla);
+    const dataset::Bookmark donde = m_tabla.bookmark();
+    TLineasVistas lineas;
+    for (int fila = 0; fila < m_tabla.rowCount(); ++fila)
+        lineas << m_tabla.seen(m_tabla.bookmarkAt(fila));
+    THorasFallidas fallidas;
+    for (const TLineaFallida &una : Cambia(lineas, cambio))
+        fallidas.emplaceBack(TLineaAgenda::DeVista(m_tabla, una.Linea).Hora, una.Causa);
+    if (!m_tabla.goToBookmark(donde))
+        m_tabla.first();
+    return {fallidas.size() < lineas.size(), HorasYCausas(fallidas)};
 }
 
 /// To be called in a group. @return the lines that could not be deleted, of which nothing has been written.
@@ -125,16 +177,20 @@ TLineasFallidas TOrdenesDeLineas::Mueve(const TLineasVistas &lineas, QDate desti
         } catch (const std::exception &error) {
             qCWarning(registroLineas, "The lines could not be moved as a whole: %s", error.what());
             CancelaSinPreguntar(m_tabla);
+            if (dataset::isTableBusy(error))
+                return Todas(lineas, dataset::plainText(error));
         }
     }
     TLineasFallidas fallidas;
-    for (const SeenRecord &linea : lineas) {
+    for (qsizetype i = 0; i < lineas.size(); ++i) {
         try {
-            fallidas << MueveEnUnCommit({linea}, destino);
+            fallidas << MueveEnUnCommit({lineas.at(i)}, destino);
         } catch (const std::exception &error) {
             qCWarning(registroLineas, "A line that could not be moved: %s", error.what());
             CancelaSinPreguntar(m_tabla);
-            fallidas.append({linea, dataset::plainText(error)});
+            if (dataset::isTableBusy(error))
+                return fallidas + Todas(lineas.mid(i), dataset::plainText(error));
+            fallidas.append({lineas.at(i), dataset::plainText(error)});
         }
     }
     return fallidas;

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "agenda/LineaAgenda.h"
+#include "agenda/Respuesta.h"
 
 #include <QtCore/QList>
 
 #include <functional>
+#include <utility>
 
 /// Lines as the clerk saw them when he gave a command.
 using TLineasVistas = QList<dataset::SeenRecord>;
@@ -17,8 +19,9 @@ using TLineasFallidas = QList<TLineaFallida>; ///< in the order of the lines giv
 
 /// Commands on several lines of a table. A line that the table holds otherwise by now is left alone, and
 /// named. Each command is one commit; when that cannot be written, every line is tried as a commit of its
-/// own, so that one bad line does not hold up the others. They never throw and ask nothing; to be called with
-/// nothing being edited. The cursor goes where the work leads it.
+/// own, so that one bad line does not hold up the others. Where others hold the whole table it is waited for
+/// once, and all lines that are left are named. They throw nothing unless they say so, and ask nothing; to be
+/// called with nothing being edited. The cursor goes where the work leads it.
 class TOrdenesDeLineas
 {
 public:
@@ -34,8 +37,15 @@ public:
     TLineasFallidas Mueve(const TLineasVistas &lineas, QDate destino);
     /// Puts a mark in front of each subject, and SALIDA "S".
     TLineasFallidas Marca(const TLineasVistas &lineas, const QString &marca);
+    /// Changes every line that the table shows, as it shows it, and goes back to the current line.
+    /// @param cambio  writes into the line that is being edited.
+    /// @return whether a line has been changed; the cause names those that have not, by their hours.
+    /// @throws dataset::EDatabaseError when what is pending cannot be stored, or no line read afterwards.
+    TRespuesta CambiaTodas(const std::function<void(dataset::DataSet &)> &cambio);
 
 private:
+    TLineasFallidas Cambia(const TLineasVistas &lineas,
+                           const std::function<void(dataset::DataSet &)> &cambio);
     using TOperacion = std::function<void(const dataset::SeenRecord &)>;
     TLineasFallidas PorCadaLinea(const TLineasVistas &lineas, const TOperacion &operacion);
     TLineasFallidas EnUnGrupo(const TLineasVistas &lineas, const TOperacion &operacion);
@@ -44,6 +54,10 @@ private:
 
     dataset::DataSet &m_tabla;
 };
+
+/// What has failed, hour by hour and why; hours of one cause stand together.
+using THorasFallidas = QList<std::pair<QString, QString>>;
+[[nodiscard]] QString HorasYCausas(const THorasFallidas &fallidas);
 
 /// Fills the new line that has been begun with another one, but for the date, and posts it.
 /// @throws dataset::EDatabaseError when it cannot be written; nothing is left pending.

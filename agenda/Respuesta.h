@@ -19,11 +19,19 @@ public:
         , m_causa(std::move(causa))
     {
     }
-    [[nodiscard]] static TRespuesta Fallo(const QString &causa) { return {false, causa}; }
+    /// @param tablaOcupada  others hold the whole table, so its other lines cannot be had either.
+    [[nodiscard]] static TRespuesta Fallo(const QString &causa, bool tablaOcupada = false)
+    {
+        TRespuesta fallo(false, causa);
+        fallo.m_tablaOcupada = tablaOcupada;
+        return fallo;
+    }
     /*implicit*/ operator bool() const { return m_hecho; }
     [[nodiscard]] const QString &Causa() const { return m_causa; } ///< empty where nothing has failed
+    [[nodiscard]] bool TablaOcupada() const { return m_tablaOcupada; }
 
 private:
     bool m_hecho;
     QString m_causa;
+    bool m_tablaOcupada = false;
 };

@@ -95,15 +95,19 @@ QString TAgenda::VeA(TSentido sentido, const QString &nadaMas)
                     FFecha = fecha;
                 return DiaActual().Muestra(FFecha);
             });
-            if (DosNotarios())
+            if (DosNotarios() && FFecha != antes)
                 CargarAgenda2();
         });
     } catch (...) {
         FFecha = antes;
         throw;
     }
-    if (FFecha == antes)
+    if (FFecha == antes) {
         AvisaMotor(nadaMas, {}, TituloAtencionPuntos);
+        // Behind the message: what others write while it is read is part of what the clerk then sees.
+        if (DosNotarios())
+            CargarAgenda2();
+    }
     return Date_Cad(FFecha);
 }
 

@@ -4,10 +4,12 @@
 #include "agenda/Avisos.h"
 #include "agenda/HojaNueva.h"
 #include "agenda/LineaAgenda.h"
+#include "agenda/OrdenesDeLineas.h"
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
 
+#include <QtCore/QMap>
 #include <QtCore/QScopeGuard>
 
 #include <algorithm>
@@ -37,6 +39,24 @@ QString LoQueNoCabe(const DataSet &tabla, const TLineaAgenda &linea)
                      "Con la marca no cabe entero lo que dice la cita de las %1, que ha perdido su "
                      "final: «%2».")
                      .arg(linea.Hora, linea.Concepto.mid(ancho));
+}
+
+/// Turns a mark of the line being edited on, off, or from the other one into this one.
+/// @return what LoQueNoCabe() says of it.
+QString EscribeMarcaAlterna(DataSet &tabla, const QString &marca, const QString &otra)
+{
+    TLineaAgenda linea = TLineaAgenda::Actual(tabla);
+    if (linea.EsSalida() && linea.Concepto.contains(otra)) {
+        linea.Concepto = marca + SinMarca(linea.Concepto, otra);
+    } else if (linea.EsSalida() && linea.Concepto.contains(marca)) {
+        linea.Concepto = SinMarca(linea.Concepto, marca);
+        linea.Salida = NoEstaFuera;
+    } else if (!linea.EsSalida()) {
+        linea.Concepto.prepend(marca);
+        linea.Salida = EstaFuera;
+    }
+    linea.Escribe(tabla, std::array{TCampoLinea::concepto, TCampoLinea::salida});
+    return LoQueNoCabe(tabla, linea);
 }
 
 } // namespace
@@ -149,22 +169,30 @@ bool TAgenda3P::InsertaDia(QDate fecha, bool preguntar)
     if (preguntar && !PreguntaHojaNueva(fecha))
         return false;
     QStringList perdidos;
-    try {
-        // The slots of a whole sheet go table by table: one commit each, instead of one a line.
-        for (int notario = 1; notario <= MaxNotarios; ++notario) {
-            if (DataSet *const tabla = Tabla(notario))
-                perdidos << AnadeHojaDelDia(*tabla, fecha, vacias.at(static_cast<std::size_t>(notario - 1)));
+    std::exception_ptr fallo;
+    // The slots of a whole sheet go table by table: one commit each, instead of one a line.
+    for (int notario = 1; notario <= MaxNotarios && !fallo; ++notario) {
+        if (!Tabla(notario))
+            continue;
+        try {
+            Dia(notario).TodoONada([&] {
+                perdidos << AnadeHojaDelDia(*Tabla(notario), fecha,
+                                            vacias.at(static_cast<std::size_t>(notario - 1)));
+                Dia(notario).Muestra(fecha);
+            });
+        } catch (...) {
+            fallo = std::current_exception();
         }
-    } catch (...) {
-        TAgenda3P::RangoPorFecha(fecha); // the settings could not be read: the day is to be seen all the same
-        throw;
     }
     // A slot is one of all tables, and is named once, however many of them lack it.
     perdidos.removeDuplicates();
     perdidos.sort();
     for (const QString &hueco : std::as_const(perdidos))
         AvisaHuecoPerdido(hueco);
-    return TAgenda3P::RangoPorFecha(fecha);
+    const bool todas = TAgenda3P::RangoPorFecha(fecha); // to be seen also where its sheet could not be had
+    if (fallo)
+        std::rethrow_exception(fallo);
+    return todas;
 }
 
 bool TAgenda3P::VeAOtroDia(TSentido sentido)
@@ -272,56 +300,32 @@ TRespuesta TAgenda3P::Borrar(bool preguntar)
     return {borrada, borrada.Causa().isEmpty() ? causa : borrada.Causa()};
 }
 
-/// Turns a mark of the current line on, off, or from the other one into this one, and posts the line.
-/// @param puesta  whether it was posted; left alone when the line could not be put in edit mode.
-TRespuesta TAgenda3P::AlternaMarca(const QString &marca, const QString &otra, bool &puesta)
+TRespuesta TAgenda3P::Salida()
 {
     if (const TRespuesta enEdicion = Modificar(); !enEdicion)
         return enEdicion;
-    DataSet &tabla = TablaActual();
-    QString perdido;
-    TRespuesta respuesta = ConGuarda(tabla, "Marcar", [&] {
-        TLineaAgenda linea = TLineaAgenda::Actual(tabla);
-        if (linea.EsSalida() && linea.Concepto.contains(otra)) {
-            linea.Concepto = marca + SinMarca(linea.Concepto, otra);
-        } else if (linea.EsSalida() && linea.Concepto.contains(marca)) {
-            linea.Concepto = SinMarca(linea.Concepto, marca);
-            linea.Salida = NoEstaFuera;
-        } else if (!linea.EsSalida()) {
-            linea.Concepto.prepend(marca);
-            linea.Salida = EstaFuera;
-        }
-        linea.Escribe(tabla, std::array{TCampoLinea::concepto, TCampoLinea::salida});
-        perdido = LoQueNoCabe(tabla, linea);
-        return true;
+    return ConGuarda(TablaActual(), "Marcar", [this]() -> TRespuesta {
+        const QString perdido = EscribeMarcaAlterna(TablaActual(), MarcaSalida, MarcaAusente);
+        TBPost(TablaActual());
+        return {true, perdido};
     });
-    if (respuesta)
-        respuesta = AceptarAgendaN();
-    if (!respuesta)
-        CancelaSinPreguntar(tabla);
-    puesta = respuesta;
-    return respuesta ? TRespuesta(true, perdido) : respuesta;
-}
-
-TRespuesta TAgenda3P::Salida()
-{
-    bool puesta = false;
-    return AlternaMarca(MarcaSalida, MarcaAusente, puesta);
 }
 
 TRespuesta TAgenda3P::Ausente()
 {
     DataSet &tabla = TablaActual();
-    const dataset::ControlsGuard sinAvisos(tabla);
-    QString causa;
-    const TRespuesta hecho = ConGuarda(tabla, "Ausente", [&] {
-        bool ultima = false;
-        RecorreLineas(tabla, [&] {
-            const TRespuesta una = AlternaMarca(MarcaAusente, MarcaSalida, ultima);
-            if (!una.Causa().isEmpty())
-                causa = una.Causa();
+    return ConGuarda(tabla, "Ausente", [&]() -> TRespuesta {
+        if (!tabla.hasRange())
+            return TRespuesta::Fallo(QStringLiteral("La agenda no muestra ningún día."));
+        QMap<dataset::Bookmark, QString> perdidos; // by line, which may be tried twice
+        const TRespuesta marcadas = TOrdenesDeLineas(tabla).CambiaTodas([&perdidos](DataSet &linea) {
+            if (const QString perdido = EscribeMarcaAlterna(linea, MarcaAusente, MarcaSalida);
+                !perdido.isEmpty())
+                perdidos[linea.bookmark()] = perdido;
         });
-        return ultima;
+        QStringList causas = perdidos.values();
+        causas.prepend(marcadas.Causa());
+        causas.removeAll(QString());
+        return {marcadas, causas.join(u'\n')};
     });
-    return {hecho, hecho.Causa().isEmpty() ? causa : hecho.Causa()};
 }

@@ -111,7 +111,6 @@ private:
     static bool PreguntaBorrar(const QString &hora);
     TRespuesta TomaHueco(const THueco &hueco);
     TRespuesta BorraTomado(const THueco &hueco);
-    TRespuesta AlternaMarca(const QString &marca, const QString &otra, bool &puesta);
     void PreparaBuffer();
     TRespuesta PegaDesplazado(QDate fecha, int minutos, bool desplaza);
     TRespuesta PegaFila(QDate fecha, const QString &hora);

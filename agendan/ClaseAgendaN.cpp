@@ -78,9 +78,14 @@ void TClassAgendaN::CancelaRangoPorFecha()
 
 bool TClassAgendaN::InsertaDia(QDate fecha, bool preguntar)
 {
-    if (!fecha.isValid() || (preguntar && !PreguntaHojaNueva(fecha)))
+    if (!fecha.isValid())
         return false;
-    return ConstruyeHoja(fecha, false);
+    // A day that is seen to have no line gets its sheet once, though another workstation may be answering the
+    // same question.
+    const bool vacio = DiaActual().Mostrado() == fecha && TablaActual().isEmpty();
+    if (preguntar && !PreguntaHojaNueva(fecha))
+        return false;
+    return ConstruyeHoja(fecha, vacio);
 }
 
 /// @param soloSiFalta  nothing is built when another workstation has built the day in the meantime.
@@ -177,63 +182,55 @@ TRespuesta TClassAgendaN::AceptarAgendaN()
     return AceptaPendiente(TablaActual(), "AceptarAgendaN", TTrasFallo::cancela);
 }
 
-/// @param aceptada  what AceptarAgendaN said; left alone when a failure came before it.
-TRespuesta TClassAgendaN::MarcaLineaActual(const QString &marca, bool &aceptada)
+TRespuesta TClassAgendaN::Salida()
 {
     TRespuesta preparada = Modificar();
     if (preparada)
         preparada = ConGuarda(TablaActual(), "Marcar", [&] {
-            EscribeMarca(TablaActual(), marca);
+            EscribeMarca(TablaActual(), MarcaSalida);
             return true;
         });
-    if (!preparada) {
-        CancelarAgendaN(false);
-        return preparada;
-    }
-    const TRespuesta respuesta = AceptarAgendaN();
-    aceptada = respuesta;
-    return respuesta;
-}
-
-TRespuesta TClassAgendaN::Salida()
-{
-    bool aceptada = false;
-    return MarcaLineaActual(MarcaSalida, aceptada);
+    if (preparada)
+        return AceptarAgendaN();
+    CancelarAgendaN(false);
+    return preparada;
 }
 
 TRespuesta TClassAgendaN::Ausente()
 {
     DataSet &tabla = TablaActual();
     const dataset::ControlsGuard sinAvisos(tabla);
-    QString causa;
-    const TRespuesta hecho = ConGuarda(tabla, "Ausente", [&] {
+    return ConGuarda(tabla, "Ausente", [&]() -> TRespuesta {
         const dataset::Bookmark donde = tabla.bookmark();
-        if (!HayRangoPorFecha())
+        if (!HayRangoPorFecha()) {
             RangoPorFecha(TLineaAgenda::Actual(tabla).Fecha);
+            tabla.goToBookmark(donde); // the range has gone to its first line
+        }
         if (!tabla.hasRange())
             return false; // a line without a date: the whole table would be marked
-        bool ultimaAceptada = false;
-        RecorreLineas(tabla, [&] {
-            const TRespuesta una = MarcaLineaActual(MarcaAusente, ultimaAceptada);
-            if (!una.Causa().isEmpty())
-                causa = una.Causa();
-        });
-        tabla.goToBookmark(donde); // the range may have gone to its first line
-        return ultimaAceptada;
+        return TOrdenesDeLineas(tabla).CambiaTodas([](DataSet &linea) { EscribeMarca(linea, MarcaAusente); });
     });
-    return {hecho, hecho.Causa().isEmpty() ? causa : hecho.Causa()};
 }
 
 /// Back to the line that was current, in every case; without it, to the first one of the shown day.
-void TClassAgendaN::VuelveALaLinea(const TLineaAgenda &linea) noexcept
+/// @return false, with its cause, where the line is not as it was seen any more.
+TRespuesta TClassAgendaN::VuelveALaLinea(const TLineaAgenda &linea) noexcept
 {
+    TRespuesta comoSeVio = true;
     try {
+        DataSet &tabla = TablaActual();
         // By number first: of two lines with the same hour a search finds the first.
-        if (!TablaActual().goToBookmark(linea.Registro()) && !BuscarPorFecha(linea.Fecha, linea.Hora, true))
-            TablaActual().first();
+        comoSeVio = ConGuarda(tabla, "CopiarCita", [&] {
+            tabla.goToSeen(linea.Vista);
+            return true;
+        });
+        if (!comoSeVio && tabla.bookmark() != linea.Registro() &&
+            !BuscarPorFecha(linea.Fecha, linea.Hora, true))
+            tabla.first();
     } catch (const std::exception &error) {
         qCWarning(registro, "The line that was copied could not be found again: %s", error.what());
     }
+    return comoSeVio;
 }
 
 TRespuesta TClassAgendaN::CopiarCita(QDate destino)
@@ -247,12 +244,16 @@ TRespuesta TClassAgendaN::CopiarCita(QDate destino)
     if (origen == 0 || !destino.isValid())
         return false;
     const TLineaAgenda linea = TLineaAgenda::Actual(tabla);
-    const auto vuelve = qScopeGuard([&] { VuelveALaLinea(linea); });
+    // What others have written since is not what was to be copied, nor deleted after it.
+    if (const TRespuesta comoSeVio = VuelveALaLinea(linea); !comoSeVio)
+        return comoSeVio;
+    auto vuelve = qScopeGuard([&] { static_cast<void>(VuelveALaLinea(linea)); });
 
     if (const TRespuesta anadida = Anadir(destino, {}); !anadida)
         return anadida;
     EscribeCopia(tabla, linea);
-    return true;
+    vuelve.dismiss();
+    return VuelveALaLinea(linea);
 }
 
 TLineasFallidas TClassAgendaN::BorrarLineas(const TLineasVistas &lineas)

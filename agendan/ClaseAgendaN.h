@@ -72,13 +72,15 @@ public:
     TRespuesta AceptarAgendaN();
     /// Marks the current line as an outing. Deliberate: marking twice puts the mark twice.
     TRespuesta Salida();
-    /// Marks every line of the shown day as absence; the cursor stays on its line. Does nothing, and gives
-    /// false, in a table that shows no day when the current line has no date. @return what the last line
-    /// marked said; the cause also of one before it.
+    /// Marks every line of the shown day as absence, each as it has been shown; the cursor stays on its line.
+    /// Does nothing, and gives false, in a table that shows no day when the current line has no date.
+    /// @return whether a line has been marked; the cause names the hours of those that have not.
     TRespuesta Ausente();
     /// Copies the current line to another date of the same notary, at the same hour, as one line more:
     /// nothing is replaced there and no sheet is built. The cursor stays on the line, and the shown day too.
-    /// @return false, with nothing written, when there is no line to copy or no line can be added.
+    /// @return false, with nothing written, when there is no line to copy, when it is not as it was shown any
+    /// more, or when no line can be added; false also when others change the line just behind its copy. So a
+    /// host that goes on to delete the line does it after a true alone; MoverLineas() does both in one.
     /// @throws dataset::EDatabaseError when the copy cannot be written; nothing is left pending.
     TRespuesta CopiarCita(QDate destino);
 
@@ -106,8 +108,7 @@ public:
 private:
     bool ConstruyeHoja(QDate fecha, bool soloSiFalta);
     void SincronizaTablaActual(QDate fecha);
-    TRespuesta MarcaLineaActual(const QString &marca, bool &aceptada);
-    void VuelveALaLinea(const TLineaAgenda &linea) noexcept;
+    TRespuesta VuelveALaLinea(const TLineaAgenda &linea) noexcept;
     void MuestraInforme(TClaseInforme clase, QDate fecha);
 
     TClientesRaiz *m_clientes = nullptr;

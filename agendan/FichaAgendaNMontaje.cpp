@@ -50,6 +50,13 @@ QString Numerado(const char *nombre, int pestana)
     return QLatin1String(nombre) + QString::number(pestana + 1);
 }
 
+/// The whole grid is meant, also where it has no lines.
+void ConectaDobleClic(const DbGrid &rejilla, const QAction &orden)
+{
+    QObject::connect(&rejilla, &DbGrid::doubleClicked, &orden, &QAction::trigger);
+    QObject::connect(&rejilla, &DbGrid::doubleClickedOutside, &orden, &QAction::trigger);
+}
+
 } // namespace
 
 void TFFichaAgendaN::CreaComandos()
@@ -328,7 +335,7 @@ void TFFichaAgendaN::PreparaRejilla(int pestana)
         rejilla->setEnterOpensEditor(false);
         rejilla->setToolTip(QStringLiteral("Citas del notario en un día"));
         rejilla->setStatusTip(rejilla->toolTip());
-        connect(rejilla, &DbGrid::doubleClicked, AModificar, &QAction::trigger);
+        ConectaDobleClic(*rejilla, *AModificar);
         connect(rejilla, &DbGrid::keyDown, this, &TFFichaAgendaN::DBGAgendaN1KeyDown);
         connect(DSAgendaN[indice], &dbcontrols::DataSource::stateChanged, this, [this] {
             if (DSAgendaN.front()->state() == dataset::DataSet::State::edit)
@@ -338,7 +345,7 @@ void TFFichaAgendaN::PreparaRejilla(int pestana)
         });
     } else {
         rejilla->setMode(DbGrid::Mode::rows);
-        connect(rejilla, &DbGrid::doubleClicked, ADetalles, &QAction::trigger);
+        ConectaDobleClic(*rejilla, *ADetalles);
     }
 }
 

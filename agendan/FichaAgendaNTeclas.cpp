@@ -131,7 +131,10 @@ void TFFichaAgendaN::DBGAgendaN1KeyDown(QKeyEvent *tecla)
     if (!m_motor || Pestana() != 0 || !fuente.activeDataSet())
         return;
     const bool intro = tecla->key() == Qt::Key_Enter || tecla->key() == Qt::Key_Return;
-    if (!fuente.isEditing() && EmpiezaEdicion(CodigoDeTecla(*tecla)))
+    // Ctrl or Alt alone command and type nothing; both at once are how some desktops know AltGr.
+    const bool manda =
+        tecla->modifiers().testFlag(Qt::ControlModifier) != tecla->modifiers().testFlag(Qt::AltModifier);
+    if (!fuente.isEditing() && !manda && EmpiezaEdicion(CodigoDeTecla(*tecla)))
         EmpiezaAEditar(*tecla);
     else if (fuente.isEditing() && intro)
         GuardaLinea();
@@ -172,7 +175,8 @@ void TFFichaAgendaN::GuardaLinea()
             AvisaError(QStringLiteral(
                            "No se ha podido guardar la cita de las %1.\n%2\n\nLo que ha escrito sigue en la "
                            "línea: pulse Intro para volver a intentarlo o Esc para dejarlo.")
-                           .arg(hora, aceptada.Causa()));
+                           .arg(hora, aceptada.Causa()) +
+                       escrito.LoDeOtros());
             return;
         }
         AvisaError(QStringLiteral("No se ha podido guardar la cita de las %1.\n%2\n\nHabía escrito:\n%3")

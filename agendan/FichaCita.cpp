@@ -136,7 +136,8 @@ void TFFichaCitas::FormShow()
         this,
         [this, tecla] {
             FormKeyDown(tecla);
-            Avisa(m_sinOficiales);
+            if (LExplica->toolTip().isEmpty()) // else there is more urgent news of the line
+                Avisa(m_sinOficiales);
         },
         Qt::QueuedConnection);
 }
@@ -393,6 +394,8 @@ void TFFichaCitas::Sale(QWidget &control)
         MEFechaExit();
     else if (&control == MEHora)
         MEHoraExit();
+    else if (&control == MEHoraFin)
+        MEHoraFinExit();
     else if (&control == EInteresado)
         EInteresadoExit();
     else

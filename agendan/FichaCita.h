@@ -93,6 +93,8 @@ private:
     // FichaCitaControles.cpp: date, time and party
     void MEFechaExit();
     void MEHoraExit();
+    void MEHoraFinExit();
+    void AvisaDeHora(const QString &hora);
     void EInteresadoEnter();
     void EInteresadoExit();
     void EInteresadoKeyUp(int tecla);
@@ -129,8 +131,9 @@ private:
     QPointer<QWidget> m_propietario;
     TBorrador m_borrador;
     int m_filaAlAbrir = -1;
-    QDate m_diaAlAbrir;                                            ///< the day shown behind the card, if any
-    QHash<dataset::Bookmark, dataset::SeenRecord> m_vistasAlAbrir; ///< its lines, as the grid shows them
+    QDate m_diaAlAbrir; ///< the day shown behind the card, if any
+    QHash<dataset::Bookmark, dataset::SeenRecord>
+        m_vistasAlAbrir; ///< its lines, as grid and card have shown them
     dataset::Bookmark m_lineaAlAbrir = 0;
     QWidget *m_conFoco = nullptr;         ///< control entered last
     QWidget *m_salidaPendiente = nullptr; ///< left for BCancelar, so its handler has still to run

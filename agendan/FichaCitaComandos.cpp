@@ -71,13 +71,21 @@ void TFFichaCitas::BNuevoClick()
 void TFFichaCitas::BModificarClick()
 {
     EjecutaConGuarda([this] {
-        const QString hora = TLineaAgenda::Actual(Tabla()).Hora;
+        DataSet &tabla = Tabla();
+        const auto vista = m_vistasAlAbrir.constFind(tabla.bookmark());
+        const TLineaAgenda antes = vista != m_vistasAlAbrir.cend() ? TLineaAgenda::DeVista(tabla, *vista)
+                                                                   : TLineaAgenda::Actual(tabla);
         // The card shows it before anything is typed.
         const TRespuesta enEdicion = m_motor->Modificar(TALaVista::ficha);
-        if (enEdicion)
-            EmpiezaEdicion();
-        else
-            AvisaSiFallo(enEdicion, QStringLiteral("No se ha podido modificar la cita de las %1.").arg(hora));
+        if (!enEdicion) {
+            AvisaSiFallo(enEdicion,
+                         QStringLiteral("No se ha podido modificar la cita de las %1.").arg(antes.Hora));
+            return;
+        }
+        EmpiezaEdicion();
+        if (!TLineaAgenda::Actual(tabla).DiceLoMismo(antes, TodosLosCampos))
+            Avisa(QStringLiteral("Otro puesto ha cambiado esta línea: se ve como está ahora"));
+        m_vistasAlAbrir.insert(tabla.bookmark(), tabla.seen());
     });
 }
 
@@ -205,7 +213,8 @@ void TFFichaCitas::RecuperaLoTecleado(const QString &causa)
     }
     const QString porQue = causa.isEmpty() ? QString() : causa + u'\n';
     const QString hora = m_borrador.Tecleado(Tabla().fieldIndex(NombreDe(TCampoLinea::hora))).toString();
-    AvisaDeError(QStringLiteral("No se ha podido guardar la cita de las %1.\n").arg(hora) + porQue + destino);
+    AvisaDeError(QStringLiteral("No se ha podido guardar la cita de las %1.\n").arg(hora) + porQue + destino +
+                 m_borrador.LoDeOtros());
     if (lugar == TBorrador::TLugar::ninguno)
         ActivarBotones();
 }
@@ -224,8 +233,10 @@ QList<TLineaAgenda> TFFichaCitas::LineasHasta(const TLineaAgenda &cita, const QS
         linea = TLineaAgenda::Actual(tabla);
     }
     // Deliberate: only the time and the end of the table count here, not the day. In a table that is not
-    // restricted to a day this may be the first line of the next one.
-    const bool hayLinea = !tabla.eof() && linea.Hora == horaFin;
+    // restricted to a day this may be the first line of the next one. A restricted one ends with its day;
+    // from an hour outside the day the cursor has gone on to another day all the same.
+    const bool hayLinea =
+        !tabla.eof() && linea.Hora == horaFin && (!tabla.hasRange() || linea.Fecha == cita.Fecha);
     lineas << (hayLinea ? linea : TLineaAgenda::Nueva(cita.Fecha, horaFin));
     return lineas;
 }
@@ -261,8 +272,8 @@ void TFFichaCitas::RellenaHasta(const TLineaAgenda &aceptada, const QString &hor
     TLineaAgenda cita = aceptada;
     if (cita.CodCliente)
         cita.CodCliente = static_cast<double>(cita.Codigo()); // codes lose their fraction in a copy
-    QStringList sinRellenar;
-    QString causa;
+    THorasFallidas fallidas;
+    TRespuesta rellena = true;
     m_motor->DiaActual().Mientras(cita.Fecha, [&] {
         if (!EstaEn(Tabla(), aceptada)) { // the lines that follow are not known
             sinRellenar << QStringLiteral("hasta las %1").arg(horaFin);
@@ -270,19 +281,26 @@ void TFFichaCitas::RellenaHasta(const TLineaAgenda &aceptada, const QString &hor
             return;
         }
         for (const TLineaAgenda &linea : LineasHasta(cita, horaFin)) {
-            TRespuesta rellena = TomaParaRellenar(linea);
-            if (rellena)
-                rellena = EscribeYAcepta(*m_motor, cita);
-            if (rellena) {
-                m_vistasAlAbrir.insert(Tabla().bookmark(), Tabla().seen()); // by this workstation itself
-                continue;
+            if (!rellena.TablaOcupada()) { // else each line would be waited for as long
+                rellena = TomaParaRellenar(linea);
+                if (rellena)
+                    rellena = EscribeYAcepta(*m_motor, cita);
             }
-            sinRellenar << linea.Hora;
-            causa = rellena.Causa();
+            if (rellena)
+                m_vistasAlAbrir.insert(Tabla().bookmark(), Tabla().seen()); // by this workstation itself
+            else
+                fallidas.emplaceBack(linea.Hora, rellena.Causa());
         }
     });
-    if (!sinRellenar.isEmpty())
-        AvisaDeError(
-            QStringLiteral("La cita se ha guardado, pero no se han podido rellenar estas horas: %1.\n%2")
-                .arg(sinRellenar.join(QStringLiteral(", ")), causa));
+    if (fallidas.isEmpty())
+        return;
+    QStringList horas;
+    bool unaCausa = true;
+    for (const auto &[hora, causa] : std::as_const(fallidas)) {
+        horas << hora;
+        unaCausa = unaCausa && causa == fallidas.first().second;
+    }
+    AvisaDeError(QStringLiteral("La cita se ha guardado, pero no se han podido rellenar estas horas: %1.\n%2")
+                     .arg(horas.join(QStringLiteral(", ")),
+                          unaCausa ? fallidas.first().second : HorasYCausas(fallidas)));
 }

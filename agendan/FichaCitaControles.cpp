@@ -102,14 +102,27 @@ void TFFichaCitas::MEHoraExit()
         TLineaAgenda linea;
         linea.Hora = MEHora->text();
         linea.Escribe(Tabla(), TCampoLinea::hora);
-        linea = TLineaAgenda::Actual(Tabla());
-        const QString hora = linea.Hora.trimmed();
-        if (!SeVeEnSuHoja(linea.Hora))
-            m_avisoAyuda =
-                hora == u":" || hora.isEmpty()
-                    ? QStringLiteral("Sin hora, la línea no se verá en su hoja")
-                    : hora + QStringLiteral(" no es una hora del día: la línea no se verá en su hoja");
+        AvisaDeHora(TLineaAgenda::Actual(Tabla()).Hora);
     });
+}
+
+void TFFichaCitas::MEHoraFinExit()
+{
+    DejaFoco(*MEHoraFin);
+    // None asks for no line.
+    if (m_conFoco != BCancelar && MEHoraFin->text().trimmed() != u":")
+        AvisaDeHora(MEHoraFin->text());
+}
+
+/// The next hint of the help line tells of an hour whose line the clerk will not find again.
+void TFFichaCitas::AvisaDeHora(const QString &hora)
+{
+    if (SeVeEnSuHoja(hora))
+        return;
+    const QString limpia = hora.trimmed();
+    m_avisoAyuda = limpia == u":" || limpia.isEmpty()
+                       ? QStringLiteral("Sin hora, la línea no se verá en su hoja")
+                       : limpia + QStringLiteral(" no es una hora del día: la línea no se verá en su hoja");
 }
 
 void TFFichaCitas::AbreCalendario()

@@ -44,6 +44,12 @@ QString plainText(const std::exception &error)
     return plain.left(1).toUpper() + plain.mid(1); // it stood behind the file's name
 }
 
+bool isTableBusy(const std::exception &error)
+{
+    const auto *const failure = dynamic_cast<const EDatabaseError *>(&error);
+    return failure && failure->kind() == dbase::ErrorKind::locked && !failure->status().record();
+}
+
 EConvertError::EConvertError(const QString &text)
     : std::runtime_error(text.toStdString())
 {

@@ -32,6 +32,10 @@ private:
 /// of its record and its place in the file, which go to the log; of others all.
 [[nodiscard]] DATASET_EXPORT QString plainText(const std::exception &error);
 
+/// Whether others hold a whole table, and not one line of it: what is tried next there waits as long, and in
+/// vain.
+[[nodiscard]] DATASET_EXPORT bool isTableBusy(const std::exception &error);
+
 /// A text that is not the number, date or time it should be.
 class DATASET_EXPORT EConvertError : public std::runtime_error
 {

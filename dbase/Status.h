@@ -42,6 +42,8 @@ public:
     [[nodiscard]] std::string text() const;
     /// The sentence without that number, for people who have never seen one.
     [[nodiscard]] const std::string &plainText() const { return m_text; }
+    /// The number of the record that it is about, where it is about one.
+    [[nodiscard]] std::optional<std::uint32_t> record() const { return m_record; }
     /// The same failure, of one record. @param number  1-based; the sentence ends where it is to stand.
     [[nodiscard]] Status ofRecord(std::uint32_t number) const;
     [[nodiscard]] const std::string &file() const { return m_file; }

@@ -318,6 +318,13 @@ void DbGrid::mousePressEvent(QMouseEvent *event)
                                  QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
 }
 
+void DbGrid::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    QTableView::mouseDoubleClickEvent(event);
+    if (event->button() == Qt::LeftButton && !indexAt(event->pos()).isValid())
+        emit doubleClickedOutside();
+}
+
 void DbGrid::mouseMoveEvent(QMouseEvent *event)
 {
     // A hand that slips while clicking must not select more lines: commands would act on all of them.

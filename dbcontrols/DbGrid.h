@@ -83,6 +83,8 @@ signals:
     /// A key pressed in the grid or its cell editor, before either acts on it; for Enter in the editor, after
     /// the text has gone into the field.
     void keyDown(QKeyEvent *event);
+    /// A double click of the left button on none of the lines.
+    void doubleClickedOutside();
     /// The width or height in which lines are shown has changed, also by a scroll bar that came or went.
     void viewportResized();
 
@@ -99,6 +101,7 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
     void inputMethodEvent(QInputMethodEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     void focusInEvent(QFocusEvent *event) override;
     void focusOutEvent(QFocusEvent *event) override;

@@ -134,7 +134,8 @@ bool TFAgendaConjunta::GuardaEdicion(QLineEdit &editor, const QModelIndex &celda
     const bool sigue = tabla.rowOf(m_lineaEnEdicion) >= 0;
     AvisaDespues(texto +
                  (sigue ? QStringLiteral("Lo que ha escrito sigue en la celda: pulse Intro para volver a "
-                                         "intentarlo o Esc para dejarlo.")
+                                         "intentarlo o Esc para dejarlo.") +
+                              m_borrador.LoDeOtros()
                         : QStringLiteral("Había escrito:\n") + m_borrador.Tecleado().join(u'\n')));
     return !sigue;
 }

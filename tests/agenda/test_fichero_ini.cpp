@@ -246,6 +246,27 @@ TEST(FicheroIni, AFileThatCannotBeReadWholeIsNeverWritten)
     }
 }
 
+// A name that leads to itself stands for all that cannot be looked at, as on a share that has gone away.
+TEST(FicheroIni, AFileThatCannotBeLookedAtIsNotMissing)
+{
+    const TempFolder carpeta;
+    const auto sitio = carpeta.path() / "VARIOS.INI";
+    std::filesystem::create_symlink(sitio, sitio);
+    const QString ruta = QString::fromStdString(sitio.string());
+    for (const std::function<void()> &trabajo :
+         {std::function<void()>([&] { static_cast<void>(TFicheroIni(ruta).Lee("A", "b")); }),
+          std::function<void()>([&] { TFicheroIni(ruta).EscribeEntero("A", "b", 2); })}) {
+        try {
+            trabajo();
+            ADD_FAILURE() << "taken for a file that is not there";
+        } catch (const dataset::EDatabaseError &error) {
+            EXPECT_NE(std::string(error.what()).find("no se puede leer: "), std::string::npos)
+                << error.what();
+        }
+    }
+    EXPECT_TRUE(std::filesystem::is_symlink(std::filesystem::symlink_status(sitio)));
+}
+
 #endif
 
 } // namespace

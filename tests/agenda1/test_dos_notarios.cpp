@@ -498,4 +498,24 @@ TEST(FusionDia, BringsTwoVersionsTogether)
     }
 }
 
+// The message comes first: what others write while it is read is part of the day that is then loaded.
+TEST_F(DosNotariosTest, WhereThereIsNoOtherDayTheMessageComesBeforeTheLoading)
+{
+    ponLinea(empaquetada(Nueve, "PEÑA", "", "Firma"));
+    const auto cambia = [this] {
+        const auto otro = tabla();
+        otro->locate({{"FECHA", Dia}}, dataset::SearchMode::nearest);
+        otro->edit();
+        otro->field(u"INTERESADO").setText("NÚÑEZ");
+        otro->post();
+    };
+    abre([&](TAgenda &motor) {
+        oficina.Mensaje.espera(
+            {"No hay días posteriores en la agenda", " ATENCIÓN:", 0, {}, support::TCaja::aviso, cambia});
+        EXPECT_EQ(motor.BuscarSiguiente(), "16/11/2026");
+        EXPECT_EQ(valor(motor, 0, "INTERESADO1"), "NÚÑEZ");
+    });
+    EXPECT_EQ(mostrada, 2);
+}
+
 } // namespace

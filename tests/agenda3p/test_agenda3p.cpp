@@ -140,6 +140,35 @@ TEST_F(Motor3PTest, ASubjectThatIsTooLongWithTheMarkIsToldWithItsLostEnd)
     EXPECT_TRUE(motor().Ausente().Causa().isEmpty()) << "what fits is not told";
 }
 
+// The mark is for a day: a table that shows the whole of itself is left alone.
+TEST_F(Motor3PTest, AbsenceWithoutADayMarksNothing)
+{
+    enTodas(Hoy, {"09:00"});
+    enTodas(Manana, {"09:00"});
+    motor().CancelaRangoPorFecha();
+    const TRespuesta marcada = motor().Ausente();
+    EXPECT_FALSE(marcada);
+    EXPECT_FALSE(marcada.Causa().isEmpty());
+    EXPECT_EQ(oficina.dia(1, Hoy), QStringList{"09:00  N"});
+    EXPECT_EQ(oficina.dia(1, Manana), QStringList{"09:00  N"});
+}
+
+TEST_F(Motor3PTest, AbsenceMarksTheLinesThatWereSeen)
+{
+    enTodas(Hoy, {"09:00", "10:00"});
+    motor();
+    const auto otro = oficina.agenda(1);
+    otro->last();
+    otro->edit();
+    otro->field(u"CONCEPTO").setText("De otro");
+    otro->post();
+    const TRespuesta marcada = motor().Ausente();
+    EXPECT_TRUE(marcada);
+    EXPECT_EQ(marcada.Causa(), "10:00: Otro puesto ha cambiado la línea mientras tanto");
+    EXPECT_EQ(oficina.dia(1, Hoy), (QStringList{"09:00 [AUSENTE] S", "10:00 De otro N"}));
+    EXPECT_EQ(valor("HORA"), "09:00");
+}
+
 TEST_F(Motor3PTest, MovingBetweenDaysShowsTheSameDayInEveryTable)
 {
     enTodas(Hoy, {"09:00"});

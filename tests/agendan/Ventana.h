@@ -60,7 +60,7 @@ protected:
     /// Opens the agenda on Monday, runs the steps in it and closes it.
     void enVentana(const std::function<void()> &pasos)
     {
-        TClassAgendaN engine(nullptr, clientes, {}, &vistas, informes);
+        TClassAgendaN engine(nullptr, clientes, tablas, &vistas, informes);
         motor = &engine;
         engine.SincronizarTablasAFecha(Lunes, true);
         bool hecho = false;
@@ -148,6 +148,7 @@ protected:
     OficinaDePrueba oficina;
     VistasDePrueba vistas;
     TClientesRaiz *clientes = nullptr; ///< of the test
+    TTablasNotarios tablas{};          ///< of the test; none: the engine opens its own
     IInformesAgenda *informes = nullptr;
     TClassAgendaN *motor = nullptr;
     TFFichaAgendaN *ficha = nullptr;

@@ -2,6 +2,8 @@
 
 #include "tests/agendan/Ficha.h"
 
+#include <QtWidgets/QLabel>
+
 namespace
 {
 
@@ -124,7 +126,8 @@ TEST_F(HoraFinTest, WhatAColleagueHasWrittenSinceIsNotFilled)
         otro->remove();
         oficina.Mensaje.espera(
             {"La cita se ha guardado, pero no se han podido rellenar estas horas: 09:30, 10:15.\n"
-             "Otro puesto la ha añadido mientras tanto.",
+             "09:30: Otro puesto ha cambiado la línea mientras tanto\n"
+             "10:15: Otro puesto la ha añadido mientras tanto.",
              " ATENCIÓN:"});
         rellena("11:00");
     });
@@ -132,10 +135,42 @@ TEST_F(HoraFinTest, WhatAColleagueHasWrittenSinceIsNotFilled)
                                        "10:30 Firma", "11:00 Firma"}));
 }
 
+// The line of such an end hour is added, and stands in no sheet.
+TEST_F(HoraFinTest, AnEndTimeOutsideTheDayIsSaidAtOnce)
+{
+    const struct {
+        const char *tecleado;
+        const char *fin;
+        bool alAceptar; ///< without leaving the field before
+    } casos[] = {{"0930", "", false},      {"     ", "", false},    {" 930", "9:30", false},
+                 {"2400", "24:00", false}, {"2400", "24:00", true}, {"930 ", "93:0", false}};
+    linea(Lunes, "09:00");
+    for (const auto &caso : casos) {
+        enFicha(TOperacion::modificar, [&] {
+            escribe("MEHoraFin", caso.tecleado);
+            if (caso.alAceptar)
+                pulsa("BAceptar");
+            else
+                tecla(Qt::Key_Tab);
+            const QString fin = caso.fin;
+            const QString esperado = fin.isEmpty()
+                                         ? control("DBCBOficial").statusTip()
+                                         : fin + " no es una hora del día: la línea no se verá en su hoja";
+            EXPECT_EQ(control<QLabel>("LExplica").text(), esperado) << caso.tecleado;
+        });
+    }
+}
+
 TEST_F(HoraFinTest, CopiesSixFieldsAndNoOthers)
 {
     for (const char *hora : {"09:00", "09:30", "10:00"})
         linea(Lunes, hora, "Antes");
+    {
+        const auto otro = oficina.agenda(1);
+        otro->edit();
+        otro->field(u"AVISO").setText("S");
+        otro->post();
+    }
     enFicha(TOperacion::modificar, [&] {
         escribe("DBCBOficial", "Ana");
         control<QComboBox>("DBCBSalida").setCurrentIndex(1);
@@ -148,7 +183,7 @@ TEST_F(HoraFinTest, CopiesSixFieldsAndNoOthers)
     const std::pair<const char16_t *, QString> campos[] = {
         {u"FECHA", "16/11/2026"}, {u"HORA", "10:00"},  {u"CONCEPTO", "Firma"},
         {u"CODCLIENTE", "8"},     {u"OFICIAL", "ANA"}, {u"INTERESADO", "PEDRO SÁENZ"},
-        {u"SALIDA", "S"},         {u"AVISO", "N"}};
+        {u"SALIDA", "S"},         {u"AVISO", "S"}};
     for (const auto &[campo, valor] : campos)
         EXPECT_EQ(agenda->field(campo).asText(), valor);
 }
@@ -289,6 +324,45 @@ TEST_F(HoraFinTest, TheEndTimeStaysForTheNextLineOfTheSameOpening)
         EXPECT_FALSE(control("lblHorafinComentario").isVisible());
         EXPECT_EQ(texto("MEHoraFin"), "  :  ");
     });
+}
+
+// An hour outside the day leads to the next day in the table, whose lines are none of this one's.
+TEST_F(HoraFinTest, FromAnHourOutsideTheDayTheNextDayIsNotFilled)
+{
+    linea(Lunes, "09:00");
+    linea(Martes, "09:00");
+    citaHasta("09:00", {}, "9999");
+    EXPECT_EQ(dia(Lunes), QStringList({"09:00 Firma", "99:99 Firma"}));
+    EXPECT_EQ(dia(Martes), QStringList{"09:00"});
+}
+
+int intentosFallidos = 0;
+
+// Others take the whole table just behind the accepted line: that is met once, and not at every line.
+TEST_F(HoraFinTest, ATableThatIsHeldEndsTheFilling)
+{
+    for (const char *hora : {"09:00", "09:30", "10:00", "10:30"})
+        linea(Lunes, hora);
+    const auto otro = oficina.agenda(1);
+    QObject::connect(&tabla(), &dataset::DataSet::stateChanged, otro.get(), [&] {
+        if (tabla().state() == dataset::DataSet::State::browse && intentosFallidos == 0 &&
+            dia(Lunes).value(0) == "09:00 Firma") {
+            otro->beginGroup();
+            QObject::disconnect(&tabla(), &dataset::DataSet::stateChanged, otro.get(), nullptr);
+        }
+    });
+    QtMessageHandler antes =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &texto) {
+            intentosFallidos += texto.startsWith("AceptarAgendaN: ") ? 1 : 0;
+        });
+    oficina.Mensaje.espera({"La cita se ha guardado, pero no se han podido rellenar estas horas: "
+                            "09:30, 10:00, 10:30.\nOtro puesto está escribiendo en la tabla",
+                            " ATENCIÓN:"});
+    citaHasta("10:30");
+    qInstallMessageHandler(antes);
+    otro->dropGroup();
+    EXPECT_EQ(intentosFallidos, 1);
+    EXPECT_EQ(dia(Lunes), QStringList({"09:00 Firma", "09:30", "10:00", "10:30"}));
 }
 
 TEST_F(HoraFinTest, ALineInUseElsewhereIsSkippedAndNamed)

@@ -139,6 +139,42 @@ TEST_F(MotorTest, AsksBeforeBuildingWhenTold)
     EXPECT_EQ(oficina.dia(1, Lunes).size(), 24);
 }
 
+// Two workstations are asked about the same day, and both say yes.
+TEST_F(MotorTest, ASheetThatAnotherWorkstationBuildsUnderTheQuestionIsNotBuiltAgain)
+{
+    oficina.ponAjustes(9, 9, 30);
+    oficina.linea(1, Lunes.addDays(-1), "09:00");
+    motor().RangoPorFecha(Lunes);
+    oficina.Mensaje.espera({"¿Desea añadir una hoja a día de 16/11/2026 (S/N)?", "Agenda", 1,
+                            "No hay datos a fecha de 16/11/2026", support::TCaja::siNo,
+                            [&] { oficina.linea(1, Lunes, "09:00", "Suya"); }});
+    EXPECT_TRUE(motor().InsertaDia(Lunes, true));
+    EXPECT_EQ(oficina.dia(1, Lunes), QStringList{"09:00 Suya N"});
+    EXPECT_EQ(mostrado(), "16/11/2026 09:00");
+}
+
+// The line that is to be followed to another day is gone: nothing is done in its place.
+TEST_F(MotorTest, WorkOnAnotherDayIsNotBegunWithoutItsLine)
+{
+    oficina.linea(1, Lunes, "09:00");
+    oficina.linea(1, Lunes, "10:00");
+    oficina.linea(1, Lunes.addDays(1), "09:00");
+    motor().RangoPorFecha(Lunes);
+    const auto otro = oficina.agenda(1);
+    otro->first();
+    otro->remove();
+    bool hecho = false;
+    try {
+        motor().DiaActual().Mientras(Lunes.addDays(1), [&] { hecho = true; });
+        ADD_FAILURE() << "nothing was said";
+    } catch (const dataset::EDatabaseError &error) {
+        EXPECT_EQ(error.kind(), dbase::ErrorKind::conflict);
+    }
+    EXPECT_FALSE(hecho);
+    EXPECT_EQ(motor().DiaActual().Mostrado(), Lunes);
+    EXPECT_EQ(mostrado(), "16/11/2026 10:00");
+}
+
 // A table that cannot be written: each line is reported, and the sheet goes on to its end.
 TEST(MotorHoja, ReportsEachLineThatCannotBeAdded)
 {

@@ -70,6 +70,10 @@ TEST_F(Informes, ADaySheetIsNeverTheWholeTable)
     informes.EnVista = [&](DataSet &datos) { impresas = datos.rowCount(); };
     motor.InformeDia(Lunes);
     EXPECT_EQ(impresas, 2);
+    // Without a day to go to nothing is printed, rather than all of it.
+    motor.CancelaRangoPorFecha();
+    EXPECT_THROW(motor.InformeDia({}), dataset::EDatabaseError);
+    EXPECT_EQ(informes.Pedidos, QStringList{"dia 16/11"});
 }
 
 TEST_F(Informes, TheWeekStandsInRowsOfThreeDays)

@@ -61,6 +61,20 @@ TEST_F(LineasTest, ALineOfAnotherDayIsOnlyTakenFromItsCard)
     EXPECT_TRUE(motor().Borrar(false, TALaVista::ficha));
     EXPECT_EQ(oficina.dia(1, Lunes.addDays(3)), QStringList());
     EXPECT_EQ(oficina.dia(1, Lunes).size(), 2);
+
+    // Also where it was the only line of the day that is shown.
+    const QDate martes = Lunes.addDays(1);
+    motor().RangoPorFecha(martes);
+    ASSERT_TRUE(motor().Modificar());
+    tabla().field(u"FECHA").setDate(Lunes.addDays(4));
+    ASSERT_TRUE(motor().AceptarAgendaN());
+    ASSERT_TRUE(tabla().isEmpty());
+    ASSERT_TRUE(motor().Modificar(TALaVista::ficha));
+    tabla().field(u"CONCEPTO").setText("En su ficha");
+    ASSERT_TRUE(motor().AceptarAgendaN());
+    EXPECT_EQ(oficina.dia(1, Lunes.addDays(4)), QStringList{"09:00 En su ficha N"});
+    EXPECT_TRUE(motor().Borrar(false, TALaVista::ficha));
+    EXPECT_EQ(oficina.dia(1, Lunes.addDays(4)), QStringList());
 }
 
 TEST_F(LineasTest, CancellingAsksWhenTold)
@@ -179,7 +193,7 @@ TEST_F(LineasTest, CopiesALineWholeAndStaysOnIt)
     motor().Modificar();
     tabla().field(u"CONCEPTO").setText("[SALIDA]Poder de Íñigo");
     tabla().field(u"INTERESADO").setText("Peña, Íñigo");
-    tabla().field(u"CODCLIENTE").setNumber(12.0);
+    tabla().field(u"CODCLIENTE").setNumber(12.75);
     tabla().field(u"OFICIAL").setText("MARTA");
     tabla().field(u"SALIDA").setText("S");
     tabla().field(u"AVISO").setText("S");
@@ -226,6 +240,41 @@ TEST_F(LineasTest, ACopyThatFailsLeavesBothDaysAndTheCursorAsTheyWere)
     EXPECT_EQ(soloLeer->bookmark(), linea);
     EXPECT_EQ(soloLeer->state(), State::browse);
     EXPECT_FALSE(soloLeer->controlsDisabled());
+}
+
+// A move is a copy and a deletion: what a colleague has written since it was shown goes with neither.
+TEST_F(LineasTest, ALineThatHasChangedSinceIsNotCopied)
+{
+    const auto otro = oficina.agenda(1);
+    const struct {
+        const char *que;
+        std::function<void()> hace;
+        const char *causa;
+        QStringList lunes;
+    } casos[] = {
+        {"changed",
+         [&] { otro->field(u"CONCEPTO").setText("Suya"); },
+         "ha cambiado la línea",
+         {"09:00 Suya N", "10:00 Poder N", "11:00 Acta N"}},
+        {"moved",
+         [&] { otro->field(u"FECHA").setDate(Lunes.addDays(7)); },
+         "ha cambiado de sitio la línea",
+         {"10:00 Poder N", "11:00 Acta N"}},
+    };
+    for (const auto &caso : casos) {
+        tabla().first();
+        otro->locate({{"FECHA", Lunes}, {"HORA", "09:00"}}, dataset::SearchMode::exact);
+        otro->edit();
+        caso.hace();
+        otro->post();
+        const TRespuesta copiada = motor().CopiarCita(Lunes.addDays(3));
+        EXPECT_FALSE(copiada) << caso.que;
+        EXPECT_TRUE(copiada.Causa().contains(caso.causa)) << copiada.Causa().toStdString();
+        EXPECT_EQ(oficina.dia(1, Lunes), caso.lunes) << caso.que;
+        EXPECT_EQ(oficina.dia(1, Lunes.addDays(3)), QStringList()) << caso.que;
+        EXPECT_GE(tabla().currentRow(), 0) << caso.que;
+    }
+    EXPECT_TRUE(motor().CopiarCita(Lunes.addDays(3))) << "what is shown by now";
 }
 
 // The table is held by another workstation just when the copy is written.
@@ -358,6 +407,70 @@ TEST_F(VariasTest, AreOneCommitOrOneEach)
     otro->dropGroup();
     EXPECT_EQ(oficina.dia(1, Lunes), QStringList{"10:00 Poder N"});
     EXPECT_TRUE(motor().BorrarLineas({lineas.at(2)}).isEmpty());
+}
+
+// The clerk means the lines that he sees: what a colleague has written into one since is not marked unseen.
+TEST_F(VariasTest, AbsenceMarksTheLinesThatWereSeen)
+{
+    otroEscribe("10:00", "De otro");
+    oficina.linea(1, Lunes, "10:30", "Nueva");
+    const TRespuesta marcada = motor().Ausente();
+    EXPECT_TRUE(marcada);
+    EXPECT_EQ(marcada.Causa(), "10:00: Otro puesto ha cambiado la línea mientras tanto");
+    EXPECT_EQ(oficina.dia(1, Lunes), (QStringList{"09:00 [AUSENTE]Firma S", "10:00 De otro N",
+                                                  "10:30 Nueva N", "11:00 [AUSENTE]Acta S"}));
+    EXPECT_EQ(mostrado(), "16/11/2026 09:00");
+    tabla().first();
+    ASSERT_TRUE(motor().Modificar()); // what is being typed belongs to its line
+    tabla().field(u"CONCEPTO").setText("Tecleada");
+    EXPECT_EQ(motor().Ausente().Causa(), "");
+    EXPECT_EQ(oficina.dia(1, Lunes).value(0), "09:00 [AUSENTE]Tecleada S");
+}
+
+/// How often the engine has met a failure since this was made.
+class FallosApuntados
+{
+public:
+    FallosApuntados() { s_cuantos = 0; }
+    ~FallosApuntados() { qInstallMessageHandler(m_antes); }
+    FallosApuntados(const FallosApuntados &) = delete;
+    FallosApuntados &operator=(const FallosApuntados &) = delete;
+    [[nodiscard]] static int Cuantos() { return s_cuantos; }
+
+private:
+    static void Apunta(QtMsgType, const QMessageLogContext &contexto, const QString &)
+    {
+        s_cuantos += QLatin1String(contexto.category) == QLatin1String("agenda.motor") ? 1 : 0;
+    }
+    static inline int s_cuantos = 0;
+    QtMessageHandler m_antes = qInstallMessageHandler(Apunta);
+};
+
+// Each attempt may take a second: where the whole table is held, one is enough for all lines.
+TEST_F(VariasTest, ATableThatIsHeldIsWaitedForOnce)
+{
+    const struct {
+        const char *que;
+        std::function<qsizetype()> orden; ///< @return lines that have failed
+    } casos[] = {
+        {"deleted", [&] { return motor().BorrarLineas(lineas).size(); }},
+        {"copied", [&] { return motor().CopiarLineas(lineas, martes).size(); }},
+        {"moved", [&] { return motor().MoverLineas(lineas, martes).size(); }},
+        {"marked", [&] { return motor().MarcarSalidas(lineas).size(); }},
+        {"absent", [&] { return motor().Ausente().Causa().count("09:00, 10:00, 11:00: ") * 3; }},
+    };
+    otro->beginGroup();
+    for (const auto &caso : casos) {
+        const FallosApuntados fallos;
+        EXPECT_EQ(caso.orden(), 3) << caso.que;
+        EXPECT_EQ(FallosApuntados::Cuantos(), 1) << caso.que;
+    }
+    otro->dropGroup();
+    EXPECT_EQ(oficina.dia(1, Lunes), (QStringList{"09:00 Firma N", "10:00 Poder N", "11:00 Acta N"}));
+    // One line that is held says nothing of the others.
+    otroVaA("09:00");
+    otro->edit();
+    EXPECT_EQ(fallidas(motor().MarcarSalidas(lineas)), QStringList{"09:00 Otro puesto está usando la línea"});
 }
 
 TEST_F(LineasTest, AbsenceWithoutADayMarksNothing)

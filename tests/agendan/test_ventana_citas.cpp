@@ -92,10 +92,22 @@ TEST_F(CitasTest, TheCardOpensByKeyMenuAndDoubleClick)
         };
         esperaFicha(TOperacion::modificar);
         dobleClic();
+        const auto dobleClicDebajo = [&] {
+            const QPoint donde = rejilla().viewport()->rect().bottomLeft() + QPoint(20, -5);
+            ASSERT_FALSE(rejilla().indexAt(donde).isValid());
+            QTest::mouseClick(rejilla().viewport(), Qt::LeftButton, {}, donde);
+            QTest::mouseDClick(rejilla().viewport(), Qt::LeftButton, {}, donde);
+        };
+        esperaFicha(TOperacion::modificar);
+        dobleClicDebajo();
+        QTest::mouseDClick(rejilla().viewport(), Qt::RightButton, {},
+                           rejilla().viewport()->rect().bottomLeft() + QPoint(20, -5));
         pestanas().setCurrentIndex(1);
         EXPECT_TRUE(rejilla().hasFocus()) << "another tab, its grid";
         esperaFicha(TOperacion::ver);
         dobleClic();
+        esperaFicha(TOperacion::ver);
+        dobleClicDebajo();
         esperaFicha(TOperacion::nuevo, [](TClassAgendaN &m) { EXPECT_EQ(&m.TablaActual(), m.Tabla(2)); });
         tecla(Qt::Key_Insert);
     });
@@ -116,6 +128,17 @@ TEST_F(CitasTest, CopiesTheCurrentLineToAnotherDay)
         EXPECT_EQ(oficina.dia(1, Jueves), QStringList{"10:00 10:00 N"}) << "no sheet is built";
         EXPECT_EQ(oficina.dia(1, Lunes).size(), 4);
         compruebaSitio("10:00");
+        // An emptied date field says no day; the one that is shown still counts.
+        for (const char *orden : {"ACopiarCita", "AMoverCita"}) {
+            fecha().setFocus();
+            tecla(Qt::Key_A, Qt::ControlModifier);
+            tecla(Qt::Key_Backspace);
+            EXPECT_EQ(fecha().text(), "  /  /    ");
+            oficina.Rut.FechaElegida = Lunes;
+            comando(orden);
+            EXPECT_EQ(oficina.dia(1, Lunes).size(), 4) << orden;
+            EXPECT_EQ(horaActual(), "10:00");
+        }
     });
 }
 

@@ -126,7 +126,7 @@ TEST_F(DosPuestosTest, AConflictNamesTheHourAndKeepsBothTexts)
         {filecalls::Share::smb, "Suya",
          "Otro puesto ha cambiado la línea mientras tanto\nLo que ha escrito sigue en la ficha: puede "
          "aceptarlo "
-         "de nuevo.",
+         "de nuevo.\nEl otro puesto había escrito: Suya",
          true},
         {filecalls::Share::nfs, "Otra",
          "No se puede leer el fichero: Input/output error\nLo que ha escrito no se ha podido conservar. "

@@ -66,6 +66,45 @@ TEST_F(EdicionTest, ALetterStartsAnEditAndEnterPostsIt)
     });
 }
 
+TEST_F(EdicionTest, WhichKeysStartAnEdit)
+{
+    const Qt::KeyboardModifiers keypad = Qt::KeypadModifier;
+    const struct {
+        Qt::Key key;
+        Qt::KeyboardModifiers con;
+        bool empieza;
+    } casos[] = {
+        {Qt::Key_0, {}, true},
+        {Qt::Key_9, {}, true},
+        {Qt::Key_A, Qt::ShiftModifier, true},
+        {Qt::Key_Z, {}, true},
+        {Qt::Key_Ntilde, {}, true},
+        {Qt::Key_1, keypad, true},
+        {Qt::Key_9, keypad, true},
+        {Qt::Key_Plus, keypad, true},
+        {Qt::Key_F5, {}, true},
+        {Qt::Key_F11, {}, true},
+        {Qt::Key_F12, {}, false},
+        {Qt::Key_C, Qt::ControlModifier, false},
+        {Qt::Key_A, Qt::ControlModifier, false},
+        {Qt::Key_J, Qt::AltModifier, false},
+        {Qt::Key_E, Qt::ControlModifier | Qt::AltModifier, true}, // AltGr, as some desktops tell it
+    };
+    enVentana([&] {
+        for (const auto &caso : casos) {
+            pulsa(0);
+            tecla(caso.key, caso.con);
+            EXPECT_EQ(tabla().state(), caso.empieza ? State::edit : State::browse)
+                << caso.key << " with " << int(caso.con);
+            for (int vez = 0; vez < 2 && (tabla().isEditing() || rejilla().isEditorOpen()); ++vez)
+                tecla(Qt::Key_Escape);
+            ASSERT_EQ(tabla().state(), State::browse);
+            ASSERT_TRUE(ficha->isVisible());
+        }
+    });
+    EXPECT_EQ(oficina.dia(1, Lunes).first(), "09:00 Firma N");
+}
+
 TEST_F(EdicionTest, ACellDropsWhatTheTableCannotKeepAndLetsTheTabsHaveTheirKey)
 {
     enVentana([&] {

@@ -17,32 +17,6 @@ using support::Lunes;
 using support::VentanaTest;
 namespace filecalls = driver::filecalls;
 
-/// Boxes that are read, as many as come; a question is answered with yes.
-class MensajesApuntados : public IMensaje
-{
-public:
-    int Mensajes(const TMensaje &mensaje) override { return Apunta(mensaje.Texto); }
-    int Mensaje_SiNo(const QString &texto, const QString &, const QString &) override
-    {
-        return Apunta(texto);
-    }
-    int Mensaje_NoSi(const QString &texto, const QString &, const QString &) override
-    {
-        return Apunta(texto);
-    }
-    void Mensaje_Error(const QString &texto, const QString &) override { Apunta(texto); }
-    QStringList Textos;
-
-private:
-    int Apunta(const QString &texto)
-    {
-        if (texto.startsWith(u'¿'))
-            return RespuestaSi;
-        Textos << texto;
-        return 0;
-    }
-};
-
 class LecturasTest : public VentanaTest
 {
 protected:
@@ -118,7 +92,7 @@ protected:
         }
         EXPECT_TRUE(sinLectura || tabla.currentRow() >= 0) << "the keys are on a line that is not seen";
     }
-    MensajesApuntados mensajes;
+    support::MensajesApuntados mensajes;
 
 private:
     support::InformesDePrueba m_informes;

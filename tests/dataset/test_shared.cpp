@@ -271,16 +271,30 @@ TEST_F(SharedTest, OnlyTheLineThatWasSeenIsDeleted)
     EXPECT_EQ(concept_(*mine), "10:00");
     EXPECT_EQ(mine->rowCount(), 3);
 
-    // Several at once: each is read when its turn comes, and the rows around them may have changed since.
+    // Several at once: each as it was seen when the command was given.
+    QList<SeenRecord> lines;
+    for (const Bookmark line : mine->rows().mid(1))
+        lines << mine->seen(line);
+    ASSERT_EQ(lines.size(), 2);
     theyChange("10:30", "otra");
+    int refused = 0;
     {
         CommitGroup group(*mine);
-        for (const Bookmark line : mine->rows().mid(1)) {
-            EXPECT_TRUE(mine->goToBookmark(line));
-            mine->remove();
+        for (const SeenRecord &line : lines) {
+            try {
+                mine->remove(line);
+            } catch (const EDatabaseError &error) {
+                EXPECT_EQ(error.kind(), dbase::ErrorKind::conflict);
+                EXPECT_EQ(concept_(*mine), "otra");
+                ++refused;
+            }
         }
         group.commit();
     }
+    EXPECT_EQ(refused, 1);
+    EXPECT_EQ(mine->rowCount(), 2);
+    mine->last();
+    mine->remove(); // by now it has been shown
     EXPECT_EQ(mine->rowCount(), 1);
 
     theirs->refresh();

@@ -148,7 +148,7 @@ TEST_F(GridTest, EditsInPlaceAndRefusesWhatDoesNotFit)
     EXPECT_EQ(table.textAt(1, 1), "t10:00");
 }
 
-TEST_F(GridTest, WhatIsTooLongOrForeignIsRefusedAtTheKeyboard)
+TEST_F(GridTest, WhatIsTooLongIsRefusedAtTheKeyboard)
 {
     click(0);
     QTest::keyClick(window.windowHandle(), Qt::Key_F2);

@@ -98,7 +98,7 @@ TEST_F(ConjuntaTest, WhatCannotBeWrittenStaysInTheCell)
              "No se ha podido guardar la cita de las 09:00.\nOtro puesto ha cambiado la línea mientras "
              "tanto\n\n"
              "Lo que ha escrito sigue en la celda: pulse Intro para volver a intentarlo o Esc para "
-             "dejarlo."),
+             "dejarlo.\nEl otro puesto había escrito: AJENO"),
          Atencion});
     tecla(Qt::Key_Return);
     ASSERT_TRUE(rejilla().EstaEditando());

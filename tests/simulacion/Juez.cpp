@@ -12,8 +12,6 @@ namespace simulacion
 namespace
 {
 
-constexpr int AnchoConcepto = 254;
-
 quint64 Clave(int notario, quint32 marca)
 {
     return (static_cast<quint64>(notario) << 32) | marca;
@@ -199,12 +197,6 @@ TVeredicto TJuez::JuzgaCambio(const TOrden &orden, const TCambio &cambio) const
 {
     const TLinea &antes = *cambio.Antes;
     const QList<TLinea> vistas = orden.Vistas.value(Clave(cambio.Notario, cambio.Marca));
-    if (Tiene(orden, ausente) && cambio.Despues) {
-        TLinea marcada = antes;
-        marcada.Concepto = QString(QStringLiteral("[AUSENTE]") + antes.Concepto).left(AnchoConcepto);
-        if (*cambio.Despues == marcada && antes.Fecha == Clave(orden.Pantalla.Fecha))
-            return {}; // the day as a whole is meant, and the text is still there
-    }
     if (orden.EnFicha && antes.SinTexto())
         return {}; // up to an end hour, perhaps on a day that is not on the screen: nothing is lost by that
     if (!orden.FechaTecleada.isEmpty() && antes.Fecha == orden.FechaTecleada)

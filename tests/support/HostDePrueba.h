@@ -106,6 +106,32 @@ private:
     std::deque<Esperado> m_esperados;
 };
 
+/// Boxes that are read, as many as come; a question is answered with yes.
+class MensajesApuntados : public IMensaje
+{
+public:
+    int Mensajes(const TMensaje &mensaje) override { return Apunta(mensaje.Texto); }
+    int Mensaje_SiNo(const QString &texto, const QString &, const QString &) override
+    {
+        return Apunta(texto);
+    }
+    int Mensaje_NoSi(const QString &texto, const QString &, const QString &) override
+    {
+        return Apunta(texto);
+    }
+    void Mensaje_Error(const QString &texto, const QString &) override { Apunta(texto); }
+    QStringList Textos;
+
+private:
+    int Apunta(const QString &texto)
+    {
+        if (texto.startsWith(u'¿'))
+            return RespuestaSi;
+        Textos << texto;
+        return 0;
+    }
+};
+
 class RutDePrueba : public IRut
 {
 public:
