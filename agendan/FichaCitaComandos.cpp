@@ -276,8 +276,8 @@ void TFFichaCitas::RellenaHasta(const TLineaAgenda &aceptada, const QString &hor
     TRespuesta rellena = true;
     m_motor->DiaActual().Mientras(cita.Fecha, [&] {
         if (!EstaEn(Tabla(), aceptada)) { // the lines that follow are not known
-            sinRellenar << QStringLiteral("hasta las %1").arg(horaFin);
-            causa = QStringLiteral("Otro puesto ha cambiado la cita mientras tanto.");
+            fallidas.emplaceBack(QStringLiteral("hasta las %1").arg(horaFin),
+                                 QStringLiteral("Otro puesto ha cambiado la cita mientras tanto."));
             return;
         }
         for (const TLineaAgenda &linea : LineasHasta(cita, horaFin)) {
