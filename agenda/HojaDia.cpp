@@ -97,7 +97,7 @@ bool BuscaLineaDeFecha(dataset::DataSet &tabla, QDate fecha, const QString &hora
 {
     const bool encontrada = TBBusca(tabla, ClaveDeHora(fecha, hora), exacta);
     if (!exacta && hora.isEmpty())
-        return TLineaAgenda::Actual(tabla).Fecha == fecha;
+        return fecha.isValid() && TLineaAgenda::Actual(tabla).Fecha == fecha;
     return encontrada;
 }
 

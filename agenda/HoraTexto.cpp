@@ -11,6 +11,7 @@
 namespace
 {
 constexpr qint64 MinutosDelDia = qint64{24} * 60;
+constexpr qint64 MinutosMayores = qint64{9999} * 60; // more than any line's hour can hold
 
 int ParteDeHora(const QString &parte)
 {
@@ -81,7 +82,10 @@ std::optional<int> MinutosDeHora(const QString &hora)
     const qsizetype puntos = hora.indexOf(u':');
     if (puntos < 0)
         return {};
-    return Cad_Int(hora.left(puntos)) * 60 + Cad_Int(hora.mid(puntos + 1));
+    const qint64 minutos = qint64{Cad_Int(hora.left(puntos))} * 60 + Cad_Int(hora.mid(puntos + 1));
+    if (minutos > MinutosMayores || minutos < -MinutosMayores)
+        return {};
+    return static_cast<int>(minutos);
 }
 
 QString HoraDeMinutos(int minutos)

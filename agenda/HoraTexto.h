@@ -18,7 +18,8 @@
 /// is out of bounds; another text for a part that is no number.
 [[nodiscard]] int CompararHoras(const QString &a, const QString &b);
 
-/// Minutes since midnight of a time text, which may lie outside the day; nothing when it holds no ":".
+/// Minutes since midnight of a time text, which may lie outside the day; nothing when it holds no ":", or
+/// more hours than a line's field has room for.
 [[nodiscard]] std::optional<int> MinutosDeHora(const QString &hora);
 /// The time text of a number of minutes. Deliberate: no wrap at midnight, and none below zero.
 [[nodiscard]] QString HoraDeMinutos(int minutos);

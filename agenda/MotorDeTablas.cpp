@@ -45,6 +45,7 @@ TMotorDeTablas::~TMotorDeTablas() = default;
 void TMotorDeTablas::AbreTablas(const std::function<dataset::DbfTable &(int)> &tabla)
 {
     const TServicios &servicios = Servicios();
+    m_tablas = {}; // what the host has given behind an empty first place is not used
     m_numNotarios = std::max(servicios.Config->GetnCuantos(), 1);
     for (int notario = 1; notario <= std::min(m_numNotarios, MaxNotarios); ++notario) {
         dataset::DbfTable &una = tabla(notario);

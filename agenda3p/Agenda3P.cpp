@@ -9,6 +9,7 @@
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
 
+#include <QtCore/QMap>
 #include <QtCore/QScopeGuard>
 
 #include <algorithm>
@@ -27,8 +28,22 @@ QString SinMarca(QString texto, const QString &marca)
     return texto.remove(texto.indexOf(marca), marca.size());
 }
 
+/// What the user is told of a subject that has become too long for its field: its end is lost for good. Empty
+/// where all of it is kept.
+QString LoQueNoCabe(const DataSet &tabla, const TLineaAgenda &linea)
+{
+    const int ancho = tabla.fieldInfo(tabla.fieldIndex(NombreDe(TCampoLinea::concepto))).width;
+    return linea.Concepto.size() <= ancho
+               ? QString()
+               : QStringLiteral(
+                     "Con la marca no cabe entero lo que dice la cita de las %1, que ha perdido su "
+                     "final: «%2».")
+                     .arg(linea.Hora, linea.Concepto.mid(ancho));
+}
+
 /// Turns a mark of the line being edited on, off, or from the other one into this one.
-void EscribeMarcaAlterna(DataSet &tabla, const QString &marca, const QString &otra)
+/// @return what LoQueNoCabe() says of it.
+QString EscribeMarcaAlterna(DataSet &tabla, const QString &marca, const QString &otra)
 {
     TLineaAgenda linea = TLineaAgenda::Actual(tabla);
     if (linea.EsSalida() && linea.Concepto.contains(otra)) {
@@ -41,6 +56,7 @@ void EscribeMarcaAlterna(DataSet &tabla, const QString &marca, const QString &ot
         linea.Salida = EstaFuera;
     }
     linea.Escribe(tabla, std::array{TCampoLinea::concepto, TCampoLinea::salida});
+    return LoQueNoCabe(tabla, linea);
 }
 
 } // namespace
@@ -69,31 +85,75 @@ TAgenda3P::~TAgenda3P()
 // ---------------------------------------------------------------------------------------------------------------------
 // Days
 
-bool TAgenda3P::RangoPorFecha(QDate fecha)
+/// Runs work for every notary who has a table; one that fails does not hold up the others.
+/// @throws what failed last.
+void TAgenda3P::EnCadaTabla(const std::function<void(int notario)> &trabajo)
 {
-    if (fecha.isValid())
-        m_dia = fecha;
-    bool todas = true;
     std::exception_ptr fallo;
     for (int notario = 1; notario <= MaxNotarios; ++notario) {
         try {
-            if (Tabla(notario) && !Dia(notario).Muestra(fecha))
-                todas = false;
+            if (Tabla(notario))
+                trabajo(notario);
         } catch (...) {
-            fallo = std::current_exception(); // the others show the day all the same
+            fallo = std::current_exception();
         }
     }
     if (fallo)
         std::rethrow_exception(fallo);
+}
+
+bool TAgenda3P::RangoPorFecha(QDate fecha)
+{
+    bool todas = true;
+    EnCadaTabla([&](int notario) { todas = Dia(notario).Muestra(fecha) && todas; });
     return todas;
 }
 
 void TAgenda3P::CancelaRangoPorFecha()
 {
+    EnCadaTabla([this](int notario) { Dia(notario).MuestraTodo(); });
+}
+
+TRespuesta TAgenda3P::VeDia(QDate fecha)
+{
+    return VeDiaEn(fecha, 0);
+}
+
+/// @param menosEn  the notary who is left out; 0 for none.
+TRespuesta TAgenda3P::VeDiaEn(QDate fecha, int menosEn)
+{
+    if (!fecha.isValid())
+        return false;
+    bool hay = false;
+    QStringList causas;
     for (int notario = 1; notario <= MaxNotarios; ++notario) {
-        if (Tabla(notario))
-            Dia(notario).MuestraTodo();
+        DataSet *const tabla = Tabla(notario);
+        if (!tabla || notario == menosEn)
+            continue;
+        const auto ve = [&] {
+            if (DiaMostrado(notario) != fecha)
+                return Dia(notario).Muestra(fecha);
+            tabla->refresh(); // which leaves alone a line that is being edited
+            return !tabla->isEmpty();
+        };
+        const TRespuesta una = ConGuarda(*tabla, "VeDia", ve, TTrasFallo::deja);
+        hay = hay || una;
+        if (!una.Causa().isEmpty())
+            causas << NombreNotario(notario) + QStringLiteral(": ") + una.Causa();
     }
+    return {hay, causas.join(u'\n')};
+}
+
+QDate TAgenda3P::DiaMostrado(int notario) const
+{
+    return Tabla(notario) ? Dia(notario).Mostrado() : QDate();
+}
+
+/// Shows a day in the current table, and then in the others as far as they can be read.
+void TAgenda3P::VeDiaConLasDemas(QDate fecha)
+{
+    DiaActual().Muestra(fecha); // in front: where it fails, no table has gone to another day
+    VeDiaEn(fecha, NotarioActual());
 }
 
 bool TAgenda3P::InsertaDia(QDate fecha, bool preguntar)
@@ -135,14 +195,22 @@ bool TAgenda3P::InsertaDia(QDate fecha, bool preguntar)
     return todas;
 }
 
+bool TAgenda3P::VeAOtroDia(TSentido sentido)
+{
+    return DiaActual().VeAOtro(sentido, [this](QDate fecha) {
+        VeDiaConLasDemas(fecha);
+        return !TablaActual().isEmpty();
+    });
+}
+
 bool TAgenda3P::AnteriorDia()
 {
-    return DiaActual().VeAOtro(TSentido::anterior, [this](QDate fecha) { return RangoPorFecha(fecha); });
+    return VeAOtroDia(TSentido::anterior);
 }
 
 bool TAgenda3P::SiguienteDia()
 {
-    return DiaActual().VeAOtro(TSentido::siguiente, [this](QDate fecha) { return RangoPorFecha(fecha); });
+    return VeAOtroDia(TSentido::siguiente);
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -156,6 +224,10 @@ TRespuesta TAgenda3P::Anadir(QDate fecha, const QString &hora)
 TAgenda3P::TAnadida TAgenda3P::AnadeEnTodas(QDate fecha, const QString &hora)
 {
     TAnadida anadida;
+    if (!fecha.isValid()) { // no day would ever show it
+        anadida.Todas = TRespuesta::Fallo(QStringLiteral("No se ha dicho de qué día."));
+        return anadida;
+    }
     const auto vuelve = qScopeGuard([this, actual = NotarioActual()] { PonNotarioActual(actual); });
     const DataSet *const inicial = &TablaActual();
     for (int notario = 1; notario <= MaxNotarios; ++notario) {
@@ -178,6 +250,14 @@ TAgenda3P::TAnadida TAgenda3P::AnadeEnTodas(QDate fecha, const QString &hora)
         }
     }
     return anadida;
+}
+
+bool TAgenda3P::PreguntaBorrar(const QString &hora)
+{
+    return PreguntaMotor(QStringLiteral("¿Desea borrar la cita de las %1 de todas las agendas?\n"
+                                        "Los datos se perderán.")
+                             .arg(hora),
+                         TituloAtencion);
 }
 
 TRespuesta TAgenda3P::BorraSiEsDe(DataSet &tabla, const QString &hora)
@@ -203,10 +283,7 @@ TRespuesta TAgenda3P::Borrar(bool preguntar)
     });
     if (!hay)
         return hay;
-    if (preguntar && !PreguntaMotor(QStringLiteral("¿Desea borrar la cita de las %1 de todas las agendas?\n"
-                                                   "Los datos se perderán.")
-                                        .arg(hora),
-                                    TituloAtencion))
+    if (preguntar && !PreguntaBorrar(hora))
         return false;
     QString causa;
     {
@@ -223,19 +300,14 @@ TRespuesta TAgenda3P::Borrar(bool preguntar)
     return {borrada, borrada.Causa().isEmpty() ? causa : borrada.Causa()};
 }
 
-TRespuesta TAgenda3P::AceptarAgendaN()
-{
-    return AceptaPendiente(TablaActual(), "AceptarAgendaN", TTrasFallo::deja);
-}
-
 TRespuesta TAgenda3P::Salida()
 {
     if (const TRespuesta enEdicion = Modificar(); !enEdicion)
         return enEdicion;
-    return ConGuarda(TablaActual(), "Marcar", [this] {
-        EscribeMarcaAlterna(TablaActual(), MarcaSalida, MarcaAusente);
+    return ConGuarda(TablaActual(), "Marcar", [this]() -> TRespuesta {
+        const QString perdido = EscribeMarcaAlterna(TablaActual(), MarcaSalida, MarcaAusente);
         TBPost(TablaActual());
-        return true;
+        return {true, perdido};
     });
 }
 
@@ -245,7 +317,15 @@ TRespuesta TAgenda3P::Ausente()
     return ConGuarda(tabla, "Ausente", [&]() -> TRespuesta {
         if (!tabla.hasRange())
             return TRespuesta::Fallo(QStringLiteral("La agenda no muestra ningún día."));
-        return TOrdenesDeLineas(tabla).CambiaTodas(
-            [](DataSet &linea) { EscribeMarcaAlterna(linea, MarcaAusente, MarcaSalida); });
+        QMap<dataset::Bookmark, QString> perdidos; // by line, which may be tried twice
+        const TRespuesta marcadas = TOrdenesDeLineas(tabla).CambiaTodas([&perdidos](DataSet &linea) {
+            if (const QString perdido = EscribeMarcaAlterna(linea, MarcaAusente, MarcaSalida);
+                !perdido.isEmpty())
+                perdidos[linea.bookmark()] = perdido;
+        });
+        QStringList causas = perdidos.values();
+        causas.prepend(marcadas.Causa());
+        causas.removeAll(QString());
+        return {marcadas, causas.join(u'\n')};
     });
 }

@@ -6,7 +6,9 @@
 
 #include <QtCore/QObject>
 
+#include <functional>
 #include <memory>
+#include <optional>
 
 class TDMAgendaZen;
 
@@ -39,6 +41,8 @@ public:
     // Days
     bool RangoPorFecha(QDate fecha) override;
     void CancelaRangoPorFecha() override;
+    TRespuesta VeDia(QDate fecha) override;
+    [[nodiscard]] QDate DiaMostrado(int notario) const override;
     bool InsertaDia(QDate fecha, bool preguntar) override;
     bool AnteriorDia() override;
     bool SiguienteDia() override;
@@ -50,17 +54,27 @@ public:
 
     // Slots and lines
     TRespuesta Anadir(QDate fecha, const QString &hora) override;
+    TRespuesta AnadirSolo(QDate fecha, const QString &hora, int tenia) override;
+    TRespuesta Completar(QDate fecha) override;
     TRespuesta Modificar() override { return TMotorDeTablas::Modificar(); }
+    TRespuesta Modificar(const dataset::SeenRecord &linea) override
+    {
+        return TMotorDeTablas::Modificar(linea);
+    }
     TRespuesta Borrar(bool preguntar) override;
+    TRespuesta BorrarHueco(const THueco &hueco, bool preguntar) override;
     TRespuesta AceptarAgendaN() override;
-    bool CancelarAgendaN(bool preguntar) override { return TMotorDeTablas::CancelarAgendaN(preguntar); }
+    bool CancelarAgendaN(bool preguntar) override;
     TRespuesta Salida() override;
     TRespuesta Ausente() override;
 
     // Copying
     void Copiar() override;
+    [[nodiscard]] QStringList HorasCopiadas() const override;
     TRespuesta Pegar(QDate fecha) override;
     TRespuesta PegarHora(QDate fecha, const QString &hora) override;
+    [[nodiscard]] TPegado PreparaPegado(QDate fecha, const QString &hora) override;
+    TRespuesta PegaPreparado(const TPegado &pegado) override;
     TRespuesta Limpiar(bool preguntar) override;
     void LimpiarBufferDeCopia() override;
     [[nodiscard]] bool HayDatosEnPortapapeles() const override;
@@ -77,16 +91,37 @@ private:
         bool Actual = false;
     };
     class TSitio;
+    /// What a table shows, and its day and the line with a pending change where it is to go back there later.
+    struct TLugar {
+        int Notario = 0;
+        dataset::KeptView Vista;
+        QDate Dia = {};
+        dataset::Bookmark Pendiente = 0;
+    };
+    using TFaltan = std::function<int(const QString &hora, int tiene)>;
 
+    void EnCadaTabla(const std::function<void(int notario)> &trabajo);
+    TRespuesta VeDiaEn(QDate fecha, int menosEn);
+    void VeDiaConLasDemas(QDate fecha);
+    bool VeAOtroDia(TSentido sentido);
     TAnadida AnadeEnTodas(QDate fecha, const QString &hora);
+    static int AnadeSolas(dataset::DataSet &tabla, QDate fecha, const QStringList &horas,
+                          const TFaltan &faltan);
     static TRespuesta BorraSiEsDe(dataset::DataSet &tabla, const QString &hora);
+    static bool PreguntaBorrar(const QString &hora);
+    TRespuesta TomaHueco(const THueco &hueco);
+    TRespuesta BorraTomado(const THueco &hueco);
     void PreparaBuffer();
     TRespuesta PegaDesplazado(QDate fecha, int minutos, bool desplaza);
     TRespuesta PegaFila(QDate fecha, const QString &hora);
+    [[nodiscard]] std::optional<int> Desplazamiento(const QString &hora) const;
+    TRespuesta PonLinea(TPegado::TDestino &destino, QDate fecha);
+    [[nodiscard]] bool OtraTiene(QDate fecha, const QString &hora) const;
+    void VuelveA(const TLugar &lugar);
+    template <class TAcaba> auto AcabaPendiente(TAcaba &&acaba);
     void MuestraInforme(TClaseInforme clase, QDate fecha);
-    void VuelveAlDia(QDate fecha);
 
     std::unique_ptr<dataset::MemTable> m_buffer;
     std::unique_ptr<TDMAgendaZen> m_datos;
-    QDate m_dia; ///< last asked for
+    std::optional<TLugar> m_trasPegar; ///< for when what a paste has left pending is done with
 };

@@ -4,22 +4,19 @@
 #include "agenda/HoraTexto.h"
 #include "agenda/LineaAgenda.h"
 #include "agenda/Ruttb.h"
-#include "agenda3p/Agenda3P.h"
+#include "agenda3p/Sitio3P.h"
 #include "dataset/DatabaseError.h"
 
-#include <QtCore/QLoggingCategory>
+#include <QtCore/QHash>
+#include <QtCore/QSet>
 
-#include <deque>
 #include <optional>
 #include <utility>
-#include <vector>
 
 using dataset::DataSet;
 
 namespace
 {
-
-Q_LOGGING_CATEGORY(registroCopia, "agenda.copia")
 
 /// A line as it travels: its code without a fraction, and 0 for no client.
 TLineaAgenda ParaCopiar(DataSet &tabla)
@@ -29,53 +26,22 @@ TLineaAgenda ParaCopiar(DataSet &tabla)
     return linea;
 }
 
-} // namespace
+const QString SinHora = QStringLiteral("Una cita copiada no tiene hora.");
 
-/// Where every table stands, for going back after a paste; meanwhile none tells its watchers anything. A
-/// table on which a change was left pending stays on it.
-class TAgenda3P::TSitio
+/// Empty where the hour is none that could be shifted.
+QString HoraDesplazada(const QString &hora, int minutos)
 {
-public:
-    explicit TSitio(TAgenda3P &motor)
-        : m_motor(motor)
-        , m_dia(motor.DiaActual().ALaVista())
-        , m_sinDia(motor.TablaActual().isEmpty())
-    {
-        for (int notario = 1; notario <= MaxNotarios; ++notario) {
-            DataSet *const tabla = motor.Tabla(notario);
-            if (!tabla)
-                continue;
-            m_quietas.emplace_back(*tabla);
-            m_lineas.emplace_back(tabla, tabla->bookmark());
-        }
-        if (m_sinDia)
-            motor.DiaActual().MuestraTodo();
-    }
-    ~TSitio()
-    {
-        for (const auto &[tabla, linea] : m_lineas) {
-            try {
-                if (!tabla->isEditing()) {
-                    if (m_sinDia && tabla == &m_motor.TablaActual())
-                        m_motor.DiaActual().Muestra(m_dia);
-                    if (linea != 0 && !tabla->goToBookmark(linea))
-                        tabla->first(); // gone: not on the line pasted last, which may be of another day
-                }
-            } catch (const std::exception &error) {
-                qCWarning(registroCopia, "The day shown before could not be put back: %s", error.what());
-            }
-        }
-    }
-    TSitio(const TSitio &) = delete;
-    TSitio &operator=(const TSitio &) = delete;
+    const std::optional<int> suyos = MinutosDeHora(hora);
+    return suyos ? HoraDeMinutos(*suyos + minutos) : QString();
+}
 
-private:
-    TAgenda3P &m_motor;
-    QDate m_dia;
-    bool m_sinDia; ///< an empty day takes no change, so the whole table is shown while there is one
-    std::deque<dataset::ControlsGuard> m_quietas; ///< go last, after every table is where it was
-    std::vector<std::pair<DataSet *, dataset::Bookmark>> m_lineas;
-};
+/// Whether something would be lost with what a line says.
+bool EstaEscrita(const TLineaAgenda &linea)
+{
+    return !linea.EstaLibre() || linea.EsSalida();
+}
+
+} // namespace
 
 void TAgenda3P::PreparaBuffer()
 {
@@ -120,15 +86,18 @@ TRespuesta TAgenda3P::PegaFila(QDate fecha, const QString &hora)
 
 TRespuesta TAgenda3P::PegaDesplazado(QDate fecha, int minutos, bool desplaza)
 {
+    if (!fecha.isValid())
+        return false;
     const auto pega = [&] {
         TRespuesta respuesta = true;
         const TSitio vuelve(*this);
         for (m_buffer->first(); !m_buffer->eof(); m_buffer->next()) {
-            const QString hora = TLineaAgenda::Actual(*m_buffer).Hora;
+            const QString suya = TLineaAgenda::Actual(*m_buffer).Hora;
+            const QString hora = desplaza ? HoraDesplazada(suya, minutos) : suya;
             const TRespuesta una =
-                PegaFila(fecha, desplaza ? HoraDeMinutos(MinutosDeHora(hora).value_or(0) + minutos) : hora);
+                hora.isEmpty() && desplaza ? TRespuesta::Fallo(SinHora) : PegaFila(fecha, hora);
             if (!una.Causa().isEmpty())
-                respuesta = una;
+                respuesta = {respuesta && una, una.Causa()};
         }
         return respuesta;
     };
@@ -138,19 +107,141 @@ TRespuesta TAgenda3P::PegaDesplazado(QDate fecha, int minutos, bool desplaza)
 
 TRespuesta TAgenda3P::Pegar(QDate fecha)
 {
-    PreparaBuffer();
-    return m_buffer->isEmpty() ? TRespuesta(false) : PegaDesplazado(fecha, 0, false);
+    return HayDatosEnPortapapeles() ? PegaDesplazado(fecha, 0, false) : TRespuesta(false);
 }
 
 TRespuesta TAgenda3P::PegarHora(QDate fecha, const QString &hora)
 {
-    PreparaBuffer();
-    if (m_buffer->isEmpty())
-        return false;
+    const std::optional<int> minutos = Desplazamiento(hora);
+    return minutos ? PegaDesplazado(fecha, *minutos, true) : TRespuesta(false);
+}
+
+/// By how many minutes the first copied line is shifted to land at an hour.
+std::optional<int> TAgenda3P::Desplazamiento(const QString &hora) const
+{
     const std::optional<int> destino = MinutosDeHora(hora);
-    m_buffer->first();
-    const std::optional<int> primera = MinutosDeHora(TLineaAgenda::Actual(*m_buffer).Hora);
-    return destino && primera ? PegaDesplazado(fecha, *destino - *primera, true) : TRespuesta(false);
+    const std::optional<int> primera = MinutosDeHora(HorasCopiadas().value(0));
+    if (!destino || !primera)
+        return {};
+    return *destino - *primera;
+}
+
+QStringList TAgenda3P::HorasCopiadas() const
+{
+    QStringList horas;
+    for (int fila = 0; HayDatosEnPortapapeles() && fila < m_buffer->rowCount(); ++fila)
+        horas << TextoDeFila(*m_buffer, fila, TCampoLinea::hora);
+    return horas;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// A paste that the user has been asked about
+
+TPegado TAgenda3P::PreparaPegado(QDate fecha, const QString &hora)
+{
+    TPegado pegado;
+    pegado.Fecha = fecha;
+    pegado.Notario = NotarioActual();
+    const std::optional<int> minutos = hora.isNull() ? 0 : Desplazamiento(hora);
+    if (!minutos || !fecha.isValid())
+        return pegado;
+    const TSitio vuelve(*this);
+    QSet<QString> vistas;
+    for (const QString &copiada : HorasCopiadas()) {
+        TPegado::TDestino destino{copiada, hora.isNull() ? copiada : HoraDesplazada(copiada, *minutos), {}};
+        if (!destino.Hora.isEmpty() && BuscarPorFecha(fecha, destino.Hora, true)) {
+            const TLineaAgenda linea = TLineaAgenda::Actual(TablaActual());
+            destino.Linea = linea.Vista;
+            if (EstaEscrita(linea) && !pegado.Ocupadas.contains(destino.Hora))
+                pegado.Ocupadas << destino.Hora;
+        }
+        pegado.SePisan = pegado.SePisan || vistas.contains(destino.Hora);
+        vistas.insert(destino.Hora);
+        pegado.Destinos << destino;
+    }
+    return pegado;
+}
+
+/// Whether another table has a line of a day and hour; one that cannot be read has none.
+bool TAgenda3P::OtraTiene(QDate fecha, const QString &hora) const
+{
+    for (int notario = 1; notario <= MaxNotarios; ++notario) {
+        DataSet *const tabla = Tabla(notario);
+        if (tabla && notario != NotarioActual() &&
+            ConGuarda(*tabla, "Pegar", [&] { return BuscaLineaDeFecha(*tabla, fecha, hora, true); }))
+            return true;
+    }
+    return false;
+}
+
+/// Looks again where nothing was seen, and adds the slot where there still is none.
+/// @return with a cause where it could not be added; then true when another table is the one that lacks it.
+TRespuesta TAgenda3P::PonLinea(TPegado::TDestino &destino, QDate fecha)
+{
+    const QString &hora = destino.Hora;
+    TRespuesta puesta = true;
+    if (!BuscarPorFecha(fecha, hora, true)) {
+        if (OtraTiene(fecha, hora)) {
+            // A slot that others have and this notary has not is his alone to add.
+            AnadeSolas(TablaActual(), fecha, {hora},
+                       [](const QString &, int tiene) { return tiene > 0 ? 0 : 1; });
+        } else {
+            const TAnadida anadida = AnadeEnTodas(fecha, hora);
+            puesta = {anadida.Actual, anadida.Todas.Causa()};
+        }
+        // Looked for again: others may have been quicker, also between two looks.
+        if (!puesta || !BuscarPorFecha(fecha, hora, true))
+            return TRespuesta::Fallo(puesta.Causa().isEmpty()
+                                         ? QStringLiteral("No hay hueco a las %1.").arg(hora)
+                                         : puesta.Causa());
+    }
+    const TLineaAgenda linea = TLineaAgenda::Actual(TablaActual());
+    if (EstaEscrita(linea))
+        return TRespuesta::Fallo(
+            QStringLiteral("Otro puesto ha dado mientras tanto una cita a las %1.").arg(hora));
+    destino.Linea = linea.Vista;
+    return puesta;
+}
+
+TRespuesta TAgenda3P::PegaPreparado(const TPegado &pegado)
+{
+    PonNotarioActual(pegado.Notario);
+    DataSet &tabla = TablaActual();
+    return ConGuarda(tabla, "PegaPreparado", [&]() -> TRespuesta {
+        QList<TPegado::TDestino> destinos = pegado.Destinos;
+        QStringList copiadas;
+        for (const TPegado::TDestino &uno : std::as_const(destinos))
+            copiadas << uno.Copiada;
+        if (copiadas.isEmpty() || copiadas != HorasCopiadas())
+            return TRespuesta::Fallo(QStringLiteral("Lo copiado no es ya lo mismo."));
+        const TSitio vuelve(*this);
+        QString causa;
+        QHash<QString, int> ultima; // of several lines that go to one hour
+        for (int i = 0; i < destinos.size(); ++i) {
+            TPegado::TDestino &uno = destinos[i];
+            if (uno.Hora.isEmpty())
+                return TRespuesta::Fallo(SinHora);
+            if (uno.Linea.bookmark() == 0 && !ultima.contains(uno.Hora)) {
+                const TRespuesta puesta = PonLinea(uno, pegado.Fecha);
+                if (!puesta)
+                    return puesta;
+                if (!puesta.Causa().isEmpty())
+                    causa = puesta.Causa();
+            } else if (uno.Linea.bookmark() == 0) {
+                uno.Linea = destinos.at(ultima.value(uno.Hora)).Linea;
+            }
+            ultima[uno.Hora] = i;
+        }
+        dataset::CommitGroup juntas(tabla);
+        for (const int i : std::as_const(ultima)) {
+            tabla.edit(destinos.at(i).Linea);
+            m_buffer->setCurrentRow(i);
+            ParaCopiar(*m_buffer).Escribe(tabla, CamposDeCita);
+            TBPost(tabla);
+        }
+        juntas.commit();
+        return {true, causa};
+    });
 }
 
 TRespuesta TAgenda3P::Limpiar(bool preguntar)

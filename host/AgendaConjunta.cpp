@@ -27,8 +27,6 @@
 #include <QtWidgets/QScrollBar>
 #include <QtWidgets/QStatusBar>
 
-using dataset::DataSet;
-
 namespace
 {
 
@@ -65,7 +63,6 @@ TFAgendaConjunta::TFAgendaConjunta(IAgenda3P &motor, TClientesRaiz *clientes, co
     setWindowTitle(QStringLiteral("Agenda conjunta"));
     setWindowModality(Qt::ApplicationModal);
     m_modelo->PonMotor(motor, opciones.Nombres);
-    m_motor.LimpiarBufferDeCopia(); // of what it may hold this window does not know the hours
     CreaComandosDeHuecos();
     CreaComandosDeLineas();
     CreaComandosDelDia();
@@ -85,7 +82,13 @@ TFAgendaConjunta::TFAgendaConjunta(IAgenda3P &motor, TClientesRaiz *clientes, co
 
 TFAgendaConjunta::~TFAgendaConjunta()
 {
-    m_editor.clear(); // the filter is asked until the last of its objects has gone
+    CierraEditor(); // the program may end with a cell open
+    // What closes from here on is neither edited nor a command's.
+    ++m_ordenes;
+    ++m_dialogos;
+    m_editor.clear();
+    SueltaLineas();
+    delete std::exchange(m_rejilla, nullptr); // before this object is no window of the day any more
 }
 
 void TFAgendaConjunta::ShowModal()
@@ -164,19 +167,20 @@ QString TFAgendaConjunta::DeQuien(int notario) const
 
 void TFAgendaConjunta::VeAlDia(QDate fecha)
 {
+    if (!fecha.isValid())
+        return;
     const TPuestoConjunto puesto = PuestoActual();
-    try {
-        m_motor.RangoPorFecha(fecha);
-    } catch (...) {
-        if (m_fecha.isValid())
-            m_motor.RangoPorFecha(m_fecha); // not one notary's old day beside another's new one
-        throw;
-    }
+    const TRespuesta visto = m_motor.VeDia(fecha);
+    bool alguno = false;
+    for (int notario = 1; notario <= m_modelo->NumNotarios(); ++notario)
+        alguno = alguno || m_motor.DiaMostrado(notario) == fecha;
+    if (!alguno) // all are where they were
+        throw dataset::EDatabaseError(visto.Causa());
     m_fecha = fecha;
     m_modelo->Relee(m_fecha);
     // Where only some notaries lack the day a whole new sheet would double the others'; its holes are seen,
-    // and completed on demand.
-    if (m_modelo->rowCount() == 0)
+    // and completed on demand. What cannot be read may have one.
+    if (m_modelo->rowCount() == 0 && visto.Causa().isEmpty())
         m_motor.InsertaDia(fecha, true);
     Muestra(puesto);
 }
@@ -186,7 +190,7 @@ void TFAgendaConjunta::Muestra(const TPuestoConjunto &puesto)
     const int alto = m_rejilla->verticalScrollBar()->value();
     const int ancho = m_rejilla->horizontalScrollBar()->value();
     const QModelIndex antes = m_rejilla->currentIndex();
-    m_modelo->Relee(m_fecha);
+    m_modelo->Relee(m_fecha, m_rejilla->EstaEditando()); // the rows wait until the cell is closed
     const QModelIndex celda = m_modelo->Celda(puesto);
     if (celda.isValid() && celda != m_rejilla->currentIndex())
         m_rejilla->setCurrentIndex(celda);
@@ -210,24 +214,14 @@ QList<TPuestoConjunto> TFAgendaConjunta::Elegidas() const
 void TFAgendaConjunta::Elige(const QList<TPuestoConjunto> &puestos)
 {
     for (const TPuestoConjunto &puesto : puestos) {
-        const QModelIndex celda = m_modelo->Celda(puesto);
-        if (m_modelo->Puesto(celda) == puesto)
-            m_rejilla->selectionModel()->select(celda, QItemSelectionModel::Select);
+        if (m_modelo->Sigue(puesto))
+            m_rejilla->selectionModel()->select(m_modelo->Celda(puesto), QItemSelectionModel::Select);
     }
 }
 
-void TFAgendaConjunta::RefrescaTablas()
+QString TFAgendaConjunta::RefrescaTablas()
 {
-    bool sinRango = false;
-    for (int notario = 1; notario <= m_modelo->NumNotarios(); ++notario) {
-        DataSet *const tabla = m_motor.Tabla(notario);
-        if (!tabla || tabla->isEditing())
-            continue;
-        tabla->refresh();
-        sinRango = sinRango || !tabla->hasRange();
-    }
-    if (sinRango && m_fecha.isValid())
-        m_motor.RangoPorFecha(m_fecha); // it could not be shown before
+    return m_motor.VeDia(m_fecha).Causa();
 }
 
 void TFAgendaConjunta::Refresca()
@@ -235,30 +229,24 @@ void TFAgendaConjunta::Refresca()
     if (m_ordenes > 0 || m_dialogos > 0 || QApplication::activePopupWidget() ||
         QApplication::activeModalWidget() != this)
         return;
-    try {
-        RefrescaTablas();
-        if (m_rejilla->EstaEditando()) {
-            m_modelo->Relee(m_fecha, true); // the rows wait until the cell is closed
-            return;
-        }
-        const QList<TPuestoConjunto> elegidas = Elegidas();
-        const TPuestoConjunto actual = PuestoActual();
-        const int filas = m_modelo->rowCount();
-        Muestra(actual);
-        if (elegidas.size() > 1 && m_modelo->rowCount() != filas)
-            Elige(elegidas);
-        if (!actual.Hora.isEmpty() && !(PuestoActual() == actual))
-            statusBar()->showMessage(
-                QStringLiteral("Otro puesto ha borrado el hueco de las %1.").arg(actual.Hora),
-                EntreRefrescos);
-        LeeColores();
-    } catch (const std::exception &error) {
-        // Every few seconds again: not in a box that would stop the work.
-        qCWarning(registroConjunta, "%s", error.what());
-        statusBar()->showMessage(QStringLiteral("No se ven los cambios de otros puestos. ") +
-                                     dataset::plainText(error),
+    // Every few seconds again: not in a box that would stop the work.
+    if (const QString causa = RefrescaTablas(); !causa.isEmpty())
+        statusBar()->showMessage(QStringLiteral("No se ven los cambios de otros puestos. ") + causa,
                                  EntreRefrescos);
+    if (m_rejilla->EstaEditando()) {
+        m_modelo->Relee(m_fecha, true); // the rows wait until the cell is closed
+        return;
     }
+    const QList<TPuestoConjunto> elegidas = Elegidas();
+    const TPuestoConjunto actual = PuestoActual();
+    const int filas = m_modelo->rowCount();
+    Muestra(actual);
+    if (elegidas.size() > 1 && m_modelo->rowCount() != filas)
+        Elige(elegidas);
+    if (!actual.Hora.isEmpty() && !m_modelo->Sigue(actual) && !m_modelo->EsIlegible(Notario()))
+        statusBar()->showMessage(
+            QStringLiteral("Otro puesto ha borrado el hueco de las %1.").arg(actual.Hora), EntreRefrescos);
+    LeeColores();
     CuentaAvisos();
 }
 
@@ -282,22 +270,26 @@ void TFAgendaConjunta::MuestraAvisos()
             ilegibles << m_modelo->Nombre(notario);
     }
     const bool huecos = m_modelo->TieneHuecos();
+    QStringList avisos;
     if (!ilegibles.isEmpty())
-        LAviso->setText(QStringLiteral("No se puede leer el día de ") + ilegibles.join(QStringLiteral(", ")) +
-                        u'.');
+        avisos << QStringLiteral("No se puede leer el día de ") + ilegibles.join(QStringLiteral(", ")) + u'.';
     else if (m_modelo->rowCount() == 0)
-        LAviso->setText(QStringLiteral("Este día no tiene hoja. Inserte un hueco, o busque el día otra vez "
-                                       "para añadirla."));
+        avisos << QStringLiteral("Este día no tiene hoja. Inserte un hueco, o busque el día otra vez "
+                                 "para añadirla.");
     else if (!faltan.isEmpty())
-        LAviso->setText(QStringLiteral("Sin hoja de este día: ") + faltan.join(QStringLiteral(", ")) + u'.');
-    else
-        LAviso->setText(QStringLiteral("Hay huecos que no tienen todos los notarios."));
-    m_aviso->setVisible(huecos || !ilegibles.isEmpty() || m_modelo->rowCount() == 0);
+        avisos << QStringLiteral("Sin hoja de este día: ") + faltan.join(QStringLiteral(", ")) + u'.';
+    else if (huecos)
+        avisos << QStringLiteral("Hay huecos que no tienen todos los notarios.");
+    if (m_modelo->FaltanNotarios())
+        avisos << QStringLiteral("Solo se ven los %1 primeros notarios.").arg(m_modelo->NumNotarios());
+    LAviso->setText(avisos.join(u' '));
+    m_aviso->setVisible(!avisos.isEmpty());
     ACompletar->setEnabled(huecos);
     const bool hayCopia = m_motor.HayDatosEnPortapapeles();
     for (QAction *const comando : {APegar, APegarHora, AVaciar})
         comando->setEnabled(hayCopia);
-    LPortapapeles->setText(hayCopia ? QStringLiteral("Copiado: ") + m_horasCopiadas.join(QStringLiteral(", "))
+    LPortapapeles->setText(hayCopia ? QStringLiteral("Copiado: ") +
+                                          m_motor.HorasCopiadas().join(QStringLiteral(", "))
                                     : QString());
 }
 
@@ -315,7 +307,8 @@ void TFAgendaConjunta::CambiaCelda()
         comando->setEnabled(linea);
     AModificar->setEnabled(celda.isValid());
     ABorrar->setEnabled(linea);
-    AAusente->setEnabled(celda.isValid() && !m_modelo->LeFaltaLaHoja(notario));
+    AAusente->setEnabled(celda.isValid() && !m_modelo->LeFaltaLaHoja(notario) &&
+                         !m_modelo->EsIlegible(notario));
     QString texto;
     if (linea) {
         const int primera = (notario - 1) * CamposPorNotario;

@@ -10,10 +10,10 @@
 #include <QtWidgets/QMainWindow>
 
 #include <functional>
-#include <set>
+#include <optional>
 #include <utility>
+#include <vector>
 
-class IAgenda3P;
 class QAction;
 class QLabel;
 class QMenu;
@@ -21,6 +21,7 @@ class QPlainTextEdit;
 class QTimer;
 class QToolBar;
 class TClientesRaiz;
+struct TLineaAgenda;
 namespace dbcontrols
 {
 class MaskEdit;
@@ -29,9 +30,10 @@ class MaskEdit;
 /// The day of all notaries side by side, in which the office books across them: a slot is one of all, a line
 /// is one notary's.
 ///
-/// Every change is a call of the engine. Before it the engine is put on the notary and the line of the cell
-/// that the clerk stands on; afterwards everything is shown afresh and the keys go back to the grid, on the
-/// line just made or changed.
+/// Every command is a call of the engine, with the lines as the clerk sees them when he gives it: what has
+/// changed since is shown instead, and left alone. A cell is typed into the line that the engine has put in
+/// edit mode. Afterwards everything is shown afresh and the keys go back to the grid, on the line just made
+/// or changed.
 class TFAgendaConjunta : public QMainWindow, private IEdicionConjunta
 {
     Q_OBJECT
@@ -95,31 +97,33 @@ private:
     [[nodiscard]] bool PreguntaGrave(const QString &pregunta, const QString &explicacion) const;
     /// A date typed and not left yet counts. @return false, after telling so, when it is none.
     bool AceptaFecha();
-    /// Takes in what others have written, and shows it. @return the row of a place; -1, after telling so,
-    /// when its slot has gone.
-    int FilaAlDia(const TPuestoConjunto &puesto);
-    void RefrescaTablas();
-    /// Puts the engine on the line of a cell. @return false, after telling so, where the notary has no slot.
-    bool SituaEn(int fila, int notario);
-    /// The same, and takes the line's lock. @return false, after telling so, when it cannot be had or says
-    /// something else than is shown.
-    bool TomaLinea(int fila, int notario);
+    /// Takes in what others have written. @return why some of it cannot be seen; empty for nothing.
+    QString RefrescaTablas();
+    /// Whether a notary has a line in a row; tells where he has none.
+    bool HayLinea(int fila, int notario);
+    /// Puts the engine on a notary. @return false, after telling so, where his day cannot be read.
+    bool PonNotario(int notario);
+    /// Puts a line in edit mode as it is shown. @return false, after telling so, when it cannot be had or
+    /// says something else by now.
+    struct TElegida {
+        int Notario = 0;
+        QString Hora;
+        dataset::SeenRecord Linea;
+    };
+    bool TomaLinea(const TElegida &linea);
     void SueltaLineas();
-    /// Takes every notary's line of a row; those without one are put on a line of another hour.
-    bool TomaTodas(int fila);
-    /// Notary and row of the lines that are chosen, by notary.
-    [[nodiscard]] std::set<std::pair<int, int>> LineasElegidas() const;
+    /// The lines of the cells that are chosen, by notary; none, after telling so, where there are only holes.
+    [[nodiscard]] std::vector<TElegida> LineasElegidas();
+    [[nodiscard]] TElegida LineaDe(int fila, int notario) const;
     void NuevoHueco();
     void BorraHueco();
     void Limpia();
     void MarcaSalida();
     void MarcaAusente();
     void Copia();
-    void PegaAqui();
     void PegaAUnaHora();
-    [[nodiscard]] bool PreparaPegado(const QStringList &horas);
-    [[nodiscard]] QStringList Ocupadas(const QStringList &horas) const;
-    void TerminaPegado(const TRespuesta &pegado, const QString &primera);
+    /// @param hora  of the first copied line; null: each goes to its own hour.
+    void Pega(const QString &hora);
     void VaciaPortapapeles();
     void Completa();
     void MueveDia(bool adelante);
@@ -140,9 +144,8 @@ private:
     void TerminaEdicion() override;
     [[nodiscard]] bool HayDialogo() const override { return m_dialogos > 0; }
     bool OfreceHueco(const QModelIndex &celda);
-    /// Adds lines to one notary alone, all of them or none; those that another workstation has added
-    /// meanwhile are there already. @return the last one added; 0 for none.
-    dataset::Bookmark AnadeHuecoA(int notario, const QStringList &horas);
+    /// The code that goes with the party in a cell; the line's own while the party is the same.
+    qint64 ClienteDe(QLineEdit &editor, const TLineaAgenda &linea);
     void EligeDeLista();
     bool CierraEditor();
     void Refresca();
@@ -168,9 +171,10 @@ private:
     QPointer<QWidget> m_propietario;
     QEventLoop m_bucle;
     QDate m_fecha;
-    QStringList m_horasCopiadas; ///< of the lines in the engine's copy buffer, in its order
     QPointer<QLineEdit> m_editor;
     dataset::DataSet *m_enEdicion = nullptr; ///< table of the cell that is being edited
+    int m_notarioEnEdicion = 0;
+    std::optional<std::pair<QString, qint64>> m_elegido; ///< name and code of the client chosen for the cell
     dataset::Bookmark m_lineaEnEdicion = 0;
     TBorrador m_borrador;         ///< of that line
     int m_ordenes = 0;            ///< running; the timer keeps still meanwhile

@@ -4,21 +4,18 @@
 
 #include "agenda/GuardaVentana.h"
 #include "agenda/HoraTexto.h"
-#include "agenda/IAgenda3P.h"
-#include "agenda/LineaAgenda.h"
-#include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
-#include "dbcontrols/Texts.h"
 #include "host/DialogoHora.h"
 
+#include <QtCore/QScopeGuard>
 #include <QtCore/QScopedValueRollback>
-#include <QtCore/QSet>
 #include <QtGui/QAction>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QStatusBar>
 
+#include <set>
 #include <utility>
 
 using dataset::DataSet;
@@ -27,7 +24,6 @@ namespace
 {
 
 constexpr int MensajeLargo = 8000; // ms
-constexpr int MinutosDelDia = 24 * 60;
 
 } // namespace
 
@@ -43,12 +39,12 @@ bool TFAgendaConjunta::Ejecuta(const TOrden &orden)
 {
     if (m_ordenes > 0 || !CierraEditor() || !AceptaFecha())
         return false;
-    ConGuarda([&] {
-        orden();
-        SueltaLineas();
+    ConGuarda(orden);
+    SueltaLineas();
+    ConGuarda([this] { // also where it has failed
+        RefrescaTablas();
         Muestra(PuestoActual());
     });
-    SueltaLineas();
     CambiaCelda();
     m_rejilla->setFocus();
     return true;
@@ -80,8 +76,11 @@ void TFAgendaConjunta::CuentaAvisosPronto()
 
 void TFAgendaConjunta::AvisaSiFallo(const TRespuesta &respuesta, const QString &que)
 {
-    if (!respuesta.Causa().isEmpty())
-        AvisaError(que + u'\n' + respuesta.Causa());
+    if (respuesta.Causa().isEmpty())
+        return;
+    RefrescaTablas(); // what it was refused for is to be seen behind the box
+    Muestra(PuestoActual());
+    AvisaError(que + u'\n' + respuesta.Causa());
 }
 
 bool TFAgendaConjunta::Pregunta(const QString &pregunta, const QString &explicacion) const
@@ -96,39 +95,37 @@ bool TFAgendaConjunta::PreguntaGrave(const QString &pregunta, const QString &exp
     return Servicios().Mensaje->Mensaje_NoSi(pregunta, explicacion, windowTitle()) == RespuestaSi;
 }
 
-bool TFAgendaConjunta::SituaEn(int fila, int notario)
+bool TFAgendaConjunta::HayLinea(int fila, int notario)
 {
-    m_motor.PonNotarioActual(notario);
-    const dataset::Bookmark linea = m_modelo->Linea(fila, notario);
-    DataSet &tabla = m_motor.TablaActual();
-    if (linea != 0 && tabla.rowOf(linea) >= 0 && tabla.goToBookmark(linea))
+    if (m_modelo->Linea(fila, notario) != 0)
         return true;
-    tabla.refresh();
+    if (!PonNotario(notario))
+        return false;
     AvisaError(
-        linea == 0
-            ? QStringLiteral("No hay hueco a las %1 en %2.").arg(m_modelo->Hora(fila), DeQuien(notario))
-            : QStringLiteral("Otro puesto ha borrado la línea de las %1 de %2.")
-                  .arg(m_modelo->Hora(fila), DeQuien(notario)));
+        fila < 0
+            ? QStringLiteral("Este día no tiene ningún hueco.")
+            : QStringLiteral("No hay hueco a las %1 en %2.").arg(m_modelo->Hora(fila), DeQuien(notario)));
     return false;
 }
 
-bool TFAgendaConjunta::TomaLinea(int fila, int notario)
+bool TFAgendaConjunta::PonNotario(int notario)
 {
-    if (!SituaEn(fila, notario))
-        return false;
-    DataSet &tabla = m_motor.TablaActual();
-    if (const TRespuesta tomada = m_motor.Modificar(); !tomada) {
-        AvisaSiFallo(tomada, QStringLiteral("No se puede cambiar la línea de las %1 de %2.")
-                                 .arg(m_modelo->Hora(fila), DeQuien(notario)));
-        tabla.refresh(); // so that a line that has gone is seen to be gone
-        return false;
-    }
-    if (m_modelo->EsComoSeVe(fila, notario, tabla))
+    m_motor.PonNotarioActual(notario);
+    if (m_motor.DiaMostrado(notario) != m_fecha)
+        RefrescaTablas();
+    if (m_motor.DiaMostrado(notario) == m_fecha)
         return true;
-    m_motor.CancelarAgendaN(false);
-    tabla.refresh();
-    AvisaError(dbcontrols::changedElsewhere());
+    AvisaError(QStringLiteral("No se puede leer este día en %1.").arg(DeQuien(notario)));
     return false;
+}
+
+bool TFAgendaConjunta::TomaLinea(const TElegida &linea)
+{
+    m_motor.PonNotarioActual(linea.Notario);
+    const TRespuesta tomada = m_motor.Modificar(linea.Linea);
+    AvisaSiFallo(tomada, QStringLiteral("No se puede cambiar la línea de las %1 de %2.")
+                             .arg(linea.Hora, DeQuien(linea.Notario)));
+    return tomada;
 }
 
 void TFAgendaConjunta::SueltaLineas()
@@ -142,45 +139,6 @@ void TFAgendaConjunta::SueltaLineas()
         m_motor.CancelarAgendaN(false);
     }
     m_motor.PonNotarioActual(actual);
-}
-
-bool TFAgendaConjunta::TomaTodas(int fila)
-{
-    const QString hora = m_modelo->Hora(fila);
-    for (int notario = 1; notario <= m_modelo->NumNotarios(); ++notario) {
-        DataSet *const tabla = m_motor.Tabla(notario);
-        if (!tabla)
-            continue;
-        if (m_modelo->Linea(fila, notario) != 0) {
-            if (!TomaLinea(fila, notario))
-                return false;
-            continue;
-        }
-        // Not on a line of this hour that belongs to another row, which would be deleted with it.
-        int otra = 0;
-        while (otra < tabla->rowCount() && TextoDeFila(*tabla, otra, TCampoLinea::hora) == hora)
-            ++otra;
-        if (otra < tabla->rowCount()) {
-            tabla->setCurrentRow(otra);
-        } else if (tabla->rowCount() > 0) {
-            AvisaError(QStringLiteral("En %1 solo hay huecos a las %2, y este no es suyo. Bórrelo en la "
-                                      "agenda de cada notario.")
-                           .arg(DeQuien(notario), hora));
-            return false;
-        }
-    }
-    return true;
-}
-
-int TFAgendaConjunta::FilaAlDia(const TPuestoConjunto &puesto)
-{
-    RefrescaTablas();
-    Muestra(puesto);
-    const QModelIndex celda = m_modelo->Celda(puesto);
-    if (celda.isValid() && m_modelo->Puesto(celda) == puesto)
-        return celda.row();
-    AvisaError(QStringLiteral("Otro puesto ha borrado el hueco de las %1.").arg(puesto.Hora));
-    return -1;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -213,40 +171,29 @@ void TFAgendaConjunta::NuevoHueco()
 
 void TFAgendaConjunta::BorraHueco()
 {
-    const int fila = FilaAlDia(PuestoActual());
-    if (fila < 0)
+    const int fila = Fila();
+    if (!HayLinea(fila, Notario()))
         return;
+    // Taken before anything is asked: what the clerk sees is what goes, or nothing does.
+    const THueco hueco = m_modelo->Hueco(fila);
+    const QString hora = m_modelo->Hora(fila);
     QStringList ocupadas;
     for (int notario = 1; notario <= m_modelo->NumNotarios(); ++notario) {
         if (notario != Notario() && m_modelo->EstaOcupada(fila, notario))
             ocupadas << m_modelo->Nombre(notario);
     }
-    const QString hora = m_modelo->Hora(fila);
-    // Held while the question is on the screen: what is answered about is what is deleted.
-    if (!TomaTodas(fila))
-        return;
     if (!ocupadas.isEmpty() && !PreguntaGrave(QStringLiteral("¿Desea borrar también esas citas (S/N)?"),
                                               QStringLiteral("A las %1 tienen cita además: %2.")
                                                   .arg(hora, ocupadas.join(QStringLiteral(", ")))))
         return;
     m_motor.PonNotarioActual(Notario());
-    AvisaSiFallo(m_motor.Borrar(true),
-                 QStringLiteral("El hueco de las %1 no se ha podido borrar en todas las agendas.").arg(hora));
+    AvisaSiFallo(m_motor.BorrarHueco(hueco, true),
+                 QStringLiteral("El hueco de las %1 no se ha borrado.").arg(hora));
 }
 
 void TFAgendaConjunta::Completa()
 {
-    RefrescaTablas();
-    m_modelo->Relee(m_fecha);
-    for (int notario = 1; notario <= m_modelo->NumNotarios(); ++notario) {
-        QStringList horas;
-        for (int fila = 0; fila < m_modelo->rowCount(); ++fila) {
-            if (m_modelo->Linea(fila, notario) == 0)
-                horas << m_modelo->Hora(fila);
-        }
-        if (!horas.isEmpty())
-            AnadeHuecoA(notario, horas);
-    }
+    AvisaSiFallo(m_motor.Completar(m_fecha), QStringLiteral("No se han podido completar todas las hojas."));
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -254,56 +201,63 @@ void TFAgendaConjunta::Completa()
 
 void TFAgendaConjunta::Limpia()
 {
-    const int fila = FilaAlDia(PuestoActual());
-    if (fila < 0 || !TomaLinea(fila, Notario()))
+    if (!HayLinea(Fila(), Notario()) || !TomaLinea(LineaDe(Fila(), Notario())))
         return;
     AvisaSiFallo(m_motor.Limpiar(true), QStringLiteral("No se ha podido limpiar la cita."));
 }
 
-std::set<std::pair<int, int>> TFAgendaConjunta::LineasElegidas() const
+TFAgendaConjunta::TElegida TFAgendaConjunta::LineaDe(int fila, int notario) const
 {
-    std::set<std::pair<int, int>> lineas;
+    return {notario, m_modelo->Hora(fila), m_modelo->Vista(fila, notario)};
+}
+
+std::vector<TFAgendaConjunta::TElegida> TFAgendaConjunta::LineasElegidas()
+{
+    std::set<std::pair<int, int>> lugares; // several cells of a line are one
     for (const QModelIndex &celda : m_rejilla->selectionModel()->selectedIndexes()) {
         const int notario = TModeloConjunto::NotarioDe(celda.column());
         if (m_modelo->Linea(celda.row(), notario) != 0)
-            lineas.emplace(notario, celda.row());
+            lugares.emplace(notario, celda.row());
     }
-    if (lineas.empty() && Fila() >= 0)
-        lineas.emplace(Notario(), Fila());
+    if (lugares.empty() && HayLinea(Fila(), Notario()))
+        lugares.emplace(Notario(), Fila());
+    std::vector<TElegida> lineas;
+    for (const auto &[notario, fila] : lugares)
+        lineas.push_back(LineaDe(fila, notario));
     return lineas;
 }
 
 void TFAgendaConjunta::MarcaSalida()
 {
-    for (const auto &[notario, fila] : LineasElegidas()) {
-        if (!SituaEn(fila, notario))
-            return;
-        AvisaSiFallo(m_motor.Salida(), QStringLiteral("No se ha podido marcar la salida de las %1 en %2.")
-                                           .arg(m_modelo->Hora(fila), DeQuien(notario)));
+    for (const TElegida &linea : LineasElegidas()) {
+        if (!TomaLinea(linea))
+            continue;
+        const TRespuesta marcada = m_motor.Salida();
+        AvisaSiFallo(marcada, (marcada ? QStringLiteral("Salida de las %1 en %2.")
+                                       : QStringLiteral("No se ha podido marcar la salida de las %1 en %2."))
+                                  .arg(linea.Hora, DeQuien(linea.Notario)));
     }
 }
 
 void TFAgendaConjunta::MarcaAusente()
 {
     if (!Pregunta(QStringLiteral("¿Desea poner o quitar la ausencia en todo el día (S/N)?"),
-                  DeQuien(Notario())))
+                  DeQuien(Notario())) ||
+        !PonNotario(Notario()))
         return;
-    m_motor.PonNotarioActual(Notario());
-    AvisaSiFallo(m_motor.Ausente(),
-                 QStringLiteral("No se ha podido marcar la ausencia en todas las líneas."));
+    AvisaSiFallo(m_motor.Ausente(), QStringLiteral("La ausencia no ha quedado bien en todas las líneas."));
 }
 
 void TFAgendaConjunta::Copia()
 {
     int copiadas = 0;
-    for (const auto &[notario, fila] : LineasElegidas()) {
-        if (!SituaEn(fila, notario))
-            break;
+    const auto vuelve = qScopeGuard([this] { m_motor.PonNotarioActual(Notario()); });
+    for (const TElegida &linea : LineasElegidas()) {
+        m_motor.PonNotarioActual(linea.Notario);
+        m_motor.TablaActual().goToSeen(linea.Linea);
         m_motor.Copiar();
-        m_horasCopiadas << TLineaAgenda::Actual(m_motor.TablaActual()).Hora;
         ++copiadas;
     }
-    m_motor.PonNotarioActual(Notario());
     if (copiadas > 0)
         statusBar()->showMessage(
             QStringLiteral("Copiadas %1. «Pegar» escribe cada una a su hora en el día y el "
@@ -312,95 +266,49 @@ void TFAgendaConjunta::Copia()
             MensajeLargo);
 }
 
-QStringList TFAgendaConjunta::Ocupadas(const QStringList &horas) const
+void TFAgendaConjunta::Pega(const QString &hora)
 {
-    QStringList ocupadas;
-    for (const QString &hora : horas) {
-        const int fila = m_modelo->FilaDe(hora);
-        if (fila >= 0 && m_modelo->EstaOcupada(fila, Notario()) && !ocupadas.contains(hora))
-            ocupadas << hora;
+    if (!PonNotario(Notario()))
+        return;
+    const TPegado pegado = m_motor.PreparaPegado(m_fecha, hora);
+    for (const TPegado::TDestino &destino : pegado.Destinos) {
+        if (SeVeEnSuHoja(destino.Hora))
+            continue;
+        AvisaError(QStringLiteral("La cita copiada de las %1 quedaría fuera del día.").arg(destino.Copiada));
+        return;
     }
-    return ocupadas;
-}
-
-bool TFAgendaConjunta::PreparaPegado(const QStringList &horas)
-{
-    const QSet<QString> distintas(horas.begin(), horas.end());
-    if (distintas.size() < horas.size() &&
+    Muestra(PuestoActual()); // what is asked about is seen
+    if (pegado.SePisan &&
         !PreguntaGrave(
             QStringLiteral("¿Desea pegar (S/N)?"),
             QStringLiteral("Varias citas copiadas van a la misma hora, y de ellas solo quedará la última.")))
-        return false;
-    // Asked about the day as it is, and again when somebody has booked meanwhile.
-    QStringList consentidas;
-    for (;;) {
-        RefrescaTablas();
-        m_modelo->Relee(m_fecha);
-        QStringList ocupadas = Ocupadas(horas);
-        if (ocupadas == consentidas)
-            break;
-        if (!ocupadas.isEmpty() &&
-            !PreguntaGrave(QStringLiteral("¿Desea escribir encima (S/N)?"),
-                           QStringLiteral("En %1 ya hay citas a las %2, que se perderán.")
-                               .arg(DeQuien(Notario()), ocupadas.join(QStringLiteral(", ")))))
-            return false;
-        consentidas = std::move(ocupadas);
-    }
-    // A slot that others have and this notary has not is his alone to add; the engine would add it to all.
-    QStringList suyas;
-    for (const QString &hora : distintas) {
-        if (m_modelo->FilaDe(hora) >= 0 && m_modelo->LineasA(hora, Notario()) == 0)
-            suyas << hora;
-    }
-    if (!suyas.isEmpty())
-        AnadeHuecoA(Notario(), suyas);
-    m_motor.PonNotarioActual(Notario());
-    return true;
-}
-
-void TFAgendaConjunta::PegaAqui()
-{
-    if (!PreparaPegado(m_horasCopiadas))
         return;
-    TerminaPegado(m_motor.Pegar(m_fecha), m_horasCopiadas.value(0));
+    if (!pegado.Ocupadas.isEmpty() &&
+        !PreguntaGrave(QStringLiteral("¿Desea escribir encima (S/N)?"),
+                       QStringLiteral("En %1 ya hay citas a las %2, que se perderán.")
+                           .arg(DeQuien(Notario()), pegado.Ocupadas.join(QStringLiteral(", ")))))
+        return;
+    const TRespuesta hecho = m_motor.PegaPreparado(pegado);
+    RefrescaTablas();
+    m_modelo->Relee(m_fecha);
+    if (const int fila = m_modelo->FilaDe(pegado.Destinos.value(0).Hora); hecho && fila >= 0)
+        m_rejilla->setCurrentIndex(m_modelo->index(fila, m_columna));
+    AvisaSiFallo(hecho, hecho ? QStringLiteral(
+                                    "Está pegado, pero el hueco no se ha podido añadir en todas las agendas.")
+                              : QStringLiteral("No se ha pegado nada."));
 }
 
 void TFAgendaConjunta::PegaAUnaHora()
 {
     TDialogoHora dialogo(m_modelo->Hora(Fila()), QStringLiteral("Hora de la primera cita copiada:"),
                          QStringLiteral("Pegar a una hora"), this);
-    if (dialogo.exec() != QDialog::Accepted || m_horasCopiadas.isEmpty())
-        return;
-    const int desplaza =
-        MinutosDeHora(dialogo.Hora()).value_or(0) - MinutosDeHora(m_horasCopiadas.first()).value_or(0);
-    QStringList horas;
-    for (const QString &hora : std::as_const(m_horasCopiadas)) {
-        const int total = MinutosDeHora(hora).value_or(-1) + desplaza;
-        if (!hora.contains(u':') || total < 0 || total >= MinutosDelDia) {
-            AvisaError(QStringLiteral("La cita copiada de las %1 quedaría fuera del día.").arg(hora));
-            return;
-        }
-        horas << HoraDeMinutos(total);
-    }
-    if (!PreparaPegado(horas))
-        return;
-    TerminaPegado(m_motor.PegarHora(m_fecha, dialogo.Hora()), horas.value(0));
-}
-
-void TFAgendaConjunta::TerminaPegado(const TRespuesta &pegado, const QString &primera)
-{
-    SueltaLineas(); // the engine leaves pending what it could not write; nobody would see it here
-    RefrescaTablas();
-    m_modelo->Relee(m_fecha);
-    if (const int fila = m_modelo->FilaDe(primera); fila >= 0)
-        m_rejilla->setCurrentIndex(m_modelo->index(fila, m_columna));
-    AvisaSiFallo(pegado, QStringLiteral("No se han podido pegar todas las citas."));
+    if (dialogo.exec() == QDialog::Accepted)
+        Pega(dialogo.Hora());
 }
 
 void TFAgendaConjunta::VaciaPortapapeles()
 {
     m_motor.LimpiarBufferDeCopia();
-    m_horasCopiadas.clear();
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -408,21 +316,17 @@ void TFAgendaConjunta::VaciaPortapapeles()
 
 void TFAgendaConjunta::MueveDia(bool adelante)
 {
-    m_motor.PonNotarioActual(Notario());
-    const TPuestoConjunto puesto = PuestoActual();
-    m_motor.RangoPorFecha(m_fecha); // from a line of this day, wherever others have moved the one stood on
-    if (adelante ? m_motor.SiguienteDia() : m_motor.AnteriorDia()) {
-        const QDate fecha = TLineaAgenda::Actual(m_motor.TablaActual()).Fecha;
-        if (fecha.isValid())
-            m_fecha = fecha;
-        m_motor.RangoPorFecha(m_fecha);
-        Muestra(puesto);
+    if (!PonNotario(Notario()))
         return;
-    }
-    m_motor.RangoPorFecha(m_fecha);
-    AvisaAlUsuario(QStringLiteral("No hay días %1 en %2")
-                       .arg(adelante ? QStringLiteral("posteriores") : QStringLiteral("anteriores"),
-                            DeQuien(Notario())));
+    const TPuestoConjunto puesto = PuestoActual();
+    const bool hay = adelante ? m_motor.SiguienteDia() : m_motor.AnteriorDia();
+    if (hay)
+        m_fecha = m_motor.DiaMostrado(Notario());
+    Muestra(puesto);
+    if (!hay)
+        AvisaAlUsuario(QStringLiteral("No hay días %1 en %2")
+                           .arg(adelante ? QStringLiteral("posteriores") : QStringLiteral("anteriores"),
+                                DeQuien(Notario())));
 }
 
 void TFAgendaConjunta::BuscaDia()
@@ -435,6 +339,6 @@ void TFAgendaConjunta::BuscaDia()
 
 void TFAgendaConjunta::Imprime(void (IAgenda3P::*informe)(QDate))
 {
-    m_motor.PonNotarioActual(Notario());
-    (m_motor.*informe)(m_fecha);
+    if (PonNotario(Notario()))
+        (m_motor.*informe)(m_fecha);
 }

@@ -2,18 +2,13 @@
 
 #include "host/AgendaConjunta.h"
 
-#include "agenda/HojaDia.h"
-#include "agenda/HojaNueva.h"
-#include "agenda/IAgenda3P.h"
 #include "agenda/LineaAgenda.h"
-#include "agenda/Ruttb.h"
 #include "agenda/host/Clacliraiz.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
 #include "dbcontrols/FieldLink.h"
 
 #include <QtCore/QScopedValueRollback>
-#include <QtCore/QSet>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QStatusBar>
 
@@ -46,11 +41,11 @@ bool TFAgendaConjunta::EmpiezaEdicion(const QModelIndex &celda)
                 return;
             puesto = PuestoActual();
         }
-        hecho = TomaLinea(m_modelo->Celda(puesto).row(), notario);
-        if (!hecho)
-            Muestra(puesto);
+        hecho = TomaLinea(LineaDe(m_modelo->Celda(puesto).row(), notario));
     });
     m_enEdicion = hecho ? &m_motor.TablaActual() : nullptr;
+    m_notarioEnEdicion = notario;
+    m_elegido.reset();
     if (hecho) {
         m_lineaEnEdicion = m_enEdicion->bookmark();
         m_borrador.Empieza(*m_enEdicion);
@@ -62,48 +57,21 @@ bool TFAgendaConjunta::OfreceHueco(const QModelIndex &celda)
 {
     const int notario = TModeloConjunto::NotarioDe(celda.column());
     TPuestoConjunto puesto = m_modelo->Puesto(celda);
-    if (m_modelo->EsIlegible(notario)) {
-        AvisaError(QStringLiteral("No se puede leer este día en %1.").arg(DeQuien(notario)));
+    if (!PonNotario(notario))
         return false;
-    }
     if (!Pregunta(QStringLiteral("¿Desea añadirlo (S/N)?"),
                   QStringLiteral("No hay hueco a las %1 en %2.").arg(puesto.Hora, DeQuien(notario))))
         return false;
-    const dataset::Bookmark linea = AnadeHuecoA(notario, {puesto.Hora});
-    m_modelo->Relee(m_fecha);
-    const int fila = m_modelo->FilaDeLinea(linea, notario);
-    if (fila >= 0)
-        puesto = m_modelo->Puesto(m_modelo->index(fila, celda.column()));
-    Muestra(puesto);
-    if (fila < 0)
-        AvisaError(QStringLiteral("Otro puesto ha añadido ya ese hueco. Mire lo que dice ahora."));
-    return fila >= 0;
-}
-
-dataset::Bookmark TFAgendaConjunta::AnadeHuecoA(int notario, const QStringList &horas)
-{
-    DataSet *const tabla = m_motor.Tabla(notario);
-    if (!tabla || m_modelo->EsIlegible(notario))
-        return 0;
-    dataset::Bookmark ultima = 0;
-    const dataset::ControlsGuard sinAvisos(*tabla);
-    const dataset::PendingEditGuard sinResto(*tabla);
-    dataset::CommitGroup todas(*tabla);
-    PonRangoDelDia(*tabla, m_fecha); // the day as it is now that nobody else writes
-    const QSet<QString> distintas(horas.begin(), horas.end());
-    for (const QString &hora : distintas) {
-        int faltan = m_modelo->LineasA(hora, notario) + static_cast<int>(horas.count(hora));
-        for (int fila = 0; fila < tabla->rowCount(); ++fila)
-            faltan -= TextoDeFila(*tabla, fila, TCampoLinea::hora) == hora ? 1 : 0;
-        for (; faltan > 0; --faltan) {
-            InsertaLinea(*tabla, m_fecha, hora);
-            TBPost(*tabla);
-            ultima = tabla->bookmark();
-        }
+    m_motor.PonNotarioActual(notario);
+    const TRespuesta anadido =
+        m_motor.AnadirSolo(m_fecha, puesto.Hora, m_modelo->LineasA(puesto.Hora, notario));
+    if (!anadido) {
+        AvisaSiFallo(anadido, QStringLiteral("El hueco de las %1 no se ha añadido.").arg(puesto.Hora));
+        return false;
     }
-    todas.commit();
-    tabla->refresh();
-    return ultima;
+    puesto.Linea = m_motor.TablaActual().bookmark();
+    Muestra(puesto);
+    return m_modelo->Sigue(puesto);
 }
 
 void TFAgendaConjunta::PreparaEditor(QLineEdit &editor, const QModelIndex &celda)
@@ -132,6 +100,7 @@ void TFAgendaConjunta::EligeDeLista()
             m_clientes->Elige(QStringLiteral("Interesado de la cita"), nombre) && m_editor) {
             m_editor->setText(m_clientes->Nombre().left(m_editor->maxLength()));
             m_editor->setProperty(Codigo, m_clientes->Codigo());
+            m_elegido.emplace(m_editor->text(), m_clientes->Codigo());
         }
     });
     if (m_editor)
@@ -146,9 +115,12 @@ void TFAgendaConjunta::AvisaDespues(const QString &texto)
 
 bool TFAgendaConjunta::GuardaEdicion(QLineEdit &editor, const QModelIndex &celda)
 {
-    DataSet &tabla = m_motor.TablaActual();
-    if (!m_enEdicion || m_enEdicion != &tabla)
-        return editor.text() == celda.data(Qt::EditRole).toString();
+    if (!m_enEdicion) { // closed already, which nothing is known to bring about
+        AvisaDespues(QStringLiteral("No se ha podido guardar la cita.\nHabía escrito:\n") + editor.text());
+        return true;
+    }
+    m_motor.PonNotarioActual(m_notarioEnEdicion);
+    DataSet &tabla = *m_enEdicion;
     // Not in edit where the line could not be had again after a failure.
     TRespuesta guardada = tabla.isEditing() ? TRespuesta(true) : RecuperaCelda();
     if (guardada) {
@@ -174,24 +146,32 @@ TRespuesta TFAgendaConjunta::EscribeCelda(QLineEdit &editor, const QModelIndex &
         DataSet &tabla = *m_enEdicion;
         const TCampoConjunto campo = TModeloConjunto::CampoDe(celda.column());
         TLineaAgenda linea = TLineaAgenda::Actual(tabla);
-        qint64 cliente = linea.Codigo();
-        if (campo == TCampoConjunto::interesado && m_clientes) {
-            m_clientes->ExitBusqueda(editor, true);
-            cliente = editor.property(Codigo).toLongLong();
-        }
-        const bool mismoTexto = editor.text() == celda.data(Qt::EditRole).toString();
-        if (mismoTexto && cliente == linea.Codigo() && !tabla.isModified())
+        const QString nombre = TModeloConjunto::NombreDelCampo(campo);
+        const qint64 cliente =
+            campo == TCampoConjunto::interesado ? ClienteDe(editor, linea) : linea.Codigo();
+        if (editor.text() == tabla.field(nombre).asText() && cliente == linea.Codigo() && !tabla.isModified())
             return true; // nothing was changed, and the end of the editing gives the line back
         if (cliente != linea.Codigo()) {
             linea.CodCliente = static_cast<double>(cliente);
             linea.Escribe(tabla, TCampoLinea::codCliente);
         }
-        tabla.field(TModeloConjunto::NombreDelCampo(campo)).setText(dbcontrols::keptBy(tabla, editor.text()));
+        tabla.field(nombre).setText(dbcontrols::keptBy(tabla, editor.text()));
         m_borrador.Guarda(tabla);
         return m_motor.AceptarAgendaN();
     } catch (const std::exception &error) {
         return TRespuesta::Fallo(dataset::plainText(error));
     }
+}
+
+qint64 TFAgendaConjunta::ClienteDe(QLineEdit &editor, const TLineaAgenda &linea)
+{
+    if (m_elegido && m_elegido->first == editor.text())
+        return m_elegido->second; // who may have another one's name
+    // Not searched where nothing was typed: that the list does not know the name just now unlinks nobody.
+    if (!m_clientes || editor.text() == linea.Interesado)
+        return linea.Codigo();
+    m_clientes->ExitBusqueda(editor, true);
+    return editor.property(Codigo).toLongLong();
 }
 
 TRespuesta TFAgendaConjunta::RecuperaCelda()

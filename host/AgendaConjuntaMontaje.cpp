@@ -95,7 +95,7 @@ void TFAgendaConjunta::CreaComandosDeLineas()
                           [this] { Copia(); });
     APegar = CreaComando("APegar", QStringLiteral("&Pegar aquí"),
                          QStringLiteral("Escribe lo copiado a las mismas horas de este día y notario"),
-                         QKeySequence::Paste, [this] { PegaAqui(); });
+                         QKeySequence::Paste, [this] { Pega({}); });
     APegarHora = CreaComando("APegarHora", QStringLiteral("Pegar a una &hora..."),
                              QStringLiteral("Escribe lo copiado a partir de una hora"),
                              QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_V), [this] { PegaAUnaHora(); });

@@ -1,12 +1,15 @@
 #include "host/ModeloConjunto.h"
 
-#include "agenda/IAgenda3P.h"
 #include "agenda/LineaAgenda.h"
+
+#include <QtCore/QLoggingCategory>
 
 #include <algorithm>
 
 namespace
 {
+
+Q_LOGGING_CATEGORY(registroModelo, "oficina.conjunta")
 
 struct TColumna {
     TCampoLinea Campo;
@@ -35,18 +38,25 @@ void TModeloConjunto::PonMotor(IAgenda3P &motor, const QStringList &nombres)
     beginResetModel();
     m_motor = &motor;
     m_nombres = nombres.mid(0, MaxNotarios);
+    m_faltan = nombres.size() > MaxNotarios;
     m_filas.clear();
     endResetModel();
 }
 
-void TModeloConjunto::LeeTabla(const dataset::DataSet &tabla, int notario, TFilas &filas) const
+/// @return false, with nothing added to the rows, when not all of the notary's day can be read.
+bool TModeloConjunto::LeeTabla(int notario, TFilas &filas) const
 {
-    std::map<QString, int> vistas;
+    const dataset::DataSet &tabla = *m_motor->Tabla(notario);
+    std::vector<TLineaAgenda> lineas;
     for (int fila = 0; fila < tabla.rowCount(); ++fila) {
-        const TLineaAgenda linea = TLineaAgenda::DeFila(tabla, fila);
-        if (!linea.Fecha.isValid()) // every line of a range has its date
-            throw dataset::EDatabaseError(
-                QStringLiteral("No se puede leer una línea de la agenda de %1.").arg(Nombre(notario)));
+        lineas.push_back(TLineaAgenda::DeFila(tabla, fila));
+        if (!lineas.back().Fecha.isValid()) { // every line of a range has its date
+            qCWarning(registroModelo, "A line of notary %d cannot be read", notario);
+            return false;
+        }
+    }
+    std::map<QString, int> vistas;
+    for (const TLineaAgenda &linea : lineas) {
         if (linea.Fecha != m_dia)
             continue; // another workstation has moved it meanwhile
         const int orden = vistas[linea.Hora]++;
@@ -55,26 +65,24 @@ void TModeloConjunto::LeeTabla(const dataset::DataSet &tabla, int notario, TFila
         una.Orden = orden;
         una.Celdas.at(static_cast<std::size_t>(notario - 1)) = TCelda::De(linea);
     }
+    return true;
 }
 
 TModeloConjunto::TCelda TModeloConjunto::TCelda::De(const TLineaAgenda &linea)
 {
-    TCelda celda{linea.Registro(), {}, linea.EsSalida()};
+    TCelda celda{linea.Vista, {}, linea.EsSalida()};
     for (std::size_t campo = 0; campo < celda.Textos.size(); ++campo)
         celda.Textos.at(campo) = linea.Texto(Columnas().at(campo).Campo);
     return celda;
 }
 
-std::vector<TModeloConjunto::TFila> TModeloConjunto::LeeTablas()
+std::vector<TModeloConjunto::TFila> TModeloConjunto::LeeTablas(TIlegibles &ilegibles) const
 {
     TFilas filas;
     for (int notario = 1; m_motor && notario <= NumNotarios(); ++notario) {
-        const dataset::DataSet *const tabla = m_motor->Tabla(notario);
-        // Without its day's range a table shows everything, or another day: nothing is known of this one.
-        const bool ilegible = tabla && !tabla->hasRange();
-        m_ilegibles.at(static_cast<std::size_t>(notario - 1)) = ilegible;
-        if (tabla && !ilegible)
-            LeeTabla(*tabla, notario, filas);
+        // One that shows everything, or another day, could not be brought to this one.
+        ilegibles.at(static_cast<std::size_t>(notario - 1)) =
+            m_motor->Tabla(notario) && (m_motor->DiaMostrado(notario) != m_dia || !LeeTabla(notario, filas));
     }
     std::vector<TFila> lista;
     lista.reserve(filas.size());
@@ -86,29 +94,40 @@ std::vector<TModeloConjunto::TFila> TModeloConjunto::LeeTablas()
 void TModeloConjunto::Relee(QDate dia, bool conservaFilas)
 {
     m_dia = dia;
-    std::vector<TFila> nuevas = LeeTablas();
+    TIlegibles ilegibles{};
+    std::vector<TFila> nuevas = LeeTablas(ilegibles);
     const auto mismoHueco = [](const TFila &una, const TFila &otra) {
         return una.Hora == otra.Hora && una.Orden == otra.Orden;
     };
-    if (!std::equal(m_filas.begin(), m_filas.end(), nuevas.begin(), nuevas.end(), mismoHueco)) {
-        if (conservaFilas)
-            return;
+    const bool mismas = std::equal(m_filas.begin(), m_filas.end(), nuevas.begin(), nuevas.end(), mismoHueco);
+    if (!mismas && conservaFilas)
+        return;
+    std::swap(m_ilegibles, ilegibles);
+    if (!mismas) {
         beginResetModel();
         m_filas = std::move(nuevas);
         endResetModel();
         return;
     }
     std::swap(m_filas, nuevas);
-    for (std::size_t fila = 0; fila < m_filas.size(); ++fila) {
-        for (int notario = 1; notario <= NumNotarios(); ++notario) {
-            const auto cual = static_cast<std::size_t>(notario - 1);
-            if (m_filas.at(fila).Celdas.at(cual) == nuevas.at(fila).Celdas.at(cual))
-                continue;
-            const int primera = (notario - 1) * CamposPorNotario;
-            emit dataChanged(index(static_cast<int>(fila), primera),
-                             index(static_cast<int>(fila), primera + CamposPorNotario - 1));
-        }
+    for (int notario = 1; notario <= NumNotarios(); ++notario) {
+        const auto cual = static_cast<std::size_t>(notario - 1);
+        CuentaCambios(notario, nuevas, m_ilegibles.at(cual) != ilegibles.at(cual));
     }
+}
+
+/// @param todas  all of the notary's cells are painted otherwise, and his title too.
+void TModeloConjunto::CuentaCambios(int notario, const std::vector<TFila> &antes, bool todas)
+{
+    const auto cual = static_cast<std::size_t>(notario - 1);
+    const int primera = (notario - 1) * CamposPorNotario;
+    const int ultima = primera + CamposPorNotario - 1;
+    for (std::size_t fila = 0; fila < m_filas.size(); ++fila) {
+        if (todas || m_filas.at(fila).Celdas.at(cual) != antes.at(fila).Celdas.at(cual))
+            emit dataChanged(index(static_cast<int>(fila), primera), index(static_cast<int>(fila), ultima));
+    }
+    if (todas)
+        emit headerDataChanged(Qt::Horizontal, primera, ultima);
 }
 
 QString TModeloConjunto::NombreDelCampo(TCampoConjunto campo)
@@ -131,7 +150,22 @@ QString TModeloConjunto::Hora(int fila) const
 
 dataset::Bookmark TModeloConjunto::Linea(int fila, int notario) const
 {
-    return CeldaDe(fila, notario).Linea;
+    return Vista(fila, notario).bookmark();
+}
+
+const dataset::SeenRecord &TModeloConjunto::Vista(int fila, int notario) const
+{
+    return CeldaDe(fila, notario).Vista;
+}
+
+THueco TModeloConjunto::Hueco(int fila) const
+{
+    THueco hueco;
+    for (int notario = 1; notario <= NumNotarios(); ++notario) {
+        if (Linea(fila, notario) != 0)
+            hueco << TLineaDeHueco{notario, Vista(fila, notario)};
+    }
+    return hueco;
 }
 
 bool TModeloConjunto::EstaOcupada(int fila, int notario) const
@@ -139,13 +173,6 @@ bool TModeloConjunto::EstaOcupada(int fila, int notario) const
     const TCelda &celda = CeldaDe(fila, notario);
     return celda.Salida || std::any_of(celda.Textos.begin(), celda.Textos.end(),
                                        [](const QString &texto) { return !texto.isEmpty(); });
-}
-
-bool TModeloConjunto::EsComoSeVe(int fila, int notario, dataset::DataSet &tabla) const
-{
-    const TCelda &celda = CeldaDe(fila, notario);
-    const TLineaAgenda linea = TLineaAgenda::Actual(tabla);
-    return celda.Linea != 0 && TCelda::De(linea) == celda && linea.Fecha == m_dia && linea.Hora == Hora(fila);
 }
 
 bool TModeloConjunto::EsIlegible(int notario) const
@@ -156,7 +183,8 @@ bool TModeloConjunto::EsIlegible(int notario) const
 int TModeloConjunto::LineasA(const QString &hora, int notario) const
 {
     return static_cast<int>(std::count_if(m_filas.begin(), m_filas.end(), [&](const TFila &fila) {
-        return fila.Hora == hora && fila.Celdas.at(static_cast<std::size_t>(notario - 1)).Linea != 0;
+        return fila.Hora == hora &&
+               fila.Celdas.at(static_cast<std::size_t>(notario - 1)).Vista.bookmark() != 0;
     }));
 }
 
@@ -196,18 +224,30 @@ TPuestoConjunto TModeloConjunto::Puesto(const QModelIndex &celda) const
     if (!celda.isValid() || celda.row() >= rowCount())
         return {};
     const TFila &fila = m_filas.at(static_cast<std::size_t>(celda.row()));
-    return {fila.Hora, fila.Orden, celda.column()};
+    return {fila.Hora, fila.Orden, celda.column(), Linea(celda.row(), NotarioDe(celda.column()))};
+}
+
+bool TModeloConjunto::Sigue(const TPuestoConjunto &puesto) const
+{
+    if (puesto.Linea != 0)
+        return FilaDeLinea(puesto.Linea, NotarioDe(puesto.Columna)) >= 0;
+    return std::any_of(m_filas.begin(), m_filas.end(), [&puesto](const TFila &fila) {
+        return fila.Hora == puesto.Hora && fila.Orden == puesto.Orden;
+    });
 }
 
 QModelIndex TModeloConjunto::Celda(const TPuestoConjunto &puesto) const
 {
     if (m_filas.empty())
         return {};
+    const int columna = std::min(puesto.Columna, columnCount() - 1);
+    if (const int fila = FilaDeLinea(puesto.Linea, NotarioDe(columna)); fila >= 0)
+        return index(fila, columna);
     const auto sitio = std::find_if(m_filas.begin(), m_filas.end(), [&puesto](const TFila &fila) {
         return std::make_pair(fila.Hora, fila.Orden) >= std::make_pair(puesto.Hora, puesto.Orden);
     });
     const auto fila = std::min<std::ptrdiff_t>(sitio - m_filas.begin(), rowCount() - 1);
-    return index(static_cast<int>(fila), std::min(puesto.Columna, columnCount() - 1));
+    return index(static_cast<int>(fila), columna);
 }
 
 int TModeloConjunto::FilaDe(const QString &hora) const
@@ -245,9 +285,13 @@ QVariant TModeloConjunto::data(const QModelIndex &indice, int papel) const
         return QStringLiteral("%1, %2%3, %4: %5")
             .arg(Nombre(notario), Hora(indice.row()), celda.Salida ? QStringLiteral(", salida") : QString(),
                  Columnas().at(campo).Titulo,
-                 celda.Linea == 0 ? QStringLiteral("sin hueco") : celda.Textos.at(campo));
+                 EsIlegible(notario)           ? QStringLiteral("no se puede leer")
+                 : celda.Vista.bookmark() == 0 ? QStringLiteral("sin hueco")
+                                               : celda.Textos.at(campo));
     case PapelHueco:
-        return celda.Linea == 0;
+        return celda.Vista.bookmark() == 0;
+    case PapelIlegible:
+        return EsIlegible(notario);
     default:
         return {};
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agenda/IAgenda3P.h"
 #include "agenda/MotorDeTablas.h"
 #include "dataset/DataSet.h"
 
@@ -13,30 +14,32 @@
 #include <utility>
 #include <vector>
 
-class IAgenda3P;
 struct TLineaAgenda;
 
 /// What is shown of a line, in the order of a notary's columns.
 enum class TCampoConjunto { concepto, interesado, oficial };
 inline constexpr int CamposPorNotario = 3;
 
-/// A place in the day that outlives its row number: the hour, which line of that hour, and the column.
+/// A place in the day that outlives its row number: the line that stood there, or else the hour and which of
+/// the rows of that hour; and the column.
 struct TPuestoConjunto {
     QString Hora;
-    int Orden = 0; ///< from 0, among the lines of the same hour
+    int Orden = 0; ///< from 0, among the rows of the same hour
     int Columna = 0;
-    friend bool operator==(const TPuestoConjunto &, const TPuestoConjunto &) = default;
+    dataset::Bookmark Linea = 0; ///< 0 where the notary had none
 };
 
 /// The day of every notary side by side: one row for each slot that any of them has, three columns for each
-/// notary. It keeps copies of what it shows and follows the tables only when told to, so a command that
-/// changes five of them is seen once, at its end.
+/// notary. A row is the set of lines that were seen side by side, with the n-th line that each notary has of
+/// an hour in the n-th row of that hour. It keeps copies of what it shows and follows the tables only when
+/// told to, so a command that changes five of them is seen once, at its end. A notary whose table cannot be
+/// read has no lines, and is marked.
 class TModeloConjunto : public QAbstractTableModel
 {
     Q_OBJECT
 public:
-    /// Beside Qt's roles: whether the notary has no line there.
-    enum TPapel { PapelHueco = Qt::UserRole };
+    /// Beside Qt's roles: whether the notary has no line there, and whether that is only not known.
+    enum TPapel { PapelHueco = Qt::UserRole, PapelIlegible };
 
     explicit TModeloConjunto(QObject *padre);
 
@@ -45,10 +48,11 @@ public:
     /// Shows what the tables hold of a day by now. Where the slots are the same only cells that differ are
     /// told; lines of another day are left out.
     /// @param conservaFilas  does nothing when slots have come or gone: a cell is being edited.
-    /// @throws dataset::EDatabaseError
     void Relee(QDate dia, bool conservaFilas = false);
 
     [[nodiscard]] int NumNotarios() const { return static_cast<int>(m_nombres.size()); }
+    /// Whether the office has more notaries than are shown.
+    [[nodiscard]] bool FaltanNotarios() const { return m_faltan; }
     [[nodiscard]] QString Nombre(int notario) const { return m_nombres.value(notario - 1); }
     /// Notary, 1-based, and field of a column.
     [[nodiscard]] static int NotarioDe(int columna) { return columna / CamposPorNotario + 1; }
@@ -61,8 +65,10 @@ public:
     [[nodiscard]] QString Hora(int fila) const;
     /// The line of a notary in a row; 0 where he has no such slot.
     [[nodiscard]] dataset::Bookmark Linea(int fila, int notario) const;
-    /// Whether a line, read afresh and current in its table, still says what is shown of it.
-    [[nodiscard]] bool EsComoSeVe(int fila, int notario, dataset::DataSet &tabla) const;
+    /// The same as it is shown.
+    [[nodiscard]] const dataset::SeenRecord &Vista(int fila, int notario) const;
+    /// The lines of a row as they are shown.
+    [[nodiscard]] THueco Hueco(int fila) const;
     /// Whether something is written in the line of a notary.
     [[nodiscard]] bool EstaOcupada(int fila, int notario) const;
     /// Whether a notary has no line at all while others have some.
@@ -73,6 +79,8 @@ public:
     /// How many lines a notary has at an hour.
     [[nodiscard]] int LineasA(const QString &hora, int notario) const;
     [[nodiscard]] TPuestoConjunto Puesto(const QModelIndex &celda) const;
+    /// Whether what stood at a place is still of the day.
+    [[nodiscard]] bool Sigue(const TPuestoConjunto &puesto) const;
     /// The cell of a place; the nearest slot after it, or the last one, where it is gone.
     [[nodiscard]] QModelIndex Celda(const TPuestoConjunto &puesto) const;
     /// First row of an hour; -1 for none.
@@ -90,11 +98,16 @@ public:
 
 private:
     struct TCelda {
-        dataset::Bookmark Linea = 0;
+        dataset::SeenRecord Vista;
         std::array<QString, CamposPorNotario> Textos;
         bool Salida = false;
         static TCelda De(const TLineaAgenda &linea);
-        bool operator==(const TCelda &) const = default;
+        /// Whether they look the same.
+        bool operator==(const TCelda &otra) const
+        {
+            return Vista.bookmark() == otra.Vista.bookmark() && Textos == otra.Textos &&
+                   Salida == otra.Salida;
+        }
     };
     struct TFila {
         QString Hora;
@@ -102,14 +115,17 @@ private:
         std::array<TCelda, MaxNotarios> Celdas;
     };
     using TFilas = std::map<std::pair<QString, int>, TFila>;
-    [[nodiscard]] std::vector<TFila> LeeTablas();
-    void LeeTabla(const dataset::DataSet &tabla, int notario, TFilas &filas) const;
+    using TIlegibles = std::array<bool, MaxNotarios>;
+    [[nodiscard]] std::vector<TFila> LeeTablas(TIlegibles &ilegibles) const;
+    [[nodiscard]] bool LeeTabla(int notario, TFilas &filas) const;
+    void CuentaCambios(int notario, const std::vector<TFila> &antes, bool todas);
     [[nodiscard]] const TCelda &CeldaDe(int fila, int notario) const;
 
     IAgenda3P *m_motor = nullptr;
     QStringList m_nombres;
     std::vector<TFila> m_filas;
     QDate m_dia;
-    std::array<bool, MaxNotarios> m_ilegibles{};
+    TIlegibles m_ilegibles{};
+    bool m_faltan = false;
     QColor m_colorSalida;
 };

@@ -74,8 +74,9 @@ void TCabeceraConjunta::paintSection(QPainter *pintor, const QRect &lugar, int c
     letra.setBold(true);
     pintor->setFont(letra);
     pintor->setPen(palette().color(actual ? QPalette::HighlightedText : QPalette::ButtonText));
-    const QString nombre =
-        QFontMetrics(letra).elidedText(m_modelo.Nombre(notario), Qt::ElideRight, grupo.width() - 2 * Margen);
+    const QString rotulo = m_modelo.Nombre(notario) +
+                           (m_modelo.EsIlegible(notario) ? QStringLiteral(" (no se puede leer)") : QString());
+    const QString nombre = QFontMetrics(letra).elidedText(rotulo, Qt::ElideRight, grupo.width() - 2 * Margen);
     // In the middle of what is in sight of the group.
     pintor->drawText(grupo.intersected(viewport()->rect()), Qt::AlignCenter, nombre);
     pintor->restore();
@@ -180,7 +181,9 @@ void TRejillaConjunta::closeEditor(QWidget *editor, QAbstractItemDelegate::EndEd
     if (!siguiente && luego != QAbstractItemDelegate::EditPreviousItem)
         return;
     setCurrentIndex(moveCursor(siguiente ? MoveNext : MovePrevious, Qt::NoModifier));
-    edit(currentIndex(), AllEditTriggers, nullptr);
+    // Who types on to the next cell has not asked for a slot where there is none.
+    if (!currentIndex().data(TModeloConjunto::PapelHueco).toBool())
+        edit(currentIndex(), AllEditTriggers, nullptr);
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -212,7 +215,8 @@ void TDelegadoConjunto::paint(QPainter *pintor, const QStyleOptionViewItem &opci
     pintor->setPen(tinta);
     const QRect dentro = opcion.rect.adjusted(Margen, 0, -Margen, 0);
     if (hueco) {
-        pintor->drawText(dentro, Qt::AlignCenter, QStringLiteral("–"));
+        const bool ilegible = celda.data(TModeloConjunto::PapelIlegible).toBool();
+        pintor->drawText(dentro, Qt::AlignCenter, ilegible ? QStringLiteral("?") : QStringLiteral("–"));
     } else {
         QString texto = celda.data().toString();
         texto.replace(u'\n', u' ');

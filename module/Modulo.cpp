@@ -159,14 +159,14 @@ bool TModulo::Libera()
 
 void TModulo::Deshaz()
 {
+    if (m_servicios)
+        LiberaUnidades();
     m_informes1.reset();
     m_vistas1.reset();
     m_informes.reset();
     m_vistas.reset();
     goConfAgendaN.reset();
     m_vistaConfiguracion.reset();
-    if (m_servicios)
-        LiberaUnidades();
     m_servicios.reset();
 }
 

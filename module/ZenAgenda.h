@@ -33,10 +33,12 @@
 // (IAgenda3P::Tabla) belongs to the agenda and ends with it. Text and dates are copies.
 //
 // Failure. What the user can put right is told to the user by the agenda itself, in the host's message boxes.
-// What the agenda cannot go on with is thrown as dataset::EDatabaseError, with a Spanish text for the user;
-// boolean answers never throw. After an exception the object it came from can be used further, or deleted.
+// What the agenda cannot go on with is thrown as dataset::EDatabaseError, with a Spanish text for the user,
+// also by operations that answer a boolean; each interface says which of its own throw. Only what answers a
+// TRespuesta never does: the cause comes with it. After an exception the object it came from can be used
+// further, or deleted.
 //
-// Unload. Libera() gives everything back in reverse: makers, settings object, units, services. While an
+// Unload. Libera() gives everything back in reverse: units, makers, settings object, services. While an
 // agenda lives it answers false and does nothing: the host deletes its agendas first, and then unloads the
 // module, which deletes its root object. A host that unloads under an agenda that lives has all of it taken
 // away all the same, and must not touch that agenda again, not even to delete it. The library's code stays
@@ -77,7 +79,7 @@ class IZenAgenda
 {
 public:
     /// Grows with every change of these interfaces, of those in agenda/host/ and of what they hand over.
-    static constexpr int VersionInterfaz = 5;
+    static constexpr int VersionInterfaz = 6;
     using TTablas = std::array<dataset::DataSet *, 5>;
 
     virtual ~IZenAgenda() = default;

@@ -1,5 +1,7 @@
 #include "tests/agenda3p/Motor3P.h"
 
+#include <functional>
+
 using support::Hoy;
 using support::Manana;
 using support::Motor3PTest;
@@ -116,6 +118,26 @@ TEST_F(Motor3PTest, TheMarksAreToggles)
         EXPECT_TRUE(oficina.dia(2, Hoy).contains(texto + u' ' + caso.trasAusente)) << caso.concepto;
     }
     EXPECT_EQ(oficina.dia(3, Hoy).at(1), "10:00 [SALIDA]Poder S");
+}
+
+TEST_F(Motor3PTest, ASubjectThatIsTooLongWithTheMarkIsToldWithItsLostEnd)
+{
+    enTodas(Hoy, {"08:00"});
+    oficina.linea(1, Hoy, "09:00", QString(245, QLatin1Char('x')) + "final");
+    ve("09:00");
+    const struct {
+        std::function<TRespuesta()> marca;
+        QString perdido;
+    } casos[] = {{[this] { return motor().Salida(); }, "«inal»"},
+                 {[this] { return motor().Ausente(); }, "«f»"}};
+    for (const auto &caso : casos) {
+        const TRespuesta respuesta = caso.marca();
+        EXPECT_TRUE(respuesta);
+        EXPECT_TRUE(respuesta.Causa().contains(caso.perdido)) << respuesta.Causa().toStdString();
+        EXPECT_EQ(valor("CONCEPTO").size(), 254);
+    }
+    EXPECT_EQ(valor("HORA"), "09:00") << "it goes back to its line";
+    EXPECT_TRUE(motor().Ausente().Causa().isEmpty()) << "what fits is not told";
 }
 
 // The mark is for a day: a table that shows the whole of itself is left alone.

@@ -1,5 +1,12 @@
 #include "tests/agenda3p/Motor3P.h"
 
+#include "dataset/MemTable.h"
+#if defined(Q_OS_LINUX)
+#include "tests/driver/FileCalls.h"
+#endif
+
+#include <cerrno>
+
 using support::Hoy;
 using support::Manana;
 using support::Motor3PTest;
@@ -33,7 +40,9 @@ TEST_F(CopiaTest, PastingWritesTheTargetLinesAndNoOthers)
     oficina.linea(1, Manana, "09:00", "Estaba", "S");
     oficina.linea(2, Manana, "09:00", "Ajena");
     oficina.linea(1, Manana, "12:00", "Queda");
-    EXPECT_FALSE((copiaDos(), motor().LimpiarBufferDeCopia(), motor().HayDatosEnPortapapeles()));
+    copiaDos();
+    motor().LimpiarBufferDeCopia();
+    EXPECT_FALSE(motor().HayDatosEnPortapapeles());
     ve("09:00");
     motor().Copiar();
     ve("10:30");
@@ -58,9 +67,12 @@ TEST_F(CopiaTest, PastingAtAnHourShiftsEveryLine)
         const char *primera, *segunda, *destino;
         QStringList horas;
     } casos[] = {
-        {"09:00", "11:15", "16:00", {"16:00", "18:15"}},    {"09:50", "10:55", "10:00", {"10:00", "11:05"}},
+        {"09:00", "11:15", "16:00", {"16:00", "18:15"}},
+        {"09:50", "10:55", "10:00", {"10:00", "11:05"}},
         {"09:00", "10:30", "23:30", {"23:30", "25:00"}}, // deliberate: no wrap
-        {"09:00", "10:30", " 8 : 05 ", {"08:05", "09:35"}}, {"09:00", "10:30", "1600", {}},
+        {"09:00", "10:30", " 8 : 05 ", {"08:05", "09:35"}},
+        {"09:00", "10:30", "1600", {}},
+        {"09:00", "10:30", "99999999:00", {}},
     };
     QDate destino(2026, 12, 1);
     for (const auto &caso : casos) {
@@ -104,6 +116,119 @@ TEST_F(CopiaTest, ALockedLineIsSkippedAndTheRestIsPasted)
     EXPECT_EQ(oficina.dia(1, Manana), (QStringList{"09:00 Suya N", "10:30 [SALIDA]Acta S"}));
     EXPECT_FALSE(motor().TablaActual().isEditing());
 }
+
+// Copied in the afternoon's order, or from a line that has no hour.
+TEST_F(CopiaTest, HoursThatAreNoneOfTheDay)
+{
+    copiaDos("11:00", "09:00");
+    oficina.linea(1, Hoy, "", "Sin hora");
+    motor().CancelaRangoPorFecha();
+    motor().TablaActual().first();
+    motor().Copiar();
+    const TRespuesta pegado = motor().PegarHora(Manana, "00:30");
+    EXPECT_FALSE(pegado);
+    EXPECT_EQ(pegado.Causa(), "Una cita copiada no tiene hora.");
+    // Deliberate: nothing wraps at midnight. As much of the hour as its field has room for.
+    EXPECT_EQ(oficina.dia(1, Manana), (QStringList{"-1:-3 [SALIDA]Acta S", "00:30 Poder N"}));
+    EXPECT_EQ(motor().PreparaPegado(Manana, "00:30").Destinos.last().Hora, QString());
+    EXPECT_FALSE(motor().PegaPreparado(motor().PreparaPegado(Manana, "00:30")));
+    EXPECT_FALSE(motor().Pegar({}));
+}
+
+TEST_F(CopiaTest, SixFieldsOfALineArePasted)
+{
+    oficina.linea(1, Hoy, "09:00", "Poder", "S");
+    oficina.linea(1, Manana, "10:00", "Estaba");
+    const auto tabla = oficina.agenda(1);
+    tabla->edit();
+    tabla->field(u"INTERESADO").setText("GARCÍA");
+    tabla->field(u"CODCLIENTE").setInteger(77);
+    tabla->field(u"OFICIAL").setText("LUIS");
+    tabla->field(u"AVISO").setText("S");
+    tabla->post();
+    oficina.linea(2, Hoy, "09:00");
+    ve("09:00");
+    motor().Copiar();
+    motor().Pegar(Manana);              // into a new line
+    motor().PegarHora(Manana, "10:00"); // over another one
+    EXPECT_TRUE(motor().PegaPreparado(motor().PreparaPegado(Manana, "11:00")));
+    tabla->setRange({{"FECHA", Manana}}, {{"FECHA", Manana}});
+    QStringList pegadas;
+    for (; !tabla->eof(); tabla->next()) {
+        QStringList campos;
+        for (const char *campo :
+             {"HORA", "CONCEPTO", "INTERESADO", "CODCLIENTE", "OFICIAL", "SALIDA", "AVISO"})
+            campos << tabla->field(QString::fromLatin1(campo)).asText();
+        pegadas << campos.join('|');
+    }
+    const QString resto = "|Poder|GARCÍA|77|LUIS|S|S";
+    EXPECT_EQ(pegadas, (QStringList{"09:00" + resto, "10:00" + resto, "11:00" + resto}));
+    // The slots that the other notary has got by it are free.
+    const auto otra = oficina.agenda(2);
+    ASSERT_TRUE(otra->locate({{"FECHA", Manana}, {"HORA", "09:00"}}, dataset::SearchMode::exact));
+    EXPECT_EQ(otra->field(u"AVISO").asText(), "N");
+    EXPECT_EQ(otra->field(u"CODCLIENTE").asText(), "");
+}
+
+// The host's own tables may be in memory, and the day shown may have no lines at all.
+TEST_F(CopiaTest, AnEmptyDayStaysAsItWasShown)
+{
+    dataset::MemTable una;
+    dataset::MemTable otra;
+    for (dataset::MemTable *const tabla : {&una, &otra})
+        tabla->create(CamposAgendaN());
+    TAgenda3P motor(nullptr, QDate(), {&una, &otra});
+    motor.Copiar(); // there is no line: an empty one
+    EXPECT_TRUE(motor.HayDatosEnPortapapeles());
+    motor.LimpiarBufferDeCopia();
+    motor.Anadir(Hoy, "09:00");
+    motor.Copiar();
+    EXPECT_FALSE(motor.RangoPorFecha(Manana));
+    EXPECT_TRUE(motor.Pegar(Hoy.addDays(5)));
+    motor.OrdenarListaPorFecha();
+    for (const dataset::MemTable *const tabla : {&una, &otra}) {
+        EXPECT_TRUE(tabla->hasRange());
+        EXPECT_TRUE(tabla->isEmpty());
+        EXPECT_EQ(tabla->bookmark(), 0U) << "on no line of another day";
+    }
+    EXPECT_TRUE(motor.RangoPorFecha(Hoy.addDays(5)));
+    EXPECT_FALSE(motor.BuscarPorFecha({}, {}, false));
+}
+
+#if defined(Q_OS_LINUX)
+TEST_F(CopiaTest, WhatCannotBeWrittenIsPendingAndTheDayComesBackAfterwards)
+{
+    namespace filecalls = driver::filecalls;
+    filecalls::watch(oficina.carpetaDe("NOTARIO1"), false);
+    oficina.linea(1, Manana, "09:00", "Estaba");
+    copiaDos();
+    for (const bool acepta : {false, true}) {
+        EXPECT_FALSE(motor().RangoPorFecha(Hoy.addDays(9))); // a day without lines
+        filecalls::fail(filecalls::Fault{filecalls::Call::write, 1, ENOSPC, false, false});
+        const TRespuesta pegado = motor().Pegar(Manana);
+        filecalls::fail({});
+        EXPECT_FALSE(pegado);
+        EXPECT_FALSE(pegado.Causa().isEmpty());
+        EXPECT_TRUE(motor().TablaActual().isEditing());
+        EXPECT_EQ(valor("CONCEPTO"), "Poder");
+        EXPECT_TRUE(acepta ? bool(motor().AceptarAgendaN()) : motor().CancelarAgendaN(false));
+        EXPECT_EQ(oficina.dia(1, Manana), QStringList{acepta ? "09:00 Poder N" : "09:00 Estaba N"});
+        EXPECT_EQ(motor().DiaMostrado(1), Hoy.addDays(9));
+        EXPECT_TRUE(motor().TablaActual().isEmpty());
+        EXPECT_EQ(motor().TablaActual().bookmark(), 0U);
+        EXPECT_FALSE(motor().Ausente());
+    }
+    EXPECT_EQ(oficina.dia(1, Hoy), (QStringList{"09:00 Poder N", "10:30 [SALIDA]Acta S"}));
+    // Written by going to another day: that one stays, whatever is edited and given up there later.
+    filecalls::fail(filecalls::Fault{filecalls::Call::write, 1, ENOSPC, false, false});
+    EXPECT_FALSE(motor().Pegar(Manana));
+    EXPECT_TRUE(motor().RangoPorFecha(Hoy));
+    EXPECT_TRUE(motor().Modificar());
+    EXPECT_TRUE(motor().CancelarAgendaN(false));
+    EXPECT_EQ(motor().TablaActual().rowCount(), 2);
+    filecalls::unwatch();
+}
+#endif
 
 TEST_F(CopiaTest, CleaningLeavesTheSlotAndItsClient)
 {

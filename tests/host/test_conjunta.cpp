@@ -1,148 +1,23 @@
 // The day of all notaries side by side, worked with keys; the tables are read afterwards as another
 // workstation would.
 
-#include "agenda/host/Clacliraiz.h"
-#include "agenda3p/Agenda3P.h"
-#include "dataset/DatabaseError.h"
-#include "dbcontrols/Texts.h"
-#include "host/AgendaConjunta.h"
+#include "tests/host/Conjunta.h"
 #if defined(Q_OS_LINUX)
 #include "tests/support/AvisoDeTabla.h"
 #endif
-#include "tests/support/InformesDePrueba.h"
-#include "tests/support/OficinaDePrueba.h"
 
-#include <QtCore/QTimer>
-#include <QtGui/QAction>
-#include <QtTest/QTest>
-#include <QtWidgets/QApplication>
-#include <QtWidgets/QDialog>
-#include <QtWidgets/QLabel>
-#include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPlainTextEdit>
 
-#include <fstream>
+using support::Atencion;
+using support::CitaSegundo;
+using support::Conjunta;
+using support::ConjuntaTest;
+using support::Dia;
+using support::Oficial;
+using support::OtroDia;
 
 namespace
 {
-
-const QDate Dia{2026, 11, 16};
-const QDate OtroDia{2026, 11, 18};
-constexpr int Oficial = 2;
-constexpr int CitaSegundo = 3;
-const QString Atencion = QStringLiteral(" ATENCIÓN:");
-const QString Conjunta = QStringLiteral("Agenda conjunta");
-
-/// Knows one client.
-class ClientesDeUno : public TClientesRaiz
-{
-public:
-    void MuestraFicha(qint64) override { ADD_FAILURE(); }
-    void Explora(const QString &) override { ADD_FAILURE(); }
-    bool Elige(const QString &, const QString &inicial) override
-    {
-        Inicial = inicial;
-        QDialog lista(QApplication::activeWindow()); // which takes the focus, as the real one does
-        QTimer::singleShot(0, &lista, &QDialog::accept);
-        return lista.exec() == QDialog::Accepted;
-    }
-    [[nodiscard]] qint64 Codigo() const override { return 42; }
-    [[nodiscard]] QString Nombre() const override { return "Muñoz, Íñigo"; }
-    void KeyUpBusqueda(QLineEdit &, int) override {}
-    void ExitBusqueda(QLineEdit &edicion, bool) override
-    {
-        edicion.setProperty("Tag", edicion.text() == Nombre() ? 42 : 0);
-    }
-    void FinBusqueda() override { ++Fines; }
-    QString Inicial;
-    int Fines = 0;
-};
-
-class ConjuntaTest : public testing::Test
-{
-protected:
-    ConjuntaTest()
-        : oficina(3)
-    {
-        oficina.Reloj.Dia = Dia;
-        oficina.ponAjustes(9, 10, 30);
-        for (int notario = 1; notario <= 3; ++notario) {
-            for (const char *const hora : {"09:00", "10:00"})
-                oficina.linea(notario, Dia, hora);
-        }
-    }
-    TFAgendaConjunta &abre()
-    {
-        motor = std::make_unique<TAgenda3P>(nullptr, QDate(), TTablasNotarios{}, &informes);
-        ventana = std::make_unique<TFAgendaConjunta>(
-            *motor, &clientes,
-            TFAgendaConjunta::TOpciones{{"Ana Núñez", "Benito Ruiz", "Carmen Güell"},
-                                        [] { return 0xC6C6FFU; }},
-            nullptr);
-        ventana->VeAlDia(Dia);
-        ventana->show();
-        EXPECT_TRUE(QTest::qWaitForWindowActive(ventana.get()));
-        ve(0, 0);
-        return *ventana;
-    }
-    [[nodiscard]] TRejillaConjunta &rejilla() const { return *ventana->findChild<TRejillaConjunta *>(); }
-    void ve(int fila, int columna) { rejilla().setCurrentIndex(rejilla().model()->index(fila, columna)); }
-    void tecla(int cual, Qt::KeyboardModifiers con = {})
-    {
-        QTest::keyClick(QApplication::focusWidget() ? QApplication::focusWidget() : &rejilla(),
-                        static_cast<Qt::Key>(cual), con);
-        QCoreApplication::processEvents();
-    }
-    static void teclea(const QString &texto)
-    {
-        for (const QChar letra : texto)
-            QTest::sendKeyEvent(QTest::Click, QApplication::focusWidget(), Qt::Key_unknown, QString(letra),
-                                {});
-        QCoreApplication::processEvents();
-    }
-    /// A command by its keys, which opens a dialog that asks for an hour.
-    void conHora(int cual, Qt::KeyboardModifiers con, const QString &hora)
-    {
-        QTimer::singleShot(50, qApp, [hora] {
-            QWidget *const dialogo = QApplication::activeModalWidget();
-            ASSERT_TRUE(dialogo && dialogo->inherits("TDialogoHora"));
-            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Home);
-            teclea(hora);
-            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
-        });
-        tecla(cual, con);
-        ventana->activateWindow(); // a desktop does so by itself
-        EXPECT_TRUE(QTest::qWaitForWindowActive(ventana.get()));
-    }
-    [[nodiscard]] QString celda(int fila, int columna) const
-    {
-        return rejilla().model()->index(fila, columna).data().toString();
-    }
-    /// What a program that heeds no locks does to the first line of the first notary.
-    void escribeSinBloqueo(int lugar, const char *bytes) const
-    {
-        std::fstream fichero(oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF",
-                             std::ios::in | std::ios::out | std::ios::binary);
-        char cabecera[12];
-        fichero.read(cabecera, sizeof cabecera);
-        const int largo =
-            static_cast<unsigned char>(cabecera[8]) + 256 * static_cast<unsigned char>(cabecera[9]);
-        fichero.seekp(largo + lugar);
-        fichero << bytes;
-    }
-    void refresca()
-    {
-        ventana->findChild<QTimer *>("Reloj")->setInterval(1);
-        QTest::qWait(30);
-        ventana->findChild<QTimer *>("Reloj")->setInterval(60000);
-    }
-
-    support::OficinaDePrueba oficina;
-    support::InformesDePrueba informes;
-    ClientesDeUno clientes;
-    std::unique_ptr<TAgenda3P> motor;
-    std::unique_ptr<TFAgendaConjunta> ventana;
-};
 
 TEST_F(ConjuntaTest, WhatIsTypedInACellIsWrittenInThatNotarysLine)
 {
@@ -199,12 +74,13 @@ TEST_F(ConjuntaTest, ALineHeldOrChangedElsewhereIsNotWrittenOver)
     EXPECT_FALSE(rejilla().EstaEditando());
     otro->field(u"CONCEPTO").setText("Suya");
     otro->post();
-    oficina.Mensaje.espera({dbcontrols::changedElsewhere(), Atencion});
+    const QString nose =
+        "No se puede cambiar la línea de las 09:00 de la agenda de Ana Núñez.\nOtro puesto ha ";
+    oficina.Mensaje.espera({nose + "cambiado la línea mientras tanto", Atencion});
     teclea("M");
     EXPECT_EQ(celda(0, 0), "Suya");
     otro->remove();
-    oficina.Mensaje.espera(
-        {"Otro puesto ha borrado la línea de las 09:00 de la agenda de Ana Núñez.", Atencion});
+    oficina.Mensaje.espera({nose + "borrado la línea mientras tanto", Atencion});
     motor->TablaActual().refresh();
     tecla(Qt::Key_F2);
     EXPECT_EQ(oficina.dia(1, Dia), (QStringList{"10:00  N"}));
@@ -360,14 +236,11 @@ TEST_F(ConjuntaTest, CopiedLinesGoToAnotherNotaryAndHourAndOverwriteOnlyWhenAllo
 TEST_F(ConjuntaTest, NothingThatOthersHaveBookedMeanwhileIsLostUnseen)
 {
     abre();
-    const auto apunta = [this](int notario, const char *campo, const QString &texto) {
-        const auto otro = oficina.agenda(notario);
-        otro->first();
-        otro->edit();
-        otro->field(QString::fromLatin1(campo)).setText(texto);
-        otro->post();
-    };
-    apunta(2, "CONCEPTO", "Suya");
+    escribe(2, "CONCEPTO", "Suya");
+    oficina.Mensaje.espera({"El hueco de las 09:00 no se ha borrado.\n"
+                            "Benito Ruiz: Otro puesto ha cambiado la línea mientras tanto",
+                            Atencion});
+    tecla(Qt::Key_Delete, Qt::ControlModifier);
     oficina.Mensaje.espera({"¿Desea borrar también esas citas (S/N)?", Conjunta, 0,
                             "A las 09:00 tienen cita además: Benito Ruiz.", support::TCaja::noSi});
     tecla(Qt::Key_Delete, Qt::ControlModifier);
@@ -377,13 +250,15 @@ TEST_F(ConjuntaTest, NothingThatOthersHaveBookedMeanwhileIsLostUnseen)
     libre->edit(); // the refused deletion holds nobody's line
     libre->cancel();
     // A party entered elsewhere is no free line, though its subject still looks so.
-    apunta(1, "INTERESADO", "Otro");
-    oficina.Mensaje.espera({dbcontrols::changedElsewhere(), Atencion});
+    escribe(1, "INTERESADO", "Otro");
+    oficina.Mensaje.espera({"No se puede cambiar la línea de las 09:00 de la agenda de Ana Núñez.\n"
+                            "Otro puesto ha cambiado la línea mientras tanto",
+                            Atencion});
     teclea("M");
     EXPECT_FALSE(rejilla().EstaEditando());
     EXPECT_EQ(celda(0, 1), "Otro");
     tecla(Qt::Key_C, Qt::ControlModifier);
-    apunta(3, "CONCEPTO", "Tercera");
+    escribe(3, "CONCEPTO", "Tercera");
     ve(0, 2 * CitaSegundo);
     oficina.Mensaje.espera({"¿Desea escribir encima (S/N)?", Conjunta, 0,
                             "En la agenda de Carmen Güell ya hay citas a las 09:00, que se perderán.",

@@ -1,0 +1,331 @@
+// Several workstations at the joint day, and tables that cannot be read: what a clerk has not seen is neither
+// deleted nor written over, and one table keeps no other from its day.
+
+#include "tests/host/Conjunta.h"
+
+using support::Atencion;
+using support::CitaSegundo;
+using support::Conjunta;
+using support::ConjuntaTest;
+using support::Dia;
+using support::OtroDia;
+
+namespace
+{
+
+const QString Borrar = "¿Desea borrar la cita de las %1 de todas las agendas?\nLos datos se perderán.";
+
+TEST_F(ConjuntaTest, ASlotThatTheNotaryHasLostDeletesNoOtherHourOfHis)
+{
+    abre();
+    ve(1, 0);
+    const auto otro = oficina.agenda(1);
+    otro->last();
+    otro->remove(); // Ana's 10:00
+    oficina.Mensaje.espera({"El hueco de las 10:00 no se ha borrado.\n"
+                            "Ana Núñez: Otro puesto ha borrado la línea mientras tanto",
+                            Atencion});
+    tecla(Qt::Key_Delete, Qt::ControlModifier);
+    EXPECT_EQ(oficina.dia(1, Dia), QStringList{"09:00  N"});
+    EXPECT_EQ(oficina.dia(2, Dia).size(), 2);
+    // The hole that is seen now is none that could be deleted in the others.
+    ve(1, 0);
+    oficina.Mensaje.espera({"No hay hueco a las 10:00 en la agenda de Ana Núñez.", Atencion});
+    ventana->findChild<QAction *>("ABorrar")->setEnabled(true);
+    ventana->findChild<QAction *>("ABorrar")->trigger();
+    EXPECT_EQ(oficina.dia(2, Dia).size(), 2);
+    EXPECT_EQ(oficina.dia(3, Dia).size(), 2);
+}
+
+// The tool bar leaves the focus in the date field, and the command goes on with the day typed there.
+TEST_F(ConjuntaTest, ADateTypedBeforeADeletionDeletesNoOtherHour)
+{
+    oficina.linea(1, OtroDia, "09:00", "Poder");
+    oficina.linea(2, OtroDia, "10:00", "Acta");
+    abre();
+    ve(1, 0);
+    tecleaFecha("18");
+    oficina.Mensaje.espera({"No hay hueco a las 10:00 en la agenda de Ana Núñez.", Atencion});
+    ventana->findChild<QAction *>("ABorrar")->trigger();
+    EXPECT_EQ(oficina.dia(1, OtroDia), QStringList{"09:00 Poder N"});
+    EXPECT_EQ(oficina.dia(2, OtroDia), QStringList{"10:00 Acta N"});
+    // A day without a sheet, of which none is wanted.
+    tecleaFecha("19");
+    oficina.Mensaje.espera({"¿Desea añadir una hoja a día de 19/11/2026 (S/N)?", "Agenda", 0,
+                            "No hay datos a fecha de 19/11/2026"});
+    oficina.Mensaje.espera({"Este día no tiene ningún hueco.", Atencion});
+    ventana->findChild<QAction *>("ABorrar")->setEnabled(true);
+    ventana->findChild<QAction *>("ABorrar")->trigger();
+}
+
+TEST_F(ConjuntaTest, WhatAColleagueHasJustBookedIsNeitherDeletedNorCleared)
+{
+    abre();
+    escribe(1, "CONCEPTO", "Boda");
+    oficina.Mensaje.espera({"El hueco de las 09:00 no se ha borrado.\n"
+                            "Ana Núñez: Otro puesto ha cambiado la línea mientras tanto",
+                            Atencion});
+    tecla(Qt::Key_Delete, Qt::ControlModifier);
+    EXPECT_EQ(celda(0, 0), "Boda") << "what is refused is shown";
+    escribe(1, "OFICIAL", "LUIS");
+    oficina.Mensaje.espera({"No se puede cambiar la línea de las 09:00 de la agenda de Ana Núñez.\n"
+                            "Otro puesto ha cambiado la línea mientras tanto",
+                            Atencion});
+    tecla(Qt::Key_Delete);
+    EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 Boda N");
+    // Seen, it may be deleted.
+    oficina.Mensaje.espera({Borrar.arg("09:00"), " ATENCIÓN", 1});
+    tecla(Qt::Key_Delete, Qt::ControlModifier);
+    EXPECT_EQ(oficina.dia(1, Dia), QStringList{"10:00  N"});
+}
+
+// Two lines at one hour: where the first goes, the second does not take its place under the clerk's hand.
+TEST_F(ConjuntaTest, TheCellStaysWithItsLine)
+{
+    oficina.linea(1, Dia, "10:00", "Segunda");
+    abre();
+    ve(2, 0);
+    const auto otro = oficina.agenda(1);
+    otro->next();
+    otro->remove();
+    refresca();
+    EXPECT_EQ(rejilla().model()->rowCount(), 2);
+    EXPECT_EQ(rejilla().currentIndex().row(), 1);
+    EXPECT_EQ(celda(1, 0), "Segunda");
+    ve(1, 0);
+    oficina.linea(1, Dia, "10:00", "Tercera");
+    otro->refresh();
+    otro->last();
+    otro->prior();
+    otro->remove(); // Segunda
+    oficina.Mensaje.espera({"El hueco de las 10:00 no se ha borrado.\n"
+                            "Ana Núñez: Otro puesto ha borrado la línea mientras tanto",
+                            Atencion});
+    tecla(Qt::Key_Delete, Qt::ControlModifier);
+    EXPECT_EQ(oficina.dia(1, Dia), (QStringList{"09:00  N", "10:00 Tercera N"}));
+}
+
+TEST_F(ConjuntaTest, TabbingOverAPartyChangesNothing)
+{
+    const auto otro = oficina.agenda(1);
+    otro->edit();
+    otro->field(u"INTERESADO").setText("Ana Ruiz"); // whom the list does not know any more
+    otro->field(u"CODCLIENTE").setInteger(77);
+    otro->post();
+    abre();
+    ve(0, 1);
+    tecla(Qt::Key_F2);
+    tecla(Qt::Key_Tab);
+    tecla(Qt::Key_Escape);
+    ve(0, 1);
+    tecla(Qt::Key_F2);
+    tecla(Qt::Key_End);
+    teclea("x");
+    tecla(Qt::Key_Backspace);
+    tecla(Qt::Key_Return);
+    otro->refresh();
+    EXPECT_EQ(otro->field(u"CODCLIENTE").asInteger(), 77);
+    EXPECT_EQ(otro->field(u"INTERESADO").asText(), "Ana Ruiz");
+    // Another party has another code, or none.
+    tecla(Qt::Key_F2);
+    teclea("Otra");
+    tecla(Qt::Key_Return);
+    otro->refresh();
+    EXPECT_EQ(otro->field(u"CODCLIENTE").asInteger(), 0);
+    // The same name, chosen from the list, is that client.
+    tecla(Qt::Key_F2);
+    teclea("Muñoz, Íñigo");
+    tecla(Qt::Key_Return);
+    otro->refresh();
+    otro->edit();
+    otro->field(u"CODCLIENTE").setInteger(43);
+    otro->post();
+    refresca();
+    tecla(Qt::Key_F2);
+    tecla(Qt::Key_F4);
+    ventana->activateWindow(); // a desktop does so by itself
+    ASSERT_TRUE(QTest::qWaitForWindowActive(ventana.get()));
+    tecla(Qt::Key_Return);
+    otro->refresh();
+    EXPECT_EQ(otro->field(u"CODCLIENTE").asInteger(), 42);
+}
+
+// Another table has lost its day: the line being typed in stays the clerk's.
+TEST_F(ConjuntaTest, ARefreshLeavesTheOpenCellAlone)
+{
+    abre();
+    teclea("Poder");
+    motor->Tabla(2)->cancelRange();
+    oficina.linea(3, Dia, "09:30", "Nueva");
+    refresca();
+    EXPECT_TRUE(motor->Tabla(2)->hasRange());
+    ASSERT_TRUE(rejilla().EstaEditando());
+    EXPECT_TRUE(motor->Tabla(1)->isEditing());
+    const auto otro = oficina.agenda(1);
+    EXPECT_THROW(otro->edit(), dataset::EDatabaseError);
+    // Whatever somebody else has made the current table.
+    motor->PonNotarioActual(2);
+    tecla(Qt::Key_Return);
+    EXPECT_FALSE(rejilla().EstaEditando());
+    EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 Poder N");
+}
+
+TEST_F(ConjuntaTest, ACellThatIsOpenWhenTheProgramEndsIsKept)
+{
+    abre();
+    teclea("Poder");
+    ventana.reset();
+    EXPECT_FALSE(motor->Tabla(1)->isEditing());
+    EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 Poder N");
+}
+
+TEST_F(ConjuntaTest, AMarkThatCostsTheEndOfASubjectSaysSo)
+{
+    escribe(1, "CONCEPTO", QString(245, QLatin1Char('x')) + "final");
+    abre();
+    oficina.Mensaje.espera({"Salida de las 09:00 en la agenda de Ana Núñez.\n"
+                            "Con la marca no cabe entero lo que dice la cita de las 09:00, que ha perdido su "
+                            "final: «inal».",
+                            Atencion});
+    tecla(Qt::Key_S, Qt::ControlModifier);
+}
+
+TEST_F(ConjuntaTest, AnUnreadableTableCostsItsOwnColumnAlone)
+{
+    for (int notario = 1; notario <= 3; ++notario)
+        oficina.linea(notario, OtroDia, "09:00");
+    abre();
+    const auto *const aviso = ventana->findChild<QLabel *>("LAviso");
+    motor->Tabla(2)->close();
+    tecla(Qt::Key_PageDown, Qt::ControlModifier);
+    EXPECT_EQ(ventana->Fecha(), OtroDia);
+    EXPECT_EQ(rejilla().model()->rowCount(), 1);
+    EXPECT_EQ(aviso->text(), "No se puede leer el día de Benito Ruiz.");
+    EXPECT_TRUE(aviso->isVisible());
+    EXPECT_TRUE(rejilla()
+                    .model()
+                    ->index(0, CitaSegundo)
+                    .data(Qt::AccessibleTextRole)
+                    .toString()
+                    .contains("no se puede leer"));
+    oficina.linea(3, OtroDia, "12:00", "Nueva");
+    refresca();
+    EXPECT_EQ(rejilla().model()->rowCount(), 2);
+    EXPECT_EQ(celda(1, 2 * CitaSegundo), "Nueva");
+    tecla(Qt::Key_P, Qt::ControlModifier);
+    tecla(Qt::Key_P, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(informes.Pedidos, (QStringList{"dia 18/11", "semana 16/11"}));
+    // Nothing is known of his slots, so none is added or deleted with the others'.
+    oficina.Mensaje.espera(
+        {"No se han podido completar todas las hojas.\nBenito Ruiz: La tabla no está abierta", Atencion});
+    tecla(Qt::Key_M, Qt::ControlModifier);
+    EXPECT_EQ(oficina.dia(1, OtroDia).size(), 2);
+    tecla(Qt::Key_PageUp, Qt::ControlModifier);
+    EXPECT_EQ(ventana->Fecha(), Dia);
+    EXPECT_EQ(rejilla().model()->rowCount(), 2);
+    motor->Tabla(2)->open();
+    refresca();
+    EXPECT_FALSE(aviso->isVisible());
+    EXPECT_FALSE(
+        rejilla().model()->index(0, CitaSegundo).data(Qt::AccessibleTextRole).toString().contains("leer"));
+    EXPECT_EQ(oficina.dia(2, OtroDia).size(), 1);
+    // Standing on the one that cannot be read: all stay on their day.
+    ve(0, CitaSegundo);
+    motor->Tabla(2)->close();
+    oficina.Mensaje.espera({"No se puede leer este día en la agenda de Benito Ruiz.", Atencion});
+    tecla(Qt::Key_PageDown, Qt::ControlModifier);
+    EXPECT_EQ(ventana->Fecha(), Dia);
+    EXPECT_EQ(celda(0, 0), "");
+    EXPECT_EQ(rejilla().model()->rowCount(), 2);
+    motor->Tabla(2)->open();
+}
+
+TEST_F(ConjuntaTest, ConsentToWriteOverOneAppointmentIsNoneForAnother)
+{
+    abre();
+    teclea("Poder");
+    tecla(Qt::Key_Return);
+    tecla(Qt::Key_C, Qt::ControlModifier);
+    escribe(2, "CONCEPTO", "Boda");
+    refresca();
+    ve(0, CitaSegundo);
+    oficina.Mensaje.espera({"¿Desea escribir encima (S/N)?", Conjunta, 1,
+                            "En la agenda de Benito Ruiz ya hay citas a las 09:00, que se perderán.",
+                            support::TCaja::noSi, [this] { escribe(2, "CONCEPTO", "Bautizo"); }});
+    oficina.Mensaje.espera(
+        {"No se ha pegado nada.\nOtro puesto ha cambiado la línea mientras tanto", Atencion});
+    tecla(Qt::Key_V, Qt::ControlModifier);
+    EXPECT_EQ(oficina.dia(2, Dia), (QStringList{"09:00 Bautizo N", "10:00  N"}));
+    EXPECT_EQ(celda(0, CitaSegundo), "Bautizo");
+}
+
+// The slot that the paste makes cannot be had in another table, which somebody holds.
+TEST_F(ConjuntaTest, APasteIsToldApartFromTheSlotThatAnotherTableLacks)
+{
+    abre();
+    teclea("Poder");
+    tecla(Qt::Key_Return);
+    tecla(Qt::Key_C, Qt::ControlModifier);
+    motor->Tabla(3)->close();
+    oficina.Mensaje.espera({"Está pegado, pero el hueco no se ha podido añadir en todas las agendas.\n"
+                            "La tabla no está abierta",
+                            Atencion});
+    conHora(Qt::Key_V, Qt::ControlModifier | Qt::ShiftModifier, "1200");
+    EXPECT_EQ(oficina.dia(1, Dia).last(), "12:00 Poder N");
+    EXPECT_EQ(oficina.dia(2, Dia).last(), "12:00  N");
+    motor->Tabla(3)->open();
+}
+
+TEST_F(ConjuntaTest, TabGoesPastAHoleWithoutAQuestion)
+{
+    oficina.linea(1, Dia, "08:00");
+    abre();
+    ve(0, 2);
+    teclea("LUIS");
+    tecla(Qt::Key_Tab);
+    EXPECT_EQ(rejilla().currentIndex().column(), CitaSegundo);
+    EXPECT_FALSE(rejilla().EstaEditando());
+    EXPECT_EQ(oficina.dia(2, Dia).size(), 2);
+}
+
+// A command that fails has written something all the same: it is seen at once.
+TEST_F(ConjuntaTest, AfterACommandThatFailedTheGridIsReadAgain)
+{
+    abre();
+    informes.EnVista = [this](dataset::DataSet &) {
+        oficina.linea(2, Dia, "08:00", "Nueva");
+        throw dataset::EDatabaseError("Sin papel");
+    };
+    oficina.Mensaje.espera({"Sin papel", Atencion});
+    tecla(Qt::Key_P, Qt::ControlModifier);
+    EXPECT_EQ(rejilla().model()->rowCount(), 3);
+    EXPECT_EQ(celda(0, CitaSegundo), "Nueva");
+}
+
+class ConjuntaDeSiete : public ConjuntaTest
+{
+protected:
+    ConjuntaDeSiete()
+        : ConjuntaTest(5)
+    {
+        oficina.Config.Cuantos = 7;
+    }
+};
+
+TEST_F(ConjuntaDeSiete, NobodyLosesASecondLineAndTheOthersAreNamed)
+{
+    oficina.linea(5, Dia, "10:00", "Segunda");
+    abre();
+    const auto *const aviso = ventana->findChild<QLabel *>("LAviso");
+    EXPECT_TRUE(aviso->text().contains("Solo se ven los 5 primeros notarios."))
+        << aviso->text().toStdString();
+    EXPECT_EQ(rejilla().model()->columnCount(), 15);
+    ve(1, 0);
+    oficina.Mensaje.espera({Borrar.arg("10:00"), " ATENCIÓN", 1});
+    tecla(Qt::Key_Delete, Qt::ControlModifier);
+    for (int notario = 1; notario <= 4; ++notario)
+        EXPECT_EQ(oficina.dia(notario, Dia), QStringList{"09:00  N"}) << notario;
+    EXPECT_EQ(oficina.dia(5, Dia), (QStringList{"09:00  N", "10:00 Segunda N"}));
+}
+
+} // namespace
