@@ -391,8 +391,14 @@ bool TableImpl::isInDoubt() const
 /// server's come again and again, these files are opened anew more and more seldom.
 bool TableImpl::wantsReconnecting() const
 {
-    if (!m_remote || !m_opened || m_isAlone || m_opensAnew || m_holdsLine || m_held != Held::nothing ||
-        !isInDoubt())
+    return !m_holdsLine && mayReconnect();
+}
+
+/// The same where a line's lock is held for a change, which would go with its file: the change begins once
+/// more then.
+bool TableImpl::mayReconnect() const
+{
+    if (!m_remote || !m_opened || m_isAlone || m_opensAnew || m_held != Held::nothing || !isInDoubt())
         return false;
     const auto pause = hasFailed() || m_isInTheWay ? pauseBeforeReconnecting
                                                    : std::max(m_renewalPause, pauseBeforeReconnecting);

@@ -257,6 +257,7 @@ private:
     [[nodiscard]] bool hasFailed() const;
     [[nodiscard]] bool isInDoubt() const;
     [[nodiscard]] bool wantsReconnecting() const;
+    [[nodiscard]] bool mayReconnect() const;
     void noteRenewal(std::uint64_t since) noexcept;
     [[nodiscard]] bool locksAreTrusted() const;
     Result<bool> stillAlone();

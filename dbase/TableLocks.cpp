@@ -77,11 +77,12 @@ Result<RangeLock> TableImpl::waitForLock(File &file, std::uint64_t offset, std::
         const auto now = Clock::now();
         if (!deadline)
             deadline = now + patience(timeout);
-        // Files of a session that has ended may hold on the server what they ask for: they are opened anew
-        // first.
-        const bool isOfOldSession = m_remote && &file != &m_journal && offset >= headerLockOffset &&
-                                    m_askedIn != m_openedIn && wantsReconnecting() && !m_holdsLine;
-        if (now >= *deadline || isOfOldSession)
+        // Files of a session that has ended, or whose calls have failed, may hold on the server what they ask
+        // for: they are opened anew first.
+        const bool isOfOldSession = offset >= headerLockOffset && m_askedIn != m_openedIn;
+        const bool mayBeOwn =
+            m_remote && &file != &m_journal && (isOfOldSession || hasFailed()) && mayReconnect();
+        if (now >= *deadline || mayBeOwn)
             return failure(ErrorKind::locked, std::string(refusal));
         pauseBetweenTries();
     }
@@ -442,8 +443,15 @@ Status TableImpl::takeRecordLock(RecordNumber number, std::chrono::milliseconds 
         return failure(ErrorKind::readOnly, readOnlyReason);
     if (number < 1 || number > header.recordCount || m_locked.contains(number))
         return failure(ErrorKind::invalidArgument, "no se puede bloquear la línea").ofRecord(number);
-    auto lock =
-        waitForLock(m_dbf, recordLockOffset(number), 1, File::LockKind::exclusive, timeout, lineInUse);
+    const auto take = [&] {
+        return waitForLock(m_dbf, recordLockOffset(number), 1, File::LockKind::exclusive, timeout, lineInUse);
+    };
+    auto lock = take();
+    if (!lock.ok() && wantsReconnecting()) {
+        if (const Status status = reconnect(); !status.ok())
+            return status;
+        lock = take();
+    }
     if (!lock.ok())
         return ofLine(lock.status(), number);
     m_locked.insert(number);

@@ -142,6 +142,44 @@ TEST(LinksAndRenewals, AnOwnRenewalAfterAnotherServersIsNotPutOff)
     }
 }
 
+/// A lock that could not be given back is freed with its file as soon as its owner wants it again, also where
+/// waiting is long: not when his patience ends, with everybody else kept out until then.
+TEST(LinksAndRenewals, WhoCannotGiveALockBackDoesNotWaitForHimself)
+{
+    int stuck = 0;
+    bool met = true;
+    for (int number = 1; met; ++number) {
+        SCOPED_TRACE(number);
+        Office office(Share::smb, Plant::none, true);
+        filecalls::asWorkstation(1);
+        AgendaTable one;
+        ASSERT_TRUE(one.open(office.place(), std::chrono::seconds(30)).ok());
+        const auto give = [&one](const std::string &value) {
+            Bytes before(one.table().recordLength());
+            EXPECT_TRUE(one.table().read(1, before).ok());
+            Bytes after = before;
+            one.setValue(after, value);
+            return one.table().update(1, before, after);
+        };
+        filecalls::failUnlocks(1);
+        EXPECT_TRUE(give("v1").ok());
+        filecalls::failUnlocks(0);
+        EXPECT_TRUE(one.table().refresh().ok()); // the files are opened anew, and not again at once
+        filecalls::failUnlocks(1, number - 1);
+        EXPECT_TRUE(give("v2").ok());
+        met = filecalls::unlockHasFailed();
+        stuck += met ? 1 : 0;
+        filecalls::failUnlocks(0);
+        const auto from = std::chrono::steady_clock::now();
+        EXPECT_TRUE(give("v3").ok());
+        office.mustChange(2, "shared-b");
+        EXPECT_LT(std::chrono::steady_clock::now() - from, std::chrono::seconds(5));
+        filecalls::asWorkstation(1);
+        EXPECT_TRUE(one.close().ok());
+    }
+    EXPECT_GT(stuck, 1);
+}
+
 /// What needs the table alone is not refused, and a table is closed in order, while another server's renewals
 /// are let pass.
 TEST(LinksAndRenewals, PackingAndClosingWorkWhileRenewalsAreLetPass)
