@@ -31,6 +31,18 @@ int Iguales(const TLinea &una, const TLinea &otra)
     return cuantas;
 }
 
+/// How likely a line has become another. An outing or absence changes what it marks, and nothing else.
+int Parecido(TLinea antes, TLinea despues, bool marca)
+{
+    constexpr int Peso = 100;
+    const int todo = Iguales(antes, despues);
+    if (!marca)
+        return todo;
+    for (TLinea *const una : {&antes, &despues})
+        una->Interesado = una->Salida = QString();
+    return Peso * Iguales(antes, despues) + todo;
+}
+
 /// Takes the lines of one list out of another. @return those that are not in it.
 QList<TLinea> Quita(const QList<TLinea> &estas, QList<TLinea> &de)
 {
@@ -108,8 +120,8 @@ TVeredicto TJuez::JuzgaCitas(const TOrden &orden, const TMemoria &memoria, const
         return Fallo('d', QStringLiteral("algo queda de lo que no se pudo: ") + cuentas);
     for (const TLinea &ida : std::as_const(idas)) {
         const auto suya =
-            std::max_element(llegadas.begin(), llegadas.end(), [&ida](const TLinea &una, const TLinea &otra) {
-                return Iguales(ida, una) < Iguales(ida, otra);
+            std::max_element(llegadas.begin(), llegadas.end(), [&](const TLinea &una, const TLinea &otra) {
+                return Parecido(ida, una, marca) < Parecido(ida, otra, marca);
             });
         if (!escribe || suya == llegadas.end())
             return Fallo('a', QStringLiteral("nadie la ha borrado: ") + ida.EnTexto() + u'\n' + cuentas);
