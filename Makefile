@@ -8,6 +8,7 @@ PREFIX   ?= /usr/local
 PRUEBA   ?=
 SEMILLAS ?= 1 2 3 4 5 6 7 8
 PASOS    ?= 1000000
+AGENDA   ?= multi
 export LAB_DIR ?= $(HOME)/.cache/agenda-red
 FUENTES   = $(shell git ls-files '*.cpp' '*.h')
 
@@ -25,7 +26,7 @@ help:
 	@echo "make windows-dbase   the table files and agendatool for Windows; their tests under wine where it is installed"
 	@echo "make coverage  which lines the tests reach"
 	@echo "make red       shares (SMB, NFS) with three workstations, all virtual machines (PRUEBA='juntos nfs' for one experiment)"
-	@echo "make simulacion  several workstations in the multi-notary agenda by chance, for hours (SEMILLAS='1 2 3' PASOS=steps for each)"
+	@echo "make simulacion  several workstations in an agenda by chance, for hours (AGENDA=multi, unica, doble or todas; SEMILLAS='1 2 3' PASOS=steps for each)"
 	@echo "make fuzz      arbitrary bytes for what reads files (FUZZ_SECONDS=time for each target)"
 
 release:
@@ -133,7 +134,7 @@ simulacion:
 	cmake --build --preset release --target simulacion
 	@for semilla in $(SEMILLAS); do \
 	    echo "semilla $$semilla"; \
-	    build/release/bin/simulacion --semilla $$semilla --pasos $(PASOS) || exit 1; \
+	    build/release/bin/simulacion --agenda $(AGENDA) --semilla $$semilla --pasos $(PASOS) || exit 1; \
 	done
 
 # Takes most of an hour; see tests/red/README.md.

@@ -8,11 +8,15 @@
 void TAgenda::InformeSemanal()
 {
     dataset::MemTable &semana = m_datos->cdsAgendaSemanal;
-    HazInformeSemana({*FTabla, semana, [this] { DiaActual().MuestraTodo(); },
-                      [this](QDate dia) { DiaActual().Muestra(dia); }},
-                     FFecha, std::nullopt, [&](QDate lunes) {
-                         m_informes->CreaQRAgendaZen(QCoreApplication::instance(), lunes, semana)->Preview();
-                     });
+    // It leaves the day for as long as it is looked at, and the way back may fail.
+    DiaActual().TodoONada([&] {
+        HazInformeSemana(
+            {*FTabla, semana, [this] { DiaActual().MuestraTodo(); },
+             [this](QDate dia) { DiaActual().Muestra(dia); }},
+            FFecha, std::nullopt, [&](QDate lunes) {
+                m_informes->CreaQRAgendaZen(QCoreApplication::instance(), lunes, semana)->Preview();
+            });
+    });
 }
 
 void TAgenda::InformeDia()

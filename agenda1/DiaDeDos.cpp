@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 #include <utility>
 
 using dataset::Bookmark;
@@ -193,7 +194,25 @@ struct TDiaDeDos::TVersiones {
     TFilasDia Mias;
     TFilasDia Suyas;
     std::vector<std::optional<std::size_t>> Parejas; ///< of Base in Suyas
+
+    void Empareja(TFilaDia &mia);
 };
+
+/// Finds each line of the base again in the table, and gives it here the record that it has there by now; one
+/// that has gone gets a record that no line has. @param mia  the accepted line.
+void TDiaDeDos::TVersiones::Empareja(TFilaDia &mia)
+{
+    Parejas = ::Empareja(Base, Suyas);
+    QHash<Bookmark, Bookmark> ahora;
+    for (std::size_t i = 0; i < Base.size(); ++i)
+        ahora.insert(Base[i].Registro, Parejas[i]
+                                           ? Suyas[*Parejas[i]].Registro
+                                           : std::numeric_limits<Bookmark>::max() - static_cast<Bookmark>(i));
+    const auto renumera = [&ahora](TFilaDia &una) { una.Registro = ahora.value(una.Registro, una.Registro); };
+    std::for_each(Base.begin(), Base.end(), renumera);
+    std::for_each(Mias.begin(), Mias.end(), renumera);
+    renumera(mia);
+}
 
 /// Brings the accepted line together with the one of the table that it comes from.
 /// @param mia  with the record that it was read from; afterwards with the one that it is to be written over,
@@ -270,17 +289,21 @@ QStringList TDiaDeDos::Acepta()
         const dataset::PendingEditGuard sinResto(m_tabla);
         dataset::CommitGroup grupo(m_tabla);
         dia.Suyas = DeTabla();
-        dia.Parejas = Empareja(dia.Base, dia.Suyas);
+        dia.Empareja(mia);
         const Bookmark propio = mia.Registro;
+        const auto enBase = ConRegistro(dia.Base, propio); // before two lines change places
         if (JuntaConLaSuya(mia, dia)) {
             escrita = EscribeEnSuHora(mia, dia);
-            Pon(dia.Base, propio, escrita);
+            if (enBase == dia.Base.end())
+                dia.Base.push_back(escrita);
+            else
+                *enBase = escrita;
             dia.Mias[fila] = escrita;
         } else {
             choques << mia.Valores[DiaHora];
             escrita = EscribeFila(mia);
             dia.Suyas.push_back(escrita);
-            dia.Mias[fila] = *ConRegistro(dia.Base, propio); // theirs is shown in its place
+            dia.Mias[fila] = *enBase; // theirs is shown in its place
             dia.Base.push_back(escrita);
             dia.Mias.push_back(escrita);
         }

@@ -212,8 +212,8 @@ void TVentanaAgenda::VuelveAEscribir()
     if (lugar == TBorrador::TLugar::suLinea)
         return;
     Avisa(QStringLiteral("Había escrito:\n") + m_borrador.Tecleado().join(u'\n'));
-    tabla.refresh(); // a line that has gone is seen to be gone
     Deshabilita();
+    tabla.refresh(); // a line that has gone is seen to be gone
 }
 
 void TVentanaAgenda::BSalirClick()

@@ -100,7 +100,9 @@ void DataSet::cancel()
     d->recordsNoted.insert(d->number);
     d->dropPending();
     d->allFieldsNoted = true;
-    if (!inserting || d->goTo(d->beforeInsert))
+    // A row that others have moved out of the range meanwhile is not one to come back to.
+    const bool wasRow = d->ranged && d->rows && d->rows->rowOf(d->beforeInsert) >= 0;
+    if (!inserting || (wasRow ? d->goToRow(d->beforeInsert) : d->goTo(d->beforeInsert)))
         return;
     // Without a line before the insert there may be one now, and the one before may have gone.
     if (d->beforeInsert != 0)

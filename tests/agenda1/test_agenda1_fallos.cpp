@@ -1,8 +1,9 @@
 // The working day while file calls fail.
 
 #include "agenda/LineaAgenda.h"
+#include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
-#include "tests/agenda1/Unica.h"
+#include "tests/agenda1/VentanaUnica.h"
 #include "tests/driver/FileCalls.h"
 
 #include <cerrno>
@@ -13,11 +14,17 @@ namespace
 using support::Dia;
 namespace filecalls = driver::filecalls;
 
-class FallosUnicaTest : public support::UnicaTest
+template <class TBase> class ConFallos : public TBase
 {
 protected:
-    FallosUnicaTest() { filecalls::watch(oficina.carpetaDe("DB"), false); }
-    ~FallosUnicaTest() override { filecalls::unwatch(); }
+    ConFallos() { filecalls::watch(this->oficina.carpetaDe("DB"), false); }
+    ~ConFallos() override { filecalls::unwatch(); }
+};
+using FallosEnVentanaTest = ConFallos<support::VentanaUnicaTest>;
+
+class FallosUnicaTest : public ConFallos<support::UnicaTest>
+{
+protected:
     /// The date that the engine says, and the lines that the window would show with theirs.
     [[nodiscard]] static QString vista(TAgenda &motor)
     {
@@ -68,6 +75,81 @@ TEST_F(FallosUnicaTest, AnotherDayIsShownWholeOrNotAtAll)
         });
         EXPECT_GT(fallidos, 0) << "nothing has been tried";
     }
+}
+
+TEST_F(FallosEnVentanaTest, ALineThatIsGivenUpLeavesTheWindowFree)
+{
+    ajustes();
+    linea({Dia, "09:00"});
+    enVentana([this] {
+        comando("Modificar");
+        teclea("Acta");
+        const QString atencion = " ATENCIÓN:";
+        oficina.Mensaje.espera({"Problemas en la actualización de la cita", atencion});
+        oficina.Mensaje.espera({"Había escrito:\nActa", atencion});
+        oficina.Mensaje.espera({"No se puede consultar el fichero: Input/output error", atencion});
+        filecalls::fail(filecalls::Fault{{}, 1, EIO, true});
+        pulsa("BAceptar");
+        filecalls::fail({});
+        EXPECT_FALSE(editando());
+        if (editando()) { // and could not even be closed
+            oficina.Mensaje.espera({"¿Desea deshacer los cambios?", atencion, RespuestaSi});
+            pulsa("BSalir");
+        }
+        comando("Salida"); // as before
+    });
+    EXPECT_EQ(dia(), QStringList{"09:00||||S"});
+}
+
+TEST_F(FallosUnicaTest, AWeekSheetGivesTheDayBackWhateverFails)
+{
+    struct Hojas : IInformesAgenda1 {
+        struct Semana : IInforme {
+            explicit Semana(const filecalls::Fault &fallo)
+                : Fallo(fallo)
+            {
+            }
+            void Preview() override { filecalls::fail(Fallo); } // from here on the way back
+            filecalls::Fault Fallo;
+        };
+        std::unique_ptr<IInforme> CreaQRAgendaZen(QObject *, QDate, dataset::DataSet &) override
+        {
+            return std::make_unique<Semana>(Fallo);
+        }
+        std::unique_ptr<IInforme> CreaQRAgendaDia(QObject *, QDate, dataset::DataSet &) override
+        {
+            return {};
+        }
+        std::unique_ptr<IInforme> CreaQRAgendaDia2(QObject *, QDate, dataset::DataSet &) override
+        {
+            return {};
+        }
+        filecalls::Fault Fallo;
+    } hojas;
+    informes = &hojas;
+    ajustes();
+    linea({Dia, "09:00"});
+    linea({Dia.addDays(1), "10:00"});
+    int fallidas = 0;
+    abre([&](TAgenda &motor) {
+        const QString hoy = vista(motor);
+        bool met = true;
+        for (int number = 1; met; ++number) {
+            hojas.Fallo = {filecalls::Call::read, number, EIO, true};
+            bool bien = true;
+            try {
+                motor.InformeSemanal();
+            } catch (const dataset::EDatabaseError &) {
+                bien = false;
+            }
+            met = filecalls::faultMet();
+            filecalls::fail({});
+            fallidas += bien ? 0 : 1;
+            EXPECT_EQ(vista(motor), hoy) << "read " << number;
+            motor.Tabla().refresh();
+        }
+    });
+    EXPECT_GT(fallidas, 0) << "nothing has been tried";
 }
 
 TEST_F(FallosUnicaTest, ALineOfTwoNotariesIsAcceptedWholeOrNotAtAll)

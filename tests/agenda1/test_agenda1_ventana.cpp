@@ -1,5 +1,6 @@
 // The window of one notary, worked with keys and clicks over a real table.
 
+#include "agenda/LineaAgenda.h"
 #include "agenda/host/Constanteszen.h"
 #include "agenda1/Agenda1.h"
 #include "tests/agenda1/VentanaUnica.h"
@@ -219,6 +220,31 @@ TEST_F(UnNotarioTest, WhatCannotBeWrittenIsToldAndNothingIsLost)
         EXPECT_FALSE(editando());
         EXPECT_EQ(rejilla().model()->rowCount(), 1);
     });
+}
+
+TEST_F(UnNotarioTest, ALineThatGoesToAnotherDayDoesNotComeBackWithARefusedNewOne)
+{
+    oficina.Aliases.setLockPatience(std::chrono::milliseconds(1));
+    const auto otro = tabla();
+    enVentana([&] {
+        ASSERT_TRUE(otro->locate({{"FECHA", Dia}, {"HORA", "09:00"}}, dataset::SearchMode::exact));
+        otro->edit();
+        otro->field(u"FECHA").setDate(Dia.addDays(1));
+        otro->post();
+        otro->beginGroup(); // nobody else writes
+        tecla(Qt::Key_Insert);
+        edicion("DBEConcepto").setFocus();
+        teclea("Acta");
+        oficina.Mensaje.espera({"Problemas en la actualización de la cita", Atencion});
+        pulsa("BAceptar");
+        EXPECT_TRUE(editando());
+        for (int fila = 0; fila < motor->Tabla().rowCount(); ++fila)
+            EXPECT_EQ(TLineaAgenda::DeFila(motor->Tabla(), fila).Fecha, Dia) << fila;
+        otro->dropGroup();
+        pulsa("BAceptar");
+        EXPECT_FALSE(editando());
+    });
+    EXPECT_EQ(dia(), (QStringList{"09:00|Acta|||N", "09:30||||N"}));
 }
 
 TEST_F(UnNotarioTest, WhatOthersWriteIsTakenInWhileNothingIsEdited)

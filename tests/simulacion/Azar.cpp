@@ -1,7 +1,5 @@
 #include "tests/simulacion/Azar.h"
 
-#include "tests/simulacion/Vocabulario.h"
-
 namespace simulacion
 {
 
@@ -13,6 +11,18 @@ quint64 TAzar::Siguiente()
     z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
     return z ^ (z >> 31);
 }
+
+namespace
+{
+
+/// Whether a step writes what has been typed, or a whole day.
+bool Escribe(const TPaso &paso)
+{
+    return (paso.Verbo == TVerbo::boton && paso.A == aceptar) ||
+           (paso.Verbo == TVerbo::accion && (paso.A >= pegar || paso.A == salida || paso.A == ausente));
+}
+
+} // namespace
 
 int TAzar::Hasta(int limite)
 {
@@ -42,6 +52,7 @@ TPaso TGuion::Siguiente(const QList<TRespuesta> &puestos, int numero, bool bloqu
     case TEstado::muerto:
     case TEstado::cerrado:
         paso.Verbo = TVerbo::abre;
+        paso.A = m_cual == TCual::multi ? 0 : m_azar.Hasta(Dias);
         return paso;
     case TEstado::enLlamada:
         paso.Verbo = m_azar.UnaDe(25) ? TVerbo::mata : TVerbo::sigue;
@@ -60,7 +71,9 @@ TPaso TGuion::Siguiente(const QList<TRespuesta> &puestos, int numero, bool bloqu
             paso.Verbo = TVerbo::mata;
             return paso;
         }
-        if (puesto.Pantalla.Ficha)
+        if (m_cual != TCual::multi)
+            EnUnica(paso, puesto.Pantalla, numero);
+        else if (puesto.Pantalla.Ficha)
             EnFicha(paso, puesto.Pantalla, numero);
         else
             EnVentana(paso, puesto.Pantalla, numero);
@@ -74,8 +87,8 @@ void TGuion::Percance(TPaso &paso)
 {
     // Another day is read from one table after the other, and several lines are written one after the other:
     // these can be left half done.
-    const bool porPartes =
-        LlevaAOtroDia(paso) || paso.Verbo == TVerbo::eligeDia || paso.Verbo == TVerbo::responde;
+    const bool porPartes = LlevaAOtroDia(paso) || paso.Verbo == TVerbo::eligeDia ||
+                           paso.Verbo == TVerbo::responde || (m_cual != TCual::multi && Escribe(paso));
     if (!m_azar.UnaDe(porPartes ? 4 : 10))
         return;
     paso.Percance =
@@ -164,6 +177,36 @@ void TGuion::EnFicha(TPaso &paso, const TPantalla &pantalla, int numero)
     default:
         paso.A = Elige(intro, 3, tabulador, 3, escape, 1, borraTexto, 1, cifra, 1);
         break;
+    }
+}
+
+void TGuion::EnUnica(TPaso &paso, const TPantalla &pantalla, int numero)
+{
+    if (pantalla.Editando) {
+        paso.Verbo = Elige(TVerbo::campo, 9, TVerbo::boton, 5, TVerbo::tecla, 3, TVerbo::tic, 1);
+        if (paso.Verbo == TVerbo::campo) {
+            paso.A = Elige(enConcepto, 6, enInteresado, 4, enOficial, 2, enHora, 4, enSalida, 1);
+            paso.B = paso.A == enHora ? m_azar.Hasta(6) : numero;
+        } else if (paso.Verbo == TVerbo::boton) {
+            paso.A = Elige(aceptar, 8, salir, 1);
+        } else {
+            paso.A = Elige(intro, 4, tabulador, 2, escape, 1, borraTexto, 1, cifra, 1);
+        }
+        return;
+    }
+    const bool doble = m_cual == TCual::doble;
+    paso.Verbo = Elige(TVerbo::accion, 34, TVerbo::tecla, 26, TVerbo::clic, 20, TVerbo::tic, 12);
+    if (paso.Verbo == TVerbo::accion) {
+        paso.A =
+            Elige(nuevo, 6, modificar, 12, borrar, 5, salida, 3, ausente, doble ? 1 : 3, anterior, 5,
+                  siguiente, 5, copiarAnotacion, 4, pegar, 5, imprimirDia, 2, imprimirSemana, doble ? 0 : 1,
+                  volver, doble ? 6 : 0, salidaDelOtro, doble ? 3 : 0, ausenteElOtro, doble ? 1 : 0);
+    } else if (paso.Verbo == TVerbo::tecla) {
+        paso.A = Elige(arriba, 6, abajo, 8, intro, doble ? 3 : 1, suprimir, 3, insertar, 2, mayInsertar, 4,
+                       ctrlC, 2, ctrlV, 2, izquierda, 2, derecha, 2, escape, 1);
+    } else if (paso.Verbo == TVerbo::clic) {
+        paso.A = m_azar.Hasta(qMax(1, static_cast<int>(pantalla.Filas.size())));
+        paso.B = m_azar.Hasta(2);
     }
 }
 

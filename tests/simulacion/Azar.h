@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/simulacion/Mensajes.h"
+#include "tests/simulacion/Vocabulario.h"
 
 #include <initializer_list>
 
@@ -28,8 +28,9 @@ private:
 class TGuion
 {
 public:
-    explicit TGuion(TAzar &azar)
-        : m_azar(azar)
+    TGuion(TCual cual, TAzar &azar)
+        : m_cual(cual)
+        , m_azar(azar)
     {
     }
     /// @param puestos  what each workstation said last. @param numero  of the step, for texts of its own.
@@ -46,7 +47,9 @@ private:
     TPaso DelOtro(const QList<TRespuesta> &puestos, int numero, bool bloqueado);
     void EnVentana(TPaso &paso, const TPantalla &pantalla, int numero);
     void EnFicha(TPaso &paso, const TPantalla &pantalla, int numero);
+    void EnUnica(TPaso &paso, const TPantalla &pantalla, int numero);
     void Percance(TPaso &paso);
+    TCual m_cual;
     TAzar &m_azar;
 };
 

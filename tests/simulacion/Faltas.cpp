@@ -1,5 +1,6 @@
 #include "tests/simulacion/Faltas.h"
 
+#include "agenda1/DiaDeDos.h"
 #include "dataset/DataSet.h"
 #include "dbcontrols/MaskEdit.h"
 
@@ -130,3 +131,39 @@ void MaskEdit::keyPressEvent(QKeyEvent *event)
 }
 
 } // namespace dbcontrols
+
+// What stands in an archive has no definition to go before: the linker puts these into its place (--wrap).
+std::optional<TFilaDia> FundePropia(const TFilaDia &base, const TFilaDia &mia,
+                                    const TFilaDia &suya) __asm__("__real__Z10FundeLineaRK8TFilaDiaS1_S1_");
+std::optional<TFilaDia> FundeConFalta(const TFilaDia &base, const TFilaDia &mia,
+                                      const TFilaDia &suya) __asm__("__wrap__Z10FundeLineaRK8TFilaDiaS1_S1_");
+void DeshazPropia(TDiaDeDos *dia) __asm__("__real__ZN9TDiaDeDos6DeshazEv");
+void DeshazConFalta(TDiaDeDos *dia) __asm__("__wrap__ZN9TDiaDeDos6DeshazEv");
+void CargaPropia(TDiaDeDos *dia, QDate fecha) __asm__("__real__ZN9TDiaDeDos5CargaE5QDate");
+void CargaConFalta(TDiaDeDos *dia, QDate fecha) __asm__("__wrap__ZN9TDiaDeDos5CargaE5QDate");
+
+std::optional<TFilaDia> FundeConFalta(const TFilaDia &base, const TFilaDia &mia, const TFilaDia &suya)
+{
+    if (Hay(TFalta::sinFundir))
+        return TFilaDia{suya.Registro, mia.Valores};
+    std::optional<TFilaDia> fundida = FundePropia(base, mia, suya);
+    if (fundida && Hay(TFalta::horaVieja) && mia.Valores[DiaHora] != base.Valores[DiaHora])
+        fundida->Registro = 0;
+    return fundida;
+}
+
+void DeshazConFalta(TDiaDeDos *dia)
+{
+    if (!Hay(TFalta::quedaLoNegado))
+        DeshazPropia(dia);
+}
+
+void CargaConFalta(TDiaDeDos *dia, QDate fecha)
+{
+    try {
+        CargaPropia(dia, fecha);
+    } catch (const dataset::EDatabaseError &) {
+        if (!Hay(TFalta::diaAMedias))
+            throw;
+    }
+}

@@ -19,10 +19,15 @@ enum class TFalta {
     fechaVieja,    ///< the date field stays as it was when only some notaries could go to a day
     mascaraCorta,  ///< Ctrl+U makes a date shorter than its mask, and the next digit kills the program
     sinGrupo,      ///< several lines are several commits
+    sinFundir,     ///< a line of two notaries is accepted over what others have written into it
+    horaVieja,     ///< and stays at its old hour when it is given another one
+    quedaLoNegado, ///< a mark that AGENDA has refused stays in memory
+    diaAMedias,    ///< another day's title stands over the lines of the day before
 };
-inline constexpr std::array<const char *, 9> NombresDeFaltas{"ninguna",       "borraSinVer",  "celdaSinVer",
-                                                             "rellenaSinVer", "sigueALaIda",  "rangoAMedias",
-                                                             "fechaVieja",    "mascaraCorta", "sinGrupo"};
+inline constexpr std::array<const char *, 13> NombresDeFaltas{
+    "ninguna",      "borraSinVer",   "celdaSinVer",  "rellenaSinVer", "sigueALaIda",
+    "rangoAMedias", "fechaVieja",    "mascaraCorta", "sinGrupo",      "sinFundir",
+    "horaVieja",    "quedaLoNegado", "diaAMedias"};
 
 /// From now on every workstation that starts has this fault.
 void Planta(TFalta falta);

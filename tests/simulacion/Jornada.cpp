@@ -1,6 +1,6 @@
 #include "tests/simulacion/Jornada.h"
 
-#include "tests/simulacion/Vocabulario.h"
+#include "agenda/AgendaZenDM.h"
 #include "tests/support/OficinaDePrueba.h"
 
 #include <QtCore/QUuid>
@@ -41,6 +41,9 @@ struct TRaiz {
         empleados.setTableName(QStringLiteral("EMPLEADO"));
         empleados.createFile({{"NOMBRE", dataset::FieldKind::text, 40}});
         fs::create_directories(modelo.carpeta() / "CONFIG");
+        HazUnica(modelo, TCual::unica, {});
+        HazUnica(modelo, TCual::doble,
+                 QStringLiteral("ANA").leftJustified(50) + QStringLiteral("BENITO").rightJustified(50));
         fs::create_directories(Carpeta);
         fs::copy(modelo.carpeta(), Carpeta / "modelo", fs::copy_options::recursive);
     }
@@ -48,6 +51,26 @@ struct TRaiz {
     {
         std::error_code nada;
         fs::remove_all(Carpeta, nada);
+    }
+    /// AGENDA with its settings alone. @param nombres  of two notaries.
+    static void HazUnica(support::OficinaDePrueba &modelo, TCual cual, const QString &nombres)
+    {
+        const QString alias = NombreDe(cual);
+        const fs::path carpeta = modelo.carpeta() / alias.toStdString();
+        fs::create_directories(carpeta);
+        modelo.Aliases.add(alias, QString::fromStdString(carpeta.string()));
+        dataset::DbfTable tabla(modelo.Aliases);
+        PreparaTablaAgenda(tabla);
+        tabla.setDatabaseName(alias);
+        tabla.createFile(CamposAgenda());
+        tabla.open();
+        tabla.append();
+        tabla.field(u"FECHA").setDate(FechaAjustes);
+        tabla.field(u"HORA").setText(QStringLiteral("30"));
+        tabla.field(u"CONCEPTO").setText(QStringLiteral("0911"));
+        tabla.field(u"INTERESADO").setText(nombres);
+        tabla.field(u"OFICIAL").setText(nombres.isEmpty() ? QString() : QStringLiteral("CONVENIO"));
+        tabla.post();
     }
     TRaiz(const TRaiz &) = delete;
     TRaiz &operator=(const TRaiz &) = delete;
@@ -77,17 +100,20 @@ void TCifras::Suma(const TCifras &otra)
     Huella = Huella * 31 + otra.Huella;
 }
 
-TJornada::TJornada(int puestos)
-    : m_carpeta(HazOficina())
+TJornada::TJornada(TCual cual, int puestos)
+    : m_cual(cual)
+    , m_carpeta(HazOficina())
 {
     const QString carpeta = QString::fromStdString(m_carpeta.string());
-    for (int notario = 1; notario <= Notarios; ++notario)
+    for (int notario = 1; notario <= TablasDe(cual); ++notario)
         m_tablas.push_back(std::make_unique<TTablaCruda>(
-            carpeta + QStringLiteral("/NOTARIO%1/AGENDA_N.DBF").arg(notario), notario));
-    m_otro = std::make_unique<TOtroPrograma>(carpeta, m_tablas);
-    m_juez = std::make_unique<TJuez>(m_tablas, puestos);
+            carpeta + (cual == TCual::multi ? QStringLiteral("/NOTARIO%1/AGENDA_N.DBF").arg(notario)
+                                            : u'/' + NombreDe(cual) + QStringLiteral("/AGENDA.DBF")),
+            cual, notario));
+    m_otro = std::make_unique<TOtroPrograma>(cual, carpeta, m_tablas);
+    m_juez = std::make_unique<TJuez>(cual, m_tablas, puestos);
     for (int puesto = 0; puesto < puestos; ++puesto)
-        m_puestos.push_back(std::make_unique<TProceso>(carpeta));
+        m_puestos.push_back(std::make_unique<TProceso>(cual, carpeta));
 }
 
 TJornada::~TJornada()
@@ -98,9 +124,9 @@ TJornada::~TJornada()
     std::filesystem::remove_all(m_carpeta, nada);
 }
 
-TResultado TJornada::Vive(int puestos, QStringList *relato, const TSiguiente &siguiente)
+TResultado TJornada::Vive(TCual cual, int puestos, QStringList *relato, const TSiguiente &siguiente)
 {
-    TJornada jornada(puestos);
+    TJornada jornada(cual, puestos);
     jornada.m_relato = relato;
     TResultado resultado;
     resultado.Fallo = jornada.Abre();
@@ -119,25 +145,25 @@ TResultado TJornada::Vive(int puestos, QStringList *relato, const TSiguiente &si
     return resultado;
 }
 
-TResultado TJornada::Corre(quint64 semilla, int pasos, int puestos)
+TResultado TJornada::Corre(TCual cual, quint64 semilla, int pasos, int puestos)
 {
     TAzar azar(semilla);
-    TGuion guion(azar);
-    return Vive(puestos, nullptr, [&](const TJornada &jornada, int hechos) -> std::optional<TPaso> {
+    TGuion guion(cual, azar);
+    return Vive(cual, puestos, nullptr, [&](const TJornada &jornada, int hechos) -> std::optional<TPaso> {
         if (hechos == pasos)
             return {};
         return guion.Siguiente(jornada.Ultimas(), hechos, jornada.m_otro->Bloquea());
     });
 }
 
-TResultado TJornada::Repite(const TPasos &pasos, int puestos, QStringList *relato)
+TResultado TJornada::Repite(TCual cual, const TPasos &pasos, int puestos, QStringList *relato)
 {
-    return Vive(puestos, relato, [&](const TJornada &, int hechos) -> std::optional<TPaso> {
+    return Vive(cual, puestos, relato, [&](const TJornada &, int hechos) -> std::optional<TPaso> {
         return hechos < pasos.size() ? std::optional(pasos.at(hechos)) : std::nullopt;
     });
 }
 
-TResultado TJornada::Recorta(const TResultado &fallida, int puestos, int intentos)
+TResultado TJornada::Recorta(TCual cual, const TResultado &fallida, int puestos, int intentos)
 {
     TResultado corta = fallida;
     for (qsizetype trozo = corta.Pasos.size() / 2; trozo > 0 && intentos > 0;) {
@@ -147,7 +173,7 @@ TResultado TJornada::Recorta(const TResultado &fallida, int puestos, int intento
             TPasos pasos = corta.Pasos;
             pasos.remove(desde, trozo);
             --intentos;
-            const TResultado prueba = Repite(pasos, puestos);
+            const TResultado prueba = Repite(cual, pasos, puestos);
             if (prueba.Fallo && prueba.Fallo->EsComo(*fallida.Fallo)) {
                 corta = prueba;
                 quitado = true;
@@ -163,8 +189,12 @@ TResultado TJornada::Recorta(const TResultado &fallida, int puestos, int intento
 QList<TRespuesta> TJornada::Ultimas() const
 {
     QList<TRespuesta> ultimas;
-    for (const auto &puesto : m_puestos)
+    for (const auto &puesto : m_puestos) {
         ultimas << puesto->Ultima();
+        TPantalla &pantalla = ultimas.back().Pantalla;
+        if (m_cual == TCual::doble && pantalla.FilaActual >= 0) // a line in memory, which others do not know
+            pantalla.Actual = m_tablas.front()->Marca(pantalla.Filas.value(pantalla.FilaActual).Linea);
+    }
     return ultimas;
 }
 
@@ -262,7 +292,7 @@ TVeredicto TJornada::HazEnPuesto(const TPaso &paso)
     if (paso.Verbo == TVerbo::mata)
         puesto.Mata();
     else if (antes == TEstado::muerto)
-        puesto.Arranca();
+        puesto.Arranca(paso.A);
     else
         puesto.Da(paso);
     if (!puesto.Averia().isEmpty())
@@ -316,7 +346,7 @@ TVeredicto TJornada::CierraPuesto(quint8 puesto, bool soloLlamadas)
 
 void PreparaProcesos()
 {
-    const TProceso primero{QString()};
+    const TProceso primero{TCual::multi, QString()};
     struct sigaction termina = {};
     termina.sa_handler = [](int senal) { g_senal = senal; };
     termina.sa_flags = static_cast<int>(SA_RESETHAND); // the second time at once

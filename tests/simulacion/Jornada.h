@@ -34,24 +34,24 @@ class TJornada
 {
 public:
     /// @param puestos  how many workstations.
-    explicit TJornada(int puestos);
+    TJornada(TCual cual, int puestos);
     ~TJornada();
     TJornada(const TJornada &) = delete;
     TJornada &operator=(const TJornada &) = delete;
 
     /// A day by chance. @param pasos  how many steps.
-    static TResultado Corre(quint64 semilla, int pasos, int puestos);
+    static TResultado Corre(TCual cual, quint64 semilla, int pasos, int puestos);
     /// The same steps again; those that mean nothing any more do nothing.
     /// @param relato  takes what each step met, in words; may be null.
-    static TResultado Repite(const TPasos &pasos, int puestos, QStringList *relato = nullptr);
+    static TResultado Repite(TCual cual, const TPasos &pasos, int puestos, QStringList *relato = nullptr);
     /// Takes steps out of a failing run for as long as it goes on failing by the same rule.
     /// @param intentos  how many runs that may cost. @return the shortest one found, with its failure.
-    [[nodiscard]] static TResultado Recorta(const TResultado &fallida, int puestos, int intentos);
+    [[nodiscard]] static TResultado Recorta(TCual cual, const TResultado &fallida, int puestos, int intentos);
 
 private:
     /// The next step, after so many; none: the day ends.
     using TSiguiente = std::function<std::optional<TPaso>(const TJornada &, int)>;
-    static TResultado Vive(int puestos, QStringList *relato, const TSiguiente &siguiente);
+    static TResultado Vive(TCual cual, int puestos, QStringList *relato, const TSiguiente &siguiente);
     TVeredicto Abre();
     TVeredicto Haz(TPaso paso);
     TVeredicto HazEnPuesto(const TPaso &paso);
@@ -63,6 +63,7 @@ private:
     [[nodiscard]] bool AlguienEnLlamada() const;
     [[nodiscard]] QList<TRespuesta> Ultimas() const;
 
+    TCual m_cual;
     std::filesystem::path m_carpeta;
     std::vector<std::unique_ptr<TTablaCruda>> m_tablas;
     std::unique_ptr<TOtroPrograma> m_otro;

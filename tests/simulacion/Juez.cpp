@@ -1,7 +1,5 @@
 #include "tests/simulacion/Juez.h"
 
-#include "tests/simulacion/Vocabulario.h"
-
 #include <QtCore/QRegularExpression>
 
 #include <algorithm>
@@ -26,15 +24,6 @@ QStringList TextosDe(const QString &concepto)
     return todos;
 }
 
-/// @param fecha  as it stands in the field; a year of two digits is one of this century.
-QString Clave(const QString &fecha)
-{
-    QDate dia = QDate::fromString(fecha, QStringLiteral("dd/MM/yyyy"));
-    if (!dia.isValid())
-        dia = QDate::fromString(fecha.trimmed(), QStringLiteral("dd/MM/yy")).addYears(100);
-    return dia.toString(QStringLiteral("yyyyMMdd"));
-}
-
 /// The command that a step is, by its place in Acciones; -1: none.
 int AccionDe(const TPaso &paso)
 {
@@ -42,14 +31,24 @@ int AccionDe(const TPaso &paso)
         return paso.A;
     if (paso.Verbo == TVerbo::boton)
         return paso.A == borrarFicha ? borrar : paso.A == nuevoFicha ? nuevo : -1;
-    if (paso.Verbo == TVerbo::tecla)
-        return paso.A == suprimir ? borrar : paso.A == insertar ? nuevo : paso.A == espacio ? modificar : -1;
+    if (paso.Verbo == TVerbo::tecla) {
+        switch (paso.A) {
+        case suprimir:
+            return borrar;
+        case insertar:
+            return nuevo;
+        case espacio:
+        case mayInsertar:
+            return modificar;
+        case ctrlC:
+            return copiarAnotacion;
+        case ctrlV:
+            return pegar;
+        default:
+            return -1;
+        }
+    }
     return -1;
-}
-
-TFallo Fallo(char regla, const QString &que)
-{
-    return {QLatin1Char(regla), que};
 }
 
 /// How many lines a message names as not done.
@@ -67,9 +66,24 @@ int Nombradas(const QStringList &avisos)
 
 } // namespace
 
-TJuez::TJuez(const std::vector<std::unique_ptr<TTablaCruda>> &tablas, int puestos)
-    : m_tablas(tablas)
+TFallo Fallo(char regla, const QString &que)
+{
+    return {QLatin1Char(regla), que};
+}
+
+QString Clave(const QString &fecha)
+{
+    QDate dia = QDate::fromString(fecha, QStringLiteral("dd/MM/yyyy"));
+    if (!dia.isValid())
+        dia = QDate::fromString(fecha.trimmed(), QStringLiteral("dd/MM/yy")).addYears(100);
+    return dia.toString(QStringLiteral("yyyyMMdd"));
+}
+
+TJuez::TJuez(TCual cual, const std::vector<std::unique_ptr<TTablaCruda>> &tablas, int puestos)
+    : m_cual(cual)
+    , m_tablas(tablas)
     , m_ordenes(puestos)
+    , m_memorias(puestos)
 {
 }
 
@@ -83,7 +97,7 @@ void TJuez::Ensena(TOrden &orden, const TPantalla &pantalla, bool ficha)
     };
     for (const TFila &fila : pantalla.Filas)
         anota(fila.Marca, fila.Linea);
-    if (ficha && pantalla.Ficha)
+    if (ficha && pantalla.EnFicha.Marca != 0)
         anota(pantalla.EnFicha.Marca, pantalla.EnFicha.Linea);
 }
 
@@ -113,10 +127,14 @@ void TJuez::Antes(const TPaso &paso, const TRespuesta &ultima)
     orden.Percance |= paso.Percance != TPercance::ninguno;
     if (paso.Verbo == TVerbo::texto || paso.Verbo == TVerbo::memo)
         orden.Escrito << Texto(paso.A);
-    if (paso.Verbo == TVerbo::campo && paso.A == enConcepto)
+    if (paso.Verbo == TVerbo::campo && (paso.A == enConcepto || (m_cual != TCual::multi && paso.A != enHora)))
         orden.Escrito << Texto(paso.B);
-    orden.Cancelada |= (paso.Verbo == TVerbo::tecla && paso.A == escape) ||
-                       (paso.Verbo == TVerbo::boton && paso.A == cancelar);
+    if (m_cual == TCual::multi)
+        orden.Cancelada |= (paso.Verbo == TVerbo::tecla && paso.A == escape) ||
+                           (paso.Verbo == TVerbo::boton && paso.A == cancelar);
+    else
+        orden.Cancelada |= paso.Verbo == TVerbo::responde && paso.A == 1 &&
+                           ultima.Pregunta.contains(QLatin1String("deshacer"));
     if (paso.Verbo == TVerbo::responde && ultima.Estado == TEstado::pregunta)
         orden.Negada = paso.A != 1;
     if (paso.Verbo == TVerbo::eligeDia && ultima.Estado == TEstado::fecha) {
@@ -136,9 +154,14 @@ TVeredicto TJuez::Despues(const TPaso &paso, const TRespuesta &ahora, const TCam
     if (!ahora.Hecho && !muerto && !orden.Pasos.isEmpty())
         orden.Pasos.removeLast(); // in a box, say, which takes no commands: nobody has asked for it
     orden.Avisos << ahora.Avisos;
+    for (const QString &aviso : ahora.Avisos)
+        if (aviso.contains(QLatin1String("ha cambiado a la vez")))
+            orden.Choques += static_cast<int>(aviso.count(u':'));
     orden.Cambios << cambios;
     orden.PreguntaBorrar |= ahora.Pregunta.contains(QLatin1String("borrar"));
     for (const TCambio &cambio : cambios) {
+        if (m_cual == TCual::doble)
+            break; // judged together, when the command is done
         if (auto fallo = cambio.Antes ? JuzgaCambio(orden, cambio) : JuzgaNueva(orden, cambio))
             return fallo;
         // What the clerk has just written he knows.
@@ -148,14 +171,15 @@ TVeredicto TJuez::Despues(const TPaso &paso, const TRespuesta &ahora, const TCam
     if (auto fallo = JuzgaHojas(ahora, tranquilo && !orden.Percance))
         return fallo;
     const bool espera = ahora.Estado == TEstado::pregunta || ahora.Estado == TEstado::fecha;
-    if (espera && (orden.Edita || orden.Pantalla.FechaConFoco))
+    if (espera && m_cual == TCual::multi && (orden.Edita || orden.Pantalla.FechaConFoco))
         Empieza(orden, ahora.Pantalla); // what was being typed is stored, and the command works on the rest
     const TPantalla &pantalla = ahora.Pantalla;
     if (ahora.Estado == TEstado::listo) {
         if (auto fallo = JuzgaPantalla(pantalla))
             return fallo;
         if (paso.Verbo == TVerbo::tic && tranquilo && ahora.Hecho)
-            if (auto fallo = AlDia(pantalla))
+            if (auto fallo =
+                    m_cual == TCual::doble ? AlDiaDeDos(pantalla, m_memorias[paso.Puesto]) : AlDia(pantalla))
                 return fallo;
     }
     if (!muerto && ahora.Estado != TEstado::cerrado &&
@@ -173,14 +197,20 @@ TVeredicto TJuez::Despues(const TPaso &paso, const TRespuesta &ahora, const TCam
                 orden.Vistas[Clave(pantalla.Pestana + 1, pantalla.Actual)] << *linea;
         }
         orden.Pendiente = pantalla.Pendiente;
+        if (m_cual != TCual::multi)
+            orden.Avisos.clear(); // whatever he was told, he goes on with it
         return {};
     }
     orden.Abierta = false;
-    TVeredicto fallo = JuzgaTextos(orden);
+    if (muerto && m_cual == TCual::doble) // who would have been told
+        orden.Choques += PuedenChocar(orden);
+    TMemoria &memoria = m_memorias[paso.Puesto];
+    TVeredicto fallo = JuzgaTextos(orden, memoria);
     if (!fallo)
-        fallo = JuzgaCuentas(orden, muerto);
+        fallo = m_cual == TCual::doble ? JuzgaCitas(orden, memoria, ahora) : JuzgaCuentas(orden, muerto);
     if (!fallo)
         fallo = JuzgaPendiente(orden, muerto);
+    Recuerda(orden, memoria, ahora);
     return fallo;
 }
 
@@ -190,6 +220,12 @@ bool TJuez::Tiene(const TOrden &orden, int accion)
     return (accion == borrar && orden.PreguntaBorrar) ||
            std::any_of(orden.Pasos.begin(), orden.Pasos.end(),
                        [accion](const TPaso &paso) { return AccionDe(paso) == accion; });
+}
+
+bool TJuez::TieneMarca(const TOrden &orden)
+{
+    return Tiene(orden, ausente) || Tiene(orden, ausenteElOtro) || Tiene(orden, salida) ||
+           Tiene(orden, salidaDelOtro);
 }
 
 /// Rule a: whoever changes or deletes a line has had it on his screen as it was.
@@ -216,7 +252,9 @@ TVeredicto TJuez::JuzgaCambio(const TOrden &orden, const TCambio &cambio) const
 TVeredicto TJuez::JuzgaNueva(const TOrden &orden, const TCambio &cambio) const
 {
     const TLinea &nueva = *cambio.Despues;
-    if (orden.EnFicha || Tiene(orden, nuevo))
+    const auto nuevas = std::count_if(orden.Cambios.begin(), orden.Cambios.end(),
+                                      [](const TCambio &uno) { return !uno.Antes; });
+    if (orden.EnFicha || (Tiene(orden, nuevo) && (m_cual == TCual::multi || nuevas == 1)))
         return {};
     if (Tiene(orden, copiar) || Tiene(orden, mover)) {
         for (const quint32 marca : orden.Lineas) {
@@ -250,6 +288,9 @@ TVeredicto TJuez::JuzgaNueva(const TOrden &orden, const TCambio &cambio) const
 /// Rule c: what stands in the date field is the day of the lines below it.
 TVeredicto TJuez::JuzgaPantalla(const TPantalla &pantalla) const
 {
+    if (m_cual != TCual::multi && pantalla.Editor != pantalla.Editando)
+        return Fallo('f', pantalla.Editando ? QStringLiteral("la línea se ha quedado a medias")
+                                            : QStringLiteral("el panel espera una línea que nadie escribe"));
     const QString dia = Clave(pantalla.Fecha);
     if (dia.isEmpty() || pantalla.FechaConFoco || pantalla.Ficha)
         return {};
@@ -299,7 +340,10 @@ TVeredicto TJuez::AlDia(const TPantalla &pantalla) const
 TVeredicto TJuez::JuzgaHojas(const TRespuesta &ahora, bool tranquilo) const
 {
     for (const THoja &hoja : ahora.Hojas) {
-        QList<TFila> dia = m_tablas.at(static_cast<std::size_t>(ahora.Pantalla.Pestana))->Dia(hoja.Fecha);
+        const QList<TFila> dia =
+            m_cual == TCual::doble // printed from memory
+                ? ahora.Pantalla.Filas
+                : m_tablas.at(static_cast<std::size_t>(ahora.Pantalla.Pestana))->Dia(hoja.Fecha);
         bool bien = hoja.Fecha == Clave(ahora.Pantalla.Fecha);
         bien &= std::all_of(hoja.Lineas.begin(), hoja.Lineas.end(),
                             [&](const TLinea &una) { return una.Fecha == hoja.Fecha; });
@@ -319,7 +363,7 @@ TVeredicto TJuez::JuzgaHojas(const TRespuesta &ahora, bool tranquilo) const
 }
 
 /// Rules a and b: no text becomes more, or less, by a command that is not meant to do that.
-TVeredicto TJuez::JuzgaTextos(const TOrden &orden)
+TVeredicto TJuez::JuzgaTextos(const TOrden &orden, const TMemoria &memoria) const
 {
     QMap<QString, int> saldo;
     for (const TCambio &cambio : orden.Cambios) {
@@ -329,10 +373,16 @@ TVeredicto TJuez::JuzgaTextos(const TOrden &orden)
             ++saldo[texto];
     }
     const bool mueve = Tiene(orden, mover);
+    const bool pega = Tiene(orden, pegar);
+    const bool marca = m_cual != TCual::multi && TieneMarca(orden);
     for (auto uno = saldo.cbegin(); uno != saldo.cend(); ++uno) {
         const bool escrito = orden.Escrito.contains(uno.key()) || orden.Pendiente.contains(uno.key());
-        const bool masBien = *uno > 0 && (escrito || Tiene(orden, copiar));
-        const bool menosBien = *uno < 0 && !mueve && (orden.Edita || Tiene(orden, borrar));
+        // The agenda of several notaries fills lines up to an end hour with what was typed once.
+        const bool unaVez = m_cual == TCual::multi || *uno == 1;
+        const bool masBien = *uno > 0 && ((escrito && unaVez) || Tiene(orden, copiar) || orden.Choques > 0 ||
+                                          (pega && memoria.Copia.contains(uno.key())));
+        const bool menosBien = *uno < 0 && !mueve &&
+                               (orden.Edita || Tiene(orden, borrar) || pega || marca || Tiene(orden, volver));
         if (*uno != 0 && !masBien && !menosBien && !(mueve && orden.Edita))
             return Fallo(*uno > 0 ? 'b' : 'a',
                          QStringLiteral("el texto %1 está %2 veces más que antes").arg(uno.key()).arg(*uno));
@@ -341,7 +391,7 @@ TVeredicto TJuez::JuzgaTextos(const TOrden &orden)
 }
 
 /// Rule d: a command that is not refused has done all of it, and a refused one nothing.
-TVeredicto TJuez::JuzgaCuentas(const TOrden &orden, bool muerto)
+TVeredicto TJuez::JuzgaCuentas(const TOrden &orden, bool muerto) const
 {
     const int accion = AccionDe(orden.Pasos.value(0));
     if (orden.Edita || orden.ConFecha || orden.Lineas.isEmpty())
@@ -376,10 +426,14 @@ TVeredicto TJuez::JuzgaCuentas(const TOrden &orden, bool muerto)
                (orden.Destino == Clave(orden.Pantalla.Fecha) ? nuevas == 0 : nuevas == hechas);
     else if (accion == salida)
         bien = borradas == 0 && nuevas == 0 && (cambiadas == hechas);
+    else if (m_cual == TCual::unica)
+        bien = borradas == 0 && nuevas == 0 &&
+               (accion == ausente ? cambiadas == hechas
+                : accion == pegar ? cambiadas <= hechas // perhaps the line says that already
+                                  : cambiadas == 0);
     if (bien)
         return {};
-    return Fallo('d', QLatin1String(accion < 0 ? "" : Acciones.at(static_cast<std::size_t>(accion))) +
-                          QStringLiteral(": ") + cuentas);
+    return Fallo('d', (accion < 0 ? QString() : NombreDeAccion(accion)) + QStringLiteral(": ") + cuentas);
 }
 
 /// Rule e: what was typed is stored, or its clerk has given it up, or he has been told.
@@ -396,6 +450,24 @@ TVeredicto TJuez::JuzgaPendiente(const TOrden &orden, bool muerto)
             return Fallo('e', QStringLiteral("lo escrito se ha perdido sin aviso: ") + texto);
     }
     return {};
+}
+
+/// What a command leaves behind for the next ones.
+void TJuez::Recuerda(const TOrden &orden, TMemoria &memoria, const TRespuesta &ahora) const
+{
+    const TLinea actual = orden.Pantalla.Filas.value(orden.Pantalla.FilaActual).Linea;
+    // Of two notaries' texts the column says whose are copied, and an empty day has none.
+    if (Tiene(orden, copiarAnotacion) && (m_cual == TCual::unica || orden.Pantalla.FilaActual >= 0))
+        memoria.Copia = TextosDe(orden.Pantalla.EnFicha.Linea.EnTexto());
+    if (ahora.Estado != TEstado::listo)
+        memoria = {}; // the window has gone, and with it what it had in memory
+    else if (Tiene(orden, borrar) && !orden.Negada && orden.Avisos.isEmpty())
+        memoria.Borradas << actual;
+    else if ((TieneMarca(orden) || Tiene(orden, volver)) && (orden.Avisos.isEmpty() || orden.Choques > 0))
+        memoria.Borradas.clear(); // gone, or told
+    else if ((Tiene(orden, anterior) || Tiene(orden, siguiente)) &&
+             (orden.Avisos.isEmpty() || orden.Avisos.join(u' ').contains(QStringLiteral("No hay días"))))
+        memoria.Borradas.clear(); // read anew
 }
 
 } // namespace simulacion

@@ -24,6 +24,10 @@ struct TFallo {
     }
 };
 using TVeredicto = std::optional<TFallo>;
+[[nodiscard]] TFallo Fallo(char regla, const QString &que);
+/// A date as FECHA has it. @param fecha  as it stands on the screen; a year of two digits is one of this
+/// century.
+[[nodiscard]] QString Clave(const QString &fecha);
 
 /// Knows what every screen has shown when its clerk gave a command, and judges by that what the command has
 /// done to the tables.
@@ -31,7 +35,7 @@ class TJuez
 {
 public:
     /// @param tablas  of the notaries, in order; not owned. @param puestos  how many workstations.
-    TJuez(const std::vector<std::unique_ptr<TTablaCruda>> &tablas, int puestos);
+    TJuez(TCual cual, const std::vector<std::unique_ptr<TTablaCruda>> &tablas, int puestos);
     /// A workstation is about to do a step. @param ultima  what it said last.
     void Antes(const TPaso &paso, const TRespuesta &ultima);
     /// It has done it. @param cambios  of the tables meanwhile. @param tranquilo  nobody holds a lock or is
@@ -62,19 +66,37 @@ private:
         bool Negada = false;
         bool PreguntaBorrar = false;
         bool Percance = false;
+        int Choques = 0; ///< told of so many lines that both versions have been kept
+    };
+    /// What a workstation of the single table keeps from one command to the next.
+    struct TMemoria {
+        QStringList Copia;      ///< texts of the line that was copied last
+        QList<TLinea> Borradas; ///< by one of two notaries' clerk; AGENDA has them until "Volver"
     };
     static void Empieza(TOrden &orden, const TPantalla &pantalla);
     static void Ensena(TOrden &orden, const TPantalla &pantalla, bool ficha);
     [[nodiscard]] static bool Tiene(const TOrden &orden, int accion);
+    /// An outing or an absence.
+    [[nodiscard]] static bool TieneMarca(const TOrden &orden);
     [[nodiscard]] TVeredicto JuzgaCambio(const TOrden &orden, const TCambio &cambio) const;
     [[nodiscard]] TVeredicto JuzgaNueva(const TOrden &orden, const TCambio &cambio) const;
     [[nodiscard]] TVeredicto JuzgaPantalla(const TPantalla &pantalla) const;
     [[nodiscard]] TVeredicto JuzgaHojas(const TRespuesta &ahora, bool tranquilo) const;
-    [[nodiscard]] static TVeredicto JuzgaTextos(const TOrden &orden);
-    [[nodiscard]] static TVeredicto JuzgaCuentas(const TOrden &orden, bool muerto);
+    [[nodiscard]] TVeredicto JuzgaTextos(const TOrden &orden, const TMemoria &memoria) const;
+    [[nodiscard]] TVeredicto JuzgaCuentas(const TOrden &orden, bool muerto) const;
     [[nodiscard]] static TVeredicto JuzgaPendiente(const TOrden &orden, bool muerto);
+    void Recuerda(const TOrden &orden, TMemoria &memoria, const TRespuesta &ahora) const;
+    // The day of two notaries, whose lines change their records. JuezDeDos.cpp
+    [[nodiscard]] TVeredicto JuzgaCitas(const TOrden &orden, const TMemoria &memoria,
+                                        const TRespuesta &ahora) const;
+    [[nodiscard]] static TVeredicto JuzgaPareja(const TOrden &orden, const TLinea &antes,
+                                                const TLinea &despues);
+    [[nodiscard]] TVeredicto AlDiaDeDos(const TPantalla &pantalla, TMemoria &memoria) const;
+    [[nodiscard]] int PuedenChocar(const TOrden &orden) const;
+    TCual m_cual;
     const std::vector<std::unique_ptr<TTablaCruda>> &m_tablas;
     QList<TOrden> m_ordenes;
+    QList<TMemoria> m_memorias;
 };
 
 } // namespace simulacion

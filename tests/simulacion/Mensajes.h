@@ -58,13 +58,13 @@ struct TPaso {
 };
 using TPasos = QList<TPaso>;
 
-/// A line as a screen or a table has it; FECHA as yyyyMMdd.
+/// A line as a screen or a table has it; FECHA as yyyyMMdd, and SALIDA where a field of its own tells it.
 struct TLinea {
-    QString Fecha, Hora, Concepto, Interesado, Oficial;
+    QString Fecha, Hora, Concepto, Interesado, Oficial, Salida;
     friend bool operator==(const TLinea &, const TLinea &) = default;
     template <class T> static auto Partes(T &x)
     {
-        return std::tie(x.Fecha, x.Hora, x.Concepto, x.Interesado, x.Oficial);
+        return std::tie(x.Fecha, x.Hora, x.Concepto, x.Interesado, x.Oficial, x.Salida);
     }
     [[nodiscard]] bool SinTexto() const
     {
@@ -72,7 +72,8 @@ struct TLinea {
     }
     [[nodiscard]] QString EnTexto() const
     {
-        return QStringList{Fecha, Hora, Concepto, Interesado, Oficial}.join(u'|');
+        return QStringList{Fecha, Hora, Concepto, Interesado, Oficial}.join(u'|') +
+               (Salida.isEmpty() ? QString() : u'|' + Salida);
     }
 };
 
@@ -92,7 +93,7 @@ struct TPantalla {
     qint32 FilaActual = -1;
     QList<quint32> Seleccion;
     bool Editando = false; ///< the table's line, wherever
-    bool Editor = false;   ///< a cell is open
+    bool Editor = false;   ///< a cell, or the panel, can be typed into
     bool Ficha = false;
     bool FichaEditando = false;
     TFila EnFicha;

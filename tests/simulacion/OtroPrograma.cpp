@@ -1,24 +1,25 @@
 #include "tests/simulacion/OtroPrograma.h"
 
 #include "agenda/AgendaNDM.h"
+#include "agenda/AgendaZenDM.h"
 #include "agenda/Ruttb.h"
-#include "tests/simulacion/Vocabulario.h"
-
-#include <stdexcept>
 
 namespace simulacion
 {
 
-TOtroPrograma::TOtroPrograma(const QString &carpeta, const std::vector<std::unique_ptr<TTablaCruda>> &tablas)
-    : m_crudas(tablas)
+TOtroPrograma::TOtroPrograma(TCual cual, const QString &carpeta,
+                             const std::vector<std::unique_ptr<TTablaCruda>> &tablas)
+    : m_cual(cual)
+    , m_crudas(tablas)
 {
     m_aliases.setLockPatience(std::chrono::milliseconds(2));
-    for (int notario = 1; notario <= Notarios; ++notario) {
+    m_aliases.add(QStringLiteral("DB"), carpeta + u'/' + NombreDe(cual));
+    for (int notario = 1; notario <= TablasDe(cual); ++notario) {
         const QString alias = QStringLiteral("NOTARIO%1").arg(notario);
         m_aliases.add(alias, carpeta + u'/' + alias);
         m_tablas.push_back(std::make_unique<dataset::DbfTable>(m_aliases));
         m_tablas.back()->setDatabaseName(alias);
-        PreparaTablaAgendaN(*m_tablas.back());
+        cual == TCual::multi ? PreparaTablaAgendaN(*m_tablas.back()) : PreparaTablaAgenda(*m_tablas.back());
         m_tablas.back()->open();
     }
 }
@@ -30,7 +31,7 @@ TOtroPrograma::~TOtroPrograma()
 
 bool TOtroPrograma::Haz(const TPaso &paso)
 {
-    dataset::DbfTable &tabla = *m_tablas.at(static_cast<std::size_t>(paso.A % Notarios));
+    dataset::DbfTable &tabla = *m_tablas.at(static_cast<std::size_t>(paso.A) % m_tablas.size());
     try {
         if (paso.Verbo == TVerbo::suelta)
             Suelta();
@@ -45,7 +46,8 @@ bool TOtroPrograma::Haz(const TPaso &paso)
 
 void TOtroPrograma::Cambia(const TPaso &paso, dataset::DbfTable &tabla)
 {
-    const TTablaCruda::TLineas &lineas = m_crudas.at(static_cast<std::size_t>(paso.A % Notarios))->Lineas();
+    const TTablaCruda::TLineas &lineas =
+        m_crudas.at(static_cast<std::size_t>(paso.A) % m_crudas.size())->Lineas();
     if (paso.Verbo == TVerbo::bloqueaTabla) {
         tabla.beginGroup();
         m_bloquea = true;
@@ -55,9 +57,10 @@ void TOtroPrograma::Cambia(const TPaso &paso, dataset::DbfTable &tabla)
         tabla.append();
         tabla.field(u"FECHA").setDate(Dia(paso.B % Dias));
         tabla.field(u"HORA").setText(Hora(paso.C));
-        tabla.field(u"CONCEPTO").setText(Texto(paso.C));
+        PonTexto(tabla, paso.C);
         tabla.field(u"SALIDA").setText(QStringLiteral("N"));
-        tabla.field(u"AVISO").setText(QStringLiteral("N"));
+        if (m_cual == TCual::multi)
+            tabla.field(u"AVISO").setText(QStringLiteral("N"));
         tabla.post();
         return;
     }
@@ -84,10 +87,24 @@ void TOtroPrograma::Cambia(const TPaso &paso, dataset::DbfTable &tabla)
         tabla.field(u"HORA").setText(Hora(paso.C));
         break;
     default:
-        tabla.field(u"CONCEPTO").setText(Texto(paso.C));
+        PonTexto(tabla, paso.C);
         break;
     }
     tabla.post();
+}
+
+/// In the subject; in the single table also elsewhere, and of two notaries' texts in the half of one.
+void TOtroPrograma::PonTexto(dataset::DbfTable &tabla, int numero) const
+{
+    const bool enConcepto = m_cual == TCual::multi || numero % 3 != 0;
+    dataset::Field campo = tabla.field(enConcepto ? u"CONCEPTO" : u"INTERESADO");
+    QString texto = Texto(numero);
+    if (m_cual == TCual::doble) {
+        const int desde = enConcepto ? 45 : 50; // of the second notary's half
+        const QString todo = campo.asText().leftJustified(desde);
+        texto = numero % 2 == 0 ? texto.leftJustified(desde) + todo.mid(desde) : todo.left(desde) + texto;
+    }
+    campo.setText(texto);
 }
 
 void TOtroPrograma::Suelta()

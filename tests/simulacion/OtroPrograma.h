@@ -14,7 +14,8 @@ class TOtroPrograma
 {
 public:
     /// @param carpeta  of the office.
-    TOtroPrograma(const QString &carpeta, const std::vector<std::unique_ptr<TTablaCruda>> &tablas);
+    TOtroPrograma(TCual cual, const QString &carpeta,
+                  const std::vector<std::unique_ptr<TTablaCruda>> &tablas);
     ~TOtroPrograma();
     /// One of its steps. @return false when it could not be done just now.
     bool Haz(const TPaso &paso);
@@ -29,6 +30,8 @@ public:
 
 private:
     void Cambia(const TPaso &paso, dataset::DbfTable &tabla);
+    void PonTexto(dataset::DbfTable &tabla, int numero) const;
+    TCual m_cual;
     dataset::Aliases m_aliases;
     const std::vector<std::unique_ptr<TTablaCruda>> &m_crudas;
     std::vector<std::unique_ptr<dataset::DbfTable>> m_tablas;

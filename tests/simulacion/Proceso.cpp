@@ -32,8 +32,9 @@ int PrimerDescriptor()
 
 } // namespace
 
-TProceso::TProceso(QString carpeta)
-    : m_carpeta(std::move(carpeta))
+TProceso::TProceso(TCual cual, QString carpeta)
+    : m_cual(cual)
+    , m_carpeta(std::move(carpeta))
 {
     static_cast<void>(PrimerDescriptor());
     m_ultima.Estado = TEstado::muerto;
@@ -44,7 +45,7 @@ TProceso::~TProceso()
     Mata();
 }
 
-void TProceso::Arranca()
+void TProceso::Arranca(int dia)
 {
     Mata();
     m_averia.clear();
@@ -60,7 +61,7 @@ void TProceso::Arranca()
         if (par[1] != mio)
             ::dup2(par[1], mio);
         ::close_range(static_cast<unsigned>(mio + 1), ~0U, 0);
-        EjecutaPuesto(m_carpeta, mio);
+        EjecutaPuesto(m_cual, m_carpeta, mio, dia);
     }
     ::close(par[1]);
     m_canal = TCanal(par[0]);

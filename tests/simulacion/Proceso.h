@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tests/simulacion/Canal.h"
-#include "tests/simulacion/Mensajes.h"
+#include "tests/simulacion/Vocabulario.h"
 
 #include <sys/types.h>
 
@@ -12,13 +12,13 @@ namespace simulacion
 class TProceso
 {
 public:
-    explicit TProceso(QString carpeta);
+    TProceso(TCual cual, QString carpeta);
     ~TProceso();
     TProceso(const TProceso &) = delete;
     TProceso &operator=(const TProceso &) = delete;
 
-    /// Starts the program anew; the first answer says how it came up.
-    void Arranca();
+    /// Starts the program anew, on a day; the first answer says how it came up.
+    void Arranca(int dia);
     /// Does a step, and waits until the workstation stands still again.
     const TRespuesta &Da(const TPaso &paso);
     /// The process goes as by a power cut.
@@ -29,6 +29,7 @@ public:
 
 private:
     void Recibe(bool puedeMorir);
+    TCual m_cual;
     QString m_carpeta;
     TCanal m_canal;
     pid_t m_pid = 0;

@@ -1,14 +1,10 @@
 #include "tests/simulacion/Puesto.h"
 
 #include "agenda/ClaseConfAgendaN.h"
-#include "agendan/ClaseAgendaN.h"
-#include "agendan/FichaAgendaN.h"
-#include "agendan/VentanasAgendaN.h"
 #include "dataset/DatabaseError.h"
 #include "dbcontrols/DbGrid.h"
 #include "tests/driver/FileCalls.h"
 #include "tests/simulacion/Faltas.h"
-#include "tests/simulacion/Vocabulario.h"
 
 #include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QTimer>
@@ -16,12 +12,7 @@
 #include <QtTest/QTest>
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QApplication>
-#include <QtWidgets/QComboBox>
-#include <QtWidgets/QLineEdit>
-#include <QtWidgets/QPlainTextEdit>
 #include <QtWidgets/QStatusBar>
-#include <QtWidgets/QTabWidget>
-#include <QtWidgets/QToolButton>
 
 #include <cerrno>
 #include <csignal>
@@ -40,16 +31,16 @@ constexpr int NuncaPorSiSolo = 1 << 30; // ms; the scheduler fires it
 constexpr int RondasHastaElReposo = 3;  // a posted event may post another, and a timer of no time one more
 constexpr std::chrono::milliseconds Paciencia{2}; // nobody lets a lock go while another one waits
 
-QString ComoClave(const QString &fecha)
+QString Clave(const QDate &fecha)
 {
-    return QDate::fromString(fecha, QStringLiteral("dd/MM/yyyy")).toString(QStringLiteral("yyyyMMdd"));
+    return fecha.toString(QStringLiteral("yyyyMMdd"));
 }
 
-TLinea LineaDe(const dataset::DataSet &tabla, int fila)
+TLinea LineaDeFila(TCual cual, const dataset::DataSet &tabla, int fila)
 {
-    const auto texto = [&](QStringView campo) { return tabla.textAt(fila, tabla.fieldIndex(campo)); };
-    return {tabla.valueAt(fila, tabla.fieldIndex(u"FECHA")).toDate().toString(QStringLiteral("yyyyMMdd")),
-            texto(u"HORA"), texto(u"CONCEPTO"), texto(u"INTERESADO"), texto(u"OFICIAL")};
+    return LineaDe(
+        cual, Clave(tabla.valueAt(fila, tabla.fieldIndex(u"FECHA")).toDate()),
+        [&](const char *campo) { return tabla.textAt(fila, tabla.fieldIndex(QString::fromLatin1(campo))); });
 }
 
 } // namespace
@@ -58,7 +49,6 @@ TLinea LineaDe(const dataset::DataSet &tabla, int fila)
 class TPuesto::TInforme : public IInforme
 {
 public:
-    /// @param datos  of a day; null: the sheet of a week, which is not looked at.
     TInforme(TPuesto &puesto, QDate fecha, const dataset::DataSet *datos)
         : m_puesto(puesto)
         , m_fecha(fecha)
@@ -67,14 +57,13 @@ public:
     }
     void Preview() override
     {
-        THoja hoja{m_fecha.toString(QStringLiteral("yyyyMMdd")), {}};
+        THoja hoja{Clave(m_fecha), {}};
         for (int fila = 0; m_datos && fila < m_datos->rowCount(); ++fila)
-            hoja.Lineas << LineaDe(*m_datos, fila);
+            hoja.Lineas << LineaDeFila(m_puesto.m_cual, *m_datos, fila);
         if (m_datos)
             m_puesto.m_respuesta.Hojas << hoja;
         m_puesto.EsperaEn(TEstado::vista, TVerbo::responde);
     }
-    void PonDeQuien(const QString &) override {}
 
 private:
     TPuesto &m_puesto;
@@ -82,29 +71,21 @@ private:
     const dataset::DataSet *m_datos;
 };
 
-std::unique_ptr<IInforme> TPuesto::CreaQRAgendaDiaN(QObject *, QDate fecha, dataset::DataSet &datos,
-                                                    const std::optional<QString> &)
+std::unique_ptr<IInforme> TPuesto::Informe(QDate fecha, const dataset::DataSet *datos)
 {
-    return std::make_unique<TInforme>(*this, fecha, &datos);
-}
-std::unique_ptr<IInforme> TPuesto::CreaQRAgendaN(QObject *, QDate lunes, dataset::DataSet &)
-{
-    return std::make_unique<TInforme>(*this, lunes, nullptr);
-}
-
-template <class T> T *TPuesto::En(const char *nombre) const
-{
-    return m_ventana->findChild<T *>(QLatin1String(nombre));
+    return std::make_unique<TInforme>(*this, fecha, datos);
 }
 
 // Life
 
-TPuesto::TPuesto(const QString &carpeta, TCanal canal)
-    : m_canal(canal)
+TPuesto::TPuesto(TCual cual, const QString &carpeta, TCanal canal)
+    : m_cual(cual)
+    , m_canal(canal)
 {
     m_clientes.lista = {{7, QStringLiteral("MARIA")}, {8, QStringLiteral("PEDRO")}};
     m_aliases.setLockPatience(Paciencia);
     m_aliases.add(QStringLiteral("ZENTRA"), carpeta + QStringLiteral("/ZENTRA"));
+    m_aliases.add(QStringLiteral("DB"), carpeta + u'/' + NombreDe(cual));
     for (int notario = 1; notario <= Notarios; ++notario)
         m_aliases.add(AliasNotario(notario), carpeta + u'/' + AliasNotario(notario));
     m_config.Cuantos = Notarios;
@@ -125,20 +106,15 @@ TPuesto::~TPuesto()
     goConfAgendaN.reset();
 }
 
-void TPuesto::Vive()
+void TPuesto::Vive(int dia)
 {
     m_debe = true; // the first answer says that the window stands
     for (;;) {
         try {
-            TVistasAgendaN vistas;
-            TClassAgendaN motor(nullptr, &m_clientes, {}, &vistas, this);
-            m_motor = &motor;
-            motor.SincronizarTablasAFecha(Dia(0), true);
-            motor.FichaAgendaN();
+            Trabaja(Dia(dia));
         } catch (const std::exception &error) {
             m_respuesta.Avisos << QString::fromUtf8(error.what());
         }
-        m_motor = nullptr;
         m_ventana = nullptr;
         m_respuesta.Pantalla = {};
         for (TPaso paso; paso.Verbo != TVerbo::abre; m_debe = true) {
@@ -146,6 +122,7 @@ void TPuesto::Vive()
                 Contesta(TEstado::cerrado);
             paso = LeePaso();
             m_respuesta.Hecho = paso.Verbo == TVerbo::abre;
+            dia = paso.A % Dias;
         }
     }
 }
@@ -156,10 +133,8 @@ bool TPuesto::eventFilter(QObject *objeto, QEvent *evento)
         auto *const widget = static_cast<QWidget *>(objeto);
         if (widget->isWindow())
             widget->setUpdatesEnabled(false); // what would be painted is read from the model instead
-        if (auto *const ventana = qobject_cast<TFFichaAgendaN *>(objeto)) {
-            m_ventana = ventana;
-            En<QTimer>("Timer1")->setInterval(NuncaPorSiSolo);
-        }
+        if (EsVentana(*objeto))
+            m_ventana = static_cast<QMainWindow *>(widget);
     }
     return false;
 }
@@ -170,6 +145,9 @@ void TPuesto::AlEsperar()
     QAbstractEventDispatcher *const reparto = QAbstractEventDispatcher::instance();
     if (m_rondas < RondasHastaElReposo) {
         ++m_rondas;
+        if (auto *const reloj = m_ventana ? En<QTimer>("Timer1") : nullptr;
+            reloj && reloj->interval() != NuncaPorSiSolo)
+            reloj->setInterval(NuncaPorSiSolo);
         // As a desktop does when the window in front has gone.
         if (QWidget *const delante = Ficha() ? Ficha() : m_ventana; delante && !delante->isActiveWindow())
             delante->activateWindow();
@@ -274,6 +252,11 @@ bool TPuesto::PreguntaFecha(QDate &fecha, const QString & /*indicacion*/, const 
 }
 // Steps
 
+dbcontrols::DbGrid &TPuesto::Rejilla() const
+{
+    return *m_ventana->findChild<dbcontrols::DbGrid *>();
+}
+
 QWidget *TPuesto::Ficha() const
 {
     QWidget *const modal = QApplication::activeModalWidget();
@@ -286,40 +269,38 @@ bool TPuesto::Haz(const TPaso &paso)
         return false;
     if (paso.Verbo == TVerbo::tic)
         return Tic();
-    if (paso.Verbo == TVerbo::tecla)
-        return PulsaTecla(paso);
-    return Ficha() ? HazEnFicha(paso) : HazEnVentana(paso);
+    return paso.Verbo == TVerbo::tecla ? PulsaTecla(paso) : HazLoSuyo(paso);
 }
 
-bool TPuesto::HazEnVentana(const TPaso &paso)
+bool TPuesto::Acciona(const TPaso &paso)
 {
-    switch (paso.Verbo) {
-    case TVerbo::texto:
-        if (!m_ventana->GetDBGAgendaN()->isAncestorOf(m_ventana->focusWidget()) &&
-            m_ventana->focusWidget() != m_ventana->GetDBGAgendaN())
-            return false;
-        Teclea(Texto(paso.A));
-        return true;
-    case TVerbo::accion: {
-        auto *const accion = m_ventana->findChild<QAction *>(
-            QLatin1String(Acciones.at(static_cast<std::size_t>(paso.A) % Acciones.size())));
-        if (!accion->isEnabled())
-            return false;
-        accion->trigger();
-        return true;
-    }
-    case TVerbo::clic:
-        return Clic(paso);
-    case TVerbo::pestana:
-        En<QTabWidget>("PCAgenda")->setCurrentIndex(paso.A % Notarios);
-        return true;
-    case TVerbo::fecha:
-        return EscribeFecha(paso);
-    case TVerbo::memo:
-        return EscribeMemo(paso);
-    default:
+    const char *const nombre =
+        Acciones.at(static_cast<std::size_t>(paso.A) % Acciones.size())[static_cast<std::size_t>(m_cual)];
+    auto *const accion = nombre ? En<QAction>(nombre) : nullptr;
+    if (!accion || !accion->isEnabled())
         return false;
-    }
+    accion->trigger();
+    return true;
+}
+
+bool TPuesto::PulsaBoton(const TPaso &paso, const QWidget *donde)
+{
+    auto *const boton =
+        En<QAbstractButton>(Botones.at(static_cast<std::size_t>(paso.A) % Botones.size()), donde);
+    if (!boton || !boton->isEnabled())
+        return false;
+    QTest::mouseClick(boton, Qt::LeftButton);
+    return true;
+}
+
+bool TPuesto::Escribe(QWidget *campo, const QString &texto)
+{
+    if (!campo || !campo->isEnabled() || !campo->isVisible())
+        return false;
+    campo->setFocus();
+    QTest::keyClick(campo->window()->windowHandle(), Qt::Key_A, Qt::ControlModifier);
+    Teclea(texto);
+    return true;
 }
 
 bool TPuesto::PulsaTecla(const TPaso &paso)
@@ -338,66 +319,14 @@ void TPuesto::Teclea(const QString &texto)
     }
 }
 
-bool TPuesto::Clic(const TPaso &paso)
+bool TPuesto::Clic(int fila, int columna, Qt::KeyboardModifiers con)
 {
-    dbcontrols::DbGrid &rejilla = *m_ventana->GetDBGAgendaN();
-    if (paso.A >= rejilla.model()->rowCount())
+    dbcontrols::DbGrid &rejilla = Rejilla();
+    if (fila >= rejilla.model()->rowCount())
         return false;
-    const QModelIndex celda = rejilla.model()->index(paso.A, 1);
+    const QModelIndex celda = rejilla.model()->index(fila, columna);
     rejilla.scrollTo(celda);
-    QTest::mouseClick(rejilla.viewport(), Qt::LeftButton, paso.B == 1 ? Qt::ControlModifier : Qt::NoModifier,
-                      rejilla.visualRect(celda).center());
-    return true;
-}
-
-bool TPuesto::EscribeFecha(const TPaso &paso)
-{
-    auto *const fecha = En<QLineEdit>("MEFecha");
-    fecha->setFocus();
-    const QString texto = Dia(paso.A % Dias).toString(QStringLiteral("ddMMyyyy"));
-    QWindow *const ventana = m_ventana->windowHandle();
-    QTest::keyClick(ventana, paso.B == trasBorrarTodo ? Qt::Key_U : Qt::Key_A, Qt::ControlModifier);
-    Teclea(paso.B == aMedias ? texto.left(paso.A + 2) : texto);
-    if (paso.B != sinSalir)
-        QTest::keyClick(ventana, Qt::Key_Tab);
-    return true;
-}
-
-bool TPuesto::EscribeMemo(const TPaso &paso)
-{
-    auto *const memo = m_ventana->findChild<QPlainTextEdit *>(
-        QStringLiteral("DBMConcepto%1").arg(En<QTabWidget>("PCAgenda")->currentIndex() + 1));
-    if (!memo || !memo->isVisible())
-        return false;
-    memo->setFocus();
-    Teclea(Texto(paso.A));
-    return true;
-}
-
-bool TPuesto::HazEnFicha(const TPaso &paso)
-{
-    QWidget *const ficha = Ficha();
-    if (paso.Verbo == TVerbo::boton) {
-        auto *const boton = ficha->findChild<QAbstractButton *>(
-            QLatin1String(Botones.at(static_cast<std::size_t>(paso.A) % Botones.size())));
-        if (!boton || !boton->isEnabled())
-            return false;
-        QTest::mouseClick(boton, Qt::LeftButton);
-        return true;
-    }
-    if (paso.Verbo != TVerbo::campo)
-        return false;
-    auto *const campo = ficha->findChild<QWidget *>(
-        QLatin1String(Campos.at(static_cast<std::size_t>(paso.A) % Campos.size())));
-    if (!campo || !campo->isEnabled() || !campo->isVisible())
-        return false;
-    campo->setFocus();
-    QTest::keyClick(ficha->windowHandle(), Qt::Key_A, Qt::ControlModifier);
-    Teclea(paso.A == enConcepto                      ? Texto(paso.B)
-           : paso.A == enHora || paso.A == enHoraFin ? Hora(paso.B).remove(u':')
-           : paso.A == enFecha                       ? Dia(paso.B % Dias).toString(QStringLiteral("ddMMyyyy"))
-           : paso.B % 2 == 0                         ? QStringLiteral("MAR")
-                                                     : QStringLiteral("PED"));
+    QTest::mouseClick(rejilla.viewport(), Qt::LeftButton, con, rejilla.visualRect(celda).center());
     return true;
 }
 
@@ -414,75 +343,45 @@ bool TPuesto::Tic()
 TPantalla TPuesto::Mira()
 {
     TPantalla pantalla;
-    dataset::DataSet *const tabla = m_ventana ? m_ventana->GetDatosAgendaN() : nullptr;
+    dataset::DataSet *const tabla = m_ventana ? Tabla() : nullptr;
     if (!tabla || !tabla->isActive())
         return pantalla;
-    const dbcontrols::DbGrid &rejilla = *m_ventana->GetDBGAgendaN();
-    const auto *const fecha = En<QLineEdit>("MEFecha");
-    pantalla.Pestana = En<QTabWidget>("PCAgenda")->currentIndex();
-    pantalla.Fecha = fecha->text();
-    pantalla.FechaConFoco = m_ventana->focusWidget() == fecha;
-    const int campoFecha = tabla->fieldIndex(u"FECHA");
+    const dbcontrols::DbGrid &rejilla = Rejilla();
+    pantalla.Fecha = Fecha();
+    const QList<QByteArray> columnas = Columnas();
     for (int fila = 0; fila < rejilla.model()->rowCount(); ++fila) {
-        const auto celda = [&](int columna) {
-            return rejilla.model()->index(fila, columna).data().toString();
-        };
         const quint32 marca = rejilla.gridModel().bookmarkAt(fila);
         const int enTabla = tabla->rowOf(marca);
-        const QString dia =
-            enTabla < 0 ? QString() : tabla->valueAt(enTabla, campoFecha).toDate().toString("yyyyMMdd");
-        pantalla.Filas.append({marca, {dia, celda(0), celda(1), celda(2), celda(3)}});
+        const auto texto = [&](const char *campo) {
+            const auto columna = static_cast<int>(columnas.indexOf(campo));
+            if (columna < 0 && enTabla >= 0) // told by a colour
+                return tabla->textAt(enTabla, tabla->fieldIndex(QString::fromLatin1(campo)));
+            return rejilla.model()->index(fila, columna).data().toString();
+        };
+        const QDate dia =
+            enTabla < 0 ? QDate() : tabla->valueAt(enTabla, tabla->fieldIndex(u"FECHA")).toDate();
+        pantalla.Filas.append({marca, LineaDe(m_cual, Clave(dia), texto)});
     }
     pantalla.Actual = tabla->bookmark();
     pantalla.FilaActual = tabla->currentRow();
     pantalla.Seleccion = rejilla.selectedBookmarks();
     pantalla.Editando = tabla->isEditing();
     pantalla.Editor = rejilla.isEditorOpen();
-    const auto *const fuera = En<QToolButton>("BFueraDeHora");
-    pantalla.FueraDeHora = fuera && fuera->isChecked();
     pantalla.Ayuda = m_ventana->statusBar()->currentMessage();
     if (const QWidget *const control = QApplication::focusWidget())
         pantalla.Foco = control->objectName();
-    if (pantalla.Editando)
-        pantalla.Pendiente = tabla->field(u"CONCEPTO").asText();
-    if (const auto *const editor = qobject_cast<QLineEdit *>(QApplication::focusWidget());
-        editor && pantalla.Editor) {
-        const bool encima = rejilla.currentIndex().column() == 1; // of what the line says so far
-        pantalla.Pendiente = (encima ? QString() : pantalla.Pendiente) + u'|' + editor->text();
-    }
-    MiraFicha(pantalla);
+    MiraLoSuyo(pantalla, rejilla);
     return pantalla;
 }
 
-void TPuesto::MiraFicha(TPantalla &pantalla)
-{
-    const QWidget *const ficha = Ficha();
-    if (!ficha)
-        return;
-    const auto texto = [ficha](const char *nombre) {
-        QString valor = ficha->findChild<QLineEdit *>(QLatin1String(nombre))->text();
-        while (valor.endsWith(u' ')) // a mask shows its blanks, and a table keeps none at the end
-            valor.chop(1);
-        return valor;
-    };
-    const QString concepto = ficha->findChild<QPlainTextEdit *>(QStringLiteral("DBMConcepto"))->toPlainText();
-    pantalla.Ficha = true;
-    pantalla.FichaEditando = ficha->findChild<QAbstractButton *>(QStringLiteral("BAceptar"))->isEnabled();
-    pantalla.EnFicha = {pantalla.Actual,
-                        {ComoClave(texto("MEFecha")), texto("MEHora"), concepto, texto("EInteresado"),
-                         ficha->findChild<QComboBox *>(QStringLiteral("DBCBOficial"))->currentText()}};
-    if (pantalla
-            .FichaEditando) // also the line's own party, which stays where a name is typed that nobody has
-        pantalla.Pendiente += u'|' + pantalla.EnFicha.Linea.EnTexto() + u'|' +
-                              m_ventana->GetDatosAgendaN()->field(u"INTERESADO").asText();
-}
-
-void EjecutaPuesto(const QString &carpeta, int descriptor)
+void EjecutaPuesto(TCual cual, const QString &carpeta, int descriptor, int dia)
 {
     std::signal(SIGINT, SIG_IGN); // the scheduler ends between two steps, and its workstations with it
     std::signal(SIGTERM, SIG_IGN);
     PlantaAqui();
-    TPuesto(carpeta, TCanal(descriptor)).Vive();
+    (cual == TCual::multi ? CreaPuestoMulti(carpeta, TCanal(descriptor))
+                          : CreaPuestoUnica(cual, carpeta, TCanal(descriptor)))
+        ->Vive(dia);
     std::abort();
 }
 

@@ -4,29 +4,69 @@
 #include "agenda/host/Servicios.h"
 #include "tests/agendan/Ficha.h"
 #include "tests/simulacion/Canal.h"
-#include "tests/simulacion/Mensajes.h"
+#include "tests/simulacion/Vocabulario.h"
 
 #include <QtCore/QObject>
+#include <QtWidgets/QMainWindow>
 
 #include <memory>
 
-class TClassAgendaN;
-class TFFichaAgendaN;
-class QWidget;
+class QAbstractButton;
+namespace dbcontrols
+{
+class DbGrid;
+}
 
 namespace simulacion
 {
 
 /// A workstation, in a process of its own: the real windows off-screen, worked as a clerk does, over a
 /// scripted host. It stands still wherever it would wait for the clerk, and does what it is sent next.
-class TPuesto : public QObject, private IMensaje, private support::RutDePrueba, private IInformesAgenda
+class TPuesto : public QObject, private IMensaje, private support::RutDePrueba
 {
 public:
-    /// @param carpeta  of the office, with a folder for each notary. @param canal  to the scheduler.
-    TPuesto(const QString &carpeta, TCanal canal);
     ~TPuesto() override;
-    /// Until the scheduler is gone.
-    void Vive();
+    /// Until the scheduler is gone. @param dia  the one that its agenda shows first.
+    void Vive(int dia);
+
+protected:
+    /// @param carpeta  of the office. @param canal  to the scheduler.
+    TPuesto(TCual cual, const QString &carpeta, TCanal canal);
+
+    // What the agendas do each in its way.
+    /// Shows the agenda of a day, and returns when its window has been closed.
+    virtual void Trabaja(QDate dia) = 0;
+    /// Whether it is the agenda's window that has come up.
+    [[nodiscard]] virtual bool EsVentana(const QObject &objeto) const = 0;
+    /// What the window shows; null when there is none.
+    [[nodiscard]] virtual dataset::DataSet *Tabla() const = 0;
+    [[nodiscard]] virtual dbcontrols::DbGrid &Rejilla() const;
+    [[nodiscard]] virtual QString Fecha() const = 0;
+    /// A step that is about this agenda's parts. @return whether it means anything just now.
+    virtual bool HazLoSuyo(const TPaso &paso) = 0;
+    /// What stands on the screen beside the lines and the date.
+    virtual void MiraLoSuyo(TPantalla &pantalla, const dbcontrols::DbGrid &rejilla) const = 0;
+    /// Fields of the lines, in the order of the grid's columns.
+    [[nodiscard]] virtual QList<QByteArray> Columnas() const = 0;
+
+    /// A printed sheet. @param datos  of a day; null: of a week, which is not looked at.
+    [[nodiscard]] std::unique_ptr<IInforme> Informe(QDate fecha, const dataset::DataSet *datos);
+    /// A part of the window, or of the card, by its name.
+    template <class T> [[nodiscard]] T *En(const char *nombre, const QWidget *donde = nullptr) const
+    {
+        return (donde ? donde : m_ventana)->template findChild<T *>(QLatin1String(nombre));
+    }
+    [[nodiscard]] QWidget *Ficha() const;
+    bool Acciona(const TPaso &paso);
+    bool PulsaBoton(const TPaso &paso, const QWidget *donde);
+    bool Clic(int fila, int columna, Qt::KeyboardModifiers con);
+    void Teclea(const QString &texto);
+    /// Puts the keys into a field, and types over what it says.
+    bool Escribe(QWidget *campo, const QString &texto);
+
+    TCual m_cual;
+    QMainWindow *m_ventana = nullptr;
+    support::ClientesDePrueba m_clientes;
 
 private:
     // IMensaje
@@ -44,12 +84,7 @@ private:
     // IRut
     bool PreguntaFecha(QDate &fecha, const QString &, const QString &) override;
 
-    // IInformesAgenda
     class TInforme;
-    std::unique_ptr<IInforme> CreaQRAgendaDiaN(QObject *, QDate fecha, dataset::DataSet &datos,
-                                               const std::optional<QString> &) override;
-    std::unique_ptr<IInforme> CreaQRAgendaN(QObject *, QDate lunes, dataset::DataSet &) override;
-
     bool eventFilter(QObject *objeto, QEvent *evento) override;
     void AlEsperar();
     /// Stands still in a box until it is answered. @return the step that answers it.
@@ -59,35 +94,26 @@ private:
     void Prepara(const TPaso &paso);
     void EnLlamadaLenta();
     bool Haz(const TPaso &paso);
-    bool HazEnVentana(const TPaso &paso);
-    bool HazEnFicha(const TPaso &paso);
     bool PulsaTecla(const TPaso &paso);
-    bool Clic(const TPaso &paso);
-    bool EscribeFecha(const TPaso &paso);
-    bool EscribeMemo(const TPaso &paso);
     bool Tic();
-    void Teclea(const QString &texto);
     [[nodiscard]] TPantalla Mira();
-    void MiraFicha(TPantalla &pantalla);
-    [[nodiscard]] QWidget *Ficha() const;
-    /// A part of the window by its name.
-    template <class T> [[nodiscard]] T *En(const char *nombre) const;
 
     TCanal m_canal;
     dataset::Aliases m_aliases;
     support::ConfigDePrueba m_config;
     support::RvariasDePrueba m_rvarias;
     support::RelojDePrueba m_reloj;
-    support::ClientesDePrueba m_clientes;
     std::unique_ptr<TServiciosInstalados> m_servicios;
-    TClassAgendaN *m_motor = nullptr;
-    TFFichaAgendaN *m_ventana = nullptr;
     TRespuesta m_respuesta; ///< what has been met since the last answer
     int m_rondas = 0;       ///< of events since the last step
     bool m_debe = false;    ///< an answer
 };
 
+[[nodiscard]] std::unique_ptr<TPuesto> CreaPuestoMulti(const QString &carpeta, TCanal canal);
+/// @param cual  of one notary or of two.
+[[nodiscard]] std::unique_ptr<TPuesto> CreaPuestoUnica(TCual cual, const QString &carpeta, TCanal canal);
+
 /// Becomes a workstation in this process and never comes back.
-[[noreturn]] void EjecutaPuesto(const QString &carpeta, int descriptor);
+[[noreturn]] void EjecutaPuesto(TCual cual, const QString &carpeta, int descriptor, int dia);
 
 } // namespace simulacion

@@ -14,6 +14,8 @@ namespace
 constexpr int CabeceraFija = 32;
 constexpr int Descriptor = 32;
 constexpr char Borrada = '*';
+constexpr int AnchoDelConcepto = 30; ///< of each of two notaries
+constexpr QLatin1String DiaDeLosAjustes{"19010101"};
 
 } // namespace
 
@@ -26,8 +28,9 @@ QString TCambio::EnTexto() const
              Despues ? Despues->EnTexto() : QStringLiteral("nada"));
 }
 
-TTablaCruda::TTablaCruda(QString fichero, int notario)
+TTablaCruda::TTablaCruda(QString fichero, TCual cual, int notario)
     : m_fichero(std::move(fichero))
+    , m_cual(cual)
     , m_notario(notario)
 {
 }
@@ -36,14 +39,26 @@ std::optional<TLinea> TTablaCruda::Descifra(const char *registro) const
 {
     if (*registro == Borrada)
         return {};
-    const auto texto = [&](const char *campo) {
-        const TCampo donde = m_campos.value(campo);
-        QString valor = QString::fromLatin1(registro + donde.Desde, donde.Ancho);
+    const auto trozo = [registro](int desde, int ancho) {
+        QString valor = QString::fromLatin1(registro + desde, ancho);
         while (valor.endsWith(u' '))
             valor.chop(1);
         return valor;
     };
-    return TLinea{texto("FECHA"), texto("HORA"), texto("CONCEPTO"), texto("INTERESADO"), texto("OFICIAL")};
+    const auto texto = [&](const char *nombre) {
+        QByteArray campo(nombre);
+        const char final = campo.back();
+        if (final != '1' && final != '2')
+            return trozo(m_campos.value(campo).Desde, m_campos.value(campo).Ancho);
+        campo.chop(1); // a notary's half; two subjects have room between them
+        const TCampo donde = m_campos.value(campo);
+        const int ancho = campo == "CONCEPTO" ? AnchoDelConcepto : donde.Ancho / 2;
+        return trozo(donde.Desde + (final == '1' ? 0 : donde.Ancho - ancho), ancho);
+    };
+    const QString fecha = texto("FECHA");
+    if (m_cual != TCual::multi && fecha == DiaDeLosAjustes)
+        return {};
+    return LineaDe(m_cual, fecha, texto);
 }
 
 TCambios TTablaCruda::Lee()

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/simulacion/Mensajes.h"
+#include "tests/simulacion/Vocabulario.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QMap>
@@ -26,16 +26,19 @@ class TTablaCruda
 {
 public:
     using TLineas = QMap<quint32, TLinea>;
-    TTablaCruda(QString fichero, int notario);
+    TTablaCruda(QString fichero, TCual cual, int notario = 1);
     /// Reads again. @return what has changed since the last time.
     TCambios Lee();
     [[nodiscard]] const TLineas &Lineas() const { return m_lineas; }
     /// Those that stand on a day's sheet, in its order.
     [[nodiscard]] QList<TFila> Dia(const QString &fecha) const;
+    /// The first record that says this; 0: none.
+    [[nodiscard]] quint32 Marca(const TLinea &linea) const { return m_lineas.key(linea); }
 
 private:
     [[nodiscard]] std::optional<TLinea> Descifra(const char *registro) const;
     QString m_fichero;
+    TCual m_cual;
     int m_notario;
     QByteArray m_bytes;
     TLineas m_lineas;

@@ -1,7 +1,38 @@
 #include "tests/simulacion/Vocabulario.h"
 
+#include <algorithm>
+
 namespace simulacion
 {
+
+TLinea LineaDe(TCual cual, const QString &fecha, const std::function<QString(const char *)> &texto)
+{
+    if (cual != TCual::doble)
+        return {fecha,
+                texto("HORA"),
+                texto("CONCEPTO"),
+                texto("INTERESADO"),
+                texto("OFICIAL"),
+                cual == TCual::unica ? texto("SALIDA") : QString()};
+    const auto dos = [&texto](const char *campo1, const char *campo2) {
+        const QString uno = texto(campo1);
+        const QString otro = texto(campo2);
+        return uno.isEmpty() && otro.isEmpty() ? QString() : uno + EntreMitades + otro;
+    };
+    return {fecha,
+            texto("HORA"),
+            dos("CONCEPTO1", "CONCEPTO2"),
+            dos("INTERESADO1", "INTERESADO2"),
+            dos("OFICIAL1", "OFICIAL2"),
+            texto("SALIDA")};
+}
+
+QString NombreDeAccion(int accion)
+{
+    const auto &nombres = Acciones.at(static_cast<std::size_t>(accion));
+    return QString::fromUtf8(
+        *std::find_if(nombres.begin(), nombres.end(), [](const char *uno) { return uno != nullptr; }));
+}
 
 QString EnPalabras(const TPaso &paso)
 {
@@ -19,9 +50,11 @@ QString EnPalabras(const TPaso &paso)
     if (paso.Verbo == TVerbo::tecla)
         texto += u' ' + QString::fromUtf8(Teclas.at(static_cast<std::size_t>(paso.A)).Nombre);
     else if (paso.Verbo == TVerbo::accion)
-        texto += u' ' + QLatin1String(Acciones.at(static_cast<std::size_t>(paso.A)));
+        texto += u' ' + NombreDeAccion(paso.A);
     else if (paso.Verbo == TVerbo::campo)
-        texto += u' ' + QLatin1String(Campos.at(static_cast<std::size_t>(paso.A))) +
+        texto += u' ' +
+                 QLatin1String(paso.A < enOficial ? Campos.at(static_cast<std::size_t>(paso.A))
+                                                  : CamposDelPanel.at(static_cast<std::size_t>(paso.A))) +
                  QStringLiteral(" %1").arg(paso.B);
     else if (paso.Verbo == TVerbo::boton)
         texto += u' ' + QLatin1String(Botones.at(static_cast<std::size_t>(paso.A)));

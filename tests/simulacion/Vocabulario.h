@@ -9,11 +9,33 @@
 #include <QtCore/Qt>
 
 #include <array>
+#include <functional>
 
 namespace simulacion
 {
 
+/// The agenda that the workstations work in: that of several notaries, or the single table of one notary or
+/// two.
+enum class TCual : quint8 { multi, unica, doble };
+inline constexpr std::array<const char *, 3> NombresDeAgendas{"multi", "unica", "doble"};
+inline QString NombreDe(TCual cual)
+{
+    return QString::fromUtf8(NombresDeAgendas.at(static_cast<std::size_t>(cual)));
+}
+
 inline constexpr int Notarios = 2;
+/// How many tables an agenda has.
+constexpr int TablasDe(TCual cual)
+{
+    return cual == TCual::multi ? Notarios : 1;
+}
+/// Between the two notaries' halves of a text.
+inline constexpr QChar EntreMitades = u'/';
+/// A line out of its fields, whoever holds them. @param texto  the text of a field by its name; of a day of
+/// two notaries of each half.
+[[nodiscard]] TLinea LineaDe(TCual cual, const QString &fecha,
+                             const std::function<QString(const char *)> &texto);
+
 /// Added to a record number where a step names a line by it, not by its place among the live ones.
 inline constexpr int PorMarca = 1'000'000;
 inline constexpr int Dias = 4;
@@ -34,13 +56,29 @@ inline QString Hora(int cual)
     return horas.at(cual % horas.size());
 }
 
-enum TTecla { arriba, abajo, intro, escape, tabulador, suprimir, insertar, espacio, borraTexto, cifra };
+enum TTecla {
+    arriba,
+    abajo,
+    intro,
+    escape,
+    tabulador,
+    suprimir,
+    insertar,
+    espacio,
+    borraTexto,
+    cifra,
+    mayInsertar,
+    ctrlC,
+    ctrlV,
+    izquierda,
+    derecha
+};
 struct TPulsacion {
     Qt::Key Tecla;
     Qt::KeyboardModifiers Con;
     const char *Nombre;
 };
-inline const std::array<TPulsacion, 10> Teclas{{{Qt::Key_Up, {}, "arriba"},
+inline const std::array<TPulsacion, 15> Teclas{{{Qt::Key_Up, {}, "arriba"},
                                                 {Qt::Key_Down, {}, "abajo"},
                                                 {Qt::Key_Return, {}, "Intro"},
                                                 {Qt::Key_Escape, {}, "Esc"},
@@ -49,7 +87,12 @@ inline const std::array<TPulsacion, 10> Teclas{{{Qt::Key_Up, {}, "arriba"},
                                                 {Qt::Key_Insert, {}, "Ins"},
                                                 {Qt::Key_Space, {}, "espacio"},
                                                 {Qt::Key_U, Qt::ControlModifier, "Ctrl+U"},
-                                                {Qt::Key_1, {}, "1"}}};
+                                                {Qt::Key_1, {}, "1"},
+                                                {Qt::Key_Insert, Qt::ShiftModifier, "Mayús+Ins"},
+                                                {Qt::Key_C, Qt::ControlModifier, "Ctrl+C"},
+                                                {Qt::Key_V, Qt::ControlModifier, "Ctrl+V"},
+                                                {Qt::Key_Left, {}, "izquierda"},
+                                                {Qt::Key_Right, {}, "derecha"}}};
 
 enum TAccion {
     nuevo,
@@ -65,16 +108,43 @@ enum TAccion {
     copiar,
     mover,
     imprimirDia,
-    imprimirSemana
+    imprimirSemana,
+    copiarAnotacion,
+    pegar,
+    volver,
+    salidaDelOtro,
+    ausenteElOtro
 };
-inline constexpr std::array<const char *, 14> Acciones{
-    "ANuevo",      "AModificar",      "ADetalles",    "ABorrar",        "ASalida",
-    "AAusente",    "ASincronizarDia", "ADiaAnterior", "ADiaSiguiente",  "ABuscarDia",
-    "ACopiarCita", "AMoverCita",      "AImprimirDia", "AImprimirSemana"};
+/// The names of the commands in each agenda; null where it has none.
+inline constexpr std::array<std::array<const char *, 3>, 19> Acciones{
+    {{"ANuevo", "Nuevo", "Nuevo"},
+     {"AModificar", "Modificar", "Modificar"},
+     {"ADetalles", nullptr, nullptr},
+     {"ABorrar", "Borrar", "Borrar"},
+     {"ASalida", "Salida", "AcSalidaNotario1"},
+     {"AAusente", "Ausente", "AcAusenteNotario1"},
+     {"ASincronizarDia", nullptr, nullptr},
+     {"ADiaAnterior", "Anterior", "Anterior"},
+     {"ADiaSiguiente", "Siguiente", "Siguiente"},
+     {"ABuscarDia", nullptr, nullptr},
+     {"ACopiarCita", nullptr, nullptr},
+     {"AMoverCita", nullptr, nullptr},
+     {"AImprimirDia", "ImprimirDia", "Imprimir"},
+     {"AImprimirSemana", "ImprimirSemana", nullptr},
+     {nullptr, "Copiar", "Copiar"},
+     {nullptr, "Pegar", "Pegar"},
+     {nullptr, nullptr, "AcAceptar"},
+     {nullptr, nullptr, "AcSalidaNotario2"},
+     {nullptr, nullptr, "AcAusenteNotario2"}}};
+/// A command's name in the first agenda that has it.
+[[nodiscard]] QString NombreDeAccion(int accion);
 
-enum TCampo { enConcepto, enHora, enHoraFin, enFecha, enInteresado };
-inline constexpr std::array<const char *, 5> Campos{"DBMConcepto", "MEHora", "MEHoraFin", "MEFecha",
-                                                    "EInteresado"};
+enum TCampo { enConcepto, enHora, enHoraFin, enFecha, enInteresado, enOficial, enSalida };
+/// Of the card, and of the panel below the lines of the single table.
+inline constexpr std::array<const char *, 7> Campos{"DBMConcepto", "MEHora", "MEHoraFin", "MEFecha",
+                                                    "EInteresado", nullptr,  nullptr};
+inline constexpr std::array<const char *, 7> CamposDelPanel{
+    "DBEConcepto", "MEHora", nullptr, nullptr, "DBEInteresado", "DBEOficial", "DBCBSalida"};
 enum TBoton { aceptar, cancelar, salir, modificarFicha, borrarFicha, nuevoFicha };
 inline constexpr std::array<const char *, 6> Botones{"BAceptar",   "BCancelar", "BSalir",
                                                      "BModificar", "BBorrar",   "BNuevo"};

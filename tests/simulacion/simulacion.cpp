@@ -11,7 +11,7 @@
 #include <QtGui/QFont>
 #include <QtWidgets/QApplication>
 
-#include <unistd.h>
+#include <algorithm>
 
 namespace
 {
@@ -28,17 +28,17 @@ quint64 SemillaDe(quint64 semilla, int jornada)
 }
 
 /// @param intentos  of making it shorter; 0 shows the run as it was.
-int Informa(const TResultado &fallida, quint64 semilla, int puestos, int intentos)
+int Informa(TCual cual, const TResultado &fallida, quint64 semilla, int puestos, int intentos)
 {
     QTextStream salida(stdout);
-    salida << "FALLO " << fallida.Fallo->Regla << " con --semilla " << semilla << " --pasos "
-           << fallida.Pasos.size() << " --puestos " << puestos << '\n'
+    salida << "FALLO " << fallida.Fallo->Regla << " con --agenda " << NombreDe(cual) << " --semilla "
+           << semilla << " --pasos " << fallida.Pasos.size() << " --puestos " << puestos << '\n'
            << fallida.Fallo->Que << '\n';
     salida.flush();
-    const TResultado corta = TJornada::Recorta(fallida, puestos, intentos);
+    const TResultado corta = TJornada::Recorta(cual, fallida, puestos, intentos);
     salida << "Lo más corto que falla igual, " << corta.Pasos.size() << " pasos:\n";
     QStringList relato;
-    TJornada::Repite(corta.Pasos, puestos, &relato);
+    TJornada::Repite(cual, corta.Pasos, puestos, &relato);
     salida << relato.join(u'\n') << '\n' << corta.Fallo->Que << '\n';
     return 1;
 }
@@ -63,15 +63,18 @@ int main(int argc, char *argv[])
     const QCommandLineOption semilla("semilla", "La misma semilla da los mismos pasos.", "S", "1");
     const QCommandLineOption pasos("pasos", "Cuántos pasos.", "N", "2000");
     const QCommandLineOption puestos("puestos", "Cuántos puestos.", "K", "2");
-    const QCommandLineOption agenda("agenda", "Cuál; por ahora solo multi.", "cuál", "multi");
+    const QCommandLineOption agenda("agenda", "multi, unica, doble, o todas por turno.", "cuál", "multi");
     const QCommandLineOption ruido("con-avisos", "Enseña también los avisos del programa.");
     const QCommandLineOption falta("falta", "Planta una falta que se ha de encontrar.", "nombre", "ninguna");
     const QCommandLineOption entera("sin-recortar",
                                     "Enseña el fallo como ha salido, sin buscarlo más corto.");
     linea.addOptions({semilla, pasos, puestos, agenda, ruido, falta, entera});
     linea.process(aplicacion);
-    if (const QString cual = linea.value(agenda); cual != u"multi") {
-        QTextStream(stderr) << "La agenda «" << cual << "» no se simula todavía.\n";
+    const QString agendas = linea.value(agenda);
+    const auto elegida = std::find_if(NombresDeAgendas.begin(), NombresDeAgendas.end(),
+                                      [&](const char *una) { return agendas == QLatin1String(una); });
+    if (elegida == NombresDeAgendas.end() && agendas != u"todas") {
+        QTextStream(stderr) << "No hay agenda «" << agendas << "».\n";
         return 2;
     }
     if (!linea.isSet(ruido))
@@ -91,11 +94,14 @@ int main(int argc, char *argv[])
     for (int hechos = 0, jornada = 0; hechos < todos && salida == 0; ++jornada) {
         const int ahora = qMin(PasosPorJornada, todos - hechos);
         const quint64 suya = SemillaDe(primera, jornada);
-        const TResultado resultado = TJornada::Corre(suya, ahora, cuantos);
+        const auto cual = elegida != NombresDeAgendas.end()
+                              ? static_cast<TCual>(elegida - NombresDeAgendas.begin())
+                              : static_cast<TCual>(suya % NombresDeAgendas.size());
+        const TResultado resultado = TJornada::Corre(cual, suya, ahora, cuantos);
         cifras.Suma(resultado.Cifras);
         hechos += ahora;
         if (resultado.Fallo)
-            salida = Informa(resultado, suya, cuantos, linea.isSet(entera) ? 0 : IntentosDeRecorte);
+            salida = Informa(cual, resultado, suya, cuantos, linea.isSet(entera) ? 0 : IntentosDeRecorte);
     }
     const double segundos = static_cast<double>(reloj.elapsed()) / 1000;
     QTextStream(stdout) << "pasos " << cifras.Pasos << ", órdenes " << cifras.Ordenes << ", conflictos "

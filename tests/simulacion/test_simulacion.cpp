@@ -40,37 +40,50 @@ protected:
 
 TEST_F(Simulacion, TheSameSeedIsTheSameDay)
 {
-    const TResultado una = TJornada::Corre(5, 200, Puestos);
-    const TResultado otra = TJornada::Corre(5, 200, Puestos);
-    EXPECT_EQ(una.Pasos, otra.Pasos);
-    EXPECT_EQ(una.Cifras.Huella, otra.Cifras.Huella);
-    EXPECT_EQ(TJornada::Repite(una.Pasos, Puestos).Cifras.Huella, una.Cifras.Huella);
-    EXPECT_NE(TJornada::Corre(6, 200, Puestos).Cifras.Huella, una.Cifras.Huella);
+    for (const TCual cual : {TCual::multi, TCual::unica, TCual::doble}) {
+        const TResultado una = TJornada::Corre(cual, 5, 200, Puestos);
+        const TResultado otra = TJornada::Corre(cual, 5, 200, Puestos);
+        EXPECT_EQ(una.Pasos, otra.Pasos);
+        EXPECT_EQ(una.Cifras.Huella, otra.Cifras.Huella);
+        EXPECT_EQ(TJornada::Repite(cual, una.Pasos, Puestos).Cifras.Huella, una.Cifras.Huella);
+        EXPECT_NE(TJornada::Corre(cual, 6, 200, Puestos).Cifras.Huella, una.Cifras.Huella);
+    }
 }
 
 TEST_F(Simulacion, DaysGoWell)
 {
-    for (quint64 semilla = 1; semilla <= 5; ++semilla) {
-        const TResultado resultado = TJornada::Corre(semilla, PasosDelDia, Puestos);
-        EXPECT_FALSE(resultado.Fallo) << "--semilla " << semilla << ' ' << Que(resultado);
+    for (const TCual cual : {TCual::multi, TCual::unica, TCual::doble}) {
+        for (quint64 semilla = 1; semilla <= 4; ++semilla) {
+            const TResultado resultado = TJornada::Corre(cual, semilla, PasosDelDia, Puestos);
+            EXPECT_FALSE(resultado.Fallo) << "--agenda " << NombreDe(cual).toStdString() << " --semilla "
+                                          << semilla << ' ' << Que(resultado);
+        }
     }
 }
 
 TEST_F(Simulacion, APlantedFaultIsFound)
 {
     constexpr int Jornadas = 25; // within so many
-    const std::pair<TFalta, QString> casos[] = {
-        // and the rules by which it may show
-        {TFalta::borraSinVer, "abd"}, {TFalta::celdaSinVer, "ab"}, {TFalta::rellenaSinVer, "abd"},
-        {TFalta::sigueALaIda, "c"},   {TFalta::rangoAMedias, "c"}, {TFalta::fechaVieja, "c"},
-        {TFalta::mascaraCorta, "f"},  {TFalta::sinGrupo, "ad"},
+    const struct {
+        TCual cual;
+        TFalta falta;
+        QString reglas; ///< by which it may show
+    } casos[] = {
+        {TCual::multi, TFalta::borraSinVer, "abd"},   {TCual::multi, TFalta::celdaSinVer, "ab"},
+        {TCual::multi, TFalta::rellenaSinVer, "abd"}, {TCual::multi, TFalta::sigueALaIda, "c"},
+        {TCual::multi, TFalta::rangoAMedias, "c"},    {TCual::multi, TFalta::fechaVieja, "c"},
+        {TCual::multi, TFalta::mascaraCorta, "f"},    {TCual::multi, TFalta::sinGrupo, "ad"},
+        {TCual::unica, TFalta::celdaSinVer, "a"},     {TCual::unica, TFalta::rangoAMedias, "c"},
+        {TCual::doble, TFalta::sinFundir, "a"},       {TCual::doble, TFalta::horaVieja, "b"},
+        {TCual::doble, TFalta::quedaLoNegado, "cd"},  {TCual::doble, TFalta::diaAMedias, "c"},
     };
-    for (const auto &[falta, reglas] : casos) {
-        const char *const nombre = NombresDeFaltas.at(static_cast<std::size_t>(falta));
+    for (const auto &[cual, falta, reglas] : casos) {
+        const std::string nombre =
+            NombreDe(cual).toStdString() + ' ' + NombresDeFaltas.at(static_cast<std::size_t>(falta));
         Planta(falta);
         TResultado resultado;
         for (int semilla = 1; semilla <= Jornadas && !resultado.Fallo; ++semilla)
-            resultado = TJornada::Corre(static_cast<quint64>(semilla), PasosDelDia, Puestos);
+            resultado = TJornada::Corre(cual, static_cast<quint64>(semilla), PasosDelDia, Puestos);
         ASSERT_TRUE(resultado.Fallo) << nombre;
         EXPECT_TRUE(reglas.contains(resultado.Fallo->Regla)) << nombre << ' ' << Que(resultado);
     }
@@ -79,8 +92,8 @@ TEST_F(Simulacion, APlantedFaultIsFound)
 TEST_F(Simulacion, AScreenThatIsUpToDateShowsItsLines)
 {
     std::vector<std::unique_ptr<TTablaCruda>> tablas;
-    tablas.push_back(std::make_unique<TTablaCruda>(QString(), 1)); // a table without lines
-    const TJuez juez(tablas, 1);
+    tablas.push_back(std::make_unique<TTablaCruda>(QString(), TCual::multi)); // a table without lines
+    const TJuez juez(TCual::multi, tablas, 1);
     const QString dia = QStringLiteral("16/11/2026");
     for (const bool fueraDeHora : {false, true}) {
         TPantalla pantalla;
@@ -102,9 +115,9 @@ TEST_F(Simulacion, AFailingDayIsCutShort)
     Planta(TFalta::mascaraCorta);
     TResultado resultado;
     for (quint64 semilla = 1; !resultado.Fallo && semilla < 40; ++semilla)
-        resultado = TJornada::Corre(semilla, PasosDelDia, Puestos);
+        resultado = TJornada::Corre(TCual::multi, semilla, PasosDelDia, Puestos);
     ASSERT_TRUE(resultado.Fallo);
-    const TResultado corta = TJornada::Recorta(resultado, Puestos, 200);
+    const TResultado corta = TJornada::Recorta(TCual::multi, resultado, Puestos, 200);
     ASSERT_TRUE(corta.Fallo);
     EXPECT_EQ(corta.Fallo->Regla, resultado.Fallo->Regla);
     EXPECT_LE(corta.Pasos.size(), 4) << "a date field that is emptied, and a digit";
