@@ -106,7 +106,7 @@ QString TAgenda::VeA(TSentido sentido, const QString &nadaMas)
         AvisaMotor(nadaMas, {}, TituloAtencionPuntos);
         // Behind the message: what others write while it is read is part of what the clerk then sees.
         if (DosNotarios())
-            CargarAgenda2();
+            RecargaAgenda2(); // what is deleted here stays so until the day is written or left
     }
     return Date_Cad(FFecha);
 }

@@ -31,24 +31,6 @@ void Pon(TFilasDia &filas, Bookmark registro, const TFilaDia &linea)
         *sitio = linea;
 }
 
-/// Lines of one hour stand in AGENDA in the order of their records: those that have changed places go back to
-/// the order in which they are seen. New ones come behind them already.
-void EnSuOrden(TFilasDia &filas)
-{
-    for (auto hora = filas.begin(); hora != filas.end();) {
-        const auto fin = std::find_if(hora, filas.end(), [hora](const TFilaDia &una) {
-            return una.Registro == 0 || una.Valores[DiaHora] != hora->Valores[DiaHora];
-        });
-        std::vector<Bookmark> registros;
-        std::transform(hora, fin, std::back_inserter(registros),
-                       [](const TFilaDia &una) { return una.Registro; });
-        std::sort(registros.begin(), registros.end());
-        auto registro = registros.begin();
-        std::for_each(hora, fin, [&registro](TFilaDia &una) { una.Registro = *registro++; });
-        hora = fin == hora ? std::next(hora) : fin;
-    }
-}
-
 } // namespace
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -237,45 +219,15 @@ bool TDiaDeDos::JuntaConLaSuya(TFilaDia &mia, const TVersiones &dia)
     return fundida.has_value();
 }
 
-/// Writes the accepted line over the first record of its hour, deliberately. Where that one is another
-/// line's, the two change places in the same commit, the other one as it is in the table now, so that nobody
-/// ever reads AGENDA without it.
-/// @return the line as the table has it now.
-TFilaDia TDiaDeDos::EscribeEnSuHora(TFilaDia mia, TVersiones &dia)
-{
-    const auto primera = std::find_if(dia.Suyas.begin(), dia.Suyas.end(), [&mia](const TFilaDia &una) {
-        return una.Valores[DiaHora] == mia.Valores[DiaHora];
-    });
-    const auto otra = std::find(dia.Parejas.begin(), dia.Parejas.end(),
-                                static_cast<std::size_t>(primera - dia.Suyas.begin()));
-    // One that others have added since the day was read is nobody's here, and keeps its record.
-    if (primera == dia.Suyas.end() || primera->Registro == mia.Registro || otra == dia.Parejas.end()) {
-        const TFilaDia escrita = EscribeFila(mia);
-        Pon(dia.Suyas, mia.Registro, escrita);
-        return escrita;
-    }
-    TFilaDia &otraBase = dia.Base[static_cast<std::size_t>(otra - dia.Parejas.begin())];
-    const auto otraMia = ConRegistro(dia.Mias, otraBase.Registro);
-    const TFilaDia suya{mia.Registro, primera->Valores};
-    mia.Registro = primera->Registro;
-    const TFilaDia escrita = EscribeFila(mia);
-    const TFilaDia desplazada = EscribeFila(suya);
-    otraBase.Registro = desplazada.Registro;
-    if (otraMia != dia.Mias.end()) // else it is deleted here, and stays so
-        otraMia->Registro = desplazada.Registro;
-    *primera = escrita;
-    Pon(dia.Suyas, suya.Registro, desplazada);
-    return escrita;
-}
-
 QStringList TDiaDeDos::Acepta()
 {
-    if (!m_memoria.isModified()) {
+    TFilaDia mia = LineaActual();
+    const auto leida = ConRegistro(m_base, mia.Registro);
+    if (!m_memoria.isModified() || (leida != m_base.end() && leida->Valores == mia.Valores)) {
         m_memoria.cancel();
         return {};
     }
     const dataset::ControlsGuard sinAvisos(m_memoria);
-    TFilaDia mia = LineaActual();
     TVersiones dia{m_base, DeMemoria(), {}, {}};
     if (m_memoria.state() == dataset::DataSet::State::insert) // no row yet
         dia.Mias.push_back(mia);
@@ -291,9 +243,10 @@ QStringList TDiaDeDos::Acepta()
         dia.Suyas = DeTabla();
         dia.Empareja(mia);
         const Bookmark propio = mia.Registro;
-        const auto enBase = ConRegistro(dia.Base, propio); // before two lines change places
+        const auto enBase = ConRegistro(dia.Base, propio);
         if (JuntaConLaSuya(mia, dia)) {
-            escrita = EscribeEnSuHora(mia, dia);
+            escrita = EscribeFila(mia);
+            Pon(dia.Suyas, mia.Registro, escrita);
             if (enBase == dia.Base.end())
                 dia.Base.push_back(escrita);
             else
@@ -329,9 +282,8 @@ QStringList TDiaDeDos::Escribe()
         const dataset::PendingEditGuard sinResto(m_tabla);
         dataset::CommitGroup grupo(m_tabla);
         TFilasDia suyas = DeTabla();
-        TFusionDia fusion = FundeDia(m_base, DeMemoria(), suyas);
+        const TFusionDia fusion = FundeDia(m_base, DeMemoria(), suyas);
         choques = fusion.Choques;
-        EnSuOrden(fusion.Filas);
         for (const TFilaDia &fila : fusion.Filas) {
             const auto suya = ConRegistro(suyas, fila.Registro);
             escritas.push_back(suya != suyas.end() && *suya == fila ? fila : EscribeFila(fila));

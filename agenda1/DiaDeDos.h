@@ -41,7 +41,6 @@ public:
 private:
     struct TVersiones;
     [[nodiscard]] static bool JuntaConLaSuya(TFilaDia &mia, const TVersiones &dia);
-    [[nodiscard]] TFilaDia EscribeEnSuHora(TFilaDia mia, TVersiones &dia);
     [[nodiscard]] TFilasDia DeTabla() const;
     [[nodiscard]] TFilasDia DeMemoria() const;
     [[nodiscard]] TFilaDia LineaActual() const;

@@ -21,7 +21,7 @@
 // A line that only one side has is in the result as it is.
 
 struct TFusionDia {
-    TFilasDia Filas;     ///< in the order of the hours; within one, mine in my order, and new ones last
+    TFilasDia Filas;     ///< in the order of OrdenaComoAgenda()
     QStringList Choques; ///< hours of the lines that both have touched in a way that excludes the other
 };
 
@@ -31,9 +31,9 @@ struct TFusionDia {
 /// @param suyas  the day as the table holds it now.
 [[nodiscard]] TFusionDia FundeDia(const TFilasDia &base, const TFilasDia &mias, const TFilasDia &suyas);
 
-/// For each line of `base` the place of the same line in `suyas`, whatever record it has there: an accepted
-/// line may have changed places with another of its hour, and programs that write the whole day anew give all
-/// lines new records. Nothing for a line that has gone.
+/// For each line of `base` the place of the same line in `suyas`: one that says the same, since programs that
+/// write the whole day anew give lines other records; or else the one of its record. Nothing for a line that
+/// has gone: no other one is ever taken for it.
 [[nodiscard]] std::vector<std::optional<std::size_t>> Empareja(const TFilasDia &base, const TFilasDia &suyas);
 
 /// One line out of three versions; nothing when both sides have changed the same field in different ways.
