@@ -267,7 +267,9 @@ QStringList TDiaDeDos::Acepta()
     m_base = std::move(dia.Suyas);
     PonEnMemoria(fusion.Filas);
     VuelveA(escrita);
-    return choques + fusion.Choques;
+    choques += fusion.Choques;
+    choques.removeDuplicates();
+    return choques;
 }
 
 QStringList TDiaDeDos::Escribe()

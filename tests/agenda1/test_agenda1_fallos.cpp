@@ -204,4 +204,127 @@ TEST_F(FallosUnicaTest, ALineOfTwoNotariesIsAcceptedWholeOrNotAtAll)
     EXPECT_EQ(dia().size(), 2);
 }
 
+/// Sheets that somebody looks at for a while.
+struct InformesMirados : IInformesAgenda1 {
+    struct Hoja : IInforme {
+        std::function<void()> mientras;
+        void Preview() override { mientras(); }
+    };
+    [[nodiscard]] std::unique_ptr<IInforme> hoja() const
+    {
+        auto una = std::make_unique<Hoja>();
+        una->mientras = mientras;
+        return una;
+    }
+    std::unique_ptr<IInforme> CreaQRAgendaZen(QObject *, QDate, dataset::DataSet &) override
+    {
+        return hoja();
+    }
+    std::unique_ptr<IInforme> CreaQRAgendaDia(QObject *, QDate, dataset::DataSet &) override
+    {
+        return hoja();
+    }
+    std::unique_ptr<IInforme> CreaQRAgendaDia2(QObject *, QDate, dataset::DataSet &) override
+    {
+        return hoja();
+    }
+    std::function<void()> mientras = [] {};
+};
+
+// What fails while the week is looked at never leaves the whole table, or the settings, in the window.
+TEST_F(FallosUnicaTest, AfterAWeekTheDayIsShownAndNothingElse)
+{
+    ajustes();
+    linea({Dia, "09:00"});
+    linea({Dia, "09:30"});
+    linea({Dia.addDays(1), "10:00"});
+    const QString hoy = "2026-11-16; 2026-11-16 09:00; 2026-11-16 09:30";
+    InformesMirados hojas;
+    informes = &hojas;
+    int fallidos = 0;
+    abre([&](TAgenda &motor) {
+        for (const filecalls::Call call : {filecalls::Call::read, filecalls::Call::lock}) {
+            for (const bool roto : {false, true}) {
+                for (int number = 1;; ++number) {
+                    motor.BuscarSiguiente();
+                    motor.BuscarAnterior();
+                    ASSERT_EQ(vista(motor), hoy);
+                    hojas.mientras = [&] {
+                        linea({Dia.addDays(30), "10:00"}); // there is something to be read anew
+                        filecalls::fail(filecalls::Fault{call, number, EIO, roto, false});
+                    };
+                    try {
+                        motor.InformeSemanal();
+                    } catch (const dataset::EDatabaseError &) {
+                        ++fallidos;
+                    }
+                    const bool met = filecalls::faultMet();
+                    filecalls::fail({});
+                    EXPECT_EQ(vista(motor).toStdString(), hoy.toStdString())
+                        << "call " << number << (roto ? ", stays" : "");
+                    motor.Tabla().refresh(); // every 15 s
+                    EXPECT_EQ(vista(motor).toStdString(), hoy.toStdString()) << "refreshed, call " << number;
+                    if (!met || HasFailure())
+                        break;
+                }
+            }
+        }
+    });
+    EXPECT_GT(fallidos, 0) << "nothing has been tried";
+}
+
+// The whole day is in the table and in memory, or in neither, whatever has changed places on the way.
+TEST_F(FallosUnicaTest, ADayOfTwoNotariesIsWrittenWholeOrNotAtAll)
+{
+    ajustes("0910", "30", {"Ana Núñez", "Benito Ruiz"});
+    for (const char *const quien : {"UNO", "DOS", "TRES"})
+        linea({Dia, "10:00", "", quien, "", "0"});
+    int fallidas = 0;
+    abre([&](TAgenda &motor) {
+        const auto enPantalla = [&] {
+            QStringList suyos;
+            for (int fila = 0; fila < motor.Tabla2().rowCount(); ++fila)
+                suyos << motor.Tabla2().textAt(fila, motor.Tabla2().fieldIndex(u"INTERESADO1"));
+            return suyos.join(' ').toStdString();
+        };
+        const auto enTabla = [&] {
+            QStringList suyos;
+            for (const QString &una : dia())
+                suyos << una.section('|', 2, 2);
+            return suyos.join(' ').toStdString();
+        };
+        for (const filecalls::Call call :
+             {filecalls::Call::read, filecalls::Call::lock, filecalls::Call::write}) {
+            for (int number = 1;; ++number) {
+                motor.Tabla2().setCurrentRow(2);
+                ASSERT_TRUE(motor.Modificar());
+                motor.Tabla2().field(u"INTERESADO1").setText("N" + QString::number(number));
+                ASSERT_TRUE(motor.Aceptar());
+                const std::string memoria = enPantalla();
+                const std::string antes = enTabla();
+                filecalls::fail(filecalls::Fault{call, number, EIO, false, false});
+                bool escrito = true;
+                try {
+                    motor.ActualizarDesdeAgenda2();
+                } catch (const dataset::EDatabaseError &) {
+                    escrito = false;
+                }
+                const bool met = filecalls::faultMet();
+                filecalls::fail({});
+                fallidas += escrito ? 0 : 1;
+                EXPECT_EQ(enPantalla(), memoria) << "call " << number;
+                if (call != filecalls::Call::write) {
+                    EXPECT_EQ(enTabla(), escrito ? memoria : antes) << "call " << number;
+                }
+                if (!met || (!escrito && call == filecalls::Call::write))
+                    break; // what has failed half-way is for the next opener
+                motor.ActualizarDesdeAgenda2();
+                EXPECT_EQ(enTabla(), memoria) << "tried again, call " << number;
+            }
+        }
+    });
+    EXPECT_GT(fallidas, 0) << "nothing has been tried";
+    EXPECT_EQ(dia().size(), 3);
+}
+
 } // namespace

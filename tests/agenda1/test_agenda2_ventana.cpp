@@ -2,6 +2,7 @@
 
 #include "tests/agenda1/VentanaUnica.h"
 
+#include <QtGui/QClipboard>
 #include <QtWidgets/QGroupBox>
 
 #include <cmath>
@@ -215,6 +216,39 @@ TEST_F(DosNotariosVentanaTest, WhatWasRefusedIsNotShownAsDone)
         pulsa("BVolver");
         EXPECT_EQ(dia().last(), "10:00||Salida|MARTA|1");
     });
+}
+
+// One workstation: the first of two lines of an hour is marked by mistake, and the mark taken off again.
+TEST_F(DosNotariosVentanaTest, AMarkIsTakenOffTheLineThatItWasPutOn)
+{
+    linea({Dia, "11:00", "", "SANZ", "", "0"});
+    linea({Dia, "11:00", "", "PEÑA", "", "0"});
+    enVentana([this] {
+        rejilla().setCurrentIndex(rejilla().model()->index(4, 1));
+        tecla(Qt::Key_Insert, Qt::ShiftModifier);
+        teclea("Acta");
+        pulsa("BAceptar");
+        rejilla().setCurrentIndex(rejilla().model()->index(3, 1));
+        EXPECT_EQ(rejilla().model()->index(3, 1).data(), "SANZ");
+        comando("AcSalidaNotario2");
+        EXPECT_EQ(celda().first, 3);
+        comando("AcSalidaNotario2");
+    });
+    EXPECT_EQ(dia().mid(3).join('\n').toStdString(), "11:00||SANZ||0\n11:00|Acta|PEÑA||0");
+}
+
+TEST_F(DosNotariosVentanaTest, APastedLetterThatTheTableLacksIsRefused)
+{
+    enVentana([this] {
+        rejilla().setCurrentIndex(rejilla().model()->index(0, 1));
+        tecla(Qt::Key_Insert, Qt::ShiftModifier);
+        edicion("DBEInteresado").setFocus();
+        edicion("DBEInteresado").selectAll();
+        QApplication::clipboard()->setText(QStringLiteral("García \U0001F600"));
+        tecla(Qt::Key_V, Qt::ControlModifier);
+        pulsa("BAceptar");
+    });
+    EXPECT_EQ(dia().first().section('|', 2, 2).mid(50).toStdString(), "RUIZ");
 }
 
 } // namespace
