@@ -36,9 +36,8 @@ std::vector<TPareja> Empareja(const TFilasDia &base, const TFilasDia &suyas)
             }
         }
     };
-    empareja([](const TFilaDia &una, const TFilaDia &suya) { return una == suya; });
-    empareja([](const TFilaDia &una, const TFilaDia &suya) { return una.Valores == suya.Valores; });
     empareja([](const TFilaDia &una, const TFilaDia &suya) { return una.Registro == suya.Registro; });
+    empareja([](const TFilaDia &una, const TFilaDia &suya) { return una.Valores == suya.Valores; });
     return parejas;
 }
 

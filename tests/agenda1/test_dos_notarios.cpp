@@ -402,59 +402,6 @@ TEST_F(DosNotariosTest, MemoryStandsInTheOrderOfTheHoursAndAsTheTableHasIt)
     });
 }
 
-TEST_F(DosNotariosTest, LinesThatHaveChangedPlacesAreNeverSeenTwice)
-{
-    const struct {
-        const char *que;
-        QStringList suyas; ///< what others have made of the three records since
-        const char *hora;
-        const char *acepta; ///< which of the lines
-        QString aLaHora;    ///< it is moved there
-        const char *vista;
-    } casos[] = {
-        {"the one that gives its place had been changed",
-         {empaquetada(Nueve, "UNO", "", ""), empaquetada("10:00", "OTRO", "", ""),
-          empaquetada("10:00", "TRES", "", "")},
-         "10:00",
-         "TRES//",
-         "10:00",
-         "09:00 UNO//, 10:00 OTRO//, 10:00 TRES//MÍO"},
-        {"others had put it into another record",
-         {empaquetada(Nueve, "UNO", "", "", "OTRO"), empaquetada("10:00", "TRES", "", ""),
-          empaquetada("10:00", "DOS", "", "", "OTRO")},
-         "10:00",
-         "TRES//",
-         "09:00",
-         "09:00 UNO/OTRO/, 09:00 TRES//MÍO, 10:00 DOS/OTRO/"},
-    };
-    for (const auto &caso : casos) {
-        const auto otro = tabla();
-        otro->setRange({{"FECHA", Dia}}, {{"FECHA", Dia}});
-        while (!otro->isEmpty())
-            otro->remove();
-        ponLinea(empaquetada(Nueve, "UNO", "", ""));
-        ponLinea(empaquetada("10:00", "DOS", "", ""));
-        ponLinea(empaquetada("10:00", "TRES", "", ""));
-        otro->refresh();
-        abre([&](TAgenda &motor) {
-            for (int fila = 0; fila < 3; ++fila) {
-                otro->setCurrentRow(fila);
-                otro->edit();
-                otro->field(u"INTERESADO").setText(caso.suyas.at(fila).section(u'|', 2, 2));
-                otro->post();
-            }
-            ASSERT_TRUE(elige(motor, caso.hora, caso.acepta));
-            ASSERT_TRUE(motor.Modificar());
-            motor.Tabla2().field(u"HORA").setText(caso.aLaHora);
-            motor.Tabla2().field(u"CONCEPTO1").setText("MÍO");
-            EXPECT_TRUE(motor.Aceptar());
-            EXPECT_EQ(pantalla(motor).toStdString(), caso.vista) << caso.que;
-            motor.ActualizarDesdeAgenda2();
-            EXPECT_EQ(enTabla().toStdString(), caso.vista) << caso.que;
-        });
-    }
-}
-
 TEST_F(DosNotariosTest, AReloadKeepsWhatIsNotWrittenYet)
 {
     for (const char *const hora : {"09:00", "10:00", "11:00"})

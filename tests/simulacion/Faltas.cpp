@@ -5,6 +5,7 @@
 #include "dbcontrols/MaskEdit.h"
 
 #include <QtGui/QKeyEvent>
+#include <utility>
 
 #include <cstdlib>
 #include <exception>
@@ -160,10 +161,7 @@ void DeshazConFalta(TDiaDeDos *dia)
 
 void CargaConFalta(TDiaDeDos *dia, QDate fecha)
 {
-    try {
+    static const TDiaDeDos *cargado = nullptr; // the first day of a window is loaded
+    if (std::exchange(cargado, dia) != dia || !Hay(TFalta::diaAMedias))
         CargaPropia(dia, fecha);
-    } catch (const dataset::EDatabaseError &) {
-        if (!Hay(TFalta::diaAMedias))
-            throw;
-    }
 }

@@ -465,9 +465,8 @@ void TJuez::Recuerda(const TOrden &orden, TMemoria &memoria, const TRespuesta &a
         memoria.Borradas << actual;
     else if ((TieneMarca(orden) || Tiene(orden, volver)) && (orden.Avisos.isEmpty() || orden.Choques > 0))
         memoria.Borradas.clear(); // gone, or told
-    else if ((Tiene(orden, anterior) || Tiene(orden, siguiente)) &&
-             (orden.Avisos.isEmpty() || orden.Avisos.join(u' ').contains(QStringLiteral("No hay días"))))
-        memoria.Borradas.clear(); // read anew
+    else if (Clave(orden.Pantalla.Fecha) != Clave(ahora.Pantalla.Fecha))
+        memoria.Borradas.clear(); // another day
 }
 
 } // namespace simulacion

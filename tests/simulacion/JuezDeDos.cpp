@@ -11,6 +11,8 @@ namespace simulacion
 namespace
 {
 
+constexpr qsizetype ParteSalida = 1;
+
 /// The fields of a line, each notary's for itself, the hour first.
 QStringList Partes(const TLinea &linea)
 {
@@ -135,7 +137,9 @@ TVeredicto TJuez::JuzgaCitas(const TOrden &orden, const TMemoria &memoria, const
                 return fallo;
         return {};
     }
-    if (llegadas.size() > (Tiene(orden, nuevo) ? 1 : 0) + orden.Choques)
+    // An hour is named once, however many of its lines have clashed.
+    const int dobles = orden.Choques > 0 ? std::max(orden.Choques, PuedenChocar(orden)) : 0;
+    if (llegadas.size() > (Tiene(orden, nuevo) ? 1 : 0) + dobles)
         return Fallo('b', QStringLiteral("nadie la ha pedido: ") + cuentas);
     const bool refrescable = ahora.Estado == TEstado::listo && orden.Avisos.isEmpty() && !orden.Negada;
     if (refrescable && Tiene(orden, borrar) && ahora.Pantalla.Filas.size() + 1 != orden.Pantalla.Filas.size())
@@ -161,6 +165,8 @@ TVeredicto TJuez::JuzgaPareja(const TOrden &orden, const TLinea &antes, const TL
         const QString &texto = partes.at(parte);
         if (texto.isEmpty() || texto == nuevas.at(parte))
             continue;
+        if (parte == ParteSalida && TieneMarca(orden))
+            continue; // one number for both notaries: the last mark has it
         const bool vista = std::any_of(vistas.begin(), vistas.end(),
                                        [&](const TLinea &una) { return Partes(una).at(parte) == texto; });
         if (!vista)
