@@ -5,7 +5,6 @@
 #include "agenda/Ruttb.h"
 
 #include <algorithm>
-#include <iterator>
 #include <limits>
 #include <utility>
 

@@ -32,8 +32,8 @@ struct TFusionDia {
 [[nodiscard]] TFusionDia FundeDia(const TFilasDia &base, const TFilasDia &mias, const TFilasDia &suyas);
 
 /// For each line of `base` the place of the same line in `suyas`: the one of its record; where that has gone,
-/// one that says the same in a record that is new, since programs that write the whole day anew give all lines
-/// new ones. Nothing for a line that has gone: no other one is ever taken for it.
+/// one that says the same in a record that is new, since programs that write the whole day anew give all
+/// lines new ones. Nothing for a line that has gone: no other one is ever taken for it.
 [[nodiscard]] std::vector<std::optional<std::size_t>> Empareja(const TFilasDia &base, const TFilasDia &suyas);
 
 /// One line out of three versions; nothing when both sides have changed the same field in different ways.
