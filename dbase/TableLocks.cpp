@@ -72,8 +72,7 @@ Result<RangeLock> TableImpl::waitForLock(File &file, std::uint64_t offset, std::
         }
         if (got.value())
             return RangeLock(file, offset, length);
-        if (&file != &m_journal)
-            noteRenewal(m_openedIn);
+        m_isInTheWay = m_isInTheWay || (m_remote && &file != &m_journal && m_askedIn != m_openedIn);
         const auto now = Clock::now();
         if (!deadline)
             deadline = now + patience(timeout);
