@@ -467,6 +467,8 @@ void TJuez::Recuerda(const TOrden &orden, TMemoria &memoria, const TRespuesta &a
         memoria.Borradas.clear(); // gone, or told
     else if (Clave(orden.Pantalla.Fecha) != Clave(ahora.Pantalla.Fecha))
         memoria.Borradas.clear(); // another day
+    else if (orden.Choques > 0) // of a line that others have changed he has been told that it is back
+        memoria.Borradas = SinMostrar(memoria.Borradas, ahora.Pantalla);
 }
 
 } // namespace simulacion

@@ -92,6 +92,8 @@ private:
     [[nodiscard]] static TVeredicto JuzgaPareja(const TOrden &orden, const TLinea &antes,
                                                 const TLinea &despues);
     [[nodiscard]] TVeredicto AlDiaDeDos(const TPantalla &pantalla, TMemoria &memoria) const;
+    /// Of the lines deleted here those that AGENDA has and a screen does not show.
+    [[nodiscard]] QList<TLinea> SinMostrar(const QList<TLinea> &borradas, const TPantalla &pantalla) const;
     [[nodiscard]] int PuedenChocar(const TOrden &orden) const;
     TCual m_cual;
     const std::vector<std::unique_ptr<TTablaCruda>> &m_tablas;

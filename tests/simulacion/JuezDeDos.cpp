@@ -73,6 +73,16 @@ QList<TLinea> LineasDe(const QList<TFila> &filas)
 
 } // namespace
 
+QList<TLinea> TJuez::SinMostrar(const QList<TLinea> &borradas, const TPantalla &pantalla) const
+{
+    QList<TLinea> faltan = LineasDe(m_tablas.front()->Dia(Clave(pantalla.Fecha)));
+    Quita(LineasDe(pantalla.Filas), faltan);
+    QList<TLinea> siguen = borradas;
+    for (const TLinea &mostrada : Quita(borradas, faltan))
+        siguen.removeOne(mostrada);
+    return siguen;
+}
+
 /// How many lines of the screen AGENDA did not hold any more when the command was written: of these both
 /// versions may have been kept.
 int TJuez::PuedenChocar(const TOrden &orden) const
