@@ -22,9 +22,10 @@ void TAgenda::InformeSemanal()
 void TAgenda::InformeDia()
 {
     QObject *const propietario = QCoreApplication::instance();
-    FTabla->refresh(); // as others have it now
-    if (DosNotarios())
+    if (DosNotarios()) { // as it stands on the screen, also while AGENDA cannot be read
         m_informes->CreaQRAgendaDia2(propietario, FFecha, Tabla2())->Preview();
-    else
-        m_informes->CreaQRAgendaDia(propietario, FFecha, Tabla())->Preview();
+        return;
+    }
+    FTabla->refresh(); // as others have it now
+    m_informes->CreaQRAgendaDia(propietario, FFecha, Tabla())->Preview();
 }

@@ -84,6 +84,12 @@ TEST_F(HojasUnicaTest, TheDayOfTwoNotaries)
                                       "CONCEPTO", "CONCEPTO", "OFICIAL", "INTERESADO", "09:00", "GARCÍA",
                                       "MARTA", "PODER", "RUIZ", "LUIS", "ACTA"}));
     EXPECT_EQ(textoDe(paginas[0], "GARCÍA")->color, report::black); // only "S" is red
+    abre([&](TAgenda &motor) {
+        linea({Dia, "10:00", "SUYA"});
+        motor.InformeDia();
+        EXPECT_EQ(motor.Tabla().rowCount(), 1) << "what stands in memory is printed without reading";
+        EXPECT_EQ(textoDe(paginas[0], "SUYA"), nullptr);
+    });
 }
 
 TEST_F(HojasUnicaTest, TheWeekThreeDaysSideBySide)
