@@ -1,11 +1,9 @@
 #include "agenda1/DiaDeDos.h"
 
 #include "agenda/AgendaZenDM.h"
-#include "agenda/LineaAgenda.h"
 #include "agenda/Ruttb.h"
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 using dataset::Bookmark;
@@ -18,16 +16,6 @@ auto ConRegistro(TFilasDia &filas, Bookmark registro)
     return std::find_if(filas.begin(), filas.end(), [registro](const TFilaDia &una) {
         return registro != 0 && una.Registro == registro;
     });
-}
-
-/// Puts a line in the place of the one of a record, or behind the others.
-void Pon(TFilasDia &filas, Bookmark registro, const TFilaDia &linea)
-{
-    const auto sitio = ConRegistro(filas, registro);
-    if (sitio == filas.end())
-        filas.push_back(linea);
-    else
-        *sitio = linea;
 }
 
 } // namespace
@@ -44,8 +32,8 @@ TFilasDia TDiaDeDos::DeTabla() const
         m_tabla.refresh();
     TFilasDia filas;
     for (m_tabla.first(); !m_tabla.eof(); m_tabla.next()) {
-        if (TLineaAgenda::Actual(m_tabla).Fecha == m_fecha)
-            filas.push_back(Desempaqueta(m_tabla));
+        if (const TLineaAgenda linea = TLineaAgenda::Actual(m_tabla); linea.Fecha == m_fecha)
+            filas.push_back(Desempaqueta(linea));
     }
     return filas;
 }
@@ -62,7 +50,7 @@ TFilaDia TDiaDeDos::EscribeFila(const TFilaDia &fila)
     }
     Empaqueta(fila, m_fecha, m_tabla);
     TBPost(m_tabla);
-    return Desempaqueta(m_tabla);
+    return Desempaqueta(TLineaAgenda::Actual(m_tabla));
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -110,7 +98,8 @@ void TDiaDeDos::PonEnMemoria(const TFilasDia &filas)
     m_memoria.first();
 }
 
-/// Goes to a line by what is left of it: its record, or else its values, or else its hour.
+/// Goes to a line by what is left of it: its record, or else its values, or else the next hour, or the last
+/// one.
 void TDiaDeDos::VuelveA(const TFilaDia &linea)
 {
     TFilasDia filas = DeMemoria();
@@ -123,6 +112,8 @@ void TDiaDeDos::VuelveA(const TFilaDia &linea)
             busca([&linea](const TFilaDia &una) { return una.Valores[DiaHora] >= linea.Valores[DiaHora]; });
     if (sitio != filas.end())
         m_memoria.setCurrentRow(static_cast<int>(sitio - filas.begin()));
+    else
+        m_memoria.last();
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -169,138 +160,64 @@ void TDiaDeDos::Deshaz()
     VuelveA(donde);
 }
 
-/// The three versions of the day while a line is accepted: kept as the commit leaves them.
-struct TDiaDeDos::TVersiones {
-    TFilasDia Base;
-    TFilasDia Mias;
-    TFilasDia Suyas;
-    std::vector<std::optional<std::size_t>> Parejas; ///< of Base in Suyas
-
-    void Empareja(TFilaDia &mia);
-};
-
-/// Finds each line of the base again in the table, and gives it here the record that it has there by now; one
-/// that has gone gets a record that no line has. @param mia  the accepted line.
-void TDiaDeDos::TVersiones::Empareja(TFilaDia &mia)
-{
-    Parejas = ::Empareja(Base, Suyas);
-    QHash<Bookmark, Bookmark> ahora;
-    for (std::size_t i = 0; i < Base.size(); ++i)
-        ahora.insert(Base[i].Registro, Parejas[i]
-                                           ? Suyas[*Parejas[i]].Registro
-                                           : std::numeric_limits<Bookmark>::max() - static_cast<Bookmark>(i));
-    const auto renumera = [&ahora](TFilaDia &una) { una.Registro = ahora.value(una.Registro, una.Registro); };
-    std::for_each(Base.begin(), Base.end(), renumera);
-    std::for_each(Mias.begin(), Mias.end(), renumera);
-    renumera(mia);
-}
-
-/// Brings the accepted line together with the one of the table that it comes from.
-/// @param mia  with the record that it was read from; afterwards with the one that it is to be written over,
-/// 0 for a line of its own.
-/// @return false when others have changed or deleted that one: theirs is to stay.
-bool TDiaDeDos::JuntaConLaSuya(TFilaDia &mia, const TVersiones &dia)
-{
-    const TFilasDia &base = dia.Base;
-    const auto antes = std::find_if(base.begin(), base.end(),
-                                    [&mia](const TFilaDia &una) { return una.Registro == mia.Registro; });
-    if (mia.Registro == 0 || antes == base.end()) {
-        mia.Registro = 0;
-        return true;
-    }
-    mia.Registro = 0;
-    const auto suya = dia.Parejas[static_cast<std::size_t>(antes - base.begin())];
-    const auto fundida = suya ? FundeLinea(*antes, mia, dia.Suyas[*suya]) : std::nullopt;
-    if (fundida)
-        mia = *fundida;
-    else if (suya)
-        mia = SoloLoMio(*antes, mia);
-    return fundida.has_value();
-}
-
-QStringList TDiaDeDos::Acepta()
-{
-    TFilaDia mia = LineaActual();
-    const auto leida = ConRegistro(m_base, mia.Registro);
-    if (!m_memoria.isModified() || (leida != m_base.end() && leida->Valores == mia.Valores)) {
-        m_memoria.cancel();
-        return {};
-    }
-    const dataset::ControlsGuard sinAvisos(m_memoria);
-    TVersiones dia{m_base, DeMemoria(), {}, {}};
-    if (m_memoria.state() == dataset::DataSet::State::insert) // no row yet
-        dia.Mias.push_back(mia);
-    const auto fila = m_memoria.state() == dataset::DataSet::State::insert
-                          ? dia.Mias.size() - 1
-                          : static_cast<std::size_t>(m_memoria.currentRow());
-    TFilaDia escrita;
-    QStringList choques;
-    {
-        const dataset::ControlsGuard sinAvisosDeAgenda(m_tabla);
-        const dataset::PendingEditGuard sinResto(m_tabla);
-        dataset::CommitGroup grupo(m_tabla);
-        dia.Suyas = DeTabla();
-        dia.Empareja(mia);
-        const Bookmark propio = mia.Registro;
-        const auto enBase = ConRegistro(dia.Base, propio);
-        if (JuntaConLaSuya(mia, dia)) {
-            escrita = EscribeFila(mia);
-            Pon(dia.Suyas, mia.Registro, escrita);
-            if (enBase == dia.Base.end())
-                dia.Base.push_back(escrita);
-            else
-                *enBase = escrita;
-            dia.Mias[fila] = escrita;
-        } else {
-            choques << mia.Valores[DiaHora];
-            escrita = EscribeFila(mia);
-            dia.Suyas.push_back(escrita);
-            dia.Mias[fila] = *enBase; // theirs is shown in its place
-            dia.Base.push_back(escrita);
-            dia.Mias.push_back(escrita);
-        }
-        grupo.commit();
-    }
-    OrdenaComoAgenda(dia.Suyas);
-    const TFusionDia fusion = FundeDia(dia.Base, dia.Mias, dia.Suyas);
-    m_base = std::move(dia.Suyas);
-    PonEnMemoria(fusion.Filas);
-    VuelveA(escrita);
-    choques += fusion.Choques;
-    choques.removeDuplicates();
-    return choques;
-}
-
-QStringList TDiaDeDos::Escribe()
+/// Brings the day together with AGENDA's and writes what differs from that.
+/// @param mias  the day here, the line that is being edited with it.
+QStringList TDiaDeDos::Guarda(const TFilasDia &mias, TBorradas borradas)
 {
     const dataset::ControlsGuard sinAvisos(m_memoria);
-    const TFilaDia donde = LineaActual();
-    TFilasDia escritas;
-    QStringList choques;
+    TFilaDia donde = LineaActual();
+    TFusionDia fusion;
     {
         // Another workstation, a killed process or a full disk sees the old day or the new one, never a part.
         const dataset::ControlsGuard sinAvisosDeAgenda(m_tabla);
         const dataset::PendingEditGuard sinResto(m_tabla);
         dataset::CommitGroup grupo(m_tabla);
-        TFilasDia suyas = DeTabla();
-        const TFusionDia fusion = FundeDia(m_base, DeMemoria(), suyas);
-        choques = fusion.Choques;
-        for (const TFilaDia &fila : fusion.Filas) {
-            const auto suya = ConRegistro(suyas, fila.Registro);
-            escritas.push_back(suya != suyas.end() && *suya == fila ? fila : EscribeFila(fila));
-            if (suya != suyas.end())
-                suyas.erase(suya);
+        TFilasDia sobran = DeTabla();
+        fusion = FundeDia(m_base, mias, sobran);
+        for (TFilaDia &fila : fusion.Filas) {
+            const auto suya = ConRegistro(sobran, fila.Registro);
+            if (suya == sobran.end() || *suya != fila) {
+                fila = EscribeFila(fila);
+                if (borradas == TBorradas::quedan)
+                    donde = fila; // the accepted line, perhaps in a record of its own
+            }
+            if (suya != sobran.end())
+                sobran.erase(suya);
         }
-        for (const TFilaDia &sobra : suyas) {
-            if (m_tabla.goToBookmark(sobra.Registro))
-                TBDelete(m_tabla);
+        if (borradas == TBorradas::seVan) {
+            for (const TFilaDia &una : std::exchange(sobran, {})) {
+                if (m_tabla.goToBookmark(una.Registro))
+                    TBDelete(m_tabla);
+            }
         }
         grupo.commit();
+        m_base = fusion.Filas;
+        m_base.insert(m_base.end(), sobran.begin(), sobran.end());
     }
-    m_base = escritas;
-    if (DeMemoria() != escritas) {
-        PonEnMemoria(escritas);
+    if (m_memoria.isEditing() || DeMemoria() != fusion.Filas) {
+        PonEnMemoria(fusion.Filas);
         VuelveA(donde);
     }
-    return choques;
+    return fusion.Choques;
+}
+
+QStringList TDiaDeDos::Acepta()
+{
+    const TFilaDia mia = LineaActual();
+    const auto leida = ConRegistro(m_base, mia.Registro);
+    if (!m_memoria.isModified() || (leida != m_base.end() && leida->Valores == mia.Valores)) {
+        m_memoria.cancel();
+        return {};
+    }
+    TFilasDia mias = DeMemoria();
+    if (m_memoria.state() == dataset::DataSet::State::insert) // no row yet
+        mias.push_back(mia);
+    else
+        mias[static_cast<std::size_t>(m_memoria.currentRow())] = mia;
+    return Guarda(mias, TBorradas::quedan);
+}
+
+QStringList TDiaDeDos::Escribe()
+{
+    return Guarda(DeMemoria(), TBorradas::seVan);
 }

@@ -39,8 +39,8 @@ public:
     void Deshaz();
 
 private:
-    struct TVersiones;
-    [[nodiscard]] static bool JuntaConLaSuya(TFilaDia &mia, const TVersiones &dia);
+    enum class TBorradas { quedan, seVan }; ///< the lines deleted here, in AGENDA
+    QStringList Guarda(const TFilasDia &mias, TBorradas borradas);
     [[nodiscard]] TFilasDia DeTabla() const;
     [[nodiscard]] TFilasDia DeMemoria() const;
     [[nodiscard]] TFilaDia LineaActual() const;

@@ -1,6 +1,5 @@
 #include "agenda1/FilaDia.h"
 
-#include "agenda/LineaAgenda.h"
 #include "agenda/Rnumcad.h"
 
 using dataset::DataSet;
@@ -42,9 +41,8 @@ QString NombreEnDia(std::size_t campo)
     return NombreDe(Sitios.at(campo).Campo, Sitios.at(campo).Notario);
 }
 
-TFilaDia Desempaqueta(DataSet &tabla)
+TFilaDia Desempaqueta(const TLineaAgenda &linea)
 {
-    const TLineaAgenda linea = TLineaAgenda::Actual(tabla);
     TFilaDia fila{linea.Registro(), {}};
     constexpr int TodoConcepto = 2 * AnchoConcepto + HuecoConcepto;
     fila.Valores[DiaHora] = linea.Hora;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dataset/DataSet.h"
+#include "agenda/LineaAgenda.h"
 
 #include <QtCore/QDate>
 #include <QtCore/QString>
@@ -33,8 +33,8 @@ using TFilasDia = std::vector<TFilaDia>;
 
 /// The name of a field of the day in cdsAgenda2. @param campo  a TCampoDia.
 [[nodiscard]] QString NombreEnDia(std::size_t campo);
-/// The current line of AGENDA, taken apart. @throws dataset::EDatabaseError
-[[nodiscard]] TFilaDia Desempaqueta(dataset::DataSet &tabla);
+/// A line of AGENDA, taken apart.
+[[nodiscard]] TFilaDia Desempaqueta(const TLineaAgenda &linea);
 /// Writes a line's values, packed, into the record of AGENDA that is being edited or inserted.
 /// @throws dataset::EDatabaseError
 void Empaqueta(const TFilaDia &fila, QDate fecha, dataset::DataSet &tabla);

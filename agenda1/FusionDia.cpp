@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <tuple>
 
 using dataset::Bookmark;
@@ -20,8 +21,9 @@ TPareja Busca(const TFilasDia &filas, Bookmark registro)
     return fila == filas.end() ? TPareja() : static_cast<std::size_t>(fila - filas.begin());
 }
 
-} // namespace
-
+/// For each line of `base` the place of the same line in `suyas`: the one of its record; where that has gone,
+/// one that says the same in a record that is new, since programs that write the whole day anew give all
+/// lines new ones. Nothing for a line that has gone: no other one is ever taken for it.
 std::vector<TPareja> Empareja(const TFilasDia &base, const TFilasDia &suyas)
 {
     std::vector<TPareja> parejas(base.size());
@@ -41,6 +43,33 @@ std::vector<TPareja> Empareja(const TFilasDia &base, const TFilasDia &suyas)
     return parejas;
 }
 
+/// Where a line that one side has deleted is one that the other has changed, and another one said the same
+/// and is untouched, that other one has been deleted instead.
+void CambiaBorradas(const TFilasDia &base, TFilasDia &mias, const TFilasDia &suyas,
+                    const std::vector<TPareja> &parejas)
+{
+    const auto igual = [](const TFilasDia &filas, TPareja lugar, const TFilaDia &antes) {
+        return lugar && filas[*lugar].Valores == antes.Valores;
+    };
+    for (std::size_t i = 0; i < base.size(); ++i) {
+        const TPareja aqui = Busca(mias, base[i].Registro);
+        const TPareja alli = parejas[i];
+        if (aqui.has_value() == alli.has_value() || igual(mias, aqui, base[i]) || igual(suyas, alli, base[i]))
+            continue;
+        for (std::size_t j = 0; j < base.size(); ++j) {
+            const TPareja otra = Busca(mias, base[j].Registro);
+            if (base[j].Valores != base[i].Valores || !igual(mias, otra, base[j]) ||
+                !igual(suyas, parejas[j], base[j]))
+                continue;
+            mias[*otra].Registro = base[i].Registro;
+            if (aqui)
+                mias[*aqui].Registro = base[j].Registro;
+            break;
+        }
+    }
+}
+
+/// One line out of three versions; nothing when both sides have changed the same field in different ways.
 std::optional<TFilaDia> FundeLinea(const TFilaDia &base, const TFilaDia &mia, const TFilaDia &suya)
 {
     TFilaDia fundida = suya;
@@ -56,6 +85,8 @@ std::optional<TFilaDia> FundeLinea(const TFilaDia &base, const TFilaDia &mia, co
     return fundida;
 }
 
+/// What becomes a line of its own where FundeLinea() has nothing: mine, without the half of a notary that was
+/// not touched here, which stands in theirs.
 TFilaDia SoloLoMio(const TFilaDia &base, TFilaDia mia)
 {
     constexpr std::array Mitades{std::array{DiaInteresado1, DiaOficial1, DiaConcepto1},
@@ -77,6 +108,8 @@ TFilaDia SoloLoMio(const TFilaDia &base, TFilaDia mia)
     return mia;
 }
 
+/// Puts lines in the order of the hours, as they stand in AGENDA: those of one hour by their records, those
+/// that are not there yet behind them.
 void OrdenaComoAgenda(TFilasDia &filas)
 {
     const auto lugar = [](const TFilaDia &una) {
@@ -86,9 +119,12 @@ void OrdenaComoAgenda(TFilasDia &filas)
                      [&](const TFilaDia &una, const TFilaDia &otra) { return lugar(una) < lugar(otra); });
 }
 
-TFusionDia FundeDia(const TFilasDia &base, const TFilasDia &mias, const TFilasDia &suyas)
+} // namespace
+
+TFusionDia FundeDia(const TFilasDia &base, TFilasDia mias, const TFilasDia &suyas)
 {
     const std::vector<TPareja> parejas = Empareja(base, suyas);
+    CambiaBorradas(base, mias, suyas, parejas);
     TFusionDia fusion;
     std::vector<bool> vista(suyas.size()); // lines of the table whose fate is settled
     for (const TFilaDia &mia : mias) {

@@ -337,6 +337,27 @@ TEST_F(DosNotariosTest, TwoClerksAcceptLinesOfOneDay)
          "10:00 X//, 10:00 RUIZ//, 11:00 SANZ//",
          "10:00 RUIZ//, 11:00 SANZ//",
          ""},
+        {"of two empty lines one is deleted here, and filled there",
+         {{"10:00", "", ""}, {"10:00", "", ""}},
+         [](TAgenda &m) { acepta(m, "10:00", "//", "INTERESADO1", "SANZ"); },
+         [](TAgenda &m) {
+             ASSERT_TRUE(elige(m, "10:00", "//"));
+             EXPECT_TRUE(m.Borrar());
+         },
+         "10:00 SANZ//, 10:00 //",
+         "10:00 SANZ//",
+         ""},
+        {"and the other way round",
+         {{"10:00", "", ""}, {"10:00", "", ""}},
+         [](TAgenda &m) {
+             ASSERT_TRUE(elige(m, "10:00", "//"));
+             EXPECT_TRUE(m.Borrar());
+             m.ActualizarDesdeAgenda2();
+         },
+         [](TAgenda &m) { acepta(m, "10:00", "//", "INTERESADO1", "SANZ"); },
+         "10:00 SANZ//",
+         "10:00 SANZ//",
+         ""},
     };
     for (const auto &caso : casos) {
         SCOPED_TRACE(caso.que);
@@ -414,9 +435,16 @@ TEST_F(DosNotariosTest, AReloadKeepsWhatIsNotWrittenYet)
         EXPECT_EQ(motor.Tabla2().rowCount(), 3);
         EXPECT_EQ(valor(motor, 0, "INTERESADO1"), "SUYA");
         EXPECT_EQ(motor.Tabla2().field(u"HORA").asText(), "11:00");
+        {
+            const auto otro = tabla();
+            ASSERT_TRUE(otro->locate({{"FECHA", Dia}, {"HORA", "11:00"}}, dataset::SearchMode::exact));
+            otro->remove();
+        }
+        motor.RecargaAgenda2();
+        EXPECT_EQ(motor.Tabla2().field(u"HORA").asText(), "10:00") << "the last line, not the first";
         motor.ActualizarDesdeAgenda2();
     });
-    EXPECT_EQ(dia().size(), 3);
+    EXPECT_EQ(dia().size(), 2);
 }
 
 TEST_F(DosNotariosTest, ADayThatCannotBeWrittenStaysWhole)

@@ -5,10 +5,10 @@
 #include "dbcontrols/MaskEdit.h"
 
 #include <QtGui/QKeyEvent>
-#include <utility>
-
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
+#include <utility>
 
 #include <dlfcn.h>
 
@@ -134,23 +134,32 @@ void MaskEdit::keyPressEvent(QKeyEvent *event)
 } // namespace dbcontrols
 
 // What stands in an archive has no definition to go before: the linker puts these into its place (--wrap).
-std::optional<TFilaDia> FundePropia(const TFilaDia &base, const TFilaDia &mia,
-                                    const TFilaDia &suya) __asm__("__real__Z10FundeLineaRK8TFilaDiaS1_S1_");
-std::optional<TFilaDia> FundeConFalta(const TFilaDia &base, const TFilaDia &mia,
-                                      const TFilaDia &suya) __asm__("__wrap__Z10FundeLineaRK8TFilaDiaS1_S1_");
+TFusionDia
+FundePropia(const TFilasDia &base, TFilasDia mias,
+            const TFilasDia &suyas) __asm__("__real__Z8FundeDiaRKSt6vectorI8TFilaDiaSaIS0_EES2_S4_");
+TFusionDia
+FundeConFalta(const TFilasDia &base, TFilasDia mias,
+              const TFilasDia &suyas) __asm__("__wrap__Z8FundeDiaRKSt6vectorI8TFilaDiaSaIS0_EES2_S4_");
 void DeshazPropia(TDiaDeDos *dia) __asm__("__real__ZN9TDiaDeDos6DeshazEv");
 void DeshazConFalta(TDiaDeDos *dia) __asm__("__wrap__ZN9TDiaDeDos6DeshazEv");
 void CargaPropia(TDiaDeDos *dia, QDate fecha) __asm__("__real__ZN9TDiaDeDos5CargaE5QDate");
 void CargaConFalta(TDiaDeDos *dia, QDate fecha) __asm__("__wrap__ZN9TDiaDeDos5CargaE5QDate");
 
-std::optional<TFilaDia> FundeConFalta(const TFilaDia &base, const TFilaDia &mia, const TFilaDia &suya)
+TFusionDia FundeConFalta(const TFilasDia &base, TFilasDia mias, const TFilasDia &suyas)
 {
-    if (Hay(TFalta::sinFundir))
-        return TFilaDia{suya.Registro, mia.Valores};
-    std::optional<TFilaDia> fundida = FundePropia(base, mia, suya);
-    if (fundida && Hay(TFalta::horaVieja) && mia.Valores[DiaHora] != base.Valores[DiaHora])
-        fundida->Registro = 0;
-    return fundida;
+    TFusionDia fusion = FundePropia(base, mias, suyas);
+    for (TFilaDia &fila : fusion.Filas) {
+        const auto con = [&fila](const TFilaDia &una) { return una.Registro == fila.Registro; };
+        const auto antes = std::find_if(base.begin(), base.end(), con);
+        const auto mia = std::find_if(mias.begin(), mias.end(), con);
+        if (fila.Registro == 0 || antes == base.end() || mia == mias.end() || *mia == *antes)
+            continue;
+        if (Hay(TFalta::sinFundir))
+            fila = *mia;
+        if (Hay(TFalta::horaVieja) && mia->Valores[DiaHora] != antes->Valores[DiaHora])
+            fila.Registro = 0;
+    }
+    return fusion;
 }
 
 void DeshazConFalta(TDiaDeDos *dia)
