@@ -71,7 +71,9 @@ TPaso TGuion::Siguiente(const QList<TRespuesta> &puestos, int numero, bool bloqu
             paso.Verbo = TVerbo::mata;
             return paso;
         }
-        if (m_cual != TCual::multi)
+        if (m_cual == TCual::conjunta)
+            EnConjunta(paso, puesto.Pantalla, numero);
+        else if (m_cual != TCual::multi)
             EnUnica(paso, puesto.Pantalla, numero);
         else if (puesto.Pantalla.Ficha)
             EnFicha(paso, puesto.Pantalla, numero);
@@ -88,11 +90,12 @@ void TGuion::Percance(TPaso &paso)
     // Another day is read from one table after the other, and several lines are written one after the other:
     // these can be left half done.
     const bool porPartes = LlevaAOtroDia(paso) || paso.Verbo == TVerbo::eligeDia ||
-                           paso.Verbo == TVerbo::responde || (m_cual != TCual::multi && Escribe(paso));
+                           paso.Verbo == TVerbo::responde || (m_cual != TCual::multi && Escribe(paso)) ||
+                           (m_cual == TCual::conjunta && paso.Verbo == TVerbo::accion);
     if (!m_azar.UnaDe(porPartes ? 4 : 10))
         return;
-    paso.Percance =
-        Elige(TPercance::lenta, 5, TPercance::falla, porPartes ? 9 : 3, TPercance::muere, porPartes ? 4 : 2);
+    paso.Percance = Elige(TPercance::lenta, 5, TPercance::falla, porPartes ? 9 : 3, TPercance::muere,
+                          porPartes ? 4 : 2, TPercance::rota, m_cual == TCual::conjunta ? 0 : 0);
     paso.Llamada = 1 + m_azar.Hasta(m_azar.UnaDe(2) ? 5 : 40);
     paso.C = Elige(alLeer, 4, alProyectar, 1, alAbrir, 1, alBloquear, 3, alReservar, 1);
 }
@@ -103,13 +106,12 @@ TPaso TGuion::DelOtro(const QList<TRespuesta> &puestos, int numero, bool bloquea
     paso.A = m_azar.Hasta(Notarios);
     paso.B = m_azar.Hasta(1000);
     const TPantalla &vista = puestos.at(m_azar.Hasta(static_cast<int>(puestos.size()))).Pantalla;
-    if (vista.Actual != 0 && !m_azar.UnaDe(3)) { // where it matters: what somebody has under his keys
-        paso.A = vista.Pestana;
-        paso.B = PorMarca + static_cast<int>(vista.Actual);
+    if (vista.Actual.Marca != 0 && !m_azar.UnaDe(3)) { // where it matters: what somebody has under his keys
+        TSitio sitio = vista.Actual;
         if (!vista.Seleccion.isEmpty() && m_azar.UnaDe(2))
-            paso.B =
-                PorMarca +
-                static_cast<int>(vista.Seleccion.at(m_azar.Hasta(static_cast<int>(vista.Seleccion.size()))));
+            sitio = vista.Seleccion.at(m_azar.Hasta(static_cast<int>(vista.Seleccion.size())));
+        paso.A = sitio.Notario - 1;
+        paso.B = PorMarca + static_cast<int>(sitio.Marca);
     }
     if (bloqueado) {
         paso.Verbo = TVerbo::suelta;
@@ -152,6 +154,36 @@ void TGuion::EnVentana(TPaso &paso, const TPantalla &pantalla, int numero)
     default:
         paso.A = numero;
         break;
+    }
+}
+
+void TGuion::EnConjunta(TPaso &paso, const TPantalla &pantalla, int numero)
+{
+    const int columnas = Notarios * 3;
+    paso.A = numero;
+    if (pantalla.Editor) {
+        paso.Verbo =
+            Elige(TVerbo::texto, 5, TVerbo::tecla, 9, TVerbo::accion, 1, TVerbo::clic, 1, TVerbo::tic, 3);
+        if (paso.Verbo == TVerbo::tecla)
+            paso.A = Elige(intro, 8, tabulador, 2, escape, 1, arriba, 1, suprimir, 1);
+    } else {
+        paso.Verbo = Elige(TVerbo::texto, 14, TVerbo::tecla, 22, TVerbo::accion, 30, TVerbo::clic, 22,
+                           TVerbo::fecha, 4, TVerbo::tic, 10);
+        if (paso.Verbo == TVerbo::tecla)
+            paso.A = Elige(arriba, 5, abajo, 7, izquierda, 3, derecha, 5, intro, 5, suprimir, 4, insertar, 1,
+                           tabulador, 2, ctrlC, 2, ctrlV, 2);
+    }
+    if (paso.Verbo == TVerbo::accion) {
+        paso.A = Elige(nuevo, 3, borrar, 6, salida, 4, ausente, 2, anterior, 2, siguiente, 3, buscarDia, 4,
+                       imprimirDia, 1, imprimirSemana, 1, copiarAnotacion, 5, pegar, 5, limpiar, 3, completar,
+                       4, pegarAHora, 3, vaciar, 2);
+    } else if (paso.Verbo == TVerbo::clic) {
+        paso.A = m_azar.Hasta(qMax(1, static_cast<int>(pantalla.Filas.size()) / 2 + 1));
+        paso.B = m_azar.Hasta(2);
+        paso.C = m_azar.Hasta(columnas);
+    } else if (paso.Verbo == TVerbo::fecha) {
+        paso.A = m_azar.Hasta(Dias);
+        paso.B = Elige(entera, 3, sinSalir, 0);
     }
 }
 

@@ -47,6 +47,7 @@ private:
     TPaso DelOtro(const QList<TRespuesta> &puestos, int numero, bool bloqueado);
     void EnVentana(TPaso &paso, const TPantalla &pantalla, int numero);
     void EnFicha(TPaso &paso, const TPantalla &pantalla, int numero);
+    void EnConjunta(TPaso &paso, const TPantalla &pantalla, int numero);
     void EnUnica(TPaso &paso, const TPantalla &pantalla, int numero);
     void Percance(TPaso &paso);
     TCual m_cual;

@@ -3,6 +3,7 @@
 #include "agenda1/DiaDeDos.h"
 #include "dataset/DataSet.h"
 #include "dbcontrols/MaskEdit.h"
+#include "host/ModeloConjunto.h"
 
 #include <QtGui/QKeyEvent>
 #include <algorithm>
@@ -54,6 +55,16 @@ void DataSet::remove(const SeenRecord &line)
         return propia(this, line);
     if (goToBookmark(line.bookmark()))
         remove();
+}
+
+void DataSet::edit(const SeenRecord &line)
+{
+    static auto *const propia =
+        Propia<void(DataSet *, const SeenRecord &)>("_ZN7dataset7DataSet4editERKNS_10SeenRecordE");
+    if (!Hay(TFalta::borraSinVer))
+        return propia(this, line);
+    if (goToBookmark(line.bookmark()))
+        edit(EditOf::fresh);
 }
 
 void DataSet::edit(EditOf what)
@@ -142,6 +153,10 @@ FundeConFalta(const TFilasDia &base, TFilasDia mias,
               const TFilasDia &suyas) __asm__("__wrap__Z8FundeDiaRKSt6vectorI8TFilaDiaSaIS0_EES2_S4_");
 void DeshazPropia(TDiaDeDos *dia) __asm__("__real__ZN9TDiaDeDos6DeshazEv");
 void DeshazConFalta(TDiaDeDos *dia) __asm__("__wrap__ZN9TDiaDeDos6DeshazEv");
+void ReleePropia(TModeloConjunto *modelo, QDate dia,
+                 bool conservaFilas) __asm__("__real__ZN15TModeloConjunto5ReleeE5QDateb");
+void ReleeConFalta(TModeloConjunto *modelo, QDate dia,
+                   bool conservaFilas) __asm__("__wrap__ZN15TModeloConjunto5ReleeE5QDateb");
 void CargaPropia(TDiaDeDos *dia, QDate fecha) __asm__("__real__ZN9TDiaDeDos5CargaE5QDate");
 void CargaConFalta(TDiaDeDos *dia, QDate fecha) __asm__("__wrap__ZN9TDiaDeDos5CargaE5QDate");
 
@@ -166,6 +181,14 @@ void DeshazConFalta(TDiaDeDos *dia)
 {
     if (!Hay(TFalta::quedaLoNegado))
         DeshazPropia(dia);
+}
+
+void ReleeConFalta(TModeloConjunto *modelo, QDate dia, bool conservaFilas)
+{
+    static QDate primero; // stays for good
+    if (!primero.isValid() || !Hay(TFalta::diaAMedias))
+        primero = dia;
+    ReleePropia(modelo, primero, conservaFilas);
 }
 
 void CargaConFalta(TDiaDeDos *dia, QDate fecha)

@@ -11,7 +11,7 @@ namespace simulacion
 /// that the program has no switch for them; a judge that does not find them is no judge.
 enum class TFalta {
     ninguna,
-    borraSinVer,   ///< a selection is deleted, or moved, as the table holds it and not as it was seen
+    borraSinVer,   ///< a line is deleted, moved or taken as the table holds it and not as it was seen
     celdaSinVer,   ///< what is typed into a cell replaces what a colleague has written there since
     rellenaSinVer, ///< the fill up to an end hour goes over what a colleague has written since
     sigueALaIda,   ///< a line that a colleague moves to another day stays the current one
@@ -22,7 +22,7 @@ enum class TFalta {
     sinFundir,     ///< a line of two notaries is accepted over what others have written into it
     horaVieja,     ///< and stays at its old hour when it is given another one
     quedaLoNegado, ///< a mark that AGENDA has refused stays in memory
-    diaAMedias,    ///< another day's title stands over the lines of the day before
+    diaAMedias,    ///< another day's title stands over lines that are not of that day
 };
 inline constexpr std::array<const char *, 13> NombresDeFaltas{
     "ninguna",      "borraSinVer",   "celdaSinVer",  "rellenaSinVer", "sigueALaIda",

@@ -107,8 +107,8 @@ TJornada::TJornada(TCual cual, int puestos)
     const QString carpeta = QString::fromStdString(m_carpeta.string());
     for (int notario = 1; notario <= TablasDe(cual); ++notario)
         m_tablas.push_back(std::make_unique<TTablaCruda>(
-            carpeta + (cual == TCual::multi ? QStringLiteral("/NOTARIO%1/AGENDA_N.DBF").arg(notario)
-                                            : u'/' + NombreDe(cual) + QStringLiteral("/AGENDA.DBF")),
+            carpeta + (EsDeUnaTabla(cual) ? u'/' + NombreDe(cual) + QStringLiteral("/AGENDA.DBF")
+                                          : QStringLiteral("/NOTARIO%1/AGENDA_N.DBF").arg(notario)),
             cual, notario));
     m_otro = std::make_unique<TOtroPrograma>(cual, carpeta, m_tablas);
     m_juez = std::make_unique<TJuez>(cual, m_tablas, puestos);
@@ -193,7 +193,7 @@ QList<TRespuesta> TJornada::Ultimas() const
         ultimas << puesto->Ultima();
         TPantalla &pantalla = ultimas.back().Pantalla;
         if (m_cual == TCual::doble && pantalla.FilaActual >= 0) // a line in memory, which others do not know
-            pantalla.Actual = m_tablas.front()->Marca(pantalla.Filas.value(pantalla.FilaActual).Linea);
+            pantalla.Actual.Marca = m_tablas.front()->Marca(pantalla.Filas.value(pantalla.FilaActual).Linea);
     }
     return ultimas;
 }
@@ -220,9 +220,10 @@ void TJornada::Anota(const TRespuesta &respuesta, const TCambios &cambios)
     Mezcla(huella, QString::number(static_cast<int>(respuesta.Estado)) + respuesta.Pregunta +
                        respuesta.Pantalla.Fecha + respuesta.Pantalla.Pendiente);
     for (const TFila &fila : respuesta.Pantalla.Filas)
-        Mezcla(huella, QString::number(fila.Marca) + fila.Linea.EnTexto());
+        Mezcla(huella, QString::number(fila.Sitio.Marca) + fila.Linea.EnTexto());
     for (const TCambio &cambio : cambios)
-        Mezcla(huella, QString::number(cambio.Marca) + (cambio.Despues ? cambio.Despues->EnTexto() : "-"));
+        Mezcla(huella,
+               QString::number(cambio.Sitio.Marca) + (cambio.Despues ? cambio.Despues->EnTexto() : "-"));
     for (const QString &aviso : respuesta.Avisos) {
         m_cifras.Conflictos += aviso.contains(QLatin1String("otro puesto"), Qt::CaseInsensitive) ? 1 : 0;
         m_cifras.Negativas += aviso.contains(QLatin1String("No se ha podido")) ? 1 : 0;
@@ -245,8 +246,8 @@ void TJornada::Relata(const TRespuesta &respuesta, const TCambios &cambios) cons
         relato << QStringLiteral("    aviso: ") + QString(aviso).replace(u'\n', u' ');
     for (const TFila &fila : pantalla.Filas)
         relato << QStringLiteral("      %1 %2 %3")
-                      .arg(fila.Marca == pantalla.Actual ? QLatin1String(">") : QLatin1String(" "))
-                      .arg(fila.Marca)
+                      .arg(fila.Sitio == pantalla.Actual ? QLatin1String(">") : QLatin1String(" "))
+                      .arg(fila.Sitio.Marca)
                       .arg(fila.Linea.EnTexto());
     for (const TCambio &cambio : cambios)
         relato << QStringLiteral("    tabla: ") + cambio.EnTexto();

@@ -10,11 +10,6 @@ namespace simulacion
 namespace
 {
 
-quint64 Clave(int notario, quint32 marca)
-{
-    return (static_cast<quint64>(notario) << 32) | marca;
-}
-
 QStringList TextosDe(const QString &concepto)
 {
     static const QRegularExpression texto(QStringLiteral("T\\d+\\."));
@@ -22,33 +17,6 @@ QStringList TextosDe(const QString &concepto)
     for (auto i = texto.globalMatch(concepto); i.hasNext();)
         todos << i.next().captured();
     return todos;
-}
-
-/// The command that a step is, by its place in Acciones; -1: none.
-int AccionDe(const TPaso &paso)
-{
-    if (paso.Verbo == TVerbo::accion)
-        return paso.A;
-    if (paso.Verbo == TVerbo::boton)
-        return paso.A == borrarFicha ? borrar : paso.A == nuevoFicha ? nuevo : -1;
-    if (paso.Verbo == TVerbo::tecla) {
-        switch (paso.A) {
-        case suprimir:
-            return borrar;
-        case insertar:
-            return nuevo;
-        case espacio:
-        case mayInsertar:
-            return modificar;
-        case ctrlC:
-            return copiarAnotacion;
-        case ctrlV:
-            return pegar;
-        default:
-            return -1;
-        }
-    }
-    return -1;
 }
 
 /// How many lines a message names as not done.
@@ -87,27 +55,58 @@ TJuez::TJuez(TCual cual, const std::vector<std::unique_ptr<TTablaCruda>> &tablas
 {
 }
 
+/// The command that a step is, by its place in Acciones; -1: none.
+int TJuez::AccionDe(const TPaso &paso) const
+{
+    if (paso.Verbo == TVerbo::accion)
+        return paso.A;
+    if (paso.Verbo == TVerbo::boton)
+        return paso.A == borrarFicha ? borrar : paso.A == nuevoFicha ? nuevo : -1;
+    if (paso.Verbo == TVerbo::tecla) {
+        switch (paso.A) {
+        case suprimir:
+            return m_cual == TCual::conjunta ? limpiar : borrar;
+        case insertar:
+            return nuevo;
+        case espacio:
+        case mayInsertar:
+            return m_cual == TCual::conjunta ? -1 : modificar;
+        case ctrlC:
+            return copiarAnotacion;
+        case ctrlV:
+            return pegar;
+        default:
+            return -1;
+        }
+    }
+    return -1;
+}
+
 /// What stands on a screen may be worked on from here on.
 void TJuez::Ensena(TOrden &orden, const TPantalla &pantalla, bool ficha)
 {
-    const auto anota = [&](quint32 marca, const TLinea &linea) {
-        QList<TLinea> &versiones = orden.Vistas[Clave(pantalla.Pestana + 1, marca)];
-        if (!versiones.contains(linea))
-            versiones << linea;
+    const auto anota = [&](const TFila &fila) {
+        QList<TLinea> &versiones = orden.Vistas[fila.Sitio];
+        if (!versiones.contains(fila.Linea))
+            versiones << fila.Linea;
     };
-    for (const TFila &fila : pantalla.Filas)
-        anota(fila.Marca, fila.Linea);
-    if (ficha && pantalla.EnFicha.Marca != 0)
-        anota(pantalla.EnFicha.Marca, pantalla.EnFicha.Linea);
+    std::for_each(pantalla.Filas.begin(), pantalla.Filas.end(), anota);
+    if (ficha && pantalla.EnFicha.Sitio.Marca != 0)
+        anota(pantalla.EnFicha);
+}
+
+QList<TSitio> TJuez::LineasDe(const TPantalla &pantalla)
+{
+    if (pantalla.Seleccion.size() > 1 && !pantalla.Ficha) // the card knows one line alone
+        return pantalla.Seleccion;
+    return pantalla.Actual.Marca != 0 ? QList{pantalla.Actual} : QList<TSitio>();
 }
 
 /// A command is given on what a screen shows.
 void TJuez::Empieza(TOrden &orden, const TPantalla &pantalla)
 {
     orden.Pantalla = pantalla;
-    orden.Lineas = pantalla.Seleccion;
-    if (orden.Lineas.size() < 2 || pantalla.Ficha) // the card knows one line alone
-        orden.Lineas = pantalla.Actual != 0 ? QList{pantalla.Actual} : QList<quint32>();
+    orden.Lineas = LineasDe(pantalla);
     Ensena(orden, pantalla, true);
 }
 
@@ -119,17 +118,20 @@ void TJuez::Antes(const TPaso &paso, const TRespuesta &ultima)
         orden = {};
         orden.Abierta = true;
         Empieza(orden, pantalla);
+    } else if (m_cual == TCual::conjunta && ultima.Estado == TEstado::listo) {
+        orden.Lineas = LineasDe(pantalla); // chosen while the cell was being typed into
     }
     orden.ConFecha |= pantalla.FechaConFoco;
-    if (pantalla.FechaConFoco) // perhaps after something that is still being typed in the lines
+    if (pantalla.FechaConFoco &&
+        m_cual != TCual::conjunta) // perhaps after something that is still being typed in the lines
         orden.FechaTecleada = Clave(pantalla.Fecha);
     orden.Pasos << paso;
     orden.Percance |= paso.Percance != TPercance::ninguno;
     if (paso.Verbo == TVerbo::texto || paso.Verbo == TVerbo::memo)
         orden.Escrito << Texto(paso.A);
-    if (paso.Verbo == TVerbo::campo && (paso.A == enConcepto || (m_cual != TCual::multi && paso.A != enHora)))
+    if (paso.Verbo == TVerbo::campo && (paso.A == enConcepto || (EsDeUnaTabla(m_cual) && paso.A != enHora)))
         orden.Escrito << Texto(paso.B);
-    if (m_cual == TCual::multi)
+    if (!EsDeUnaTabla(m_cual))
         orden.Cancelada |= (paso.Verbo == TVerbo::tecla && paso.A == escape) ||
                            (paso.Verbo == TVerbo::boton && paso.A == cancelar);
     else
@@ -159,6 +161,7 @@ TVeredicto TJuez::Despues(const TPaso &paso, const TRespuesta &ahora, const TCam
             orden.Choques += static_cast<int>(aviso.count(u':'));
     orden.Cambios << cambios;
     orden.PreguntaBorrar |= ahora.Pregunta.contains(QLatin1String("borrar"));
+    orden.PreguntaAnadir |= ahora.Pregunta.contains(QStringView(u"añadirlo"));
     for (const TCambio &cambio : cambios) {
         if (m_cual == TCual::doble)
             break; // judged together, when the command is done
@@ -166,13 +169,15 @@ TVeredicto TJuez::Despues(const TPaso &paso, const TRespuesta &ahora, const TCam
             return fallo;
         // What the clerk has just written he knows.
         if (cambio.Despues)
-            orden.Vistas[Clave(cambio.Notario, cambio.Marca)] << *cambio.Despues;
+            orden.Vistas[cambio.Sitio] << *cambio.Despues;
     }
     if (auto fallo = JuzgaHojas(ahora, tranquilo && !orden.Percance))
         return fallo;
     const bool espera = ahora.Estado == TEstado::pregunta || ahora.Estado == TEstado::fecha;
-    if (espera && m_cual == TCual::multi && (orden.Edita || orden.Pantalla.FechaConFoco))
+    if (espera && !EsDeUnaTabla(m_cual) && (orden.Edita || orden.Pantalla.FechaConFoco))
         Empieza(orden, ahora.Pantalla); // what was being typed is stored, and the command works on the rest
+    else if (espera && m_cual == TCual::conjunta)
+        Ensena(orden, ahora.Pantalla, false); // which is shown afresh before it is asked about
     const TPantalla &pantalla = ahora.Pantalla;
     if (ahora.Estado == TEstado::listo) {
         if (auto fallo = JuzgaPantalla(pantalla))
@@ -192,12 +197,12 @@ TVeredicto TJuez::Despues(const TPaso &paso, const TRespuesta &ahora, const TCam
         orden.EnFicha |= pantalla.FichaEditando;
         Ensena(orden, pantalla, nueva);
         if (!ahora.Avisos.isEmpty() || nueva) { // shown with what the table holds by now
-            const auto &lineas = m_tablas.at(static_cast<std::size_t>(pantalla.Pestana))->Lineas();
-            if (const auto linea = lineas.constFind(pantalla.Actual); linea != lineas.cend())
-                orden.Vistas[Clave(pantalla.Pestana + 1, pantalla.Actual)] << *linea;
+            const auto &lineas = Tabla(pantalla.Actual.Notario).Lineas();
+            if (const auto linea = lineas.constFind(pantalla.Actual.Marca); linea != lineas.cend())
+                orden.Vistas[pantalla.Actual] << *linea;
         }
         orden.Pendiente = pantalla.Pendiente;
-        if (m_cual != TCual::multi)
+        if (EsDeUnaTabla(m_cual))
             orden.Avisos.clear(); // whatever he was told, he goes on with it
         return {};
     }
@@ -207,22 +212,24 @@ TVeredicto TJuez::Despues(const TPaso &paso, const TRespuesta &ahora, const TCam
     TMemoria &memoria = m_memorias[paso.Puesto];
     TVeredicto fallo = JuzgaTextos(orden, memoria);
     if (!fallo)
-        fallo = m_cual == TCual::doble ? JuzgaCitas(orden, memoria, ahora) : JuzgaCuentas(orden, muerto);
+        fallo = m_cual == TCual::doble      ? JuzgaCitas(orden, memoria, ahora)
+                : m_cual == TCual::conjunta ? JuzgaConjunta(orden, muerto)
+                                            : JuzgaCuentas(orden, muerto);
     if (!fallo)
         fallo = JuzgaPendiente(orden, muerto);
     Recuerda(orden, memoria, ahora);
     return fallo;
 }
 
-bool TJuez::Tiene(const TOrden &orden, int accion)
+bool TJuez::Tiene(const TOrden &orden, int accion) const
 {
     // Space presses the button that has the focus, whichever that is.
     return (accion == borrar && orden.PreguntaBorrar) ||
            std::any_of(orden.Pasos.begin(), orden.Pasos.end(),
-                       [accion](const TPaso &paso) { return AccionDe(paso) == accion; });
+                       [&](const TPaso &paso) { return AccionDe(paso) == accion; });
 }
 
-bool TJuez::TieneMarca(const TOrden &orden)
+bool TJuez::TieneMarca(const TOrden &orden) const
 {
     return Tiene(orden, ausente) || Tiene(orden, ausenteElOtro) || Tiene(orden, salida) ||
            Tiene(orden, salidaDelOtro);
@@ -232,8 +239,8 @@ bool TJuez::TieneMarca(const TOrden &orden)
 TVeredicto TJuez::JuzgaCambio(const TOrden &orden, const TCambio &cambio) const
 {
     const TLinea &antes = *cambio.Antes;
-    const QList<TLinea> vistas = orden.Vistas.value(Clave(cambio.Notario, cambio.Marca));
-    if (orden.EnFicha && antes.SinTexto())
+    const QList<TLinea> vistas = orden.Vistas.value(cambio.Sitio);
+    if ((orden.EnFicha || Tiene(orden, pegar) || Tiene(orden, pegarAHora)) && antes.SinTexto())
         return {}; // up to an end hour, perhaps on a day that is not on the screen: nothing is lost by that
     if (!orden.FechaTecleada.isEmpty() && antes.Fecha == orden.FechaTecleada)
         return {}; // of the day that he has typed and not seen yet, which counts before a command
@@ -254,11 +261,13 @@ TVeredicto TJuez::JuzgaNueva(const TOrden &orden, const TCambio &cambio) const
     const TLinea &nueva = *cambio.Despues;
     const auto nuevas = std::count_if(orden.Cambios.begin(), orden.Cambios.end(),
                                       [](const TCambio &uno) { return !uno.Antes; });
-    if (orden.EnFicha || (Tiene(orden, nuevo) && (m_cual == TCual::multi || nuevas == 1)))
+    if (m_cual == TCual::conjunta
+            ? PedidaEnConjunta(orden, cambio)
+            : orden.EnFicha || (Tiene(orden, nuevo) && (m_cual == TCual::multi || nuevas == 1)))
         return {};
     if (Tiene(orden, copiar) || Tiene(orden, mover)) {
-        for (const quint32 marca : orden.Lineas) {
-            for (TLinea una : orden.Vistas.value(Clave(cambio.Notario, marca))) {
+        for (const TSitio &sitio : orden.Lineas) {
+            for (TLinea una : orden.Vistas.value(sitio)) {
                 una.Fecha = orden.Destino;
                 if (una == nueva)
                     return {};
@@ -269,12 +278,10 @@ TVeredicto TJuez::JuzgaNueva(const TOrden &orden, const TCambio &cambio) const
     hueco.Concepto.remove(QLatin1String("[AUSENTE]")).remove(QLatin1String("[SALIDA]"));
     const bool porDias = orden.ConFecha || std::any_of(orden.Pasos.begin(), orden.Pasos.end(), LlevaAOtroDia);
     if (porDias && hueco.SinTexto()) {
-        const TTablaCruda &tabla = *m_tablas.at(static_cast<std::size_t>(cambio.Notario - 1));
-        const QList<TFila> dia = tabla.Dia(nueva.Fecha);
+        const QList<TFila> dia = Tabla(cambio.Sitio.Notario).Dia(nueva.Fecha);
         const bool deLaHoja = std::all_of(dia.begin(), dia.end(), [&](const TFila &fila) {
-            return std::any_of(orden.Cambios.begin(), orden.Cambios.end(), [&](const TCambio &uno) {
-                return !uno.Antes && uno.Notario == cambio.Notario && uno.Marca == fila.Marca;
-            });
+            return std::any_of(orden.Cambios.begin(), orden.Cambios.end(),
+                               [&](const TCambio &uno) { return !uno.Antes && uno.Sitio == fila.Sitio; });
         });
         const auto mismaHora = std::count_if(
             dia.begin(), dia.end(), [&](const TFila &fila) { return fila.Linea.Hora == nueva.Hora; });
@@ -288,7 +295,7 @@ TVeredicto TJuez::JuzgaNueva(const TOrden &orden, const TCambio &cambio) const
 /// Rule c: what stands in the date field is the day of the lines below it.
 TVeredicto TJuez::JuzgaPantalla(const TPantalla &pantalla) const
 {
-    if (m_cual != TCual::multi && pantalla.Editor != pantalla.Editando)
+    if (EsDeUnaTabla(m_cual) && pantalla.Editor != pantalla.Editando)
         return Fallo('f', pantalla.Editando ? QStringLiteral("la línea se ha quedado a medias")
                                             : QStringLiteral("el panel espera una línea que nadie escribe"));
     const QString dia = Clave(pantalla.Fecha);
@@ -311,23 +318,29 @@ TVeredicto TJuez::AlDia(const TPantalla &pantalla) const
         return {};
     if (pantalla.FilaActual < 0 && !pantalla.Filas.isEmpty())
         return Fallo('c', QStringLiteral("tras refrescar, la línea actual es la %1, que no está en pantalla")
-                              .arg(pantalla.Actual));
+                              .arg(pantalla.Actual.Marca));
     for (const TFila &fila : pantalla.Filas) {
         if (fila.Linea == TLinea())
-            return Fallo(
-                'c', QStringLiteral("tras refrescar, la fila de la línea %1 está en blanco").arg(fila.Marca));
+            return Fallo('c', QStringLiteral("tras refrescar, la fila de la línea %1 está en blanco")
+                                  .arg(fila.Sitio.Marca));
     }
     if (pantalla.FueraDeHora)
         return {};
     const auto textos = [](const QList<TFila> &filas) {
         QStringList renglones;
         for (const TFila &fila : filas)
-            renglones << QString::number(fila.Marca) + u'|' + fila.Linea.EnTexto();
+            renglones << QStringLiteral("%1 %2|").arg(fila.Sitio.Notario).arg(fila.Sitio.Marca) +
+                             fila.Linea.EnTexto();
         return renglones;
     };
-    const auto horas = [](const TFila &a, const TFila &b) { return a.Linea.Hora < b.Linea.Hora; };
+    const auto horas = [](const TFila &a, const TFila &b) {
+        return std::tie(a.Sitio.Notario, a.Linea.Hora) < std::tie(b.Sitio.Notario, b.Linea.Hora);
+    };
     QStringList enPantalla = textos(pantalla.Filas);
-    QStringList enTabla = textos(m_tablas.at(static_cast<std::size_t>(pantalla.Pestana))->Dia(dia));
+    QStringList enTabla;
+    for (int notario = 1; notario <= TablasDe(m_cual); ++notario)
+        if (m_cual == TCual::conjunta || notario == pantalla.Actual.Notario)
+            enTabla << textos(Tabla(notario).Dia(dia));
     std::sort(enPantalla.begin(), enPantalla.end());
     std::sort(enTabla.begin(), enTabla.end());
     if (enPantalla == enTabla && std::is_sorted(pantalla.Filas.begin(), pantalla.Filas.end(), horas))
@@ -340,10 +353,9 @@ TVeredicto TJuez::AlDia(const TPantalla &pantalla) const
 TVeredicto TJuez::JuzgaHojas(const TRespuesta &ahora, bool tranquilo) const
 {
     for (const THoja &hoja : ahora.Hojas) {
-        const QList<TFila> dia =
-            m_cual == TCual::doble // printed from memory
-                ? ahora.Pantalla.Filas
-                : m_tablas.at(static_cast<std::size_t>(ahora.Pantalla.Pestana))->Dia(hoja.Fecha);
+        const QList<TFila> dia = m_cual == TCual::doble // printed from memory
+                                     ? ahora.Pantalla.Filas
+                                     : Tabla(ahora.Pantalla.Actual.Notario).Dia(hoja.Fecha);
         bool bien = hoja.Fecha == Clave(ahora.Pantalla.Fecha);
         bien &= std::all_of(hoja.Lineas.begin(), hoja.Lineas.end(),
                             [&](const TLinea &una) { return una.Fecha == hoja.Fecha; });
@@ -373,8 +385,10 @@ TVeredicto TJuez::JuzgaTextos(const TOrden &orden, const TMemoria &memoria) cons
             ++saldo[texto];
     }
     const bool mueve = Tiene(orden, mover);
-    const bool pega = Tiene(orden, pegar);
-    const bool marca = m_cual != TCual::multi && TieneMarca(orden);
+    const bool pega = Tiene(orden, pegar) || Tiene(orden, pegarAHora);
+    const bool marca =
+        m_cual != TCual::multi && TieneMarca(orden) &&
+        (m_cual != TCual::conjunta || !orden.Avisos.isEmpty()); // which say what no longer fits
     for (auto uno = saldo.cbegin(); uno != saldo.cend(); ++uno) {
         const bool escrito = orden.Escrito.contains(uno.key()) || orden.Pendiente.contains(uno.key());
         // The agenda of several notaries fills lines up to an end hour with what was typed once.
@@ -382,7 +396,8 @@ TVeredicto TJuez::JuzgaTextos(const TOrden &orden, const TMemoria &memoria) cons
         const bool masBien = *uno > 0 && ((escrito && unaVez) || Tiene(orden, copiar) || orden.Choques > 0 ||
                                           (pega && memoria.Copia.contains(uno.key())));
         const bool menosBien = *uno < 0 && !mueve &&
-                               (orden.Edita || Tiene(orden, borrar) || pega || marca || Tiene(orden, volver));
+                               (orden.Edita || Tiene(orden, borrar) || pega || marca ||
+                                Tiene(orden, volver) || Tiene(orden, limpiar));
         if (*uno != 0 && !masBien && !menosBien && !(mueve && orden.Edita))
             return Fallo(*uno > 0 ? 'b' : 'a',
                          QStringLiteral("el texto %1 está %2 veces más que antes").arg(uno.key()).arg(*uno));
@@ -457,7 +472,11 @@ void TJuez::Recuerda(const TOrden &orden, TMemoria &memoria, const TRespuesta &a
 {
     const TLinea actual = orden.Pantalla.Filas.value(orden.Pantalla.FilaActual).Linea;
     // Of two notaries' texts the column says whose are copied, and an empty day has none.
-    if (Tiene(orden, copiarAnotacion) && (m_cual == TCual::unica || orden.Pantalla.FilaActual >= 0))
+    if (m_cual == TCual::conjunta && Tiene(orden, copiarAnotacion)) { // to what has been copied before
+        for (const TSitio &sitio : orden.Lineas)
+            for (const TLinea &linea : orden.Vistas.value(sitio))
+                memoria.Copia << TextosDe(linea.EnTexto());
+    } else if (Tiene(orden, copiarAnotacion) && (m_cual == TCual::unica || orden.Pantalla.FilaActual >= 0))
         memoria.Copia = TextosDe(orden.Pantalla.EnFicha.Linea.EnTexto());
     if (ahora.Estado != TEstado::listo)
         memoria = {}; // the window has gone, and with it what it had in memory
@@ -467,7 +486,7 @@ void TJuez::Recuerda(const TOrden &orden, TMemoria &memoria, const TRespuesta &a
         memoria.Borradas.clear(); // gone, or told
     else if (Clave(orden.Pantalla.Fecha) != Clave(ahora.Pantalla.Fecha))
         memoria.Borradas.clear(); // another day
-    else if (orden.Choques > 0) // of a line that others have changed he has been told that it is back
+    else if (orden.Choques > 0)   // of a line that others have changed he has been told that it is back
         memoria.Borradas = SinMostrar(memoria.Borradas, ahora.Pantalla);
 }
 

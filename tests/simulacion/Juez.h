@@ -51,8 +51,8 @@ private:
         bool Abierta = false;
         TPasos Pasos;
         TPantalla Pantalla; ///< when it was given
-        QMap<quint64, QList<TLinea>> Vistas;
-        QList<quint32> Lineas; ///< those that it is about
+        QMap<TSitio, QList<TLinea>> Vistas;
+        QList<TSitio> Lineas; ///< those that it is about
         QStringList Avisos;
         TCambios Cambios;
         QSet<QString> Escrito;
@@ -65,19 +65,27 @@ private:
         bool ConFecha = false; ///< the date field had the keys at some time
         bool Negada = false;
         bool PreguntaBorrar = false;
+        bool PreguntaAnadir = false; ///< whether a slot that one notary lacks is to be added
         bool Percance = false;
         int Choques = 0; ///< told of so many lines that both versions have been kept
     };
     /// What a workstation of the single table keeps from one command to the next.
     struct TMemoria {
-        QStringList Copia;      ///< texts of the line that was copied last
+        QStringList Copia;      ///< texts of what has been copied
         QList<TLinea> Borradas; ///< by one of two notaries' clerk; AGENDA has them until "Volver"
     };
+    [[nodiscard]] const TTablaCruda &Tabla(int notario) const
+    {
+        return *m_tablas.at(static_cast<std::size_t>(notario - 1));
+    }
+    [[nodiscard]] static QList<TSitio> LineasDe(const TPantalla &pantalla);
     static void Empieza(TOrden &orden, const TPantalla &pantalla);
     static void Ensena(TOrden &orden, const TPantalla &pantalla, bool ficha);
-    [[nodiscard]] static bool Tiene(const TOrden &orden, int accion);
+    /// The command that a step is, by its place in Acciones; -1: none.
+    [[nodiscard]] int AccionDe(const TPaso &paso) const;
+    [[nodiscard]] bool Tiene(const TOrden &orden, int accion) const;
     /// An outing or an absence.
-    [[nodiscard]] static bool TieneMarca(const TOrden &orden);
+    [[nodiscard]] bool TieneMarca(const TOrden &orden) const;
     [[nodiscard]] TVeredicto JuzgaCambio(const TOrden &orden, const TCambio &cambio) const;
     [[nodiscard]] TVeredicto JuzgaNueva(const TOrden &orden, const TCambio &cambio) const;
     [[nodiscard]] TVeredicto JuzgaPantalla(const TPantalla &pantalla) const;
@@ -89,12 +97,15 @@ private:
     // The day of two notaries, whose lines change their records. JuezDeDos.cpp
     [[nodiscard]] TVeredicto JuzgaCitas(const TOrden &orden, const TMemoria &memoria,
                                         const TRespuesta &ahora) const;
-    [[nodiscard]] static TVeredicto JuzgaPareja(const TOrden &orden, const TLinea &antes,
-                                                const TLinea &despues);
+    [[nodiscard]] TVeredicto JuzgaPareja(const TOrden &orden, const TLinea &antes,
+                                         const TLinea &despues) const;
     [[nodiscard]] TVeredicto AlDiaDeDos(const TPantalla &pantalla, TMemoria &memoria) const;
     /// Of the lines deleted here those that AGENDA has and a screen does not show.
     [[nodiscard]] QList<TLinea> SinMostrar(const QList<TLinea> &borradas, const TPantalla &pantalla) const;
     [[nodiscard]] int PuedenChocar(const TOrden &orden) const;
+    // The day of several notaries. JuezConjunto.cpp
+    [[nodiscard]] bool PedidaEnConjunta(const TOrden &orden, const TCambio &cambio) const;
+    [[nodiscard]] TVeredicto JuzgaConjunta(const TOrden &orden, bool muerto) const;
     TCual m_cual;
     const std::vector<std::unique_ptr<TTablaCruda>> &m_tablas;
     QList<TOrden> m_ordenes;

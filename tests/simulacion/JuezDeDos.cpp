@@ -63,7 +63,7 @@ QString EnRenglones(const QList<TLinea> &lineas)
     return renglones.join(u'\n');
 }
 
-QList<TLinea> LineasDe(const QList<TFila> &filas)
+QList<TLinea> EnFilas(const QList<TFila> &filas)
 {
     QList<TLinea> lineas;
     for (const TFila &fila : filas)
@@ -75,8 +75,8 @@ QList<TLinea> LineasDe(const QList<TFila> &filas)
 
 QList<TLinea> TJuez::SinMostrar(const QList<TLinea> &borradas, const TPantalla &pantalla) const
 {
-    QList<TLinea> faltan = LineasDe(m_tablas.front()->Dia(Clave(pantalla.Fecha)));
-    Quita(LineasDe(pantalla.Filas), faltan);
+    QList<TLinea> faltan = EnFilas(m_tablas.front()->Dia(Clave(pantalla.Fecha)));
+    Quita(EnFilas(pantalla.Filas), faltan);
     QList<TLinea> siguen = borradas;
     for (const TLinea &mostrada : Quita(borradas, faltan))
         siguen.removeOne(mostrada);
@@ -94,7 +94,7 @@ int TJuez::PuedenChocar(const TOrden &orden) const
     for (const TCambio &cambio : orden.Cambios)
         if (cambio.Despues)
             antes.removeOne(*cambio.Despues);
-    return static_cast<int>(Quita(LineasDe(orden.Pantalla.Filas), antes).size());
+    return static_cast<int>(Quita(EnFilas(orden.Pantalla.Filas), antes).size());
 }
 
 /// Rules a, b and d, once a command is done: what has gone from AGENDA, and what has come.
@@ -154,21 +154,21 @@ TVeredicto TJuez::JuzgaCitas(const TOrden &orden, const TMemoria &memoria, const
     const bool refrescable = ahora.Estado == TEstado::listo && orden.Avisos.isEmpty() && !orden.Negada;
     if (refrescable && Tiene(orden, borrar) && ahora.Pantalla.Filas.size() + 1 != orden.Pantalla.Filas.size())
         return Fallo('d', QStringLiteral("lo borrado sigue en pantalla"));
-    if (negada && marca && LineasDe(ahora.Pantalla.Filas) != LineasDe(orden.Pantalla.Filas))
+    if (negada && marca && EnFilas(ahora.Pantalla.Filas) != EnFilas(orden.Pantalla.Filas))
         return Fallo('d', QStringLiteral("en pantalla queda algo de lo que no se pudo: ") +
-                              EnRenglones(LineasDe(ahora.Pantalla.Filas)));
+                              EnRenglones(EnFilas(ahora.Pantalla.Filas)));
     return {};
 }
 
 /// What a command has taken out of a line stood on the screen, in the line that it was about.
-TVeredicto TJuez::JuzgaPareja(const TOrden &orden, const TLinea &antes, const TLinea &despues)
+TVeredicto TJuez::JuzgaPareja(const TOrden &orden, const TLinea &antes, const TLinea &despues) const
 {
     const QStringList partes = Partes(antes);
     const QStringList nuevas = Partes(despues);
     const bool todas = Tiene(orden, ausente) || Tiene(orden, ausenteElOtro);
     QList<TLinea> vistas{orden.Pantalla.Filas.value(orden.Pantalla.FilaActual).Linea};
     if (todas)
-        vistas = LineasDe(orden.Pantalla.Filas);
+        vistas = EnFilas(orden.Pantalla.Filas);
     else if (Tiene(orden, nuevo))
         vistas.clear();
     for (qsizetype parte = 0; parte < partes.size(); ++parte) {
@@ -191,8 +191,8 @@ TVeredicto TJuez::AlDiaDeDos(const TPantalla &pantalla, TMemoria &memoria) const
 {
     if (pantalla.Fecha.isEmpty() || pantalla.Editando || !pantalla.Ayuda.isEmpty())
         return {};
-    QList<TLinea> faltan = LineasDe(m_tablas.front()->Dia(Clave(pantalla.Fecha)));
-    const QList<TLinea> filas = LineasDe(pantalla.Filas);
+    QList<TLinea> faltan = EnFilas(m_tablas.front()->Dia(Clave(pantalla.Fecha)));
+    const QList<TLinea> filas = EnFilas(pantalla.Filas);
     const QList<TLinea> sobran = Quita(filas, faltan);
     QList<TLinea> borradas = memoria.Borradas;
     const QList<TLinea> perdidas = Quita(faltan, borradas);

@@ -7,6 +7,7 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
+#include <compare>
 #include <tuple>
 
 namespace simulacion
@@ -22,7 +23,7 @@ enum class TVerbo : quint8 {
     fecha,        ///< a: day, b: way of typing it, see TFormaDeFecha
     memo,         ///< a: number of the text that is typed into the memo below the grid
     responde,     ///< a: 1 yes
-    eligeDia,     ///< a: day; -1: the prompt is cancelled
+    eligeDia,     ///< a: day or hour; -1: the prompt is cancelled
     campo,        ///< of the card; a: one of Campos, b: what is typed
     boton,        ///< of the card; a: one of Botones
     abre,         ///< the window is opened again
@@ -39,8 +40,8 @@ enum class TVerbo : quint8 {
     suelta,
 };
 
-/// What goes wrong with a file call of the step.
-enum class TPercance : quint8 { ninguno, falla, lenta, muere };
+/// What goes wrong with a file call of the step; broken: with all further ones of its kind.
+enum class TPercance : quint8 { ninguno, falla, lenta, muere, rota };
 
 struct TPaso {
     quint8 Puesto = 0;
@@ -77,21 +78,28 @@ struct TLinea {
     }
 };
 
+/// Where a line stands, whatever it says.
+struct TSitio {
+    qint32 Notario = 1; ///< whose table
+    quint32 Marca = 0;  ///< record number; 0: none
+    friend auto operator<=>(const TSitio &, const TSitio &) = default;
+    template <class T> static auto Partes(T &x) { return std::tie(x.Notario, x.Marca); }
+};
+
 struct TFila {
-    quint32 Marca = 0; ///< record number
+    TSitio Sitio;
     TLinea Linea;
-    template <class T> static auto Partes(T &x) { return std::tie(x.Marca, x.Linea); }
+    template <class T> static auto Partes(T &x) { return std::tie(x.Sitio, x.Linea); }
 };
 
 /// What stands on a workstation's screen.
 struct TPantalla {
-    qint32 Pestana = 0;
     QString Fecha; ///< text of the date field
     bool FechaConFoco = false;
     QList<TFila> Filas;
-    quint32 Actual = 0;
+    TSitio Actual;
     qint32 FilaActual = -1;
-    QList<quint32> Seleccion;
+    QList<TSitio> Seleccion;
     bool Editando = false; ///< the table's line, wherever
     bool Editor = false;   ///< a cell, or the panel, can be typed into
     bool Ficha = false;
@@ -103,16 +111,16 @@ struct TPantalla {
     QString Foco;  ///< name of the control under the keys
     template <class T> static auto Partes(T &x)
     {
-        return std::tie(x.Pestana, x.Fecha, x.FechaConFoco, x.Filas, x.Actual, x.FilaActual, x.Seleccion,
-                        x.Editando, x.Editor, x.Ficha, x.FichaEditando, x.EnFicha, x.Pendiente, x.FueraDeHora,
-                        x.Ayuda, x.Foco);
+        return std::tie(x.Fecha, x.FechaConFoco, x.Filas, x.Actual, x.FilaActual, x.Seleccion, x.Editando,
+                        x.Editor, x.Ficha, x.FichaEditando, x.EnFicha, x.Pendiente, x.FueraDeHora, x.Ayuda,
+                        x.Foco);
     }
 };
 
 enum class TEstado : quint8 {
     listo,
     pregunta,
-    fecha,     ///< a date is asked for
+    fecha,     ///< a date, or an hour, is asked for
     vista,     ///< a sheet is shown
     enLlamada, ///< in the middle of a slow file call
     cerrado,

@@ -19,7 +19,7 @@ TOtroPrograma::TOtroPrograma(TCual cual, const QString &carpeta,
         m_aliases.add(alias, carpeta + u'/' + alias);
         m_tablas.push_back(std::make_unique<dataset::DbfTable>(m_aliases));
         m_tablas.back()->setDatabaseName(alias);
-        cual == TCual::multi ? PreparaTablaAgendaN(*m_tablas.back()) : PreparaTablaAgenda(*m_tablas.back());
+        EsDeUnaTabla(cual) ? PreparaTablaAgenda(*m_tablas.back()) : PreparaTablaAgendaN(*m_tablas.back());
         m_tablas.back()->open();
     }
 }
@@ -59,7 +59,7 @@ void TOtroPrograma::Cambia(const TPaso &paso, dataset::DbfTable &tabla)
         tabla.field(u"HORA").setText(Hora(paso.C));
         PonTexto(tabla, paso.C);
         tabla.field(u"SALIDA").setText(QStringLiteral("N"));
-        if (m_cual == TCual::multi)
+        if (!EsDeUnaTabla(m_cual))
             tabla.field(u"AVISO").setText(QStringLiteral("N"));
         tabla.post();
         return;
@@ -96,7 +96,7 @@ void TOtroPrograma::Cambia(const TPaso &paso, dataset::DbfTable &tabla)
 /// In the subject; in the single table also elsewhere, and of two notaries' texts in the half of one.
 void TOtroPrograma::PonTexto(dataset::DbfTable &tabla, int numero) const
 {
-    const bool enConcepto = m_cual == TCual::multi || numero % 3 != 0;
+    const bool enConcepto = !EsDeUnaTabla(m_cual) || numero % 3 != 0;
     dataset::Field campo = tabla.field(enConcepto ? u"CONCEPTO" : u"INTERESADO");
     QString texto = Texto(numero);
     if (m_cual == TCual::doble) {

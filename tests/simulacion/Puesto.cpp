@@ -12,7 +12,9 @@
 #include <QtTest/QTest>
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QLineEdit>
 #include <QtWidgets/QStatusBar>
+#include <QtWidgets/QTableView>
 
 #include <cerrno>
 #include <csignal>
@@ -145,8 +147,7 @@ void TPuesto::AlEsperar()
     QAbstractEventDispatcher *const reparto = QAbstractEventDispatcher::instance();
     if (m_rondas < RondasHastaElReposo) {
         ++m_rondas;
-        if (auto *const reloj = m_ventana ? En<QTimer>("Timer1") : nullptr;
-            reloj && reloj->interval() != NuncaPorSiSolo)
+        if (auto *const reloj = m_ventana ? Reloj() : nullptr; reloj && reloj->interval() != NuncaPorSiSolo)
             reloj->setInterval(NuncaPorSiSolo);
         // As a desktop does when the window in front has gone.
         if (QWidget *const delante = Ficha() ? Ficha() : m_ventana; delante && !delante->isActiveWindow())
@@ -154,7 +155,7 @@ void TPuesto::AlEsperar()
         QCoreApplication::processEvents();
     } else {
         if (m_debe)
-            Contesta(TEstado::listo);
+            Contesta(PideHora() ? TEstado::fecha : TEstado::listo);
         const TPaso paso = LeePaso();
         m_rondas = 0;
         Prepara(paso);
@@ -205,7 +206,8 @@ void TPuesto::Prepara(const TPaso &paso)
     using Llamada = calls::Call;
     calls::Fault percance;
     percance.number = paso.Llamada;
-    if (paso.Percance == TPercance::falla) {
+    if (paso.Percance == TPercance::falla || paso.Percance == TPercance::rota) {
+        percance.staysBroken = paso.Percance == TPercance::rota;
         percance.call = std::array{Llamada::read, Llamada::map, Llamada::open, Llamada::lock,
                                    Llamada::reserve}[static_cast<std::size_t>(paso.C) % 5]; // as TLlamada
         percance.error = percance.call == Llamada::reserve ? ENOSPC : EIO;
@@ -252,9 +254,9 @@ bool TPuesto::PreguntaFecha(QDate &fecha, const QString & /*indicacion*/, const 
 }
 // Steps
 
-dbcontrols::DbGrid &TPuesto::Rejilla() const
+QTableView &TPuesto::Rejilla() const
 {
-    return *m_ventana->findChild<dbcontrols::DbGrid *>();
+    return *m_ventana->findChild<QTableView *>();
 }
 
 QWidget *TPuesto::Ficha() const
@@ -321,7 +323,7 @@ void TPuesto::Teclea(const QString &texto)
 
 bool TPuesto::Clic(int fila, int columna, Qt::KeyboardModifiers con)
 {
-    dbcontrols::DbGrid &rejilla = Rejilla();
+    QTableView &rejilla = Rejilla();
     if (fila >= rejilla.model()->rowCount())
         return false;
     const QModelIndex celda = rejilla.model()->index(fila, columna);
@@ -330,12 +332,34 @@ bool TPuesto::Clic(int fila, int columna, Qt::KeyboardModifiers con)
     return true;
 }
 
+bool TPuesto::EscribeFecha(const TPaso &paso)
+{
+    auto *const fecha = En<QLineEdit>("MEFecha");
+    fecha->setFocus();
+    const QString texto = Dia(paso.A % Dias).toString(QStringLiteral("ddMMyyyy"));
+    QWindow *const ventana = m_ventana->windowHandle();
+    QTest::keyClick(ventana, paso.B == trasBorrarTodo ? Qt::Key_U : Qt::Key_A, Qt::ControlModifier);
+    Teclea(paso.B == aMedias ? texto.left(paso.A + 2) : texto);
+    if (paso.B != sinSalir)
+        QTest::keyClick(ventana, Qt::Key_Tab);
+    return true;
+}
+
+bool TPuesto::TecleaEnCelda(const TPaso &paso)
+{
+    const QWidget *const donde = m_ventana->focusWidget();
+    if (donde != &Rejilla() && !Rejilla().isAncestorOf(donde))
+        return false;
+    Teclea(Texto(paso.A));
+    return true;
+}
+
 bool TPuesto::Tic()
 {
     if (!m_ventana)
         return false;
     m_ventana->statusBar()->clearMessage(); // what an earlier refresh failed in is told for seconds
-    return QMetaObject::invokeMethod(En<QTimer>("Timer1"), "timeout", Qt::DirectConnection);
+    return QMetaObject::invokeMethod(Reloj(), "timeout", Qt::DirectConnection);
 }
 
 // The screen
@@ -343,11 +367,23 @@ bool TPuesto::Tic()
 TPantalla TPuesto::Mira()
 {
     TPantalla pantalla;
-    dataset::DataSet *const tabla = m_ventana ? Tabla() : nullptr;
-    if (!tabla || !tabla->isActive())
-        return pantalla;
-    const dbcontrols::DbGrid &rejilla = Rejilla();
+    if (!m_ventana || !MiraLineas(pantalla))
+        return {};
     pantalla.Fecha = Fecha();
+    pantalla.Ayuda = m_ventana->statusBar()->currentMessage();
+    if (const QWidget *const control = QApplication::focusWidget())
+        pantalla.Foco = control->objectName();
+    MiraLoSuyo(pantalla);
+    return pantalla;
+}
+
+bool TPuesto::MiraLineas(TPantalla &pantalla) const
+{
+    const dataset::DataSet *const tabla = Tabla();
+    if (!tabla || !tabla->isActive())
+        return false;
+    const auto &rejilla = static_cast<const dbcontrols::DbGrid &>(Rejilla());
+    const int notario = Notario();
     const QList<QByteArray> columnas = Columnas();
     for (int fila = 0; fila < rejilla.model()->rowCount(); ++fila) {
         const quint32 marca = rejilla.gridModel().bookmarkAt(fila);
@@ -360,18 +396,15 @@ TPantalla TPuesto::Mira()
         };
         const QDate dia =
             enTabla < 0 ? QDate() : tabla->valueAt(enTabla, tabla->fieldIndex(u"FECHA")).toDate();
-        pantalla.Filas.append({marca, LineaDe(m_cual, Clave(dia), texto)});
+        pantalla.Filas.append({{notario, marca}, LineaDe(m_cual, Clave(dia), texto)});
     }
-    pantalla.Actual = tabla->bookmark();
+    pantalla.Actual = {notario, tabla->bookmark()};
     pantalla.FilaActual = tabla->currentRow();
-    pantalla.Seleccion = rejilla.selectedBookmarks();
+    for (const dataset::Bookmark marca : rejilla.selectedBookmarks())
+        pantalla.Seleccion.append({notario, marca});
     pantalla.Editando = tabla->isEditing();
     pantalla.Editor = rejilla.isEditorOpen();
-    pantalla.Ayuda = m_ventana->statusBar()->currentMessage();
-    if (const QWidget *const control = QApplication::focusWidget())
-        pantalla.Foco = control->objectName();
-    MiraLoSuyo(pantalla, rejilla);
-    return pantalla;
+    return true;
 }
 
 void EjecutaPuesto(TCual cual, const QString &carpeta, int descriptor, int dia)
@@ -379,8 +412,10 @@ void EjecutaPuesto(TCual cual, const QString &carpeta, int descriptor, int dia)
     std::signal(SIGINT, SIG_IGN); // the scheduler ends between two steps, and its workstations with it
     std::signal(SIGTERM, SIG_IGN);
     PlantaAqui();
-    (cual == TCual::multi ? CreaPuestoMulti(carpeta, TCanal(descriptor))
-                          : CreaPuestoUnica(cual, carpeta, TCanal(descriptor)))
+    const TCanal canal(descriptor);
+    (cual == TCual::multi      ? CreaPuestoMulti(carpeta, canal)
+     : cual == TCual::conjunta ? CreaPuestoConjunta(carpeta, canal)
+                               : CreaPuestoUnica(cual, carpeta, canal))
         ->Vive(dia);
     std::abort();
 }

@@ -11,18 +11,15 @@
 
 #include <memory>
 
-class QAbstractButton;
-namespace dbcontrols
-{
-class DbGrid;
-}
+class QTableView;
+class QTimer;
 
 namespace simulacion
 {
 
 /// A workstation, in a process of its own: the real windows off-screen, worked as a clerk does, over a
 /// scripted host. It stands still wherever it would wait for the clerk, and does what it is sent next.
-class TPuesto : public QObject, private IMensaje, private support::RutDePrueba
+class TPuesto : public QObject, protected IInformesAgenda, private IMensaje, private support::RutDePrueba
 {
 public:
     ~TPuesto() override;
@@ -40,14 +37,32 @@ protected:
     [[nodiscard]] virtual bool EsVentana(const QObject &objeto) const = 0;
     /// What the window shows; null when there is none.
     [[nodiscard]] virtual dataset::DataSet *Tabla() const = 0;
-    [[nodiscard]] virtual dbcontrols::DbGrid &Rejilla() const;
+    /// Whose lines these are, from 1.
+    [[nodiscard]] virtual int Notario() const { return 1; }
+    [[nodiscard]] virtual QTableView &Rejilla() const;
+    [[nodiscard]] virtual QTimer *Reloj() const { return En<QTimer>("Timer1"); }
+    /// Whether a dialog stands there that asks for an hour.
+    [[nodiscard]] virtual bool PideHora() const { return false; }
     [[nodiscard]] virtual QString Fecha() const = 0;
     /// A step that is about this agenda's parts. @return whether it means anything just now.
     virtual bool HazLoSuyo(const TPaso &paso) = 0;
     /// What stands on the screen beside the lines and the date.
-    virtual void MiraLoSuyo(TPantalla &pantalla, const dbcontrols::DbGrid &rejilla) const = 0;
+    virtual void MiraLoSuyo(TPantalla &pantalla) const = 0;
+    /// The lines, and where the clerk stands in them. @return false when there is no table.
+    virtual bool MiraLineas(TPantalla &pantalla) const;
     /// Fields of the lines, in the order of the grid's columns.
     [[nodiscard]] virtual QList<QByteArray> Columnas() const = 0;
+
+    // IInformesAgenda
+    std::unique_ptr<IInforme> CreaQRAgendaDiaN(QObject *, QDate fecha, dataset::DataSet &datos,
+                                               const std::optional<QString> &) override
+    {
+        return Informe(fecha, &datos);
+    }
+    std::unique_ptr<IInforme> CreaQRAgendaN(QObject *, QDate lunes, dataset::DataSet &) override
+    {
+        return Informe(lunes, nullptr);
+    }
 
     /// A printed sheet. @param datos  of a day; null: of a week, which is not looked at.
     [[nodiscard]] std::unique_ptr<IInforme> Informe(QDate fecha, const dataset::DataSet *datos);
@@ -63,6 +78,8 @@ protected:
     void Teclea(const QString &texto);
     /// Puts the keys into a field, and types over what it says.
     bool Escribe(QWidget *campo, const QString &texto);
+    bool EscribeFecha(const TPaso &paso);
+    bool TecleaEnCelda(const TPaso &paso);
 
     TCual m_cual;
     QMainWindow *m_ventana = nullptr;
@@ -110,6 +127,7 @@ private:
 };
 
 [[nodiscard]] std::unique_ptr<TPuesto> CreaPuestoMulti(const QString &carpeta, TCanal canal);
+[[nodiscard]] std::unique_ptr<TPuesto> CreaPuestoConjunta(const QString &carpeta, TCanal canal);
 /// @param cual  of one notary or of two.
 [[nodiscard]] std::unique_ptr<TPuesto> CreaPuestoUnica(TCual cual, const QString &carpeta, TCanal canal);
 

@@ -19,7 +19,7 @@ namespace simulacion
 namespace
 {
 
-class TPuestoMulti : public TPuesto, private IInformesAgenda
+class TPuestoMulti : public TPuesto
 {
 public:
     TPuestoMulti(const QString &carpeta, TCanal canal)
@@ -28,16 +28,6 @@ public:
     }
 
 private:
-    // IInformesAgenda
-    std::unique_ptr<IInforme> CreaQRAgendaDiaN(QObject *, QDate fecha, dataset::DataSet &datos,
-                                               const std::optional<QString> &) override
-    {
-        return Informe(fecha, &datos);
-    }
-    std::unique_ptr<IInforme> CreaQRAgendaN(QObject *, QDate lunes, dataset::DataSet &) override
-    {
-        return Informe(lunes, nullptr);
-    }
     void Trabaja(QDate dia) override;
     [[nodiscard]] bool EsVentana(const QObject &objeto) const override
     {
@@ -47,6 +37,7 @@ private:
     {
         return static_cast<TFFichaAgendaN *>(m_ventana)->GetDatosAgendaN();
     }
+    [[nodiscard]] int Notario() const override { return En<QTabWidget>("PCAgenda")->currentIndex() + 1; }
     [[nodiscard]] dbcontrols::DbGrid &Rejilla() const override
     {
         return *static_cast<TFFichaAgendaN *>(m_ventana)->GetDBGAgendaN();
@@ -57,9 +48,8 @@ private:
         return {"HORA", "CONCEPTO", "INTERESADO", "OFICIAL"};
     }
     bool HazLoSuyo(const TPaso &paso) override;
-    void MiraLoSuyo(TPantalla &pantalla, const dbcontrols::DbGrid &rejilla) const override;
+    void MiraLoSuyo(TPantalla &pantalla) const override;
     bool HazEnFicha(const TPaso &paso);
-    bool EscribeFecha(const TPaso &paso);
     bool EscribeMemo(const TPaso &paso);
     void MiraFicha(TPantalla &pantalla) const;
 };
@@ -78,10 +68,7 @@ bool TPuestoMulti::HazLoSuyo(const TPaso &paso)
         return HazEnFicha(paso);
     switch (paso.Verbo) {
     case TVerbo::texto:
-        if (!Rejilla().isAncestorOf(m_ventana->focusWidget()) && m_ventana->focusWidget() != &Rejilla())
-            return false;
-        Teclea(Texto(paso.A));
-        return true;
+        return TecleaEnCelda(paso);
     case TVerbo::accion:
         return Acciona(paso);
     case TVerbo::clic:
@@ -98,23 +85,9 @@ bool TPuestoMulti::HazLoSuyo(const TPaso &paso)
     }
 }
 
-bool TPuestoMulti::EscribeFecha(const TPaso &paso)
-{
-    auto *const fecha = En<QLineEdit>("MEFecha");
-    fecha->setFocus();
-    const QString texto = Dia(paso.A % Dias).toString(QStringLiteral("ddMMyyyy"));
-    QWindow *const ventana = m_ventana->windowHandle();
-    QTest::keyClick(ventana, paso.B == trasBorrarTodo ? Qt::Key_U : Qt::Key_A, Qt::ControlModifier);
-    Teclea(paso.B == aMedias ? texto.left(paso.A + 2) : texto);
-    if (paso.B != sinSalir)
-        QTest::keyClick(ventana, Qt::Key_Tab);
-    return true;
-}
-
 bool TPuestoMulti::EscribeMemo(const TPaso &paso)
 {
-    auto *const memo = m_ventana->findChild<QPlainTextEdit *>(
-        QStringLiteral("DBMConcepto%1").arg(En<QTabWidget>("PCAgenda")->currentIndex() + 1));
+    auto *const memo = m_ventana->findChild<QPlainTextEdit *>(QStringLiteral("DBMConcepto%1").arg(Notario()));
     if (!memo || !memo->isVisible())
         return false;
     memo->setFocus();
@@ -137,9 +110,8 @@ bool TPuestoMulti::HazEnFicha(const TPaso &paso)
                                                  : QStringLiteral("PED"));
 }
 
-void TPuestoMulti::MiraLoSuyo(TPantalla &pantalla, const dbcontrols::DbGrid &rejilla) const
+void TPuestoMulti::MiraLoSuyo(TPantalla &pantalla) const
 {
-    pantalla.Pestana = En<QTabWidget>("PCAgenda")->currentIndex();
     pantalla.FechaConFoco = m_ventana->focusWidget() == En<QLineEdit>("MEFecha");
     const auto *const fuera = En<QToolButton>("BFueraDeHora");
     pantalla.FueraDeHora = fuera && fuera->isChecked();
@@ -147,7 +119,7 @@ void TPuestoMulti::MiraLoSuyo(TPantalla &pantalla, const dbcontrols::DbGrid &rej
         pantalla.Pendiente = Tabla()->field(u"CONCEPTO").asText();
     if (const auto *const editor = qobject_cast<QLineEdit *>(QApplication::focusWidget());
         editor && pantalla.Editor) {
-        const bool encima = rejilla.currentIndex().column() == 1; // of what the line says so far
+        const bool encima = Rejilla().currentIndex().column() == 1; // of what the line says so far
         pantalla.Pendiente = (encima ? QString() : pantalla.Pendiente) + u'|' + editor->text();
     }
     MiraFicha(pantalla);

@@ -58,7 +58,7 @@ private:
         return {"HORA", "CONCEPTO", "INTERESADO", "OFICIAL", "SALIDA"};
     }
     bool HazLoSuyo(const TPaso &paso) override;
-    void MiraLoSuyo(TPantalla &pantalla, const dbcontrols::DbGrid &rejilla) const override;
+    void MiraLoSuyo(TPantalla &pantalla) const override;
     bool EscribeEnPanel(const TPaso &paso);
 
     TAgenda *m_motor = nullptr; ///< of the window; only asked while that is open
@@ -92,7 +92,7 @@ bool TPuestoUnica::EscribeEnPanel(const TPaso &paso)
     return true;
 }
 
-void TPuestoUnica::MiraLoSuyo(TPantalla &pantalla, const dbcontrols::DbGrid &) const
+void TPuestoUnica::MiraLoSuyo(TPantalla &pantalla) const
 {
     pantalla.Editor = En<QWidget>("PActualiza")->isEnabled();
     const auto texto = [this](const char *nombre) {

@@ -22,8 +22,8 @@ constexpr QLatin1String DiaDeLosAjustes{"19010101"};
 QString TCambio::EnTexto() const
 {
     return QStringLiteral("notario %1, línea %2: «%3» → «%4»")
-        .arg(Notario)
-        .arg(Marca)
+        .arg(Sitio.Notario)
+        .arg(Sitio.Marca)
         .arg(Antes ? Antes->EnTexto() : QStringLiteral("nada"),
              Despues ? Despues->EnTexto() : QStringLiteral("nada"));
 }
@@ -56,7 +56,7 @@ std::optional<TLinea> TTablaCruda::Descifra(const char *registro) const
         return trozo(donde.Desde + (final == '1' ? 0 : donde.Ancho - ancho), ancho);
     };
     const QString fecha = texto("FECHA");
-    if (m_cual != TCual::multi && fecha == DiaDeLosAjustes)
+    if (EsDeUnaTabla(m_cual) && fecha == DiaDeLosAjustes)
         return {};
     return LineaDe(m_cual, fecha, texto);
 }
@@ -92,7 +92,7 @@ TCambios TTablaCruda::Lee()
             continue;
         const auto antes = m_lineas.constFind(marca);
         const std::optional<TLinea> despues = Descifra(registro);
-        TCambio cambio{m_notario, marca, {}, despues};
+        TCambio cambio{{m_notario, marca}, {}, despues};
         if (antes != m_lineas.cend())
             cambio.Antes = *antes;
         if (cambio.Antes == cambio.Despues)
@@ -112,7 +112,7 @@ QList<TFila> TTablaCruda::Dia(const QString &fecha) const
     QList<TFila> filas;
     for (auto linea = m_lineas.cbegin(); linea != m_lineas.cend(); ++linea) {
         if (linea->Fecha == fecha && linea->Hora >= u"00:00" && linea->Hora <= u"23:59")
-            filas.append({linea.key(), *linea});
+            filas.append({{m_notario, linea.key()}, *linea});
     }
     std::stable_sort(filas.begin(), filas.end(),
                      [](const TFila &a, const TFila &b) { return a.Linea.Hora < b.Linea.Hora; });

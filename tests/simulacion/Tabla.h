@@ -12,8 +12,7 @@ namespace simulacion
 
 /// A record that has become another one.
 struct TCambio {
-    int Notario = 0;
-    quint32 Marca = 0;
+    TSitio Sitio;
     std::optional<TLinea> Antes; ///< none: it was not there, or deleted
     std::optional<TLinea> Despues;
     [[nodiscard]] QString EnTexto() const;

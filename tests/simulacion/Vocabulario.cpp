@@ -7,13 +7,16 @@ namespace simulacion
 
 TLinea LineaDe(TCual cual, const QString &fecha, const std::function<QString(const char *)> &texto)
 {
-    if (cual != TCual::doble)
+    if (cual != TCual::doble) {
+        const QString salida = cual == TCual::multi ? QString() : texto("SALIDA");
+        const bool nada = cual == TCual::conjunta && salida != u"S"; // told by a colour, or none
         return {fecha,
                 texto("HORA"),
                 texto("CONCEPTO"),
                 texto("INTERESADO"),
                 texto("OFICIAL"),
-                cual == TCual::unica ? texto("SALIDA") : QString()};
+                nada ? QString() : salida};
+    }
     const auto dos = [&texto](const char *campo1, const char *campo2) {
         const QString uno = texto(campo1);
         const QString otro = texto(campo2);
@@ -42,7 +45,7 @@ QString EnPalabras(const TPaso &paso)
             "ficha,|botón|abre|refresco|sigue|muere|cambia|mueve|cambia la hora|borra|añade|bloquea la "
             "tabla|bloquea la línea|suelta")
             .split(u'|');
-    static const QStringList percances{{}, "falla", "lenta", "mortal"};
+    static const QStringList percances{{}, "falla", "lenta", "mortal", "rota"};
     const bool otro = paso.Verbo >= TVerbo::otroCambia;
     QString texto =
         (otro ? QStringLiteral("otro programa: ") : QStringLiteral("puesto %1: ").arg(paso.Puesto + 1)) +

@@ -14,20 +14,25 @@
 namespace simulacion
 {
 
-/// The agenda that the workstations work in: that of several notaries, or the single table of one notary or
-/// two.
-enum class TCual : quint8 { multi, unica, doble };
-inline constexpr std::array<const char *, 3> NombresDeAgendas{"multi", "unica", "doble"};
+/// The agenda that the workstations work in: that of several notaries one by one, the single table of one
+/// notary or of two, or the day of several notaries side by side.
+enum class TCual : quint8 { multi, unica, doble, conjunta };
+inline constexpr std::array<TCual, 4> Agendas{TCual::multi, TCual::unica, TCual::doble, TCual::conjunta};
+inline constexpr std::array<const char *, 4> NombresDeAgendas{"multi", "unica", "doble", "conjunta"};
 inline QString NombreDe(TCual cual)
 {
     return QString::fromUtf8(NombresDeAgendas.at(static_cast<std::size_t>(cual)));
 }
 
 inline constexpr int Notarios = 2;
+constexpr bool EsDeUnaTabla(TCual cual)
+{
+    return cual == TCual::unica || cual == TCual::doble;
+}
 /// How many tables an agenda has.
 constexpr int TablasDe(TCual cual)
 {
-    return cual == TCual::multi ? Notarios : 1;
+    return EsDeUnaTabla(cual) ? 1 : Notarios;
 }
 /// Between the two notaries' halves of a text.
 inline constexpr QChar EntreMitades = u'/';
@@ -113,29 +118,37 @@ enum TAccion {
     pegar,
     volver,
     salidaDelOtro,
-    ausenteElOtro
+    ausenteElOtro,
+    limpiar,
+    completar,
+    pegarAHora,
+    vaciar
 };
 /// The names of the commands in each agenda; null where it has none.
-inline constexpr std::array<std::array<const char *, 3>, 19> Acciones{
-    {{"ANuevo", "Nuevo", "Nuevo"},
-     {"AModificar", "Modificar", "Modificar"},
-     {"ADetalles", nullptr, nullptr},
-     {"ABorrar", "Borrar", "Borrar"},
-     {"ASalida", "Salida", "AcSalidaNotario1"},
-     {"AAusente", "Ausente", "AcAusenteNotario1"},
-     {"ASincronizarDia", nullptr, nullptr},
-     {"ADiaAnterior", "Anterior", "Anterior"},
-     {"ADiaSiguiente", "Siguiente", "Siguiente"},
-     {"ABuscarDia", nullptr, nullptr},
-     {"ACopiarCita", nullptr, nullptr},
-     {"AMoverCita", nullptr, nullptr},
-     {"AImprimirDia", "ImprimirDia", "Imprimir"},
-     {"AImprimirSemana", "ImprimirSemana", nullptr},
-     {nullptr, "Copiar", "Copiar"},
-     {nullptr, "Pegar", "Pegar"},
-     {nullptr, nullptr, "AcAceptar"},
-     {nullptr, nullptr, "AcSalidaNotario2"},
-     {nullptr, nullptr, "AcAusenteNotario2"}}};
+inline constexpr std::array<std::array<const char *, 4>, 23> Acciones{
+    {{"ANuevo", "Nuevo", "Nuevo", "ANuevo"},
+     {"AModificar", "Modificar", "Modificar", nullptr},
+     {"ADetalles", nullptr, nullptr, nullptr},
+     {"ABorrar", "Borrar", "Borrar", "ABorrar"},
+     {"ASalida", "Salida", "AcSalidaNotario1", "ASalida"},
+     {"AAusente", "Ausente", "AcAusenteNotario1", "AAusente"},
+     {"ASincronizarDia", nullptr, nullptr, nullptr},
+     {"ADiaAnterior", "Anterior", "Anterior", "ADiaAnterior"},
+     {"ADiaSiguiente", "Siguiente", "Siguiente", "ADiaSiguiente"},
+     {"ABuscarDia", nullptr, nullptr, "ABuscarDia"},
+     {"ACopiarCita", nullptr, nullptr, nullptr},
+     {"AMoverCita", nullptr, nullptr, nullptr},
+     {"AImprimirDia", "ImprimirDia", "Imprimir", "AImprimirDia"},
+     {"AImprimirSemana", "ImprimirSemana", nullptr, "AImprimirSemana"},
+     {nullptr, "Copiar", "Copiar", "ACopiar"},
+     {nullptr, "Pegar", "Pegar", "APegar"},
+     {nullptr, nullptr, "AcAceptar", nullptr},
+     {nullptr, nullptr, "AcSalidaNotario2", nullptr},
+     {nullptr, nullptr, "AcAusenteNotario2", nullptr},
+     {nullptr, nullptr, nullptr, "ALimpiar"},
+     {nullptr, nullptr, nullptr, "ACompletar"},
+     {nullptr, nullptr, nullptr, "APegarHora"},
+     {nullptr, nullptr, nullptr, "AVaciar"}}};
 /// A command's name in the first agenda that has it.
 [[nodiscard]] QString NombreDeAccion(int accion);
 

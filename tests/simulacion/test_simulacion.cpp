@@ -40,7 +40,7 @@ protected:
 
 TEST_F(Simulacion, TheSameSeedIsTheSameDay)
 {
-    for (const TCual cual : {TCual::multi, TCual::unica, TCual::doble}) {
+    for (const TCual cual : Agendas) {
         const TResultado una = TJornada::Corre(cual, 5, 200, Puestos);
         const TResultado otra = TJornada::Corre(cual, 5, 200, Puestos);
         EXPECT_EQ(una.Pasos, otra.Pasos);
@@ -52,7 +52,7 @@ TEST_F(Simulacion, TheSameSeedIsTheSameDay)
 
 TEST_F(Simulacion, DaysGoWell)
 {
-    for (const TCual cual : {TCual::multi, TCual::unica, TCual::doble}) {
+    for (const TCual cual : Agendas) {
         for (quint64 semilla = 1; semilla <= 4; ++semilla) {
             const TResultado resultado = TJornada::Corre(cual, semilla, PasosDelDia, Puestos);
             EXPECT_FALSE(resultado.Fallo) << "--agenda " << NombreDe(cual).toStdString() << " --semilla "
@@ -75,7 +75,9 @@ TEST_F(Simulacion, APlantedFaultIsFound)
         {TCual::multi, TFalta::mascaraCorta, "f"},    {TCual::multi, TFalta::sinGrupo, "ad"},
         {TCual::unica, TFalta::celdaSinVer, "a"},     {TCual::unica, TFalta::rangoAMedias, "c"},
         {TCual::doble, TFalta::sinFundir, "a"},       {TCual::doble, TFalta::horaVieja, "b"},
-        {TCual::doble, TFalta::quedaLoNegado, "cd"},  {TCual::doble, TFalta::diaAMedias, "c"},
+        {TCual::conjunta, TFalta::borraSinVer, "a"},  {TCual::conjunta, TFalta::sinGrupo, "d"},
+        {TCual::conjunta, TFalta::diaAMedias, "c"},   {TCual::doble, TFalta::quedaLoNegado, "cd"},
+        {TCual::doble, TFalta::diaAMedias, "c"},
     };
     for (const auto &[cual, falta, reglas] : casos) {
         const std::string nombre =
@@ -100,7 +102,7 @@ TEST_F(Simulacion, AScreenThatIsUpToDateShowsItsLines)
         pantalla.Fecha = dia;
         pantalla.FueraDeHora = fueraDeHora;
         EXPECT_FALSE(juez.AlDia(pantalla));
-        pantalla.Filas.append(TFila{7, {}});
+        pantalla.Filas.append(TFila{{1, 7}, {}});
         pantalla.FilaActual = 0;
         EXPECT_TRUE(juez.AlDia(pantalla)) << "a row that stays blank";
         pantalla.Filas.front().Linea.Fecha = QStringLiteral("20261116");
