@@ -8,6 +8,7 @@
 #include "agenda/host/Servicios.h"
 #include "agenda1/ClasAge.h"
 #include "dbcontrols/ColorPanel.h"
+#include "dbcontrols/LaterCall.h"
 #include "dbcontrols/MaskEdit.h"
 
 #include <QtGui/QKeyEvent>
@@ -163,13 +164,10 @@ void TFConfAgenda::eIntervaloHorasExit()
         return;
     m_sinNumero = true;
     // Queued: the control that is to get the focus now has not had it yet.
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            if (std::exchange(m_sinNumero, false) && !BSalir->hasFocus())
-                eIntervaloHoras->setFocus();
-        },
-        Qt::QueuedConnection);
+    dbcontrols::callLater(this, [this] {
+        if (std::exchange(m_sinNumero, false) && !BSalir->hasFocus())
+            eIntervaloHoras->setFocus();
+    });
 }
 
 bool TFConfAgenda::CompruebaFecha()
@@ -190,13 +188,10 @@ void TFConfAgenda::MEFechaExit()
 {
     m_fechaPendiente = true;
     // Queued: where the focus goes is known only when it is there, and no box may open before.
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            if (std::exchange(m_fechaPendiente, false) && !BSalir->hasFocus())
-                CompruebaFecha();
-        },
-        Qt::QueuedConnection);
+    dbcontrols::callLater(this, [this] {
+        if (std::exchange(m_fechaPendiente, false) && !BSalir->hasFocus())
+            CompruebaFecha();
+    });
 }
 
 // Keys and focus

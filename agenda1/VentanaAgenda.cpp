@@ -9,6 +9,7 @@
 #include "dbcontrols/DataSource.h"
 #include "dbcontrols/DbEdit.h"
 #include "dbcontrols/DbGrid.h"
+#include "dbcontrols/LaterCall.h"
 #include "dbcontrols/MaskEdit.h"
 
 #include <QtCore/QScopedValueRollback>
@@ -70,7 +71,7 @@ void TVentanaAgenda::CuentaAvisos()
 
 void TVentanaAgenda::CuentaAvisosPronto()
 {
-    QMetaObject::invokeMethod(this, &TVentanaAgenda::CuentaAvisos, Qt::QueuedConnection);
+    dbcontrols::callLater(this, [this] { CuentaAvisos(); });
 }
 
 // Opening and closing
@@ -313,13 +314,10 @@ void TVentanaAgenda::MEHoraExit()
     }
     // From the event loop: a box must not open while the focus is on its way.
     m_horaPendiente = Editando();
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            if (std::exchange(m_horaPendiente, false))
-                Ejecuta([this] { AceptaHora(); });
-        },
-        Qt::QueuedConnection);
+    dbcontrols::callLater(this, [this] {
+        if (std::exchange(m_horaPendiente, false))
+            Ejecuta([this] { AceptaHora(); });
+    });
 }
 
 // Keys and focus
@@ -341,13 +339,10 @@ bool TVentanaAgenda::FormKeyDown(int tecla)
     }
     if ((tecla != Qt::Key_Return && tecla != Qt::Key_Enter) || !Editando())
         return false;
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            setAttribute(Qt::WA_KeyboardFocusChange); // styles show the focus of buttons only then
-            focusNextChild();
-        },
-        Qt::QueuedConnection);
+    dbcontrols::callLater(this, [this] {
+        setAttribute(Qt::WA_KeyboardFocusChange); // styles show the focus of buttons only then
+        focusNextChild();
+    });
     return true;
 }
 

@@ -4,6 +4,7 @@
 #include "agenda/Rvarias.h"
 #include "agenda/host/Servicios.h"
 #include "dbcontrols/ColorPanel.h"
+#include "dbcontrols/LaterCall.h"
 
 #include <QtGui/QKeyEvent>
 #include <QtGui/QValidator>
@@ -262,14 +263,11 @@ void TFConfAgendaN::eIntervaloHorasExit(QLineEdit &edicion)
     }
     m_sinNumero = &edicion;
     // Queued: the control that is to get the focus now has not had it yet.
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            if (m_sinNumero)
-                m_sinNumero->setFocus();
-            m_sinNumero = nullptr;
-        },
-        Qt::QueuedConnection);
+    dbcontrols::callLater(this, [this] {
+        if (m_sinNumero)
+            m_sinNumero->setFocus();
+        m_sinNumero = nullptr;
+    });
 }
 
 // Commands

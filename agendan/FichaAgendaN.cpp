@@ -11,6 +11,7 @@
 #include "dbcontrols/ColorPanel.h"
 #include "dbcontrols/DbGrid.h"
 #include "dbcontrols/DbMemo.h"
+#include "dbcontrols/LaterCall.h"
 #include "dbcontrols/MaskEdit.h"
 
 #include <QtCore/QTimer>
@@ -283,13 +284,10 @@ void TFFichaAgendaN::MEFechaExit()
     m_fechaAtendida = false;
     // From the event loop: the focus is on its way to another control and can be called back only when it is
     // there.
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            ConGuarda([] { AvisaAlUsuario(QStringLiteral("La fecha introducida no es correcta")); });
-            MEFecha->setFocus(Qt::OtherFocusReason);
-        },
-        Qt::QueuedConnection);
+    dbcontrols::callLater(this, [this] {
+        ConGuarda([] { AvisaAlUsuario(QStringLiteral("La fecha introducida no es correcta")); });
+        MEFecha->setFocus(Qt::OtherFocusReason);
+    });
 }
 
 void TFFichaAgendaN::Timer1Timer()

@@ -9,6 +9,7 @@
 #include "agendan/PestanasAgendaN.h"
 #include "dbcontrols/CalendarPopup.h"
 #include "dbcontrols/DbGrid.h"
+#include "dbcontrols/LaterCall.h"
 #include "dbcontrols/MaskEdit.h"
 
 #include <QtCore/QScopedValueRollback>
@@ -74,7 +75,7 @@ void TFFichaAgendaN::CuentaAvisos()
 
 void TFFichaAgendaN::CuentaAvisosPronto()
 {
-    QMetaObject::invokeMethod(this, &TFFichaAgendaN::CuentaAvisos, Qt::QueuedConnection);
+    dbcontrols::callLater(this, [this] { CuentaAvisos(); });
 }
 
 void TFFichaAgendaN::ASincronizarDiaExecute()

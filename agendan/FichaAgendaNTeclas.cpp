@@ -6,6 +6,7 @@
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
 #include "dbcontrols/DbGrid.h"
+#include "dbcontrols/LaterCall.h"
 #include "dbcontrols/MaskEdit.h"
 
 #include <QtGui/QAction>
@@ -88,16 +89,13 @@ void TFFichaAgendaN::FormKeyDown(int tecla)
     case Qt::Key_Enter:
     case Qt::Key_Return:
         // Posted, so that the control that has the focus still gets the key.
-        QMetaObject::invokeMethod(
-            this,
-            [this] {
-                // What the line or its table did not take waits under the keys to be mended.
-                const bool aMedias = focusWidget() == GetDBGAgendaN() &&
-                                     DSAgendaN[static_cast<std::size_t>(Pestana())]->isEditing();
-                if (!aMedias && !GetDBGAgendaN()->isEditorOpen())
-                    focusNextPrevChild(true);
-            },
-            Qt::QueuedConnection);
+        dbcontrols::callLater(this, [this] {
+            // What the line or its table did not take waits under the keys to be mended.
+            const bool aMedias = focusWidget() == GetDBGAgendaN() &&
+                                 DSAgendaN[static_cast<std::size_t>(Pestana())]->isEditing();
+            if (!aMedias && !GetDBGAgendaN()->isEditorOpen())
+                focusNextPrevChild(true);
+        });
         break;
     case Qt::Key_Escape:
         if (escribiendo && GetDBGAgendaN()->isAncestorOf(focusWidget()))

@@ -6,6 +6,7 @@
 #include "dbcontrols/DbComboBox.h"
 #include "dbcontrols/DbEdit.h"
 #include "dbcontrols/DbMemo.h"
+#include "dbcontrols/LaterCall.h"
 #include "dbcontrols/MaskEdit.h"
 
 #include <QtGui/QCloseEvent>
@@ -132,14 +133,11 @@ void TFFichaCitas::FormShow()
     }
     // Posted to the card's own handler, not sent as a key: it must not matter when the desktop gives the card
     // the focus.
-    QMetaObject::invokeMethod(
-        this,
-        [this, tecla] {
-            FormKeyDown(tecla);
-            if (LExplica->toolTip().isEmpty()) // else there is more urgent news of the line
-                Avisa(m_sinOficiales);
-        },
-        Qt::QueuedConnection);
+    dbcontrols::callLater(this, [this, tecla] {
+        FormKeyDown(tecla);
+        if (LExplica->toolTip().isEmpty()) // else there is more urgent news of the line
+            Avisa(m_sinOficiales);
+    });
 }
 
 void TFFichaCitas::closeEvent(QCloseEvent *evento)
@@ -216,8 +214,7 @@ bool TFFichaCitas::eventFilter(QObject *objeto, QEvent *evento)
         case QEvent::InputMethod:
             // What a dead key composes comes without a key of its own.
             if (!static_cast<QInputMethodEvent *>(evento)->commitString().isEmpty())
-                QMetaObject::invokeMethod(
-                    this, [this] { EInteresadoKeyUp(0); }, Qt::QueuedConnection);
+                dbcontrols::callLater(this, [this] { EInteresadoKeyUp(0); });
             break;
         case QEvent::KeyRelease:
             // A key that went down elsewhere, and brought the focus here, was not typed here.
@@ -238,8 +235,7 @@ bool TFFichaCitas::FormKeyDown(int tecla)
     switch (tecla) {
     case Qt::Key_Enter:
     case Qt::Key_Return:
-        QMetaObject::invokeMethod(
-            this, [this] { focusNextPrevChild(true); }, Qt::QueuedConnection);
+        dbcontrols::callLater(this, [this] { focusNextPrevChild(true); });
         return focusWidget() == DBMConcepto; // there it would be typed as well, as a blank
     case Qt::Key_Escape:
         (BSalir->isEnabled() ? BSalir : BCancelar)->click();

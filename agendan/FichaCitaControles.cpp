@@ -9,6 +9,7 @@
 #include "agendan/FichaCita.h"
 #include "dbcontrols/CalendarPopup.h"
 #include "dbcontrols/DbEdit.h"
+#include "dbcontrols/LaterCall.h"
 #include "dbcontrols/MaskEdit.h"
 #include "dbcontrols/UpperCaseValidator.h"
 
@@ -80,16 +81,13 @@ void TFFichaCitas::MEFechaExit()
     m_fechaRechazada = true;
     // From the event loop: the focus is on its way to another control, perhaps under a pressed mouse button,
     // and can be called back only when it is there.
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            AvisaAlUsuario(QStringLiteral("La fecha introducida no es correcta"));
-            m_rechazoDicho = m_fechaRechazada;
-            MuestraFecha(); // behind the box, so that he sees what he is told of
-            PonFoco(*MEFecha);
-            MEFecha->selectAll();
-        },
-        Qt::QueuedConnection);
+    dbcontrols::callLater(this, [this] {
+        AvisaAlUsuario(QStringLiteral("La fecha introducida no es correcta"));
+        m_rechazoDicho = m_fechaRechazada;
+        MuestraFecha(); // behind the box, so that he sees what he is told of
+        PonFoco(*MEFecha);
+        MEFecha->selectAll();
+    });
 }
 
 void TFFichaCitas::MEHoraExit()

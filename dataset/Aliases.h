@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dataset/Export.h"
+#include "dbase/LockWait.h"
 
 #include <QtCore/QMap>
 #include <QtCore/QString>
@@ -25,10 +26,14 @@ public:
     /// a window is not dead for long.
     void setLockPatience(std::chrono::milliseconds patience) { m_lockPatience = patience; }
     [[nodiscard]] std::chrono::milliseconds lockPatience() const { return m_lockPatience; }
+    /// How the time passes meanwhile; empty, as at first: the thread sleeps.
+    void setLockWait(dbase::LockWaitFactory wait) { m_lockWait = std::move(wait); }
+    [[nodiscard]] const dbase::LockWaitFactory &lockWait() const { return m_lockWait; }
 
 private:
     QMap<QString, QString> m_folders;
     std::chrono::milliseconds m_lockPatience{1000};
+    dbase::LockWaitFactory m_lockWait;
 };
 
 } // namespace dataset

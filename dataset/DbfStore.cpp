@@ -95,6 +95,7 @@ void DbfStore::open()
     options.readOnly = openReadOnly;
     options.durable = durable;
     options.lockTimeout = lockPatience.value_or(m_aliases.lockPatience());
+    options.onWait = m_aliases.lockWait();
     options.tags = tags;
     m_table = require(dbase::Table::open(file, options));
     m_seenVersion = m_table->version();

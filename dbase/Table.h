@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dbase/Index.h"
+#include "dbase/LockWait.h"
 #include "dbase/Record.h"
 
 #include <chrono>
@@ -30,6 +31,7 @@ struct OpenOptions {
     bool durable = true;
     std::chrono::milliseconds lockTimeout{2000}; ///< for each lock that an operation needs, at most three
     std::vector<TagDefinition> tags; ///< tags the caller counts on; made when the table has none of that name
+    LockWaitFactory onWait; ///< how the time passes while a lock is held by others; empty: the thread sleeps
 };
 
 class TableImpl;

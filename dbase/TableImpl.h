@@ -217,7 +217,7 @@ private:
     // TableLocks.cpp
     /// How long to wait for a lock: longer where each try takes long, and where those of others do.
     [[nodiscard]] std::chrono::milliseconds patience(std::chrono::milliseconds timeout) const;
-    void pauseBetweenTries();
+    void pauseBetweenTries(LockWait *wait = nullptr);
     Status takeIndexLock();
     Status holdIndex();
     Status settleIndex();

@@ -39,13 +39,18 @@ std::chrono::milliseconds TableImpl::patience(std::chrono::milliseconds timeout)
 }
 
 /// Random, so that two workstations that wait for each other's line do not meet again and again.
-void TableImpl::pauseBetweenTries()
+/// @param wait  passes the time; null: the thread sleeps.
+void TableImpl::pauseBetweenTries(LockWait *wait)
 {
     const auto roundTrip = std::chrono::duration_cast<std::chrono::milliseconds>(m_roundTrip);
     std::uniform_int_distribution<int> pause(
         shortestPauseMs,
         longestPauseMs + 2 * static_cast<int>(std::min(roundTrip, slowestRoundTrip).count()));
-    std::this_thread::sleep_for(std::chrono::milliseconds(pause(m_random)));
+    const std::chrono::milliseconds time(pause(m_random));
+    if (wait)
+        wait->pause(time);
+    else
+        std::this_thread::sleep_for(time);
 }
 
 Result<RangeLock> TableImpl::waitForLock(File &file, std::uint64_t offset, std::uint64_t length,
@@ -55,6 +60,7 @@ Result<RangeLock> TableImpl::waitForLock(File &file, std::uint64_t offset, std::
     using Clock = std::chrono::steady_clock;
     constexpr int weightOfOld = 7; // of eight
     std::optional<Clock::time_point> deadline;
+    std::unique_ptr<LockWait> wait;
     for (;;) {
         const auto asked = m_remote ? Clock::now() : Clock::time_point();
         if (m_remote) {
@@ -83,9 +89,13 @@ Result<RangeLock> TableImpl::waitForLock(File &file, std::uint64_t offset, std::
             m_remote && &file != &m_journal && (isOfOldSession || hasFailed()) && mayReconnect();
         if (now >= *deadline || mayBeOwn)
             return failure(ErrorKind::locked, std::string(refusal));
-        pauseBetweenTries();
+        if (!wait && options.onWait)
+            wait = options.onWait();
+        pauseBetweenTries(wait.get());
     }
 }
+
+LockWait::~LockWait() = default;
 
 File &TableImpl::readLockFile()
 {

@@ -3,6 +3,7 @@
 #include "dbcontrols/CellEditor.h"
 #include "dbcontrols/DbGridDelegate.h"
 #include "dbcontrols/FieldLink.h"
+#include "dbcontrols/LaterCall.h"
 #include "dbcontrols/Texts.h"
 
 #include <QtCore/QCoreApplication>
@@ -229,14 +230,11 @@ void DbGrid::report(const QString &text)
 {
     // From the event loop: a message box must not open in the middle of a click or of a change of focus.
     ++m_telling;
-    QMetaObject::invokeMethod(
-        this,
-        [this, text, grid = QPointer<DbGrid>(this)] {
-            emit failed(text);
-            if (grid) // the window may have been closed over the box
-                --m_telling;
-        },
-        Qt::QueuedConnection);
+    callLater(this, [this, text, grid = QPointer<DbGrid>(this)] {
+        emit failed(text);
+        if (grid) // the window may have been closed over the box
+            --m_telling;
+    });
 }
 
 // Selection
@@ -428,7 +426,7 @@ void DbGrid::closeEditor(QWidget *editor, QAbstractItemDelegate::EndEditHint hin
 {
     if (m_commitFailed && hint != QAbstractItemDelegate::RevertModelCache) {
         // What was typed stays before the user's eyes, and under the keys.
-        QMetaObject::invokeMethod(editor, qOverload<>(&QWidget::setFocus), Qt::QueuedConnection);
+        callLater(editor, [editor] { editor->setFocus(); });
         return;
     }
     m_commitFailed = false;

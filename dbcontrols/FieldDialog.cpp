@@ -1,6 +1,7 @@
 #include "dbcontrols/FieldDialog.h"
 
 #include "dbcontrols/Focus.h"
+#include "dbcontrols/LaterCall.h"
 
 #include <QtGui/QKeyEvent>
 #include <QtGui/QWindow>
@@ -65,13 +66,10 @@ bool FieldDialog::dialogKey(int key)
     switch (key) {
     case Qt::Key_Enter:
     case Qt::Key_Return:
-        QMetaObject::invokeMethod(
-            this,
-            [this] {
-                focusNextChild();
-                showFocus();
-            },
-            Qt::QueuedConnection);
+        callLater(this, [this] {
+            focusNextChild();
+            showFocus();
+        });
         return true;
     case Qt::Key_Escape:
         if (m_escape)

@@ -1,6 +1,7 @@
 #include "host/RejillaConjunta.h"
 
 #include "dbcontrols/ColorPanel.h"
+#include "dbcontrols/LaterCall.h"
 #include "dbcontrols/TextMenu.h"
 #include "host/ModeloConjunto.h"
 
@@ -170,7 +171,7 @@ void TRejillaConjunta::closeEditor(QWidget *editor, QAbstractItemDelegate::EndEd
         // What was typed stays where it was typed, to be tried again or given up with Esc.
         setCurrentIndex(m_editada);
         if (editor)
-            QMetaObject::invokeMethod(editor, qOverload<>(&QWidget::setFocus), Qt::QueuedConnection);
+            dbcontrols::callLater(editor, [editor] { editor->setFocus(); });
         return;
     }
     QTableView::closeEditor(editor, QAbstractItemDelegate::NoHint);

@@ -2,6 +2,7 @@
 
 #include "dataset/DatabaseError.h"
 #include "dbcontrols/WindowPlace.h"
+#include "dbcontrols/WindowWait.h"
 #include "host/AcercaDe.h"
 #include "host/AgendaConjunta.h"
 #include "host/AgendaUnica.h"
@@ -31,6 +32,7 @@ TOficina::TOficina(const QString &carpeta, QDate hoy)
     , Clientes(Aliases, Config.GetAliasZentra())
     , Modulo({&Mensaje, &Rut, &Rvarias, &Config, &Reloj, &Aliases, &Registro})
 {
+    Aliases.setLockWait(dbcontrols::windowWait);
 }
 
 QStringList TOficina::NombresDeNotarios() const

@@ -21,9 +21,10 @@ struct TOficina {
     /// Reads the databases again: other workstations add notaries. What is open stays open.
     void LeeAliases()
     {
-        const auto paciencia = Aliases.lockPatience(); // of this workstation, not of the office
-        Aliases = Config.Aliases();
-        Aliases.setLockPatience(paciencia);
+        auto deLaOficina = Config.Aliases();
+        deLaOficina.setLockPatience(Aliases.lockPatience()); // of this workstation, not of the office
+        deLaOficina.setLockWait(Aliases.lockWait());
+        Aliases = std::move(deLaOficina);
     }
     /// As many names as the office counts notaries.
     [[nodiscard]] QStringList NombresDeNotarios() const;
