@@ -44,7 +44,7 @@ std::vector<TPareja> Empareja(const TFilasDia &base, const TFilasDia &suyas)
 }
 
 /// Where a line that one side has deleted is one that the other has changed, and another one said the same
-/// and is untouched, that other one has been deleted instead.
+/// that nobody has changed, that other one has been deleted instead.
 void CambiaBorradas(const TFilasDia &base, TFilasDia &mias, const TFilasDia &suyas,
                     const std::vector<TPareja> &parejas)
 {
@@ -58,10 +58,13 @@ void CambiaBorradas(const TFilasDia &base, TFilasDia &mias, const TFilasDia &suy
             continue;
         for (std::size_t j = 0; j < base.size(); ++j) {
             const TPareja otra = Busca(mias, base[j].Registro);
-            if (base[j].Valores != base[i].Valores || !igual(mias, otra, base[j]) ||
-                !igual(suyas, parejas[j], base[j]))
+            const bool quedaAqui = igual(mias, otra, base[j]);
+            const bool quedaAlli = igual(suyas, parejas[j], base[j]);
+            if (base[j].Valores != base[i].Valores || !(aqui ? quedaAlli : quedaAqui) ||
+                (otra && !quedaAqui) || (parejas[j] && !quedaAlli))
                 continue;
-            mias[*otra].Registro = base[i].Registro;
+            if (otra)
+                mias[*otra].Registro = base[i].Registro;
             if (aqui)
                 mias[*aqui].Registro = base[j].Registro;
             break;

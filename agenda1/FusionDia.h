@@ -17,7 +17,7 @@
 //   here: deleted        gone                 theirs, told                gone
 //
 // A line that only one side has is in the result as it is. Of lines that said the same, most often empty
-// ones, nobody can tell which was deleted: it is one that nobody has touched, where there is one.
+// ones, nobody can tell which was deleted: it is one that nobody has changed, where there is one.
 
 struct TFusionDia {
     TFilasDia Filas;     ///< in the order of the hours, those of one hour by their records, and new ones last

@@ -347,6 +347,21 @@ TEST_F(DosNotariosTest, TwoClerksAcceptLinesOfOneDay)
          "10:00 SANZ//, 10:00 //",
          "10:00 SANZ//",
          ""},
+        {"of two empty lines each deletes one, and the one that is left here has gone there",
+         {{"10:00", "", ""}, {"10:00", "", ""}},
+         [](TAgenda &m) {
+             ASSERT_TRUE(elige(m, "10:00", "//"));
+             EXPECT_TRUE(m.Borrar());
+             m.ActualizarDesdeAgenda2();
+         },
+         [](TAgenda &m) {
+             m.Tabla2().setCurrentRow(1);
+             EXPECT_TRUE(m.Borrar());
+             acepta(m, "10:00", "//", "INTERESADO1", "SANZ");
+         },
+         "10:00 SANZ//",
+         "10:00 SANZ//",
+         ""},
         {"and the other way round",
          {{"10:00", "", ""}, {"10:00", "", ""}},
          [](TAgenda &m) {

@@ -161,7 +161,7 @@ TVeredicto TJuez::Despues(const TPaso &paso, const TRespuesta &ahora, const TCam
             orden.Choques += static_cast<int>(aviso.count(u':'));
     orden.Cambios << cambios;
     orden.PreguntaBorrar |= ahora.Pregunta.contains(QLatin1String("borrar"));
-    orden.PreguntaAnadir |= ahora.Pregunta.contains(QStringView(u"añadirlo"));
+    orden.PreguntasAnadir += ahora.Pregunta.contains(QStringView(u"añadirlo")) ? 1 : 0;
     for (const TCambio &cambio : cambios) {
         if (m_cual == TCual::doble)
             break; // judged together, when the command is done
@@ -207,9 +207,9 @@ TVeredicto TJuez::Despues(const TPaso &paso, const TRespuesta &ahora, const TCam
         return {};
     }
     orden.Abierta = false;
-    if (muerto && m_cual == TCual::doble) // who would have been told
-        orden.Choques += PuedenChocar(orden);
     TMemoria &memoria = m_memorias[paso.Puesto];
+    if (muerto && m_cual == TCual::doble) // who would have been told
+        orden.Choques += PuedenChocar(orden, memoria);
     TVeredicto fallo = JuzgaTextos(orden, memoria);
     if (!fallo)
         fallo = m_cual == TCual::doble      ? JuzgaCitas(orden, memoria, ahora)

@@ -65,7 +65,7 @@ private:
         bool ConFecha = false; ///< the date field had the keys at some time
         bool Negada = false;
         bool PreguntaBorrar = false;
-        bool PreguntaAnadir = false; ///< whether a slot that one notary lacks is to be added
+        int PreguntasAnadir = 0; ///< whether a slot that one notary lacks is to be added
         bool Percance = false;
         int Choques = 0; ///< told of so many lines that both versions have been kept
     };
@@ -102,7 +102,7 @@ private:
     [[nodiscard]] TVeredicto AlDiaDeDos(const TPantalla &pantalla, TMemoria &memoria) const;
     /// Of the lines deleted here those that AGENDA has and a screen does not show.
     [[nodiscard]] QList<TLinea> SinMostrar(const QList<TLinea> &borradas, const TPantalla &pantalla) const;
-    [[nodiscard]] int PuedenChocar(const TOrden &orden) const;
+    [[nodiscard]] int PuedenChocar(const TOrden &orden, const TMemoria &memoria) const;
     // The day of several notaries. JuezConjunto.cpp
     [[nodiscard]] bool PedidaEnConjunta(const TOrden &orden, const TCambio &cambio) const;
     [[nodiscard]] TVeredicto JuzgaConjunta(const TOrden &orden, bool muerto) const;

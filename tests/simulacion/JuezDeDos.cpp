@@ -85,7 +85,7 @@ QList<TLinea> TJuez::SinMostrar(const QList<TLinea> &borradas, const TPantalla &
 
 /// How many lines of the screen AGENDA did not hold any more when the command was written: of these both
 /// versions may have been kept.
-int TJuez::PuedenChocar(const TOrden &orden) const
+int TJuez::PuedenChocar(const TOrden &orden, const TMemoria &memoria) const
 {
     QList<TLinea> antes = m_tablas.front()->Lineas().values();
     for (const TCambio &cambio : orden.Cambios)
@@ -94,6 +94,7 @@ int TJuez::PuedenChocar(const TOrden &orden) const
     for (const TCambio &cambio : orden.Cambios)
         if (cambio.Despues)
             antes.removeOne(*cambio.Despues);
+    Quita(memoria.Borradas, antes); // none of them stands on the screen, whatever they say
     return static_cast<int>(Quita(EnFilas(orden.Pantalla.Filas), antes).size());
 }
 
@@ -148,7 +149,7 @@ TVeredicto TJuez::JuzgaCitas(const TOrden &orden, const TMemoria &memoria, const
         return {};
     }
     // An hour is named once, however many of its lines have clashed.
-    const int dobles = orden.Choques > 0 ? std::max(orden.Choques, PuedenChocar(orden)) : 0;
+    const int dobles = orden.Choques > 0 ? std::max(orden.Choques, PuedenChocar(orden, memoria)) : 0;
     if (llegadas.size() > (Tiene(orden, nuevo) ? 1 : 0) + dobles)
         return Fallo('b', QStringLiteral("nadie la ha pedido: ") + cuentas);
     const bool refrescable = ahora.Estado == TEstado::listo && orden.Avisos.isEmpty() && !orden.Negada;
