@@ -95,7 +95,7 @@ void TGuion::Percance(TPaso &paso)
     if (!m_azar.UnaDe(porPartes ? 4 : 10))
         return;
     paso.Percance = Elige(TPercance::lenta, 5, TPercance::falla, porPartes ? 9 : 3, TPercance::muere,
-                          porPartes ? 4 : 2, TPercance::rota, m_cual == TCual::conjunta ? 0 : 0);
+                          porPartes ? 4 : 2, TPercance::rota, m_cual == TCual::conjunta ? 6 : 0);
     paso.Llamada = 1 + m_azar.Hasta(m_azar.UnaDe(2) ? 5 : 40);
     paso.C = Elige(alLeer, 4, alProyectar, 1, alAbrir, 1, alBloquear, 3, alReservar, 1);
 }
@@ -183,7 +183,7 @@ void TGuion::EnConjunta(TPaso &paso, const TPantalla &pantalla, int numero)
         paso.C = m_azar.Hasta(columnas);
     } else if (paso.Verbo == TVerbo::fecha) {
         paso.A = m_azar.Hasta(Dias);
-        paso.B = Elige(entera, 3, sinSalir, 0);
+        paso.B = Elige(entera, 3, sinSalir, 1);
     }
 }
 

@@ -405,27 +405,41 @@ TVeredicto TJuez::JuzgaTextos(const TOrden &orden, const TMemoria &memoria) cons
     return {};
 }
 
+TJuez::TCuentas TJuez::Cuenta(const TOrden &orden)
+{
+    TCuentas cuentas;
+    for (const TCambio &uno : orden.Cambios) {
+        cuentas.Borradas += uno.Despues ? 0 : 1;
+        cuentas.Nuevas += uno.Antes ? 0 : 1;
+        cuentas.Cambiadas += uno.Antes && uno.Despues ? 1 : 0;
+        cuentas.Vacias += !uno.Antes && uno.Despues->SinTexto() ? 1 : 0;
+    }
+    return cuentas;
+}
+
+TFallo TJuez::ConCuentas(const TOrden &orden, qsizetype todas) const
+{
+    const auto [borradas, nuevas, cambiadas, vacias] = Cuenta(orden);
+    const int accion = AccionDe(orden.Pasos.value(0));
+    return Fallo('d', (accion < 0 ? QString() : NombreDeAccion(accion)) +
+                          QStringLiteral(": de %1 líneas, %2 borradas, %3 nuevas, %4 cambiadas; avisos: %5")
+                              .arg(todas)
+                              .arg(borradas)
+                              .arg(nuevas)
+                              .arg(cambiadas)
+                              .arg(orden.Avisos.join(QStringLiteral(" / "))));
+}
+
 /// Rule d: a command that is not refused has done all of it, and a refused one nothing.
 TVeredicto TJuez::JuzgaCuentas(const TOrden &orden, bool muerto) const
 {
     const int accion = AccionDe(orden.Pasos.value(0));
     if (orden.Edita || orden.ConFecha || orden.Lineas.isEmpty())
         return {};
-    const auto cuenta = [&](auto &&cual) {
-        return std::count_if(orden.Cambios.begin(), orden.Cambios.end(), cual);
-    };
-    const auto borradas = cuenta([](const TCambio &uno) { return !uno.Despues; });
-    const auto nuevas = cuenta([](const TCambio &uno) { return !uno.Antes; });
-    const auto cambiadas = cuenta([](const TCambio &uno) { return uno.Antes && uno.Despues; });
+    const auto [borradas, nuevas, cambiadas, vacias] = Cuenta(orden);
     const auto todas = orden.Lineas.size();
     // One line alone is not named; its message says that nothing has been done.
     const auto hechas = todas == 1 ? (orden.Avisos.isEmpty() ? 1 : 0) : todas - Nombradas(orden.Avisos);
-    const auto cuentas = QStringLiteral("de %1 líneas, %2 borradas, %3 nuevas, %4 cambiadas; avisos: %5")
-                             .arg(todas)
-                             .arg(borradas)
-                             .arg(nuevas)
-                             .arg(cambiadas)
-                             .arg(orden.Avisos.join(QStringLiteral(" / ")));
     bool bien = true;
     if (orden.Negada)
         bien = orden.Cambios.isEmpty();
@@ -446,9 +460,7 @@ TVeredicto TJuez::JuzgaCuentas(const TOrden &orden, bool muerto) const
                (accion == ausente ? cambiadas == hechas
                 : accion == pegar ? cambiadas <= hechas // perhaps the line says that already
                                   : cambiadas == 0);
-    if (bien)
-        return {};
-    return Fallo('d', (accion < 0 ? QString() : NombreDeAccion(accion)) + QStringLiteral(": ") + cuentas);
+    return bien ? TVeredicto() : ConCuentas(orden, todas);
 }
 
 /// Rule e: what was typed is stored, or its clerk has given it up, or he has been told.

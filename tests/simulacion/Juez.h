@@ -81,6 +81,12 @@ private:
     [[nodiscard]] static QList<TSitio> LineasDe(const TPantalla &pantalla);
     static void Empieza(TOrden &orden, const TPantalla &pantalla);
     static void Ensena(TOrden &orden, const TPantalla &pantalla, bool ficha);
+    /// How many lines a command has deleted, added, changed, and added without a text.
+    struct TCuentas {
+        qsizetype Borradas = 0, Nuevas = 0, Cambiadas = 0, Vacias = 0;
+    };
+    [[nodiscard]] static TCuentas Cuenta(const TOrden &orden);
+    [[nodiscard]] TFallo ConCuentas(const TOrden &orden, qsizetype todas) const;
     /// The command that a step is, by its place in Acciones; -1: none.
     [[nodiscard]] int AccionDe(const TPaso &paso) const;
     [[nodiscard]] bool Tiene(const TOrden &orden, int accion) const;

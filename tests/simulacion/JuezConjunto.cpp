@@ -84,62 +84,51 @@ bool TJuez::PedidaEnConjunta(const TOrden &orden, const TCambio &cambio) const
 /// Rule d, table by table: what is refused has done nothing, and what is not has done all of it.
 TVeredicto TJuez::JuzgaConjunta(const TOrden &orden, bool muerto) const
 {
-    const int accion = orden.Pasos.isEmpty() ? -1 : AccionDe(orden.Pasos.front());
+    const int accion = AccionDe(orden.Pasos.value(0));
     if (orden.Edita || orden.ConFecha)
         return {};
-    const auto cuenta = [&](auto &&cual) {
-        return std::count_if(orden.Cambios.begin(), orden.Cambios.end(), cual);
-    };
-    const auto borradas = cuenta([](const TCambio &uno) { return !uno.Despues; });
-    const auto nuevas = cuenta([](const TCambio &uno) { return !uno.Antes; });
-    const auto cambiadas = cuenta([](const TCambio &uno) { return uno.Antes && uno.Despues; });
-    const auto vacias = cuenta([](const TCambio &uno) { return !uno.Antes && uno.Despues->SinTexto(); });
+    const auto [borradas, nuevas, cambiadas, vacias] = Cuenta(orden);
     const bool callado = orden.Avisos.isEmpty() && !muerto;
     qsizetype todas = 0; // that were to be written
     // Of those that are refused some would not have changed.
-    const auto hechas = [&](qsizetype menos) {
-        return cambiadas <= todas && (muerto || cambiadas >= todas - menos);
+    const auto hechas = [&, son = cambiadas](qsizetype menos) {
+        return son <= todas && (muerto || son >= todas - menos);
     };
     const auto hayQueMarcar = [&](const TSitio &sitio) {
         const QList<TLinea> vistas = orden.Vistas.value(sitio);
         return std::none_of(vistas.begin(), vistas.end(), SinCambioPorMarca);
     };
-    bool bien = false;
+    if (accion == borrar)
+        todas = EnLaFila(orden.Pantalla);
+    else if (accion == salida)
+        todas = std::count_if(orden.Lineas.begin(), orden.Lineas.end(), hayQueMarcar);
+    else if (accion == ausente)
+        todas =
+            std::count_if(orden.Pantalla.Filas.begin(), orden.Pantalla.Filas.end(), [&](const TFila &fila) {
+                return fila.Sitio.Notario == orden.Pantalla.Actual.Notario && hayQueMarcar(fila.Sitio);
+            });
+    bool bien = borradas == 0 && cambiadas == 0 && vacias == nuevas;
     if (orden.Negada)
         bien = orden.Cambios.isEmpty();
     else if (accion == borrar)
         bien = nuevas == 0 && cambiadas == 0 &&
-               (callado ? borradas == (todas = EnLaFila(orden.Pantalla)) || borradas == 0
+               (callado ? borradas == todas
                         : muerto || borradas == 0 || Dice(orden.Avisos, QLatin1String("Borrada ya")));
     else if (accion == limpiar)
         bien = borradas == 0 && nuevas == 0 && cambiadas <= (orden.Avisos.isEmpty() ? 1 : 0);
     else if (accion == salida)
         bien = borradas == 0 && nuevas == 0 &&
-               ((todas = std::count_if(orden.Lineas.begin(), orden.Lineas.end(), hayQueMarcar)) || true) &&
                hechas(std::count_if(orden.Avisos.begin(), orden.Avisos.end(),
                                     [](const QString &uno) { return uno.startsWith(QLatin1String("No ")); }));
-    else if (accion == ausente) {
-        for (const TFila &fila : orden.Pantalla.Filas)
-            todas += fila.Sitio.Notario == orden.Pantalla.Actual.Notario && hayQueMarcar(fila.Sitio) ? 1 : 0;
+    else if (accion == ausente)
         bien = borradas == 0 && nuevas == 0 &&
                (callado ? hechas(0) : hechas(HorasNombradas(orden.Avisos)) || cambiadas == 0);
-    } else if (accion == pegar || accion == pegarAHora)
+    else if (accion == pegar || accion == pegarAHora)
         bien = borradas == 0 && (!Dice(orden.Avisos, QLatin1String("No se ha pegado nada")) ||
                                  (cambiadas == 0 && vacias == nuevas));
-    else if (accion == nuevo || accion == completar)
-        bien = borradas == 0 && cambiadas == 0 && vacias == nuevas &&
-               (accion != nuevo || !callado || nuevas == Notarios || nuevas == 0);
-    else
-        bien = borradas == 0 && cambiadas == 0 && vacias == nuevas;
-    if (bien)
-        return {};
-    return Fallo('d', (accion < 0 ? QString() : NombreDeAccion(accion)) +
-                          QStringLiteral(": de %1 líneas, %2 borradas, %3 nuevas, %4 cambiadas; avisos: %5")
-                              .arg(todas)
-                              .arg(borradas)
-                              .arg(nuevas)
-                              .arg(cambiadas)
-                              .arg(orden.Avisos.join(QStringLiteral(" / "))));
+    else if (accion == nuevo && callado)
+        bien = bien && nuevas == Notarios;
+    return bien ? TVeredicto() : ConCuentas(orden, todas);
 }
 
 } // namespace simulacion
