@@ -3,6 +3,7 @@
 #include "tests/agenda3p/Motor3P.h"
 #include "tests/support/InformesDePrueba.h"
 
+#include <filesystem>
 #include <functional>
 
 using dataset::DataSet;
@@ -278,6 +279,40 @@ TEST_F(PegadoTest, AllLinesArePastedOrNone)
     EXPECT_FALSE(motor().TablaActual().isEditing());
     otro->cancel();
     EXPECT_EQ(oficina.dia(2, Hoy), (QStringList{"09:00  N", "10:00  N", "12:00  N"}));
+}
+
+// A colleague has booked while the absence was being asked for: his line is marked, or it is told that it is
+// not.
+TEST_F(HuecosTest, AnAbsenceTellsOfTheLineThatHasBeenAddedMeanwhile)
+{
+    motor().VeDia(Hoy);
+    oficina.linea(1, Hoy, "09:30", "Boda");
+    const TRespuesta marcada = motor().Ausente();
+    EXPECT_TRUE(marcada);
+    EXPECT_TRUE(marcada.Causa().contains("09:30") || oficina.dia(1, Hoy).at(1).contains("[AUSENTE]"))
+        << oficina.dia(1, Hoy).join(',').toStdString() << "; " << marcada.Causa().toStdString();
+}
+
+TEST_F(PegadoTest, LookingWhereItWouldGoWritesNothing)
+{
+    ve("09:00");
+    ASSERT_TRUE(motor().Modificar());
+    motor().TablaActual().field(u"CONCEPTO").setText("A medias");
+    static_cast<void>(motor().PreparaPegado(Hoy, "10:00"));
+    EXPECT_EQ(oficina.dia(1, Hoy).first(), "09:00  N");
+}
+
+TEST(HuecosDeVarios, ATableThatCannotBeOpenedKeepsNoOtherFromItsDay)
+{
+    support::OficinaDePrueba oficina(3);
+    for (int notario = 1; notario <= 3; ++notario)
+        oficina.linea(notario, Hoy, "10:00");
+    std::filesystem::remove(oficina.carpetaDe("NOTARIO2") / "AGENDA_N.DBF");
+    EXPECT_NO_THROW({
+        TAgenda3P motor(nullptr, QDate(), {});
+        motor.VeDia(Hoy);
+        EXPECT_EQ(motor.DiaMostrado(3), Hoy);
+    });
 }
 
 } // namespace

@@ -268,7 +268,7 @@ TEST_F(ConjuntaTest, APasteIsToldApartFromTheSlotThatAnotherTableLacks)
     tecla(Qt::Key_C, Qt::ControlModifier);
     motor->Tabla(3)->close();
     oficina.Mensaje.espera({"Está pegado, pero el hueco no se ha podido añadir en todas las agendas.\n"
-                            "La tabla no está abierta",
+                            "Carmen Güell: La tabla no está abierta",
                             Atencion});
     conHora(Qt::Key_V, Qt::ControlModifier | Qt::ShiftModifier, "1200");
     EXPECT_EQ(oficina.dia(1, Dia).last(), "12:00 Poder N");
