@@ -190,7 +190,7 @@ TRespuesta TFFichaCitas::VuelveASuLinea()
     if (VuelveAEscribir() != TBorrador::TLugar::suLinea)
         return TRespuesta::Fallo(m_causaDeEspera);
     if (m_borrador.HaCambiado())
-        return TRespuesta::Fallo(QStringLiteral("Otro puesto ha cambiado la línea mientras tanto"));
+        return TRespuesta::Fallo(LineaCambiada);
     return true;
 }
 
