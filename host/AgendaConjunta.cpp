@@ -82,7 +82,9 @@ TFAgendaConjunta::TFAgendaConjunta(IAgenda3P &motor, TClientesRaiz *clientes, co
 
 TFAgendaConjunta::~TFAgendaConjunta()
 {
+    m_acaba = true;
     CierraEditor(); // the program may end with a cell open
+    DiLoPendiente();
     // What closes from here on is neither edited nor a command's.
     ++m_ordenes;
     ++m_dialogos;
@@ -109,6 +111,7 @@ void TFAgendaConjunta::closeEvent(QCloseEvent *evento)
         evento->ignore(); // what was typed could not be written, and the clerk has been told
         return;
     }
+    DiLoPendiente(); // of a line that has gone; later there is no window to tell it
     CuentaAvisos();
     RecuerdaLugar();
     QMainWindow::closeEvent(evento);
@@ -176,13 +179,25 @@ void TFAgendaConjunta::VeAlDia(QDate fecha)
         alguno = alguno || m_motor.DiaMostrado(notario) == fecha;
     if (!alguno) // all are where they were
         throw dataset::EDatabaseError(visto.Causa());
-    m_fecha = fecha;
+    PonDia(fecha);
     m_modelo->Relee(m_fecha);
-    // Where only some notaries lack the day a whole new sheet would double the others'; its holes are seen,
-    // and completed on demand. What cannot be read may have one.
-    if (m_modelo->rowCount() == 0 && visto.Causa().isEmpty())
-        m_motor.InsertaDia(fecha, true);
+    try {
+        // Where only some notaries lack the day a whole new sheet would double the others'; its holes are
+        // seen, and completed on demand. What cannot be read may have one.
+        if (m_modelo->rowCount() == 0 && visto.Causa().isEmpty())
+            m_motor.InsertaDia(fecha, true);
+    } catch (...) {
+        Muestra(puesto); // what has been made of it, in those tables that could take it
+        throw;
+    }
     Muestra(puesto);
+}
+
+void TFAgendaConjunta::PonDia(QDate fecha)
+{
+    if (fecha != m_fecha)
+        m_rejilla->selectionModel()->select(m_rejilla->currentIndex(), QItemSelectionModel::ClearAndSelect);
+    m_fecha = fecha;
 }
 
 void TFAgendaConjunta::Muestra(const TPuestoConjunto &puesto)
@@ -243,7 +258,9 @@ void TFAgendaConjunta::Refresca()
     Muestra(actual);
     if (elegidas.size() > 1 && m_modelo->rowCount() != filas)
         Elige(elegidas);
-    if (!actual.Hora.isEmpty() && !m_modelo->Sigue(actual) && !m_modelo->EsIlegible(Notario()))
+    // A row may have been one that can be read no more.
+    const bool seSabe = actual.Linea != 0 ? !m_modelo->EsIlegible(Notario()) : !m_modelo->HayIlegibles();
+    if (!actual.Hora.isEmpty() && !m_modelo->Sigue(actual) && seSabe)
         statusBar()->showMessage(
             QStringLiteral("Otro puesto ha borrado el hueco de las %1.").arg(actual.Hora), EntreRefrescos);
     LeeColores();
@@ -346,7 +363,10 @@ bool TFAgendaConjunta::AceptaFecha()
         MEFecha->setFocus();
         return false;
     }
-    return ConGuarda([&] { VeAlDia(Cad_Date(texto)); });
+    const bool visto = ConGuarda([&] { VeAlDia(Cad_Date(texto)); });
+    if (!visto) // told; the field stands over the rows that are shown
+        MEFecha->setMaskedText(Date_Cad(m_fecha));
+    return visto;
 }
 
 void TFAgendaConjunta::AbreCalendario()
