@@ -327,7 +327,7 @@ void TFAgendaConjunta::CambiaCelda()
     AAusente->setEnabled(celda.isValid() && !m_modelo->LeFaltaLaHoja(notario) &&
                          !m_modelo->EsIlegible(notario));
     QString texto;
-    if (linea) {
+    if (celda.isValid()) {
         const int primera = (notario - 1) * CamposPorNotario;
         QStringList partes;
         for (int campo = 0; campo < CamposPorNotario; ++campo) {
@@ -335,9 +335,13 @@ void TFAgendaConjunta::CambiaCelda()
             if (!parte.isEmpty())
                 partes << parte;
         }
+        if (partes.isEmpty())
+            partes << (linea                           ? QStringLiteral("(libre)")
+                       : m_modelo->EsIlegible(notario) ? QStringLiteral("(no se puede leer)")
+                                                       : QStringLiteral("(sin hueco)"));
         texto = QStringLiteral("%1 · %2\n%3")
                     .arg(m_modelo->Hora(celda.row()), m_modelo->Nombre(notario),
-                         partes.isEmpty() ? QStringLiteral("(libre)") : partes.join(QStringLiteral(" · ")));
+                         partes.join(QStringLiteral(" · ")));
     }
     if (m_detalle->toPlainText() != texto)
         m_detalle->setPlainText(texto);

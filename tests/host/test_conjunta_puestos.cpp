@@ -3,6 +3,7 @@
 
 #include "tests/host/Conjunta.h"
 
+#include <QtWidgets/QPlainTextEdit>
 #include <QtWidgets/QStatusBar>
 
 using support::Atencion;
@@ -243,6 +244,8 @@ TEST_F(ConjuntaTest, AnUnreadableTableCostsItsOwnColumnAlone)
     motor->Tabla(2)->close();
     oficina.Mensaje.espera({"No se puede leer este día en la agenda de Benito Ruiz.", Atencion});
     tecla(Qt::Key_PageDown, Qt::ControlModifier);
+    EXPECT_EQ(ventana->findChild<QPlainTextEdit *>("Detalle")->toPlainText(),
+              "09:00 · Benito Ruiz\n(no se puede leer)");
     EXPECT_EQ(ventana->Fecha(), Dia);
     EXPECT_EQ(celda(0, 0), "");
     EXPECT_EQ(rejilla().model()->rowCount(), 2);
