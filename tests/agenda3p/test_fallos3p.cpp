@@ -3,29 +3,19 @@
 #include "agenda/LineaAgenda.h"
 #include "dataset/DatabaseError.h"
 #include "tests/agenda3p/Motor3P.h"
-#include "tests/driver/FileCalls.h"
-
-#include <cerrno>
+#include "tests/support/Fallos.h"
 
 namespace
 {
 
+using driver::filecalls::Call;
+using support::Fallos;
 using support::Hoy;
 using support::Manana;
-namespace filecalls = driver::filecalls;
 
 class Fallos3PTest : public support::Motor3PTest
 {
 protected:
-    Fallos3PTest()
-    {
-        oficina.Aliases.setLockPatience(std::chrono::milliseconds(0));
-        filecalls::watch(oficina.carpetaDe("NOTARIO2"), false);
-        TServicios servicios = Servicios();
-        servicios.Mensaje = &mensajes;
-        m_servicios = std::make_unique<TServiciosInstalados>(servicios);
-    }
-    ~Fallos3PTest() override { filecalls::unwatch(); }
     /// The days of the lines that a notary's table shows.
     [[nodiscard]] QList<QDate> dias(int notario)
     {
@@ -38,10 +28,7 @@ protected:
         }
         return dias;
     }
-    support::MensajesApuntados mensajes;
-
-private:
-    std::unique_ptr<TServiciosInstalados> m_servicios;
+    support::Fallos fallos{oficina, 2};
 };
 
 TEST_F(Fallos3PTest, ANewSheetLeavesNoTableWithoutADay)
@@ -50,20 +37,19 @@ TEST_F(Fallos3PTest, ANewSheetLeavesNoTableWithoutADay)
     enTodas(Hoy, {"09:00"});
     motor();
     int fallidas = 0;
-    for (const filecalls::Call llamada : {filecalls::Call::read, filecalls::Call::lock}) {
+    for (const Call llamada : {Call::read, Call::lock}) {
         bool met = true;
         for (int numero = 1; met; ++numero) {
-            const QDate nueva = Manana.addDays(numero + (llamada == filecalls::Call::lock ? 1000 : 0));
+            const QDate nueva = Manana.addDays(numero + (llamada == Call::lock ? 1000 : 0));
             motor().RangoPorFecha(Hoy);
-            filecalls::fail(filecalls::Fault{llamada, numero, EIO, true, false});
             bool hecha = true;
-            try {
-                motor().InsertaDia(nueva, false);
-            } catch (const dataset::EDatabaseError &) {
-                hecha = false;
-            }
-            met = filecalls::faultMet();
-            filecalls::fail({});
+            met = Fallos::durante(llamada, numero, true, [&] {
+                try {
+                    motor().InsertaDia(nueva, false);
+                } catch (const dataset::EDatabaseError &) {
+                    hecha = false;
+                }
+            });
             fallidas += hecha ? 0 : 1;
             for (int notario = 1; notario <= 3; ++notario) {
                 SCOPED_TRACE(testing::Message() << "notary " << notario << ", call "
@@ -79,16 +65,21 @@ TEST_F(Fallos3PTest, ANewSheetLeavesNoTableWithoutADay)
     EXPECT_GT(fallidas, 0) << "nothing has been tried";
 }
 
+// The second notary's table cannot be read and the first one's is held: what that one lacks is named, and the
+// third has his sheet.
 TEST_F(Fallos3PTest, ATableThatCannotBeReadKeepsNoOtherFromItsSheet)
 {
     oficina.ponAjustes(9, 9, 30);
     enTodas(Hoy, {"09:00"});
     motor().RangoPorFecha(Manana);
-    filecalls::fail(filecalls::Fault{filecalls::Call::read, 1, EIO, true, false});
-    EXPECT_THROW(motor().InsertaDia(Manana, false), dataset::EDatabaseError);
-    filecalls::fail({});
-    EXPECT_EQ(oficina.dia(1, Manana).size(), 2);
+    const auto otro = oficina.agenda(1);
+    otro->beginGroup();
+    Fallos::durante(Call::read, 1, true,
+                    [this] { EXPECT_THROW(motor().InsertaDia(Manana, false), dataset::EDatabaseError); });
+    otro->dropGroup();
     EXPECT_EQ(oficina.dia(3, Manana).size(), 2);
+    EXPECT_EQ(fallos.mensajes.Textos.filter("09:00").size(), 1);
+    EXPECT_EQ(fallos.mensajes.Textos.filter("09:30").size(), 1);
 }
 
 TEST_F(Fallos3PTest, CompletingADayAddsNoLineWithoutAnHour)
@@ -102,10 +93,7 @@ TEST_F(Fallos3PTest, CompletingADayAddsNoLineWithoutAnHour)
         otro->edit();
         otro->field(u"CONCEPTO").setText(QString::number(numero));
         otro->post();
-        filecalls::fail(filecalls::Fault{filecalls::Call::read, numero, EIO, true, false});
-        motor().Completar(Hoy);
-        met = filecalls::faultMet();
-        filecalls::fail({});
+        met = Fallos::durante(Call::read, numero, true, [this] { motor().Completar(Hoy); });
         for (const int notario : {1, 3}) {
             const auto tabla = oficina.agenda(notario);
             for (int fila = 0; fila < tabla->rowCount(); ++fila)
@@ -114,22 +102,6 @@ TEST_F(Fallos3PTest, CompletingADayAddsNoLineWithoutAnHour)
                     << tabla->rowCount();
         }
     }
-}
-
-// What the first notary has lost is named also where the second one's table ends the work.
-TEST_F(Fallos3PTest, LostSlotsAreNamedAlsoWhenAnotherTableFails)
-{
-    oficina.ponAjustes(9, 9, 30);
-    enTodas(Hoy, {"09:00"});
-    motor().RangoPorFecha(Manana);
-    const auto otro = oficina.agenda(1);
-    otro->beginGroup();
-    filecalls::fail(filecalls::Fault{filecalls::Call::read, 1, EIO, true, false});
-    EXPECT_THROW(motor().InsertaDia(Manana, false), dataset::EDatabaseError);
-    filecalls::fail({});
-    otro->dropGroup();
-    EXPECT_EQ(mensajes.Textos.filter("09:00").size(), 1);
-    EXPECT_EQ(mensajes.Textos.filter("09:30").size(), 1);
 }
 
 // Whatever call fails, once or from then on: it ends, and who has lost his line is named.
@@ -146,10 +118,9 @@ TEST_F(Fallos3PTest, ASlotWhoseDeletionFailsIsNamedWhereItHasGone)
             TAgenda3P uno(nullptr, Hoy, {});
             for (int notario = 1; notario <= 3; ++notario)
                 hueco << TLineaDeHueco{notario, uno.Tabla(notario)->seen()};
-            filecalls::fail(filecalls::Fault{std::nullopt, numero, EIO, dura, false});
-            const TRespuesta borrado = uno.BorrarHueco(hueco, false);
-            met = filecalls::faultMet();
-            filecalls::fail({});
+            TRespuesta borrado = true;
+            met =
+                Fallos::durante(std::nullopt, numero, dura, [&] { borrado = uno.BorrarHueco(hueco, false); });
             fallidas += borrado ? 0 : 1;
             const QString &causa = borrado.Causa();
             EXPECT_EQ(causa.startsWith("Benito Ruiz: "), !borrado);

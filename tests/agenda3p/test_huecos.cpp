@@ -281,25 +281,14 @@ TEST_F(PegadoTest, AllLinesArePastedOrNone)
     EXPECT_EQ(oficina.dia(2, Hoy), (QStringList{"09:00  N", "10:00  N", "12:00  N"}));
 }
 
-// A colleague has booked while the absence was being asked for: his line is marked, or it is told that it is
-// not.
-TEST_F(HuecosTest, AnAbsenceTellsOfTheLineThatHasBeenAddedMeanwhile)
-{
-    motor().VeDia(Hoy);
-    oficina.linea(1, Hoy, "09:30", "Boda");
-    const TRespuesta marcada = motor().Ausente();
-    EXPECT_TRUE(marcada);
-    EXPECT_TRUE(marcada.Causa().contains("09:30") || oficina.dia(1, Hoy).at(1).contains("[AUSENTE]"))
-        << oficina.dia(1, Hoy).join(',').toStdString() << "; " << marcada.Causa().toStdString();
-}
-
 TEST_F(PegadoTest, LookingWhereItWouldGoWritesNothing)
 {
     ve("09:00");
     ASSERT_TRUE(motor().Modificar());
     motor().TablaActual().field(u"CONCEPTO").setText("A medias");
-    static_cast<void>(motor().PreparaPegado(Hoy, "10:00"));
+    EXPECT_TRUE(motor().PreparaPegado(Hoy, "10:00").Destinos.isEmpty());
     EXPECT_EQ(oficina.dia(1, Hoy).first(), "09:00  N");
+    EXPECT_EQ(valor("CONCEPTO"), "A medias");
 }
 
 TEST(HuecosDeVarios, ATableThatCannotBeOpenedKeepsNoOtherFromItsDay)
@@ -307,12 +296,19 @@ TEST(HuecosDeVarios, ATableThatCannotBeOpenedKeepsNoOtherFromItsDay)
     support::OficinaDePrueba oficina(3);
     for (int notario = 1; notario <= 3; ++notario)
         oficina.linea(notario, Hoy, "10:00");
-    std::filesystem::remove(oficina.carpetaDe("NOTARIO2") / "AGENDA_N.DBF");
-    EXPECT_NO_THROW({
-        TAgenda3P motor(nullptr, QDate(), {});
-        motor.VeDia(Hoy);
-        EXPECT_EQ(motor.DiaMostrado(3), Hoy);
-    });
+    const auto fichero = oficina.carpetaDe("NOTARIO2") / "AGENDA_N.DBF";
+    const auto aparte = oficina.carpetaDe("NOTARIO2") / "APARTE";
+    std::filesystem::rename(fichero, aparte);
+    EXPECT_THROW(TAgenda3P(nullptr, Hoy, {}), dataset::EDatabaseError) << "the day is asked for at once";
+    TAgenda3P motor(nullptr, QDate(), {});
+    const TRespuesta visto = motor.VeDia(Hoy);
+    EXPECT_TRUE(visto);
+    EXPECT_TRUE(visto.Causa().startsWith("Benito Ruiz: ")) << visto.Causa().toStdString();
+    EXPECT_EQ(motor.DiaMostrado(3), Hoy);
+    EXPECT_FALSE(motor.EsLegible(2));
+    std::filesystem::rename(aparte, fichero);
+    EXPECT_EQ(motor.VeDia(Hoy).Causa(), "");
+    EXPECT_EQ(motor.Tabla(2)->rowCount(), 1);
 }
 
 } // namespace
