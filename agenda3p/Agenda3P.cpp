@@ -193,9 +193,11 @@ bool TAgenda3P::InsertaDia(QDate fecha, bool preguntar)
     // A table that is seen to have no line of the day gets its sheet once, though another workstation may be
     // answering the same question.
     std::array<bool, MaxNotarios> vacias{};
-    for (int notario = 1; notario <= MaxNotarios; ++notario)
+    for (int notario = 1; notario <= MaxNotarios; ++notario) {
+        const DataSet *const tabla = TMotorDeTablas::Tabla(notario);
         vacias.at(static_cast<std::size_t>(notario - 1)) =
-            Tabla(notario) && Dia(notario).Mostrado() == fecha && Tabla(notario)->isEmpty();
+            tabla && Dia(notario).Mostrado() == fecha && tabla->isEmpty();
+    }
     if (preguntar && !PreguntaHojaNueva(fecha))
         return false;
     QStringList perdidos;
