@@ -1,5 +1,6 @@
 #include "agenda/Borrador.h"
 
+#include "agenda/LineaAgenda.h"
 #include "agenda/Ruttb.h"
 
 using dataset::DataSet;
@@ -21,6 +22,8 @@ void TBorrador::Empieza(DataSet &tabla)
 {
     m_nueva = tabla.state() == DataSet::State::insert;
     m_linea = tabla.bookmark();
+    m_interesado = tabla.fieldIndex(NombreDe(TCampoLinea::interesado));
+    m_codigo = tabla.fieldIndex(NombreDe(TCampoLinea::codCliente));
     m_antes = ValoresDe(tabla);
     m_tecleado = m_antes;
     m_enEspera = m_haCambiado = false;
@@ -43,9 +46,9 @@ TBorrador::TLugar TBorrador::Recupera(DataSet &tabla, const TComienzos &comienzo
             const QVariantList ahora = ValoresDe(tabla);
             m_haCambiado = ahora != m_antes;
             for (int campo = 0; campo < ahora.size(); ++campo) {
-                const QVariant &suyo = ahora.at(campo);
-                if (suyo != m_antes.value(campo) && suyo != m_tecleado.value(campo) &&
-                    m_tecleado.value(campo) != m_antes.value(campo))
+                // A code says nothing to the clerk; his party is told.
+                if (campo != m_codigo && SeHaTecleado(campo) && Difieren(ahora, m_antes, campo) &&
+                    Difieren(ahora, m_tecleado, campo))
                     m_deOtros << tabla.field(campo).asText();
             }
             Escribe(tabla, true);
@@ -64,11 +67,19 @@ TBorrador::TLugar TBorrador::Recupera(DataSet &tabla, const TComienzos &comienzo
     return TLugar::ninguno;
 }
 
+/// Whether a field says different things in two states of the line; of a party or his code, whether either
+/// does.
+bool TBorrador::Difieren(const QVariantList &unos, const QVariantList &otros, int campo) const
+{
+    const auto uno = [&](int cual) { return unos.value(cual) != otros.value(cual); };
+    return campo == m_interesado || campo == m_codigo ? uno(m_interesado) || uno(m_codigo) : uno(campo);
+}
+
 QStringList TBorrador::Tecleado() const
 {
     QStringList textos;
     for (qsizetype campo = 0; campo < m_tecleado.size(); ++campo) {
-        if (m_tecleado.at(campo) != m_antes.value(campo))
+        if (campo != m_codigo && SeHaTecleado(static_cast<int>(campo)))
             textos << m_tecleado.at(campo).toString();
     }
     return textos;
@@ -84,7 +95,7 @@ QString TBorrador::LoDeOtros() const
 void TBorrador::Escribe(DataSet &tabla, bool soloLoTecleado) const
 {
     for (int campo = 0; campo < m_tecleado.size(); ++campo) {
-        if (!soloLoTecleado || m_tecleado.at(campo) != m_antes.value(campo))
+        if (!soloLoTecleado || SeHaTecleado(campo))
             tabla.field(campo).setValue(m_tecleado.at(campo));
     }
 }

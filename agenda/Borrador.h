@@ -7,8 +7,12 @@
 
 #include <functional>
 
+/// Why what has waited for its line is not written yet: the clerk is to see first what stands there by now.
+inline const QString LineaCambiada = QStringLiteral("Otro puesto ha cambiado la línea mientras tanto");
+
 /// What the clerk has typed into a line, kept so that it outlives a change that could not be stored. The one
-/// way of all windows.
+/// way of all windows. A party and his client's code are one thing: who has typed one of them has typed both,
+/// and neither goes without the other.
 class TBorrador
 {
 public:
@@ -40,6 +44,8 @@ public:
     [[nodiscard]] bool EsNueva() const { return m_nueva; }
     /// Value of a field as it was typed last.
     [[nodiscard]] QVariant Tecleado(int campo) const { return m_tecleado.value(campo); }
+    /// Value of a field as it was when the change began.
+    [[nodiscard]] QVariant AlEmpezar(int campo) const { return m_antes.value(campo); }
     /// The texts that were typed, where the line said something else before.
     [[nodiscard]] QStringList Tecleado() const;
     /// A sentence, on a row of its own, with what others had written in the fields that were typed anew when
@@ -47,6 +53,8 @@ public:
     [[nodiscard]] QString LoDeOtros() const;
 
 private:
+    [[nodiscard]] bool Difieren(const QVariantList &unos, const QVariantList &otros, int campo) const;
+    [[nodiscard]] bool SeHaTecleado(int campo) const { return Difieren(m_tecleado, m_antes, campo); }
     void Escribe(dataset::DataSet &tabla, bool soloLoTecleado) const;
 
     bool m_nueva = true;
@@ -54,6 +62,8 @@ private:
     bool m_haCambiado = false;
     QStringList m_deOtros;
     dataset::Bookmark m_linea = 0;
+    int m_interesado = -1; ///< field number; -1 where the table has none
+    int m_codigo = -1;     ///< the same
     QVariantList m_antes;
     QVariantList m_tecleado;
 };

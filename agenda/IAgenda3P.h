@@ -13,8 +13,8 @@ struct TLineaDeHueco {
     int Notario = 0; ///< 1-based
     dataset::SeenRecord Linea;
 };
-/// The lines that stand side by side in a row of a screen, at most one of each notary; who has none there is
-/// not in it.
+/// Lines of several notaries. As a slot they stand side by side in a row of a screen, at most one of each
+/// notary; who has none there is not in it.
 using THueco = QList<TLineaDeHueco>;
 
 /// What a paste is going to do: made by PreparaPegado(), looked at by whoever asks the user, and done by
@@ -62,20 +62,26 @@ public:
 
     // Days
     /// Restricts every table to a day. @return whether each of them holds a line of it.
-    /// @throws dataset::EDatabaseError when a table cannot be read; the others show the day all the same.
+    /// @throws dataset::EDatabaseError, naming the notaries whose table cannot be read; the others show the
+    /// day all the same.
     virtual bool RangoPorFecha(QDate fecha) = 0;
     /// Shows the whole of every table. @throws dataset::EDatabaseError as RangoPorFecha() does.
     virtual void CancelaRangoPorFecha() = 0;
-    /// Shows a day in every table that can be read, each for itself: one that shows it already takes in what
-    /// others have written and keeps its line, also the one being edited; one that cannot be read stays as it
-    /// was, which DiaMostrado() tells.
+    /// Shows a day in every table that can be read, each for itself: one of the engine's own that could not
+    /// be opened before is opened if it can be by now; one that shows the day already takes in what others
+    /// have written and keeps its line, also the one being edited; one that cannot be read stays as it was,
+    /// which DiaMostrado() tells.
     /// @return whether any table holds a line of the day; the cause names the notaries whose table failed.
     virtual TRespuesta VeDia(QDate fecha) = 0;
     /// The day to which a notary's table is restricted; invalid where there is none.
     [[nodiscard]] virtual QDate DiaMostrado(int notario) const = 0;
+    /// Whether a notary's table could be read when a day was last shown in all, seen again or built. One that
+    /// could not be shows what it showed before, which may be old.
+    [[nodiscard]] virtual bool EsLegible(int notario) const = 0;
     /// Builds the sheet of a day in every table and shows that day. A table in which that fails shows what it
-    /// showed before.
+    /// showed before, and keeps no other from its sheet.
     /// @param preguntar  ask the user first. @return false when declined, or when a table has no line of it.
+    /// @throws dataset::EDatabaseError at the end, naming the notaries whose table failed.
     virtual bool InsertaDia(QDate fecha, bool preguntar) = 0;
     /// Show the nearest earlier or later day of the current table, in the others as VeDia() does.
     /// @return false when there is none. @throws dataset::EDatabaseError when the current table cannot be
@@ -130,6 +136,10 @@ public:
     /// Adds the current line to the copy buffer; an empty one where there is none.
     /// @throws dataset::EDatabaseError
     virtual void Copiar() = 0;
+    /// Adds lines of any notaries to the copy buffer, as they were seen: all of them, or none where one has
+    /// changed or gone or cannot be read, or where a line of its table is being edited. Every table stands
+    /// afterwards where it stood before. The cause says whose and of what hour it was.
+    virtual TRespuesta CopiarVistas(const THueco &lineas) = 0;
     /// The hours of the copied lines, in the order copied.
     [[nodiscard]] virtual QStringList HorasCopiadas() const = 0;
     /// Writes every copied line into the same hour of a day; what stands there is written over, whatever it
@@ -145,13 +155,15 @@ public:
     virtual TRespuesta PegarHora(QDate fecha, const QString &hora) = 0;
     /// Looks where the copied lines would go in the current table, and at what stands there; writes nothing.
     /// @param hora  of the first line, as in PegarHora(); null: each goes to its own hour.
-    /// @return without Destinos where nothing can be pasted. @throws dataset::EDatabaseError
+    /// @return without Destinos where nothing can be pasted, also while a line of that table is being edited,
+    /// which stays so. @throws dataset::EDatabaseError
     [[nodiscard]] virtual TPegado PreparaPegado(QDate fecha, const QString &hora) = 0;
     /// Does it: all lines in one commit, or none where one of those to be written over has changed since,
-    /// somebody has booked at an hour that was free, or more has been copied. Slots that are missing are
+    /// somebody has booked at an hour that was free, more has been copied, or a line of that table is being
+    /// edited. Slots that are missing are
     /// added first, and stay: to the current table alone where another one has that hour, otherwise to all.
-    /// Every table stands afterwards where it stood before, and nothing is left pending. @return whether it
-    /// was pasted; true with a cause where a slot could not be added to another table.
+    /// Every table stands afterwards where it stood before, and nothing of the paste is left pending. @return
+    /// whether it was pasted; true with a cause where a slot could not be added to another table.
     virtual TRespuesta PegaPreparado(const TPegado &pegado) = 0;
     /// Blanks the current line but for its date, hour, client code and notice flag.
     virtual TRespuesta Limpiar(bool preguntar) = 0;

@@ -1,6 +1,7 @@
 #include "agenda/LineaAgenda.h"
 
 #include "agenda/Rnumcad.h"
+#include "dataset/DatabaseError.h"
 
 #include <algorithm>
 #include <cmath>
@@ -127,6 +128,18 @@ bool TLineaAgenda::DiceLoMismo(const TLineaAgenda &otra, std::span<const TCampoL
 {
     return std::all_of(campos.begin(), campos.end(),
                        [&](TCampoLinea campo) { return Valor(campo) == otra.Valor(campo); });
+}
+
+QList<TLineaAgenda> LineasQueSeVen(const DataSet &tabla)
+{
+    QList<TLineaAgenda> lineas;
+    lineas.reserve(tabla.rowCount());
+    for (int fila = 0; fila < tabla.rowCount(); ++fila) {
+        lineas << TLineaAgenda::DeFila(tabla, fila);
+        if (!lineas.last().Fecha.isValid()) // every line of a range has its date
+            throw dataset::EDatabaseError(QStringLiteral("No se pueden leer todas las líneas del día"));
+    }
+    return lineas;
 }
 
 QString TextoDeFila(const DataSet &tabla, int fila, TCampoLinea campo)

@@ -3,6 +3,7 @@
 #include "dataset/DataSet.h"
 
 #include <QtCore/QDate>
+#include <QtCore/QList>
 #include <QtCore/QString>
 
 #include <array>
@@ -86,6 +87,9 @@ private:
     void Lee(const dataset::DataSet &tabla, TTextoDe &&textoDe, TValorDe &&valorDe);
 };
 
+/// The lines that a table's range shows, as they are shown. @throws dataset::EDatabaseError where one cannot
+/// be read: a row alone would be blank then.
+[[nodiscard]] QList<TLineaAgenda> LineasQueSeVen(const dataset::DataSet &tabla);
 /// One field of a row, for who paints: the row is not read whole for it.
 [[nodiscard]] QString TextoDeFila(const dataset::DataSet &tabla, int fila, TCampoLinea campo);
 /// Leaves a new line in insert mode, with its date, hour and both flags. @throws dataset::EDatabaseError

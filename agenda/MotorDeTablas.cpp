@@ -42,7 +42,8 @@ TMotorDeTablas::TMotorDeTablas(QObject *propietario, const TTablasNotarios &tabl
 
 TMotorDeTablas::~TMotorDeTablas() = default;
 
-void TMotorDeTablas::AbreTablas(const std::function<dataset::DbfTable &(int)> &tabla)
+void TMotorDeTablas::AbreTablas(const std::function<dataset::DbfTable &(int)> &tabla,
+                                const std::function<void(int)> &sinAbrir)
 {
     const TServicios &servicios = Servicios();
     m_tablas = {}; // what the host has given behind an empty first place is not used
@@ -51,11 +52,29 @@ void TMotorDeTablas::AbreTablas(const std::function<dataset::DbfTable &(int)> &t
         dataset::DbfTable &una = tabla(notario);
         una.setDatabaseName(servicios.Rut->AliasNotario(notario));
         una.setIndexFieldNames(NombreDe(TCampoLinea::fecha));
-        AbreTabla(una);
-        CompruebaCamposAgendaN(una);
         m_tablas.at(static_cast<std::size_t>(notario - 1)) = &una;
+        try {
+            AbreAgendaN(una);
+            CuentaAvisosDe(una);
+        } catch (const std::exception &error) {
+            if (!sinAbrir)
+                throw;
+            qCWarning(registroMotor, "Opening the table of notary %d: %s", notario, error.what());
+            sinAbrir(notario);
+        }
     }
     PonTablas();
+}
+
+void TMotorDeTablas::AbreAgendaN(dataset::DbfTable &tabla)
+{
+    tabla.open();
+    try {
+        CompruebaCamposAgendaN(tabla);
+    } catch (...) {
+        CierraTabla(tabla); // it is none that could be worked on
+        throw;
+    }
 }
 
 void TMotorDeTablas::PonTablas()

@@ -85,8 +85,15 @@ protected:
     ~TMotorDeTablas();
 
     /// Opens a table for every notary of the office, one where the office counts none.
-    /// @param tabla  gives the cursor of a notary, 1 to 5. @throws dataset::EDatabaseError
-    void AbreTablas(const std::function<dataset::DbfTable &(int)> &tabla);
+    /// @param tabla     gives the cursor of a notary, 1 to 5.
+    /// @param sinAbrir  is told of a notary whose table cannot be opened, which has its place all the same
+    /// and
+    ///                  stays closed; null: the failure is thrown. @throws dataset::EDatabaseError
+    void AbreTablas(const std::function<dataset::DbfTable &(int)> &tabla,
+                    const std::function<void(int notario)> &sinAbrir = {});
+    /// Opens one of them. What it has found stays with the table, to be told later.
+    /// @throws dataset::EDatabaseError, with the table closed, also when it lacks a field of an agenda.
+    static void AbreAgendaN(dataset::DbfTable &tabla);
     /// Takes the one table of an engine that opens it for each use. @param tabla  not owned, outlives the
     /// engine; it may be closed. @param lineas  those that its day shows.
     void PonTablaUnica(dataset::DataSet &tabla, TLineasDelDia lineas);

@@ -2,9 +2,9 @@
 
 #include "agenda/Ruttb.h"
 
-#include <QtCore/QLoggingCategory>
-
 #include <QtCore/QHash>
+#include <QtCore/QLoggingCategory>
+#include <QtCore/QSet>
 
 #include <algorithm>
 
@@ -32,7 +32,7 @@ QString HorasYCausas(const THorasFallidas &fallidas)
     for (const auto &[hora, causa] : fallidas) {
         if (!horas.contains(causa))
             causas << causa;
-        horas[causa] << hora;
+        horas[causa] << (hora.isEmpty() ? QStringLiteral("Una línea sin hora o sin leer") : hora);
     }
     QStringList renglones;
     for (const QString &causa : causas)
@@ -136,9 +136,30 @@ TRespuesta TOrdenesDeLineas::CambiaTodas(const std::function<void(dataset::DataS
     THorasFallidas fallidas;
     for (const TLineaFallida &una : Cambia(lineas, cambio))
         fallidas.emplaceBack(TLineaAgenda::DeVista(m_tabla, una.Linea).Hora, una.Causa);
+    const bool alguna = fallidas.size() < lineas.size();
+    fallidas += AnadidasDesde(lineas);
     if (!m_tabla.goToBookmark(donde))
         m_tabla.first();
-    return {fallidas.size() < lineas.size(), HorasYCausas(fallidas)};
+    return {alguna, HorasYCausas(fallidas)};
+}
+
+/// The lines that the table shows by now and were not among those seen. Throws nothing: the work is done.
+THorasFallidas TOrdenesDeLineas::AnadidasDesde(const TLineasVistas &lineas)
+{
+    QSet<dataset::Bookmark> vistas;
+    for (const SeenRecord &linea : lineas)
+        vistas.insert(linea.bookmark());
+    THorasFallidas anadidas;
+    try {
+        m_tabla.refresh();
+        for (int fila = 0; fila < m_tabla.rowCount(); ++fila) {
+            if (!vistas.contains(m_tabla.bookmarkAt(fila)))
+                anadidas.emplaceBack(TextoDeFila(m_tabla, fila, TCampoLinea::hora), LaHaAnadidoOtro);
+        }
+    } catch (const std::exception &error) {
+        qCWarning(registroLineas, "Lines added meanwhile are not looked for: %s", error.what());
+    }
+    return anadidas;
 }
 
 /// To be called in a group. @return the lines that could not be deleted, of which nothing has been written.

@@ -17,6 +17,13 @@ struct TLineaFallida {
 };
 using TLineasFallidas = QList<TLineaFallida>; ///< in the order of the lines given
 
+/// What has failed, hour by hour and why; hours of one cause stand together.
+using THorasFallidas = QList<std::pair<QString, QString>>;
+[[nodiscard]] QString HorasYCausas(const THorasFallidas &fallidas);
+
+/// Why a line that the clerk has not seen is left alone.
+inline const QString LaHaAnadidoOtro = QStringLiteral("Otro puesto la ha añadido mientras tanto.");
+
 /// Commands on several lines of a table. A line that the table holds otherwise by now is left alone, and
 /// named. Each command is one commit; when that cannot be written, every line is tried as a commit of its
 /// own, so that one bad line does not hold up the others. Where others hold the whole table it is waited for
@@ -39,7 +46,8 @@ public:
     TLineasFallidas Marca(const TLineasVistas &lineas, const QString &marca);
     /// Changes every line that the table shows, as it shows it, and goes back to the current line.
     /// @param cambio  writes into the line that is being edited.
-    /// @return whether a line has been changed; the cause names those that have not, by their hours.
+    /// @return whether a line has been changed; the cause names those that have not, by their hours, and
+    /// those that others have added meanwhile.
     /// @throws dataset::EDatabaseError when what is pending cannot be stored, or no line read afterwards.
     TRespuesta CambiaTodas(const std::function<void(dataset::DataSet &)> &cambio);
 
@@ -49,15 +57,12 @@ private:
     using TOperacion = std::function<void(const dataset::SeenRecord &)>;
     TLineasFallidas PorCadaLinea(const TLineasVistas &lineas, const TOperacion &operacion);
     TLineasFallidas EnUnGrupo(const TLineasVistas &lineas, const TOperacion &operacion);
+    THorasFallidas AnadidasDesde(const TLineasVistas &lineas);
     TLineasFallidas BorraYCopia(const TLineasVistas &lineas, QDate destino);
     TLineasFallidas MueveEnUnCommit(const TLineasVistas &lineas, QDate destino);
 
     dataset::DataSet &m_tabla;
 };
-
-/// What has failed, hour by hour and why; hours of one cause stand together.
-using THorasFallidas = QList<std::pair<QString, QString>>;
-[[nodiscard]] QString HorasYCausas(const THorasFallidas &fallidas);
 
 /// Fills the new line that has been begun with another one, but for the date, and posts it.
 /// @throws dataset::EDatabaseError when it cannot be written; nothing is left pending.

@@ -8,13 +8,13 @@
 #include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
+#include "dataset/DatabaseError.h"
 
 #include <QtCore/QMap>
 #include <QtCore/QScopeGuard>
 
 #include <algorithm>
 #include <array>
-#include <exception>
 #include <utility>
 
 using dataset::DataSet;
@@ -59,6 +59,13 @@ QString EscribeMarcaAlterna(DataSet &tabla, const QString &marca, const QString 
     return LoQueNoCabe(tabla, linea);
 }
 
+/// @throws dataset::EDatabaseError where there is a cause.
+void LanzaSiHay(const QString &causa)
+{
+    if (!causa.isEmpty())
+        throw dataset::EDatabaseError(causa);
+}
+
 } // namespace
 
 TAgenda3P::TAgenda3P(QObject *propietario, QDate fecha, const TTablasNotarios &tablas,
@@ -68,7 +75,12 @@ TAgenda3P::TAgenda3P(QObject *propietario, QDate fecha, const TTablasNotarios &t
     if (!tablas.front()) {
         // Without a parent: the engine is the one that deletes it.
         m_datos = std::make_unique<TDMAgendaZen>(*Servicios().Aliases, nullptr);
-        AbreTablas([this](int notario) -> dataset::DbfTable & { return m_datos->tbAgendaN(notario); });
+        const auto sinAbrir = [this](int notario) {
+            m_sinAbrir.at(static_cast<std::size_t>(notario - 1)) = true;
+        };
+        // Who asks for a day at once gets it of all tables or none; who asks later, of those that open.
+        AbreTablas([this](int notario) -> dataset::DbfTable & { return m_datos->tbAgendaN(notario); },
+                   fecha.isValid() ? std::function<void(int)>() : sinAbrir);
     }
     if (fecha.isValid() && !TAgenda3P::RangoPorFecha(fecha))
         TAgenda3P::InsertaDia(fecha, true);
@@ -85,38 +97,56 @@ TAgenda3P::~TAgenda3P()
 // ---------------------------------------------------------------------------------------------------------------------
 // Days
 
-/// Runs work for every notary who has a table; one that fails does not hold up the others.
-/// @throws what failed last.
-void TAgenda3P::EnCadaTabla(const std::function<void(int notario)> &trabajo)
+QString TAgenda3P::ConNombre(int notario, const QString &causa)
 {
-    std::exception_ptr fallo;
+    return NombreNotario(notario) + QStringLiteral(": ") + causa;
+}
+
+/// Runs work that reads the table, for every notary who has one; a table that fails does not hold up the
+/// others. @param menosEn  the notary who is left out; 0 for none. @return the causes, with their notaries.
+QString TAgenda3P::EnCadaTabla(const std::function<void(int notario)> &trabajo, int menosEn)
+{
+    QStringList causas;
     for (int notario = 1; notario <= MaxNotarios; ++notario) {
-        try {
-            if (Tabla(notario))
-                trabajo(notario);
-        } catch (...) {
-            fallo = std::current_exception();
-        }
+        if (!Tabla(notario) || notario == menosEn)
+            continue;
+        const auto suyo = [&] {
+            trabajo(notario);
+            return true;
+        };
+        const TRespuesta hecho = ConGuarda(*Tabla(notario), "EnCadaTabla", suyo, TTrasFallo::deja);
+        m_legibles.at(static_cast<std::size_t>(notario - 1)) = hecho;
+        if (!hecho)
+            causas << ConNombre(notario, hecho.Causa());
     }
-    if (fallo)
-        std::rethrow_exception(fallo);
+    return causas.join(u'\n');
 }
 
 bool TAgenda3P::RangoPorFecha(QDate fecha)
 {
     bool todas = true;
-    EnCadaTabla([&](int notario) { todas = Dia(notario).Muestra(fecha) && todas; });
+    LanzaSiHay(EnCadaTabla([&](int notario) { todas = Dia(notario).Muestra(fecha) && todas; }));
     return todas;
 }
 
 void TAgenda3P::CancelaRangoPorFecha()
 {
-    EnCadaTabla([this](int notario) { Dia(notario).MuestraTodo(); });
+    LanzaSiHay(EnCadaTabla([this](int notario) { Dia(notario).MuestraTodo(); }));
 }
 
 TRespuesta TAgenda3P::VeDia(QDate fecha)
 {
     return VeDiaEn(fecha, 0);
+}
+
+/// Tries again to open a table that could not be opened. @throws dataset::EDatabaseError
+void TAgenda3P::AbreSiFalta(int notario)
+{
+    bool &falta = m_sinAbrir.at(static_cast<std::size_t>(notario - 1));
+    if (!falta)
+        return;
+    AbreAgendaN(m_datos->tbAgendaN(notario));
+    falta = false;
 }
 
 /// @param menosEn  the notary who is left out; 0 for none.
@@ -125,23 +155,17 @@ TRespuesta TAgenda3P::VeDiaEn(QDate fecha, int menosEn)
     if (!fecha.isValid())
         return false;
     bool hay = false;
-    QStringList causas;
-    for (int notario = 1; notario <= MaxNotarios; ++notario) {
-        DataSet *const tabla = Tabla(notario);
-        if (!tabla || notario == menosEn)
-            continue;
-        const auto ve = [&] {
-            if (DiaMostrado(notario) != fecha)
-                return Dia(notario).Muestra(fecha);
-            tabla->refresh(); // which leaves alone a line that is being edited
-            return !tabla->isEmpty();
-        };
-        const TRespuesta una = ConGuarda(*tabla, "VeDia", ve, TTrasFallo::deja);
-        hay = hay || una;
-        if (!una.Causa().isEmpty())
-            causas << NombreNotario(notario) + QStringLiteral(": ") + una.Causa();
-    }
-    return {hay, causas.join(u'\n')};
+    const auto ve = [&](int notario) {
+        DataSet &tabla = *Tabla(notario);
+        AbreSiFalta(notario);
+        if (DiaMostrado(notario) != fecha)
+            Dia(notario).Muestra(fecha);
+        else
+            tabla.refresh(); // which leaves alone a line that is being edited
+        hay = hay || !tabla.isEmpty();
+    };
+    const QString causa = EnCadaTabla(ve, menosEn);
+    return {hay, causa};
 }
 
 QDate TAgenda3P::DiaMostrado(int notario) const
@@ -149,10 +173,16 @@ QDate TAgenda3P::DiaMostrado(int notario) const
     return Tabla(notario) ? Dia(notario).Mostrado() : QDate();
 }
 
+bool TAgenda3P::EsLegible(int notario) const
+{
+    return Tabla(notario) && m_legibles.at(static_cast<std::size_t>(notario - 1));
+}
+
 /// Shows a day in the current table, and then in the others as far as they can be read.
 void TAgenda3P::VeDiaConLasDemas(QDate fecha)
 {
     DiaActual().Muestra(fecha); // in front: where it fails, no table has gone to another day
+    m_legibles.at(static_cast<std::size_t>(NotarioActual() - 1)) = true;
     VeDiaEn(fecha, NotarioActual());
 }
 
@@ -163,35 +193,30 @@ bool TAgenda3P::InsertaDia(QDate fecha, bool preguntar)
     // A table that is seen to have no line of the day gets its sheet once, though another workstation may be
     // answering the same question.
     std::array<bool, MaxNotarios> vacias{};
-    for (int notario = 1; notario <= MaxNotarios; ++notario)
+    for (int notario = 1; notario <= MaxNotarios; ++notario) {
+        const DataSet *const tabla = TMotorDeTablas::Tabla(notario);
         vacias.at(static_cast<std::size_t>(notario - 1)) =
-            Tabla(notario) && Dia(notario).Mostrado() == fecha && Tabla(notario)->isEmpty();
+            tabla && Dia(notario).Mostrado() == fecha && tabla->isEmpty();
+    }
     if (preguntar && !PreguntaHojaNueva(fecha))
         return false;
     QStringList perdidos;
-    std::exception_ptr fallo;
     // The slots of a whole sheet go table by table: one commit each, instead of one a line.
-    for (int notario = 1; notario <= MaxNotarios && !fallo; ++notario) {
-        if (!Tabla(notario))
-            continue;
-        try {
-            Dia(notario).TodoONada([&] {
-                perdidos << AnadeHojaDelDia(*Tabla(notario), fecha,
-                                            vacias.at(static_cast<std::size_t>(notario - 1)));
-                Dia(notario).Muestra(fecha);
-            });
-        } catch (...) {
-            fallo = std::current_exception();
-        }
-    }
+    const QString causa = EnCadaTabla([&](int notario) {
+        Dia(notario).TodoONada([&] {
+            perdidos << AnadeHojaDelDia(*Tabla(notario), fecha,
+                                        vacias.at(static_cast<std::size_t>(notario - 1)));
+            Dia(notario).Muestra(fecha);
+        });
+    });
     // A slot is one of all tables, and is named once, however many of them lack it.
     perdidos.removeDuplicates();
     perdidos.sort();
     for (const QString &hueco : std::as_const(perdidos))
         AvisaHuecoPerdido(hueco);
-    const bool todas = TAgenda3P::RangoPorFecha(fecha); // to be seen also where its sheet could not be had
-    if (fallo)
-        std::rethrow_exception(fallo);
+    bool todas = true; // to be seen also where its sheet could not be had
+    const QString alVer = EnCadaTabla([&](int notario) { todas = Dia(notario).Muestra(fecha) && todas; });
+    LanzaSiHay(causa.isEmpty() ? alVer : causa);
     return todas;
 }
 
@@ -230,6 +255,7 @@ TAgenda3P::TAnadida TAgenda3P::AnadeEnTodas(QDate fecha, const QString &hora)
     }
     const auto vuelve = qScopeGuard([this, actual = NotarioActual()] { PonNotarioActual(actual); });
     const DataSet *const inicial = &TablaActual();
+    QStringList causas;
     for (int notario = 1; notario <= MaxNotarios; ++notario) {
         if (!Tabla(notario))
             continue; // the count goes beyond the tables given
@@ -244,11 +270,12 @@ TAgenda3P::TAnadida TAgenda3P::AnadeEnTodas(QDate fecha, const QString &hora)
             puesta = AceptarAgendaN();
         if (!puesta) {
             CancelaSinPreguntar(tabla);
-            anadida.Todas = puesta;
+            causas << ConNombre(notario, puesta.Causa());
         } else if (&tabla == inicial) {
             anadida.Actual = true;
         }
     }
+    anadida.Todas = {causas.isEmpty(), causas.join(u'\n')};
     return anadida;
 }
 
@@ -285,19 +312,24 @@ TRespuesta TAgenda3P::Borrar(bool preguntar)
         return hay;
     if (preguntar && !PreguntaBorrar(hora))
         return false;
-    QString causa;
+    QStringList causas;
+    const auto borra = [&](DataSet &tabla) {
+        const TRespuesta suya = BorraSiEsDe(tabla, hora);
+        if (!suya.Causa().isEmpty())
+            causas << ConNombre(NotarioActual(), suya.Causa());
+        return suya;
+    };
     {
         const auto vuelve = qScopeGuard([this, actual = NotarioActual()] { PonNotarioActual(actual); });
         for (int notario = 1; notario <= TAgenda3P::NumNotarios(); ++notario) {
             PonNotarioActual(notario); // deliberate: an empty position leaves the table before it, once more
-            if (&TablaActual() == &inicial)
-                continue;
-            if (const TRespuesta suya = BorraSiEsDe(TablaActual(), hora); !suya.Causa().isEmpty())
-                causa = suya.Causa();
+            if (&TablaActual() != &inicial)
+                borra(TablaActual());
         }
     }
-    const TRespuesta borrada = BorraSiEsDe(inicial, hora);
-    return {borrada, borrada.Causa().isEmpty() ? causa : borrada.Causa()};
+    const bool borrada = borra(inicial);
+    causas.removeDuplicates();
+    return {borrada, causas.join(u'\n')};
 }
 
 TRespuesta TAgenda3P::Salida()

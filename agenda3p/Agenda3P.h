@@ -6,11 +6,13 @@
 
 #include <QtCore/QObject>
 
+#include <array>
 #include <functional>
 #include <memory>
 #include <optional>
 
 class TDMAgendaZen;
+struct TLineaAgenda;
 
 /// The engine of several tables; what it does is said with its interface.
 class TAgenda3P : public IAgenda3P, private TMotorDeTablas
@@ -22,7 +24,8 @@ public:
     /// @param tablas       open tables of the host, not owned; with an empty first position the engine opens
     ///                     one table per notary itself.
     /// @param informes     not owned, outlives the engine; null where no report is ever asked for.
-    /// @throws dataset::EDatabaseError when a notary's table cannot be opened.
+    /// @throws dataset::EDatabaseError when a notary's table cannot be opened and a day is to be shown.
+    /// Without a day such a table stays closed, and VeDia() tries again.
     TAgenda3P(QObject *propietario, QDate fecha, const TTablasNotarios &tablas,
               IInformesAgenda *informes = nullptr);
     ~TAgenda3P() override;
@@ -43,6 +46,7 @@ public:
     void CancelaRangoPorFecha() override;
     TRespuesta VeDia(QDate fecha) override;
     [[nodiscard]] QDate DiaMostrado(int notario) const override;
+    [[nodiscard]] bool EsLegible(int notario) const override;
     bool InsertaDia(QDate fecha, bool preguntar) override;
     bool AnteriorDia() override;
     bool SiguienteDia() override;
@@ -70,6 +74,7 @@ public:
 
     // Copying
     void Copiar() override;
+    TRespuesta CopiarVistas(const THueco &lineas) override;
     [[nodiscard]] QStringList HorasCopiadas() const override;
     TRespuesta Pegar(QDate fecha) override;
     TRespuesta PegarHora(QDate fecha, const QString &hora) override;
@@ -100,7 +105,10 @@ private:
     };
     using TFaltan = std::function<int(const QString &hora, int tiene)>;
 
-    void EnCadaTabla(const std::function<void(int notario)> &trabajo);
+    [[nodiscard]] static QString SinHueco(int notario);
+    [[nodiscard]] static QString ConNombre(int notario, const QString &causa);
+    QString EnCadaTabla(const std::function<void(int notario)> &trabajo, int menosEn = 0);
+    void AbreSiFalta(int notario);
     TRespuesta VeDiaEn(QDate fecha, int menosEn);
     void VeDiaConLasDemas(QDate fecha);
     bool VeAOtroDia(TSentido sentido);
@@ -112,6 +120,7 @@ private:
     TRespuesta TomaHueco(const THueco &hueco);
     TRespuesta BorraTomado(const THueco &hueco);
     void PreparaBuffer();
+    void CopiaAlBuffer(const TLineaAgenda &linea);
     TRespuesta PegaDesplazado(QDate fecha, int minutos, bool desplaza);
     TRespuesta PegaFila(QDate fecha, const QString &hora);
     [[nodiscard]] std::optional<int> Desplazamiento(const QString &hora) const;
@@ -121,6 +130,9 @@ private:
     template <class TAcaba> auto AcabaPendiente(TAcaba &&acaba);
     void MuestraInforme(TClaseInforme clase, QDate fecha);
 
+    std::array<bool, MaxNotarios>
+        m_sinAbrir{}; ///< tables of its own that are closed until they can be opened
+    std::array<bool, MaxNotarios> m_legibles{};
     std::unique_ptr<dataset::MemTable> m_buffer;
     std::unique_ptr<TDMAgendaZen> m_datos;
     std::optional<TLugar> m_trasPegar; ///< for when what a paste has left pending is done with

@@ -19,14 +19,14 @@ namespace
 {
 
 /// A line as it travels: its code without a fraction, and 0 for no client.
-TLineaAgenda ParaCopiar(DataSet &tabla)
+TLineaAgenda ParaCopiar(TLineaAgenda linea)
 {
-    TLineaAgenda linea = TLineaAgenda::Actual(tabla);
     linea.CodCliente = static_cast<double>(linea.Codigo());
     return linea;
 }
 
 const QString SinHora = QStringLiteral("Una cita copiada no tiene hora.");
+const QString CitaAMedias = QStringLiteral("Hay una cita a medio escribir: acéptela o déjela antes.");
 
 /// Empty where the hour is none that could be shifted.
 QString HoraDesplazada(const QString &hora, int minutos)
@@ -49,6 +49,8 @@ void TAgenda3P::PreparaBuffer()
         m_buffer = std::make_unique<dataset::MemTable>();
     if (m_buffer->isActive())
         return;
+    if (!TablaActual().isActive()) // it has no fields to go by
+        throw dataset::EDatabaseError(QStringLiteral("La tabla no está abierta"));
     QList<dataset::FieldInfo> campos;
     for (int campo = 0; campo < TablaActual().fieldCount(); ++campo)
         campos << TablaActual().fieldInfo(campo);
@@ -57,13 +59,47 @@ void TAgenda3P::PreparaBuffer()
 
 void TAgenda3P::Copiar()
 {
+    CopiaAlBuffer(ParaCopiar(TLineaAgenda::Actual(TablaActual())));
+}
+
+void TAgenda3P::CopiaAlBuffer(const TLineaAgenda &linea)
+{
     PreparaBuffer();
     const dataset::PendingEditGuard sinResto(*m_buffer);
     m_buffer->append();
-    const TLineaAgenda linea = ParaCopiar(TablaActual());
     linea.Escribe(*m_buffer, CamposDeCita);
     linea.Escribe(*m_buffer, std::array{TCampoLinea::hora, TCampoLinea::fecha});
     m_buffer->post();
+}
+
+TRespuesta TAgenda3P::CopiarVistas(const THueco &lineas)
+{
+    QList<TLineaAgenda> copias; // all of them in front, so that a refused one leaves none copied
+    {
+        const TSitio vuelve(*this);
+        for (const TLineaDeHueco &una : lineas) {
+            DataSet *const tabla = Tabla(una.Notario);
+            if (!tabla)
+                return TRespuesta::Fallo(SinHueco(una.Notario));
+            TLineaAgenda linea;
+            const auto toma = [&]() -> TRespuesta {
+                if (tabla->isEditing())
+                    return TRespuesta::Fallo(CitaAMedias);
+                linea = TLineaAgenda::DeVista(*tabla, una.Linea);
+                tabla->goToSeen(una.Linea);
+                return true;
+            };
+            if (const TRespuesta comoSeVio = ConGuarda(*tabla, "Copiar", toma, TTrasFallo::deja); !comoSeVio)
+                return TRespuesta::Fallo(
+                    ConNombre(una.Notario, linea.Hora + QStringLiteral(": ") + comoSeVio.Causa()));
+            copias << ParaCopiar(linea);
+        }
+    }
+    return ConGuarda(TablaActual(), "Copiar", [&] {
+        for (const TLineaAgenda &linea : std::as_const(copias))
+            CopiaAlBuffer(linea);
+        return true;
+    });
 }
 
 /// The buffered row into the line of a date and hour, which is added where it is missing.
@@ -79,7 +115,7 @@ TRespuesta TAgenda3P::PegaFila(QDate fecha, const QString &hora)
     // It has just been read, and may be of a day that is not shown.
     if (const TRespuesta enEdicion = TMotorDeTablas::Modificar(TALaVista::ficha); !enEdicion)
         return enEdicion;
-    ParaCopiar(*m_buffer).Escribe(TablaActual(), CamposDeCita);
+    ParaCopiar(TLineaAgenda::Actual(*m_buffer)).Escribe(TablaActual(), CamposDeCita);
     TBPost(TablaActual());
     return {true, causa};
 }
@@ -143,7 +179,7 @@ TPegado TAgenda3P::PreparaPegado(QDate fecha, const QString &hora)
     pegado.Fecha = fecha;
     pegado.Notario = NotarioActual();
     const std::optional<int> minutos = hora.isNull() ? 0 : Desplazamiento(hora);
-    if (!minutos || !fecha.isValid())
+    if (!minutos || !fecha.isValid() || TablaActual().isEditing()) // the look would post what is pending
         return pegado;
     const TSitio vuelve(*this);
     QSet<QString> vistas;
@@ -208,11 +244,16 @@ TRespuesta TAgenda3P::PegaPreparado(const TPegado &pegado)
     PonNotarioActual(pegado.Notario);
     DataSet &tabla = TablaActual();
     return ConGuarda(tabla, "PegaPreparado", [&]() -> TRespuesta {
+        if (tabla.isEditing())
+            return TRespuesta::Fallo(CitaAMedias);
+        if (pegado.Destinos.isEmpty())
+            return TRespuesta::Fallo(HayDatosEnPortapapeles() ? SinHora
+                                                              : QStringLiteral("No hay nada copiado."));
         QList<TPegado::TDestino> destinos = pegado.Destinos;
         QStringList copiadas;
         for (const TPegado::TDestino &uno : std::as_const(destinos))
             copiadas << uno.Copiada;
-        if (copiadas.isEmpty() || copiadas != HorasCopiadas())
+        if (copiadas != HorasCopiadas())
             return TRespuesta::Fallo(QStringLiteral("Lo copiado no es ya lo mismo."));
         const TSitio vuelve(*this);
         QString causa;
@@ -236,7 +277,7 @@ TRespuesta TAgenda3P::PegaPreparado(const TPegado &pegado)
         for (const int i : std::as_const(ultima)) {
             tabla.edit(destinos.at(i).Linea);
             m_buffer->setCurrentRow(i);
-            ParaCopiar(*m_buffer).Escribe(tabla, CamposDeCita);
+            ParaCopiar(TLineaAgenda::Actual(*m_buffer)).Escribe(tabla, CamposDeCita);
             TBPost(tabla);
         }
         juntas.commit();

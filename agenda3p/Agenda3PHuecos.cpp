@@ -31,14 +31,14 @@ int CuentaLineas(DataSet &tabla, QDate fecha, const QString &hora)
     return lineas;
 }
 
-QString ConNombre(int notario, const QString &causa)
-{
-    return TMotorDeTablas::NombreNotario(notario) + QStringLiteral(": ") + causa;
-}
-
 Q_LOGGING_CATEGORY(registroHuecos, "agenda.motor")
 
 } // namespace
+
+QString TAgenda3P::SinHueco(int notario)
+{
+    return QStringLiteral("%1 no tiene ese hueco.").arg(NombreNotario(notario));
+}
 
 TAgenda3P::TSitio::TSitio(TAgenda3P &motor)
     : m_motor(motor)
@@ -150,20 +150,28 @@ TRespuesta TAgenda3P::Completar(QDate fecha)
     QStringList causas{VeDia(fecha).Causa()};
     const TSitio vuelve(*this);
     QHash<QString, int> mayor; // the most that any table has at an hour
+    QList<int> leidas;
+    // A table that has failed, now or when the day was looked at, neither gives slots nor gets any.
     for (int notario = 1; notario <= MaxNotarios; ++notario) {
-        if (!fecha.isValid() || DiaMostrado(notario) != fecha)
+        if (!fecha.isValid() || !EsLegible(notario) || DiaMostrado(notario) != fecha)
             continue;
         QHash<QString, int> suyas;
-        for (int fila = 0; fila < Tabla(notario)->rowCount(); ++fila) {
-            const QString hora = TextoDeFila(*Tabla(notario), fila, TCampoLinea::hora);
-            mayor[hora] = std::max(mayor.value(hora), ++suyas[hora]);
+        const TRespuesta leida = ConGuarda(*Tabla(notario), "Completar", [&] {
+            for (const TLineaAgenda &linea : LineasQueSeVen(*Tabla(notario)))
+                suyas[linea.Hora] += linea.Fecha == fecha ? 1 : 0; // others may have moved it meanwhile
+            return true;
+        });
+        if (!leida) {
+            causas << ConNombre(notario, leida.Causa());
+            continue;
         }
+        leidas << notario;
+        for (auto hora = suyas.cbegin(); hora != suyas.cend(); ++hora)
+            mayor[hora.key()] = std::max(mayor.value(hora.key()), hora.value());
     }
     QStringList horas = mayor.keys();
     horas.sort();
-    for (int notario = 1; notario <= MaxNotarios && !horas.isEmpty(); ++notario) {
-        if (DiaMostrado(notario) != fecha)
-            continue;
+    for (const int notario : std::as_const(leidas)) {
         const TRespuesta suya = ConGuarda(*Tabla(notario), "Completar", [&] {
             AnadeSolas(*Tabla(notario), fecha, horas,
                        [&](const QString &hora, int tiene) { return mayor.value(hora) - tiene; });
@@ -238,8 +246,7 @@ TRespuesta TAgenda3P::BorrarHueco(const THueco &hueco, bool preguntar)
                                                   return una.Notario == otra.Notario;
                                               }) != lineas.cend();
     if (suya == lineas.cend() || !todasTienenTabla || repetidas)
-        return TRespuesta::Fallo(
-            QStringLiteral("%1 no tiene ese hueco.").arg(NombreNotario(NotarioActual())));
+        return TRespuesta::Fallo(SinHueco(NotarioActual()));
     const QString hora = TLineaAgenda::DeVista(TablaActual(), suya->Linea).Hora;
     std::deque<dataset::ControlsGuard> sinAvisos;
     for (const TLineaDeHueco &una : std::as_const(lineas))

@@ -4,6 +4,7 @@
 #include "agenda/GuardaVentana.h"
 #include "agenda/HoraTexto.h"
 #include "agenda/LineaAgenda.h"
+#include "agenda/OrdenesDeLineas.h"
 #include "agenda/host/Servicios.h"
 #include "agendan/FichaCita.h"
 #include "dataset/DatabaseError.h"
@@ -189,7 +190,7 @@ TRespuesta TFFichaCitas::VuelveASuLinea()
     if (VuelveAEscribir() != TBorrador::TLugar::suLinea)
         return TRespuesta::Fallo(m_causaDeEspera);
     if (m_borrador.HaCambiado())
-        return TRespuesta::Fallo(QStringLiteral("Otro puesto ha cambiado la línea mientras tanto"));
+        return TRespuesta::Fallo(LineaCambiada);
     return true;
 }
 
@@ -252,9 +253,8 @@ TRespuesta TFFichaCitas::TomaParaRellenar(const TLineaAgenda &linea)
         return m_motor->Modificar(linea.Vista);
     if (linea.Fecha == m_diaAlAbrir && SeVeEnSuHoja(linea.Hora)) {
         const auto vista = m_vistasAlAbrir.constFind(linea.Registro());
-        return vista != m_vistasAlAbrir.cend()
-                   ? m_motor->Modificar(*vista)
-                   : TRespuesta::Fallo(QStringLiteral("Otro puesto la ha añadido mientras tanto."));
+        return vista != m_vistasAlAbrir.cend() ? m_motor->Modificar(*vista)
+                                               : TRespuesta::Fallo(LaHaAnadidoOtro);
     }
     if (!linea.EstaLibre())
         return TRespuesta::Fallo(QStringLiteral("Hay otra cita que no estaba a la vista"));

@@ -62,9 +62,10 @@ Status TableImpl::settleCount(bool withLength)
     if (const Status status = readDateAndCount(dateAndCount); !status.ok())
         return status;
     const RecordNumber announced = countIn(dateAndCount);
+    // Also where it is known already: a header that was broken for a while has been taken in by a look.
+    header.recordCount = announced;
     if (dateAndCount == m_dateAndCount && (!withLength || endMarkFollows(announced)))
         return {};
-    header.recordCount = announced;
     const auto inFile = linesInFile();
     if (!inFile.ok())
         return inFile.status();

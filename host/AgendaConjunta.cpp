@@ -82,7 +82,9 @@ TFAgendaConjunta::TFAgendaConjunta(IAgenda3P &motor, TClientesRaiz *clientes, co
 
 TFAgendaConjunta::~TFAgendaConjunta()
 {
+    m_acaba = true;
     CierraEditor(); // the program may end with a cell open
+    DiLoPendiente();
     // What closes from here on is neither edited nor a command's.
     ++m_ordenes;
     ++m_dialogos;
@@ -109,6 +111,7 @@ void TFAgendaConjunta::closeEvent(QCloseEvent *evento)
         evento->ignore(); // what was typed could not be written, and the clerk has been told
         return;
     }
+    DiLoPendiente(); // of a line that has gone; later there is no window to tell it
     CuentaAvisos();
     RecuerdaLugar();
     QMainWindow::closeEvent(evento);
@@ -176,13 +179,25 @@ void TFAgendaConjunta::VeAlDia(QDate fecha)
         alguno = alguno || m_motor.DiaMostrado(notario) == fecha;
     if (!alguno) // all are where they were
         throw dataset::EDatabaseError(visto.Causa());
-    m_fecha = fecha;
+    PonDia(fecha);
     m_modelo->Relee(m_fecha);
-    // Where only some notaries lack the day a whole new sheet would double the others'; its holes are seen,
-    // and completed on demand. What cannot be read may have one.
-    if (m_modelo->rowCount() == 0 && visto.Causa().isEmpty())
-        m_motor.InsertaDia(fecha, true);
+    try {
+        // Where only some notaries lack the day a whole new sheet would double the others'; its holes are
+        // seen, and completed on demand. What cannot be read may have one.
+        if (m_modelo->rowCount() == 0 && visto.Causa().isEmpty())
+            m_motor.InsertaDia(fecha, true);
+    } catch (...) {
+        Muestra(puesto); // what has been made of it, in those tables that could take it
+        throw;
+    }
     Muestra(puesto);
+}
+
+void TFAgendaConjunta::PonDia(QDate fecha)
+{
+    if (fecha != m_fecha)
+        m_rejilla->selectionModel()->select(m_rejilla->currentIndex(), QItemSelectionModel::ClearAndSelect);
+    m_fecha = fecha;
 }
 
 void TFAgendaConjunta::Muestra(const TPuestoConjunto &puesto)
@@ -243,7 +258,9 @@ void TFAgendaConjunta::Refresca()
     Muestra(actual);
     if (elegidas.size() > 1 && m_modelo->rowCount() != filas)
         Elige(elegidas);
-    if (!actual.Hora.isEmpty() && !m_modelo->Sigue(actual) && !m_modelo->EsIlegible(Notario()))
+    // A row may have been one that can be read no more.
+    const bool seSabe = actual.Linea != 0 ? !m_modelo->EsIlegible(Notario()) : !m_modelo->HayIlegibles();
+    if (!actual.Hora.isEmpty() && !m_modelo->Sigue(actual) && seSabe)
         statusBar()->showMessage(
             QStringLiteral("Otro puesto ha borrado el hueco de las %1.").arg(actual.Hora), EntreRefrescos);
     LeeColores();
@@ -310,7 +327,7 @@ void TFAgendaConjunta::CambiaCelda()
     AAusente->setEnabled(celda.isValid() && !m_modelo->LeFaltaLaHoja(notario) &&
                          !m_modelo->EsIlegible(notario));
     QString texto;
-    if (linea) {
+    if (celda.isValid()) {
         const int primera = (notario - 1) * CamposPorNotario;
         QStringList partes;
         for (int campo = 0; campo < CamposPorNotario; ++campo) {
@@ -318,9 +335,13 @@ void TFAgendaConjunta::CambiaCelda()
             if (!parte.isEmpty())
                 partes << parte;
         }
+        if (partes.isEmpty())
+            partes << (linea                           ? QStringLiteral("(libre)")
+                       : m_modelo->EsIlegible(notario) ? QStringLiteral("(no se puede leer)")
+                                                       : QStringLiteral("(sin hueco)"));
         texto = QStringLiteral("%1 · %2\n%3")
                     .arg(m_modelo->Hora(celda.row()), m_modelo->Nombre(notario),
-                         partes.isEmpty() ? QStringLiteral("(libre)") : partes.join(QStringLiteral(" · ")));
+                         partes.join(QStringLiteral(" · ")));
     }
     if (m_detalle->toPlainText() != texto)
         m_detalle->setPlainText(texto);
@@ -346,7 +367,10 @@ bool TFAgendaConjunta::AceptaFecha()
         MEFecha->setFocus();
         return false;
     }
-    return ConGuarda([&] { VeAlDia(Cad_Date(texto)); });
+    const bool visto = ConGuarda([&] { VeAlDia(Cad_Date(texto)); });
+    if (!visto) // told; the field stands over the rows that are shown
+        MEFecha->setMaskedText(Date_Cad(m_fecha));
+    return visto;
 }
 
 void TFAgendaConjunta::AbreCalendario()

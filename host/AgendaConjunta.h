@@ -63,6 +63,9 @@ protected:
 
 private:
     using TOrden = std::function<void()>;
+    /// What a command works on. Where a date that was typed has brought another day, what was chosen is of a
+    /// day that is not seen any more.
+    enum class TSobre { elDia, loElegido };
 
     // AgendaConjuntaMontaje.cpp: the window is put together
     void CreaComandosDeHuecos();
@@ -70,7 +73,7 @@ private:
     void CreaComandosDelDia();
     void PonDibujos();
     QAction *CreaComando(const char *nombre, const QString &titulo, const QString &pista,
-                         const QKeySequence &teclas, const TOrden &orden);
+                         const QKeySequence &teclas, const TOrden &orden, TSobre sobre = TSobre::elDia);
     void CreaBarra();
     void CreaMenus();
     void CreaCentro();
@@ -83,7 +86,10 @@ private:
     // AgendaConjuntaComandos.cpp
     /// Runs a command: what is being typed is kept first, failures are told, everything is shown afresh.
     /// @return false when it was not run, because what was typed could not be kept.
-    bool Ejecuta(const TOrden &orden);
+    bool Ejecuta(const TOrden &orden, TSobre sobre = TSobre::elDia);
+    /// Keeps what is being typed, the cell and the date. @return false, after telling so, where that is not
+    /// to be had, or where what was chosen went with the day.
+    bool Prepara(TSobre sobre);
     bool ConGuarda(const TOrden &orden);
     void AvisaError(const QString &texto);
     /// Tells what the tables have found meanwhile. While something else is in front, or a cell is being
@@ -99,6 +105,11 @@ private:
     bool AceptaFecha();
     /// Takes in what others have written. @return why some of it cannot be seen; empty for nothing.
     QString RefrescaTablas();
+    /// Shows a day from here on; what was chosen on another one is not.
+    void PonDia(QDate fecha);
+    /// Whether the lines of a notary are seen as his table has them. @return false, after telling so, where
+    /// his day cannot be read, or has only come back and been seen by nobody yet.
+    bool EstaALaVista(int notario);
     /// Whether a notary has a line in a row; tells where he has none.
     bool HayLinea(int fila, int notario);
     /// Puts the engine on a notary. @return false, after telling so, where his day cannot be read.
@@ -136,11 +147,15 @@ private:
     bool GuardaEdicion(QLineEdit &editor, const QModelIndex &celda) override;
     /// Writes what was typed into the line that is being edited, and posts it.
     TRespuesta EscribeCelda(QLineEdit &editor, const QModelIndex &celda);
+    /// Takes the line again where it could not be had. @return false, with a cause, where it still cannot, or
+    /// where others have changed it, which is to be seen first.
+    TRespuesta TomaCelda();
     /// Shows what the line says by now, and takes it again with what was typed. @return false, with a cause,
     /// where it cannot be had.
     TRespuesta RecuperaCelda();
     /// Tells it when the keys and clicks in hand are done with, so that the box stands in nobody's way.
     void AvisaDespues(const QString &texto);
+    void DiLoPendiente();
     void TerminaEdicion() override;
     [[nodiscard]] bool HayDialogo() const override { return m_dialogos > 0; }
     bool OfreceHueco(const QModelIndex &celda);
@@ -180,6 +195,8 @@ private:
     int m_ordenes = 0;            ///< running; the timer keeps still meanwhile
     mutable int m_dialogos = 0;   ///< open over this window
     int m_columna = 0;            ///< of the cell with the focus, also while there are no rows
+    QStringList m_porDecir;       ///< by AvisaDespues()
+    bool m_acaba = false;         ///< the window is going: no cell can be tried again
     bool m_anchosPropios = false; ///< the clerk has set them; they are not shared out any more
     bool m_repartiendo = false;
 

@@ -4,12 +4,12 @@
 
 #include "agenda/GuardaVentana.h"
 #include "agenda/HoraTexto.h"
+#include "agenda/Rnumcad.h"
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
 #include "host/DialogoHora.h"
 
-#include <QtCore/QScopeGuard>
 #include <QtCore/QScopedValueRollback>
 #include <QtGui/QAction>
 #include <QtWidgets/QApplication>
@@ -35,9 +35,23 @@ bool TFAgendaConjunta::ConGuarda(const TOrden &orden)
     return hecho;
 }
 
-bool TFAgendaConjunta::Ejecuta(const TOrden &orden)
+bool TFAgendaConjunta::Prepara(TSobre sobre)
 {
+    const QDate antes = m_fecha;
     if (m_ordenes > 0 || !CierraEditor() || !AceptaFecha())
+        return false;
+    if (m_fecha == antes || sobre == TSobre::elDia)
+        return true;
+    m_rejilla->setFocus();
+    statusBar()->showMessage(
+        QStringLiteral("Ahora se ve el %1: elija en él y repita la orden.").arg(Date_Cad(m_fecha)),
+        MensajeLargo);
+    return false;
+}
+
+bool TFAgendaConjunta::Ejecuta(const TOrden &orden, TSobre sobre)
+{
+    if (!Prepara(sobre))
         return false;
     ConGuarda(orden);
     SueltaLineas();
@@ -99,7 +113,7 @@ bool TFAgendaConjunta::HayLinea(int fila, int notario)
 {
     if (m_modelo->Linea(fila, notario) != 0)
         return true;
-    if (!PonNotario(notario))
+    if (!EstaALaVista(notario))
         return false;
     AvisaError(
         fila < 0
@@ -110,12 +124,29 @@ bool TFAgendaConjunta::HayLinea(int fila, int notario)
 
 bool TFAgendaConjunta::PonNotario(int notario)
 {
+    const auto seLee = [&] { return m_motor.DiaMostrado(notario) == m_fecha && m_motor.EsLegible(notario); };
     m_motor.PonNotarioActual(notario);
-    if (m_motor.DiaMostrado(notario) != m_fecha)
+    if (!seLee())
         RefrescaTablas();
-    if (m_motor.DiaMostrado(notario) == m_fecha)
+    if (seLee())
         return true;
     AvisaError(QStringLiteral("No se puede leer este día en %1.").arg(DeQuien(notario)));
+    return false;
+}
+
+bool TFAgendaConjunta::EstaALaVista(int notario)
+{
+    const bool seVeia = !m_modelo->EsIlegible(notario) && m_motor.DiaMostrado(notario) == m_fecha;
+    if (!PonNotario(notario))
+        return false;
+    if (seVeia)
+        return true;
+    Muestra(PuestoActual());
+    AvisaError(
+        (m_modelo->EsIlegible(notario)
+             ? QStringLiteral("No se puede leer este día en %1.")
+             : QStringLiteral("Se ha vuelto a leer este día en %1. Mire lo que dice antes de cambiarlo."))
+            .arg(DeQuien(notario)));
     return false;
 }
 
@@ -241,28 +272,31 @@ void TFAgendaConjunta::MarcaSalida()
 
 void TFAgendaConjunta::MarcaAusente()
 {
-    if (!Pregunta(QStringLiteral("¿Desea poner o quitar la ausencia en todo el día (S/N)?"),
+    // Looked at again behind the question: a table may be away and back in that time.
+    if (!EstaALaVista(Notario()) ||
+        !Pregunta(QStringLiteral("¿Desea poner o quitar la ausencia en todo el día (S/N)?"),
                   DeQuien(Notario())) ||
-        !PonNotario(Notario()))
+        !EstaALaVista(Notario()))
         return;
     AvisaSiFallo(m_motor.Ausente(), QStringLiteral("La ausencia no ha quedado bien en todas las líneas."));
 }
 
 void TFAgendaConjunta::Copia()
 {
-    int copiadas = 0;
-    const auto vuelve = qScopeGuard([this] { m_motor.PonNotarioActual(Notario()); });
-    for (const TElegida &linea : LineasElegidas()) {
-        m_motor.PonNotarioActual(linea.Notario);
-        m_motor.TablaActual().goToSeen(linea.Linea);
-        m_motor.Copiar();
-        ++copiadas;
-    }
-    if (copiadas > 0)
+    THueco lineas;
+    for (const TElegida &linea : LineasElegidas())
+        lineas << TLineaDeHueco{linea.Notario, linea.Linea};
+    if (lineas.isEmpty())
+        return;
+    m_motor.PonNotarioActual(lineas.first().Notario); // whose table can be read
+    const TRespuesta copiadas = m_motor.CopiarVistas(lineas);
+    m_motor.PonNotarioActual(Notario());
+    AvisaSiFallo(copiadas, QStringLiteral("No se ha copiado nada."));
+    if (copiadas)
         statusBar()->showMessage(
             QStringLiteral("Copiadas %1. «Pegar» escribe cada una a su hora en el día y el "
                            "notario en que se esté entonces.")
-                .arg(copiadas),
+                .arg(lineas.size()),
             MensajeLargo);
 }
 
@@ -321,7 +355,7 @@ void TFAgendaConjunta::MueveDia(bool adelante)
     const TPuestoConjunto puesto = PuestoActual();
     const bool hay = adelante ? m_motor.SiguienteDia() : m_motor.AnteriorDia();
     if (hay)
-        m_fecha = m_motor.DiaMostrado(Notario());
+        PonDia(m_motor.DiaMostrado(Notario()));
     Muestra(puesto);
     if (!hay)
         AvisaAlUsuario(QStringLiteral("No hay días %1 en %2")

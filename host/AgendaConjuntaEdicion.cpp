@@ -57,7 +57,7 @@ bool TFAgendaConjunta::OfreceHueco(const QModelIndex &celda)
 {
     const int notario = TModeloConjunto::NotarioDe(celda.column());
     TPuestoConjunto puesto = m_modelo->Puesto(celda);
-    if (!PonNotario(notario))
+    if (!EstaALaVista(notario))
         return false;
     if (!Pregunta(QStringLiteral("¿Desea añadirlo (S/N)?"),
                   QStringLiteral("No hay hueco a las %1 en %2.").arg(puesto.Hora, DeQuien(notario))))
@@ -109,8 +109,14 @@ void TFAgendaConjunta::EligeDeLista()
 
 void TFAgendaConjunta::AvisaDespues(const QString &texto)
 {
-    QMetaObject::invokeMethod(
-        this, [this, texto] { AvisaError(texto); }, Qt::QueuedConnection);
+    m_porDecir << texto;
+    QMetaObject::invokeMethod(this, &TFAgendaConjunta::DiLoPendiente, Qt::QueuedConnection);
+}
+
+void TFAgendaConjunta::DiLoPendiente()
+{
+    while (!m_porDecir.isEmpty())
+        AvisaError(m_porDecir.takeFirst());
 }
 
 bool TFAgendaConjunta::GuardaEdicion(QLineEdit &editor, const QModelIndex &celda)
@@ -121,8 +127,7 @@ bool TFAgendaConjunta::GuardaEdicion(QLineEdit &editor, const QModelIndex &celda
     }
     m_motor.PonNotarioActual(m_notarioEnEdicion);
     DataSet &tabla = *m_enEdicion;
-    // Not in edit where the line could not be had again after a failure.
-    TRespuesta guardada = tabla.isEditing() ? TRespuesta(true) : RecuperaCelda();
+    TRespuesta guardada = TomaCelda();
     if (guardada) {
         guardada = EscribeCelda(editor, celda);
         if (guardada)
@@ -131,7 +136,7 @@ bool TFAgendaConjunta::GuardaEdicion(QLineEdit &editor, const QModelIndex &celda
     }
     const QString texto = QStringLiteral("No se ha podido guardar la cita de las %1.\n%2\n\n")
                               .arg(m_modelo->Hora(celda.row()), guardada.Causa());
-    const bool sigue = tabla.rowOf(m_lineaEnEdicion) >= 0;
+    const bool sigue = !m_acaba && tabla.rowOf(m_lineaEnEdicion) >= 0;
     AvisaDespues(texto +
                  (sigue ? QStringLiteral("Lo que ha escrito sigue en la celda: pulse Intro para volver a "
                                          "intentarlo o Esc para dejarlo.") +
@@ -167,11 +172,25 @@ qint64 TFAgendaConjunta::ClienteDe(QLineEdit &editor, const TLineaAgenda &linea)
 {
     if (m_elegido && m_elegido->first == editor.text())
         return m_elegido->second; // who may have another one's name
-    // Not searched where nothing was typed: that the list does not know the name just now unlinks nobody.
+    // Not searched where nothing was typed, or what stood there before: that the list does not know the name
+    // just now unlinks nobody.
     if (!m_clientes || editor.text() == linea.Interesado)
         return linea.Codigo();
+    const auto alEmpezar = [this](TCampoLinea campo) {
+        return m_borrador.AlEmpezar(m_enEdicion->fieldIndex(NombreDe(campo)));
+    };
+    if (editor.text() == alEmpezar(TCampoLinea::interesado).toString())
+        return static_cast<qint64>(alEmpezar(TCampoLinea::codCliente).toDouble());
     m_clientes->ExitBusqueda(editor, true);
     return editor.property(Codigo).toLongLong();
+}
+
+TRespuesta TFAgendaConjunta::TomaCelda()
+{
+    if (m_enEdicion->isEditing())
+        return true;
+    const TRespuesta tomada = RecuperaCelda();
+    return tomada && m_borrador.HaCambiado() ? TRespuesta::Fallo(LineaCambiada) : tomada;
 }
 
 TRespuesta TFAgendaConjunta::RecuperaCelda()

@@ -41,7 +41,7 @@ constexpr int LineasDelDetalle = 3;
 } // namespace
 
 QAction *TFAgendaConjunta::CreaComando(const char *nombre, const QString &titulo, const QString &pista,
-                                       const QKeySequence &teclas, const TOrden &orden)
+                                       const QKeySequence &teclas, const TOrden &orden, TSobre sobre)
 {
     auto *const comando = new QAction(titulo, this);
     comando->setObjectName(QLatin1String(nombre));
@@ -51,7 +51,7 @@ QAction *TFAgendaConjunta::CreaComando(const char *nombre, const QString &titulo
                             : pista + QStringLiteral(" (%1)").arg(teclas.toString(QKeySequence::NativeText)));
     comando->setShortcut(teclas);
     comando->setMenuRole(QAction::NoRole);
-    connect(comando, &QAction::triggered, this, [this, orden] { Ejecuta(orden); });
+    connect(comando, &QAction::triggered, this, [this, orden, sobre] { Ejecuta(orden, sobre); });
     addAction(comando);
     return comando;
 }
@@ -61,9 +61,9 @@ void TFAgendaConjunta::CreaComandosDeHuecos()
     ANuevo = CreaComando("ANuevo", QStringLiteral("&Nuevo hueco..."),
                          QStringLiteral("Añade un hueco en todas las agendas"), Qt::Key_Insert,
                          [this] { NuevoHueco(); });
-    ABorrar = CreaComando("ABorrar", QStringLiteral("&Borrar hueco"),
-                          QStringLiteral("Borra el hueco de todas las agendas"),
-                          QKeySequence(Qt::CTRL | Qt::Key_Delete), [this] { BorraHueco(); });
+    ABorrar = CreaComando(
+        "ABorrar", QStringLiteral("&Borrar hueco"), QStringLiteral("Borra el hueco de todas las agendas"),
+        QKeySequence(Qt::CTRL | Qt::Key_Delete), [this] { BorraHueco(); }, TSobre::loElegido);
     ACompletar = CreaComando("ACompletar", QStringLiteral("Completar las ho&jas"),
                              QStringLiteral("Añade a cada notario los huecos que otros tienen y él no"),
                              QKeySequence(Qt::CTRL | Qt::Key_M), [this] { Completa(); });
@@ -78,21 +78,23 @@ void TFAgendaConjunta::CreaComandosDeLineas()
     AModificar->setObjectName(QStringLiteral("AModificar"));
     AModificar->setStatusTip(QStringLiteral("Escribe en la celda (Intro, F2 o la primera letra)"));
     connect(AModificar, &QAction::triggered, this, [this] {
-        if (CierraEditor())
+        if (Prepara(TSobre::loElegido))
             m_rejilla->QAbstractItemView::edit(m_rejilla->currentIndex());
     });
-    ALimpiar = CreaComando("ALimpiar", QStringLiteral("&Limpiar"),
-                           QStringLiteral("Deja libre el hueco de este notario"), Qt::Key_Delete,
-                           [this] { Limpia(); });
-    ASalida = CreaComando("ASalida", QStringLiteral("&Salida"),
-                          QStringLiteral("Pone o quita la salida del notario a esta hora"),
-                          QKeySequence(Qt::CTRL | Qt::Key_S), [this] { MarcaSalida(); });
-    AAusente = CreaComando("AAusente", QStringLiteral("&Ausente todo el día"),
-                           QStringLiteral("Pone o quita la ausencia del notario en todo el día"),
-                           QKeySequence(Qt::CTRL | Qt::Key_U), [this] { MarcaAusente(); });
-    ACopiar = CreaComando("ACopiar", QStringLiteral("&Copiar"),
-                          QStringLiteral("Añade las citas elegidas a lo copiado"), QKeySequence::Copy,
-                          [this] { Copia(); });
+    ALimpiar = CreaComando(
+        "ALimpiar", QStringLiteral("&Limpiar"), QStringLiteral("Deja libre el hueco de este notario"),
+        Qt::Key_Delete, [this] { Limpia(); }, TSobre::loElegido);
+    ASalida = CreaComando(
+        "ASalida", QStringLiteral("&Salida"),
+        QStringLiteral("Pone o quita la salida del notario a esta hora"), QKeySequence(Qt::CTRL | Qt::Key_S),
+        [this] { MarcaSalida(); }, TSobre::loElegido);
+    AAusente = CreaComando(
+        "AAusente", QStringLiteral("&Ausente todo el día"),
+        QStringLiteral("Pone o quita la ausencia del notario en todo el día"),
+        QKeySequence(Qt::CTRL | Qt::Key_U), [this] { MarcaAusente(); }, TSobre::loElegido);
+    ACopiar = CreaComando(
+        "ACopiar", QStringLiteral("&Copiar"), QStringLiteral("Añade las citas elegidas a lo copiado"),
+        QKeySequence::Copy, [this] { Copia(); }, TSobre::loElegido);
     APegar = CreaComando("APegar", QStringLiteral("&Pegar aquí"),
                          QStringLiteral("Escribe lo copiado a las mismas horas de este día y notario"),
                          QKeySequence::Paste, [this] { Pega({}); });

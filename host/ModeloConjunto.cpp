@@ -1,6 +1,7 @@
 #include "host/ModeloConjunto.h"
 
 #include "agenda/LineaAgenda.h"
+#include "dataset/DatabaseError.h"
 
 #include <QtCore/QLoggingCategory>
 
@@ -46,17 +47,15 @@ void TModeloConjunto::PonMotor(IAgenda3P &motor, const QStringList &nombres)
 /// @return false, with nothing added to the rows, when not all of the notary's day can be read.
 bool TModeloConjunto::LeeTabla(int notario, TFilas &filas) const
 {
-    const dataset::DataSet &tabla = *m_motor->Tabla(notario);
-    std::vector<TLineaAgenda> lineas;
-    for (int fila = 0; fila < tabla.rowCount(); ++fila) {
-        lineas.push_back(TLineaAgenda::DeFila(tabla, fila));
-        if (!lineas.back().Fecha.isValid()) { // every line of a range has its date
-            qCWarning(registroModelo, "A line of notary %d cannot be read", notario);
-            return false;
-        }
+    QList<TLineaAgenda> lineas;
+    try {
+        lineas = LineasQueSeVen(*m_motor->Tabla(notario));
+    } catch (const dataset::EDatabaseError &error) {
+        qCWarning(registroModelo, "The day of notary %d: %s", notario, error.what());
+        return false;
     }
     std::map<QString, int> vistas;
-    for (const TLineaAgenda &linea : lineas) {
+    for (const TLineaAgenda &linea : std::as_const(lineas)) {
         if (linea.Fecha != m_dia)
             continue; // another workstation has moved it meanwhile
         const int orden = vistas[linea.Hora]++;
@@ -80,9 +79,11 @@ std::vector<TModeloConjunto::TFila> TModeloConjunto::LeeTablas(TIlegibles &ilegi
 {
     TFilas filas;
     for (int notario = 1; m_motor && notario <= NumNotarios(); ++notario) {
-        // One that shows everything, or another day, could not be brought to this one.
+        // One that shows everything, or another day, could not be brought to this one; what is known of one
+        // that can be read no more may be old.
         ilegibles.at(static_cast<std::size_t>(notario - 1)) =
-            m_motor->Tabla(notario) && (m_motor->DiaMostrado(notario) != m_dia || !LeeTabla(notario, filas));
+            m_motor->Tabla(notario) && (!m_motor->EsLegible(notario) ||
+                                        m_motor->DiaMostrado(notario) != m_dia || !LeeTabla(notario, filas));
     }
     std::vector<TFila> lista;
     lista.reserve(filas.size());
@@ -178,6 +179,11 @@ bool TModeloConjunto::EstaOcupada(int fila, int notario) const
 bool TModeloConjunto::EsIlegible(int notario) const
 {
     return notario >= 1 && notario <= NumNotarios() && m_ilegibles.at(static_cast<std::size_t>(notario - 1));
+}
+
+bool TModeloConjunto::HayIlegibles() const
+{
+    return std::any_of(m_ilegibles.begin(), m_ilegibles.end(), [](bool una) { return una; });
 }
 
 int TModeloConjunto::LineasA(const QString &hora, int notario) const

@@ -76,6 +76,7 @@ public:
     [[nodiscard]] bool TieneHuecos() const; ///< some notary lacks some slot
     /// Whether a notary's day cannot be shown, so that nothing is known of his slots.
     [[nodiscard]] bool EsIlegible(int notario) const;
+    [[nodiscard]] bool HayIlegibles() const;
     /// How many lines a notary has at an hour.
     [[nodiscard]] int LineasA(const QString &hora, int notario) const;
     [[nodiscard]] TPuestoConjunto Puesto(const QModelIndex &celda) const;

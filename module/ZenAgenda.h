@@ -79,7 +79,7 @@ class IZenAgenda
 {
 public:
     /// Grows with every change of these interfaces, of those in agenda/host/ and of what they hand over.
-    static constexpr int VersionInterfaz = 6;
+    static constexpr int VersionInterfaz = 7;
     using TTablas = std::array<dataset::DataSet *, 5>;
 
     virtual ~IZenAgenda() = default;
@@ -109,7 +109,8 @@ public:
     /// @param fecha        the day shown first, whose sheet is made after asking; invalid: none yet.
     /// @param tablas       as for CreaAgendaN().
     /// @return null before Registra(). @throws dataset::EDatabaseError when a notary's table cannot be
-    /// opened.
+    /// opened and a day is to be shown; without one that table stays closed until IAgenda3P::VeDia() can open
+    /// it.
     [[nodiscard]] virtual std::unique_ptr<IAgenda3P> CreaAgenda3P(QObject *propietario, QDate fecha,
                                                                   const TTablas &tablas) = 0;
     /// The colour of outings, as the office has it now: 0x00BBGGRR, or a colour of the desktop by number.

@@ -162,10 +162,12 @@ TEST_F(Motor3PTest, AbsenceMarksTheLinesThatWereSeen)
     otro->edit();
     otro->field(u"CONCEPTO").setText("De otro");
     otro->post();
+    oficina.linea(1, Hoy, "09:30", "Boda");
     const TRespuesta marcada = motor().Ausente();
     EXPECT_TRUE(marcada);
-    EXPECT_EQ(marcada.Causa(), "10:00: Otro puesto ha cambiado la línea mientras tanto");
-    EXPECT_EQ(oficina.dia(1, Hoy), (QStringList{"09:00 [AUSENTE] S", "10:00 De otro N"}));
+    EXPECT_EQ(marcada.Causa(), "10:00: Otro puesto ha cambiado la línea mientras tanto\n"
+                               "09:30: Otro puesto la ha añadido mientras tanto.");
+    EXPECT_EQ(oficina.dia(1, Hoy), (QStringList{"09:00 [AUSENTE] S", "09:30 Boda N", "10:00 De otro N"}));
     EXPECT_EQ(valor("HORA"), "09:00");
 }
 

@@ -3,29 +3,19 @@
 #include "agenda/LineaAgenda.h"
 #include "dataset/DatabaseError.h"
 #include "tests/agenda3p/Motor3P.h"
-#include "tests/driver/FileCalls.h"
-
-#include <cerrno>
+#include "tests/support/Fallos.h"
 
 namespace
 {
 
+using driver::filecalls::Call;
+using support::Fallos;
 using support::Hoy;
 using support::Manana;
-namespace filecalls = driver::filecalls;
 
 class Fallos3PTest : public support::Motor3PTest
 {
 protected:
-    Fallos3PTest()
-    {
-        oficina.Aliases.setLockPatience(std::chrono::milliseconds(0));
-        filecalls::watch(oficina.carpetaDe("NOTARIO2"), false);
-        TServicios servicios = Servicios();
-        servicios.Mensaje = &mensajes;
-        m_servicios = std::make_unique<TServiciosInstalados>(servicios);
-    }
-    ~Fallos3PTest() override { filecalls::unwatch(); }
     /// The days of the lines that a notary's table shows.
     [[nodiscard]] QList<QDate> dias(int notario)
     {
@@ -38,10 +28,7 @@ protected:
         }
         return dias;
     }
-    support::MensajesApuntados mensajes;
-
-private:
-    std::unique_ptr<TServiciosInstalados> m_servicios;
+    support::Fallos fallos{oficina, 2};
 };
 
 TEST_F(Fallos3PTest, ANewSheetLeavesNoTableWithoutADay)
@@ -50,20 +37,19 @@ TEST_F(Fallos3PTest, ANewSheetLeavesNoTableWithoutADay)
     enTodas(Hoy, {"09:00"});
     motor();
     int fallidas = 0;
-    for (const filecalls::Call llamada : {filecalls::Call::read, filecalls::Call::lock}) {
+    for (const Call llamada : {Call::read, Call::lock}) {
         bool met = true;
         for (int numero = 1; met; ++numero) {
-            const QDate nueva = Manana.addDays(numero + (llamada == filecalls::Call::lock ? 1000 : 0));
+            const QDate nueva = Manana.addDays(numero + (llamada == Call::lock ? 1000 : 0));
             motor().RangoPorFecha(Hoy);
-            filecalls::fail(filecalls::Fault{llamada, numero, EIO, true, false});
             bool hecha = true;
-            try {
-                motor().InsertaDia(nueva, false);
-            } catch (const dataset::EDatabaseError &) {
-                hecha = false;
-            }
-            met = filecalls::faultMet();
-            filecalls::fail({});
+            met = Fallos::durante(llamada, numero, true, [&] {
+                try {
+                    motor().InsertaDia(nueva, false);
+                } catch (const dataset::EDatabaseError &) {
+                    hecha = false;
+                }
+            });
             fallidas += hecha ? 0 : 1;
             for (int notario = 1; notario <= 3; ++notario) {
                 SCOPED_TRACE(testing::Message() << "notary " << notario << ", call "
@@ -73,6 +59,78 @@ TEST_F(Fallos3PTest, ANewSheetLeavesNoTableWithoutADay)
                 EXPECT_LE(vistos.size(), 1);
                 EXPECT_TRUE(notario == 2 || vistos.isEmpty() || vistos.first() == nueva);
                 EXPECT_TRUE(!hecha || !vistos.isEmpty());
+            }
+        }
+    }
+    EXPECT_GT(fallidas, 0) << "nothing has been tried";
+}
+
+// The second notary's table cannot be read and the first one's is held: what that one lacks is named, and the
+// third has his sheet.
+TEST_F(Fallos3PTest, ATableThatCannotBeReadKeepsNoOtherFromItsSheet)
+{
+    oficina.ponAjustes(9, 9, 30);
+    enTodas(Hoy, {"09:00"});
+    motor().RangoPorFecha(Manana);
+    const auto otro = oficina.agenda(1);
+    otro->beginGroup();
+    Fallos::durante(Call::read, 1, true,
+                    [this] { EXPECT_THROW(motor().InsertaDia(Manana, false), dataset::EDatabaseError); });
+    otro->dropGroup();
+    EXPECT_EQ(oficina.dia(3, Manana).size(), 2);
+    EXPECT_EQ(fallos.mensajes.Textos.filter("09:00").size(), 1);
+    EXPECT_EQ(fallos.mensajes.Textos.filter("09:30").size(), 1);
+}
+
+TEST_F(Fallos3PTest, CompletingADayAddsNoLineWithoutAnHour)
+{
+    enTodas(Hoy, {"09:00", "10:00"});
+    motor();
+    bool met = true;
+    for (int numero = 1; met; ++numero) {
+        const auto otro = oficina.agenda(2);
+        otro->last();
+        otro->edit();
+        otro->field(u"CONCEPTO").setText(QString::number(numero));
+        otro->post();
+        met = Fallos::durante(Call::read, numero, true, [this] { motor().Completar(Hoy); });
+        for (const int notario : {1, 3}) {
+            const auto tabla = oficina.agenda(notario);
+            for (int fila = 0; fila < tabla->rowCount(); ++fila)
+                ASSERT_FALSE(TextoDeFila(*tabla, fila, TCampoLinea::hora).isEmpty())
+                    << "notary " << notario << ", read " << numero << ", line " << fila + 1 << " of "
+                    << tabla->rowCount();
+        }
+    }
+}
+
+// Whatever call fails, once or from then on: it ends, and who has lost his line is named.
+TEST_F(Fallos3PTest, ASlotWhoseDeletionFailsIsNamedWhereItHasGone)
+{
+    int fallidas = 0;
+    for (const bool dura : {false, true}) {
+        bool met = true;
+        for (int numero = 1; met; ++numero) {
+            SCOPED_TRACE(testing::Message() << "call " << numero << (dura ? " and all others" : ""));
+            ASSERT_LT(numero, 200);
+            enTodas(Hoy, {"09:00"});
+            THueco hueco;
+            TAgenda3P uno(nullptr, Hoy, {});
+            for (int notario = 1; notario <= 3; ++notario)
+                hueco << TLineaDeHueco{notario, uno.Tabla(notario)->seen()};
+            TRespuesta borrado = true;
+            met =
+                Fallos::durante(std::nullopt, numero, dura, [&] { borrado = uno.BorrarHueco(hueco, false); });
+            fallidas += borrado ? 0 : 1;
+            const QString &causa = borrado.Causa();
+            EXPECT_EQ(causa.startsWith("Benito Ruiz: "), !borrado);
+            EXPECT_EQ(oficina.dia(1, Hoy).isEmpty(), borrado || causa.endsWith("de Ana Núñez."));
+            EXPECT_TRUE(oficina.dia(2, Hoy).isEmpty() == borrado || causa.contains("a medias"));
+            EXPECT_EQ(oficina.dia(3, Hoy).isEmpty(), bool(borrado));
+            for (int notario = 1; notario <= 3; ++notario) {
+                EXPECT_FALSE(uno.Tabla(notario)->isEditing());
+                for (const auto otro = oficina.agenda(notario); !otro->isEmpty(); otro->first())
+                    otro->remove();
             }
         }
     }

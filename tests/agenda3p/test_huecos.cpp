@@ -3,6 +3,7 @@
 #include "tests/agenda3p/Motor3P.h"
 #include "tests/support/InformesDePrueba.h"
 
+#include <filesystem>
 #include <functional>
 
 using dataset::DataSet;
@@ -278,6 +279,36 @@ TEST_F(PegadoTest, AllLinesArePastedOrNone)
     EXPECT_FALSE(motor().TablaActual().isEditing());
     otro->cancel();
     EXPECT_EQ(oficina.dia(2, Hoy), (QStringList{"09:00  N", "10:00  N", "12:00  N"}));
+}
+
+TEST_F(PegadoTest, LookingWhereItWouldGoWritesNothing)
+{
+    ve("09:00");
+    ASSERT_TRUE(motor().Modificar());
+    motor().TablaActual().field(u"CONCEPTO").setText("A medias");
+    EXPECT_TRUE(motor().PreparaPegado(Hoy, "10:00").Destinos.isEmpty());
+    EXPECT_EQ(oficina.dia(1, Hoy).first(), "09:00  N");
+    EXPECT_EQ(valor("CONCEPTO"), "A medias");
+}
+
+TEST(HuecosDeVarios, ATableThatCannotBeOpenedKeepsNoOtherFromItsDay)
+{
+    support::OficinaDePrueba oficina(3);
+    for (int notario = 1; notario <= 3; ++notario)
+        oficina.linea(notario, Hoy, "10:00");
+    const auto fichero = oficina.carpetaDe("NOTARIO2") / "AGENDA_N.DBF";
+    const auto aparte = oficina.carpetaDe("NOTARIO2") / "APARTE";
+    std::filesystem::rename(fichero, aparte);
+    EXPECT_THROW(TAgenda3P(nullptr, Hoy, {}), dataset::EDatabaseError) << "the day is asked for at once";
+    TAgenda3P motor(nullptr, QDate(), {});
+    const TRespuesta visto = motor.VeDia(Hoy);
+    EXPECT_TRUE(visto);
+    EXPECT_TRUE(visto.Causa().startsWith("Benito Ruiz: ")) << visto.Causa().toStdString();
+    EXPECT_EQ(motor.DiaMostrado(3), Hoy);
+    EXPECT_FALSE(motor.EsLegible(2));
+    std::filesystem::rename(aparte, fichero);
+    EXPECT_EQ(motor.VeDia(Hoy).Causa(), "");
+    EXPECT_EQ(motor.Tabla(2)->rowCount(), 1);
 }
 
 } // namespace

@@ -1,8 +1,6 @@
-// The appointment card: states, keys, mirrors, party, and what other workstations do meanwhile.
+// The appointment card: states, keys, mirrors and party.
 
 #include "tests/agendan/Ficha.h"
-
-#include "tests/support/TempFolder.h"
 
 #include <QtCore/QLoggingCategory>
 #include <QtGui/QAccessible>
@@ -27,18 +25,6 @@ protected:
     {
         linea(Lunes, "09:00", "Firma");
         linea(Lunes, "10:00", "Poder");
-    }
-    /// Another program's hand in the file, without any lock.
-    void enElFichero(std::size_t registro, std::size_t lugar, char byte) const
-    {
-        const auto fichero = oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF";
-        std::string bytes = support::readFile(fichero);
-        const auto palabra = [&bytes](std::size_t i) {
-            return static_cast<std::size_t>(static_cast<unsigned char>(bytes[i])) |
-                   static_cast<std::size_t>(static_cast<unsigned char>(bytes[i + 1])) << 8;
-        };
-        bytes[palabra(8) + (registro - 1) * palabra(10) + lugar] = byte;
-        support::writeFile(fichero, bytes);
     }
 };
 
@@ -527,69 +513,6 @@ TEST_F(CitaTest, ALineInUseElsewhereIsSaid)
         tecla(Qt::Key_Space);
         EXPECT_TRUE(editando());
     });
-}
-
-/// Runs an accept that fails; the message must end as given.
-class FalloTest : public CitaTest
-{
-protected:
-    void aceptaConFallo(const QString &causa, const QString &destino)
-    {
-        oficina.Mensaje.espera(
-            {"No se ha podido guardar la cita de las 11:00.\n" + causa + '\n' + destino, " ATENCIÓN:"});
-        pulsa("BAceptar");
-        EXPECT_TRUE(editando());
-        EXPECT_EQ(control<QPlainTextEdit>("DBMConcepto").toPlainText(), "Larga historia");
-        EXPECT_EQ(texto("MEHora"), "11:00");
-    }
-    const QString sigue = "Lo que ha escrito sigue en la ficha: puede aceptarlo de nuevo.";
-};
-
-TEST_F(FalloTest, WhatCannotBeWrittenNowIsKeptAndWrittenLater)
-{
-    const auto otro = oficina.agenda(1);
-    for (const TOperacion operacion : {TOperacion::nuevo, TOperacion::modificar}) {
-        enFicha(operacion, [&] {
-            escribe("MEHora", "11:00");
-            escribe("DBMConcepto", "Larga historia");
-            otro->beginGroup();
-            aceptaConFallo("Otro puesto está escribiendo en la tabla", sigue);
-            otro->dropGroup();
-            pulsa("BAceptar");
-            EXPECT_FALSE(editando());
-        });
-    }
-    EXPECT_EQ(dia(Lunes), QStringList({"10:00 Poder", "11:00 Larga historia", "11:00 Larga historia"}));
-}
-
-TEST_F(FalloTest, ALineDeletedElsewhereComesBackAsANewOne)
-{
-    enFicha(TOperacion::modificar, [&] {
-        escribe("MEHora", "11:00");
-        escribe("DBMConcepto", "Larga historia");
-        enElFichero(1, 0, '*');
-        aceptaConFallo("Otro puesto ha borrado la línea mientras tanto",
-                       "Lo que ha escrito está ahora en una cita nueva: puede aceptarla.");
-        EXPECT_EQ(tabla().state(), State::insert);
-        pulsa("BAceptar");
-        EXPECT_FALSE(editando());
-    });
-    EXPECT_EQ(dia(Lunes), QStringList({"10:00 Poder", "11:00 Larga historia"}));
-}
-
-TEST_F(FalloTest, ALineChangedElsewhereKeepsBothChanges)
-{
-    enFicha(TOperacion::modificar, [&] {
-        escribe("MEHora", "11:00");
-        escribe("DBMConcepto", "Larga historia");
-        const std::size_t oficial = 1 + 8 + 5 + 254 + 20 + 100;
-        enElFichero(1, oficial, 'X');
-        aceptaConFallo("Otro puesto ha cambiado la línea mientras tanto", sigue);
-        EXPECT_EQ(tabla().field(u"OFICIAL").asText(), "X");
-        pulsa("BAceptar");
-        EXPECT_FALSE(editando());
-    });
-    EXPECT_EQ(dia(Lunes), QStringList({"10:00 Poder", "11:00 Larga historia"}));
 }
 
 TEST_F(CitaTest, WithoutTheListOfClerksANameCanStillBeTyped)

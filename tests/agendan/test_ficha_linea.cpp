@@ -1,4 +1,5 @@
-// The card and the one line that it shows: as others have changed it since, and of another day.
+// The card and the one line that it shows: as others have changed it since, of another day, and where it
+// cannot be written.
 
 #include "tests/agendan/Ficha.h"
 
@@ -10,6 +11,7 @@ namespace
 using support::FichaTest;
 using support::Lunes;
 using support::Martes;
+using State = dataset::DataSet::State;
 
 // What is typed goes over the line as the card shows it, which may be another than the grid showed.
 TEST_F(FichaTest, ALineThatOthersHaveChangedSinceIsSaidToBeAnother)
@@ -78,6 +80,96 @@ TEST_F(FichaTest, TheOnlyLineOfItsDayIsChangedAndDeletedAfterItHasGoneToAnother)
         pulsa("BBorrar");
         EXPECT_EQ(dia(Martes), QStringList());
     });
+}
+
+/// Runs an accept that fails; the message must end as given.
+class FalloTest : public FichaTest
+{
+protected:
+    FalloTest()
+    {
+        linea(Lunes, "09:00", "Firma");
+        linea(Lunes, "10:00", "Poder");
+    }
+    void aceptaConFallo(const QString &causa, const QString &destino)
+    {
+        oficina.Mensaje.espera(
+            {"No se ha podido guardar la cita de las 11:00.\n" + causa + '\n' + destino, " ATENCIÓN:"});
+        pulsa("BAceptar");
+        EXPECT_TRUE(editando());
+        EXPECT_EQ(control<QPlainTextEdit>("DBMConcepto").toPlainText(), "Larga historia");
+        EXPECT_EQ(texto("MEHora"), "11:00");
+    }
+    const QString sigue = "Lo que ha escrito sigue en la ficha: puede aceptarlo de nuevo.";
+};
+
+TEST_F(FalloTest, WhatCannotBeWrittenNowIsKeptAndWrittenLater)
+{
+    const auto otro = oficina.agenda(1);
+    for (const TOperacion operacion : {TOperacion::nuevo, TOperacion::modificar}) {
+        enFicha(operacion, [&] {
+            escribe("MEHora", "11:00");
+            escribe("DBMConcepto", "Larga historia");
+            otro->beginGroup();
+            aceptaConFallo("Otro puesto está escribiendo en la tabla", sigue);
+            otro->dropGroup();
+            pulsa("BAceptar");
+            EXPECT_FALSE(editando());
+        });
+    }
+    EXPECT_EQ(dia(Lunes), QStringList({"10:00 Poder", "11:00 Larga historia", "11:00 Larga historia"}));
+}
+
+TEST_F(FalloTest, ALineDeletedElsewhereComesBackAsANewOne)
+{
+    enFicha(TOperacion::modificar, [&] {
+        escribe("MEHora", "11:00");
+        escribe("DBMConcepto", "Larga historia");
+        oficina.escribeSinBloqueo(1, nullptr, "*");
+        aceptaConFallo("Otro puesto ha borrado la línea mientras tanto",
+                       "Lo que ha escrito está ahora en una cita nueva: puede aceptarla.");
+        EXPECT_EQ(tabla().state(), State::insert);
+        pulsa("BAceptar");
+        EXPECT_FALSE(editando());
+    });
+    EXPECT_EQ(dia(Lunes), QStringList({"10:00 Poder", "11:00 Larga historia"}));
+}
+
+TEST_F(FalloTest, ALineChangedElsewhereKeepsBothChanges)
+{
+    enFicha(TOperacion::modificar, [&] {
+        escribe("MEHora", "11:00");
+        escribe("DBMConcepto", "Larga historia");
+        oficina.escribeSinBloqueo(1, "OFICIAL", "X");
+        aceptaConFallo("Otro puesto ha cambiado la línea mientras tanto", sigue);
+        EXPECT_EQ(tabla().field(u"OFICIAL").asText(), "X");
+        pulsa("BAceptar");
+        EXPECT_FALSE(editando());
+    });
+    EXPECT_EQ(dia(Lunes), QStringList({"10:00 Poder", "11:00 Larga historia"}));
+}
+
+// The clerk takes the party off, another program writes one with his code: none is left with the other's.
+TEST_F(FalloTest, APartyAndHisCodeStayTogether)
+{
+    const auto otro = oficina.agenda(1);
+    otro->edit();
+    otro->field(u"INTERESADO").setText("Nadie");
+    otro->post();
+    enFicha(TOperacion::modificar, [&] {
+        control("EInteresado").setFocus();
+        tecla(Qt::Key_Delete, Qt::ControlModifier);
+        escribe("MEHora", "11:00");
+        escribe("DBMConcepto", "Larga historia");
+        oficina.escribeSinBloqueo(1, "CODCLIENTE", "                   8");
+        oficina.escribeSinBloqueo(1, "INTERESADO", "PEDRO");
+        aceptaConFallo("Otro puesto ha cambiado la línea mientras tanto",
+                       sigue + "\nEl otro puesto había escrito: PEDRO");
+        pulsa("BAceptar");
+        EXPECT_FALSE(editando());
+    });
+    otro->refresh();
+    EXPECT_EQ(otro->field(u"INTERESADO").asText() + otro->field(u"CODCLIENTE").asText(), "");
 }
 
 } // namespace

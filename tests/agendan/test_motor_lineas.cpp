@@ -416,7 +416,8 @@ TEST_F(VariasTest, AbsenceMarksTheLinesThatWereSeen)
     oficina.linea(1, Lunes, "10:30", "Nueva");
     const TRespuesta marcada = motor().Ausente();
     EXPECT_TRUE(marcada);
-    EXPECT_EQ(marcada.Causa(), "10:00: Otro puesto ha cambiado la línea mientras tanto");
+    EXPECT_EQ(marcada.Causa(), "10:00: Otro puesto ha cambiado la línea mientras tanto\n"
+                               "10:30: Otro puesto la ha añadido mientras tanto.");
     EXPECT_EQ(oficina.dia(1, Lunes), (QStringList{"09:00 [AUSENTE]Firma S", "10:00 De otro N",
                                                   "10:30 Nueva N", "11:00 [AUSENTE]Acta S"}));
     EXPECT_EQ(mostrado(), "16/11/2026 09:00");

@@ -5,8 +5,6 @@
 #include <QtWidgets/QMessageBox>
 #include <QtWidgets/QPlainTextEdit>
 
-#include <fstream>
-
 namespace
 {
 
@@ -24,18 +22,6 @@ protected:
         oficina.linea(2, Lunes, "09:00", "Poder");
     }
     [[nodiscard]] dataset::DataSet &tabla() const { return motor->TablaActual(); }
-    /// A program that heeds no locks puts a text over the subject of the first line, or a mark over its
-    /// front.
-    void escribeFuera(std::streamoff donde, const std::string &bytes) const
-    {
-        std::fstream f(oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF",
-                       std::ios::in | std::ios::out | std::ios::binary);
-        f.seekg(8);
-        const int cabecera = f.get() + 256 * f.get();
-        f.seekp(cabecera + donde);
-        f << bytes;
-        ASSERT_TRUE(f.good());
-    }
 };
 
 TEST_F(EdicionTest, ALetterStartsAnEditAndEnterPostsIt)
@@ -349,16 +335,12 @@ TEST_F(EdicionTest, TheRefreshShowsOthersLinesAndDisturbsNoEdit)
     });
 }
 
-// Offsets in a line: the mark of a deleted one, the subject behind date and hour.
-constexpr std::streamoff Marca = 0;
-constexpr std::streamoff Concepto = 1 + 8 + 5;
-
 TEST_F(EdicionTest, WhatWasTypedOutlivesALineThatOthersHaveChanged)
 {
     enVentana([&] {
         pulsa(0, {}, 3);
         teclea("Marta");
-        escribeFuera(Concepto, "De otro");
+        oficina.escribeSinBloqueo(1, "CONCEPTO", "De otro");
         oficina.Mensaje.espera({"No se ha podido guardar la cita de las 09:00.\nOtro puesto ha cambiado la "
                                 "línea mientras tanto\n\nLo que ha escrito "
                                 "sigue en la línea: pulse Intro para volver a intentarlo o Esc para dejarlo.",
@@ -381,7 +363,7 @@ TEST_F(EdicionTest, WhatWasTypedIntoADeletedLineIsTold)
     enVentana([&] {
         pulsa(0);
         teclea("Acta notarial");
-        escribeFuera(Marca, "*");
+        oficina.escribeSinBloqueo(1, nullptr, "*");
         oficina.Mensaje.espera({"No se ha podido guardar la cita de las 09:00.\nOtro puesto ha borrado la "
                                 "línea mientras tanto\n\nHabía escrito:\n"
                                 "Acta notarial",
@@ -399,7 +381,7 @@ TEST_F(EdicionTest, NoCommandRunsOverALineThatCannotBeKept)
             "No se ha podido guardar la cita de las 09:00.\nOtro puesto ha cambiado la línea mientras tanto";
         pulsa(0);
         teclea("Acta");
-        escribeFuera(Concepto, "De otro");
+        oficina.escribeSinBloqueo(1, "CONCEPTO", "De otro");
         for (const char *orden : {"ASalida", "ANuevo", "AAusente", "ADiaSiguiente"}) {
             oficina.Mensaje.espera({causa, " ATENCIÓN:"});
             comando(orden);

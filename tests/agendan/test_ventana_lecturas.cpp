@@ -2,7 +2,7 @@
 // of one day, the keys stay on a line that is seen, and what is told is true.
 
 #include "tests/agendan/Ventana.h"
-#include "tests/driver/FileCalls.h"
+#include "tests/support/Fallos.h"
 #include "tests/support/InformesDePrueba.h"
 
 #include <QtWidgets/QPlainTextEdit>
@@ -24,16 +24,10 @@ protected:
         : VentanaTest(1)
     {
         informes = &m_informes;
-        oficina.Aliases.setLockPatience(std::chrono::milliseconds(0));
         for (const QDate dia : {Lunes, Jueves})
             for (const char *hora : {"09:00", "10:00", "11:00"})
                 oficina.linea(1, dia, hora);
-        filecalls::watch(oficina.carpetaDe("NOTARIO1"), false);
-        TServicios servicios = Servicios();
-        servicios.Mensaje = &mensajes;
-        m_servicios = std::make_unique<TServiciosInstalados>(servicios);
     }
-    ~LecturasTest() override { filecalls::unwatch(); }
 
     void escribeFecha(QDate dia)
     {
@@ -92,11 +86,10 @@ protected:
         }
         EXPECT_TRUE(sinLectura || tabla.currentRow() >= 0) << "the keys are on a line that is not seen";
     }
-    support::MensajesApuntados mensajes;
+    support::Fallos fallos{oficina, 1};
 
 private:
     support::InformesDePrueba m_informes;
-    std::unique_ptr<TServiciosInstalados> m_servicios;
 };
 
 TEST_F(LecturasTest, FailAtAnyMomentAndLeaveATrueScreen)
@@ -126,7 +119,7 @@ TEST_F(LecturasTest, FailAtAnyMomentAndLeaveATrueScreen)
                                      << caso.que << ", call " << static_cast<int>(llamada) << " number "
                                      << numero << (sigueRota ? " and all after it" : ""));
                         escribeFecha(Lunes);
-                        mensajes.Textos.clear();
+                        fallos.mensajes.Textos.clear();
                         const auto antes = oficina.dia(1, Jueves).size();
                         filecalls::fail(filecalls::Fault{llamada, numero, EIO, sigueRota, false});
                         caso.hace();
@@ -136,11 +129,11 @@ TEST_F(LecturasTest, FailAtAnyMomentAndLeaveATrueScreen)
                         compruebaLaPantalla(false);
                         motor->TablaActual().refresh();
                         compruebaLaPantalla(false);
-                        negadas += mensajes.Textos.isEmpty() ? 0 : 1;
+                        negadas += fallos.mensajes.Textos.isEmpty() ? 0 : 1;
                         if (caso.escribe >= 0) {
                             EXPECT_EQ(oficina.dia(1, Jueves).size() - antes,
-                                      mensajes.Textos.isEmpty() ? caso.escribe : 0)
-                                << mensajes.Textos.join('|').toStdString();
+                                      fallos.mensajes.Textos.isEmpty() ? caso.escribe : 0)
+                                << fallos.mensajes.Textos.join('|').toStdString();
                         }
                     }
                 }
@@ -172,10 +165,11 @@ TEST_F(LecturasTest, WhatWaitsOnTheCardIsNotWrittenOverWhatNobodyHasSeen)
         otro->edit();
         otro->field(u"CONCEPTO").setText("Suya");
         otro->post();
-        mensajes.Textos.clear();
+        fallos.mensajes.Textos.clear();
         acepta(abierta);
         EXPECT_EQ(primera(), "09:00 Suya N");
-        EXPECT_TRUE(mensajes.Textos.value(0).contains("Otro puesto ha cambiado la línea mientras tanto"));
+        EXPECT_TRUE(
+            fallos.mensajes.Textos.value(0).contains("Otro puesto ha cambiado la línea mientras tanto"));
         EXPECT_EQ(concepto->toPlainText(), "Mia");
         acepta(abierta);
         EXPECT_EQ(primera(), "09:00 Mia N");
@@ -216,7 +210,7 @@ TEST_F(LecturasTest, WhatOthersMakeOfTheAcceptedLineIsNotFilledOnward)
                 oficina.linea(1, Lunes, hora, hora == QLatin1String("09:30") ? "Boda" : "");
             motor->TablaActual().refresh();
             escribeFecha(Lunes);
-            mensajes.Textos.clear();
+            fallos.mensajes.Textos.clear();
             enFicha(TOperacion::modificar, "AModificar", [&](QWidget &abierta) {
                 ASSERT_TRUE(QTest::qWaitFor([&] { return motor->TablaActual().isEditing(); }));
                 auto *const fin = abierta.findChild<QLineEdit *>("MEHoraFin");
@@ -234,7 +228,7 @@ TEST_F(LecturasTest, WhatOthersMakeOfTheAcceptedLineIsNotFilledOnward)
                 filecalls::fail({});
             });
             EXPECT_EQ(oficina.dia(1, Lunes), caso.lunes);
-            EXPECT_EQ(mensajes.Textos.join('|').toStdString(),
+            EXPECT_EQ(fallos.mensajes.Textos.join('|').toStdString(),
                       "La cita se ha guardado, pero no se han podido rellenar estas horas: hasta "
                       "las 10:30.\nOtro puesto ha cambiado la cita mientras tanto.");
         }

@@ -83,6 +83,25 @@ TEST_F(ForeignChanges, AnotherFileInTheTablesPlaceIsTold)
     }
 }
 
+TEST_F(ForeignChanges, ACountThatWasBrokenForAWhileIsForgottenWithIt)
+{
+    create();
+    const auto table = open(folder);
+    fill(*table, 5);
+    ASSERT_TRUE(table->refresh().ok());
+    const std::string sound = readFile(dbfIn(folder)).substr(0, 12);
+    std::string broken = sound;
+    pokeCount(broken, 5000);
+    poke(dbfIn(folder), 0, broken);
+    for (int look = 0; look < 2; ++look) // the first one only suspects
+        static_cast<void>(table->refresh());
+    EXPECT_EQ(table->refresh().status().kind(), ErrorKind::damaged);
+    poke(dbfIn(folder), 0, sound);
+    EXPECT_TRUE(table->refresh().ok());
+    EXPECT_EQ(table->recordCount(), 5U);
+    EXPECT_TRUE(table->append(line(*table, 6, "otra")).ok());
+}
+
 /// A count that goes beyond the lines: what a power cut leaves when the header came and the lines did not.
 /// Where nothing tells what was there before, or more is gone than that, the file is left as it is.
 TEST_F(ForeignChanges, LinesThatNeverCameAreGivenUpWhereTheJournalKnowsTheOthers)

@@ -15,7 +15,11 @@
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 
-#include <fstream>
+#if defined(Q_OS_LINUX)
+#include "tests/driver/FileCalls.h"
+#endif
+
+#include <cerrno>
 
 namespace support
 {
@@ -26,6 +30,11 @@ inline constexpr int Oficial = 2;
 inline constexpr int CitaSegundo = 3;
 inline const QString Atencion = QStringLiteral(" ATENCIÓN:");
 inline const QString Conjunta = QStringLiteral("Agenda conjunta");
+inline const QString BorraHueco =
+    QStringLiteral("¿Desea borrar la cita de las %1 de todas las agendas?\nLos datos se perderán.");
+inline const QString TodoElDia = QStringLiteral("¿Desea poner o quitar la ausencia en todo el día (S/N)?");
+inline const QString OtroLaHaCambiado = QStringLiteral("Otro puesto ha cambiado la línea mientras tanto");
+inline const QString SinServidor = QStringLiteral("No se puede bloquear el fichero: Input/output error");
 
 /// Knows one client.
 class ClientesDeUno : public TClientesRaiz
@@ -125,21 +134,53 @@ protected:
         ventana->activateWindow(); // a desktop does so by itself
         EXPECT_TRUE(QTest::qWaitForWindowActive(ventana.get()));
     }
+    /// Enter in a cell whose line cannot be written: it is told why, and the cell stays open.
+    void noSeGuarda(const QString &causa, const QString &deOtros = {})
+    {
+        oficina.Mensaje.espera(
+            {QStringLiteral(
+                 "No se ha podido guardar la cita de las 09:00.\n%1\n\nLo que ha escrito sigue en la "
+                 "celda: pulse Intro para volver a intentarlo o Esc para dejarlo.")
+                     .arg(causa) +
+                 (deOtros.isEmpty() ? deOtros : "\nEl otro puesto había escrito: " + deOtros),
+             Atencion});
+        tecla(Qt::Key_Return);
+        EXPECT_TRUE(QTest::qWaitFor([this] { return !oficina.Mensaje.pendientes(); }));
+        EXPECT_TRUE(rejilla().EstaEditando());
+    }
+    /// What is told of a text whose cell is gone.
+    [[nodiscard]] static MensajeDePrueba::Esperado habiaEscrito(const QString &causa, const QString &texto)
+    {
+        return {QStringLiteral("No se ha podido guardar la cita de las 09:00.\n%1\n\nHabía escrito:\n%2")
+                    .arg(causa, texto),
+                Atencion};
+    }
+#if defined(Q_OS_LINUX)
+    /// The window over tables of which one is made to fail by falla(), until vuelve().
+    void abreVigilada(int notario)
+    {
+        driver::filecalls::watch(oficina.carpetaDe("NOTARIO" + std::to_string(notario)), false);
+        abre();
+    }
+    static void falla(std::optional<driver::filecalls::Call> llamada)
+    {
+        driver::filecalls::fail(driver::filecalls::Fault{llamada, 1, EIO, true, false});
+    }
+    static void vuelve()
+    {
+        driver::filecalls::fail({});
+    }
+    ~ConjuntaTest() override
+    {
+        vuelve();
+        ventana.reset();
+        motor.reset();
+        driver::filecalls::unwatch();
+    }
+#endif
     [[nodiscard]] QString celda(int fila, int columna) const
     {
         return rejilla().model()->index(fila, columna).data().toString();
-    }
-    /// What a program that heeds no locks does to the first line of the first notary.
-    void escribeSinBloqueo(int lugar, const char *bytes) const
-    {
-        std::fstream fichero(oficina.carpetaDe("NOTARIO1") / "AGENDA_N.DBF",
-                             std::ios::in | std::ios::out | std::ios::binary);
-        char cabecera[12];
-        fichero.read(cabecera, sizeof cabecera);
-        const int largo =
-            static_cast<unsigned char>(cabecera[8]) + 256 * static_cast<unsigned char>(cabecera[9]);
-        fichero.seekp(largo + lugar);
-        fichero << bytes;
     }
     void refresca()
     {

@@ -9,12 +9,16 @@
 #include <QtWidgets/QPlainTextEdit>
 
 using support::Atencion;
+using support::BorraHueco;
 using support::CitaSegundo;
 using support::Conjunta;
 using support::ConjuntaTest;
 using support::Dia;
 using support::Oficial;
 using support::OtroDia;
+using support::OtroLaHaCambiado;
+using support::SinServidor;
+using support::TodoElDia;
 
 namespace
 {
@@ -86,49 +90,27 @@ TEST_F(ConjuntaTest, ALineHeldOrChangedElsewhereIsNotWrittenOver)
     EXPECT_EQ(oficina.dia(1, Dia), (QStringList{"10:00  N"}));
 }
 
-// Another program that heeds no locks writes into the line while the clerk types.
+// Another program that heeds no locks writes into the line while the clerk types: Enter again writes his
+// text, and the rest of the line is as the other has it.
 TEST_F(ConjuntaTest, WhatCannotBeWrittenStaysInTheCell)
 {
     abre();
-    const auto detalle = [this] { return ventana->findChild<QPlainTextEdit *>("Detalle")->toPlainText(); };
     teclea("Poder");
-    escribeSinBloqueo(1 + 8 + 5, "AJENO"); // behind the mark, FECHA and HORA
-    oficina.Mensaje.espera(
-        {QStringLiteral(
-             "No se ha podido guardar la cita de las 09:00.\nOtro puesto ha cambiado la línea mientras "
-             "tanto\n\n"
-             "Lo que ha escrito sigue en la celda: pulse Intro para volver a intentarlo o Esc para "
-             "dejarlo.\nEl otro puesto había escrito: AJENO"),
-         Atencion});
-    tecla(Qt::Key_Return);
-    ASSERT_TRUE(rejilla().EstaEditando());
-    EXPECT_EQ(qobject_cast<QLineEdit *>(QApplication::focusWidget())->text(), "Poder");
-    EXPECT_TRUE(detalle().contains("AJENO")) << "what the next Enter writes over is seen";
-    tecla(Qt::Key_Escape);
-    EXPECT_FALSE(rejilla().EstaEditando());
-    EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 AJENO N");
-}
-
-// Enter again: the rest of the line is as the other program has it.
-TEST_F(ConjuntaTest, WhatIsTriedAgainGoesIntoTheLineAsItIsByNow)
-{
-    abre();
-    teclea("Poder");
-    escribeSinBloqueo(1 + 8 + 5 + 254 + 20 + 100, "AJENO"); // behind INTERESADO
-    oficina.Mensaje.espera(
-        {QStringLiteral(
-             "No se ha podido guardar la cita de las 09:00.\nOtro puesto ha cambiado la línea mientras "
-             "tanto\n\n"
-             "Lo que ha escrito sigue en la celda: pulse Intro para volver a intentarlo o Esc para "
-             "dejarlo."),
-         Atencion});
-    tecla(Qt::Key_Return);
-    ASSERT_TRUE(rejilla().EstaEditando());
-    EXPECT_TRUE(QTest::qWaitFor([this] { return !oficina.Mensaje.pendientes(); }));
+    oficina.escribeSinBloqueo(1, "OFICIAL", "AJENO");
+    noSeGuarda(OtroLaHaCambiado);
     tecla(Qt::Key_Return);
     EXPECT_FALSE(rejilla().EstaEditando());
     EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 Poder N");
     EXPECT_EQ(celda(0, Oficial), "AJENO");
+    teclea("Acta");
+    oficina.escribeSinBloqueo(1, "CONCEPTO", "SUYO ");
+    noSeGuarda(OtroLaHaCambiado, "SUYO");
+    EXPECT_EQ(qobject_cast<QLineEdit *>(QApplication::focusWidget())->text(), "Acta");
+    EXPECT_TRUE(ventana->findChild<QPlainTextEdit *>("Detalle")->toPlainText().contains("SUYO"))
+        << "what the next Enter writes over is seen";
+    tecla(Qt::Key_Escape);
+    EXPECT_FALSE(rejilla().EstaEditando());
+    EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 SUYO N");
 }
 
 // It needs no second line of the clerk's: what he typed is told.
@@ -136,15 +118,23 @@ TEST_F(ConjuntaTest, WhatWasTypedIntoALineThatHasGoneIsTold)
 {
     abre();
     teclea("Poder");
-    escribeSinBloqueo(0, "*");
-    oficina.Mensaje.espera(
-        {QStringLiteral("No se ha podido guardar la cita de las 09:00.\n"
-                        "Otro puesto ha borrado la línea mientras tanto\n\nHabía escrito:\nPoder"),
-         Atencion});
+    oficina.escribeSinBloqueo(1, nullptr, "*");
+    const auto dicho = habiaEscrito("Otro puesto ha borrado la línea mientras tanto", "Poder");
+    oficina.Mensaje.espera(dicho);
     tecla(Qt::Key_Return);
     EXPECT_TRUE(QTest::qWaitFor([this] { return !oficina.Mensaje.pendientes(); }));
     EXPECT_FALSE(rejilla().EstaEditando());
     EXPECT_EQ(oficina.dia(1, Dia), QStringList{"10:00  N"});
+    // Also by a window that is being closed: afterwards nobody is left to tell it.
+    ventana.reset();
+    oficina.linea(1, Dia, "09:00");
+    abre();
+    teclea("Poder");
+    oficina.escribeSinBloqueo(3, nullptr, "*");
+    oficina.Mensaje.espera(dicho);
+    ventana->close();
+    ventana.reset();
+    EXPECT_FALSE(oficina.Mensaje.pendientes());
 }
 
 TEST_F(ConjuntaTest, ASlotIsMadeAndDeletedInEveryTable)
@@ -157,14 +147,13 @@ TEST_F(ConjuntaTest, ASlotIsMadeAndDeletedInEveryTable)
         EXPECT_EQ(oficina.dia(notario, Dia).at(1), "09:30  N") << notario;
     EXPECT_EQ(rejilla().currentIndex().row(), 1);
     EXPECT_EQ(QApplication::focusWidget(), &rejilla());
-    const QString pregunta = "¿Desea borrar la cita de las %1 de todas las agendas?\nLos datos se perderán.";
-    oficina.Mensaje.espera({pregunta.arg("09:30"), " ATENCIÓN", 1});
+    oficina.Mensaje.espera({BorraHueco.arg("09:30"), " ATENCIÓN", 1});
     tecla(Qt::Key_Delete, Qt::ControlModifier);
     for (int notario = 1; notario <= 3; ++notario)
         EXPECT_FALSE(oficina.dia(notario, Dia).join(' ').contains("09:30")) << notario;
     // The second line of an hour is the first notary's alone: nobody loses his first one with it.
     ve(2, 0);
-    oficina.Mensaje.espera({pregunta.arg("10:00"), " ATENCIÓN", 1});
+    oficina.Mensaje.espera({BorraHueco.arg("10:00"), " ATENCIÓN", 1});
     tecla(Qt::Key_Delete, Qt::ControlModifier);
     for (int notario = 1; notario <= 3; ++notario)
         EXPECT_EQ(oficina.dia(notario, Dia), (QStringList{"09:00  N", "10:00  N"})) << notario;
@@ -185,11 +174,10 @@ TEST_F(ConjuntaTest, MarksAndClearingTouchOneNotary)
     EXPECT_EQ(oficina.dia(2, Dia).first(), "09:00 [SALIDA]Acta S");
     EXPECT_TRUE(rejilla().model()->index(0, CitaSegundo).data(Qt::BackgroundRole).isValid());
     EXPECT_FALSE(rejilla().model()->index(0, 0).data(Qt::BackgroundRole).isValid());
-    const QString todoElDia = "¿Desea poner o quitar la ausencia en todo el día (S/N)?";
-    oficina.Mensaje.espera({todoElDia, Conjunta, 1, "la agenda de Benito Ruiz"});
+    oficina.Mensaje.espera({TodoElDia, Conjunta, 1, "la agenda de Benito Ruiz"});
     tecla(Qt::Key_U, Qt::ControlModifier);
     EXPECT_EQ(oficina.dia(2, Dia), (QStringList{"09:00 [AUSENTE]Acta S", "10:00 [AUSENTE] S"}));
-    oficina.Mensaje.espera({todoElDia, Conjunta, 1, "la agenda de Benito Ruiz"});
+    oficina.Mensaje.espera({TodoElDia, Conjunta, 1, "la agenda de Benito Ruiz"});
     tecla(Qt::Key_U, Qt::ControlModifier);
     EXPECT_EQ(oficina.dia(2, Dia), (QStringList{"09:00 Acta N", "10:00  N"}));
     oficina.Mensaje.espera({"¿Desea limpiar la cita de las 09:00 de la base de datos?", " ATENCIÓN", 1});
@@ -295,10 +283,21 @@ TEST_F(ConjuntaTest, TheDateFieldFollowsCommandsAndIsFollowedByThem)
     fecha->setFocus();
     tecla(Qt::Key_Home);
     teclea("16");
-    ventana->findChild<QAction *>("ASalida")->trigger();
+    ventana->findChild<QAction *>("AImprimirDia")->trigger();
     EXPECT_EQ(ventana->Fecha(), Dia);
-    EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 [SALIDA] S");
-    EXPECT_EQ(oficina.dia(1, OtroDia), (QStringList{"09:00  N"}));
+    EXPECT_EQ(informes.Pedidos, QStringList{"dia 16/11"});
+    // A day that no table can show leaves the day before, and its date in the field.
+    for (int notario = 1; notario <= 3; ++notario)
+        motor->Tabla(notario)->close();
+    tecleaFecha("18");
+    oficina.Mensaje.espera({"Ana Núñez: La tabla no está abierta\nBenito Ruiz: La tabla no está abierta\n"
+                            "Carmen Güell: La tabla no está abierta",
+                            Atencion});
+    tecla(Qt::Key_Return);
+    EXPECT_EQ(ventana->Fecha(), Dia);
+    EXPECT_EQ(fecha->text(), "16/11/2026");
+    for (int notario = 1; notario <= 3; ++notario)
+        motor->Tabla(notario)->open();
     fecha->setFocus();
     tecla(Qt::Key_Home);
     teclea("31");
@@ -375,28 +374,15 @@ TEST_F(ConjuntaTest, LinesOfOthersComeByThemselvesAndTheCellStays)
 // Not even the line can be had again: what was typed waits in the cell until it can.
 TEST_F(ConjuntaTest, WhatIsTypedWaitsInTheCellForAServerThatDoesNotAnswer)
 {
-    namespace filecalls = driver::filecalls;
-    filecalls::watch(oficina.carpetaDe("NOTARIO1"), false);
-    abre();
+    abreVigilada(1);
     teclea("Poder");
-    filecalls::fail(filecalls::Fault{filecalls::Call::lock, 1, EIO, true, false});
-    for (int veces = 0; veces < 2; ++veces) {
-        oficina.Mensaje.espera(
-            {QStringLiteral("No se ha podido guardar la cita de las 09:00.\nNo se puede bloquear el fichero: "
-                            "Input/output error\n\nLo que ha escrito sigue en la celda: pulse Intro para "
-                            "volver a intentarlo o Esc para dejarlo."),
-             Atencion});
-        tecla(Qt::Key_Return);
-        EXPECT_TRUE(QTest::qWaitFor([this] { return !oficina.Mensaje.pendientes(); }));
-        ASSERT_TRUE(rejilla().EstaEditando());
-    }
-    filecalls::fail({});
+    falla(driver::filecalls::Call::lock);
+    noSeGuarda(SinServidor);
+    noSeGuarda(SinServidor);
+    vuelve();
     tecla(Qt::Key_Return);
     EXPECT_FALSE(rejilla().EstaEditando());
     EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 Poder N");
-    ventana.reset();
-    motor.reset();
-    filecalls::unwatch();
 }
 
 // What a table finds in the middle of a working day reaches the clerk once the cell is closed, and only once.
@@ -418,8 +404,6 @@ TEST_F(ConjuntaTest, NoticesOfATableAreToldOnce)
     QCoreApplication::processEvents();
     EXPECT_FALSE(oficina.Mensaje.pendientes());
     refresca();
-    ventana.reset();
-    motor.reset();
 }
 #endif
 

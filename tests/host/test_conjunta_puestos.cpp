@@ -3,17 +3,22 @@
 
 #include "tests/host/Conjunta.h"
 
+#include <QtWidgets/QPlainTextEdit>
+#include <QtWidgets/QStatusBar>
+
 using support::Atencion;
+using support::BorraHueco;
 using support::CitaSegundo;
 using support::Conjunta;
 using support::ConjuntaTest;
 using support::Dia;
 using support::OtroDia;
+using support::OtroLaHaCambiado;
+using support::SinServidor;
+using support::TodoElDia;
 
 namespace
 {
-
-const QString Borrar = "¿Desea borrar la cita de las %1 de todas las agendas?\nLos datos se perderán.";
 
 TEST_F(ConjuntaTest, ASlotThatTheNotaryHasLostDeletesNoOtherHourOfHis)
 {
@@ -45,17 +50,22 @@ TEST_F(ConjuntaTest, ADateTypedBeforeADeletionDeletesNoOtherHour)
     abre();
     ve(1, 0);
     tecleaFecha("18");
+    auto *const borrar = ventana->findChild<QAction *>("ABorrar");
+    borrar->trigger();
+    EXPECT_EQ(ventana->Fecha(), OtroDia) << "seen first";
     oficina.Mensaje.espera({"No hay hueco a las 10:00 en la agenda de Ana Núñez.", Atencion});
-    ventana->findChild<QAction *>("ABorrar")->trigger();
+    borrar->setEnabled(true);
+    borrar->trigger();
     EXPECT_EQ(oficina.dia(1, OtroDia), QStringList{"09:00 Poder N"});
     EXPECT_EQ(oficina.dia(2, OtroDia), QStringList{"10:00 Acta N"});
     // A day without a sheet, of which none is wanted.
     tecleaFecha("19");
     oficina.Mensaje.espera({"¿Desea añadir una hoja a día de 19/11/2026 (S/N)?", "Agenda", 0,
                             "No hay datos a fecha de 19/11/2026"});
+    tecla(Qt::Key_Return);
     oficina.Mensaje.espera({"Este día no tiene ningún hueco.", Atencion});
-    ventana->findChild<QAction *>("ABorrar")->setEnabled(true);
-    ventana->findChild<QAction *>("ABorrar")->trigger();
+    borrar->setEnabled(true);
+    borrar->trigger();
 }
 
 TEST_F(ConjuntaTest, WhatAColleagueHasJustBookedIsNeitherDeletedNorCleared)
@@ -74,7 +84,7 @@ TEST_F(ConjuntaTest, WhatAColleagueHasJustBookedIsNeitherDeletedNorCleared)
     tecla(Qt::Key_Delete);
     EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 Boda N");
     // Seen, it may be deleted.
-    oficina.Mensaje.espera({Borrar.arg("09:00"), " ATENCIÓN", 1});
+    oficina.Mensaje.espera({BorraHueco.arg("09:00"), " ATENCIÓN", 1});
     tecla(Qt::Key_Delete, Qt::ControlModifier);
     EXPECT_EQ(oficina.dia(1, Dia), QStringList{"10:00  N"});
 }
@@ -234,6 +244,8 @@ TEST_F(ConjuntaTest, AnUnreadableTableCostsItsOwnColumnAlone)
     motor->Tabla(2)->close();
     oficina.Mensaje.espera({"No se puede leer este día en la agenda de Benito Ruiz.", Atencion});
     tecla(Qt::Key_PageDown, Qt::ControlModifier);
+    EXPECT_EQ(ventana->findChild<QPlainTextEdit *>("Detalle")->toPlainText(),
+              "09:00 · Benito Ruiz\n(no se puede leer)");
     EXPECT_EQ(ventana->Fecha(), Dia);
     EXPECT_EQ(celda(0, 0), "");
     EXPECT_EQ(rejilla().model()->rowCount(), 2);
@@ -268,7 +280,7 @@ TEST_F(ConjuntaTest, APasteIsToldApartFromTheSlotThatAnotherTableLacks)
     tecla(Qt::Key_C, Qt::ControlModifier);
     motor->Tabla(3)->close();
     oficina.Mensaje.espera({"Está pegado, pero el hueco no se ha podido añadir en todas las agendas.\n"
-                            "La tabla no está abierta",
+                            "Carmen Güell: La tabla no está abierta",
                             Atencion});
     conHora(Qt::Key_V, Qt::ControlModifier | Qt::ShiftModifier, "1200");
     EXPECT_EQ(oficina.dia(1, Dia).last(), "12:00 Poder N");
@@ -302,6 +314,152 @@ TEST_F(ConjuntaTest, AfterACommandThatFailedTheGridIsReadAgain)
     EXPECT_EQ(celda(0, CitaSegundo), "Nueva");
 }
 
+// Another program writes the party and the client's code, and the clerk's own party, who is no client, goes
+// over it.
+TEST_F(ConjuntaTest, APartyTypedAgainTakesNobodyElsesCode)
+{
+    abre();
+    ve(0, 1);
+    tecla(Qt::Key_F2);
+    teclea("Otra");
+    oficina.escribeSinBloqueo(1, "CODCLIENTE", "                  42");
+    oficina.escribeSinBloqueo(1, "INTERESADO", "Luis Gil");
+    noSeGuarda(OtroLaHaCambiado, "Luis Gil");
+    tecla(Qt::Key_Return);
+    EXPECT_FALSE(rejilla().EstaEditando());
+    const auto otro = oficina.agenda(1);
+    EXPECT_EQ(otro->field(u"INTERESADO").asText(), "Otra");
+    EXPECT_EQ(otro->field(u"CODCLIENTE").asInteger(), 0);
+}
+
+// A table that was away and has come back is looked at before anything is done with it.
+TEST_F(ConjuntaTest, NothingIsDoneWithADayThatHasOnlyComeBack)
+{
+    const QString mire =
+        "Se ha vuelto a leer este día en la agenda de Benito Ruiz. Mire lo que dice antes de cambiarlo.";
+    abre();
+    ve(0, CitaSegundo);
+    const auto vaYVuelve = [this] {
+        motor->Tabla(2)->close();
+        escribe(2, "CONCEPTO", "Boda");
+        motor->Tabla(2)->open();
+    };
+    oficina.Mensaje.espera(
+        {TodoElDia, Conjunta, 1, "la agenda de Benito Ruiz", support::TCaja::porSuTexto, vaYVuelve});
+    oficina.Mensaje.espera({mire, Atencion});
+    tecla(Qt::Key_U, Qt::ControlModifier);
+    EXPECT_EQ(oficina.dia(2, Dia), (QStringList{"09:00 Boda N", "10:00  N"}));
+    EXPECT_EQ(celda(0, CitaSegundo), "Boda");
+    // Nor is it said that he lacks the slot of which nothing was known.
+    for (const Qt::Key orden : {Qt::Key_F2, Qt::Key_Delete}) {
+        motor->Tabla(2)->close();
+        refresca();
+        motor->Tabla(2)->open();
+        oficina.Mensaje.espera({mire, Atencion});
+        ventana->findChild<QAction *>("ALimpiar")->setEnabled(true);
+        tecla(orden);
+        EXPECT_FALSE(rejilla().EstaEditando());
+    }
+    EXPECT_EQ(oficina.dia(2, Dia), (QStringList{"09:00 Boda N", "10:00  N"}));
+}
+
+TEST_F(ConjuntaTest, ASheetThatOneTableRefusesIsMadeInTheOthersAndTheTitleIsItsDay)
+{
+    abre();
+    tecleaFecha("19");
+    oficina.Mensaje.espera({"¿Desea añadir una hoja a día de 19/11/2026 (S/N)?", "Agenda", 1,
+                            "No hay datos a fecha de 19/11/2026", support::TCaja::porSuTexto,
+                            [this] { motor->Tabla(2)->close(); }});
+    oficina.Mensaje.espera({"Benito Ruiz: La tabla no está abierta", Atencion});
+    tecla(Qt::Key_Return);
+    const QDate nuevo(2026, 11, 19);
+    EXPECT_EQ(ventana->Fecha(), nuevo);
+    EXPECT_FALSE(oficina.dia(1, nuevo).isEmpty());
+    EXPECT_FALSE(oficina.dia(3, nuevo).isEmpty());
+    EXPECT_TRUE(ventana->findChild<QLabel *>("LDia")->text().contains("19 de noviembre"))
+        << ventana->findChild<QLabel *>("LDia")->text().toStdString();
+    EXPECT_FALSE(rejilla().model()->rowCount() == 0) << "what has been made is seen";
+    motor->Tabla(2)->open();
+}
+
+TEST_F(ConjuntaTest, OfSeveralLinesAllAreCopiedOrNone)
+{
+    abre();
+    rejilla().selectColumn(0);
+    const auto otro = oficina.agenda(1);
+    otro->last();
+    otro->edit();
+    otro->field(u"CONCEPTO").setText("Acta");
+    otro->post();
+    oficina.Mensaje.espera({"No se ha copiado nada.\nAna Núñez: 10:00: " + OtroLaHaCambiado, Atencion});
+    tecla(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_TRUE(motor->HorasCopiadas().isEmpty()) << motor->HorasCopiadas().join(',').toStdString();
+    EXPECT_EQ(celda(1, 0), "Acta") << "what is refused is shown";
+}
+
+// Cells were chosen on one day; a date is typed, and the tool bar leaves the focus in its field.
+TEST_F(ConjuntaTest, LinesChosenOnOneDayAreNotMarkedOnAnother)
+{
+    for (int notario = 1; notario <= 3; ++notario) {
+        oficina.linea(notario, OtroDia, "09:00", "Poder");
+        oficina.linea(notario, OtroDia, "10:00", "Acta");
+    }
+    abre();
+    rejilla().selectColumn(0);
+    tecleaFecha("18");
+    ventana->findChild<QAction *>("ASalida")->trigger();
+    EXPECT_EQ(oficina.dia(1, OtroDia), (QStringList{"09:00 Poder N", "10:00 Acta N"}));
+    EXPECT_EQ(celda(0, 0), "Poder");
+    EXPECT_EQ(rejilla().selectionModel()->selectedIndexes(), QModelIndexList{rejilla().currentIndex()});
+    tecla(Qt::Key_S, Qt::ControlModifier); // seen, his own line is marked
+    EXPECT_EQ(oficina.dia(1, OtroDia), (QStringList{"09:00 [SALIDA]Poder S", "10:00 Acta N"}));
+}
+
+#if defined(Q_OS_LINUX)
+// The program ends with a cell open that cannot be written: the clerk reads what he had typed.
+TEST_F(ConjuntaTest, WhatIsLostWhenTheProgramEndsIsTold)
+{
+    abreVigilada(1);
+    teclea("Poder");
+    falla(driver::filecalls::Call::lock);
+    oficina.Mensaje.espera(habiaEscrito(SinServidor, "Poder"));
+    ventana.reset();
+    EXPECT_FALSE(oficina.Mensaje.pendientes());
+}
+
+// The line could not be had for a while, and a colleague has booked it: Enter does not write over that
+// unseen.
+TEST_F(ConjuntaTest, ACellThatHasWaitedForItsLineWritesOverNothingUnseen)
+{
+    abreVigilada(1);
+    teclea("Poder");
+    falla(driver::filecalls::Call::lock);
+    noSeGuarda(SinServidor);
+    vuelve();
+    escribe(1, "CONCEPTO", "Boda");
+    noSeGuarda(OtroLaHaCambiado, "Boda");
+    EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 Boda N");
+    tecla(Qt::Key_Return); // told, it is his decision
+    EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 Poder N");
+}
+
+TEST_F(ConjuntaTest, AColumnThatCannotBeReadAnyMoreSaysSo)
+{
+    oficina.linea(2, Dia, "08:00", "Madruga");
+    abreVigilada(2);
+    ASSERT_EQ(rejilla().currentIndex().row(), 0);
+    falla(std::nullopt);
+    oficina.linea(3, Dia, "12:00");
+    refresca();
+    EXPECT_EQ(rejilla().model()->rowCount(), 3) << "nothing is known of 08:00";
+    EXPECT_EQ(ventana->findChild<QLabel *>("LAviso")->text(), "No se puede leer el día de Benito Ruiz.");
+    EXPECT_FALSE(ventana->statusBar()->currentMessage().contains("ha borrado"));
+    vuelve();
+    refresca();
+    EXPECT_EQ(celda(0, CitaSegundo), "Madruga");
+}
+#endif
+
 class ConjuntaDeSiete : public ConjuntaTest
 {
 protected:
@@ -321,7 +479,7 @@ TEST_F(ConjuntaDeSiete, NobodyLosesASecondLineAndTheOthersAreNamed)
         << aviso->text().toStdString();
     EXPECT_EQ(rejilla().model()->columnCount(), 15);
     ve(1, 0);
-    oficina.Mensaje.espera({Borrar.arg("10:00"), " ATENCIÓN", 1});
+    oficina.Mensaje.espera({BorraHueco.arg("10:00"), " ATENCIÓN", 1});
     tecla(Qt::Key_Delete, Qt::ControlModifier);
     for (int notario = 1; notario <= 4; ++notario)
         EXPECT_EQ(oficina.dia(notario, Dia), QStringList{"09:00  N"}) << notario;

@@ -1,5 +1,9 @@
 #include "tests/support/OficinaDePrueba.h"
 
+#include <gtest/gtest.h>
+
+#include <fstream>
+
 namespace support
 {
 
@@ -76,6 +80,26 @@ void OficinaDePrueba::linea(int notario, QDate fecha, const QString &hora, const
     tabla->field(u"SALIDA").setText(salida);
     tabla->field(u"AVISO").setText("N");
     tabla->post();
+}
+
+void OficinaDePrueba::escribeSinBloqueo(int registro, const char *campo, const std::string &bytes) const
+{
+    constexpr int anchoDeFecha = 8;
+    int lugar = 0;
+    int largo = 1;
+    for (const dataset::FieldInfo &uno : CamposAgendaN()) {
+        if (campo && uno.name == QLatin1String(campo))
+            lugar = largo;
+        largo += uno.kind == FieldKind::date ? anchoDeFecha : uno.width;
+    }
+    std::fstream fichero(carpetaDe("NOTARIO1") / "AGENDA_N.DBF",
+                         std::ios::in | std::ios::out | std::ios::binary);
+    fichero.seekg(8);
+    const int cabecera = fichero.get() + 256 * fichero.get();
+    fichero.seekp(cabecera + (registro - 1) * largo + lugar);
+    fichero << bytes;
+    fichero.flush();
+    EXPECT_TRUE(fichero.good() && (!campo || lugar > 0));
 }
 
 QStringList OficinaDePrueba::dia(int notario, QDate fecha) const

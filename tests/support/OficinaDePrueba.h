@@ -27,6 +27,10 @@ public:
     /// Adds a line to a notary's agenda.
     void linea(int notario, QDate fecha, const QString &hora, const QString &concepto = {},
                const QString &salida = QStringLiteral("N"));
+    /// What a program that heeds no locks does to the first notary's file.
+    /// @param registro  from 1, as they lie in the file. @param campo  null: in front of the fields, the
+    /// mark.
+    void escribeSinBloqueo(int registro, const char *campo, const std::string &bytes) const;
     /// "hh:nn CONCEPTO SALIDA" of every line of a day as the file holds it now.
     [[nodiscard]] QStringList dia(int notario, QDate fecha) const;
     [[nodiscard]] std::filesystem::path carpeta() const { return m_carpeta.path(); }
