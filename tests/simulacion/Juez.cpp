@@ -285,7 +285,7 @@ TVeredicto TJuez::JuzgaNueva(const TOrden &orden, const TCambio &cambio) const
         });
         const auto mismaHora = std::count_if(
             dia.begin(), dia.end(), [&](const TFila &fila) { return fila.Linea.Hora == nueva.Hora; });
-        if (deLaHoja && mismaHora == 1)
+        if (deLaHoja && mismaHora <= 1) // none: others have deleted it meanwhile
             return {};
         return Fallo('b', QStringLiteral("hoja doble: ") + cambio.EnTexto());
     }

@@ -118,7 +118,13 @@ TVeredicto TJuez::JuzgaCitas(const TOrden &orden, const TMemoria &memoria, const
                                 .arg(llegadas.size())
                                 .arg(EnRenglones(llegadas), orden.Avisos.join(QStringLiteral(" / ")));
     if (marca || Tiene(orden, volver)) {
+        QList<TLinea> quitadas; // their records are free; one that is written over is no deletion
+        for (const TCambio &cambio : orden.Cambios)
+            if (!cambio.Despues)
+                quitadas << *cambio.Antes;
         QList<TLinea> borradas = memoria.Borradas;
+        for (const TLinea &sigue : Quita(memoria.Borradas, quitadas))
+            borradas.removeOne(sigue);
         idas = Quita(idas, borradas);
         for (const TLinea &una : std::as_const(borradas)) // gone, while another line has come to say the same
             if (llegadas.size() < idas.size() && todas.contains(una))
