@@ -1,6 +1,7 @@
 #include "host/ModeloConjunto.h"
 
 #include "agenda/LineaAgenda.h"
+#include "dbcontrols/PlainText.h"
 
 #include <QtCore/QLoggingCategory>
 
@@ -277,8 +278,9 @@ QVariant TModeloConjunto::data(const QModelIndex &indice, int papel) const
     switch (papel) {
     case Qt::DisplayRole:
     case Qt::EditRole:
-    case Qt::ToolTipRole:
         return celda.Textos.at(campo);
+    case Qt::ToolTipRole:
+        return dbcontrols::plainTip(celda.Textos.at(campo));
     case Qt::BackgroundRole:
         return celda.Salida && m_colorSalida.isValid() ? QVariant(m_colorSalida) : QVariant();
     case Qt::AccessibleTextRole:
