@@ -5,6 +5,7 @@
 #include "agenda/Rnumcad.h"
 #include "dbcontrols/ColorPanel.h"
 #include "dbcontrols/MaskEdit.h"
+#include "dbcontrols/PlainText.h"
 #include "dbcontrols/TextMenu.h"
 
 #include <QtCore/QRegularExpression>
@@ -85,10 +86,10 @@ QGroupBox *TFConfAgenda::CreaIntervaloDelDia()
     cbHoraComienzo = CreaHoras("cbHoraComienzo", comienzo, 0);
     cbHoraFin = CreaHoras("cbHoraFin", fin, HorasDelDia - 1);
     auto *const fila = new QHBoxLayout(grupo);
-    fila->addWidget(new QLabel(comienzo, grupo));
+    fila->addWidget(dbcontrols::plainLabel(comienzo, grupo));
     fila->addWidget(cbHoraComienzo);
     fila->addStretch();
-    fila->addWidget(new QLabel(fin, grupo));
+    fila->addWidget(dbcontrols::plainLabel(fin, grupo));
     fila->addWidget(cbHoraFin);
     return grupo;
 }
@@ -113,7 +114,7 @@ QGroupBox *TFConfAgenda::CreaIntervalo()
     eIntervaloHoras->setAttribute(Qt::WA_InputMethodEnabled, false);
     eIntervaloHoras->setFixedWidth(fontMetrics().horizontalAdvance(QStringLiteral("000")) + 18);
     auto *const fila = new QHBoxLayout(grupo);
-    fila->addWidget(new QLabel(rotulo, grupo));
+    fila->addWidget(dbcontrols::plainLabel(rotulo, grupo));
     fila->addWidget(eIntervaloHoras);
     fila->addStretch();
     return grupo;
@@ -130,8 +131,8 @@ QGroupBox *TFConfAgenda::CreaNombres()
     eNotario2 = CreaEdicion("eNotario2", segundo);
     for (QLineEdit *const nombre : {eNotario1, eNotario2})
         nombre->setMaxLength(AnchoDelNombre);
-    m_rotuloNotario1 = new QLabel(primero, gbINteresados);
-    m_rotuloNotario2 = new QLabel(segundo, gbINteresados);
+    m_rotuloNotario1 = dbcontrols::plainLabel(primero, gbINteresados);
+    m_rotuloNotario2 = dbcontrols::plainLabel(segundo, gbINteresados);
     auto *const filas = new QFormLayout(gbINteresados);
     filas->addRow(m_rotuloNotario1, eNotario1);
     filas->addRow(m_rotuloNotario2, eNotario2);
@@ -148,11 +149,11 @@ QGroupBox *TFConfAgenda::CreaColor()
     connect(pColorAgendaSalida, &QAbstractButton::clicked, this, &TFConfAgenda::pColorAgendaSalidaClick);
     auto *const columna = new QVBoxLayout(grupo);
     auto *const fila = new QHBoxLayout;
-    fila->addWidget(new QLabel(QStringLiteral("Casillas de selección y verificación:"), grupo));
+    fila->addWidget(dbcontrols::plainLabel(QStringLiteral("Casillas de selección y verificación:"), grupo));
     fila->addWidget(pColorAgendaSalida);
     fila->addStretch();
     columna->addLayout(fila);
-    auto *const nota = new QLabel(QStringLiteral("(Pulse sobre el color para cambiarlo)"), grupo);
+    auto *const nota = dbcontrols::plainLabel(QStringLiteral("(Pulse sobre el color para cambiarlo)"), grupo);
     QFont cursiva = nota->font();
     cursiva.setItalic(true);
     nota->setFont(cursiva);
@@ -173,7 +174,7 @@ QGroupBox *TFConfAgenda::CreaFecha()
     MEFecha->setFixedWidth(fontMetrics().horizontalAdvance(QStringLiteral("00/00/0000")) + 18);
     connect(MEFecha, &dbcontrols::MaskEdit::focusLeft, this, &TFConfAgenda::MEFechaExit);
     auto *const fila = new QHBoxLayout(grupo);
-    fila->addWidget(new QLabel(rotulo, grupo));
+    fila->addWidget(dbcontrols::plainLabel(rotulo, grupo));
     fila->addWidget(MEFecha);
     fila->addStretch();
     return grupo;

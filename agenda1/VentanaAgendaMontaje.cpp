@@ -10,6 +10,7 @@
 #include "dbcontrols/DbGrid.h"
 #include "dbcontrols/HelpLine.h"
 #include "dbcontrols/MaskEdit.h"
+#include "dbcontrols/PlainText.h"
 #include "dbcontrols/WindowPlace.h"
 
 #include <QtGui/QAction>
@@ -44,11 +45,11 @@ TVentanaAgenda::TVentanaAgenda(TAgenda &motor, const QString &nombre, const TRot
     setContextMenuPolicy(Qt::PreventContextMenu);
     statusBar()->setObjectName(QStringLiteral("LExplica"));
     statusBar()->setAccessibleName(QStringLiteral("Ayuda"));
-    m_pista = new QLabel(statusBar());
+    m_pista = dbcontrols::plainLabel({}, statusBar());
     m_pista->setAccessibleName(QStringLiteral("Explicación"));
     dbcontrols::addUnderMessages(*statusBar(), *m_pista, 1);
 
-    LFecha = new QLabel(FechaCorta(motor.Fecha()), this);
+    LFecha = dbcontrols::plainLabel(FechaCorta(motor.Fecha()), this);
     LFecha->setObjectName(QStringLiteral("LFecha"));
     LFecha->setAccessibleName(QStringLiteral("Fecha de la agenda"));
     LFecha->setAlignment(Qt::AlignCenter);
@@ -82,7 +83,7 @@ QAction *TVentanaAgenda::CreaComando(const char *nombre, const QString &titulo, 
 {
     auto *const comando = new QAction(titulo, this);
     comando->setObjectName(QLatin1String(nombre));
-    comando->setToolTip(pista);
+    comando->setToolTip(dbcontrols::plainTip(pista));
     comando->setStatusTip(pista);
     comando->setShortcut(tecla);
     comando->setMenuRole(QAction::NoRole);
@@ -150,7 +151,7 @@ DbEdit *TVentanaAgenda::CreaEdicion(const char *nombre, const QString &rotulo)
 
 void TVentanaAgenda::PonEnFila(QBoxLayout &fila, const QString &rotulo, QWidget &control, int estirado)
 {
-    auto *const texto = new QLabel(rotulo, PActualiza);
+    auto *const texto = dbcontrols::plainLabel(rotulo, PActualiza);
     texto->setBuddy(&control);
     fila.addWidget(texto);
     fila.addWidget(&control, estirado);

@@ -5,6 +5,7 @@
 #include "agenda/host/Servicios.h"
 #include "dbcontrols/ColorPanel.h"
 #include "dbcontrols/LaterCall.h"
+#include "dbcontrols/PlainText.h"
 
 #include <QtGui/QKeyEvent>
 #include <QtGui/QValidator>
@@ -107,10 +108,10 @@ QGroupBox *TFConfAgendaN::CreaIntervaloDelDia()
     auto *const fila = new QHBoxLayout(grupo);
     fila->setContentsMargins(MargenesDeGrupo);
     fila->setSpacing(3);
-    fila->addWidget(new QLabel(comienzo, grupo));
+    fila->addWidget(dbcontrols::plainLabel(comienzo, grupo));
     fila->addWidget(cbHoraComienzo);
     fila->addStretch();
-    fila->addWidget(new QLabel(fin, grupo));
+    fila->addWidget(dbcontrols::plainLabel(fin, grupo));
     fila->addWidget(cbHoraFin);
     return grupo;
 }
@@ -128,7 +129,7 @@ QGroupBox *TFConfAgendaN::CreaMinutos(const QString &titulo, const QString &rotu
     edicion->setFixedWidth(qMax(AnchoMinutos, fontMetrics().horizontalAdvance(QStringLiteral("000")) + 14));
     auto *const fila = new QHBoxLayout(grupo);
     fila->setContentsMargins(MargenesDeGrupo);
-    fila->addWidget(new QLabel(rotulo, grupo));
+    fila->addWidget(dbcontrols::plainLabel(rotulo, grupo));
     fila->addWidget(edicion);
     fila->addStretch();
     return grupo;
@@ -147,7 +148,7 @@ QGroupBox *TFConfAgendaN::CreaColor()
     columna->setSpacing(0);
     auto *const fila = new QHBoxLayout;
     fila->setSpacing(6);
-    fila->addWidget(new QLabel(QStringLiteral("Casillas de selección y verificación:"), grupo));
+    fila->addWidget(dbcontrols::plainLabel(QStringLiteral("Casillas de selección y verificación:"), grupo));
     fila->addWidget(pColorAgendaSalida);
     fila->addStretch();
     columna->addLayout(fila);
@@ -184,7 +185,7 @@ QPushButton *TFConfAgendaN::CreaBoton(const char *nombre, const QString &titulo)
 
 QLabel *TFConfAgendaN::CreaNota(const QString &texto)
 {
-    auto *const nota = new QLabel(texto, this);
+    auto *const nota = dbcontrols::plainLabel(texto, this);
     QFont cursiva = nota->font();
     cursiva.setItalic(true);
     nota->setFont(cursiva);

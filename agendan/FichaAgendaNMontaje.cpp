@@ -9,6 +9,7 @@
 #include "dbcontrols/DbMemo.h"
 #include "dbcontrols/HelpLine.h"
 #include "dbcontrols/MaskEdit.h"
+#include "dbcontrols/PlainText.h"
 
 #include <QtGui/QAction>
 #include <QtGui/QKeyEvent>
@@ -136,7 +137,7 @@ QAction *TFFichaAgendaN::CreaComando(const char *nombre, const QString &titulo, 
 {
     auto *const comando = new QAction(titulo, this);
     comando->setObjectName(QLatin1String(nombre));
-    comando->setToolTip(pista);
+    comando->setToolTip(dbcontrols::plainTip(pista));
     comando->setStatusTip(pista);
     comando->setMenuRole(QAction::NoRole);
     connect(comando, &QAction::triggered, this, [this, comando, alcance, orden = std::move(orden)] {
@@ -354,7 +355,7 @@ void TFFichaAgendaN::CreaLineaDeAyuda()
     LExplica = statusBar();
     LExplica->setObjectName(QStringLiteral("LExplica"));
     LExplica->setAccessibleName(QStringLiteral("Ayuda"));
-    m_pista = new QLabel(LExplica);
+    m_pista = dbcontrols::plainLabel({}, LExplica);
     m_pista->setAccessibleName(QStringLiteral("Explicación"));
     dbcontrols::addUnderMessages(*LExplica, *m_pista, 1);
     CreaFueraDeHora();

@@ -8,6 +8,7 @@
 #include "dbcontrols/DbMemo.h"
 #include "dbcontrols/LaterCall.h"
 #include "dbcontrols/MaskEdit.h"
+#include "dbcontrols/PlainText.h"
 
 #include <QtGui/QCloseEvent>
 #include <QtGui/QInputMethodEvent>
@@ -324,7 +325,7 @@ void TFFichaCitas::Ayuda(const QWidget *control)
 {
     const QString aviso = std::exchange(m_avisoAyuda, {});
     LExplica->setText(!aviso.isEmpty() ? aviso : control ? control->statusTip() : QString());
-    LExplica->setToolTip(aviso); // a name or a path in it may be longer than the line
+    LExplica->setToolTip(dbcontrols::plainTip(aviso)); // a name or a path in it may be longer than the line
 }
 
 void TFFichaCitas::Avisa(const QString &aviso)
@@ -332,7 +333,7 @@ void TFFichaCitas::Avisa(const QString &aviso)
     if (aviso.isEmpty())
         return;
     LExplica->setText(aviso);
-    LExplica->setToolTip(aviso);
+    LExplica->setToolTip(dbcontrols::plainTip(aviso));
 }
 
 bool TFFichaCitas::EsCajaDeEdicion(const QWidget *control) const

@@ -11,6 +11,7 @@
 #include "dbcontrols/DbEdit.h"
 #include "dbcontrols/DbMemo.h"
 #include "dbcontrols/MaskEdit.h"
+#include "dbcontrols/PlainText.h"
 #include "dbcontrols/TextMenu.h"
 #include "dbcontrols/UpperCaseValidator.h"
 
@@ -35,7 +36,7 @@ constexpr int LineasDelMemo = 3;
 void PonPista(QWidget &control, const QString &nombre, const QString &pista)
 {
     control.setAccessibleName(nombre);
-    control.setToolTip(pista);
+    control.setToolTip(dbcontrols::plainTip(pista));
     control.setStatusTip(pista);
 }
 
@@ -50,7 +51,7 @@ MaskEdit *CreaMascara(QWidget *padre, const char *nombre, const QString &mascara
 
 QLabel *CreaRotulo(QWidget *padre, const QString &texto, QWidget *control)
 {
-    auto *const rotulo = new QLabel(texto, padre);
+    auto *const rotulo = dbcontrols::plainLabel(texto, padre);
     rotulo->setBuddy(control);
     return rotulo;
 }
@@ -131,7 +132,7 @@ QLayout *TFFichaCitas::CreaFilaDeHoras()
              QStringLiteral("Seleccione la hora de fin del alta del expediente"));
     lblHoraFin = CreaRotulo(PCita, QStringLiteral("hasta:"), MEHoraFin);
     lblHoraFin->setObjectName(QStringLiteral("lblHoraFin"));
-    lblHorafinComentario = new QLabel(QStringLiteral("(opcional)"), PCita);
+    lblHorafinComentario = dbcontrols::plainLabel(QStringLiteral("(opcional)"), PCita);
     lblHorafinComentario->setObjectName(QStringLiteral("lblHorafinComentario"));
 
     auto *const fila = new QHBoxLayout;
@@ -263,9 +264,8 @@ void TFFichaCitas::CreaBotones()
     BSalir = CreaBoton("BSalir", QStringLiteral("&Salir"), QStringLiteral("Cierra esta ventana"),
                        &TFFichaCitas::BSalirClick);
     BSalir->setEnabled(true);
-    LExplica = new QLabel(this);
+    LExplica = dbcontrols::plainLabel({}, this);
     LExplica->setObjectName(QStringLiteral("LExplica"));
-    LExplica->setTextFormat(Qt::PlainText);
     LExplica->setAccessibleDescription(QStringLiteral("Ayuda"));
     LExplica->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
 

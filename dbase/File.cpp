@@ -26,6 +26,21 @@ bool File::isOpen() const
     return m_native && m_native->isOpen();
 }
 
+Result<File> File::create(const std::filesystem::path &path)
+{
+    return make(path, nullptr);
+}
+
+Result<File> File::createBeside(const File &owner, const std::filesystem::path &path)
+{
+    return make(path, &owner);
+}
+
+FileIdentity File::identity() const
+{
+    return m_native->identity;
+}
+
 bool File::isInDoubt() const
 {
     return m_native && m_native->isInDoubt;

@@ -63,7 +63,6 @@ public:
     enum class Mode {
         readOnly,
         readWrite,
-        createNew,
         writeThrough ///< readWrite; writeAt() returns when what it wrote, and nothing else, is on the disk
     };
 
@@ -74,10 +73,20 @@ public:
     File &operator=(const File &) = delete;
     ~File();
 
-    /// @return notFound, readOnly (no right to write), invalidArgument (createNew on an existing file),
-    /// inputOutput, unsupported (writeThrough where the system has no such thing, and on a share, whose locks
-    /// would not stand for a second handle: write and sync() instead).
+    /// Opens a plain file. Whatever else has the name is refused without waiting for it: a link might lead to
+    /// anybody's file, a pipe never answers.
+    /// @return notFound, readOnly (no right to write), inputOutput, unsupported (no plain file; writeThrough
+    /// where the system has no such thing, and on a share, whose locks would not stand for a second handle:
+    /// write and sync() instead).
     static Result<File> open(const std::filesystem::path &path, Mode mode);
+    /// Makes a file that was not there, open for reading and writing, with the rights that its folder gives.
+    /// @return invalidArgument when there is one of the name, a link that leads nowhere among them; readOnly,
+    /// inputOutput, full.
+    static Result<File> create(const std::filesystem::path &path);
+    /// The same for a file that is to belong to another one: whoever may use that one may use it, and nobody
+    /// else, from before its first byte on.
+    /// @return also readOnly when it cannot be made so; then there is none.
+    static Result<File> createBeside(const File &owner, const std::filesystem::path &path);
 
     [[nodiscard]] bool isOpen() const;
     /// Closes it, which gives back its locks. Every call on it fails from then on; unlock() does nothing.
@@ -92,6 +101,8 @@ public:
     /// has been asked a finer one at its next write, and have to put that on disk with the next flush.
     [[nodiscard]] Result<std::uint64_t> size() const;
 
+    /// Which file it was when it was opened. Asks nobody.
+    [[nodiscard]] FileIdentity identity() const;
     /// Whether two open files are one and the same, whatever their names.
     [[nodiscard]] Result<bool> isSameAs(const File &other) const;
 
@@ -127,6 +138,7 @@ public:
 private:
     friend class Mapping;
     struct Native;
+    static Result<File> make(const std::filesystem::path &path, const File *owner);
     /// What a call of the system has met, with the file in doubt where that may not be all.
     [[nodiscard]] Status failed(const char *what) const;
     explicit File(std::unique_ptr<Native> native);

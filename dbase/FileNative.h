@@ -26,9 +26,16 @@ struct File::Native {
     ///   holds: so what is written goes through to its disk.
     /// @param flags  it has been opened with.
     /// @return false, with errno, when it could not be: as it is open it would not do.
-    [[nodiscard]] bool openForShare(const std::filesystem::path &path, int flags, bool isNfs);
+    [[nodiscard]] bool openForShare(const std::filesystem::path &path, int flags);
+    bool isNfs = false;
 #endif
     [[nodiscard]] bool isOpen() const;
+    /// Finds out what has been opened. @return unsupported when it is no plain file, inputOutput.
+    [[nodiscard]] Status takeIn();
+    /// Gives a file that has just been made the rights of another one. @return readOnly when they cannot be
+    /// given, and what the new file has is not the same.
+    [[nodiscard]] Status takeRightsOf(const Native &owner);
+    FileIdentity identity;
     bool isRemote = false;
     bool isSmb = false;
     bool writesThrough = false; ///< what has been written is on the disk
@@ -45,6 +52,9 @@ struct File::Native {
 /// The failure of the call that has just been made, as the system tells it.
 /// @param what  what could not be done, Spanish. @param name  of the file.
 [[nodiscard]] Status failureOfCall(const std::string &what, const std::string &name);
+
+inline constexpr const char *noPlainFile = "no es un fichero normal, sino un enlace o algo parecido";
+inline constexpr const char *noSameRights = "no se pueden dar al fichero nuevo los permisos de la tabla";
 
 #if !defined(_WIN32)
 /// Whether a file system is surely one of this machine alone.

@@ -14,8 +14,10 @@
 #include <sys/stat.h>
 #if defined(__linux__)
 #include <sys/vfs.h>
+#include <sys/xattr.h>
 #endif
 #include <unistd.h>
+#include <vector>
 
 namespace dbase
 {
@@ -60,14 +62,86 @@ FileLook lookOf(const struct stat &info)
             {static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino)}};
 }
 
-int openAs(const std::filesystem::path &path, int flags)
+/// The owner of the new file alone, until it has got the rights that it is to have.
+constexpr mode_t ownersOnly = 0600;
+constexpr mode_t asTheFolderGives = 0666;
+
+/// @param rights  of a file that is made by it.
+int openAs(const std::filesystem::path &path, int flags, mode_t rights = ownersOnly)
 {
     int descriptor = -1;
     do {
-        descriptor = ::open(path.c_str(), flags | O_CLOEXEC, 0666); // the folder's umask decides
+        descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY, rights);
     } while (descriptor < 0 && errno == EINTR);
     return descriptor;
 }
+
+/// Opens what is there already, and does not wait for somebody at the other end of it.
+int openExisting(const std::filesystem::path &path, int flags)
+{
+    const int descriptor = openAs(path, flags | O_NONBLOCK);
+    if (descriptor >= 0 || errno != EWOULDBLOCK)
+        return descriptor;
+    // A plain file that a server has lent to somebody, and has to ask back first.
+    struct stat info = {};
+    if (::lstat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode))
+        return openAs(path, flags);
+    errno = ENXIO;
+    return -1;
+}
+
+/// Why a file could not be opened or made, by errno.
+Status failureToOpen(const std::string &name)
+{
+    switch (errno) {
+    case ENOENT:
+    case ENOTDIR:
+        return {ErrorKind::notFound, "el fichero no existe", name};
+    case EACCES:
+    case EPERM:
+    case EROFS:
+        return {ErrorKind::readOnly, "no hay permiso para abrir el fichero", name};
+    case EEXIST:
+        return {ErrorKind::invalidArgument, "el fichero ya existe", name};
+    case ELOOP: // a link
+    case EISDIR:
+    case ENXIO: // a pipe without a reader, a socket
+        return {ErrorKind::unsupported, noPlainFile, name};
+    default:
+        return failureOfCall("no se puede abrir el fichero", name);
+    }
+}
+
+constexpr mode_t rightsMask = 0777;
+constexpr mode_t groupShift = 3;
+constexpr mode_t othersMask = 07;
+
+#if defined(__linux__)
+constexpr const char *accessList = "system.posix_acl_access";
+
+/// The list of those who may use a file, beyond owner, group and others; empty when there is none.
+std::vector<std::uint8_t> accessListOf(int descriptor)
+{
+    std::vector<std::uint8_t> list(std::size_t{64} * 1024);
+    const ssize_t got = ::fgetxattr(descriptor, accessList, list.data(), list.size());
+    list.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+    return list;
+}
+
+bool copyAccessList(int from, int to)
+{
+    const auto wanted = accessListOf(from);
+    if (wanted == accessListOf(to))
+        return true;
+    return wanted.empty() ? ::fremovexattr(to, accessList) == 0
+                          : ::fsetxattr(to, accessList, wanted.data(), wanted.size(), 0) == 0;
+}
+#else
+bool copyAccessList(int /*from*/, int /*to*/)
+{
+    return true;
+}
+#endif
 
 /// Number of the file system that a file lies on; 0 where the system does not tell.
 std::uint32_t fileSystemOf([[maybe_unused]] int descriptor)
@@ -78,15 +152,6 @@ std::uint32_t fileSystemOf([[maybe_unused]] int descriptor)
         return static_cast<std::uint32_t>(info.f_type);
 #endif
     return 0;
-}
-
-/// Where a file lies, behind all links: one of the flags of a handle set refuses them.
-/// @param path  as it was opened; the answer where the system does not tell.
-std::filesystem::path pathOf([[maybe_unused]] int descriptor, const std::filesystem::path &path)
-{
-    std::error_code none;
-    const auto real = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), none);
-    return none ? path : real;
 }
 
 /// Whether a lock call has failed as they do on SMB after the connection was away: until the file has been
@@ -158,7 +223,44 @@ File::Native::~Native()
         ::close(descriptor);
 }
 
-bool File::Native::openForShare(const std::filesystem::path &path, int flags, bool isNfs)
+Status File::Native::takeIn()
+{
+    struct stat info = {};
+    if (::fstat(descriptor, &info) != 0)
+        return failureOfCall("no se puede consultar el fichero", name);
+    if (!S_ISREG(info.st_mode))
+        return {ErrorKind::unsupported, noPlainFile, name};
+    identity = lookOf(info).identity;
+    const std::uint32_t system = fileSystemOf(descriptor);
+    isRemote = !isLocalFileSystem(system); // one that is not known is treated with care
+    isSmb = system == 0xFF534D42 || system == 0xFE534D42;
+    isNfs = system == 0x6969;
+    return {};
+}
+
+Status File::Native::takeRightsOf(const Native &owner)
+{
+    struct stat wanted = {};
+    struct stat made = {};
+    if (::fstat(owner.descriptor, &wanted) != 0 || ::fstat(descriptor, &made) != 0)
+        return failureOfCall("no se puede consultar el fichero", name);
+    // Only an administrator may give it away whole; others may have it in each of their groups.
+    if ((made.st_uid != wanted.st_uid || made.st_gid != wanted.st_gid) &&
+        ::fchown(descriptor, wanted.st_uid, wanted.st_gid) != 0 && made.st_gid != wanted.st_gid &&
+        ::fchown(descriptor, static_cast<uid_t>(-1), wanted.st_gid) != 0) {
+        // A group that may no more than all others loses nothing.
+        const mode_t ofGroup = (wanted.st_mode >> groupShift) & othersMask;
+        if (ofGroup != (wanted.st_mode & othersMask))
+            return {ErrorKind::readOnly, noSameRights, name};
+    }
+    if ((made.st_mode & rightsMask) != (wanted.st_mode & rightsMask) &&
+        ::fchmod(descriptor, wanted.st_mode & rightsMask) != 0)
+        return {ErrorKind::readOnly, noSameRights, name};
+    return copyAccessList(owner.descriptor, descriptor) ? Status()
+                                                        : Status(ErrorKind::readOnly, noSameRights, name);
+}
+
+bool File::Native::openForShare(const std::filesystem::path &path, int flags)
 {
     int more = 0;
 #if defined(O_DIRECT)
@@ -170,7 +272,11 @@ bool File::Native::openForShare(const std::filesystem::path &path, int flags, bo
     }
     if (more == 0)
         return true;
-    const int better = openAs(isSmb ? pathOf(descriptor, path) : path, (flags & ~(O_CREAT | O_EXCL)) | more);
+    // With these flags and no others: by them the handles of a file are told apart. What it is has been seen.
+    int better = -1;
+    do {
+        better = ::open(path.c_str(), flags | more | O_CLOEXEC);
+    } while (better < 0 && errno == EINTR);
     if (better < 0)
         return errno == EINVAL; // a file system that has no such thing
     ::close(descriptor);
@@ -198,8 +304,6 @@ Result<File> File::open(const std::filesystem::path &path, Mode mode)
     auto native = std::make_unique<Native>();
     native->name = displayName(path);
     int flags = mode == Mode::readOnly ? O_RDONLY : O_RDWR;
-    if (mode == Mode::createNew)
-        flags |= O_CREAT | O_EXCL;
     if (mode == Mode::writeThrough) {
 #if defined(__linux__)
         flags |= O_DSYNC;
@@ -207,30 +311,34 @@ Result<File> File::open(const std::filesystem::path &path, Mode mode)
         return Status(ErrorKind::unsupported, "el sistema no escribe a través de su memoria", native->name);
 #endif
     }
-    native->descriptor = openAs(path, flags);
-    if (native->descriptor >= 0) {
-        const std::uint32_t system = fileSystemOf(native->descriptor);
-        native->isRemote = !isLocalFileSystem(system); // one that is not known is treated with care
-        native->isSmb = system == 0xFF534D42 || system == 0xFE534D42;
-        if (native->isRemote && mode == Mode::writeThrough)
-            return Status(ErrorKind::unsupported, "el fichero está en otra máquina", native->name);
-        constexpr std::uint32_t nfs = 0x6969;
-        if (native->openForShare(path, flags, system == nfs))
-            return File(std::move(native));
-    }
-    switch (errno) {
-    case ENOENT:
-    case ENOTDIR:
-        return Status(ErrorKind::notFound, "el fichero no existe", native->name);
-    case EACCES:
-    case EPERM:
-    case EROFS:
-        return Status(ErrorKind::readOnly, "no hay permiso para abrir el fichero", native->name);
-    case EEXIST:
-        return Status(ErrorKind::invalidArgument, "el fichero ya existe", native->name);
-    default:
-        return failureOfCall("no se puede abrir el fichero", native->name);
-    }
+    native->descriptor = openExisting(path, flags);
+    if (native->descriptor < 0)
+        return failureToOpen(native->name);
+    if (const Status status = native->takeIn(); !status.ok())
+        return status;
+    if (native->isRemote && mode == Mode::writeThrough)
+        return Status(ErrorKind::unsupported, "el fichero está en otra máquina", native->name);
+    if (!native->openForShare(path, flags))
+        return failureToOpen(native->name);
+    return File(std::move(native));
+}
+
+Result<File> File::make(const std::filesystem::path &path, const File *owner)
+{
+    auto native = std::make_unique<Native>();
+    native->name = displayName(path);
+    native->descriptor = openAs(path, O_RDWR | O_CREAT | O_EXCL, owner ? ownersOnly : asTheFolderGives);
+    if (native->descriptor < 0)
+        return failureToOpen(native->name);
+    Status status = native->takeIn();
+    if (status.ok() && owner)
+        status = native->takeRightsOf(*owner->m_native);
+    if (status.ok() && !native->openForShare(path, O_RDWR))
+        status = failureToOpen(native->name);
+    if (status.ok())
+        return File(std::move(native));
+    ::unlink(path.c_str());
+    return status;
 }
 
 Result<FileLook> File::look() const

@@ -11,6 +11,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <vector>
 
 namespace dbase
 {
@@ -49,6 +50,49 @@ FileLook lookOf(const BY_HANDLE_FILE_INFORMATION &info)
             {info.dwVolumeSerialNumber, joined(info.nFileIndexHigh, info.nFileIndexLow)}};
 }
 
+/// Whether a name is that of a link to another place. Other marked files, such as those that the system keeps
+/// elsewhere until they are wanted, are plain ones.
+bool isLink(const std::filesystem::path &path)
+{
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0)
+        return false;
+    WIN32_FIND_DATAW found{};
+    const HANDLE search = FindFirstFileW(path.c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE)
+        return true;
+    FindClose(search);
+    return found.dwReserved0 == IO_REPARSE_TAG_SYMLINK || found.dwReserved0 == IO_REPARSE_TAG_MOUNT_POINT;
+}
+
+/// Who may use a file; empty where its file system does not tell.
+std::vector<std::uint8_t> accessListOf(HANDLE handle)
+{
+    DWORD size = 0;
+    GetKernelObjectSecurity(handle, DACL_SECURITY_INFORMATION, nullptr, 0, &size);
+    std::vector<std::uint8_t> list(size);
+    if (size > 0 && !GetKernelObjectSecurity(handle, DACL_SECURITY_INFORMATION, list.data(), size, &size))
+        list.clear();
+    return list;
+}
+
+/// Why a file could not be opened or made, by the system's last error.
+Status failureToOpen(const std::string &name)
+{
+    switch (GetLastError()) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+        return {ErrorKind::notFound, "el fichero no existe", name};
+    case ERROR_ACCESS_DENIED:
+    case ERROR_WRITE_PROTECT:
+        return {ErrorKind::readOnly, "no hay permiso para abrir el fichero", name};
+    case ERROR_FILE_EXISTS:
+        return {ErrorKind::invalidArgument, "el fichero ya existe", name};
+    default:
+        return failureOfCall("no se puede abrir el fichero", name);
+    }
+}
+
 bool liesElsewhere(HANDLE handle)
 {
     FILE_REMOTE_PROTOCOL_INFO info{};
@@ -73,6 +117,29 @@ File::Native::~Native()
         CloseHandle(handle);
 }
 
+Status File::Native::takeIn()
+{
+    BY_HANDLE_FILE_INFORMATION info{};
+    if (GetFileType(handle) != FILE_TYPE_DISK)
+        return {ErrorKind::unsupported, noPlainFile, name};
+    if (!GetFileInformationByHandle(handle, &info))
+        return failureOfCall("no se puede consultar el fichero", name);
+    identity = lookOf(info).identity;
+    isRemote = liesElsewhere(handle);
+    return {};
+}
+
+Status File::Native::takeRightsOf(const Native &owner)
+{
+    const auto wanted = accessListOf(owner.handle);
+    if (wanted.empty() || wanted == accessListOf(handle)) // as its folder gives them
+        return {};
+    auto list = wanted;
+    return SetKernelObjectSecurity(handle, DACL_SECURITY_INFORMATION, list.data())
+               ? Status()
+               : Status(ErrorKind::readOnly, noSameRights, name);
+}
+
 bool File::Native::isOpen() const
 {
     return handle && handle != INVALID_HANDLE_VALUE;
@@ -91,26 +158,35 @@ Result<File> File::open(const std::filesystem::path &path, Mode mode)
     native->name = displayName(path);
     if (mode == Mode::writeThrough) // disks are known to take its flag for advice
         return Status(ErrorKind::unsupported, "el sistema no escribe a través de su memoria", native->name);
+    if (isLink(path))
+        return Status(ErrorKind::unsupported, noPlainFile, native->name);
     const DWORD access = mode == Mode::readOnly ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
+    native->handle = CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                 OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (native->handle == INVALID_HANDLE_VALUE)
+        return failureToOpen(native->name);
+    if (const Status status = native->takeIn(); !status.ok())
+        return status;
+    return File(std::move(native));
+}
+
+Result<File> File::make(const std::filesystem::path &path, const File *owner)
+{
+    auto native = std::make_unique<Native>();
+    native->name = displayName(path);
     native->handle =
-        CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                    mode == Mode::createNew ? CREATE_NEW : OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (native->handle != INVALID_HANDLE_VALUE) {
-        native->isRemote = liesElsewhere(native->handle);
+        CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE | (owner ? WRITE_DAC : 0),
+                    FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (native->handle == INVALID_HANDLE_VALUE)
+        return failureToOpen(native->name);
+    Status status = native->takeIn();
+    if (status.ok() && owner)
+        status = native->takeRightsOf(*owner->m_native);
+    if (status.ok())
         return File(std::move(native));
-    }
-    switch (GetLastError()) {
-    case ERROR_FILE_NOT_FOUND:
-    case ERROR_PATH_NOT_FOUND:
-        return Status(ErrorKind::notFound, "el fichero no existe", native->name);
-    case ERROR_ACCESS_DENIED:
-    case ERROR_WRITE_PROTECT:
-        return Status(ErrorKind::readOnly, "no hay permiso para abrir el fichero", native->name);
-    case ERROR_FILE_EXISTS:
-        return Status(ErrorKind::invalidArgument, "el fichero ya existe", native->name);
-    default:
-        return failureOfCall("no se puede abrir el fichero", native->name);
-    }
+    native.reset();
+    DeleteFileW(path.c_str());
+    return status;
 }
 
 Result<FileLook> File::look() const

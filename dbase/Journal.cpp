@@ -18,6 +18,9 @@ constexpr std::size_t headerSumAt = 68;
 constexpr std::size_t pastAt = 72;
 constexpr std::size_t linkAt = 92;
 constexpr std::size_t pastSumAt = 96;
+constexpr std::size_t markAt = 100;
+constexpr std::size_t markSumAt = 116;
+constexpr std::uint32_t markSumStart = 1; ///< so that zeros are no mark
 constexpr std::uint32_t closedBit = 1;
 constexpr std::uint32_t durableBit = 2;
 constexpr std::uint32_t onDiskBit = 4;
@@ -87,6 +90,26 @@ bool begins(std::span<const std::uint8_t> bytes, const std::array<std::uint8_t, 
 
 } // namespace
 
+std::uint32_t shapeOf(std::span<const FieldDefinition> fields)
+{
+    std::vector<std::uint8_t> told;
+    for (const FieldDefinition &field : fields) {
+        told.insert(told.end(), field.name.begin(), field.name.end());
+        told.insert(told.end(), {0, static_cast<std::uint8_t>(field.type), field.width, field.decimals});
+    }
+    return checkSum(told);
+}
+
+std::uint32_t sumOfLine(std::span<const std::uint8_t> line)
+{
+    return checkSum(line);
+}
+
+bool isJournalsFront(std::span<const std::uint8_t> bytes)
+{
+    return begins(bytes, headerMagic);
+}
+
 JournalHeaderBytes encodeJournalHeader(const JournalHeader &header)
 {
     JournalHeaderBytes out{};
@@ -108,6 +131,10 @@ JournalHeaderBytes encodeJournalHeader(const JournalHeader &header)
     put64(&out[pastAt + 12], header.past.knownFrom);
     put32(&out[linkAt], header.lastLink);
     put32(&out[pastSumAt], checkSum(std::span(out).subspan(pastAt, pastSumAt - pastAt)));
+    put32(&out[markAt], header.mark.shape);
+    put64(&out[markAt + 4], header.mark.file);
+    put32(&out[markAt + 12], header.mark.lastLine);
+    put32(&out[markSumAt], checkSum(std::span(out).subspan(markAt, markSumAt - markAt), markSumStart));
     return out;
 }
 
@@ -137,6 +164,8 @@ std::optional<JournalHeader> decodeJournalHeader(std::span<const std::uint8_t> b
         header.past = {get32(&bytes[pastAt]), get64(&bytes[pastAt + 4]), get64(&bytes[pastAt + 12])};
         header.lastLink = get32(&bytes[linkAt]);
     }
+    if (get32(&bytes[markSumAt]) == checkSum(bytes.subspan(markAt, markSumAt - markAt), markSumStart))
+        header.mark = {get32(&bytes[markAt]), get64(&bytes[markAt + 4]), get32(&bytes[markAt + 12])};
     if (header.past.end >= 2 * JournalPast::half || header.past.end % journalSector != 0)
         return {};
     return header;

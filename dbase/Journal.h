@@ -24,6 +24,10 @@
 //       84    8  number from which on all commits are kept
 //       92    4  link of the applied commit, 0 when it is not known
 //       96    4  check sum of these
+//      100    4  table that the journal belongs to: sum of its fields' definitions
+//      104    8  number of its file
+//      112    4  sum of the last line that it had on disk for sure
+//      116    4  check sum of these, beginning with a one
 //
 // Commits, from 512 on, each on a sector boundary
 //        0    4  "AGC1"
@@ -62,6 +66,16 @@ inline constexpr std::size_t journalSector = 512;
 /// Size of a new journal; a commit that is longer makes it grow.
 inline constexpr std::size_t journalSize = std::size_t{512} * 1024;
 
+/// What tells a table from others: with all 0, nothing.
+struct TableMark {
+    std::uint32_t shape = 0;    ///< sum of the definitions of its fields
+    std::uint64_t file = 0;     ///< number of its file, which a copy has not
+    std::uint32_t lastLine = 0; ///< sum of the last line that was on disk for sure; 0: not known
+    friend bool operator==(const TableMark &, const TableMark &) = default;
+};
+[[nodiscard]] std::uint32_t shapeOf(std::span<const FieldDefinition> fields);
+[[nodiscard]] std::uint32_t sumOfLine(std::span<const std::uint8_t> line);
+
 struct JournalHeader {
     std::uint64_t base = 0;
     std::uint64_t applied = 0;
@@ -77,6 +91,7 @@ struct JournalHeader {
     std::uint32_t tableRecords = 0; ///< on disk for sure; only another program makes the table shorter
     JournalPast past;
     std::uint32_t lastLink = 0; ///< of the applied commit; 0 when it is not known
+    TableMark mark;
     friend bool operator==(const JournalHeader &, const JournalHeader &) = default;
 };
 
@@ -103,6 +118,9 @@ using JournalHeaderBytes = std::array<std::uint8_t, journalSector>;
 [[nodiscard]] JournalHeaderBytes encodeJournalHeader(const JournalHeader &header);
 /// @return nothing for bytes that no journal can hold.
 [[nodiscard]] std::optional<JournalHeader> decodeJournalHeader(std::span<const std::uint8_t> bytes);
+
+/// Whether bytes begin as a journal does, however they go on.
+[[nodiscard]] bool isJournalsFront(std::span<const std::uint8_t> bytes);
 
 /// Bytes of a commit, without what fills its last sector.
 [[nodiscard]] std::uint64_t commitSize(const Commit &commit);

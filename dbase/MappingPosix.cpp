@@ -60,7 +60,8 @@ private:
         for (MappedRange &range : mappedRanges) {
             const std::uintptr_t begin = range.begin.load();
             const std::uintptr_t end = range.end.load();
-            if (begin == 0 || address < begin || address >= end)
+            // Read again behind the end: the two may be those of two mappings, one after the other.
+            if (begin == 0 || address < begin || address >= end || range.begin.load() != begin)
                 continue;
             range.lost = true;
             const std::uintptr_t page = address - address % s_pageSize;
@@ -108,8 +109,9 @@ Result<Mapping> Mapping::of(const File &file, std::size_t size)
     mapping.m_data = static_cast<const std::uint8_t *>(data);
     mapping.m_size = size;
     mapping.m_range->lost = false;
-    mapping.m_range->end = reinterpret_cast<std::uintptr_t>(data) + size;
+    // While only one of the two is there the range is empty: another thread's missing page is not its own.
     mapping.m_range->begin = reinterpret_cast<std::uintptr_t>(data);
+    mapping.m_range->end = reinterpret_cast<std::uintptr_t>(data) + size;
     return mapping;
 }
 

@@ -36,7 +36,16 @@ MdxFile::MdxFile(File file, std::string name)
 
 Result<std::unique_ptr<MdxFile>> MdxFile::open(const std::filesystem::path &path, File::Mode mode)
 {
-    auto file = File::open(path, mode);
+    return of(File::open(path, mode), path);
+}
+
+Result<std::unique_ptr<MdxFile>> MdxFile::createBeside(const File &table, const std::filesystem::path &path)
+{
+    return of(File::createBeside(table, path), path);
+}
+
+Result<std::unique_ptr<MdxFile>> MdxFile::of(Result<File> file, const std::filesystem::path &path)
+{
     if (!file.ok())
         return file.status();
     // The constructor is private.

@@ -44,6 +44,9 @@ class MdxFile final : public BlockStore
 public:
     /// @return notFound, readOnly, inputOutput. Nothing is read yet: load() or rewrite() comes first.
     static Result<std::unique_ptr<MdxFile>> open(const std::filesystem::path &path, File::Mode mode);
+    /// Makes the file of a table's index, as File::createBeside() does.
+    static Result<std::unique_ptr<MdxFile>> createBeside(const File &table,
+                                                         const std::filesystem::path &path);
     /// Reads header and tags, under the index lock. @return damaged or unsupported with the reason.
     Status load();
 
@@ -96,6 +99,7 @@ public:
                    std::span<const std::uint8_t> singleField);
 
 private:
+    static Result<std::unique_ptr<MdxFile>> of(Result<File> file, const std::filesystem::path &path);
     using Block = std::array<std::uint8_t, mdxBlockSize>;
     MdxFile(File file, std::string name);
     Status readTag(std::span<const std::uint8_t> header, int number, PageNumber pageCount, MdxTag &tag,

@@ -37,7 +37,7 @@ Status Table::create(const std::filesystem::path &file, const TableDefinition &d
     auto bytes = encodeDbfHeader(definition, today());
     if (!bytes.ok())
         return {bytes.status().kind(), bytes.status().text(), displayName(file)};
-    auto created = File::open(file, File::Mode::createNew);
+    auto created = File::create(file);
     if (!created.ok())
         return created.status();
     bytes.value().push_back(dbfEndMark);

@@ -317,7 +317,10 @@ private:
     [[nodiscard]] Result<std::uint64_t> firstInJournal() const;
     Result<FoundCommits> commitsFrom(std::uint64_t from, std::uint64_t after);
     Status bringToDisk(const FoundCommits &found);
-    Status setJournalAside();
+    Status setJournalAside(std::string_view why);
+    Status wipeJournal();
+    [[nodiscard]] Result<TableMark> markOfTable() const;
+    [[nodiscard]] Result<bool> areOfThisTable(std::span<const Commit> commits) const;
     Status checkpoint(bool closing);
     // TableReplay.cpp
     Status finishDeadCommits();
@@ -359,9 +362,8 @@ private:
     Status rewriteLines(std::span<const std::uint8_t> rows, const std::filesystem::path &aside);
     Status writeBeside(const std::filesystem::path &written, std::span<const std::uint8_t> dateAndCount,
                        std::span<const std::uint8_t> rows);
-    Status copyAside(const std::filesystem::path &aside) const;
+    Status copyBeside(const File &from, const std::filesystem::path &to) const;
     Status takePlace(const std::filesystem::path &written);
-    Status giveOwnRights(const std::filesystem::path &to) const;
     Status rewriteIndex(std::vector<MdxTag> tags, const std::vector<TagRule> &rules);
     Status makeIndex(std::span<const TagDefinition> wanted);
     Status makeIndexAnew();

@@ -9,19 +9,30 @@
 namespace dbase
 {
 
+namespace
+{
+
+constexpr std::size_t wipedAtOnce = std::size_t{64} * 1024;
+
+} // namespace
+
 Status TableImpl::openJournal()
 {
     const std::filesystem::path file = sibling(".JNL");
     auto opened = File::open(file, readOnly ? File::Mode::readOnly : File::Mode::readWrite);
-    if (!opened.ok() && opened.status().kind() == ErrorKind::notFound && !readOnly)
-        opened = File::open(file, File::Mode::createNew);
+    const bool isMissing = opened.status().kind() == ErrorKind::notFound;
+    if (isMissing && !readOnly)
+        opened = File::createBeside(m_dbf, file);
     if (!opened.ok() && opened.status().kind() == ErrorKind::invalidArgument) // made by another one just now
         opened = File::open(file, File::Mode::readWrite);
     if (!opened.ok()) {
         if (opened.status().kind() == ErrorKind::inputOutput)
             return opened.status();
         if (!readOnly)
-            readOnlyReason = "no se puede escribir en la carpeta de la tabla";
+            readOnlyReason = isMissing && opened.status().kind() == ErrorKind::readOnly
+                                 ? "no se puede escribir en la carpeta de la tabla"
+                                 : "no se puede usar su diario, " + displayName(file.filename()) + ": " +
+                                       opened.status().text();
         // Without a journal nothing is written; one that can be read still tells who has the table open.
         if (!std::exchange(readOnly, true))
             opened = File::open(file, File::Mode::readOnly);
@@ -186,6 +197,7 @@ Status TableImpl::emptyJournal()
     state.base = state.applied;
     state.tail = journalSector;
     state.onDisk = false;
+    state.mark.lastLine = 0; // what has been made of it is not told any more
     m_emptied = m_state;
     status = writeState(state);
     return status.ok() ? mayWriteOn() : status; // it may have taken long
@@ -313,40 +325,60 @@ Status TableImpl::bringToDisk(const FoundCommits &found)
 
 /// Keeps a journal that is not about this table under a name of its own, and begins anew. A copy, since
 /// others may have the journal open already and wait for its lock.
-Status TableImpl::setJournalAside()
+/// @param why  for the notice.
+Status TableImpl::setJournalAside(std::string_view why)
 {
     const auto size = m_journal.size();
     if (!size.ok())
         return size.status();
-    std::vector<std::uint8_t> journal(std::min(size.value(), largestJournal));
-    const auto got = m_journal.readAt(0, journal);
-    if (!got.ok())
-        return got.status();
-    journal.resize(got.value());
+    if (size.value() > largestJournal)
+        return failure(ErrorKind::damaged,
+                       "en el lugar del diario de la tabla hay un fichero demasiado grande");
     constexpr int mostKept = 999;
     std::filesystem::path kept;
-    Result<File> made = failure(ErrorKind::full, "hay demasiados diarios apartados");
+    Status status = failure(ErrorKind::full, "hay demasiados diarios apartados");
     for (int number = 1; number <= mostKept; ++number) {
         kept = sibling(".JNL");
         kept += ".APARTADO-" + std::to_string(number);
-        made = File::open(kept, File::Mode::createNew);
-        if (made.ok() || made.status().kind() != ErrorKind::invalidArgument)
+        status = copyBeside(m_journal, kept);
+        if (status.kind() != ErrorKind::invalidArgument)
             break;
     }
-    Status status = made.status();
-    if (status.ok())
-        status = made.value().writeAt(0, journal);
-    if (status.ok())
-        status = made.value().sync();
-    if (status.ok())
-        status = syncFolder(path.parent_path());
     if (!status.ok())
         return status;
-    addNotice(
-        "la tabla tiene menos líneas que las que ya estaban guardadas: se ha puesto en su lugar una copia "
-        "anterior. Los últimos cambios, que eran de la otra, no se le han aplicado; quedan en " +
-        displayName(kept.filename()));
+    addNotice(std::string(why) + "; quedan en " + displayName(kept.filename()));
     return startJournal();
+}
+
+/// Overwrites what changes have left in the journal. Under the change locks, when none of them is wanted any
+/// more.
+Status TableImpl::wipeJournal()
+{
+    const auto size = m_journal.size();
+    if (!size.ok())
+        return size.status();
+    const std::vector<std::uint8_t> nothing(wipedAtOnce, 0);
+    Status status = mayWriteOn();
+    for (std::uint64_t at = journalSector; status.ok() && at < size.value(); at += nothing.size())
+        status = m_journal.writeAt(
+            at, std::span(nothing).first(std::min<std::uint64_t>(nothing.size(), size.value() - at)));
+    return status.ok() ? syncJournal() : status;
+}
+
+/// What tells this table's journal from another one's, as the file is now.
+Result<TableMark> TableImpl::markOfTable() const
+{
+    TableMark mark;
+    mark.shape = shapeOf(header.fields);
+    mark.file = m_dbf.identity().number;
+    if (header.recordCount == 0)
+        return mark;
+    std::vector<std::uint8_t> line(header.recordLength);
+    const auto got = m_dbf.readAt(recordOffset(header.recordCount), line);
+    if (!got.ok())
+        return got.status();
+    mark.lastLine = sumOfLine(std::span(line).first(got.value()));
+    return mark;
 }
 
 /// Under the change locks: table and index safely on disk, the journal empty.
@@ -375,6 +407,10 @@ Status TableImpl::checkpoint(bool closing)
     state.holdsDurable = false;
     state.onDisk = false;
     state.tableRecords = header.recordCount;
+    const auto mark = markOfTable();
+    if (!mark.ok())
+        return mark.status();
+    state.mark = mark.value();
     if (closing) {
         const auto table = m_dbf.look();
         const auto index = m_mdx ? m_mdx->file().look() : Result<FileLook>(FileLook{});

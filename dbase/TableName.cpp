@@ -51,14 +51,15 @@ Result<std::string> bareName(std::string_view name)
 }
 
 /// A link may lead to another file of the folder, never out of it.
-bool staysInside(const fs::path &folder, const fs::path &file)
+/// @return the file itself; empty when it lies elsewhere.
+fs::path insideOf(const fs::path &folder, const fs::path &file)
 {
     std::error_code error;
+    if (!fs::is_symlink(file, error))
+        return file;
     const fs::path realFolder = fs::canonical(folder, error);
-    if (error)
-        return false;
-    const fs::path realFile = fs::canonical(file, error);
-    return !error && realFile.parent_path() == realFolder;
+    const fs::path realFile = error ? fs::path() : fs::canonical(file, error);
+    return !error && realFile.parent_path() == realFolder ? folder / realFile.filename() : fs::path();
 }
 
 } // namespace
@@ -83,7 +84,8 @@ Result<fs::path> findTable(const fs::path &folder, std::string_view name)
         if (found.empty())
             return Status(ErrorKind::notFound, "no existe la tabla " + bare.value(), displayName(folder));
     }
-    if (!staysInside(folder, found))
+    found = insideOf(folder, found);
+    if (found.empty())
         return Status(ErrorKind::invalidArgument, "la tabla " + bare.value() + " lleva fuera de su carpeta",
                       displayName(folder));
     if (!fs::is_regular_file(found, error))

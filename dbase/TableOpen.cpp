@@ -136,6 +136,8 @@ bool TableImpl::soundForReading()
 Result<bool> TableImpl::isDisplaced() const
 {
     const auto there = File::open(path, File::Mode::readOnly);
+    if (there.status().kind() == ErrorKind::unsupported)
+        return true; // no file, whatever it is
     if (!there.ok())
         return there.status();
     const auto same = m_dbf.isSameAs(there.value());

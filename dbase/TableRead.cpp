@@ -165,8 +165,11 @@ Status TableImpl::readRows(std::span<const RecordNumber> found, std::vector<Reco
                 return got.status();
             read = got.value() / length;
         }
-        if (read < end - at)
+        if (read < end - at) {
             m_indexSuspect = true; // keys of lines that are not there
+            if (found[end - 1] <= header.recordCount)
+                return failure(ErrorKind::damaged, "el fichero se ha acortado mientras se leía");
+        }
         for (std::size_t i = 0; i < read; ++i) {
             const auto row = std::span(buffer).subspan(i * length, length);
             if (isDeleted(row) || row[0] == dbfEndMark)
@@ -226,7 +229,8 @@ Status TableImpl::checkPlace()
     if (displaced.ok() && !displaced.value() && m_presence.held()) {
         const auto journal = File::open(sibling(".JNL"), File::Mode::readOnly);
         const auto same = journal.ok() ? m_journal.isSameAs(journal.value()) : journal.status();
-        const bool gone = same.status().kind() == ErrorKind::notFound;
+        const bool gone = same.status().kind() == ErrorKind::notFound ||
+                          same.status().kind() == ErrorKind::unsupported; // another kind of thing
         displaced = (same.ok() && !same.value() && !m_remote) || gone;
     }
     if (displaced.ok() && displaced.value()) // not noted: every further look finds it as well

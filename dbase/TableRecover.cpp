@@ -102,6 +102,19 @@ Status TableImpl::lockOutOthers()
     return {};
 }
 
+namespace
+{
+
+/// Whether a journal's first bytes are those of another kind of file. One that was only just made is empty,
+/// or has zeros where a power cut has kept the rest from it.
+bool isForeign(std::span<const std::uint8_t> front)
+{
+    return !isJournalsFront(front) &&
+           std::any_of(front.begin(), front.end(), [](std::uint8_t byte) { return byte != 0; });
+}
+
+} // namespace
+
 /// Alone with the files: finishes what dead writers have left, and makes the index right.
 Status TableImpl::recover()
 {
@@ -115,8 +128,14 @@ Status TableImpl::recover()
         takeState(*state, bytes);
         if (closedAsSeen())
             return {};
-    } else if (const Status status = startJournal(); !status.ok()) {
-        return status;
+    } else {
+        const auto foreign = isForeign(bytes);
+        const Status status =
+            foreign ? setJournalAside(
+                          "en el lugar del diario de la tabla había otro fichero: sus datos no se han tocado")
+                    : startJournal();
+        if (!status.ok())
+            return status;
     }
     if (const Status locked = lockOutOthers(); !locked.ok())
         return locked;
@@ -168,10 +187,17 @@ Result<std::uint64_t> TableImpl::replayJournal(bool isKnown)
     const std::vector<Commit> &commits = found.value().commits;
     if (!commits.empty()) {
         const auto cut = isCutBack();
-        if (!cut.ok())
-            return cut.status();
-        if (cut.value()) {
-            const Status status = setJournalAside();
+        const auto own = areOfThisTable(commits);
+        if (!cut.ok() || !own.ok())
+            return cut.ok() ? own.status() : cut.status();
+        if (cut.value() || !own.value()) {
+            const Status status = setJournalAside(
+                cut.value()
+                    ? "la tabla tiene menos líneas que las que ya estaban guardadas: se ha puesto en su "
+                      "lugar una copia anterior. Los últimos cambios, que eran de la otra, no se le han "
+                      "aplicado"
+                    : "junto a la tabla estaba el diario de otra. Los cambios que contiene no se le han "
+                      "aplicado");
             return status.ok() ? Result<std::uint64_t>(m_state.base) : status;
         }
     }

@@ -171,6 +171,53 @@ Result<RecordNumber> TableImpl::standsBehind(RecordNumber number, RecordNumber l
     return RecordNumber{0};
 }
 
+/// Whether commits that have not been done are about this table, and about lines that it can have. Their sums
+/// only say that somebody has written them so.
+Result<bool> TableImpl::areOfThisTable(std::span<const Commit> commits) const
+{
+    const auto size = m_dbf.size();
+    const auto announced = announcedCount();
+    if (!size.ok() || !announced.ok())
+        return size.ok() ? announced.status() : size.status();
+    const TableMark &mark = m_state.mark;
+    const bool isMarked = mark != TableMark{}; // else by a program that does not
+    // Lines that a power cut has kept from the disk, of somebody who does not wait for it, or that a length
+    // which is old news on a share does not tell of.
+    constexpr std::uint64_t mostUntold = 100'000;
+    std::uint64_t known =
+        std::max<std::uint64_t>(linesThatFit(size.value()), announced.value()) + (isMarked ? mostUntold : 0);
+    std::vector<std::vector<std::uint8_t>> versions; // of the line that was the last one
+    for (const Commit &commit : commits) {
+        for (const RecordChange &change : commit.changes) {
+            known += change.before.empty();
+            if (change.number > known)
+                return false;
+            if (change.number == m_state.tableRecords) {
+                if (!change.before.empty())
+                    versions.push_back(change.before);
+                versions.push_back(change.after);
+            }
+        }
+        if (commit.recordCount > std::min<std::uint64_t>(known, mostRecords))
+            return false;
+    }
+    if (!isMarked)
+        return true;
+    if (mark.shape != shapeOf(header.fields))
+        return false;
+    if (mark.file == m_dbf.identity().number || m_state.tableRecords == 0)
+        return true;
+    // A file has another number where it has been copied together with its journal: then the line that was
+    // the last one is as it was, or as the commits made it.
+    std::vector<std::uint8_t> present(header.recordLength);
+    const auto got = m_dbf.readAt(recordOffset(m_state.tableRecords), present);
+    if (!got.ok())
+        return got.status();
+    present.resize(got.value());
+    return mark.lastLine == 0 || mark.lastLine == sumOfLine(present) ||
+           (!versions.empty() && madeOf(present, recordOffset(m_state.tableRecords), versions, true));
+}
+
 /// Does commits again, oldest first: afterwards every record they name holds the last of its versions.
 Status TableImpl::replay(std::span<const Commit> commits)
 {

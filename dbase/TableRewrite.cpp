@@ -94,8 +94,10 @@ Status TableImpl::rewriteLines(std::span<const std::uint8_t> rows, const std::fi
     m_indexRewritten = true;
     m_state.past.forget(m_state.applied + numbersLeap + 1);
     Status status = checkpoint(false);
-    if (status.ok()) // nor by whoever meets a header that was written late over this one
-        status = m_journal.writeAt(journalSector, std::vector<std::uint8_t>(journalSector, 0));
+    // Nor by whoever meets a header that was written late over this one; and what has been deleted is to be
+    // gone from here as well.
+    if (status.ok())
+        status = wipeJournal();
     if (!status.ok())
         return status;
     std::filesystem::path written = path;
@@ -106,7 +108,7 @@ Status TableImpl::rewriteLines(std::span<const std::uint8_t> rows, const std::fi
     const auto dateAndCount = encodeDateAndCount(today(), kept);
     status = writeBeside(written, dateAndCount, rows);
     if (status.ok() && !aside.empty())
-        status = copyAside(aside);
+        status = copyBeside(m_dbf, aside);
     if (status.ok()) {
         status = takePlace(written);
         if (!status.ok() && !aside.empty())
@@ -140,7 +142,7 @@ Status TableImpl::rewriteLines(std::span<const std::uint8_t> rows, const std::fi
 Status TableImpl::writeBeside(const std::filesystem::path &written,
                               std::span<const std::uint8_t> dateAndCount, std::span<const std::uint8_t> rows)
 {
-    auto made = File::open(written, File::Mode::createNew);
+    auto made = File::createBeside(m_dbf, written);
     if (!made.ok())
         return made.status();
     std::vector<std::uint8_t> bytes(header.headerLength);
@@ -150,39 +152,22 @@ Status TableImpl::writeBeside(const std::filesystem::path &written,
     std::copy(dateAndCount.begin(), dateAndCount.end(), bytes.begin() + dbfDateOffset);
     bytes.insert(bytes.end(), rows.begin(), rows.end());
     bytes.push_back(dbfEndMark);
-    Status status = made.value().writeAt(0, bytes);
-    if (status.ok())
-        status = giveOwnRights(written);
+    const Status status = made.value().writeAt(0, bytes);
     return status.ok() ? made.value().sync() : status;
 }
 
-/// Whoever could work with the table before can do so afterwards, and nobody else.
-Status TableImpl::giveOwnRights(const std::filesystem::path &to) const
+/// A copy of a file as it is, with the table's rights, on the disk under its name before this returns. A
+/// failure leaves none.
+/// @return invalidArgument when there is a file of the name.
+Status TableImpl::copyBeside(const File &from, const std::filesystem::path &to) const
 {
-    std::error_code error;
-    const auto own = std::filesystem::status(path, error).permissions();
-    if (!error)
-        std::filesystem::permissions(to, own, error);
-    if (!error)
-        return {};
-    // Where a share has no rights to give, what it gives by itself is as good when it is the same.
-    std::error_code other;
-    return std::filesystem::status(to, other).permissions() == own && !other
-               ? Status()
-               : failure(ErrorKind::inputOutput,
-                         "no se pueden dar al fichero nuevo los permisos de la tabla");
-}
-
-/// A copy of the file as it is, on the disk under its name before this returns. A failure leaves none.
-Status TableImpl::copyAside(const std::filesystem::path &aside) const
-{
-    auto made = File::open(aside, File::Mode::createNew);
+    auto made = File::createBeside(m_dbf, to);
     if (!made.ok())
         return made.status();
     Status status;
     std::vector<std::uint8_t> buffer(copyChunk);
     for (std::uint64_t at = 0; status.ok();) {
-        const auto got = m_dbf.readAt(at, buffer);
+        const auto got = from.readAt(at, buffer);
         status = got.status();
         if (!got.ok() || got.value() == 0)
             break;
@@ -190,15 +175,13 @@ Status TableImpl::copyAside(const std::filesystem::path &aside) const
         at += got.value();
     }
     if (status.ok())
-        status = giveOwnRights(aside);
-    if (status.ok())
         status = made.value().sync();
     if (status.ok())
-        status = syncFolder(aside.parent_path());
+        status = syncFolder(to.parent_path());
     if (!status.ok()) {
         made.value().close();
         std::error_code error;
-        std::filesystem::remove(aside, error);
+        std::filesystem::remove(to, error);
     }
     return status;
 }

@@ -262,7 +262,7 @@ Status TableImpl::makeIndex(std::span<const TagDefinition> wanted)
     const bool isNewFile = !m_mdx;
     if (isNewFile) {
         const std::filesystem::path file = sibling(".MDX");
-        auto made = MdxFile::open(file, File::Mode::createNew);
+        auto made = MdxFile::createBeside(m_dbf, file);
         if (!made.ok() && made.status().kind() == ErrorKind::invalidArgument) {
             // There is one already: it is written anew in its place, others may have it open.
             made = MdxFile::open(file, File::Mode::readWrite);

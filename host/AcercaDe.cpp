@@ -1,5 +1,6 @@
 #include "host/AcercaDe.h"
 
+#include "dbcontrols/PlainText.h"
 #include "host/Dialogos.h"
 #include "module/ZenAgenda.h"
 
@@ -14,13 +15,13 @@ void MuestraAcercaDe(const IZenAgenda &modulo, const QStringList &unidades, QWid
     dialogo.setObjectName(QStringLiteral("AcercaDe"));
     dialogo.setWindowTitle(QStringLiteral("Acerca de"));
     auto *const orden = new QFormLayout(&dialogo);
-    auto *const titulo = new QLabel(QStringLiteral("Oficina notarial"), &dialogo);
+    auto *const titulo = dbcontrols::plainLabel(QStringLiteral("Oficina notarial"), &dialogo);
     QFont grande = titulo->font();
     grande.setPointSizeF(grande.pointSizeF() * 1.6);
     titulo->setFont(grande);
     orden->addRow(titulo);
     const auto fila = [&](const QString &rotulo, const QString &texto) {
-        auto *const valor = new QLabel(texto, &dialogo);
+        auto *const valor = dbcontrols::plainLabel(texto, &dialogo);
         valor->setTextInteractionFlags(Qt::TextSelectableByMouse);
         orden->addRow(rotulo, valor);
     };
@@ -28,7 +29,8 @@ void MuestraAcercaDe(const IZenAgenda &modulo, const QStringList &unidades, QWid
     fila(QStringLiteral("Módulo de la agenda:"), QStringLiteral("interfaz %1").arg(modulo.Version()));
     fila(QStringLiteral("Sus unidades:"), unidades.join(u'\n'));
     fila(QStringLiteral("Qt:"), QString::fromLatin1(qVersion()));
-    orden->addRow(new QLabel(QStringLiteral("Qt se usa según la licencia LGPL, versión 3."), &dialogo));
+    orden->addRow(
+        dbcontrols::plainLabel(QStringLiteral("Qt se usa según la licencia LGPL, versión 3."), &dialogo));
     orden->addRow(CreaBotones(dialogo, QStringLiteral("&Cerrar"), {}));
     dialogo.exec();
 }

@@ -6,6 +6,7 @@
 #include "agenda/host/Servicios.h"
 #include "dbcontrols/CommandIcons.h"
 #include "dbcontrols/MaskEdit.h"
+#include "dbcontrols/PlainText.h"
 #include "dbcontrols/WindowPlace.h"
 
 #include <QtCore/QScopedValueRollback>
@@ -46,9 +47,9 @@ QAction *TFAgendaConjunta::CreaComando(const char *nombre, const QString &titulo
     auto *const comando = new QAction(titulo, this);
     comando->setObjectName(QLatin1String(nombre));
     comando->setStatusTip(pista);
-    comando->setToolTip(teclas.isEmpty()
-                            ? pista
-                            : pista + QStringLiteral(" (%1)").arg(teclas.toString(QKeySequence::NativeText)));
+    comando->setToolTip(dbcontrols::plainTip(
+        teclas.isEmpty() ? pista
+                         : pista + QStringLiteral(" (%1)").arg(teclas.toString(QKeySequence::NativeText))));
     comando->setShortcut(teclas);
     comando->setMenuRole(QAction::NoRole);
     connect(comando, &QAction::triggered, this, [this, orden, sobre] { Ejecuta(orden, sobre); });
@@ -217,7 +218,7 @@ void TFAgendaConjunta::CreaMenus()
 void TFAgendaConjunta::CreaCentro()
 {
     auto *const centro = new QWidget(this);
-    LDia = new QLabel(centro);
+    LDia = dbcontrols::plainLabel({}, centro);
     LDia->setObjectName(QStringLiteral("LDia"));
     QFont grande = LDia->font();
     grande.setPointSizeF(grande.pointSizeF() * 1.4);
@@ -242,9 +243,8 @@ void TFAgendaConjunta::CreaCentro()
     orden->addWidget(m_rejilla, 1);
     orden->addWidget(m_detalle);
     setCentralWidget(centro);
-    LPortapapeles = new QLabel(this);
+    LPortapapeles = dbcontrols::plainLabel({}, this);
     LPortapapeles->setObjectName(QStringLiteral("LPortapapeles"));
-    LPortapapeles->setTextFormat(Qt::PlainText);
     statusBar()->addPermanentWidget(LPortapapeles);
     // After the notice: the grid is entered again after every command.
     setTabOrder(m_rejilla, m_detalle);
@@ -256,7 +256,7 @@ void TFAgendaConjunta::CreaAviso(QWidget &centro)
     auto *const aviso = new QFrame(&centro);
     aviso->setFrameShape(QFrame::StyledPanel);
     m_aviso = aviso;
-    LAviso = new QLabel(aviso);
+    LAviso = dbcontrols::plainLabel({}, aviso);
     LAviso->setObjectName(QStringLiteral("LAviso"));
     LAviso->setWordWrap(true);
     auto *const completar = new QToolButton(aviso);

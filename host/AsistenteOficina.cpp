@@ -2,6 +2,7 @@
 
 #include "agenda/Rnumcad.h"
 #include "dataset/DatabaseError.h"
+#include "dbcontrols/PlainText.h"
 #include "dbcontrols/TextMenu.h"
 #include "host/Configuracion.h"
 #include "host/DatosDemo.h"
@@ -123,7 +124,7 @@ QWizardPage *TAsistenteOficina::PaginaCarpeta(const QString &carpeta)
                     QStringLiteral("Las tablas de la oficina se guardan en una carpeta. Si van a "
                                    "trabajar varios puestos, ha de ser una que todos alcancen."),
                     [this] { return ValidaCarpeta(); });
-    auto *const rotulo = new QLabel(QStringLiteral("&Carpeta:"), pagina);
+    auto *const rotulo = dbcontrols::plainLabel(QStringLiteral("&Carpeta:"), pagina);
     ECarpeta = new QLineEdit(QDir::toNativeSeparators(QDir(carpeta).absolutePath()), pagina);
     ECarpeta->setObjectName(QStringLiteral("ECarpeta"));
     dbcontrols::useTextMenu(*ECarpeta);
@@ -135,10 +136,10 @@ QWizardPage *TAsistenteOficina::PaginaCarpeta(const QString &carpeta)
     fila->addWidget(ECarpeta, 1);
     fila->addWidget(examinar);
     pagina->Orden()->addLayout(fila);
-    auto *const nota =
-        new QLabel(QStringLiteral("Ha de estar vacía; si no existe, se crea. Hasta el último paso no "
-                                  "se escribe nada."),
-                   pagina);
+    auto *const nota = dbcontrols::plainLabel(
+        QStringLiteral("Ha de estar vacía; si no existe, se crea. Hasta el último paso no "
+                       "se escribe nada."),
+        pagina);
     nota->setWordWrap(true);
     pagina->Orden()->addWidget(nota);
     pagina->Orden()->addStretch();
@@ -196,7 +197,7 @@ QWizardPage *TAsistenteOficina::PaginaOficiales()
                     QStringLiteral("Nombre de los oficiales, uno en cada línea. Se puede dejar en "
                                    "blanco y añadirlos después."),
                     [this] { return ValidaOficiales(); });
-    auto *const rotulo = new QLabel(QStringLiteral("&Oficiales:"), pagina);
+    auto *const rotulo = dbcontrols::plainLabel(QStringLiteral("&Oficiales:"), pagina);
     MOficiales = new QPlainTextEdit(pagina);
     MOficiales->setObjectName(QStringLiteral("MOficiales"));
     MOficiales->setTabChangesFocus(true);
@@ -217,10 +218,9 @@ QWizardPage *TAsistenteOficina::PaginaContenido()
     RBVacia->setChecked(true);
     RBDemo = new QRadioButton(QStringLiteral("Con clientes y citas &inventados, para probarla"), pagina);
     RBDemo->setObjectName(QStringLiteral("RBDemo"));
-    LResumen = new QLabel(pagina);
+    LResumen = dbcontrols::plainLabel({}, pagina);
     LResumen->setObjectName(QStringLiteral("LResumen"));
     LResumen->setWordWrap(true);
-    LResumen->setTextFormat(Qt::PlainText);
     pagina->Orden()->addWidget(RBVacia);
     pagina->Orden()->addWidget(RBDemo);
     pagina->Orden()->addSpacing(fontMetrics().height());

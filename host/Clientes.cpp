@@ -1,6 +1,7 @@
 #include "host/Clientes.h"
 
 #include "dataset/DatabaseError.h"
+#include "dbcontrols/PlainText.h"
 #include "host/BuscaNombre.h"
 #include "host/DialogoLista.h"
 #include "host/Dialogos.h"
@@ -101,7 +102,7 @@ void TClientesOficina::MuestraFicha(qint64 codigo)
         valor->setContextMenuPolicy(Qt::NoContextMenu);
         valor->setMinimumWidth(45 * valor->fontMetrics().averageCharWidth());
         valor->setCursorPosition(0);
-        valor->setToolTip(valor->text());
+        valor->setToolTip(dbcontrols::plainTip(valor->text()));
         orden->addRow(QString::fromUtf8(rotulo), valor);
     }
     orden->addRow(CreaBotones(ficha, QStringLiteral("&Cerrar"), {}));

@@ -3,6 +3,7 @@
 #include "agenda/HoraTexto.h"
 #include "dataset/DatabaseError.h"
 #include "dbcontrols/MaskEdit.h"
+#include "dbcontrols/PlainText.h"
 #include "host/Dialogos.h"
 
 #include <QtWidgets/QDialogButtonBox>
@@ -21,7 +22,7 @@ TDialogoHora::TDialogoHora(const QString &hora, const QString &indicacion, const
     EHora->setMaskedText(hora);
     EHora->setAccessibleName(titulo);
     EHora->selectAll();
-    auto *const etiqueta = new QLabel(indicacion, this);
+    auto *const etiqueta = dbcontrols::plainLabel(indicacion, this);
     etiqueta->setBuddy(EHora);
     auto *const orden = new QVBoxLayout(this);
     orden->addWidget(etiqueta);

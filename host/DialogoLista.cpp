@@ -1,6 +1,7 @@
 #include "host/DialogoLista.h"
 
 #include "dataset/DatabaseError.h"
+#include "dbcontrols/PlainText.h"
 #include "host/Dialogos.h"
 
 #include <QtCore/QCoreApplication>
@@ -60,7 +61,9 @@ QVariant TModeloLista::data(const QModelIndex &indice, int papel) const
 {
     if (!indice.isValid() || (papel != Qt::DisplayRole && papel != Qt::ToolTipRole))
         return {};
-    return m_tabla.textAt(indice.row(), m_tabla.fieldIndex(m_columnas.at(indice.column()).Campo));
+    const QString texto =
+        m_tabla.textAt(indice.row(), m_tabla.fieldIndex(m_columnas.at(indice.column()).Campo));
+    return papel == Qt::ToolTipRole ? dbcontrols::plainTip(texto) : texto;
 }
 
 QVariant TModeloLista::headerData(int seccion, Qt::Orientation orientacion, int papel) const
@@ -85,7 +88,7 @@ TDialogoLista::TDialogoLista(DataSet &tabla, const QList<TColumnaLista> &columna
     new QVBoxLayout(this);
     CreaBusqueda();
     CreaLista(columnas);
-    LAviso = new QLabel(this);
+    LAviso = dbcontrols::plainLabel({}, this);
     LAviso->setObjectName(QStringLiteral("LAviso"));
     LAviso->setWordWrap(true);
     layout()->addWidget(TVLista);
@@ -112,7 +115,7 @@ void TDialogoLista::CreaBusqueda()
     EBusqueda->setVisible(m_opciones.Busqueda);
     if (!m_opciones.Busqueda)
         return;
-    auto *const rotulo = new QLabel(QStringLiteral("&Buscar:"), this);
+    auto *const rotulo = dbcontrols::plainLabel(QStringLiteral("&Buscar:"), this);
     rotulo->setBuddy(EBusqueda);
     auto *const fila = new QHBoxLayout;
     fila->addWidget(rotulo);

@@ -4,6 +4,7 @@
 #include "agenda/Rvarias.h"
 #include "agenda/host/Servicios.h"
 #include "dbcontrols/MaskEdit.h"
+#include "dbcontrols/PlainText.h"
 
 #include <QtCore/QLocale>
 #include <QtCore/QSignalBlocker>
@@ -38,7 +39,7 @@ TDialogoFecha::TDialogoFecha(QDate fecha, const QString &indicacion, const QStri
     , m_fecha(fecha)
 {
     setWindowTitle(titulo);
-    auto *const rotulo = new QLabel(indicacion, this);
+    auto *const rotulo = dbcontrols::plainLabel(indicacion, this);
     m_texto = new dbcontrols::MaskEdit(this);
     m_texto->setMask(QStringLiteral("99/99/9999;1; "));
     m_texto->setMaskedText(Date_Cad(fecha));

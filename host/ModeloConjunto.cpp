@@ -2,6 +2,7 @@
 
 #include "agenda/LineaAgenda.h"
 #include "dataset/DatabaseError.h"
+#include "dbcontrols/PlainText.h"
 
 #include <QtCore/QLoggingCategory>
 
@@ -283,8 +284,9 @@ QVariant TModeloConjunto::data(const QModelIndex &indice, int papel) const
     switch (papel) {
     case Qt::DisplayRole:
     case Qt::EditRole:
-    case Qt::ToolTipRole:
         return celda.Textos.at(campo);
+    case Qt::ToolTipRole:
+        return dbcontrols::plainTip(celda.Textos.at(campo));
     case Qt::BackgroundRole:
         return celda.Salida && m_colorSalida.isValid() ? QVariant(m_colorSalida) : QVariant();
     case Qt::AccessibleTextRole:

@@ -1,5 +1,7 @@
 #include "host/PanelOficina.h"
 
+#include "dbcontrols/PlainText.h"
+
 #include <QtCore/QLocale>
 #include <QtGui/QAction>
 #include <QtGui/QKeyEvent>
@@ -132,7 +134,7 @@ TPanelOficina::TPanelOficina(QWidget *padre)
     : QWidget(padre)
 {
     const int hueco = fontMetrics().height();
-    m_fecha = new QLabel(this);
+    m_fecha = dbcontrols::plainLabel({}, this);
     m_fecha->setObjectName(QStringLiteral("LFecha"));
     m_fecha->setFont(ConTamano(font(), 1.9, false));
     auto *const raya = new QFrame(this);
@@ -142,11 +144,10 @@ TPanelOficina::TPanelOficina(QWidget *padre)
     m_botones->setSpacing(hueco);
     m_botones->addStretch(1);
 
-    auto *const rotulo = new QLabel(QStringLiteral("Notarios de la oficina"), this);
+    auto *const rotulo = dbcontrols::plainLabel(QStringLiteral("Notarios de la oficina"), this);
     rotulo->setFont(ConTamano(font(), 1.1, true));
-    m_notarios = new QLabel(this);
+    m_notarios = dbcontrols::plainLabel({}, this);
     m_notarios->setObjectName(QStringLiteral("LNotarios"));
-    m_notarios->setTextFormat(Qt::PlainText);
     m_notarios->setFont(ConTamano(font(), 1.1, false));
     m_notarios->setWordWrap(true);
     m_notarios->setMinimumWidth(14 * hueco);

@@ -1,5 +1,7 @@
 #include "host/ServiciosOficina.h"
 
+#include "dbcontrols/PlainText.h"
+
 #include "dataset/DbfTable.h"
 #include "host/DialogoLista.h"
 #include "host/Dialogos.h"
@@ -84,9 +86,7 @@ int TMensajeOficina::Mensajes(const TMensaje &mensaje)
     QMessageBox caja(QApplication::activeWindow());
     caja.setIcon(IconoDe(mensaje.Icono));
     caja.setWindowTitle(mensaje.Titulo);
-    caja.setTextFormat(Qt::PlainText);
-    caja.setText(mensaje.Texto);
-    caja.setInformativeText(mensaje.Texto2);
+    dbcontrols::setPlainTexts(caja, mensaje.Texto, mensaje.Texto2);
     PonColores(caja, mensaje);
     if (mensaje.Clase != TClaseMensaje::aviso)
         return Pregunta(caja, true, mensaje.Clase == TClaseMensaje::pregunta);
@@ -103,9 +103,7 @@ int PreguntaSuelta(const QString &pregunta, const QString &explicacion, const QS
     QMessageBox caja(QApplication::activeWindow());
     caja.setIcon(QMessageBox::Question);
     caja.setWindowTitle(titulo);
-    caja.setTextFormat(Qt::PlainText);
-    caja.setText(pregunta);
-    caja.setInformativeText(explicacion);
+    dbcontrols::setPlainTexts(caja, pregunta, explicacion);
     return Pregunta(caja, primeroSi, primeroSi);
 }
 

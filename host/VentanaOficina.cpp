@@ -1,6 +1,7 @@
 #include "host/VentanaOficina.h"
 
 #include "dataset/DatabaseError.h"
+#include "dbcontrols/PlainText.h"
 #include "dbcontrols/WindowPlace.h"
 #include "dbcontrols/WindowWait.h"
 #include "host/AcercaDe.h"
@@ -101,8 +102,8 @@ TVentanaOficina::TVentanaOficina(TOficina &oficina)
 
     setCentralWidget(m_panel);
     // A widget, not a message: hints of commands come and go over it.
-    auto *const datos =
-        new QLabel(QStringLiteral("Datos: ") + QDir::toNativeSeparators(oficina.Config.GetPath()), this);
+    auto *const datos = dbcontrols::plainLabel(
+        QStringLiteral("Datos: ") + QDir::toNativeSeparators(oficina.Config.GetPath()), this);
     datos->setObjectName(QStringLiteral("LDatos"));
     statusBar()->addWidget(datos);
     ActualizaPanel();

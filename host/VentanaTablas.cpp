@@ -1,5 +1,6 @@
 #include "host/VentanaTablas.h"
 
+#include "dbcontrols/PlainText.h"
 #include "dbcontrols/WindowPlace.h"
 #include "host/TablasOficina.h"
 #include "host/VentanaOficina.h"
@@ -40,7 +41,7 @@ TVentanaTablas::TVentanaTablas(TOficina &oficina, QWidget *padre)
     setWindowTitle(QStringLiteral("Mantenimiento de las tablas"));
     auto *const orden = new QVBoxLayout(this);
     CreaLista();
-    LMensaje = new QLabel(this);
+    LMensaje = dbcontrols::plainLabel({}, this);
     LMensaje->setObjectName(QStringLiteral("LMensaje"));
     LMensaje->setWordWrap(true);
     LMensaje->setMinimumHeight(2 * fontMetrics().lineSpacing());
@@ -65,7 +66,7 @@ TVentanaTablas::TVentanaTablas(TOficina &oficina, QWidget *padre)
     });
     connect(&m_trabajo, &TTrabajo::dice, this, [this](int fila, const QString &estado, qint64 lineas) {
         TVTablas->item(m_filas.at(fila), ColEstado)->setText(estado);
-        TVTablas->item(m_filas.at(fila), ColEstado)->setToolTip(estado);
+        TVTablas->item(m_filas.at(fila), ColEstado)->setToolTip(dbcontrols::plainTip(estado));
         if (lineas >= 0)
             TVTablas->item(m_filas.at(fila), ColLineas)->setText(locale().toString(lineas));
     });
@@ -108,7 +109,7 @@ void TVentanaTablas::Boton(const QString &titulo, const char *nombre, const QStr
 {
     auto *const boton = new QPushButton(titulo, this);
     boton->setObjectName(QLatin1String(nombre));
-    boton->setToolTip(pista);
+    boton->setToolTip(dbcontrols::plainTip(pista));
     boton->setAutoDefault(false);
     connect(boton, &QPushButton::clicked, this, orden);
     m_botones << boton;

@@ -1,6 +1,7 @@
 #include "host/Visualizador.h"
 
 #include "agenda/host/Servicios.h"
+#include "dbcontrols/PlainText.h"
 #include "report/Pdf.h"
 #include "report/PreviewView.h"
 #include "report/Print.h"
@@ -103,7 +104,7 @@ QAction *TVisualizador::Comando(const char *nombre, const QString &titulo, const
     QString conTecla = pista;
     if (!teclas.isEmpty())
         conTecla += QStringLiteral(" (%1)").arg(teclas.front().toString(QKeySequence::NativeText));
-    comando->setToolTip(conTecla);
+    comando->setToolTip(dbcontrols::plainTip(conTecla));
     connect(comando, &QAction::triggered, this, [orden] { orden(); });
     addAction(comando);
     return comando;
@@ -144,8 +145,8 @@ void TVisualizador::CreaBarra()
     m_pagina->setAccessibleName(QStringLiteral("Página"));
     m_pagina->setKeyboardTracking(false);
     connect(m_pagina, &QSpinBox::valueChanged, this, [this](int pagina) { m_vista->goToPage(pagina); });
-    m_dePaginas = new QLabel(barra);
-    m_tamano = new QLabel(barra);
+    m_dePaginas = dbcontrols::plainLabel({}, barra);
+    m_tamano = dbcontrols::plainLabel({}, barra);
     m_tamano->setMinimumWidth(fontMetrics().horizontalAdvance(QStringLiteral("  500 %  ")));
     m_tamano->setAlignment(Qt::AlignCenter);
     auto *const cerrar = new QAction(QStringLiteral("&Cerrar"), this);

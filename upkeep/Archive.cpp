@@ -201,7 +201,7 @@ Status extractFile(const fs::path &archive, const std::string &name, const fs::p
     const zip_int64_t index = zip_name_locate(opened.value().get(), name.c_str(), ZIP_FL_ENC_GUESS);
     if (index < 0)
         return refuse(archive, ErrorKind::notFound, "la copia no contiene «" + name + "»");
-    auto made = File::open(to, File::Mode::createNew);
+    auto made = File::create(to);
     if (!made.ok())
         return made.status();
     std::uint64_t at = 0;

@@ -48,7 +48,7 @@ Result<std::vector<std::uint8_t>> readWhole(const fs::path &from)
 
 Status writeNew(const fs::path &to, std::span<const std::uint8_t> bytes, const Progress &progress)
 {
-    auto made = File::open(to, File::Mode::createNew);
+    auto made = File::create(to);
     if (!made.ok())
         return made.status();
     Status status;

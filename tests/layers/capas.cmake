@@ -53,6 +53,17 @@ foreach(carpeta IN LISTS carpetas)
                 math(EXPR fallos "${fallos} + 1")
             endif()
         endforeach()
+        # No text of an office is shown as a page: who sets a label or a tip does so by dbcontrols/PlainText.h.
+        file(STRINGS "${ROOT}/${fuente}" rotulos REGEX "new QLabel\\(|setToolTip\\(|setInformativeText\\(")
+        foreach(linea IN LISTS rotulos)
+            set(pista_llana "setToolTip\\((QStringLiteral\\(|dbcontrols::plainTip\\(|[A-Za-z]+->toolTip\\(\\))")
+            if(NOT fuente STREQUAL "dbcontrols/PlainText.cpp" AND
+               (linea MATCHES "new QLabel\\(|setInformativeText\\(" OR
+                (linea MATCHES "setToolTip\\(." AND NOT linea MATCHES "${pista_llana}")))
+                message(SEND_ERROR "${fuente}: a text that might be taken for a page: ${linea}")
+                math(EXPR fallos "${fallos} + 1")
+            endif()
+        endforeach()
     endforeach()
 endforeach()
 

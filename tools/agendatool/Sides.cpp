@@ -174,7 +174,7 @@ std::string NearSide::carryOut(const std::string &order)
     std::istringstream words(order);
     const auto verb = next<std::string>(words);
     if (verb == "create") {
-        File made = taken(File::open(path(words), File::Mode::createNew));
+        File made = taken(File::create(path(words)));
         must(made.writeAt(0, filled(words)));
     } else if (verb == "open") {
         File &into = file(words);
@@ -254,7 +254,7 @@ Status Channel::create() const
 {
     const std::vector<std::uint8_t> nothing(messageSize);
     for (const auto &path : {m_own, m_theirs}) {
-        auto made = File::open(path, File::Mode::createNew);
+        auto made = File::create(path);
         const Status status = made.ok() ? made.value().writeAt(0, nothing) : made.status();
         if (!status.ok())
             return status;
