@@ -2,6 +2,7 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QObject>
+#include <QtCore/QPointer>
 
 #include <memory>
 
@@ -25,9 +26,11 @@ public:
     {
         if (event->type() != laterCallEvent())
             return QObject::event(event);
-        deleteLater();
-        const auto call = std::move(m_call); // which may end the parent, and this with it
+        const auto call = std::move(m_call);
+        const QPointer<LaterCall> self(this); // the call may end the parent, and this with it
         call();
+        if (self)
+            deleteLater();
         return true;
     }
 
