@@ -168,8 +168,8 @@ DataSet *DbGrid::activeSet() const
 
 void DbGrid::currentChanged(const QModelIndex &current, const QModelIndex &previous)
 {
-    QTableView::currentChanged(current, previous); // puts the text of an open editor into its field
-    viewport()->update();                          // the frame may go round a whole line
+    QTableView::currentChanged(current, previous);        // puts the text of an open editor into its field
+    viewport()->update();                                 // the frame may go round a whole line
     if (m_commitFailed && isEditorOpen() && !m_syncing) { // else it is on its way back to the editor
         m_column = previous.column();
         m_moveFailed = true;
