@@ -1,5 +1,6 @@
 #include "upkeep/TableCare.h"
 
+#include "dbase/DbfFormat.h"
 #include "dbase/File.h"
 #include "upkeep/Paths.h"
 
@@ -31,18 +32,34 @@ bool hasField(const Table &table, std::string_view name, FieldType type)
     return at >= 0 && table.fields()[static_cast<std::size_t>(at)].type == type;
 }
 
-Result<std::vector<std::uint8_t>> readWhole(const fs::path &from)
+/// Header and lines as the header counts them. What the file has behind them is nothing of the table, however
+/// much it is.
+Result<std::vector<std::uint8_t>> readTable(const Table &table)
 {
-    const auto file = File::open(from, File::Mode::readOnly);
-    const auto size = file.ok() ? file.value().size() : file.status();
-    if (!size.ok())
-        return size.status();
-    std::vector<std::uint8_t> bytes(size.value());
-    const auto got = file.value().readAt(0, bytes);
-    if (!got.ok())
-        return got.status();
-    if (got.value() != bytes.size())
-        return Status(ErrorKind::inputOutput, "no se ha podido leer la tabla entera", pathText(from));
+    const auto file = File::open(table.file(), File::Mode::readOnly);
+    if (!file.ok())
+        return file.status();
+    const auto cut = [&] {
+        return Status(ErrorKind::inputOutput, "no se ha podido leer la tabla entera", pathText(table.file()));
+    };
+    std::vector<std::uint8_t> bytes(dbase::dbfFixedHeader + 1);
+    auto got = file.value().readAt(0, bytes);
+    if (!got.ok() || got.value() != bytes.size())
+        return got.ok() ? cut() : got.status();
+    const auto headerLength = dbase::dbfHeaderLength(bytes);
+    if (!headerLength.ok())
+        return headerLength.status();
+    const std::uint64_t count =
+        dbase::decodeCount(std::span(bytes).subspan(dbase::dbfCountOffset, sizeof(std::uint32_t)));
+    const std::uint64_t lines = headerLength.value() + count * table.recordLength();
+    const auto size = file.value().size();
+    if (!size.ok() || size.value() < lines)
+        return size.ok() ? cut() : size.status();
+    constexpr std::uint64_t endMark = 1; // not every program writes one
+    bytes.resize(static_cast<std::size_t>(std::min(size.value(), lines + endMark)));
+    got = file.value().readAt(0, bytes);
+    if (!got.ok() || got.value() != bytes.size())
+        return got.ok() ? cut() : got.status();
     return bytes;
 }
 
@@ -200,7 +217,7 @@ Status copyTable(const fs::path &from, const fs::path &to, Source source, std::c
             return status;
     }
     // Others wait for as long as the group lasts: the destination, perhaps a slow one, comes afterwards.
-    const auto bytes = readWhole(from);
+    const auto bytes = readTable(table);
     table.dropGroup();
     return bytes.ok() ? writeCopy(to, bytes.value(), progress) : bytes.status();
 }
