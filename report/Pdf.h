@@ -8,7 +8,7 @@ namespace report
 /// Runs a report into a PDF file. The file is replaced as a whole, at the end; until then, and when the run
 /// is stopped or fails, what stood there stays.
 /// @return false when it was stopped.
-/// @throws EReportError when the file cannot be written or a field is missing; what the data set or a hook
+/// @throws EReportError when the file cannot be written or is a link, or a field is missing; what the data set or a hook
 /// throws passes on.
 REPORT_EXPORT bool writePdf(Report &report, const QString &file, const Progress &progress = {});
 

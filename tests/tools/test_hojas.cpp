@@ -97,6 +97,24 @@ TEST_F(Hojas, ADayAndAWeekForAllOrForOneClerk)
     }
 }
 
+TEST_F(Hojas, TheLastWeekOfAllAndAPdfThatLeadsElsewhere)
+{
+    support::writeFile(temp.path() / "ultima.csv", "FECHA,HORA,CONCEPTO\r\n9999-12-31,09:00,Final\r\n");
+    ASSERT_EQ(orden({"import", carpeta.string(), "AGENDA_N", (temp.path() / "ultima.csv").string()}),
+              exitDone)
+        << err;
+    EXPECT_EQ(hoja("semana", "9999-12-31"), exitDone) << err;
+    if (support::hayLectorDePdf()) {
+        EXPECT_TRUE(escrito().contains("Final")) << escrito().toStdString();
+    }
+    std::filesystem::remove(pdf);
+    support::writeFile(temp.path() / "ajeno", "de otro");
+    std::filesystem::create_symlink(temp.path() / "ajeno", pdf);
+    EXPECT_EQ(hoja("dia", "2026-11-16"), exitFailed);
+    EXPECT_NE(err.find("es un enlace a otro fichero"), std::string::npos) << err;
+    EXPECT_EQ(support::readFile(temp.path() / "ajeno"), "de otro");
+}
+
 TEST_F(Hojas, WhatCannotBePrintedIsRefused)
 {
     const std::string aqui = carpeta.string();

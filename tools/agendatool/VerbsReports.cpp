@@ -108,6 +108,14 @@ QString textOf(const std::filesystem::path &path)
     return QString::fromStdString(pathText(path));
 }
 
+void writeSheet(const Context &context, report::Report &layout)
+{
+    const upkeep::Progress progress = context.progress.steps("escribiendo la hoja");
+    report::writePdf(layout, textOf(context.args.target), [&](int done, int total) {
+        return progress(total > 0 ? static_cast<int>(qint64{100} * done / total) : 0);
+    });
+}
+
 using Sheet = std::function<void(dataset::DbfTable &table, QDate day, const std::optional<QString> &clerk)>;
 
 /// Opens the table for reading and has a sheet of it written. @return the exit code.
@@ -155,7 +163,7 @@ int printDay(const Context &context)
             layout.emplace(nullptr, day, table, *clerk);
         else
             layout.emplace(nullptr, day, table);
-        report::writePdf(layout->QR, textOf(context.args.target));
+        writeSheet(context, layout->QR);
     });
 }
 
@@ -167,7 +175,7 @@ int printWeek(const Context &context)
             {table, week, [&] { QuitaRangoDelDia(table); }, [&](QDate back) { PonRangoDelDia(table, back); }},
             day, clerk, [&](QDate monday) {
                 TQRAgendaN layout(nullptr, monday, week);
-                report::writePdf(layout.QR, textOf(context.args.target));
+                writeSheet(context, layout.QR);
             });
     });
 }
