@@ -79,7 +79,7 @@ TEST(Ajustes, WhatTheDialogShowsAndWhatItGivesBack)
     EXPECT_EQ(vista.Mostrados.IntervaloHoras, "2000000000");
     EXPECT_EQ(vista.Mostrados.IncrementoMin, "1");
     EXPECT_TRUE(vista.Mostrados.SincronizarDia);
-    EXPECT_EQ(ajustes.GetHoraInicio(), 24) << "not accepted, not written";
+    EXPECT_EQ(ajustes.GetHoraInicio(), 23) << "not accepted, not written; the nearest hour counts";
     EXPECT_FALSE(std::filesystem::exists(oficina.carpeta() / "CONFIG"));
     vista.Acepta = true;
     ajustes.FichaConfiguracion(nullptr);
@@ -95,7 +95,7 @@ TEST(Ajustes, WhatTheDialogShowsAndWhatItGivesBack)
     comun.setTableName("VA_COMUN");
     comun.open();
     for (const auto &[valor, leido] :
-         {std::pair("99999999999", 2147483647), {"nueve", 9}, {"", 9}, {"   ", 9}}) {
+         {std::pair("99999999999", 23), {"-2000000000", 0}, {"nueve", 9}, {"", 9}, {"   ", 9}}) {
         comun.first(); // the first hour
         comun.edit();
         comun.field(u"VALOR").setText(valor);
@@ -141,7 +141,7 @@ TEST(Ajustes, WhatCannotBeStoredIsStoredNowhereAndStaysInTheDialog)
             otroPuesto.cancel();
             std::filesystem::remove(varios);
             std::filesystem::create_directory(varios);
-            oficina.Mensaje.espera({"No se puede leer: file to open is a directory", " ATENCIÓN:"});
+            oficina.Mensaje.espera({"No se puede leer: no es un fichero corriente", " ATENCIÓN:"});
             break;
         default:
             std::filesystem::remove(varios);
