@@ -73,7 +73,8 @@ QString reasonOf(const QSaveFile &target)
 
 } // namespace
 
-bool writePdf(Report &report, const QString &file, const Progress &progress)
+bool writePdf(Report &report, const QString &file, const Progress &progress,
+              std::optional<QFileDevice::Permissions> most)
 {
     QSaveFile target(file);
     const auto notWritten = [&] {
@@ -82,6 +83,8 @@ bool writePdf(Report &report, const QString &file, const Progress &progress)
     // Through a link it would be written where nobody has asked for it.
     if (QFileInfo(file).isSymbolicLink() || !target.open(QIODevice::WriteOnly))
         throw notWritten();
+    if (most)
+        target.setPermissions(target.permissions() & *most);
     bool written = true;
     {
         PdfPages pages(report, target);

@@ -63,11 +63,14 @@ Result<std::vector<std::uint8_t>> readTable(const Table &table)
     return bytes;
 }
 
-Status writeNew(const fs::path &to, std::span<const std::uint8_t> bytes, const Progress &progress)
+Status writeNew(const fs::path &to, std::span<const std::uint8_t> bytes, const Progress &progress,
+                std::optional<fs::perms> most)
 {
     auto made = File::open(to, File::Mode::createNew);
     if (!made.ok())
         return made.status();
+    if (most) // before there is anything to read
+        narrow(to, *most);
     Status status;
     for (std::size_t at = 0; status.ok() && at < bytes.size(); at += bytesPerStep) {
         if (progress && !progress(static_cast<int>(at * 100 / bytes.size())))
@@ -78,13 +81,14 @@ Status writeNew(const fs::path &to, std::span<const std::uint8_t> bytes, const P
 }
 
 /// The name of the copy appears only when all of it is there.
-Status writeCopy(const fs::path &to, std::span<const std::uint8_t> bytes, const Progress &progress)
+Status writeCopy(const fs::path &to, std::span<const std::uint8_t> bytes, const Progress &progress,
+                 std::optional<fs::perms> most)
 {
     fs::path unfinished = to;
     unfinished += ".tmp";
     std::error_code error;
     fs::remove(unfinished, error); // of a copy that was cut
-    Status status = writeNew(unfinished, bytes, progress);
+    Status status = writeNew(unfinished, bytes, progress, most);
     if (status.ok()) {
         fs::rename(unfinished, to, error);
         if (error)
@@ -96,6 +100,27 @@ Status writeCopy(const fs::path &to, std::span<const std::uint8_t> bytes, const 
 }
 
 } // namespace
+
+fs::perms rightsOfCopy(const fs::path &table)
+{
+    constexpr fs::perms own = fs::perms::owner_read | fs::perms::owner_write;
+    std::error_code error;
+    const fs::perms given = fs::status(table, error).permissions();
+    if (error || given == fs::perms::unknown)
+        return own;
+    const bool readByAll = (given & fs::perms::others_read) != fs::perms::none;
+    const bool writtenByAll = (given & fs::perms::others_write) != fs::perms::none;
+    return own | (readByAll ? fs::perms::group_read | fs::perms::others_read : fs::perms::none) |
+           (writtenByAll ? fs::perms::group_write | fs::perms::others_write : fs::perms::none);
+}
+
+void narrow(const fs::path &made, fs::perms most)
+{
+    std::error_code error;
+    const fs::perms now = fs::status(made, error).permissions();
+    if (!error && (now & ~most) != fs::perms::none)
+        fs::permissions(made, now & most, error);
+}
 
 bool tellLines(const Progress &progress, std::size_t done, std::size_t total)
 {
@@ -203,7 +228,7 @@ Result<int> findUnreadable(const Table &table,
 }
 
 Status copyTable(const fs::path &from, const fs::path &to, Source source, std::chrono::milliseconds patience,
-                 const Progress &progress)
+                 const Progress &progress, std::optional<fs::perms> most)
 {
     dbase::OpenOptions options;
     options.lockTimeout = patience;
@@ -219,7 +244,7 @@ Status copyTable(const fs::path &from, const fs::path &to, Source source, std::c
     // Others wait for as long as the group lasts: the destination, perhaps a slow one, comes afterwards.
     const auto bytes = readTable(table);
     table.dropGroup();
-    return bytes.ok() ? writeCopy(to, bytes.value(), progress) : bytes.status();
+    return bytes.ok() ? writeCopy(to, bytes.value(), progress, most) : bytes.status();
 }
 
 } // namespace upkeep

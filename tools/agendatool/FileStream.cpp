@@ -1,14 +1,18 @@
 #include "tools/agendatool/FileStream.h"
 
+#include "upkeep/TableCare.h"
+
 namespace agendatool
 {
 
-FileStream::Buffer::Buffer(const std::filesystem::path &path)
+FileStream::Buffer::Buffer(const std::filesystem::path &path, std::filesystem::perms most)
     : bytes(std::size_t{64} * 1024)
 {
     auto made = dbase::File::open(path, dbase::File::Mode::createNew);
-    if (made.ok())
+    if (made.ok()) {
         file = std::move(made).value();
+        upkeep::narrow(path, most);
+    }
     status = made.status();
     setp(bytes.data(), bytes.data() + bytes.size());
 }
@@ -32,9 +36,9 @@ FileStream::Buffer::int_type FileStream::Buffer::overflow(int_type character)
     return traits_type::not_eof(character);
 }
 
-FileStream::FileStream(const std::filesystem::path &file)
+FileStream::FileStream(const std::filesystem::path &file, std::filesystem::perms most)
     : std::ostream(nullptr)
-    , m_buffer(file)
+    , m_buffer(file, most)
 {
     rdbuf(&m_buffer);
     if (!m_buffer.status.ok())

@@ -14,7 +14,8 @@ namespace agendatool
 class FileStream : public std::ostream
 {
 public:
-    explicit FileStream(const std::filesystem::path &file);
+    /// @param most  rights that it may have, from before its first byte on.
+    FileStream(const std::filesystem::path &file, std::filesystem::perms most);
     /// Why it could not be made, or the first failure in writing.
     [[nodiscard]] const dbase::Status &status() const { return m_buffer.status; }
     /// Writes what is still held, brings all of it to the disk and closes the file. @return status().
@@ -22,7 +23,7 @@ public:
 
 private:
     struct Buffer : std::streambuf {
-        explicit Buffer(const std::filesystem::path &file);
+        Buffer(const std::filesystem::path &path, std::filesystem::perms most);
         int_type overflow(int_type character) override;
         int sync() override;
         dbase::File file;

@@ -38,7 +38,7 @@ Status writeExport(const Context &context, const Table &table, const std::filesy
     std::error_code error;
     std::filesystem::remove(unfinished,
                             error); // of an export that was cut, or a link that somebody has put there
-    FileStream out(unfinished);
+    FileStream out(unfinished, upkeep::rightsOfCopy(table.file()));
     if (!out.status().ok())
         return out.status();
     Status status = dump(table, context.args.range, DumpFormat::csv, out, context.progress.steps(writing),

@@ -20,6 +20,7 @@
 #include <array>
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace agendatool
 {
@@ -108,12 +109,33 @@ QString textOf(const std::filesystem::path &path)
     return QString::fromStdString(pathText(path));
 }
 
+/// What the file system's rights are to Qt.
+QFileDevice::Permissions toQt(std::filesystem::perms rights)
+{
+    using std::filesystem::perms;
+    constexpr std::pair<perms, QFileDevice::Permission> all[] = {
+        {perms::owner_read, QFileDevice::ReadOwner},  {perms::owner_write, QFileDevice::WriteOwner},
+        {perms::owner_read, QFileDevice::ReadUser},   {perms::owner_write, QFileDevice::WriteUser},
+        {perms::group_read, QFileDevice::ReadGroup},  {perms::group_write, QFileDevice::WriteGroup},
+        {perms::others_read, QFileDevice::ReadOther}, {perms::others_write, QFileDevice::WriteOther}};
+    QFileDevice::Permissions same;
+    for (const auto &[right, its] : all)
+        same.setFlag(its, (rights & right) != perms::none);
+    return same;
+}
+
 void writeSheet(const Context &context, report::Report &layout)
 {
+    const auto table = dbase::findTable(context.args.folder, context.args.table);
+    if (!table.ok())
+        throw dataset::EDatabaseError(table.status());
     const upkeep::Progress progress = context.progress.steps("escribiendo la hoja");
-    report::writePdf(layout, textOf(context.args.target), [&](int done, int total) {
-        return progress(total > 0 ? static_cast<int>(qint64{100} * done / total) : 0);
-    });
+    report::writePdf(
+        layout, textOf(context.args.target),
+        [&](int done, int total) {
+            return progress(total > 0 ? static_cast<int>(qint64{100} * done / total) : 0);
+        },
+        toQt(upkeep::rightsOfCopy(table.value())));
 }
 
 using Sheet = std::function<void(dataset::DbfTable &table, QDate day, const std::optional<QString> &clerk)>;
