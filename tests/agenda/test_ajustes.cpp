@@ -104,6 +104,37 @@ TEST(Ajustes, WhatTheDialogShowsAndWhatItGivesBack)
     }
 }
 
+// Whatever somebody has written into the file that other programs share.
+TEST(Ajustes, AbsurdNumbersOfTheFileAreBroughtToWhatTheyCanMean)
+{
+    const OficinaDePrueba oficina;
+    std::filesystem::create_directories(oficina.carpeta() / "CONFIG");
+    const struct {
+        std::string texto;
+        int incremento;
+        bool sincroniza;
+    } casos[] = {
+        {"0", 0, false},
+        {"-1", -1, true},
+        {"2147483647", 1440, true},
+        {"-2147483648", -1440, true},
+        {"99999999999", 1, true},
+        {"quince", 1, true},
+        {"", 1, true},
+        {"$7FFFFFFF", 1440, true},
+        {std::string(100000, '9'), 1, true},
+    };
+    for (const auto &caso : casos) {
+        support::writeFile(oficina.carpeta() / "CONFIG" / "VARIOS.INI",
+                           "[IncrementoMin]\r\nAGENDASALIDA=" + caso.texto +
+                               "\r\n[AGENDA]\r\nSincronizarDia=" + caso.texto +
+                               "\r\n[COLOR]\r\nAGENDASALIDA=" + caso.texto + "\r\n");
+        EXPECT_EQ(goConfAgendaN->GetIncrementoMin(), caso.incremento) << caso.texto.substr(0, 20);
+        EXPECT_EQ(goConfAgendaN->GetSincronizarDia(), caso.sincroniza) << caso.texto.substr(0, 20);
+        static_cast<void>(goConfAgendaN->GetColorSalida());
+    }
+}
+
 // One place refuses, so the other keeps what it had too, and the clerk finds the dialog as he left it.
 TEST(Ajustes, WhatCannotBeStoredIsStoredNowhereAndStaysInTheDialog)
 {
