@@ -9,11 +9,11 @@ FileStream::Buffer::Buffer(const std::filesystem::path &path, std::filesystem::p
     : bytes(std::size_t{64} * 1024)
 {
     auto made = dbase::File::open(path, dbase::File::Mode::createNew);
+    status = made.status();
     if (made.ok()) {
         file = std::move(made).value();
         upkeep::narrow(path, most);
     }
-    status = made.status();
     setp(bytes.data(), bytes.data() + bytes.size());
 }
 
