@@ -12,7 +12,7 @@ AGENDA   ?= multi
 export LAB_DIR ?= $(HOME)/.cache/agenda-red
 FUENTES   = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: manual install deb windows-dbase help run test bench red format format-check tidy asan coverage fuzz simulacion release dev clean
+.PHONY: hostil manual install deb windows-dbase help run test bench red format format-check tidy asan coverage fuzz simulacion release dev clean
 
 help:
 	@echo "make run       build and open the program (DATOS=folder for other data)"
@@ -27,6 +27,7 @@ help:
 	@echo "make coverage  which lines the tests reach"
 	@echo "make red       shares (SMB, NFS) with three workstations, all virtual machines (PRUEBA='juntos nfs' for one experiment)"
 	@echo "make simulacion  several workstations in an agenda by chance, for hours (AGENDA=multi, unica, doble or todas; SEMILLAS='1 2 3' PASOS=steps for each)"
+	@echo "make hostil    the programs with next to no memory and in folders with thousands of tables, for some minutes"
 	@echo "make fuzz      arbitrary bytes for what reads files (FUZZ_SECONDS=time for each target)"
 
 release:
@@ -59,10 +60,11 @@ manual:
 deb: release
 	@$(PAQUETES) empaquetar
 	cd build/release && cpack
+	cd build/release && ctest --output-on-failure -R '^paquete\.'
 	@ls build/release/paquete/*.deb
 
 test:
-	@$(PAQUETES) construir pruebas
+	@$(PAQUETES) construir pruebas empaquetar
 	cmake --preset ci
 	cmake --build --preset ci
 	ctest --preset ci
@@ -126,6 +128,14 @@ fuzz:
 	    build/fuzz/bin/fuzz_$$objetivo -max_total_time=$(FUZZ_SECONDS) -max_len=16384 -timeout=10 -verbosity=0 \
 	        -artifact_prefix="out/fuzz/$$objetivo-" "out/fuzz/$$objetivo" "tests/fuzz/corpus/$$objetivo" || exit 1; \
 	done
+
+# What "make test" does on a small scale: thousands of tables, a limit on memory in small steps. Some minutes.
+hostil:
+	@$(PAQUETES) construir pruebas
+	cmake --preset ci
+	cmake --build --preset ci --target test_dbase test_tools
+	AGENDA_HOSTIL=1 build/ci/bin/test_dbase --gtest_filter='ManyTables.*'
+	AGENDA_HOSTIL=1 build/ci/bin/test_tools --gtest_filter='Hardship.*'
 
 # Ends at the first failure, with the shortest run that shows it.
 simulacion:

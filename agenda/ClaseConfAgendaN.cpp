@@ -17,6 +17,9 @@ namespace
 {
 
 constexpr TColor ColorSalidaPorDefecto = 0x00C6C6FF;
+constexpr int InicioPorDefecto = 9;
+constexpr int FinPorDefecto = 20;
+constexpr int IntervaloPorDefecto = 30;
 
 const QString Programa = QStringLiteral("AGENDA");
 const QString HoraInicio = QStringLiteral("HoraInicio");
@@ -61,6 +64,20 @@ int LeeDeComun(const QString &nombre, int porDefecto)
     }
 }
 
+/// The same within bounds: a number that no sheet could be made with counts as the nearest that one can. The
+/// settings dialog shows what is there.
+int LeeEntre(int menor, int mayor, const QString &nombre, int porDefecto)
+{
+    const int valor = LeeDeComun(nombre, porDefecto);
+    if (valor < menor || valor > mayor)
+        qWarning("The setting %s is %d; what counts is between %d and %d", qUtf8Printable(nombre), valor,
+                 menor, mayor);
+    return std::clamp(valor, menor, mayor);
+}
+
+constexpr int UltimaHora = 23;
+constexpr int MinutosDelDia = 24 * 60;
+
 /// Into the record on which the search has left the table.
 void PonValor(dataset::DbfTable &comun, int valor)
 {
@@ -77,16 +94,20 @@ void EscribeEnComun(const QString &nombre, int valor)
     PonValor(*comun, valor);
 }
 
-constexpr int UltimaHoraDeLista = 23; // of the dialog's lists, which begin with hour 1
-
+/// In the dialog's lists, which begin with hour 1.
 int IndiceDeHora(int hora)
 {
-    return hora >= 1 && hora <= UltimaHoraDeLista ? hora - 1 : -1;
+    return hora >= 1 && hora <= UltimaHora ? hora - 1 : -1;
 }
 
 TFicheroIni Fichero()
 {
     return TFicheroIni(Servicios().Config->GetPath() + QStringLiteral("CONFIG/VARIOS.INI"));
+}
+
+int IncrementoQueConsta()
+{
+    return Fichero().LeeEntero(SeccionIncremento, ClaveSalida, 1);
 }
 
 /// The settings of the file, in the order in which they are written.
@@ -101,7 +122,7 @@ QList<TValorIni> DelFichero(TColor salida, int incremento, bool sincronizar)
 
 int TClassConfAgendaN::GetHoraInicio() const
 {
-    return LeeDeComun(HoraInicio, 9);
+    return LeeEntre(0, UltimaHora, HoraInicio, InicioPorDefecto);
 }
 void TClassConfAgendaN::SetHoraInicio(int hora)
 {
@@ -109,7 +130,7 @@ void TClassConfAgendaN::SetHoraInicio(int hora)
 }
 int TClassConfAgendaN::GetHoraFin() const
 {
-    return LeeDeComun(HoraFin, 20);
+    return LeeEntre(0, UltimaHora, HoraFin, FinPorDefecto);
 }
 void TClassConfAgendaN::SetHoraFin(int hora)
 {
@@ -117,7 +138,7 @@ void TClassConfAgendaN::SetHoraFin(int hora)
 }
 int TClassConfAgendaN::GetIntervalo() const
 {
-    return LeeDeComun(Intervalo, 30);
+    return LeeEntre(0, MinutosDelDia, Intervalo, IntervaloPorDefecto);
 }
 void TClassConfAgendaN::SetIntervalo(int minutos)
 {
@@ -126,7 +147,7 @@ void TClassConfAgendaN::SetIntervalo(int minutos)
 
 int TClassConfAgendaN::GetIncrementoMin() const
 {
-    return Fichero().LeeEntero(SeccionIncremento, ClaveSalida, 1);
+    return std::clamp(IncrementoQueConsta(), -MinutosDelDia, MinutosDelDia);
 }
 
 void TClassConfAgendaN::SetIncrementoMin(int minutos)
@@ -161,10 +182,10 @@ void TClassConfAgendaN::FichaConfiguracion(QObject *propietario)
         return;
     TAjustesEnPantalla ajustes;
     ajustes.ColorSalida = GetColorSalida();
-    ajustes.IndiceHoraComienzo = IndiceDeHora(GetHoraInicio());
-    ajustes.IndiceHoraFin = IndiceDeHora(GetHoraFin());
-    ajustes.IntervaloHoras = Int_Cad(GetIntervalo());
-    ajustes.IncrementoMin = Int_Cad(GetIncrementoMin());
+    ajustes.IndiceHoraComienzo = IndiceDeHora(LeeDeComun(HoraInicio, InicioPorDefecto));
+    ajustes.IndiceHoraFin = IndiceDeHora(LeeDeComun(HoraFin, FinPorDefecto));
+    ajustes.IntervaloHoras = Int_Cad(LeeDeComun(Intervalo, IntervaloPorDefecto));
+    ajustes.IncrementoMin = Int_Cad(IncrementoQueConsta());
     ajustes.SincronizarDia = GetSincronizarDia();
     ajustes.SincronizarVisible =
         !propietario || qstrcmp(propietario->metaObject()->className(), "TFAgendaZen") != 0;
@@ -191,7 +212,8 @@ void TClassConfAgendaN::Guarda(const TAjustesEnPantalla &ajustes)
         PonValor(*comun, valor);
     }
     TFicheroIni fichero = Fichero();
-    const QList<TValorIni> anteriores = DelFichero(GetColorSalida(), GetIncrementoMin(), GetSincronizarDia());
+    const QList<TValorIni> anteriores =
+        DelFichero(GetColorSalida(), IncrementoQueConsta(), GetSincronizarDia());
     fichero.Escribe(DelFichero(ajustes.ColorSalida, Cad_Int(ajustes.IncrementoMin), ajustes.SincronizarDia));
     if (!grupo)
         return;

@@ -22,15 +22,17 @@ public:
     {
     }
 
-    /// Hours 0 to 23; 9 and 20 when missing.
+    /// Hours; 9 and 20 when missing. What is none of 0 to 23 counts as the nearest of them.
     [[nodiscard]] int GetHoraInicio() const;
     void SetHoraInicio(int hora);
     [[nodiscard]] int GetHoraFin() const;
     void SetHoraFin(int hora);
-    /// Minutes between the lines of a generated sheet; 30 when missing.
+    /// Minutes between the lines of a generated sheet, 0 (for a single line) to those of a day, or the
+    /// nearest of them; 30 when missing.
     [[nodiscard]] int GetIntervalo() const;
     void SetIntervalo(int minutos);
-    /// Minutes added to the time of a new appointment; 1 when missing.
+    /// Minutes added to the time of a new appointment, those of a day at most in either direction; 1 when
+    /// missing.
     [[nodiscard]] int GetIncrementoMin() const;
     void SetIncrementoMin(int minutos);
     /// Whether the notaries' agendas move together by date; true when missing.
@@ -42,8 +44,9 @@ public:
 
     /// Shows the settings dialog and, when the user accepts, writes every setting: those of VA_COMUN as one
     /// change, those of the file as another, and of both none when either fails. Then the user is told and
-    /// the dialog comes back with what stood in it. An hour that is none of 1 to 23 shows as no choice and is
-    /// then stored as 0. Does nothing without a view.
+    /// the dialog comes back with what stood in it. What it shows first is what is stored, also where another
+    /// value counts. An hour that is none of 1 to 23 shows as no choice and is then stored as 0. Does nothing
+    /// without a view.
     /// @param propietario  owner of the dialog; may be null. A window of the class TFAgendaZen has one agenda
     /// only and gets no choice about synchronising.
     void FichaConfiguracion(QObject *propietario);

@@ -146,6 +146,12 @@ template <class Intento> bool Insiste(Intento &&intento)
     return true;
 }
 
+/// What lies under a name, not what a link of that name leads to.
+std::filesystem::file_type ClaseDe(const QString &ruta, std::error_code &error)
+{
+    return std::filesystem::symlink_status(std::filesystem::path(ruta.toStdU16String()), error).type();
+}
+
 /// @return nothing when there is no such file. @throws when it is there and cannot be read to its end, or
 /// when nobody can say whether it is there: what is missing would be taken for settings that nobody has made,
 /// and lost with the next one that is set.
@@ -154,11 +160,11 @@ std::optional<QByteArray> Contenido(const QString &ruta)
     QByteArray contenido;
     QString causa;
     bool falta = false;
+    bool noSirve = false; // and will not, however long it is tried
     const bool leido = Insiste([&] {
         std::error_code error;
         // Not QFile::exists(), which says no also where the look itself has failed.
-        const auto clase =
-            std::filesystem::status(std::filesystem::path(ruta.toStdU16String()), error).type();
+        const auto clase = ClaseDe(ruta, error);
         falta = clase == std::filesystem::file_type::not_found;
         if (falta)
             return true;
@@ -166,19 +172,32 @@ std::optional<QByteArray> Contenido(const QString &ruta)
             causa = QString::fromStdString(error.message());
             return false;
         }
+        // A link might lead to anybody's file, which the next setting would be written into; a pipe keeps one
+        // waiting.
+        noSirve = clase != std::filesystem::file_type::regular;
+        if (noSirve) {
+            causa = QStringLiteral("no es un fichero corriente");
+            return true;
+        }
         QFile fichero(ruta);
         if (!fichero.open(QIODevice::ReadOnly)) {
             causa = fichero.errorString();
             return false;
         }
         const qint64 tamanyo = fichero.size();
-        contenido = fichero.readAll();
+        noSirve = tamanyo > TFicheroIni::MaxBytes;
+        if (noSirve) {
+            causa = QStringLiteral("ocupa %1 MiB, y un fichero de ajustes no pasa de 1")
+                        .arg((tamanyo + TFicheroIni::MaxBytes - 1) / TFicheroIni::MaxBytes);
+            return true;
+        }
+        contenido = fichero.read(TFicheroIni::MaxBytes);
         causa = fichero.error() != QFileDevice::NoError
                     ? fichero.errorString()
                     : QStringLiteral("el fichero se acaba antes de tiempo");
         return fichero.error() == QFileDevice::NoError && contenido.size() >= tamanyo;
     });
-    if (!leido)
+    if (!leido || noSirve)
         throw dataset::EDatabaseError(dbase::Status(
             dbase::ErrorKind::inputOutput, "no se puede leer: " + causa.toStdString(), ruta.toStdString()));
     if (falta)
@@ -264,7 +283,12 @@ void TFicheroIni::Cambia(const std::function<QList<TValorIni>(const QByteArray &
     if (!QDir().mkpath(fichero.path()))
         throw NoSePuedeEscribir(m_ruta, QStringLiteral("no se puede crear la carpeta"));
     // Two workstations that set different values at the same time must both find theirs afterwards.
-    QLockFile cerrojo(m_ruta + QStringLiteral(".lck"));
+    const QString rutaCerrojo = m_ruta + QStringLiteral(".lck");
+    std::error_code error; // whoever asks for the lock meets what it is about
+    const auto clase = ClaseDe(rutaCerrojo, error);
+    if (clase != std::filesystem::file_type::not_found && clase != std::filesystem::file_type::regular)
+        throw NoSePuedeEscribir(rutaCerrojo, QStringLiteral("no es un fichero corriente"));
+    QLockFile cerrojo(rutaCerrojo);
     cerrojo.setStaleLockTime(std::chrono::seconds(10));
     if (!cerrojo.tryLock(std::chrono::milliseconds(2 * EsperaMs)))
         throw NoSePuedeEscribir(m_ruta, cerrojo.error() == QLockFile::LockFailedError

@@ -24,6 +24,9 @@ struct TValorIni {
 class TFicheroIni
 {
 public:
+    /// More than this no settings file has; a larger one is refused, and so is whatever is no plain file.
+    static constexpr qint64 MaxBytes = qint64{1024} * 1024;
+
     /// @param ruta  the file; folder and file are found whatever the case of their last two names.
     explicit TFicheroIni(const QString &ruta);
 

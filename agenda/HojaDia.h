@@ -13,7 +13,7 @@
 inline const QString MarcaSalida = QStringLiteral("[SALIDA]");
 inline const QString MarcaAusente = QStringLiteral("[AUSENTE]");
 
-/// The settings that a day sheet is built from; asked for again at every slot.
+/// The settings that a day sheet is built from, asked at every slot.
 struct TParrilla {
     std::function<int()> HoraInicio;
     std::function<int()> HoraFin;   ///< the last hour, included

@@ -56,8 +56,10 @@ QStringList AnadeHuecos(DataSet &tabla, QDate fecha, const QStringList &huecos, 
 
 TParrilla ParrillaDeAjustes()
 {
-    return {[] { return goConfAgendaN->GetHoraInicio(); }, [] { return goConfAgendaN->GetHoraFin(); },
-            [] { return goConfAgendaN->GetIntervalo(); }};
+    const int inicio = goConfAgendaN->GetHoraInicio();
+    const int fin = goConfAgendaN->GetHoraFin();
+    const int intervalo = goConfAgendaN->GetIntervalo();
+    return {[=] { return inicio; }, [=] { return fin; }, [=] { return intervalo; }};
 }
 
 QStringList AnadeHojaDelDia(DataSet &tabla, QDate fecha, bool soloSiFalta)

@@ -8,7 +8,7 @@
 
 // How a day sheet comes to be, the same for every engine over AGENDA_N tables.
 
-/// What the settings say about a day sheet, asked for again at every slot.
+/// What the settings say about a day sheet now. @throws dataset::EDatabaseError when they cannot be read.
 [[nodiscard]] TParrilla ParrillaDeAjustes();
 
 /// Adds the lines of a day sheet to a table, whose range is dropped for it. The whole sheet is one change of

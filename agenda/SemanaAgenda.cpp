@@ -121,6 +121,8 @@ void AbreVacia(MemTable &semana)
 
 } // namespace
 
+const QDate UltimoDia(9999, 12, 31); // that a table can hold
+
 QDate LunesDe(QDate fecha)
 {
     return fecha.addDays(1 - fecha.dayOfWeek());
@@ -155,7 +157,8 @@ void HazInformeSemana(const TMotorDeSemana &motor, QDate fecha, const std::optio
     TIntentos intentos;
     intentos.Intenta("The week report", [&] {
         motor.CancelaRango();
-        TBRango(motor.Tabla, ClaveDelDia(lunes), ClaveDelDia(lunes.addDays(DiasDeLaSemana - 1)));
+        TBRango(motor.Tabla, ClaveDelDia(lunes),
+                ClaveDelDia(std::min(lunes.addDays(DiasDeLaSemana - 1), UltimoDia)));
         AbreVacia(motor.Semana);
         LlenaSemana(motor.Tabla, motor.Semana, lunes, oficial);
         muestra(lunes);

@@ -9,6 +9,10 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+# Programs and libraries lie side by side and look for each other there: as they are built, so they are installed. A path
+# that is written over at installing is filled up to its length meanwhile, with elements that mean the current folder.
+set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
+set(CMAKE_INSTALL_RPATH "$ORIGIN")
 
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE Release)
@@ -33,6 +37,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
     # g++ 12 sees overlaps in sums of strings that are none (its bug 105651).
     target_compile_options(agenda_flags INTERFACE -Wno-restrict)
 endif()
+# No path of the machine that built it in what is given to others. Coverage looks for its sources by them.
+if(NOT MSVC AND NOT AGENDA_COVERAGE)
+    target_compile_options(agenda_flags INTERFACE "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
+endif()
+include(Endurecido)
 if(AGENDA_SANITIZE)
     target_compile_options(agenda_flags INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
                                                   -fno-omit-frame-pointer)

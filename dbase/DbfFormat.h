@@ -57,7 +57,7 @@ struct TableHeader {
 };
 
 /// How long a header is, from its first dbfFixedHeader bytes. @return damaged when that cannot be.
-Result<std::size_t> dbfHeaderLength(std::span<const std::uint8_t> bytes);
+DBASE_EXPORT Result<std::size_t> dbfHeaderLength(std::span<const std::uint8_t> bytes);
 
 /// Reads a whole header. Refuses what cannot be with the reason: damaged, or unsupported for sound files of
 /// other kinds.
@@ -70,7 +70,7 @@ Result<std::vector<std::uint8_t>> encodeDbfHeader(const TableDefinition &definit
 
 /// The seven bytes of date and record count.
 [[nodiscard]] std::vector<std::uint8_t> encodeDateAndCount(Date today, RecordNumber count);
-[[nodiscard]] RecordNumber decodeCount(std::span<const std::uint8_t> fourBytes);
+[[nodiscard]] DBASE_EXPORT RecordNumber decodeCount(std::span<const std::uint8_t> fourBytes);
 
 /// Whether bytes behind the announced records look like a line of the table: a mark, real dates, no control
 /// bytes.

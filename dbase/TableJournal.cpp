@@ -1,6 +1,7 @@
 // The journal of an open table: its header, the commits in it, and emptying it. Its layout stands in
 // Journal.h.
 
+#include "dbase/FolderNames.h"
 #include "dbase/TableImpl.h"
 
 #include <algorithm>
@@ -21,8 +22,11 @@ Status TableImpl::openJournal()
     const std::filesystem::path file = sibling(".JNL");
     auto opened = File::open(file, readOnly ? File::Mode::readOnly : File::Mode::readWrite);
     const bool isMissing = opened.status().kind() == ErrorKind::notFound;
-    if (isMissing && !readOnly)
+    if (isMissing && !readOnly) {
         opened = File::createBeside(m_dbf, file);
+        if (opened.ok())
+            FolderNames::ofProgram().made(file);
+    }
     if (!opened.ok() && opened.status().kind() == ErrorKind::invalidArgument) // made by another one just now
         opened = File::open(file, File::Mode::readWrite);
     if (!opened.ok()) {

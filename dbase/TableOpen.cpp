@@ -1,5 +1,6 @@
 // Opening a table and leaving it.
 
+#include "dbase/FolderNames.h"
 #include "dbase/ShareAdvice.h"
 #include "dbase/TableImpl.h"
 
@@ -10,16 +11,6 @@
 
 namespace dbase
 {
-
-namespace
-{
-
-bool sameName(const std::filesystem::path &a, const std::filesystem::path &b)
-{
-    return sameText(displayName(a), displayName(b));
-}
-
-} // namespace
 
 Date today()
 {
@@ -82,14 +73,8 @@ std::filesystem::path TableImpl::sibling(const char *extension) const
     std::error_code error;
     if (std::filesystem::exists(wanted, error))
         return wanted;
-    for (std::filesystem::directory_iterator
-             entry(path.parent_path().empty() ? "." : path.parent_path(), error),
-         end;
-         !error && entry != end; entry.increment(error)) {
-        if (sameName(entry->path().filename(), wanted.filename()))
-            return entry->path();
-    }
-    return wanted;
+    const auto spelledOtherwise = FolderNames::ofProgram().find(wanted, m_dbf.isOpen() && !m_remote);
+    return spelledOtherwise.empty() ? wanted : spelledOtherwise;
 }
 
 Status TableImpl::open()

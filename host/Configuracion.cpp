@@ -22,6 +22,11 @@ std::optional<qint64> CodigoEn(const std::optional<QString> &texto)
     const qint64 codigo = texto.value_or(QString()).toLongLong(&bien);
     return bien ? std::optional(codigo) : std::nullopt;
 }
+
+int NotariosQueConstan(const QString &fichero)
+{
+    return TFicheroIni(fichero).LeeEntero(SeccionOficina, QStringLiteral("Notarios"), 0);
+}
 } // namespace
 
 QString TConfiguracion::FicheroDe(const QString &carpeta)
@@ -38,6 +43,14 @@ TConfiguracion::TConfiguracion(const QString &carpeta)
                 "La carpeta «%1» no contiene los datos de una oficina: falta el fichero oficina.ini.")
                 .arg(QDir::toNativeSeparators(m_carpeta)),
             dbase::ErrorKind::notFound);
+    if (const int notarios = NotariosQueConstan(FicheroDe(m_carpeta)); notarios > MasNotariosAnotados)
+        throw dataset::EDatabaseError(
+            QStringLiteral(
+                "El fichero oficina.ini de «%1» dice que hay %2 notarios; corríjalo antes de abrir la "
+                "oficina.")
+                .arg(QDir::toNativeSeparators(m_carpeta))
+                .arg(notarios),
+            dbase::ErrorKind::damaged);
 }
 
 QString TConfiguracion::Lee(const QString &seccion, const QString &clave, const QString &porDefecto) const
@@ -47,7 +60,8 @@ QString TConfiguracion::Lee(const QString &seccion, const QString &clave, const 
 
 int TConfiguracion::GetnCuantos() const
 {
-    return TFicheroIni(FicheroDe(m_carpeta)).LeeEntero(SeccionOficina, QStringLiteral("Notarios"), 0);
+    // Others may have spoilt the file since it was opened.
+    return std::clamp(NotariosQueConstan(FicheroDe(m_carpeta)), 0, MasNotariosAnotados);
 }
 
 QString TConfiguracion::GetAliasZentra() const
@@ -67,7 +81,7 @@ QString TConfiguracion::GetDon() const
 QStringList TConfiguracion::GetNotarios() const
 {
     QStringList nombres;
-    for (int notario = 1; notario <= GetnCuantos(); ++notario)
+    for (int notario = 1, cuantos = GetnCuantos(); notario <= cuantos; ++notario)
         nombres << Lee(QStringLiteral("Notario%1").arg(notario), QStringLiteral("Nombre"),
                        QStringLiteral("Notario %1").arg(notario));
     return nombres;
@@ -152,7 +166,7 @@ QString TConfiguracion::CarpetaDeAlias(const QString &alias) const
 dataset::Aliases TConfiguracion::Aliases() const
 {
     QStringList nombres{GetAliasZentra(), QStringLiteral("DB")}; // DB: the single-table agenda's
-    for (int notario = 1; notario <= std::max(1, GetnCuantos()); ++notario)
+    for (int notario = 1, cuantos = std::max(1, GetnCuantos()); notario <= cuantos; ++notario)
         nombres << AliasNotario(notario);
     dataset::Aliases aliases;
     for (const QString &nombre : std::as_const(nombres))

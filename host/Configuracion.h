@@ -31,7 +31,8 @@ struct TNotario {
 class TConfiguracion : public TConfig
 {
 public:
-    /// @param carpeta  the data folder. @throws dataset::EDatabaseError when it holds no office.
+    /// @param carpeta  the data folder. @throws dataset::EDatabaseError when it holds no office, or one of
+    /// more notaries than can be meant.
     explicit TConfiguracion(const QString &carpeta);
 
     [[nodiscard]] int GetnCuantos() const override;
@@ -50,6 +51,9 @@ public:
     /// Alias of a notary's database, 1-based.
     [[nodiscard]] QString AliasNotario(int notario) const;
     static constexpr int MaxNotarios = 5; ///< as many as an agenda has tabs
+    /// More than any agenda shows, so that an office of theirs is told so; above it the number is no number
+    /// of notaries.
+    static constexpr int MasNotariosAnotados = 99;
     /// The notaries in their order; of an office kept under a single notary's data, that one.
     [[nodiscard]] QList<TNotario> Notarios() const;
     /// Writes all of them in one step, in place of those that the caller has seen.

@@ -1,13 +1,17 @@
 #include "host/MantenimientoTablas.h"
 
+#include "agenda/FicheroIni.h"
 #include "upkeep/Archive.h"
 #include "upkeep/OfficeCopy.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QSet>
 #include <QtCore/QTemporaryDir>
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {
@@ -154,10 +158,14 @@ std::vector<upkeep::OfficeTable> ParaCopia(const QList<TTablaOficina> &tablas, b
     return copia;
 }
 
-upkeep::Progress AvanceDe(TTrabajo &trabajo, const QString &que)
+/// Tells only what has changed: it is asked about every 64 KiB.
+/// @param desde  where the work's own 0 to 100 begins. @param hasta  where it ends.
+upkeep::Progress AvanceDe(TTrabajo &trabajo, const QString &que, int desde = 0, int hasta = 100)
 {
-    return [&trabajo, que](int porCiento) {
-        trabajo.Avanza(porCiento, que);
+    return [&trabajo, que, desde, hasta, dicho = -1](int porCiento) mutable {
+        const int ahora = desde + porCiento * (hasta - desde) / 100;
+        if (std::exchange(dicho, ahora) != ahora)
+            trabajo.Avanza(ahora, que);
         return trabajo.Sigue();
     };
 }
@@ -181,6 +189,14 @@ QStringList Textos(const std::vector<std::string> &nombres)
     for (const std::string &nombre : nombres)
         textos << QString::fromStdString(nombre);
     return textos;
+}
+
+QStringList NombresDe(const std::vector<upkeep::ArchivedFile> &ficheros)
+{
+    QStringList nombres;
+    for (const upkeep::ArchivedFile &uno : ficheros)
+        nombres << QString::fromStdString(uno.name);
+    return nombres;
 }
 
 QString SinExtension(const QStringList &tablas)
@@ -238,23 +254,60 @@ QString Balance(TTrabajo &trabajo, const QList<TTablaOficina> &tablas, const QLi
 QList<TTablaOficina> TablasDeLaOficina(const TConfiguracion &config)
 {
     QList<TTablaOficina> tablas;
+    QSet<std::pair<QString, QString>> vistas;
     const auto anade = [&](const QString &alias, const QDir &carpeta, const QString &fichero) {
         const QString nombre = QFileInfo(fichero).completeBaseName().toUpper();
-        const bool esta = std::any_of(tablas.begin(), tablas.end(), [&](const TTablaOficina &una) {
-            return una.Alias == alias && una.Nombre == nombre;
-        });
-        if (!esta)
-            tablas << TTablaOficina{alias, nombre, RutaDe(carpeta.filePath(fichero))};
+        if (vistas.contains({alias, nombre}))
+            return;
+        vistas.insert({alias, nombre});
+        tablas << TTablaOficina{alias, nombre, RutaDe(carpeta.filePath(fichero))};
     };
     const dataset::Aliases aliases = config.Aliases();
     for (const QString &alias : aliases.names()) {
         const QDir carpeta(aliases.folderOf(alias));
-        for (const QString &fichero : carpeta.entryList({QStringLiteral("*.dbf")}, QDir::Files, QDir::Name))
-            anade(alias, carpeta, fichero);
+        for (const QFileInfo &una :
+             carpeta.entryInfoList({QStringLiteral("*.dbf")}, QDir::Files, QDir::Name)) {
+            // What leads out of the folder is none of the office's.
+            if (!una.isSymbolicLink() ||
+                dbase::findTable(RutaDe(carpeta.path()), una.fileName().toStdString()).ok())
+                anade(alias, carpeta, una.fileName());
+        }
     }
     for (const TNotario &notario : config.Notarios())
         anade(notario.Alias.toUpper(), aliases.folderOf(notario.Alias), QStringLiteral("AGENDA_N.DBF"));
     return tablas;
+}
+
+QList<TApartado> ApartadosDeLaOficina(const TConfiguracion &config)
+{
+    static const QRegularExpression apartado(
+        QStringLiteral("^.+\\.(JNL\\.APARTADO|(DBF|MDX|JNL)\\.ANTERIOR)-[0-9]+$"),
+        QRegularExpression::CaseInsensitiveOption);
+    QList<TApartado> apartados;
+    const dataset::Aliases aliases = config.Aliases();
+    for (const QString &alias : aliases.names()) {
+        const QDir carpeta(aliases.folderOf(alias));
+        for (const QFileInfo &uno : carpeta.entryInfoList(QDir::Files | QDir::NoSymLinks, QDir::Name)) {
+            if (apartado.match(uno.fileName()).hasMatch())
+                apartados << TApartado{alias, uno.fileName(), RutaDe(uno.filePath()), uno.size(),
+                                       uno.lastModified()};
+        }
+    }
+    return apartados;
+}
+
+QString QuitaApartados(const QList<TApartado> &apartados)
+{
+    QStringList quedan;
+    for (const TApartado &uno : apartados) {
+        std::error_code error;
+        fs::remove(uno.Fichero, error);
+        if (error)
+            quedan << QStringLiteral("%1 de %2").arg(uno.Nombre, uno.Alias);
+    }
+    return quedan.isEmpty()
+               ? QString()
+               : QStringLiteral("No se ha podido quitar: %1.").arg(quedan.join(QStringLiteral(", ")));
 }
 
 TTrabajo::TCuerpo MiraTablas(const QList<TTablaOficina> &tablas)
@@ -300,35 +353,49 @@ TTrabajo::TCuerpo CopiaTablas(const QList<TTablaOficina> &tablas, const QString 
 }
 
 TTrabajo::TCuerpo RestauraTablas(const QList<TTablaOficina> &tablas, const QList<TTablaOficina> &todas,
-                                 const QString &fichero)
+                                 const QString &fichero, quint64 masBytes)
 {
     return [=](TTrabajo &trabajo) -> TFinal {
         const QString nada = QStringLiteral("No se ha restaurado nada.");
-        constexpr int leida = 20;
-        const auto enCopia = upkeep::checkArchive(RutaDe(fichero), [&](int porCiento) {
-            trabajo.Avanza(porCiento * leida / 100, QStringLiteral("Leyendo la copia..."));
-            return trabajo.Sigue();
-        });
+        const auto enCopia = upkeep::listArchive(RutaDe(fichero));
         if (!enCopia.ok())
             return Fallo(nada, enCopia.status());
         // Up to here upkeep::restore() looks at the answer; then it replaces tables.
         constexpr int todaviaSePara = 60;
-        const auto nombres =
-            upkeep::restore(RutaDe(fichero), ParaCopia(tablas, false), Paciencia, [&](int porCiento) {
-                trabajo.Avanza(leida + porCiento * (100 - leida) / 100, QStringLiteral("Restaurando..."));
-                const bool sigue = trabajo.Sigue();
+        const auto avance = AvanceDe(trabajo, QStringLiteral("Restaurando..."));
+        const auto nombres = upkeep::restore(
+            RutaDe(fichero), ParaCopia(tablas, false), Paciencia,
+            [&](int porCiento) {
+                const bool sigue = avance(porCiento);
                 if (porCiento == todaviaSePara && sigue)
                     trabajo.YaNoSePara();
                 return sigue;
-            });
+            },
+            masBytes);
         if (!nombres.ok())
             // Of a failure in writing the status itself says what stands where.
             return Fallo(nombres.status().kind() == ErrorKind::inputOutput
                              ? QStringLiteral("No se ha podido restaurar la copia.")
                              : nada,
                          nombres.status());
-        return {Balance(trabajo, tablas, todas, Textos(nombres.value()), Textos(enCopia.value()))};
+        return {Balance(trabajo, tablas, todas, Textos(nombres.value()), NombresDe(enCopia.value()))};
     };
+}
+
+quint64 MayorTablaDeLaCopia(const QString &fichero, const QList<TTablaOficina> &tablas)
+{
+    quint64 mayor = 0;
+    const auto enCopia = upkeep::listArchive(RutaDe(fichero));
+    if (!enCopia.ok())
+        return mayor;
+    for (const upkeep::ArchivedFile &uno : enCopia.value()) {
+        const auto es = [&](const TTablaOficina &una) {
+            return NombreEnCopia(una).compare(QString::fromStdString(uno.name), Qt::CaseInsensitive) == 0;
+        };
+        if (std::any_of(tablas.begin(), tablas.end(), es))
+            mayor = std::max<quint64>(mayor, uno.size);
+    }
+    return mayor;
 }
 
 QList<TNotario> NotariosDeLaCopia(const QString &fichero)
@@ -336,7 +403,8 @@ QList<TNotario> NotariosDeLaCopia(const QString &fichero)
     const QTemporaryDir carpeta;
     const QString ajustes = TConfiguracion::FicheroDe(carpeta.path());
     if (!carpeta.isValid() ||
-        !upkeep::extractFile(RutaDe(fichero), QFileInfo(ajustes).fileName().toStdString(), RutaDe(ajustes))
+        !upkeep::extractFile(RutaDe(fichero), QFileInfo(ajustes).fileName().toStdString(), RutaDe(ajustes),
+                             TFicheroIni::MaxBytes)
              .ok())
         return {};
     const TConfiguracion suya(carpeta.path());

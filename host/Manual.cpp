@@ -86,13 +86,11 @@ TAyuda::~TAyuda()
 
 QString TAyuda::PaginaDelManual()
 {
+    // Installed or just built, the manual lies at the same place seen from the program.
     const QDir programa(QCoreApplication::applicationDirPath());
-    const QString instalada =
+    const QString pagina =
         QDir::cleanPath(programa.absoluteFilePath(QStringLiteral("../share/oficina/manual/index.html")));
-    if (QFileInfo::exists(instalada))
-        return instalada;
-    const QString deLasFuentes = QStringLiteral(AGENDA_MANUAL); // run where it was built
-    return QFileInfo::exists(deLasFuentes) ? deLasFuentes : QString();
+    return QFileInfo::exists(pagina) ? pagina : QString();
 }
 
 void TAyuda::Muestra()

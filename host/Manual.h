@@ -19,8 +19,7 @@ class TAyuda : public QObject
 {
     Q_OBJECT
 public:
-    /// @param pagina  first page of the manual; empty to look for it where it is installed and where it is
-    /// built.
+    /// @param pagina  first page of the manual; empty to look for it beside the program.
     explicit TAyuda(const QString &pagina = {});
     ~TAyuda() override;
     /// Shows the manual beside the window in front, or says that it is missing.

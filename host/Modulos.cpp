@@ -20,7 +20,7 @@ dataset::EDatabaseError NoSirve(const QString &porque)
 QString FicheroDelModulo()
 {
     const QDir programa(QCoreApplication::applicationDirPath());
-    for (const QString &carpeta : {QStringLiteral("."), QStringLiteral("../lib/agenda")}) {
+    for (const QString &carpeta : {QStringLiteral("."), QStringLiteral("../lib/oficina/agenda")}) {
         const QDir sitio(programa.absoluteFilePath(carpeta));
         for (const QString &candidato : sitio.entryList({"libZenAgenda.*", "ZenAgenda.*"}, QDir::Files)) {
             if (QLibrary::isLibrary(candidato)) // not its debug symbols, nor a linker's list

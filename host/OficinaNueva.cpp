@@ -64,11 +64,17 @@ QStringList EntradasDe(const QString &carpeta)
 
 const QString NombreOculto = QStringLiteral(".oficina-XXXXXX");
 
+/// A folder itself, no link to one.
+bool EsCarpeta(const QFileInfo &entrada)
+{
+    return entrada.isDir() && !entrada.isSymLink() && !entrada.isJunction();
+}
+
 /// Whether an office is, or was, being made in an entry.
 bool EsOculta(const QFileInfo &entrada)
 {
     static const QRegularExpression oculto(QStringLiteral("^\\.oficina-[A-Za-z]{6}$"));
-    return entrada.isDir() && oculto.match(entrada.fileName()).hasMatch();
+    return EsCarpeta(entrada) && oculto.match(entrada.fileName()).hasMatch();
 }
 
 /// What is in a folder and is somebody's: not what desktops and file systems put into every folder, and not
@@ -87,6 +93,32 @@ QStringList Ajenas(const QString &carpeta)
     return ajenas;
 }
 
+constexpr QDir::Filters Todo = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+
+/// Takes the files of those names away, and then the folder when nothing else is in it.
+void QuitaCarpeta(const QString &carpeta, const QRegularExpression &nombres)
+{
+    for (const QFileInfo &uno : QDir(carpeta).entryInfoList(Todo)) {
+        if (nombres.match(uno.fileName()).hasMatch() && uno.isFile() && !uno.isSymLink())
+            QFile::remove(uno.filePath());
+    }
+    QDir().rmdir(carpeta);
+}
+
+/// Takes away what an office being made has put into its hidden folder. Whatever else is there is somebody's,
+/// and then the folder stays as well.
+void QuitaOculta(const QString &oculta)
+{
+    static const QRegularExpression carpetas(QStringLiteral("^(ZENTRA|DB|CONFIG|NOTARIO[0-9]+)$"));
+    static const QRegularExpression ficheros(QStringLiteral(
+        "^([A-Z0-9_]+\\.(DBF|MDX|JNL|PCK)|(oficina|VARIOS)\\.(ini|INI)(\\.lck|\\.[A-Za-z0-9]{6})?)$"));
+    for (const QFileInfo &una : QDir(oculta).entryInfoList(Todo)) {
+        if (EsCarpeta(una) && carpetas.match(una.fileName()).hasMatch())
+            QuitaCarpeta(una.filePath(), ficheros);
+    }
+    QuitaCarpeta(oculta, ficheros);
+}
+
 /// Takes away what interrupted starts have left; what has just been written may be another workstation's.
 void QuitaRestos(const QString &carpeta)
 {
@@ -94,7 +126,7 @@ void QuitaRestos(const QString &carpeta)
     for (const QFileInfo &una :
          QDir(carpeta).entryInfoList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot)) {
         if (EsOculta(una) && una.lastModified().secsTo(QDateTime::currentDateTime()) > SegundosSeguros)
-            QDir(una.filePath()).removeRecursively();
+            QuitaOculta(una.filePath());
     }
 }
 

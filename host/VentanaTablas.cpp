@@ -4,6 +4,7 @@
 #include "dbcontrols/WindowPlace.h"
 #include "host/TablasOficina.h"
 #include "host/VentanaOficina.h"
+#include "upkeep/OfficeCopy.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
@@ -12,6 +13,7 @@
 #include <QtCore/QSettings>
 #include <QtCore/QStandardPaths>
 #include <QtWidgets/QFileDialog>
+#include <QtWidgets/QGroupBox>
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QHeaderView>
 #include <QtWidgets/QLabel>
@@ -26,6 +28,7 @@
 namespace
 {
 
+enum ColumnaApartado { ApartadoAlias, ApartadoNombre, ApartadoTamano, ApartadoFecha, NumColumnasApartado };
 enum Columna { ColAlias, ColNombre, ColLineas, ColTamano, ColEstado, NumColumnas };
 
 const QString ClaveCopias = QStringLiteral("Copias/Carpeta");
@@ -55,7 +58,9 @@ TVentanaTablas::TVentanaTablas(TOficina &oficina, QWidget *padre)
     auto *const avance = new QHBoxLayout;
     avance->addWidget(PBAvance, 1);
     avance->addWidget(BCancelar);
+    CreaApartados();
     orden->addWidget(TVTablas, 1);
+    orden->addWidget(GBApartados);
     orden->addWidget(LMensaje);
     orden->addLayout(avance);
     CreaBotones();
@@ -74,9 +79,83 @@ TVentanaTablas::TVentanaTablas(TOficina &oficina, QWidget *padre)
     connect(&m_trabajo, &TTrabajo::termina, this, &TVentanaTablas::Termina);
     if (!dbcontrols::restorePlace(*this, oficina.Config.GetFicheroVentanas()))
         resize(96 * fontMetrics().averageCharWidth(), 30 * fontMetrics().height());
+    upkeep::clearLeftovers(std::filesystem::path(CarpetaDeCopias().toStdU16String()));
     Lee();
+    LeeApartados();
     TVTablas->selectAll();
     Empieza(MiraTablas(m_tablas));
+}
+
+/// What restoring and repairing have kept of before. It has people's names like the tables, and nobody would
+/// look for it in the folders.
+void TVentanaTablas::CreaApartados()
+{
+    GBApartados = new QGroupBox(QStringLiteral(" Apartado al restaurar o al reparar "), this);
+    TVApartados = new QTableWidget(0, NumColumnasApartado, GBApartados);
+    TVApartados->setObjectName(QStringLiteral("TVApartados"));
+    TVApartados->setAccessibleName(QStringLiteral("Ficheros apartados"));
+    TVApartados->setHorizontalHeaderLabels({QStringLiteral("Alias"), QStringLiteral("Fichero"),
+                                            QStringLiteral("Tamaño"), QStringLiteral("Fecha")});
+    TVApartados->setSelectionBehavior(QAbstractItemView::SelectRows);
+    TVApartados->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    TVApartados->setTabKeyNavigation(false);
+    TVApartados->setShowGrid(false);
+    TVApartados->setStyleSheet(TVTablas->styleSheet());
+    TVApartados->verticalHeader()->hide();
+    TVApartados->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
+    TVApartados->horizontalHeader()->setHighlightSections(false);
+    TVApartados->horizontalHeader()->setStretchLastSection(true);
+    constexpr int FilasALaVista = 4;
+    TVApartados->setMaximumHeight((FilasALaVista + 1) * (fontMetrics().height() + 8));
+    TVApartados->setColumnWidth(ApartadoNombre, 34 * fontMetrics().averageCharWidth());
+    BQuitar = new QPushButton(QStringLiteral("&Quitar"), GBApartados);
+    BQuitar->setObjectName(QStringLiteral("BQuitar"));
+    BQuitar->setToolTip(QStringLiteral("Borrar para siempre los ficheros elegidos de esta lista"));
+    BQuitar->setAutoDefault(false);
+    connect(BQuitar, &QPushButton::clicked, this, &TVentanaTablas::QuitaElegidos);
+    auto *const orden = new QHBoxLayout(GBApartados);
+    orden->addWidget(TVApartados, 1);
+    orden->addWidget(BQuitar, 0, Qt::AlignTop);
+}
+
+void TVentanaTablas::LeeApartados()
+{
+    m_apartados = ApartadosDeLaOficina(m_oficina.Config);
+    GBApartados->setVisible(!m_apartados.isEmpty());
+    TVApartados->setRowCount(static_cast<int>(m_apartados.size()));
+    for (int fila = 0; fila < m_apartados.size(); ++fila) {
+        const TApartado &uno = m_apartados.at(fila);
+        const QString textos[NumColumnasApartado] = {uno.Alias, uno.Nombre,
+                                                     locale().formattedDataSize(uno.Bytes, 1),
+                                                     locale().toString(uno.Fecha, QLocale::ShortFormat)};
+        for (int columna = 0; columna < NumColumnasApartado; ++columna)
+            TVApartados->setItem(fila, columna, new QTableWidgetItem(textos[columna]));
+    }
+}
+
+void TVentanaTablas::QuitaElegidos()
+{
+    QList<TApartado> elegidos;
+    for (const QModelIndex &una : TVApartados->selectionModel()->selectedRows())
+        elegidos << m_apartados.at(una.row());
+    if (elegidos.isEmpty()) {
+        LMensaje->setText(QStringLiteral("Elija en la lista de lo apartado un fichero al menos."));
+        return;
+    }
+    const QString cuantos =
+        elegidos.size() == 1
+            ? QStringLiteral("el fichero apartado que ha elegido")
+            : QStringLiteral("los %1 ficheros apartados que ha elegido").arg(elegidos.size());
+    if (m_oficina.Mensaje.Mensaje_NoSi(
+            QStringLiteral("¿Desea quitar para siempre %1?").arg(cuantos),
+            QStringLiteral(
+                "Lo que solo esté en ellos no podrá recuperarse. Antes compruebe que en las tablas no "
+                "falta nada."),
+            QStringLiteral(" ATENCIÓN:")) != RespuestaSi)
+        return;
+    const QString fallo = QuitaApartados(elegidos);
+    LMensaje->setText(fallo.isEmpty() ? QStringLiteral("Lo elegido se ha quitado.") : fallo);
+    LeeApartados();
 }
 
 void TVentanaTablas::CreaLista()
@@ -192,6 +271,7 @@ void TVentanaTablas::Termina(const QString &mensaje, bool cancelado)
 {
     PonEnMarcha(false);
     LMensaje->setText(mensaje);
+    LeeApartados(); // what has just been done may have set something aside
     std::error_code error;
     for (int fila = 0; fila < m_tablas.size(); ++fila) {
         const auto bytes = std::filesystem::file_size(m_tablas.at(fila).Fichero, error);
@@ -209,6 +289,7 @@ void TVentanaTablas::PonEnMarcha(bool enMarcha)
     for (QPushButton *const boton : std::as_const(m_botones))
         boton->setEnabled(!enMarcha);
     TVTablas->setEnabled(!enMarcha);
+    BQuitar->setEnabled(!enMarcha); // a restoring may need them still
     BCancelar->setEnabled(enMarcha);
     PBAvance->setValue(0);
     PBAvance->setTextVisible(enMarcha);
@@ -284,6 +365,12 @@ void TVentanaTablas::Restaura(const QString &fichero)
         QString aviso = QStringLiteral("Lo que se haya escrito en ellas después de esa copia se perderá.");
         if (!diferencia.isEmpty())
             aviso += QStringLiteral("\n\nPuede ser la copia de otra oficina: %1.").arg(diferencia);
+        const quint64 mayor = MayorTablaDeLaCopia(fichero, m_tablas);
+        if (mayor > upkeep::mostTableBytes)
+            aviso += QStringLiteral(
+                         "\n\nUna de sus tablas ocupa %1 una vez desempaquetada. Si la oficina no es tan "
+                         "grande, la copia no es de fiar.")
+                         .arg(locale().formattedDataSize(static_cast<qint64>(mayor), 1));
         if (m_oficina.Mensaje.Mensaje_NoSi(
                 QStringLiteral("¿Desea restaurar las tablas elegidas con la copia «%1»?")
                     .arg(QFileInfo(fichero).fileName()),
@@ -291,7 +378,9 @@ void TVentanaTablas::Restaura(const QString &fichero)
             return;
         if (!diferencia.isEmpty() && Elegidas().size() == m_tablas.size())
             OfreceNotarios(suyos);
-        Empieza(RestauraTablas(Elegidas(), m_tablas, fichero));
+        // The question has been answered for as much as it told of.
+        Empieza(
+            RestauraTablas(Elegidas(), m_tablas, fichero, std::max<quint64>(mayor, upkeep::mostTableBytes)));
     } catch (const std::exception &error) {
         LMensaje->setText(QString::fromUtf8(error.what()));
     }

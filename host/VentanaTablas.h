@@ -4,6 +4,7 @@
 
 #include <QtWidgets/QDialog>
 
+class QGroupBox;
 class QLabel;
 class QProgressBar;
 class QPushButton;
@@ -31,6 +32,9 @@ public:
 
 private:
     void CreaLista();
+    void CreaApartados();
+    void LeeApartados();
+    void QuitaElegidos();
     void CreaBotones();
     void Boton(const QString &titulo, const char *nombre, const QString &pista,
                const std::function<void()> &orden);
@@ -51,6 +55,10 @@ private:
     QList<TTablaOficina> m_tablas;
     QList<int> m_filas; ///< of the tables being worked on
     QTableWidget *TVTablas = nullptr;
+    QList<TApartado> m_apartados;
+    QGroupBox *GBApartados = nullptr; ///< seen only when there is something in it
+    QTableWidget *TVApartados = nullptr;
+    QPushButton *BQuitar = nullptr;
     QProgressBar *PBAvance = nullptr;
     QLabel *LMensaje = nullptr;
     QList<QPushButton *> m_botones;

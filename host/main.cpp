@@ -1,3 +1,4 @@
+#include "dbase/ThisProcess.h"
 #include "dbcontrols/CommandIcons.h"
 #include "host/Arranque.h"
 #include "host/AsistenteOficina.h"
@@ -5,6 +6,7 @@
 #include "host/Capturas.h"
 #include "host/Opciones.h"
 #include "host/VentanaOficina.h"
+#include "upkeep/OfficeCopy.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
@@ -82,6 +84,7 @@ int Trabaja(TOpciones &opciones, const QElapsedTimer &reloj)
     PreparaDatos(opciones);
     if (opciones.SoloDatos || (!opciones.SinNadie() && !EligeOficina(opciones)))
         return 0;
+    upkeep::clearLeftovers(upkeep::workFolder()); // of restorings that were cut
     TOficina oficina(opciones.Datos, opciones.Hoy);
     if (opciones.Capturas.isEmpty() && !opciones.MideArranque) // both show the windows as they are first
         oficina.Config.PonFicheroVentanas(FicheroDelUsuario());
@@ -106,6 +109,7 @@ int Trabaja(TOpciones &opciones, const QElapsedTimer &reloj)
 
 int main(int argc, char *argv[])
 {
+    dbase::prepareProcess();
     QElapsedTimer reloj;
     reloj.start();
     CallaLoQueFaltaSinPantalla();

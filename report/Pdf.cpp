@@ -61,6 +61,8 @@ private:
 /// Why a file cannot be written, for the user where it is one of the usual reasons.
 QString reasonOf(const QSaveFile &target)
 {
+    if (QFileInfo(target.fileName()).isSymbolicLink())
+        return QStringLiteral("es un enlace a otro fichero.");
     const QFileInfo folder(QFileInfo(target.fileName()).absolutePath());
     if (!folder.isDir())
         return QStringLiteral("la carpeta no existe.");
@@ -71,14 +73,18 @@ QString reasonOf(const QSaveFile &target)
 
 } // namespace
 
-bool writePdf(Report &report, const QString &file, const Progress &progress)
+bool writePdf(Report &report, const QString &file, const Progress &progress,
+              std::optional<QFileDevice::Permissions> most)
 {
     QSaveFile target(file);
     const auto notWritten = [&] {
         return EReportError::notWritten(report.name, QDir::toNativeSeparators(file), reasonOf(target));
     };
-    if (!target.open(QIODevice::WriteOnly))
+    // Through a link it would be written where nobody has asked for it.
+    if (QFileInfo(file).isSymbolicLink() || !target.open(QIODevice::WriteOnly))
         throw notWritten();
+    if (most)
+        target.setPermissions(target.permissions() & *most);
     bool written = true;
     {
         PdfPages pages(report, target);

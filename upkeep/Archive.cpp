@@ -120,6 +120,28 @@ Status compress(OpenArchive opened, const fs::path &shown, const Progress &progr
                   full ? "no queda sitio en el disco" : "no se puede escribir la copia");
 }
 
+std::string sizeText(std::uint64_t bytes)
+{
+    constexpr std::uint64_t mebi = std::uint64_t{1024} * 1024;
+    return std::to_string((bytes + mebi - 1) / mebi) + " MiB";
+}
+
+/// Whether a file of that size may be unpacked, and has room in its folder.
+Status mayTake(const fs::path &archive, const std::string &name, std::uint64_t size, std::uint64_t most,
+               const fs::path &folder)
+{
+    if (size > most)
+        return refuse(archive, ErrorKind::unsupported,
+                      "«" + name + "» ocuparía " + sizeText(size) + ", más de los " + sizeText(most) +
+                          " que se admiten");
+    std::error_code unknown; // then the first write that fails tells
+    const fs::space_info room = fs::space(folder, unknown);
+    if (!unknown && room.available < size)
+        return refuse(archive, ErrorKind::full,
+                      "no queda sitio en el disco para «" + name + "», que ocupa " + sizeText(size));
+    return {};
+}
+
 Status flush(const fs::path &file)
 {
     auto opened = File::open(file, File::Mode::readWrite);
@@ -137,12 +159,14 @@ Status sameNames(const fs::path &shown, const std::vector<std::string> &names,
 
 } // namespace
 
-Status writeArchive(const fs::path &archive, const std::vector<ArchiveFile> &files, const Progress &progress)
+Status writeArchive(const fs::path &archive, const std::vector<ArchiveFile> &files, const Progress &progress,
+                    fs::path unfinished)
 {
-    fs::path unfinished = archive;
-    unfinished += ".tmp";
     std::error_code error;
-    fs::remove(unfinished, error);
+    if (unfinished.empty()) {
+        (unfinished = archive) += ".tmp";
+        fs::remove(unfinished, error);
+    }
     auto opened = openArchive(unfinished, ZIP_CREATE | ZIP_EXCL);
     if (!opened.ok())
         return opened.status();
@@ -151,6 +175,8 @@ Status writeArchive(const fs::path &archive, const std::vector<ArchiveFile> &fil
         status = compress(std::move(opened).value(), archive, progress);
     if (status.ok())
         status = flush(unfinished); // before it is read back, and before it takes the old one's place
+    if (status.ok())                // a share may have no rights to give
+        fs::permissions(unfinished, fs::perms::owner_read | fs::perms::owner_write, error);
     if (status.ok()) {
         constexpr int half = 50;
         const auto names =
@@ -193,24 +219,54 @@ Result<std::vector<std::string>> checkArchive(const fs::path &archive, const Pro
     return names;
 }
 
-Status extractFile(const fs::path &archive, const std::string &name, const fs::path &to)
+Result<std::vector<ArchivedFile>> listArchive(const fs::path &archive)
+{
+    const auto opened = openArchive(archive, ZIP_RDONLY | ZIP_CHECKCONS);
+    if (!opened.ok())
+        return opened.status();
+    const zip_int64_t count = zip_get_num_entries(opened.value().get(), 0);
+    std::vector<ArchivedFile> files;
+    for (zip_int64_t i = 0; i < count; ++i) {
+        zip_stat_t told;
+        constexpr zip_uint64_t wanted = ZIP_STAT_NAME | ZIP_STAT_SIZE;
+        if (zip_stat_index(opened.value().get(), static_cast<zip_uint64_t>(i), ZIP_FL_ENC_GUESS, &told) !=
+                0 ||
+            (told.valid & wanted) != wanted)
+            return refuse(archive, ErrorKind::damaged, "la copia está dañada");
+        files.push_back({told.name, told.size});
+    }
+    return files;
+}
+
+Status extractFile(const fs::path &archive, const std::string &name, const fs::path &to, std::uint64_t most,
+                   const Progress &progress)
 {
     const auto opened = openArchive(archive, ZIP_RDONLY);
     if (!opened.ok())
         return opened.status();
-    const zip_int64_t index = zip_name_locate(opened.value().get(), name.c_str(), ZIP_FL_ENC_GUESS);
+    zip_t &zip = *opened.value();
+    const zip_int64_t index = zip_name_locate(&zip, name.c_str(), ZIP_FL_ENC_GUESS);
     if (index < 0)
         return refuse(archive, ErrorKind::notFound, "la copia no contiene «" + name + "»");
+    zip_stat_t told;
+    if (zip_stat_index(&zip, static_cast<zip_uint64_t>(index), 0, &told) != 0 ||
+        (told.valid & ZIP_STAT_SIZE) == 0)
+        return refuse(archive, ErrorKind::damaged, "la copia está dañada");
+    if (const Status status = mayTake(archive, name, told.size, most, to.parent_path()); !status.ok())
+        return status;
     auto made = File::create(to);
     if (!made.ok())
         return made.status();
     std::uint64_t at = 0;
-    const Status status = readThrough(*opened.value(), static_cast<zip_uint64_t>(index), archive,
-                                      [&](std::span<const char> bytes) {
-                                          const std::vector<std::uint8_t> block(bytes.begin(), bytes.end());
-                                          const std::uint64_t place = std::exchange(at, at + block.size());
-                                          return made.value().writeAt(place, block);
-                                      });
+    const Status status = readThrough(
+        zip, static_cast<zip_uint64_t>(index), archive, [&](std::span<const char> bytes) -> Status {
+            if (bytes.size() > told.size - at) // more than its directory says
+                return refuse(archive, ErrorKind::damaged, "la copia está dañada");
+            if (progress && !progress(static_cast<int>(100 * at / told.size)))
+                return stopped();
+            const auto *const first = reinterpret_cast<const std::uint8_t *>(bytes.data());
+            return made.value().writeAt(std::exchange(at, at + bytes.size()), std::span(first, bytes.size()));
+        });
     made.value().close();
     std::error_code error;
     if (!status.ok())

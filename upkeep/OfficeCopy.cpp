@@ -1,5 +1,6 @@
 #include "upkeep/OfficeCopy.h"
 
+#include "dbase/ThisProcess.h"
 #include "upkeep/Archive.h"
 #include "upkeep/Paths.h"
 #include "upkeep/Replacement.h"
@@ -8,7 +9,7 @@
 #include <exception>
 #include <filesystem>
 #include <functional>
-#include <random>
+#include <string_view>
 #include <system_error>
 
 namespace upkeep
@@ -22,16 +23,14 @@ using dbase::ErrorKind;
 using dbase::Result;
 using dbase::Status;
 
-bool isFolder(const fs::path &path)
-{
-    std::error_code error;
-    return fs::is_directory(path, error);
-}
-
 Status outOfMemory()
 {
     return {ErrorKind::inputOutput, "no hay memoria suficiente"};
 }
+
+const std::string folderMark = ".tmp-";      // behind the name of what the work is for
+const std::string workName = "oficina";      // of a restoring
+const std::string archiveName = "copia.zip"; // until it is complete
 
 /// A folder of its own, for its owner alone, that goes with its object.
 class TemporaryFolder
@@ -39,22 +38,16 @@ class TemporaryFolder
 public:
     explicit TemporaryFolder(const fs::path &beside)
     {
-        std::random_device random;
-        m_path = beside;
-        m_path += ".tmp-" + std::to_string(random());
-        std::error_code error;
-        fs::create_directories(m_path, error);
-        if (!error)
-            fs::permissions(m_path, fs::perms::owner_all, error);
-        if (error == std::errc::no_space_on_device)
-            m_status = {ErrorKind::full, "no queda sitio en el disco", pathText(m_path)};
-        else if (error && !isFolder(m_path)) // a share may have no rights to give
-            m_status = {ErrorKind::inputOutput, "no se puede crear la carpeta de trabajo", pathText(m_path)};
+        auto made = dbase::makePrivateFolder(fs::path(beside) += folderMark);
+        m_status = made.status();
+        if (made.ok())
+            m_path = std::move(made).value();
     }
     ~TemporaryFolder()
     {
         std::error_code error;
-        fs::remove_all(m_path, error);
+        if (!m_path.empty())
+            fs::remove_all(m_path, error);
     }
     TemporaryFolder(const TemporaryFolder &) = delete;
     TemporaryFolder &operator=(const TemporaryFolder &) = delete;
@@ -64,30 +57,96 @@ public:
         return m_path / ("T" + std::to_string(number) + ".DBF");
     }
 
+    [[nodiscard]] fs::path archive() const { return m_path / archiveName; }
+
 private:
     fs::path m_path;
     Status m_status;
 };
 
+bool isWord(const std::string &text)
+{
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](unsigned char c) {
+        return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+    });
+}
+
+/// Whether a folder has the name of a TemporaryFolder.
+bool isWorkFolderName(const std::string &name)
+{
+    const std::size_t mark = name.rfind(folderMark);
+    return mark != std::string::npos && mark > 0 && isWord(name.substr(mark + folderMark.size())) &&
+           (name.substr(0, mark) == workName || upperAscii(name.substr(0, mark)).ends_with(".ZIP"));
+}
+
+/// Whether a file has the name of an archive that was being written, or of what the library writes it to
+/// first.
+bool isUnfinishedName(const std::string &name)
+{
+    constexpr std::string_view ending = ".zip.tmp";
+    const std::size_t mark = name.rfind(ending);
+    const std::string rest = mark == std::string::npos ? "?" : name.substr(mark + ending.size());
+    return mark != 0 && (rest.empty() || (rest.front() == '.' && isWord(rest.substr(1))));
+}
+
+/// Whether a TemporaryFolder makes files of that name: copies of tables, and what comes to lie beside one
+/// when it is opened.
+bool isWorkFileName(const std::string &name)
+{
+    if (name.starts_with(archiveName)) // the library writes it under a longer name first
+        return name.size() == archiveName.size() ||
+               (name[archiveName.size()] == '.' && isWord(name.substr(archiveName.size() + 1)));
+    const std::size_t dot = name.find('.');
+    const std::string number = dot == std::string::npos ? "" : name.substr(1, dot - 1);
+    const std::string ending = dot == std::string::npos ? "" : name.substr(dot);
+    return name.starts_with('T') && !number.empty() &&
+           number.find_first_not_of("0123456789") == std::string::npos &&
+           (ending == ".DBF" || ending == ".DBF.tmp" || ending == ".MDX" || ending == ".JNL");
+}
+
+bool isOld(const fs::path &path)
+{
+    constexpr std::chrono::hours day{24};
+    std::error_code error;
+    const auto written = fs::last_write_time(path, error);
+    return !error && fs::file_time_type::clock::now() - written > day;
+}
+
+/// A folder in which nothing else lies goes with them.
+void clearWorkFolder(const fs::path &folder)
+{
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+        std::error_code stays;
+        if (isWorkFileName(pathText(entry->path().filename())) && dbase::isOwnFile(entry->path()))
+            fs::remove(entry->path(), stays);
+    }
+    fs::remove(folder, error);
+}
+
 /// Unpacks what the office has a table for.
 Result<std::vector<Replacement>> unpack(const fs::path &archive, const std::vector<OfficeTable> &tables,
-                                        const TemporaryFolder &folder, const Progress &progress)
+                                        const TemporaryFolder &folder, std::uint64_t mostBytes,
+                                        const Progress &progress)
 {
-    constexpr int share = 50;
-    const auto names = checkArchive(archive, [&](int percent) { return progress(percent * share / 100); });
-    if (!names.ok())
-        return names.status();
+    const auto inside = listArchive(archive);
+    if (!inside.ok())
+        return inside.status();
     std::vector<Replacement> all;
-    for (const OfficeTable &table : tables) {
-        const auto inside =
-            std::find_if(names.value().begin(), names.value().end(),
-                         [&](const std::string &name) { return upperAscii(name) == upperAscii(table.name); });
-        if (inside == names.value().end())
+    for (std::size_t i = 0; i < tables.size(); ++i) {
+        const auto found =
+            std::find_if(inside.value().begin(), inside.value().end(), [&](const ArchivedFile &one) {
+                return upperAscii(one.name) == upperAscii(tables[i].name);
+            });
+        if (found == inside.value().end())
             continue;
         const fs::path file = folder.file(all.size());
-        if (const Status status = extractFile(archive, *inside, file); !status.ok())
+        const Status status = extractFile(archive, found->name, file, mostBytes, [&](int percent) {
+            return progress(static_cast<int>((100 * i + static_cast<std::size_t>(percent)) / tables.size()));
+        });
+        if (!status.ok())
             return status;
-        all.emplace_back(table, file);
+        all.emplace_back(tables[i], file);
     }
     if (all.empty())
         return Status(ErrorKind::invalidArgument, "la copia no contiene ninguna tabla de esta oficina",
@@ -139,24 +198,25 @@ Status copyAndPack(const fs::path &archive, const std::vector<OfficeTable> &tabl
     }
     for (const OfficeTable &file : plain)
         files.push_back({file.name, file.file});
-    return writeArchive(archive, files, [&](int percent) {
+    const auto packing = [&](int percent) {
         return progress(static_cast<int>(share) + percent * static_cast<int>(100 - share) / 100);
-    });
+    };
+    return writeArchive(archive, files, packing, folder.archive());
 }
 
 Result<std::vector<std::string>> putBack(const fs::path &archive, const std::vector<OfficeTable> &tables,
-                                         std::chrono::milliseconds patience, const Progress &progress)
+                                         std::chrono::milliseconds patience, const Progress &progress,
+                                         std::uint64_t mostBytes)
 {
     constexpr int unpacked = 60;
-    std::error_code error;
-    const fs::path temporary = fs::temp_directory_path(error);
-    if (error)
+    const fs::path temporary = workFolder();
+    if (temporary.empty())
         return Status(ErrorKind::inputOutput, "no hay carpeta para ficheros temporales");
-    const TemporaryFolder folder(temporary / "oficina");
+    const TemporaryFolder folder(temporary / workName);
     if (!folder.status().ok())
         return folder.status();
-    auto found =
-        unpack(archive, tables, folder, [&](int percent) { return progress(percent * unpacked / 100); });
+    auto found = unpack(archive, tables, folder, mostBytes,
+                        [&](int percent) { return progress(percent * unpacked / 100); });
     if (!found.ok())
         return found.status();
     std::vector<Replacement> &all = found.value();
@@ -188,12 +248,38 @@ Status backUp(const fs::path &archive, const std::vector<OfficeTable> &tables,
 }
 
 Result<std::vector<std::string>> restore(const fs::path &archive, const std::vector<OfficeTable> &tables,
-                                         std::chrono::milliseconds patience, const Progress &progress)
+                                         std::chrono::milliseconds patience, const Progress &progress,
+                                         std::uint64_t mostBytes)
 {
     try {
-        return putBack(archive, tables, patience, progress);
+        return putBack(archive, tables, patience, progress, mostBytes);
     } catch (const std::exception &) {
         return outOfMemory();
+    }
+}
+
+fs::path workFolder()
+{
+    std::error_code error;
+    const fs::path folder = fs::temp_directory_path(error);
+    return error ? fs::path() : folder;
+}
+
+void clearLeftovers(const fs::path &folder) noexcept
+{
+    try {
+        std::error_code error;
+        for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+             entry.increment(error)) {
+            const fs::path &path = entry->path();
+            const std::string name = pathText(path.filename());
+            std::error_code stays;
+            if (isWorkFolderName(name) && dbase::isOwnFolder(path) && isOld(path))
+                clearWorkFolder(path);
+            else if (isUnfinishedName(name) && dbase::isOwnFile(path) && isOld(path))
+                fs::remove(path, stays);
+        }
+    } catch (const std::exception &) { // no memory for a name: another time
     }
 }
 

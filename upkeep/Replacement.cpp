@@ -68,10 +68,8 @@ Status Replacement::prepare(std::chrono::milliseconds patience)
     const auto copy = openQuietly(m_unpacked);
     if (!copy.ok())
         return {copy.status().kind(), "la copia de la tabla no sirve: " + copy.status().text(), m_table.name};
-    auto rows = linesOf(*copy.value());
-    if (!rows.ok())
+    if (const auto rows = linesOf(*copy.value()); !rows.ok()) // to be sure; they are not kept
         return rows.status();
-    m_rows = std::move(rows).value();
     auto opened = openForChange(m_table.file, patience);
     const ErrorKind kind = opened.status().kind();
     if (kind == ErrorKind::notFound || kind == ErrorKind::damaged) {
@@ -122,9 +120,14 @@ Status Replacement::replace()
 
 Status Replacement::replaceLines()
 {
+    // Read only now: one table's lines at a time are enough to hold.
+    const auto copy = openQuietly(m_unpacked);
+    const auto rows = copy.ok() ? linesOf(*copy.value()) : copy.status();
+    if (!rows.ok())
+        return rows.status();
     const Aside aside{m_table.file, fs::path(m_table.file) += freeEnding()};
     m_aside.push_back(aside);
-    const Status status = m_open->replaceLines(m_rows, aside.kept);
+    const Status status = m_open->replaceLines(rows.value(), aside.kept);
     // A failure that leaves the copy there does not know which lines the table has; any other changed
     // nothing.
     std::error_code error;

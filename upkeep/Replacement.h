@@ -49,7 +49,6 @@ private:
     const OfficeTable &m_table;
     std::filesystem::path m_unpacked;
     OpenTable m_open;
-    std::vector<std::uint8_t> m_rows;
     std::vector<Aside> m_aside;
     std::chrono::milliseconds m_patience{};
     Way m_way = Way::lines;

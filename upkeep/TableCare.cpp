@@ -1,5 +1,6 @@
 #include "upkeep/TableCare.h"
 
+#include "dbase/DbfFormat.h"
 #include "dbase/File.h"
 #include "upkeep/Paths.h"
 
@@ -31,26 +32,45 @@ bool hasField(const Table &table, std::string_view name, FieldType type)
     return at >= 0 && table.fields()[static_cast<std::size_t>(at)].type == type;
 }
 
-Result<std::vector<std::uint8_t>> readWhole(const fs::path &from)
+/// Header and lines as the header counts them. What the file has behind them is nothing of the table, however
+/// much it is.
+Result<std::vector<std::uint8_t>> readTable(const Table &table)
 {
-    const auto file = File::open(from, File::Mode::readOnly);
-    const auto size = file.ok() ? file.value().size() : file.status();
-    if (!size.ok())
-        return size.status();
-    std::vector<std::uint8_t> bytes(size.value());
-    const auto got = file.value().readAt(0, bytes);
-    if (!got.ok())
-        return got.status();
-    if (got.value() != bytes.size())
-        return Status(ErrorKind::inputOutput, "no se ha podido leer la tabla entera", pathText(from));
+    const auto file = File::open(table.file(), File::Mode::readOnly);
+    if (!file.ok())
+        return file.status();
+    const auto cut = [&] {
+        return Status(ErrorKind::inputOutput, "no se ha podido leer la tabla entera", pathText(table.file()));
+    };
+    std::vector<std::uint8_t> bytes(dbase::dbfFixedHeader + 1);
+    auto got = file.value().readAt(0, bytes);
+    if (!got.ok() || got.value() != bytes.size())
+        return got.ok() ? cut() : got.status();
+    const auto headerLength = dbase::dbfHeaderLength(bytes);
+    if (!headerLength.ok())
+        return headerLength.status();
+    const std::uint64_t count =
+        dbase::decodeCount(std::span(bytes).subspan(dbase::dbfCountOffset, sizeof(std::uint32_t)));
+    const std::uint64_t lines = headerLength.value() + count * table.recordLength();
+    const auto size = file.value().size();
+    if (!size.ok() || size.value() < lines)
+        return size.ok() ? cut() : size.status();
+    constexpr std::uint64_t endMark = 1; // not every program writes one
+    bytes.resize(static_cast<std::size_t>(std::min(size.value(), lines + endMark)));
+    got = file.value().readAt(0, bytes);
+    if (!got.ok() || got.value() != bytes.size())
+        return got.ok() ? cut() : got.status();
     return bytes;
 }
 
-Status writeNew(const fs::path &to, std::span<const std::uint8_t> bytes, const Progress &progress)
+Status writeNew(const fs::path &to, std::span<const std::uint8_t> bytes, const Progress &progress,
+                std::optional<fs::perms> most)
 {
     auto made = File::create(to);
     if (!made.ok())
         return made.status();
+    if (most) // before there is anything to read
+        narrow(to, *most);
     Status status;
     for (std::size_t at = 0; status.ok() && at < bytes.size(); at += bytesPerStep) {
         if (progress && !progress(static_cast<int>(at * 100 / bytes.size())))
@@ -61,13 +81,14 @@ Status writeNew(const fs::path &to, std::span<const std::uint8_t> bytes, const P
 }
 
 /// The name of the copy appears only when all of it is there.
-Status writeCopy(const fs::path &to, std::span<const std::uint8_t> bytes, const Progress &progress)
+Status writeCopy(const fs::path &to, std::span<const std::uint8_t> bytes, const Progress &progress,
+                 std::optional<fs::perms> most)
 {
     fs::path unfinished = to;
     unfinished += ".tmp";
     std::error_code error;
     fs::remove(unfinished, error); // of a copy that was cut
-    Status status = writeNew(unfinished, bytes, progress);
+    Status status = writeNew(unfinished, bytes, progress, most);
     if (status.ok()) {
         fs::rename(unfinished, to, error);
         if (error)
@@ -79,6 +100,27 @@ Status writeCopy(const fs::path &to, std::span<const std::uint8_t> bytes, const 
 }
 
 } // namespace
+
+fs::perms rightsOfCopy(const fs::path &table)
+{
+    constexpr fs::perms own = fs::perms::owner_read | fs::perms::owner_write;
+    std::error_code error;
+    const fs::perms given = fs::status(table, error).permissions();
+    if (error || given == fs::perms::unknown)
+        return own;
+    const bool readByAll = (given & fs::perms::others_read) != fs::perms::none;
+    const bool writtenByAll = (given & fs::perms::others_write) != fs::perms::none;
+    return own | (readByAll ? fs::perms::group_read | fs::perms::others_read : fs::perms::none) |
+           (writtenByAll ? fs::perms::group_write | fs::perms::others_write : fs::perms::none);
+}
+
+void narrow(const fs::path &made, fs::perms most)
+{
+    std::error_code error;
+    const fs::perms now = fs::status(made, error).permissions();
+    if (!error && (now & ~most) != fs::perms::none)
+        fs::permissions(made, now & most, error);
+}
 
 bool tellLines(const Progress &progress, std::size_t done, std::size_t total)
 {
@@ -186,7 +228,7 @@ Result<int> findUnreadable(const Table &table,
 }
 
 Status copyTable(const fs::path &from, const fs::path &to, Source source, std::chrono::milliseconds patience,
-                 const Progress &progress)
+                 const Progress &progress, std::optional<fs::perms> most)
 {
     dbase::OpenOptions options;
     options.lockTimeout = patience;
@@ -200,9 +242,9 @@ Status copyTable(const fs::path &from, const fs::path &to, Source source, std::c
             return status;
     }
     // Others wait for as long as the group lasts: the destination, perhaps a slow one, comes afterwards.
-    const auto bytes = readWhole(from);
+    const auto bytes = readTable(table);
     table.dropGroup();
-    return bytes.ok() ? writeCopy(to, bytes.value(), progress) : bytes.status();
+    return bytes.ok() ? writeCopy(to, bytes.value(), progress, most) : bytes.status();
 }
 
 } // namespace upkeep

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 
 // What the command line and the host do alike to look after a whole table. Nothing throws; failures are told
@@ -46,6 +47,13 @@ findUnreadable(const dbase::Table &table,
 /// Tells now and then how many of so many lines are done. @return false when it was told to stop.
 [[nodiscard]] bool tellLines(const Progress &progress, std::size_t done, std::size_t total);
 
+/// Rights that a copy of a table's lines may have, in whatever format: its owner's, and everybody else's as
+/// far as everybody has them in the table. Who shares a group there need not share it where the copy goes.
+[[nodiscard]] std::filesystem::perms rightsOfCopy(const std::filesystem::path &table);
+/// Takes from a file that has just been made what goes beyond `most`; where files have no rights it has none
+/// to take.
+void narrow(const std::filesystem::path &made, std::filesystem::perms most);
+
 enum class Source {
     inUse,     ///< others may be writing to it: it is held still for as long as reading it takes, no longer
     laidAside, ///< nobody writes to it
@@ -55,8 +63,10 @@ enum class Source {
 /// @param to        an existing file is replaced.
 /// @param patience  how long to wait for others who are writing to the table, or putting it in order.
 /// @param progress  of the writing; never called while others are kept waiting.
+/// @param most      rights that the copy may have; when missing, it is a table of its folder like others.
 /// @return what Table::open says; locked, full, inputOutput; invalidArgument when `progress` said no.
 dbase::Status copyTable(const std::filesystem::path &from, const std::filesystem::path &to, Source source,
-                        std::chrono::milliseconds patience, const Progress &progress = {});
+                        std::chrono::milliseconds patience, const Progress &progress = {},
+                        std::optional<std::filesystem::perms> most = {});
 
 } // namespace upkeep

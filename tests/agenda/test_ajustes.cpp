@@ -79,7 +79,7 @@ TEST(Ajustes, WhatTheDialogShowsAndWhatItGivesBack)
     EXPECT_EQ(vista.Mostrados.IntervaloHoras, "2000000000");
     EXPECT_EQ(vista.Mostrados.IncrementoMin, "1");
     EXPECT_TRUE(vista.Mostrados.SincronizarDia);
-    EXPECT_EQ(ajustes.GetHoraInicio(), 24) << "not accepted, not written";
+    EXPECT_EQ(ajustes.GetHoraInicio(), 23) << "not accepted, not written; the nearest hour counts";
     EXPECT_FALSE(std::filesystem::exists(oficina.carpeta() / "CONFIG"));
     vista.Acepta = true;
     ajustes.FichaConfiguracion(nullptr);
@@ -95,12 +95,43 @@ TEST(Ajustes, WhatTheDialogShowsAndWhatItGivesBack)
     comun.setTableName("VA_COMUN");
     comun.open();
     for (const auto &[valor, leido] :
-         {std::pair("99999999999", 2147483647), {"nueve", 9}, {"", 9}, {"   ", 9}}) {
+         {std::pair("99999999999", 23), {"-2000000000", 0}, {"nueve", 9}, {"", 9}, {"   ", 9}}) {
         comun.first(); // the first hour
         comun.edit();
         comun.field(u"VALOR").setText(valor);
         comun.post();
         EXPECT_EQ(ajustes.GetHoraInicio(), leido) << valor;
+    }
+}
+
+// Whatever somebody has written into the file that other programs share.
+TEST(Ajustes, AbsurdNumbersOfTheFileAreBroughtToWhatTheyCanMean)
+{
+    const OficinaDePrueba oficina;
+    std::filesystem::create_directories(oficina.carpeta() / "CONFIG");
+    const struct {
+        std::string texto;
+        int incremento;
+        bool sincroniza;
+    } casos[] = {
+        {"0", 0, false},
+        {"-1", -1, true},
+        {"2147483647", 1440, true},
+        {"-2147483648", -1440, true},
+        {"99999999999", 1, true},
+        {"quince", 1, true},
+        {"", 1, true},
+        {"$7FFFFFFF", 1440, true},
+        {std::string(100000, '9'), 1, true},
+    };
+    for (const auto &caso : casos) {
+        support::writeFile(oficina.carpeta() / "CONFIG" / "VARIOS.INI",
+                           "[IncrementoMin]\r\nAGENDASALIDA=" + caso.texto +
+                               "\r\n[AGENDA]\r\nSincronizarDia=" + caso.texto +
+                               "\r\n[COLOR]\r\nAGENDASALIDA=" + caso.texto + "\r\n");
+        EXPECT_EQ(goConfAgendaN->GetIncrementoMin(), caso.incremento) << caso.texto.substr(0, 20);
+        EXPECT_EQ(goConfAgendaN->GetSincronizarDia(), caso.sincroniza) << caso.texto.substr(0, 20);
+        static_cast<void>(goConfAgendaN->GetColorSalida());
     }
 }
 
@@ -141,7 +172,7 @@ TEST(Ajustes, WhatCannotBeStoredIsStoredNowhereAndStaysInTheDialog)
             otroPuesto.cancel();
             std::filesystem::remove(varios);
             std::filesystem::create_directory(varios);
-            oficina.Mensaje.espera({"No se puede leer: file to open is a directory", " ATENCIÓN:"});
+            oficina.Mensaje.espera({"No se puede leer: no es un fichero corriente", " ATENCIÓN:"});
             break;
         default:
             std::filesystem::remove(varios);

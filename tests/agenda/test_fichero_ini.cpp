@@ -4,8 +4,10 @@
 #include "dataset/DatabaseError.h"
 #include "tests/support/TempFolder.h"
 
+#include <functional>
 #include <random>
 #include <thread>
+#include <tuple>
 
 #ifdef __linux__
 
@@ -243,6 +245,64 @@ TEST(FicheroIni, AFileThatCannotBeReadWholeIsNeverWritten)
         escribe();
         EXPECT_EQ(readFile(sitio), "[A]\r\nb=2\r\n[OTRA]\r\nc=3\r\n");
         lecturas = {};
+    }
+}
+
+// What lies under the file's name, or under its lock's, may be anybody's: nothing is read or written through
+// it, and nobody is kept waiting.
+TEST(FicheroIni, WhatIsNoPlainFileIsRefused)
+{
+    const TempFolder carpeta;
+    const auto ajena = carpeta.path() / "ajena";
+    const std::string suya = "[A]\r\nb=1\r\n";
+    const struct {
+        const char *que;
+        std::function<void(const std::filesystem::path &)> pon;
+    } clases[] = {
+        {"enlace", [&](const auto &sitio) { std::filesystem::create_symlink(ajena, sitio); }},
+        {"enlace a nada",
+         [&](const auto &sitio) { std::filesystem::create_symlink(carpeta.path() / "nada", sitio); }},
+        {"tubería", [](const auto &sitio) { ASSERT_EQ(mkfifo(sitio.c_str(), 0600), 0); }},
+        {"carpeta", [](const auto &sitio) { std::filesystem::create_directory(sitio); }},
+    };
+    for (const char *const nombre : {"oficina.ini", "oficina.ini.lck"}) {
+        const bool esCerrojo = std::string(nombre).ends_with(".lck");
+        for (const auto &clase : clases) {
+            writeFile(ajena, suya);
+            const auto sitio = carpeta.path() / "oficina.ini";
+            std::filesystem::remove(sitio);
+            if (esCerrojo)
+                writeFile(sitio, suya);
+            clase.pon(carpeta.path() / nombre);
+            TFicheroIni fichero(QString::fromStdString(sitio.string()));
+            EXPECT_THROW(fichero.EscribeEntero("A", "b", 2), dataset::EDatabaseError)
+                << nombre << " " << clase.que;
+            if (esCerrojo)
+                EXPECT_EQ(fichero.LeeEntero("A", "b", 0), 1) << clase.que;
+            else
+                EXPECT_THROW(std::ignore = fichero.LeeEntero("A", "b", 0), dataset::EDatabaseError)
+                    << clase.que;
+            EXPECT_EQ(readFile(ajena), suya) << nombre << " " << clase.que;
+            EXPECT_FALSE(std::filesystem::exists(carpeta.path() / "nada"));
+            std::filesystem::remove(carpeta.path() / nombre);
+        }
+    }
+}
+
+TEST(FicheroIni, AFileTooLargeForSettingsIsRefusedWithItsSize)
+{
+    const TempFolder carpeta;
+    const auto sitio = carpeta.path() / "oficina.ini";
+    writeFile(sitio, "[A]\r\nb=1\r\n");
+    const TFicheroIni fichero(QString::fromStdString(sitio.string()));
+    std::filesystem::resize_file(sitio, TFicheroIni::MaxBytes);
+    EXPECT_EQ(fichero.LeeEntero("A", "b", 0), 1);
+    std::filesystem::resize_file(sitio, std::uintmax_t{1} << 40U);
+    try {
+        static_cast<void>(fichero.Lee("A", "b"));
+        ADD_FAILURE() << "a file of 1 TiB was read";
+    } catch (const dataset::EDatabaseError &error) {
+        EXPECT_NE(std::string(error.what()).find("ocupa 1048576 MiB"), std::string::npos) << error.what();
     }
 }
 

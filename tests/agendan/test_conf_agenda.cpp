@@ -259,8 +259,17 @@ TEST_F(ConfAgendaTest, WhatTheDialogCannotShowIsStoredBackAsTheRulesSay)
     });
     EXPECT_EQ(goConfAgendaN->GetHoraInicio(), 0);
     EXPECT_EQ(goConfAgendaN->GetHoraFin(), 14);
-    EXPECT_EQ(goConfAgendaN->GetIntervalo(), -5);
-    EXPECT_EQ(goConfAgendaN->GetIncrementoMin(), 2147483647);
+    // Stored as they were, though other numbers count.
+    dataset::DbfTable comun(oficina.Aliases);
+    comun.setDatabaseName("ZENTRA");
+    comun.setTableName("VA_COMUN");
+    comun.open();
+    comun.last(); // the interval
+    EXPECT_EQ(comun.field(u"VALOR").asText().trimmed(), "-5");
+    EXPECT_EQ(goConfAgendaN->GetIntervalo(), 0);
+    EXPECT_NE(support::readFile(oficina.carpeta() / "CONFIG" / "VARIOS.INI").find("AGENDASALIDA=2147483647"),
+              std::string::npos);
+    EXPECT_EQ(goConfAgendaN->GetIncrementoMin(), 1440);
     EXPECT_EQ(goConfAgendaN->GetColorSalida(), clBtnFace);
 }
 

@@ -1,7 +1,10 @@
 // The engine's notaries and day sheets.
 
+#include "agenda/HojaNueva.h"
 #include "dataset/DatabaseError.h"
 #include "tests/agendan/Motor.h"
+
+#include <limits>
 
 namespace
 {
@@ -229,9 +232,40 @@ TEST_F(MotorTest, TheSettingsOfASheetAreReadBeforeTheTableIsHeld)
     };
     EXPECT_TRUE(motor().InsertaDia(Lunes.addDays(1), false));
     oficina.Config.EnAliasZentra = nullptr;
-    EXPECT_EQ(lecturas, 1 + 5 + 4) << "first hour once; last hour and interval at every slot";
+    EXPECT_EQ(lecturas, 3) << "each setting once for the whole sheet";
     EXPECT_EQ(oficina.dia(1, Lunes.addDays(1)).size(), 4);
-    EXPECT_EQ(oficina.dia(1, Lunes), QStringList{"09:00 10 N"});
+    EXPECT_EQ(oficina.dia(1, Lunes), QStringList{"09:00 3 N"});
+}
+
+// Whatever number somebody has put into the office's table, a sheet is made of it at once.
+TEST_F(MotorTest, SettingsOfAbsurdSizeMakeASheetAllTheSame)
+{
+    constexpr int menor = std::numeric_limits<int>::min();
+    constexpr int mayor = std::numeric_limits<int>::max();
+    const struct {
+        int inicio, fin, intervalo;
+        int lineas;
+    } casos[] = {
+        {menor, 23, 60, 24}, {-1, 0, 30, 2},          {mayor, mayor, 30, 2},    {24, 20, 30, 0},
+        {0, menor, 60, 1},   {9, 20, menor, 1},       {9, 20, -1, 1},           {9, 20, mayor, 12},
+        {9, 20, 1441, 12},   {menor, mayor, 1, 1440}, {menor, mayor, 1440, 24},
+    };
+    oficina.ponAjustes(9, 20, 30);
+    QDate dia = Lunes;
+    for (const auto &caso : casos) {
+        dia = dia.addDays(1);
+        goConfAgendaN->SetHoraInicio(caso.inicio);
+        goConfAgendaN->SetHoraFin(caso.fin);
+        goConfAgendaN->SetIntervalo(caso.intervalo);
+        int lecturas = 0;
+        oficina.Config.EnAliasZentra = [&] { ++lecturas; };
+        static_cast<void>(AnadeHojaDelDia(motor().TablaActual(), dia, false));
+        oficina.Config.EnAliasZentra = nullptr;
+        EXPECT_EQ(lecturas, 3);
+        const auto tabla = oficina.agenda(1);
+        EXPECT_EQ(PonRangoDelDia(*tabla, dia, TLineasDelDia::todas) ? tabla->rowCount() : 0, caso.lineas)
+            << caso.inicio << " " << caso.fin << " " << caso.intervalo;
+    }
 }
 
 TEST_F(MotorTest, SynchronisingLeavesAShownDayAlone)

@@ -190,6 +190,43 @@ TEST_F(AsistenteTest, WhatNobodyPutThereIsNotInTheWay)
     EXPECT_TRUE(fs::exists(sitio / ".oficina-GhIjKl")) << "it may be another workstation's, at this moment";
 }
 
+// The name of a folder that is cleared away may be given by anybody, and lead anywhere.
+TEST_F(AsistenteTest, OnlyWhatAnInterruptedStartHasMadeIsCleared)
+{
+    const fs::path sitio = nueva().toStdString();
+    const fs::path ajena = carpeta.path() / "ajena";
+    fs::create_directories(ajena / "ZENTRA");
+    fs::create_directories(sitio);
+    support::writeFile(ajena / "carta.txt", "de Ana");
+    support::writeFile(ajena / "ZENTRA" / "CLIENTES.DBF", "de Ana");
+    const auto haceTiempo = fs::file_time_type::clock::now() - std::chrono::hours(2);
+    fs::create_directory_symlink(ajena, sitio / ".oficina-abcdef");
+    fs::last_write_time(ajena, haceTiempo);
+    EXPECT_TRUE(PorQueNoSirve(nueva()).contains("«.oficina-abcdef»")) << PorQueNoSirve(nueva()).toStdString();
+    EXPECT_THROW(PreparaDatos(demo()), dataset::EDatabaseError);
+    EXPECT_EQ(support::readFile(ajena / "carta.txt"), "de Ana");
+    fs::remove(sitio / ".oficina-abcdef");
+
+    // A real one, in which somebody has put more, also by links in the places of what is cleared.
+    const fs::path real = sitio / ".oficina-ghijkl";
+    fs::create_directories(real / "NOTARIO1");
+    fs::create_directories(real / "CONFIG");
+    for (const char *const nombre : {"NOTARIO1/AGENDA_N.DBF", "NOTARIO1/AGENDA_N.MDX", "CONFIG/VARIOS.INI",
+                                     "oficina.ini", "oficina.ini.lck", "NOTARIO1/notas.txt"})
+        support::writeFile(real / nombre, "x");
+    fs::create_directory_symlink(ajena / "ZENTRA", real / "ZENTRA");
+    fs::create_symlink(ajena / "carta.txt", real / "NOTARIO1" / "OTRA.DBF");
+    fs::last_write_time(real, haceTiempo);
+    PreparaDatos(demo());
+    EXPECT_EQ(support::readFile(ajena / "carta.txt"), "de Ana");
+    EXPECT_EQ(support::readFile(ajena / "ZENTRA" / "CLIENTES.DBF"), "de Ana");
+    EXPECT_FALSE(fs::exists(real / "NOTARIO1" / "AGENDA_N.DBF"));
+    EXPECT_FALSE(fs::exists(real / "CONFIG"));
+    EXPECT_FALSE(fs::exists(real / "oficina.ini"));
+    EXPECT_EQ(support::readFile(real / "NOTARIO1" / "notas.txt"), "x");
+    EXPECT_EQ(TConfiguracion(nueva()).GetnCuantos(), 3);
+}
+
 TEST_F(AsistenteTest, ABadCommandLineIsRefusedAndTouchesNothing)
 {
     const std::pair<QStringList, const char *> malas[] = {

@@ -62,6 +62,30 @@ TEST_F(OficinaTest, TheDemoIsTheSameEveryTimeAndReadsBack)
             << nombre;
 }
 
+TEST_F(OficinaTest, AnAbsurdNumberOfNotariesIsSaidWhenTheOfficeIsOpened)
+{
+    const auto ini = carpeta.path() / "oficina.ini";
+    const struct {
+        const char *texto;
+        int notarios; ///< below 0: the office is not opened
+    } casos[] = {{"7", 7},  {"99", 99},         {"100", -1},        {"2147483647", -1}, {"0", 0},
+                 {"-1", 0}, {"-2147483648", 0}, {"99999999999", 0}, {"tres", 0},        {"", 0}};
+    for (const auto &caso : casos) {
+        TFicheroIni(QString::fromStdString(ini.string())).Escribe("Oficina", "Notarios", caso.texto);
+        if (caso.notarios < 0) {
+            EXPECT_THROW(TConfiguracion{ruta()}, dataset::EDatabaseError) << caso.texto;
+            continue;
+        }
+        const TConfiguracion config(ruta());
+        EXPECT_EQ(config.GetnCuantos(), caso.notarios) << caso.texto;
+        EXPECT_EQ(config.GetNotarios().size(), caso.notarios) << caso.texto;
+        EXPECT_FALSE(config.Aliases().names().isEmpty());
+        // Somebody spoils it while it is open.
+        TFicheroIni(QString::fromStdString(ini.string())).Escribe("Oficina", "Notarios", "2147483647");
+        EXPECT_EQ(config.GetNotarios().size(), TConfiguracion::MasNotariosAnotados);
+    }
+}
+
 // Whatever day somebody tries the program on, and without squinting.
 TEST(Demo, TheFirstDayHasItsSheetAndItsOutingsCanBeRead)
 {

@@ -126,6 +126,59 @@ TEST_F(TablasTest, EveryTableIsListedCheckedAndMended)
     EXPECT_FALSE(estado("NOTARIO2", "AGENDA_N").isEmpty());
 }
 
+// "Compact all" changes what is listed, so nothing is that lies elsewhere.
+TEST_F(TablasTest, ATableThatALinkLeadsToIsNoneOfTheOffices)
+{
+    const support::TempFolder fuera;
+    fs::copy_file(fichero("ZENTRA", "EMPLEADO.DBF"), fuera.path() / "AJENA.DBF");
+    fs::create_symlink(fuera.path() / "AJENA.DBF", fichero("ZENTRA", "AJENA.DBF"));
+    fs::create_symlink("EMPLEADO.DBF", fichero("ZENTRA", "DENTRO.DBF"));
+    QStringList nombres;
+    for (const TTablaOficina &una : TablasDeLaOficina(oficina->Config))
+        nombres << una.Nombre;
+    EXPECT_FALSE(nombres.contains("AJENA")) << nombres.join(' ').toStdString();
+    EXPECT_TRUE(nombres.contains("DENTRO")) << "within its folder it leads nowhere else";
+}
+
+TEST_F(TablasTest, WhatWasSetAsideIsListedAndCanBeRemoved)
+{
+    auto *const apartados = ventana->findChild<QTableWidget *>("TVApartados");
+    EXPECT_FALSE(apartados->isVisible()) << "there is none";
+    const support::TempFolder fuera;
+    support::writeFile(fuera.path() / "ajeno", "x");
+    const fs::path diario = fichero("NOTARIO1", "AGENDA_N.JNL.APARTADO-1");
+    const fs::path tabla = fichero("ZENTRA", "CLIENTES.DBF.ANTERIOR-12");
+    for (const fs::path &uno :
+         {diario, tabla, fichero("ZENTRA", "NOTAS.APARTADO-1"), fichero("ZENTRA", "X.DBF.ANTERIOR-")})
+        support::writeFile(uno, "datos de un cliente");
+    fs::create_symlink(fuera.path() / "ajeno", fichero("ZENTRA", "EMPLEADO.DBF.ANTERIOR-1"));
+    pulsa("BComprobar"); // what a work sets aside is there when it ends
+    ASSERT_TRUE(apartados->isVisible());
+    ASSERT_EQ(apartados->rowCount(), 2);
+    EXPECT_EQ(apartados->item(0, 1)->text(), "AGENDA_N.JNL.APARTADO-1");
+    EXPECT_EQ(apartados->item(1, 0)->text(), "ZENTRA");
+    EXPECT_EQ(apartados->item(1, 1)->text(), "CLIENTES.DBF.ANTERIOR-12");
+
+    pulsa("BQuitar");
+    EXPECT_TRUE(mensaje().startsWith("Elija en la lista de lo apartado")) << mensaje().toStdString();
+    apartados->selectRow(0);
+    enDialogo([](QWidget *caja) { pulsaEn(caja, "&No"); });
+    pulsa("BQuitar");
+    EXPECT_TRUE(fs::exists(diario));
+    enDialogo([](QWidget *caja) { pulsaEn(caja, "&Sí"); });
+    pulsa("BQuitar");
+    EXPECT_FALSE(fs::exists(diario));
+    EXPECT_TRUE(fs::exists(tabla));
+    ASSERT_EQ(apartados->rowCount(), 1);
+    apartados->selectAll();
+    enDialogo([](QWidget *caja) { pulsaEn(caja, "&Sí"); });
+    pulsa("BQuitar");
+    EXPECT_FALSE(fs::exists(tabla));
+    EXPECT_FALSE(apartados->isVisible());
+    EXPECT_EQ(support::readFile(fuera.path() / "ajeno"), "x");
+    EXPECT_TRUE(fs::exists(fichero("ZENTRA", "NOTAS.APARTADO-1")));
+}
+
 TEST_F(TablasTest, PackingDropsDeletedLinesUnlessOthersHaveTheTable)
 {
     auto tabla = clientes();
@@ -247,7 +300,7 @@ TEST_F(TablasTest, StoppingCountsOnlyWhileSomethingCanBeStopped)
     ventana->HazCopia(copia);
     espera();
     const QList<TTablaOficina> tablas = TablasDeLaOficina(oficina->Config);
-    for (const int paradaEn : {0, 50, 68, 69, 80}) {
+    for (const int paradaEn : {0, 50, 60, 61, 80}) {
         const auto tabla = clientes();
         tabla->first();
         tabla->remove();
@@ -260,7 +313,7 @@ TEST_F(TablasTest, StoppingCountsOnlyWhileSomethingCanBeStopped)
         });
         QObject::connect(&trabajo, &TTrabajo::sinVuelta, &trabajo, [&] { sinVuelta = true; });
         const TFinal final = RestauraTablas(tablas, tablas, copia)(trabajo);
-        EXPECT_EQ(sinVuelta, paradaEn > 68) << paradaEn;
+        EXPECT_EQ(sinVuelta, paradaEn > 60) << paradaEn;
         EXPECT_EQ(final.Cancelado, !sinVuelta) << final.Mensaje.toStdString();
         tabla->open();
         EXPECT_EQ(tabla->rowCount() == 120, sinVuelta) << paradaEn;

@@ -222,6 +222,66 @@ TEST_F(AgendaTool, AnExportComesBackAsTheSameLines)
     EXPECT_EQ(open()->recordCount(), 1203U);
 }
 
+// Cells that begin as a formula are one to a spreadsheet, unless it is told otherwise.
+TEST_F(AgendaTool, ForASpreadsheetATextIsNeverAFormula)
+{
+    ASSERT_EQ(import("CONCEPTO,CODCLIENTE,INTERESADO\n=1+1,-5,-Ana\n+34,,@x\nnormal,7,a=b\n"), exitDone)
+        << err;
+    const std::string rest = ",,,\r\n";
+    ASSERT_EQ(tool("dump", {"--hoja"}), exitDone) << err;
+    EXPECT_NE(out.find(",,'=1+1,-5.0000,'-Ana" + rest), std::string::npos) << out;
+    EXPECT_NE(out.find(",,'+34,,'@x" + rest), std::string::npos) << out;
+    EXPECT_NE(out.find(",,normal,7.0000,a=b" + rest), std::string::npos) << out;
+    ASSERT_EQ(tool("export", {csv.string(), "--hoja"}), exitDone) << err;
+    ASSERT_EQ(tool("dump", {"--hoja"}), exitDone) << err;
+    EXPECT_EQ(readFile(csv), out);
+    scribble(1, 1 + 8 + 5 + 254, "=2+2"); // in a number's place
+    ASSERT_EQ(tool("dump", {"--hoja"}), exitDone) << err;
+    EXPECT_NE(out.find(",'=2+2"), std::string::npos) << out;
+}
+
+// A foreseeable name may be anybody's: nothing is written through it.
+TEST_F(AgendaTool, AnExportGoesNowhereElse)
+{
+    fourLines();
+    const auto theirs = temp.path() / "ajeno";
+    const auto target = other / "salida.csv";
+    writeFile(theirs, "de otro");
+    std::filesystem::create_symlink(theirs, other / "salida.csv.tmp");
+    std::filesystem::create_symlink(theirs, target);
+    ASSERT_EQ(tool("export", {target.string()}), exitDone) << err;
+    EXPECT_EQ(readFile(theirs), "de otro");
+    EXPECT_FALSE(std::filesystem::is_symlink(target));
+    EXPECT_EQ(readFile(target).substr(0, header.size()), header);
+    std::filesystem::create_directories(other / "lleno.csv.tmp" / "algo");
+    EXPECT_EQ(tool("export", {(other / "lleno.csv").string()}), exitFailed);
+    EXPECT_FALSE(std::filesystem::exists(other / "lleno.csv"));
+}
+
+// What a file says of itself costs no more than it can be worth.
+TEST_F(AgendaTool, AnImportReadsLineByLine)
+{
+    const std::string top = "CONCEPTO,HORA\n";
+    const struct {
+        std::string content;
+        const char *why;
+    } cases[] = {
+        {std::string(3'000'000, ','), "línea 1: tiene más de 8 valores"},
+        {top + "a,b,c,d,e,f,g,h,i\n", "línea 2: tiene más de 8 valores"},
+        {top + std::string(1'100'000, 'x'), "línea 2: es demasiado larga"},
+        {top + '"' + std::string(1'100'000, '\n'), "es demasiado larga"},
+        {top + std::string(1'100'000, '\0'), "línea 2: es demasiado larga"},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(import(c.content), exitFailed) << c.why;
+        EXPECT_NE(err.find(c.why), std::string::npos) << err;
+        EXPECT_EQ(open()->recordCount(), 0U);
+    }
+    EXPECT_EQ(tool("import", {folder.string()}), exitFailed) << "a folder";
+    EXPECT_EQ(import(top + std::string(100'000, '\n') + "a,09:00\n"), exitDone) << err;
+    EXPECT_EQ(open()->recordCount(), 1U);
+}
+
 TEST_F(AgendaTool, SaysWhenOthersHaveTheTable)
 {
     fourLines();
@@ -281,6 +341,43 @@ TEST_F(AgendaTool, FindsDamage)
     EXPECT_EQ(tool("check"), exitFailed);
     EXPECT_EQ(tool("dump"), exitFailed);
     EXPECT_EQ(readFile(file), good.substr(0, good.size() - 500));
+}
+
+TEST_F(AgendaTool, NothingOfATableSpeaksToTheTerminal)
+{
+    fourLines();
+    scribble(1, 1, "2026\x1b[2J");
+    scribble(2, 1 + 8 + 5, "a\x9b\x07\x7f\r!");
+    const auto isPlain = [](const std::string &text) {
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            const auto byte = static_cast<unsigned char>(text[i]);
+            const bool lineEnd = byte == '\n' || (byte == '\r' && i + 1 < text.size() && text[i + 1] == '\n');
+            const bool c1 =
+                byte == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0;
+            if ((byte < 0x20 && !lineEnd) || byte == 0x7F || c1)
+                return false;
+        }
+        return true;
+    };
+    for (const auto &all : std::vector<std::vector<std::string>>{
+             {"check", folder.string(), "AGENDA_N"},
+             {"dump", folder.string(), "AGENDA_N"},
+             {"dump", folder.string(), "AGENDA_N", "--json"},
+             {"info", folder.string(), "AGENDA\x1b[2J"},
+             {"\x1b[2J", folder.string(), "AGENDA_N"},
+             {"info", (temp.path() / "\xc2\x9b"
+                                     "2J")
+                          .string()},
+             {"import", folder.string(), "AGENDA_N", (temp.path() / "\x07.csv").string()},
+         }) {
+        std::ostringstream said;
+        std::ostringstream complained;
+        agendatool::run(all, said, complained, {true, false}, std::chrono::milliseconds(30));
+        EXPECT_TRUE(isPlain(said.str())) << said.str();
+        EXPECT_TRUE(isPlain(complained.str())) << complained.str();
+    }
+    ASSERT_EQ(tool("dump"), exitDone);
+    EXPECT_NE(out.find("\x1b[2J"), std::string::npos) << "to a program, which wants the bytes";
 }
 
 TEST_F(AgendaTool, FindsAndMendsAWrongIndex)

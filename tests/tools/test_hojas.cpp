@@ -7,6 +7,9 @@
 #include <algorithm>
 #include <sstream>
 #include <tuple>
+#if !defined(_WIN32)
+#include <sys/stat.h>
+#endif
 
 namespace
 {
@@ -96,6 +99,58 @@ TEST_F(Hojas, ADayAndAWeekForAllOrForOneClerk)
         }
     }
 }
+
+TEST_F(Hojas, TheLastWeekOfAllAndAPdfThatLeadsElsewhere)
+{
+    support::writeFile(temp.path() / "ultima.csv", "FECHA,HORA,CONCEPTO\r\n9999-12-31,09:00,Final\r\n");
+    ASSERT_EQ(orden({"import", carpeta.string(), "AGENDA_N", (temp.path() / "ultima.csv").string()}),
+              exitDone)
+        << err;
+    EXPECT_EQ(hoja("semana", "9999-12-31"), exitDone) << err;
+    if (support::hayLectorDePdf()) {
+        EXPECT_TRUE(escrito().contains("Final")) << escrito().toStdString();
+    }
+    std::filesystem::remove(pdf);
+    support::writeFile(temp.path() / "ajeno", "de otro");
+    std::filesystem::create_symlink(temp.path() / "ajeno", pdf);
+    EXPECT_EQ(hoja("dia", "2026-11-16"), exitFailed);
+    EXPECT_NE(err.find("es un enlace a otro fichero"), std::string::npos) << err;
+    EXPECT_EQ(support::readFile(temp.path() / "ajeno"), "de otro");
+}
+
+#if !defined(_WIN32)
+// What has a table's lines in it is never more open than the table, from its first byte on.
+TEST_F(Hojas, ACopyIsNotMoreOpenThanItsTable)
+{
+    using std::filesystem::perms;
+    const auto copias = temp.path() / "copias";
+    const struct {
+        unsigned tabla, mascara, copia;
+    } casos[] = {{0600, 0, 0600}, {0660, 0, 0600},   {0640, 022, 0600},
+                 {0644, 0, 0644}, {0666, 022, 0644}, {0666, 077, 0600}};
+    for (const auto &caso : casos) {
+        std::filesystem::permissions(carpeta / "AGENDA_N.DBF", perms(caso.tabla));
+        std::filesystem::remove_all(copias);
+        std::filesystem::create_directories(copias);
+        const std::string aqui = carpeta.string();
+        const mode_t antes = ::umask(static_cast<mode_t>(caso.mascara));
+        EXPECT_EQ(orden({"dia", aqui, "AGENDA_N", "2026-11-16", (copias / "hoja.pdf").string()}), exitDone)
+            << err;
+        EXPECT_EQ(orden({"semana", aqui, "AGENDA_N", "2026-11-16", (copias / "semana.pdf").string()}),
+                  exitDone)
+            << err;
+        EXPECT_EQ(orden({"export", aqui, "AGENDA_N", (copias / "lineas.csv").string()}), exitDone) << err;
+        EXPECT_EQ(orden({"backup", aqui, "AGENDA_N", copias.string()}), exitDone) << err;
+        ::umask(antes);
+        int cuantas = 0;
+        for (const auto &una : std::filesystem::directory_iterator(copias)) {
+            EXPECT_EQ(una.status().permissions(), perms(caso.copia)) << una.path() << std::oct << caso.tabla;
+            ++cuantas;
+        }
+        EXPECT_EQ(cuantas, 4);
+    }
+}
+#endif
 
 TEST_F(Hojas, WhatCannotBePrintedIsRefused)
 {

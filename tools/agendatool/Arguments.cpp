@@ -89,6 +89,8 @@ private:
             return date(word, m_made.range.to);
         else if (word == "--oficial")
             return name(word, m_made.clerk.emplace());
+        else if (word == "--hoja")
+            m_made.sheet = true;
         else if (word == "--espera")
             m_made.waits = true;
         else if (word == "--desde-otro-puesto")
@@ -142,11 +144,13 @@ private:
                                              : " y nada más"));
         const bool ranged = m_made.range.from || m_made.range.to;
         if ((ranged && !shape->hasRange) || (m_formatGiven && !shape->hasFormat) ||
-            (m_made.clerk && !shape->hasDay) ||
+            (m_made.clerk && !shape->hasDay) || (m_made.sheet && !shape->hasRange) ||
             ((m_made.waits || !m_made.meeting.empty()) && shape->hasTable))
             return wrong("la orden «" + m_plain[0] + "» no admite esa opción");
         if (m_made.range.from && m_made.range.to && isoDate(*m_made.range.to) < isoDate(*m_made.range.from))
             return wrong("--to es anterior a --from");
+        if (m_made.sheet && m_made.format == DumpFormat::json)
+            return wrong("--hoja y --json se excluyen");
         if (m_made.waits && !m_made.meeting.empty())
             return wrong("--espera y --desde-otro-puesto se excluyen");
         m_made.verb = m_plain[0];

@@ -19,6 +19,7 @@ struct Arguments {
     bool waits = false;               ///< for another workstation, to try a share together
     std::string meeting; ///< folder of a trial that another workstation has begun; empty to begin one
     DumpFormat format = DumpFormat::csv;
+    bool sheet = false; ///< CSV for a spreadsheet
     bool quiet = false;
     bool help = false;
     bool version = false;

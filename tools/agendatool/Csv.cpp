@@ -1,5 +1,8 @@
 #include "tools/agendatool/Csv.h"
 
+#include <string_view>
+#include <utility>
+
 namespace agendatool
 {
 
@@ -17,87 +20,12 @@ bool needsQuotes(const std::string &cell)
            (!cell.empty() && (cell.front() == ' ' || cell.back() == ' '));
 }
 
-class Reader
+constexpr std::size_t longestRow = std::size_t{1024} * 1024;
+
+Status fault(std::size_t line, const std::string &why)
 {
-public:
-    explicit Reader(std::string_view text)
-        : m_text(text)
-    {
-    }
-
-    Result<std::vector<CsvRow>> rows()
-    {
-        std::vector<CsvRow> out;
-        while (m_at < m_text.size()) {
-            CsvRow row{m_line, {}};
-            do {
-                row.cells.emplace_back();
-                if (const Status status = cell(row.cells.back()); !status.ok())
-                    return status;
-            } while (take(','));
-            endOfLine();
-            out.push_back(std::move(row));
-        }
-        return out;
-    }
-
-private:
-    [[nodiscard]] bool atBreak() const
-    {
-        return m_at >= m_text.size() || m_text[m_at] == '\n' || m_text[m_at] == '\r';
-    }
-    bool take(char wanted)
-    {
-        if (m_at >= m_text.size() || m_text[m_at] != wanted)
-            return false;
-        ++m_at;
-        return true;
-    }
-    void endOfLine()
-    {
-        const bool carriage = take('\r');
-        if (take('\n') || carriage)
-            ++m_line;
-    }
-    [[nodiscard]] Status fault(std::size_t line, const std::string &why) const
-    {
-        return {ErrorKind::invalidArgument, "línea " + std::to_string(line) + ": " + why};
-    }
-
-    Status cell(std::string &out)
-    {
-        if (take('"'))
-            return quoted(out);
-        while (!atBreak() && m_text[m_at] != ',') {
-            if (m_text[m_at] == '"')
-                return fault(m_line, "hay unas comillas dentro de un valor sin comillas");
-            out += m_text[m_at++];
-        }
-        return {};
-    }
-
-    Status quoted(std::string &out)
-    {
-        const std::size_t began = m_line;
-        for (;;) {
-            if (m_at >= m_text.size())
-                return fault(began, "unas comillas no se cierran");
-            const char c = m_text[m_at++];
-            if (c == '"' && !take('"'))
-                break;
-            if (c == '\n' || (c == '\r' && (m_at >= m_text.size() || m_text[m_at] != '\n')))
-                ++m_line;
-            out += c;
-        }
-        if (!atBreak() && m_text[m_at] != ',')
-            return fault(m_line, "hay texto detrás de las comillas que cierran");
-        return {};
-    }
-
-    std::string_view m_text;
-    std::size_t m_at = 0;
-    std::size_t m_line = 1;
-};
+    return {ErrorKind::invalidArgument, "línea " + std::to_string(line) + ": " + why};
+}
 
 } // namespace
 
@@ -119,12 +47,93 @@ std::string csvLine(const std::vector<std::string> &cells)
     return out + "\r\n";
 }
 
-Result<std::vector<CsvRow>> parseCsv(std::string_view text)
+std::string sheetCell(const std::string &cell)
 {
-    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-    if (text.starts_with(byteOrderMark))
-        text.remove_prefix(byteOrderMark.size());
-    return Reader(text).rows();
+    const bool formula =
+        !cell.empty() && std::string_view("=+-@\t\r").find(cell.front()) != std::string_view::npos;
+    return formula ? "'" + cell : cell;
+}
+
+CsvReader::CsvReader(std::istream &from, std::size_t mostCells)
+    : m_from(from)
+    , m_mostCells(mostCells)
+{
+}
+
+Result<std::optional<CsvRow>> CsvReader::next()
+{
+    if (!std::exchange(m_begun, true) &&
+        take('\xEF')) // of a byte order mark, and of nothing that a header has
+        static_cast<void>(take('\xBB') && take('\xBF'));
+    if (atEnd())
+        return std::optional<CsvRow>();
+    m_rowBytes = 0;
+    CsvRow row{m_line, {}};
+    do {
+        if (row.cells.size() == m_mostCells)
+            return fault(m_line, "tiene más de " + std::to_string(m_mostCells) + " valores");
+        row.cells.emplace_back();
+        if (const Status status = cell(row.cells.back()); !status.ok())
+            return status;
+    } while (take(','));
+    endOfLine();
+    return std::optional(std::move(row));
+}
+
+bool CsvReader::take(char wanted)
+{
+    if (!Traits::eq_int_type(peek(), Traits::to_int_type(wanted)))
+        return false;
+    m_from.rdbuf()->sbumpc();
+    return true;
+}
+
+void CsvReader::endOfLine()
+{
+    const bool carriage = take('\r');
+    if (take('\n') || carriage)
+        ++m_line;
+}
+
+/// Takes one byte over.
+Status CsvReader::add(std::string &out)
+{
+    if (++m_rowBytes > longestRow)
+        return fault(m_line, "es demasiado larga");
+    out += Traits::to_char_type(m_from.rdbuf()->sbumpc());
+    return {};
+}
+
+Status CsvReader::cell(std::string &out)
+{
+    if (take('"'))
+        return quoted(out);
+    while (!atBreak() && peek() != ',') {
+        if (peek() == '"')
+            return fault(m_line, "hay unas comillas dentro de un valor sin comillas");
+        if (const Status status = add(out); !status.ok())
+            return status;
+    }
+    return {};
+}
+
+Status CsvReader::quoted(std::string &out)
+{
+    const std::size_t began = m_line;
+    for (;;) {
+        if (atEnd())
+            return fault(began, "unas comillas no se cierran");
+        if (take('"') && peek() != '"')
+            break;
+        if (const Status status = add(out); !status.ok())
+            return status;
+        const char c = out.back();
+        if (c == '\n' || (c == '\r' && peek() != '\n'))
+            ++m_line;
+    }
+    if (!atBreak() && peek() != ',')
+        return fault(m_line, "hay texto detrás de las comillas que cierran");
+    return {};
 }
 
 } // namespace agendatool

@@ -72,19 +72,25 @@ Status selectRows(const Table &table, const DateRange &range, Bytes &rows)
 }
 
 /// @return false when `progress` said no.
-bool writeCsv(const Table &table, Record rows, std::ostream &out, const upkeep::Progress &progress)
+bool writeCsv(const Table &table, Record rows, std::ostream &out, const upkeep::Progress &progress,
+              bool forSheet)
 {
     const std::size_t length = table.recordLength();
     std::vector<std::string> cells;
     for (const auto &field : table.fields())
-        cells.push_back(field.name);
+        cells.push_back(forSheet ? sheetCell(field.name) : field.name);
     out << csvLine(cells);
     for (std::size_t at = 0; at < rows.size(); at += length) {
         if (!upkeep::tellLines(progress, at / length, rows.size() / length))
             return false;
         cells.clear();
-        for (const auto &field : table.fields())
-            cells.push_back(valueText(rows.subspan(at, length), field, table.codePage()));
+        for (const auto &field : table.fields()) {
+            const Record row = rows.subspan(at, length);
+            std::string cell = valueText(row, field, table.codePage());
+            // A number may begin with its sign.
+            const bool text = field.type == FieldType::character || !upkeep::isReadable(row, field);
+            cells.push_back(forSheet && text ? sheetCell(cell) : std::move(cell));
+        }
         out << csvLine(cells);
     }
     return true;
@@ -114,13 +120,14 @@ bool writeJson(const Table &table, Record rows, std::ostream &out, const upkeep:
 } // namespace
 
 Status dump(const Table &table, const DateRange &range, DumpFormat format, std::ostream &out,
-            const upkeep::Progress &progress)
+            const upkeep::Progress &progress, bool forSheet)
 {
     Bytes rows;
     if (const Status status = selectRows(table, range, rows); !status.ok())
         return status;
-    const auto write = format == DumpFormat::csv ? writeCsv : writeJson;
-    if (!write(table, rows, out, progress))
+    const bool written = format == DumpFormat::csv ? writeCsv(table, rows, out, progress, forSheet)
+                                                   : writeJson(table, rows, out, progress);
+    if (!written)
         return upkeep::stopped();
     return out.good() ? Status() : Status(ErrorKind::inputOutput, "no se ha podido escribir el volcado");
 }

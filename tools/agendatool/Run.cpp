@@ -1,12 +1,17 @@
 #include "tools/agendatool/Run.h"
 
+#include "tools/agendatool/PlainText.h"
 #include "tools/agendatool/Text.h"
 #include "tools/agendatool/Verbs.h"
 
 #include <algorithm>
 #include <array>
+#include <exception>
 #include <filesystem>
+#include <new>
+#include <optional>
 #include <ostream>
+#include <sstream>
 #include <vector>
 
 namespace agendatool
@@ -24,12 +29,14 @@ Sin TABLA, info, check, repair y backup tratan todas las que hay en la carpeta y
   create                 crea una tabla de agenda, vacía
   info                   campos, líneas, página de códigos y órdenes
   dump                   escribe las líneas vivas, por fecha y hora si hay orden FECHA
-                         [--from AAAA-MM-DD] [--to AAAA-MM-DD] [--csv | --json]
+                         [--from AAAA-MM-DD] [--to AAAA-MM-DD] [--csv | --json] [--hoja]
   check                  compara cada línea con el índice y lee todos sus campos
   repair                 arregla lo que quedó a medias y rehace el índice si hace falta
   reindex                rehace el índice
   pack                   quita las líneas borradas; nadie más puede tener la tabla abierta
-  export FICHERO.csv     como dump --csv, a un fichero [--from] [--to]
+  export FICHERO.csv     como dump --csv, a un fichero [--from] [--to] [--hoja]
+                         [--hoja]: para una hoja de cálculo; los textos que empiezan como
+                         una fórmula llevan delante un apóstrofo, y no sirve para import
   import FICHERO.csv     añade las líneas de un CSV cuya primera fila nombra los campos
   backup CARPETA         copia la tabla a otra carpeta sin que nadie escriba mientras tanto
   restore CARPETA        trae de otra carpeta una tabla que aquí no existe
@@ -56,11 +63,12 @@ struct Verb {
     std::string_view name;
     int (*work)(const Context &);
     bool onTable = true;
+    bool writesLines = false; ///< its answer is the table's lines, for another program
 };
 
 constexpr std::array<Verb, 14> verbs{{{"create", createTable},
                                       {"info", showInfo},
-                                      {"dump", dumpLines},
+                                      {"dump", dumpLines, true, true},
                                       {"check", checkTable},
                                       {"repair", repairTable},
                                       {"reindex", reindexTable},
@@ -72,6 +80,14 @@ constexpr std::array<Verb, 14> verbs{{{"create", createTable},
                                       {"dia", printDay},
                                       {"semana", printWeek},
                                       {"red", tryShare, false}}};
+
+/// A text as a terminal may show it.
+std::string shownName(const std::string &text)
+{
+    std::ostringstream out;
+    PlainStream(out) << text;
+    return out.str();
+}
 
 /// Every table below a folder, by name. Links are not followed, nor folders that hide; what lies in the
 /// target is a copy.
@@ -130,8 +146,8 @@ int runOnAll(const Context &context, const Verb &verb)
                                   "no se puede crear la carpeta: " + fault.message(), pathText(args.target)});
         }
         if (code == exitDone)
-            code = verb.work({args, context.answers, context.outIsTerminal, context.patience,
-                              context.progress, context.program});
+            code = verb.work({args, context.answers, context.complaints, context.outIsTerminal,
+                              context.patience, context.progress, context.program});
         if (code == exitDone)
             continue;
         context.err() << "agendatool: lo anterior es de " << name << '\n';
@@ -140,11 +156,10 @@ int runOnAll(const Context &context, const Verb &verb)
     return worst;
 }
 
-} // namespace
-
-int run(const std::vector<std::string> &words, std::ostream &out, std::ostream &err, Terminals terminals,
-        std::chrono::milliseconds patience, const std::filesystem::path &program)
+int carryOut(const std::vector<std::string> &words, std::ostream &out, std::ostream &raw, Terminals terminals,
+             std::chrono::milliseconds patience, const std::filesystem::path &program)
 {
+    PlainStream err(raw);
     const auto parsed = parseArguments(words);
     if (!parsed.ok()) {
         err << "agendatool: " << parsed.status().text() << "\nPruebe agendatool --help\n";
@@ -162,9 +177,13 @@ int run(const std::vector<std::string> &words, std::ostream &out, std::ostream &
     const auto verb =
         std::find_if(verbs.begin(), verbs.end(), [&](const Verb &one) { return one.name == args.verb; });
     const bool onAll = verb->onTable && args.table.empty();
-    ProgressLine progress(err, verb->onTable && !onAll ? upperAscii(args.table) : args.verb,
+    // What is written for another program to read keeps its bytes.
+    std::optional<PlainStream> shown;
+    if (terminals.out || !verb->writesLines)
+        shown.emplace(out);
+    ProgressLine progress(raw, verb->onTable && !onAll ? shownName(upperAscii(args.table)) : args.verb,
                           terminals.err && !args.quiet);
-    const Context context{args, out, terminals.out, patience, progress, program};
+    const Context context{args, shown ? *shown : out, err, terminals.out, patience, progress, program};
     if (onAll)
         return runOnAll(context, *verb);
     // A name that no table can have is a slip of the command line, not a fault of the folder.
@@ -175,6 +194,21 @@ int run(const std::vector<std::string> &words, std::ostream &out, std::ostream &
         return exitUsage;
     }
     return verb->work(context);
+}
+
+} // namespace
+
+int run(const std::vector<std::string> &words, std::ostream &out, std::ostream &err, Terminals terminals,
+        std::chrono::milliseconds patience, const std::filesystem::path &program)
+{
+    try {
+        return carryOut(words, out, err, terminals, patience, program);
+    } catch (const std::bad_alloc &) {
+        err << "agendatool: no hay memoria suficiente\n";
+    } catch (const std::exception &error) {
+        PlainStream(err) << "agendatool: no se ha podido terminar: " << error.what() << '\n';
+    }
+    return exitFailed;
 }
 
 } // namespace agendatool

@@ -11,6 +11,7 @@ namespace agendatool
 struct Context {
     const Arguments &args;
     std::ostream &answers;
+    std::ostream &complaints; ///< never has a control character
     bool outIsTerminal;
     std::chrono::milliseconds patience;
     ProgressLine &progress;
@@ -23,7 +24,11 @@ struct Context {
         return answers;
     }
     /// Where complaints go.
-    [[nodiscard]] std::ostream &err() const { return progress.remove(); }
+    [[nodiscard]] std::ostream &err() const
+    {
+        progress.remove();
+        return complaints;
+    }
 
     /// Says that something is done, unless asked to be quiet.
     void note(const std::string &text) const;

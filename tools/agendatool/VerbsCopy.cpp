@@ -38,7 +38,8 @@ int backupTable(const Context &context)
     const auto to = freePlace(context.args.target, context.args.table);
     const Status status =
         to.ok() ? upkeep::copyTable(from.value(), to.value(), upkeep::Source::inUse, context.patience,
-                                    context.progress.steps("copiando la tabla"))
+                                    context.progress.steps("copiando la tabla"),
+                                    upkeep::rightsOfCopy(from.value()))
                 : to.status();
     if (!status.ok())
         return context.fail(status);

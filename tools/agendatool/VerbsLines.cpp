@@ -1,13 +1,14 @@
 // Verbs that carry lines in and out.
 
 #include "tools/agendatool/Csv.h"
+#include "tools/agendatool/FileStream.h"
 #include "tools/agendatool/Text.h"
 #include "tools/agendatool/Values.h"
 #include "tools/agendatool/Verbs.h"
 
 #include <algorithm>
 #include <fstream>
-#include <iterator>
+#include <functional>
 
 namespace agendatool
 {
@@ -34,17 +35,16 @@ Status writeExport(const Context &context, const Table &table, const std::filesy
 {
     std::filesystem::path unfinished = target;
     unfinished += ".tmp";
-    Status status;
-    {
-        std::ofstream out(unfinished, std::ios::binary | std::ios::trunc);
-        if (!out)
-            return ioFailure(unfinished, "no se puede crear el fichero");
-        status = dump(table, context.args.range, DumpFormat::csv, out, context.progress.steps(writing));
-        out.close();
-        if (status.ok() && !out)
-            status = ioFailure(unfinished, "no se ha podido escribir entero");
-    }
     std::error_code error;
+    std::filesystem::remove(unfinished,
+                            error); // of an export that was cut, or a link that somebody has put there
+    FileStream out(unfinished, upkeep::rightsOfCopy(table.file()));
+    if (!out.status().ok())
+        return out.status();
+    Status status = dump(table, context.args.range, DumpFormat::csv, out, context.progress.steps(writing),
+                         context.args.sheet);
+    if (const Status written = out.finish(); !written.ok())
+        status = written; // it says more than that the stream has failed
     if (status.ok()) {
         std::filesystem::rename(unfinished, target, error);
         if (error)
@@ -53,18 +53,6 @@ Status writeExport(const Context &context, const Table &table, const std::filesy
     if (!status.ok())
         std::filesystem::remove(unfinished, error);
     return status;
-}
-
-Result<std::string> readWhole(const std::filesystem::path &file)
-{
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(file, error))
-        return ioFailure(file, "no existe el fichero");
-    std::ifstream in(file, std::ios::binary);
-    std::string content{std::istreambuf_iterator<char>(in), {}};
-    if (!in && !in.eof())
-        return ioFailure(file, "no se puede leer el fichero");
-    return content;
 }
 
 Status atLine(std::size_t line, const std::string &why)
@@ -87,48 +75,56 @@ Result<std::vector<int>> columnsOf(const Table &table, const CsvRow &header)
     return columns;
 }
 
-struct NewLine {
-    std::size_t line = 0; ///< of the CSV file
-    Bytes record;
-};
-
-Result<NewLine> lineOf(const Table &table, const std::vector<int> &columns, const CsvRow &row)
+Result<Bytes> recordOf(const Table &table, const std::vector<int> &columns, const CsvRow &row)
 {
     if (row.cells.size() != columns.size())
         return atLine(row.line, "tiene " + std::to_string(row.cells.size()) + " valores y la cabecera " +
                                     std::to_string(columns.size()));
-    NewLine made{row.line, dbase::blankRecord(table.recordLength())};
+    Bytes record = dbase::blankRecord(table.recordLength());
     for (std::size_t i = 0; i < columns.size(); ++i) {
         const auto &field = table.fields()[static_cast<std::size_t>(columns[i])];
-        if (const Status status = setValue(made.record, field, table.codePage(), row.cells[i]); !status.ok())
+        if (const Status status = setValue(record, field, table.codePage(), row.cells[i]); !status.ok())
             return atLine(row.line, status.text());
     }
-    return made;
+    return record;
 }
 
-Result<std::vector<NewLine>> linesOf(const Table &table, std::string_view csv)
+/// What is done with each line of a CSV file: its number there, and the record that it makes.
+using TakeLine = std::function<Status(std::size_t line, Bytes record)>;
+
+/// Goes through the file from its beginning; it is never in memory as a whole.
+Status readLines(const Table &table, std::istream &csv, const TakeLine &take)
 {
-    const auto rows = parseCsv(csv);
-    if (!rows.ok())
-        return rows.status();
-    if (rows.value().empty())
+    csv.clear();
+    csv.seekg(0);
+    CsvReader reader(csv, table.fields().size());
+    const auto header = reader.next();
+    if (!header.ok())
+        return header.status();
+    if (!header.value())
         return atLine(1, "falta la cabecera con los nombres de los campos");
-    const auto columns = columnsOf(table, rows.value().front());
+    const auto columns = columnsOf(table, *header.value());
     if (!columns.ok())
         return columns.status();
-    std::vector<NewLine> lines;
-    for (std::size_t i = 1; i < rows.value().size(); ++i) {
-        const CsvRow &row = rows.value()[i];
+    for (;;) {
+        const auto row = reader.next();
+        if (!row.ok() || !row.value())
+            return row.status();
         // An empty line at the end of a file typed by hand; with one column it is a blank value.
-        if (columns.value().size() > 1 && row.cells.size() == 1 && row.cells[0].empty())
+        if (columns.value().size() > 1 && row.value()->cells.size() == 1 && row.value()->cells[0].empty())
             continue;
-        auto one = lineOf(table, columns.value(), row);
-        if (!one.ok())
-            return one.status();
-        lines.push_back(std::move(one).value());
+        auto record = recordOf(table, columns.value(), *row.value());
+        const Status status =
+            record.ok() ? take(row.value()->line, std::move(record).value()) : record.status();
+        if (!status.ok())
+            return status;
     }
-    return lines;
 }
+
+struct NewLine {
+    std::size_t line = 0; ///< of the CSV file
+    Bytes record;
+};
 
 Status appendGroup(Table &table, std::span<const NewLine> lines)
 {
@@ -141,22 +137,51 @@ Status appendGroup(Table &table, std::span<const NewLine> lines)
     return status;
 }
 
-Status appendAll(const Context &context, Table &table, std::span<const NewLine> lines)
+/// @param total  lines that the file had when it was read for the first time.
+Status appendAll(const Context &context, Table &table, std::istream &csv, std::size_t total)
 {
     const upkeep::Progress progress = context.progress.steps("añadiendo las líneas");
-    for (std::size_t at = 0; at < lines.size(); at += linesPerGroup) {
-        static_cast<void>(progress(static_cast<int>(at * 100 / lines.size())));
-        const Status status =
-            appendGroup(table, lines.subspan(at, std::min(linesPerGroup, lines.size() - at)));
-        if (!status.ok() && at > 0)
-            return {status.kind(),
-                    status.text() + "; las líneas del fichero anteriores a la " +
-                        std::to_string(lines[at].line) + " ya están en la tabla",
-                    status.file()};
-        if (!status.ok())
-            return status;
-    }
-    return {};
+    std::vector<NewLine> group;
+    std::size_t done = 0;
+    const auto write = [&]() -> Status {
+        static_cast<void>(progress(static_cast<int>(done * 100 / std::max<std::size_t>(total, 1))));
+        const Status status = appendGroup(table, group);
+        if (status.ok())
+            done += group.size();
+        return status;
+    };
+    Status status = readLines(table, csv, [&](std::size_t line, Bytes record) {
+        if (group.size() == linesPerGroup) {
+            if (const Status written = write(); !written.ok())
+                return written;
+            group.clear();
+        }
+        group.push_back({line, std::move(record)});
+        return Status();
+    });
+    if (status.ok() && !group.empty())
+        status = write();
+    if (!status.ok() && done > 0)
+        return {status.kind(),
+                status.text() + "; las líneas del fichero anteriores a la " +
+                    std::to_string(group.front().line) + " ya están en la tabla",
+                status.file()};
+    return status;
+}
+
+/// All lines are looked at before the first is added. @return how many there are.
+Result<std::size_t> importFrom(const Context &context, Table &table, std::istream &csv)
+{
+    std::size_t total = 0;
+    const std::string name = pathText(context.args.target.filename());
+    Status status = readLines(table, csv, [&](std::size_t, const Bytes &) {
+        ++total;
+        return Status();
+    });
+    if (!status.ok())
+        return Status(status.kind(), status.text(), name);
+    status = appendAll(context, table, csv, total);
+    return status.ok() ? Result<std::size_t>(total) : status;
 }
 
 } // namespace
@@ -179,8 +204,8 @@ int dumpLines(const Context &context)
     // On a terminal the lines themselves show how far it is.
     const upkeep::Progress progress =
         context.outIsTerminal ? upkeep::Progress() : context.progress.steps(writing);
-    const Status status =
-        dump(*opened.value(), context.args.range, context.args.format, context.out(), progress);
+    const Status status = dump(*opened.value(), context.args.range, context.args.format, context.out(),
+                               progress, context.args.sheet);
     return status.ok() ? exitDone : context.fail(status);
 }
 
@@ -204,17 +229,21 @@ int importLines(const Context &context)
         return context.fail(opened.status());
     Table &table = *opened.value();
     context.progress.phase("leyendo el fichero");
-    const auto csv = readWhole(context.args.target);
-    if (!csv.ok())
-        return context.fail(csv.status());
-    const auto lines = linesOf(table, csv.value());
-    if (!lines.ok())
-        return context.fail(
-            {lines.status().kind(), lines.status().text(), pathText(context.args.target.filename())});
-    if (const Status status = appendAll(context, table, lines.value()); !status.ok())
-        return context.fail(status);
-    context.note("Añadidas " + std::to_string(lines.value().size()) + " líneas.");
-    return exitDone;
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(context.args.target, error))
+        return context.fail(ioFailure(context.args.target, "no existe el fichero"));
+    std::ifstream csv(context.args.target, std::ios::binary);
+    if (!csv)
+        return context.fail(ioFailure(context.args.target, "no se puede leer el fichero"));
+    try {
+        const auto added = importFrom(context, table, csv);
+        if (!added.ok())
+            return context.fail(added.status());
+        context.note("Añadidas " + std::to_string(added.value()) + " líneas.");
+        return exitDone;
+    } catch (const std::ios_base::failure &) { // the way of its buffer to say so
+        return context.fail(ioFailure(context.args.target, "no se puede leer el fichero entero"));
+    }
 }
 
 } // namespace agendatool

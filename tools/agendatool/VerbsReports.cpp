@@ -20,6 +20,7 @@
 #include <array>
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace agendatool
 {
@@ -108,6 +109,35 @@ QString textOf(const std::filesystem::path &path)
     return QString::fromStdString(pathText(path));
 }
 
+/// What the file system's rights are to Qt.
+QFileDevice::Permissions toQt(std::filesystem::perms rights)
+{
+    using std::filesystem::perms;
+    constexpr std::pair<perms, QFileDevice::Permission> all[] = {
+        {perms::owner_read, QFileDevice::ReadOwner},  {perms::owner_write, QFileDevice::WriteOwner},
+        {perms::owner_read, QFileDevice::ReadUser},   {perms::owner_write, QFileDevice::WriteUser},
+        {perms::group_read, QFileDevice::ReadGroup},  {perms::group_write, QFileDevice::WriteGroup},
+        {perms::others_read, QFileDevice::ReadOther}, {perms::others_write, QFileDevice::WriteOther}};
+    QFileDevice::Permissions same;
+    for (const auto &[right, its] : all)
+        same.setFlag(its, (rights & right) != perms::none);
+    return same;
+}
+
+void writeSheet(const Context &context, report::Report &layout)
+{
+    const auto table = dbase::findTable(context.args.folder, context.args.table);
+    if (!table.ok())
+        throw dataset::EDatabaseError(table.status());
+    const upkeep::Progress progress = context.progress.steps("escribiendo la hoja");
+    report::writePdf(
+        layout, textOf(context.args.target),
+        [&](int done, int total) {
+            return progress(total > 0 ? static_cast<int>(qint64{100} * done / total) : 0);
+        },
+        toQt(upkeep::rightsOfCopy(table.value())));
+}
+
 using Sheet = std::function<void(dataset::DbfTable &table, QDate day, const std::optional<QString> &clerk)>;
 
 /// Opens the table for reading and has a sheet of it written. @return the exit code.
@@ -155,7 +185,7 @@ int printDay(const Context &context)
             layout.emplace(nullptr, day, table, *clerk);
         else
             layout.emplace(nullptr, day, table);
-        report::writePdf(layout->QR, textOf(context.args.target));
+        writeSheet(context, layout->QR);
     });
 }
 
@@ -167,7 +197,7 @@ int printWeek(const Context &context)
             {table, week, [&] { QuitaRangoDelDia(table); }, [&](QDate back) { PonRangoDelDia(table, back); }},
             day, clerk, [&](QDate monday) {
                 TQRAgendaN layout(nullptr, monday, week);
-                report::writePdf(layout.QR, textOf(context.args.target));
+                writeSheet(context, layout.QR);
             });
     });
 }

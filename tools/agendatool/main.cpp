@@ -1,3 +1,4 @@
+#include "dbase/ThisProcess.h"
 #include "tools/agendatool/Run.h"
 
 #include <iostream>
@@ -28,6 +29,7 @@ bool isTerminal(int descriptor)
 
 int main(int argc, char *argv[])
 {
+    dbase::prepareProcess();
 #if defined(_WIN32)
     _setmode(outDescriptor, _O_BINARY); // CSV ends its lines itself
 #endif

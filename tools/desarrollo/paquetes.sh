@@ -8,7 +8,7 @@ paquetes_de() {
         construir) echo "g++ cmake ninja-build ccache qt6-base-dev libzip-dev libgtest-dev libgmock-dev libbenchmark-dev" ;;
         ejecutar)  echo "qt6-translations-l10n fonts-liberation" ;;
         pruebas)   echo "qt6-translations-l10n fonts-liberation poppler-utils" ;;
-        empaquetar) echo "dpkg-dev file" ;;
+        empaquetar) echo "dpkg-dev file lintian" ;;
         medir)     echo "fonts-liberation" ;;
         formato)   echo "clang-format" ;;
         tidy)      echo "clang-tidy" ;;
