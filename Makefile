@@ -134,7 +134,7 @@ hostil:
 	@$(PAQUETES) construir pruebas
 	cmake --preset ci
 	cmake --build --preset ci --target test_dbase test_tools
-	AGENDA_HOSTIL=1 build/ci/bin/test_dbase --gtest_filter='ManyTables.*'
+	AGENDA_HOSTIL=1 build/ci/bin/test_dbase --gtest_filter='ManyTables.*:Mappings.*'
 	AGENDA_HOSTIL=1 build/ci/bin/test_tools --gtest_filter='Hardship.*'
 
 # Ends at the first failure, with the shortest run that shows it.

@@ -3,12 +3,12 @@
 #include "agenda/Rnumcad.h"
 #include "dataset/DatabaseError.h"
 #include "dbase/CodePage.h"
+#include "dbase/File.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QLockFile>
-#include <QtCore/QSaveFile>
 #include <QtCore/QThread>
 
 #include <chrono>
@@ -302,11 +302,11 @@ void TFicheroIni::Cambia(const std::function<QList<TValorIni>(const QByteArray &
         return;
     QString causa;
     const bool escrito = Insiste([&] {
-        QSaveFile salida(m_ruta);
-        const bool bien =
-            salida.open(QIODevice::WriteOnly) && salida.write(despues) == despues.size() && salida.commit();
-        causa = salida.errorString();
-        return bien;
+        const auto estado = dbase::replaceContent(
+            m_ruta.toStdU16String(), std::span(reinterpret_cast<const std::uint8_t *>(despues.constData()),
+                                               static_cast<std::size_t>(despues.size())));
+        causa = QString::fromStdString(estado.text());
+        return estado.ok();
     });
     if (!escrito)
         throw NoSePuedeEscribir(m_ruta, causa);

@@ -210,8 +210,11 @@ void TVentanaAgenda::VuelveAEscribir()
     const auto lugar = m_borrador.Recupera(
         tabla, {[this] { return m_motor.Modificar(dataset::EditOf::fresh); },
                 m_borrador.EsNueva() ? [this] { return m_motor.Insertar(); } : std::function<bool()>()});
-    if (lugar == TBorrador::TLugar::suLinea)
+    if (lugar == TBorrador::TLugar::suLinea) {
+        if (const QString suyo = m_borrador.LoDeOtros().trimmed(); !suyo.isEmpty())
+            Avisa(suyo);
         return;
+    }
     Avisa(QStringLiteral("Había escrito:\n") + m_borrador.Tecleado().join(u'\n'));
     Deshabilita();
     tabla.refresh(); // a line that has gone is seen to be gone
@@ -339,10 +342,9 @@ bool TVentanaAgenda::FormKeyDown(int tecla)
     }
     if ((tecla != Qt::Key_Return && tecla != Qt::Key_Enter) || !Editando())
         return false;
-    dbcontrols::callLater(this, [this] {
-        setAttribute(Qt::WA_KeyboardFocusChange); // styles show the focus of buttons only then
-        focusNextChild();
-    });
+    // At once: what has been typed behind it may be waiting already.
+    setAttribute(Qt::WA_KeyboardFocusChange); // styles show the focus of buttons only then
+    focusNextChild();
     return true;
 }
 

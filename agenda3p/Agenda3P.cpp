@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <utility>
 
 using dataset::DataSet;
@@ -287,14 +288,11 @@ bool TAgenda3P::PreguntaBorrar(const QString &hora)
                          TituloAtencion);
 }
 
-TRespuesta TAgenda3P::BorraSiEsDe(DataSet &tabla, const QString &hora)
+/// The current line of a table as it has been shown, where it is of that hour; else one that is none.
+dataset::SeenRecord TAgenda3P::VistaSiEsDe(DataSet &tabla, const QString &hora)
 {
-    return ConGuarda(tabla, "Borrar", [&] {
-        if (tabla.isEmpty() || TLineaAgenda::Actual(tabla).Hora != hora)
-            return false;
-        TBDelete(tabla);
-        return true;
-    });
+    const bool esDeLaHora = !tabla.isEmpty() && TLineaAgenda::Actual(tabla).Hora == hora;
+    return esDeLaHora ? tabla.seen() : dataset::SeenRecord();
 }
 
 TRespuesta TAgenda3P::Borrar(bool preguntar)
@@ -310,11 +308,28 @@ TRespuesta TAgenda3P::Borrar(bool preguntar)
     });
     if (!hay)
         return hay;
+    // Yes is for the lines as they are now, whatever comes while it is asked. A table that cannot be read
+    // says so when it is its turn.
+    std::map<DataSet *, dataset::SeenRecord> vistas;
+    for (int notario = 1; notario <= TAgenda3P::NumNotarios(); ++notario) {
+        if (DataSet *const tabla = Tabla(notario); tabla && tabla->isActive())
+            static_cast<void>(ConGuarda(*tabla, "Borrar", [&] {
+                vistas.emplace(tabla, VistaSiEsDe(*tabla, hora));
+                return true;
+            }));
+    }
     if (preguntar && !PreguntaBorrar(hora))
         return false;
     QStringList causas;
     const auto borra = [&](DataSet &tabla) {
-        const TRespuesta suya = BorraSiEsDe(tabla, hora);
+        const TRespuesta suya = ConGuarda(tabla, "Borrar", [&] {
+            const auto nodo = vistas.extract(&tabla);
+            const auto vista = nodo.empty() ? VistaSiEsDe(tabla, hora) : nodo.mapped();
+            if (vista.bookmark() == 0)
+                return false;
+            tabla.remove(vista);
+            return true;
+        });
         if (!suya.Causa().isEmpty())
             causas << ConNombre(NotarioActual(), suya.Causa());
         return suya;

@@ -115,7 +115,7 @@ private:
     TAnadida AnadeEnTodas(QDate fecha, const QString &hora);
     static int AnadeSolas(dataset::DataSet &tabla, QDate fecha, const QStringList &horas,
                           const TFaltan &faltan);
-    static TRespuesta BorraSiEsDe(dataset::DataSet &tabla, const QString &hora);
+    static dataset::SeenRecord VistaSiEsDe(dataset::DataSet &tabla, const QString &hora);
     static bool PreguntaBorrar(const QString &hora);
     TRespuesta TomaHueco(const THueco &hueco);
     TRespuesta BorraTomado(const THueco &hueco);

@@ -292,12 +292,13 @@ TRespuesta TAgenda3P::Limpiar(bool preguntar)
         if (const auto sinLinea =
                 RespuestaSinLinea(TALaVista::dia, SinCitaQue(QStringLiteral("limpiar"), false)))
             return *sinLinea;
+        const dataset::SeenRecord vista = tabla.seen(); // yes is for this line, whatever comes meanwhile
         if (preguntar &&
             !PreguntaMotor(QStringLiteral("¿Desea limpiar la cita de las %1 de la base de datos?")
                                .arg(TLineaAgenda::Actual(tabla).Hora),
                            TituloAtencion))
             return false;
-        tabla.edit();
+        tabla.edit(vista);
         TLineaAgenda().Escribe(tabla, std::array{TCampoLinea::interesado, TCampoLinea::concepto,
                                                  TCampoLinea::oficial, TCampoLinea::salida});
         TBPost(tabla);

@@ -168,11 +168,12 @@ TRespuesta TClassAgendaN::Borrar(bool preguntar, TALaVista vista)
     return ConGuarda(tabla, "Borrar", [&]() -> TRespuesta {
         if (const auto sinLinea = RespuestaSinLinea(vista, SinCitaQue(QStringLiteral("borrar"), true)))
             return *sinLinea;
+        const dataset::SeenRecord estaLinea = tabla.seen(); // yes is for this line, whatever comes meanwhile
         if (preguntar && !PreguntaMotor(QStringLiteral("¿Desea borrar la cita de las %1 de la base de datos?")
                                             .arg(TLineaAgenda::Actual(tabla).Hora),
                                         TituloAtencion))
             return false;
-        TBDelete(tabla);
+        tabla.remove(estaLinea);
         return true;
     });
 }

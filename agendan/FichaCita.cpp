@@ -236,8 +236,12 @@ bool TFFichaCitas::FormKeyDown(int tecla)
     switch (tecla) {
     case Qt::Key_Enter:
     case Qt::Key_Return:
-        dbcontrols::callLater(this, [this] { focusNextPrevChild(true); });
-        return focusWidget() == DBMConcepto; // there it would be typed as well, as a blank
+        if (qobject_cast<QLineEdit *>(focusWidget()) || focusWidget() == DBMConcepto) {
+            focusNextPrevChild(true); // at once: what has been typed behind it may be waiting already
+            return true;
+        }
+        dbcontrols::callLater(this, [this] { focusNextPrevChild(true); }); // buttons and lists want the key
+        return false;
     case Qt::Key_Escape:
         (BSalir->isEnabled() ? BSalir : BCancelar)->click();
         return true;

@@ -36,6 +36,42 @@ Result<File> File::createBeside(const File &owner, const std::filesystem::path &
     return make(path, &owner);
 }
 
+Status File::takeRightsOf(const File &owner)
+{
+    return m_native->takeRightsOf(*owner.m_native);
+}
+
+Status replaceContent(const std::filesystem::path &file, std::span<const std::uint8_t> bytes)
+{
+    const auto old = File::open(file, File::Mode::readOnly);
+    if (!old.ok() && old.status().kind() != ErrorKind::notFound)
+        return old.status();
+    std::filesystem::path written = file;
+    written += ".NUEVO";
+    std::error_code error;
+    std::filesystem::remove(written, error); // of a replacement that was cut
+    Status status;
+    {
+        auto made = old.ok() ? File::createBeside(old.value(), written) : File::create(written);
+        status = made.status();
+        if (status.ok())
+            status = made.value().writeAt(0, bytes);
+        if (status.ok())
+            status = made.value().sync();
+    }
+    if (status.ok()) {
+        std::filesystem::rename(written, file, error);
+        if (error)
+            status = {ErrorKind::inputOutput, "el fichero nuevo no ha podido ocupar su sitio",
+                      displayName(file)};
+    }
+    if (!status.ok()) {
+        std::filesystem::remove(written, error);
+        return status;
+    }
+    return syncFolder(file.parent_path());
+}
+
 FileIdentity File::identity() const
 {
     return m_native->identity;

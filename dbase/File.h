@@ -87,6 +87,8 @@ public:
     /// else, from before its first byte on.
     /// @return also readOnly when it cannot be made so; then there is none.
     static Result<File> createBeside(const File &owner, const std::filesystem::path &path);
+    /// Makes a file that has been made otherwise belong to another one. @return readOnly when it cannot be.
+    [[nodiscard]] Status takeRightsOf(const File &owner);
 
     [[nodiscard]] bool isOpen() const;
     /// Closes it, which gives back its locks. Every call on it fails from then on; unlock() does nothing.
@@ -151,7 +153,7 @@ struct MappedRange;
 /// Locks keep our own programs from shortening the file meanwhile. When another program does it all the same,
 /// what was there reads as zeros and lost() says so: whoever has read asks afterwards, and believes nothing
 /// of it when the answer is yes.
-class Mapping
+class DBASE_EXPORT Mapping
 {
 public:
     Mapping() = default;
@@ -179,6 +181,12 @@ private:
     std::size_t m_size = 0;
     MappedRange *m_range = nullptr; ///< known to the system's signals
 };
+
+/// Gives a file, which need not be there, another content in one step: a cut leaves the old one or the new one.
+/// It stays theirs who had it.
+/// @return readOnly, also when the rights cannot be kept; full, inputOutput, unsupported (no plain file).
+[[nodiscard]] DBASE_EXPORT Status replaceContent(const std::filesystem::path &file,
+                                                 std::span<const std::uint8_t> bytes);
 
 /// Makes names that were added to a folder survive a power cut, where the system needs to be told.
 DBASE_EXPORT Status syncFolder(const std::filesystem::path &folder);

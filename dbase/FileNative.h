@@ -54,7 +54,7 @@ struct File::Native {
 [[nodiscard]] Status failureOfCall(const std::string &what, const std::string &name);
 
 inline constexpr const char *noPlainFile = "no es un fichero normal, sino un enlace o algo parecido";
-inline constexpr const char *noSameRights = "no se pueden dar al fichero nuevo los permisos de la tabla";
+inline constexpr const char *noSameRights = "no se pueden dar al fichero nuevo los mismos permisos";
 
 #if !defined(_WIN32)
 /// Whether a file system is surely one of this machine alone.

@@ -88,6 +88,18 @@ bool WindowWait::eventFilter(QObject *receiver, QEvent *event)
             return true;
         }
         return false;
+    case QEvent::DragEnter:
+    case QEvent::DragMove:
+    case QEvent::Drop:
+        event->ignore(); // it can be done again
+        return true;
+    case QEvent::InputMethod:
+        // Letters of the desktop's input method are keys: they go to whoever has the focus then.
+        callLater(QCoreApplication::instance(), [letters = std::shared_ptr<QEvent>(event->clone())] {
+            if (QObject *const focus = QGuiApplication::focusObject())
+                QCoreApplication::sendEvent(focus, letters.get());
+        });
+        return true;
     case QEvent::ApplicationStateChange:
     case QEvent::Close:
     case QEvent::FocusAboutToChange:

@@ -158,9 +158,9 @@ Status Replacement::replaceFile()
     for (const Aside &one : m_aside) {
         if (!fs::exists(one.file, error))
             continue;
-        const auto rights = fs::status(one.kept, error).permissions();
-        fs::permissions(one.file, rights, error);
-        if (fs::status(one.file, error).permissions() != rights)
+        const auto old = dbase::File::open(one.kept, dbase::File::Mode::readOnly);
+        auto made = dbase::File::open(one.file, dbase::File::Mode::readWrite);
+        if (!old.ok() || !made.ok() || !made.value().takeRightsOf(old.value()).ok())
             return {ErrorKind::inputOutput, "no se pueden dar a la tabla los permisos que tenía",
                     m_table.name};
     }

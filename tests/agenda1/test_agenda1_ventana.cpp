@@ -2,6 +2,7 @@
 
 #include "agenda/LineaAgenda.h"
 #include "agenda/host/Constanteszen.h"
+#include "agenda/host/Servicios.h"
 #include "agenda1/Agenda1.h"
 #include "tests/agenda1/VentanaUnica.h"
 #include "tests/support/LineaDeAyuda.h"
@@ -220,6 +221,64 @@ TEST_F(UnNotarioTest, WhatCannotBeWrittenIsToldAndNothingIsLost)
         EXPECT_FALSE(editando());
         EXPECT_EQ(rejilla().model()->rowCount(), 1);
     });
+}
+
+// A program that heeds no locks writes into the field that is being typed: before the next Accept goes over
+// it, the clerk has read it somewhere.
+TEST_F(UnNotarioTest, WhatOthersHaveWrittenInTheSameFieldIsSeenBeforeItIsWrittenOver)
+{
+    support::MensajesApuntados mensajes;
+    TServicios apuntados = Servicios();
+    apuntados.Mensaje = &mensajes;
+    const TServiciosInstalados instalados(apuntados);
+    enVentana([&] {
+        tecla(Qt::Key_Insert, Qt::ShiftModifier);
+        edicion("DBEConcepto").selectAll();
+        teclea("Acta");
+        std::fstream fuera(oficina.carpetaDe("DB") / "AGENDA.DBF",
+                           std::ios::in | std::ios::out | std::ios::binary);
+        const auto cabecera = static_cast<std::streamoff>(32 + 6 * 32 + 1);
+        const auto registro = static_cast<std::streamoff>(1 + 8 + 5 + 16 + 1 + 75 + 100);
+        fuera.seekp(cabecera + registro + 1 + 8 + 5 + 16 + 1);
+        fuera << "SUYO ";
+        fuera.close();
+        pulsa("BAceptar");
+        ASSERT_TRUE(editando());
+        QStringList dicho = mensajes.Textos;
+        for (const QLabel *const rotulo : ventana->findChildren<QLabel *>())
+            dicho << rotulo->text();
+        for (const QLineEdit *const texto : ventana->findChildren<QLineEdit *>())
+            dicho << texto->text();
+        dicho << rejilla().model()->index(0, 1).data().toString();
+        EXPECT_TRUE(dicho.join(' ').contains("SUYO")) << dicho.join(" | ").toStdString();
+        pulsa("BAceptar");
+        EXPECT_FALSE(editando());
+    });
+    EXPECT_EQ(dia().first(), "09:00|Acta|GARCÍA|MARTA|N");
+}
+
+// Keys that have waited in their queue while the table was waited for come in one go: Enter is between them.
+TEST_F(UnNotarioTest, WhatIsTypedBehindEnterGoesIntoTheNextField)
+{
+    enVentana([&] {
+        const auto deGolpe = [this](int cual, const QString &texto) {
+            QKeyEvent pulsa(QEvent::KeyPress, cual, {}, texto);
+            QCoreApplication::sendEvent(ventana->windowHandle(), &pulsa);
+            QKeyEvent suelta(QEvent::KeyRelease, cual, {}, texto);
+            QCoreApplication::sendEvent(ventana->windowHandle(), &suelta);
+        };
+        comando("Nuevo");
+        for (const char *const campo : {"1015", "Acta", "RUIZ"}) {
+            for (const char letra : QByteArray(campo))
+                deGolpe(0, QChar(letra));
+            deGolpe(Qt::Key_Return, QStringLiteral("\r"));
+        }
+        QCoreApplication::processEvents();
+        EXPECT_EQ(edicion("DBEConcepto").text(), "Acta");
+        EXPECT_EQ(edicion("DBEInteresado").text(), "RUIZ");
+        pulsa("BAceptar");
+    });
+    EXPECT_EQ(dia().last(), "10:15|Acta|RUIZ||N");
 }
 
 TEST_F(UnNotarioTest, ALineThatGoesToAnotherDayDoesNotComeBackWithARefusedNewOne)

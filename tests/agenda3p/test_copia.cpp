@@ -135,6 +135,44 @@ TEST_F(CopiaTest, HoursThatAreNoneOfTheDay)
     EXPECT_FALSE(motor().Pegar({}));
 }
 
+// A screen goes on refreshing under the question: yes is for the line as it was when it was asked about.
+TEST_F(CopiaTest, YesIsForTheLineThatWasAskedAbout)
+{
+    for (int notario = 1; notario <= 2; ++notario)
+        oficina.linea(notario, Hoy, "09:00");
+    const auto leReservan = [this] {
+        const auto otro = oficina.agenda(1);
+        otro->edit();
+        otro->field(u"CONCEPTO").setText("Boda");
+        otro->post();
+        motor().TablaActual().refresh();
+    };
+    ve("09:00");
+    oficina.Mensaje.espera({"¿Desea limpiar la cita de las 09:00 de la base de datos?",
+                            " ATENCIÓN",
+                            1,
+                            {},
+                            support::TCaja::porSuTexto,
+                            leReservan});
+    EXPECT_FALSE(motor().Limpiar(true));
+    EXPECT_EQ(oficina.dia(1, Hoy), QStringList{"09:00 Boda N"});
+    const auto libera = oficina.agenda(1);
+    libera->edit();
+    libera->field(u"CONCEPTO").setText("");
+    libera->post();
+    motor().RangoPorFecha(Hoy);
+    ve("09:00");
+    oficina.Mensaje.espera(
+        {"¿Desea borrar la cita de las 09:00 de todas las agendas?\nLos datos se perderán.",
+         " ATENCIÓN",
+         1,
+         {},
+         support::TCaja::porSuTexto,
+         leReservan});
+    EXPECT_FALSE(motor().Borrar(true));
+    EXPECT_EQ(oficina.dia(1, Hoy), QStringList{"09:00 Boda N"});
+}
+
 TEST_F(CopiaTest, SixFieldsOfALineArePasted)
 {
     oficina.linea(1, Hoy, "09:00", "Poder", "S");

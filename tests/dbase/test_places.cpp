@@ -5,6 +5,7 @@
 
 #if !defined(_WIN32)
 
+#include <array>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -308,6 +309,13 @@ TEST_F(Places, WhatIsMadeForATableBelongsToThoseWhoHaveTheTable)
                                                  255, 255, 255, 32,  0,   0,   0,  255, 255, 255, 255};
             const bool hasList =
                 mode == 0660 && setxattr(file.c_str(), "system.posix_acl_access", list, sizeof list, 0) == 0;
+            const fs::path settings = office.path() / "oficina.ini";
+            writeFile(settings, "[A]\n");
+            ASSERT_EQ(chown(settings.c_str(), owner, *group), 0);
+            ASSERT_EQ(chmod(settings.c_str(), mode), 0);
+            if (hasList) {
+                ASSERT_EQ(setxattr(settings.c_str(), "system.posix_acl_access", list, sizeof list, 0), 0);
+            }
             const mode_t old = umask(mask);
             {
                 OpenOptions options;
@@ -317,9 +325,11 @@ TEST_F(Places, WhatIsMadeForATableBelongsToThoseWhoHaveTheTable)
                 ASSERT_TRUE(opened.value()->append(blankRecord(opened.value()->recordLength())).ok());
                 ASSERT_TRUE(opened.value()->pack().ok());
                 ASSERT_TRUE(opened.value()->replaceLines({}, office.path() / "COPIA.DBF").ok());
+                ASSERT_TRUE(replaceContent(settings, std::array<std::uint8_t, 2>{'x', 'y'}).ok());
             }
             umask(old);
-            for (const char *const name : {"AGENDA_N.DBF", "AGENDA_N.JNL", "AGENDA_N.MDX", "COPIA.DBF"}) {
+            for (const char *const name :
+                 {"AGENDA_N.DBF", "AGENDA_N.JNL", "AGENDA_N.MDX", "COPIA.DBF", "oficina.ini"}) {
                 SCOPED_TRACE(name);
                 const auto made = statusOf(office.path() / name);
                 EXPECT_EQ(made.st_uid, owner);

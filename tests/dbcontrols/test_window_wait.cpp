@@ -9,9 +9,11 @@
 #include <QtCore/QTimer>
 #include <QtGui/QCloseEvent>
 #include <QtGui/QExposeEvent>
+#include <QtGui/QInputMethodEvent>
 #include <QtGui/QWindow>
 #include <QtTest/QTest>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QLineEdit>
 #include <QtWidgets/QWidget>
 
 #include <filesystem>
@@ -122,6 +124,53 @@ TEST_F(WindowWaitTest, AWindowWhoseTableWaitsIsShownAgainAndDoesNothingElse)
     EXPECT_EQ(fired, 1);
     EXPECT_EQ(called, 1);
     EXPECT_GT(window.paints, painted);
+    EXPECT_FALSE(window.isVisible());
+}
+
+// A desktop's input method and a drop of text bring letters by ways of their own, which are no keys.
+TEST_F(WindowWaitTest, NoTextArrivesWhileATableWaits)
+{
+    QLineEdit edit;
+    edit.show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&edit));
+    edit.setFocus();
+    auto held = m_others->lockRecord(1);
+    ASSERT_TRUE(held.ok());
+    std::thread colleague([&] {
+        std::this_thread::sleep_for(500ms);
+        auto *const typed = new QInputMethodEvent;
+        typed->setCommitString("composed");
+        QCoreApplication::postEvent(&edit, typed);
+        std::this_thread::sleep_for(300ms);
+        held.value().release();
+    });
+    const auto mine = m_mine->lockRecord(1);
+    colleague.join();
+    ASSERT_TRUE(mine.ok());
+    EXPECT_EQ(edit.text(), "");
+    QTest::qWait(50);
+    EXPECT_EQ(edit.text(), "composed");
+}
+
+// Whoever asks a window to close while a table waits sees it closed afterwards.
+TEST_F(WindowWaitTest, AWindowThatIsToCloseWhileATableWaitsClosesAfterwards)
+{
+    QWidget window;
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    auto held = m_others->lockRecord(1);
+    ASSERT_TRUE(held.ok());
+    std::thread colleague([&] {
+        std::this_thread::sleep_for(500ms);
+        QMetaObject::invokeMethod(&window, &QWidget::close, Qt::QueuedConnection);
+        std::this_thread::sleep_for(300ms);
+        held.value().release();
+    });
+    const auto mine = m_mine->lockRecord(1);
+    colleague.join();
+    ASSERT_TRUE(mine.ok());
+    EXPECT_TRUE(window.isVisible());
+    QTest::qWait(50);
     EXPECT_FALSE(window.isVisible());
 }
 

@@ -80,6 +80,23 @@ void work(const Scene &scene, const std::filesystem::path &folder, Recording &ma
     }
 }
 
+constexpr const char *packedAway = "CLIENTE BORRADO";
+
+/// A client is taken down, crossed out, and packed away.
+void packAway(const std::filesystem::path &folder, unsigned start)
+{
+    std::mt19937 random(start);
+    AgendaTable agenda;
+    ASSERT_TRUE(agenda.open(folder).ok());
+    const auto line = agenda.line(packedAway, "v1", random);
+    ASSERT_TRUE(agenda.table().beginGroup().ok()); // nobody is to see it live
+    const auto added = agenda.table().append(line);
+    ASSERT_TRUE(added.ok());
+    ASSERT_TRUE(agenda.table().erase(added.value(), line).ok());
+    ASSERT_TRUE(agenda.table().commitGroup().ok());
+    ASSERT_TRUE(agenda.table().pack().ok());
+}
+
 Recording record(const Scene &scene)
 {
     const support::TempFolder folder;
@@ -90,11 +107,8 @@ Recording record(const Scene &scene)
     filecalls::plant(scene.planted);
     filecalls::behaveAs(scene.share);
     work(scene, folder.path(), made);
-    if (scene.packs) {
-        AgendaTable agenda;
-        EXPECT_TRUE(agenda.open(folder.path()).ok());
-        EXPECT_TRUE(agenda.table().pack().ok());
-    }
+    if (scene.packs)
+        packAway(folder.path(), scene.seed);
     made.events = filecalls::recorded();
     filecalls::behaveAs(Share::local);
     filecalls::unwatch();
@@ -111,6 +125,20 @@ std::vector<std::string> judgeMarks(const std::filesystem::path &folder, std::sp
     return judge(folder, told);
 }
 
+/// Whatever a cut has left, the next packing leaves nothing in any file of a line that is not there.
+std::vector<std::string> judgePacked(const std::filesystem::path &folder, std::span<const std::string> marks)
+{
+    auto found = judgeMarks(folder, marks);
+    const auto table = dbase::Table::open(folder / "AGENDA_N.DBF");
+    if (!table.ok() || !table.value()->pack().ok())
+        found.emplace_back("it cannot be packed");
+    for (const auto &entry : std::filesystem::directory_iterator(folder)) {
+        if (support::readFile(entry.path()).find(packedAway) != std::string::npos)
+            found.push_back("left in " + entry.path().filename().string());
+    }
+    return found;
+}
+
 CutReport cut(const Scene &scene, const Recording &recording, int statesAtPoint, int repairsCut)
 {
     CutOptions options;
@@ -119,7 +147,7 @@ CutReport cut(const Scene &scene, const Recording &recording, int statesAtPoint,
     options.repairsCut = repairsCut;
     options.planted = scene.planted;
     options.share = scene.share;
-    return cutEverywhere(recording.start, recording.events, judgeMarks, options);
+    return cutEverywhere(recording.start, recording.events, scene.packs ? judgePacked : judgeMarks, options);
 }
 
 void expectNoFailure(const CutReport &report)
