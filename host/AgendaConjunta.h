@@ -135,6 +135,7 @@ private:
     void PegaAUnaHora();
     /// @param hora  of the first copied line; null: each goes to its own hour.
     void Pega(const QString &hora);
+    bool SeVenLosDestinos(TPegado &pegado);
     void VaciaPortapapeles();
     void Completa();
     void MueveDia(bool adelante);

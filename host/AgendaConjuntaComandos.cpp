@@ -193,7 +193,7 @@ void TFAgendaConjunta::NuevoHueco()
     const dataset::Bookmark nueva = m_motor.TablaActual().bookmark();
     m_modelo->Relee(m_fecha);
     if (const int fila = m_modelo->FilaDeLinea(nueva, Notario()); fila >= 0)
-        m_rejilla->setCurrentIndex(m_modelo->index(fila, m_columna));
+        m_rejilla->VeA(m_modelo->index(fila, m_columna));
     if (!todas)
         AvisaSiFallo(
             todas,
@@ -300,11 +300,29 @@ void TFAgendaConjunta::Copia()
             MensajeLargo);
 }
 
+/// Lines are written over as they are shown, which may be older than what the engine has read: the way back
+/// from its look may fail. @return false, after telling so, where one is not shown at all.
+bool TFAgendaConjunta::SeVenLosDestinos(TPegado &pegado)
+{
+    for (TPegado::TDestino &destino : pegado.Destinos) {
+        if (destino.Linea.bookmark() == 0)
+            continue;
+        const int fila = m_modelo->FilaDeLinea(destino.Linea.bookmark(), pegado.Notario);
+        if (fila < 0) {
+            AvisaError(QStringLiteral("No se ha pegado nada.\nNo se ve lo que hay a las %1 en %2.")
+                           .arg(destino.Hora, DeQuien(pegado.Notario)));
+            return false;
+        }
+        destino.Linea = m_modelo->Vista(fila, pegado.Notario);
+    }
+    return true;
+}
+
 void TFAgendaConjunta::Pega(const QString &hora)
 {
     if (!PonNotario(Notario()))
         return;
-    const TPegado pegado = m_motor.PreparaPegado(m_fecha, hora);
+    TPegado pegado = m_motor.PreparaPegado(m_fecha, hora);
     for (const TPegado::TDestino &destino : pegado.Destinos) {
         if (SeVeEnSuHoja(destino.Hora))
             continue;
@@ -312,6 +330,8 @@ void TFAgendaConjunta::Pega(const QString &hora)
         return;
     }
     Muestra(PuestoActual()); // what is asked about is seen
+    if (!SeVenLosDestinos(pegado))
+        return;
     if (pegado.SePisan &&
         !PreguntaGrave(
             QStringLiteral("¿Desea pegar (S/N)?"),
@@ -326,7 +346,7 @@ void TFAgendaConjunta::Pega(const QString &hora)
     RefrescaTablas();
     m_modelo->Relee(m_fecha);
     if (const int fila = m_modelo->FilaDe(pegado.Destinos.value(0).Hora); hecho && fila >= 0)
-        m_rejilla->setCurrentIndex(m_modelo->index(fila, m_columna));
+        m_rejilla->VeA(m_modelo->index(fila, m_columna));
     AvisaSiFallo(hecho, hecho ? QStringLiteral(
                                     "Está pegado, pero el hueco no se ha podido añadir en todas las agendas.")
                               : QStringLiteral("No se ha pegado nada."));
