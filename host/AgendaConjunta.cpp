@@ -208,7 +208,7 @@ void TFAgendaConjunta::Muestra(const TPuestoConjunto &puesto)
     m_modelo->Relee(m_fecha, m_rejilla->EstaEditando()); // the rows wait until the cell is closed
     const QModelIndex celda = m_modelo->Celda(puesto);
     if (celda.isValid() && celda != m_rejilla->currentIndex())
-        m_rejilla->setCurrentIndex(celda);
+        m_rejilla->VeA(celda);
     if (celda == antes) { // rows that came or went have moved nothing that the clerk looks at
         m_rejilla->verticalScrollBar()->setValue(alto);
         m_rejilla->horizontalScrollBar()->setValue(ancho);

@@ -125,6 +125,9 @@ bool TFAgendaConjunta::GuardaEdicion(QLineEdit &editor, const QModelIndex &celda
         AvisaDespues(QStringLiteral("No se ha podido guardar la cita.\nHabía escrito:\n") + editor.text());
         return true;
     }
+    // One key or click may leave the cell twice: what he is still to be told is no reason to write over it.
+    if (!m_acaba && !m_porDecir.isEmpty())
+        return false;
     m_motor.PonNotarioActual(m_notarioEnEdicion);
     DataSet &tabla = *m_enEdicion;
     TRespuesta guardada = TomaCelda();

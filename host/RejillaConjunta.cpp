@@ -106,6 +106,11 @@ TRejillaConjunta::TRejillaConjunta(TModeloConjunto &modelo, IEdicionConjunta &ed
     verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
 }
 
+void TRejillaConjunta::VeA(const QModelIndex &celda)
+{
+    selectionModel()->setCurrentIndex(celda, QItemSelectionModel::ClearAndSelect);
+}
+
 bool TRejillaConjunta::edit(const QModelIndex &celda, EditTrigger motivo, QEvent *evento)
 {
     const bool loPide = motivo == AllEditTriggers || (editTriggers() & motivo);
@@ -169,7 +174,7 @@ void TRejillaConjunta::closeEditor(QWidget *editor, QAbstractItemDelegate::EndEd
     const auto *const delegado = qobject_cast<const TDelegadoConjunto *>(itemDelegate());
     if (luego != QAbstractItemDelegate::RevertModelCache && delegado && delegado->QuedaPendiente()) {
         // What was typed stays where it was typed, to be tried again or given up with Esc.
-        setCurrentIndex(m_editada);
+        VeA(m_editada);
         if (editor)
             dbcontrols::callLater(editor, [editor] { editor->setFocus(); });
         return;
@@ -181,7 +186,7 @@ void TRejillaConjunta::closeEditor(QWidget *editor, QAbstractItemDelegate::EndEd
     const bool siguiente = luego == QAbstractItemDelegate::EditNextItem;
     if (!siguiente && luego != QAbstractItemDelegate::EditPreviousItem)
         return;
-    setCurrentIndex(moveCursor(siguiente ? MoveNext : MovePrevious, Qt::NoModifier));
+    VeA(moveCursor(siguiente ? MoveNext : MovePrevious, Qt::NoModifier));
     // Who types on to the next cell has not asked for a slot where there is none.
     if (!currentIndex().data(TModeloConjunto::PapelHueco).toBool())
         edit(currentIndex(), AllEditTriggers, nullptr);
