@@ -8,6 +8,7 @@
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
+#include "dbcontrols/LaterCall.h"
 #include "host/DialogoHora.h"
 
 #include <QtCore/QScopedValueRollback>
@@ -38,13 +39,18 @@ bool TFAgendaConjunta::ConGuarda(const TOrden &orden)
 bool TFAgendaConjunta::Prepara(TSobre sobre)
 {
     const QDate antes = m_fecha;
+    const TPuestoConjunto puesto = m_modelo->Puesto(m_rejilla->currentIndex());
     if (m_ordenes > 0 || !CierraEditor() || !AceptaFecha())
         return false;
-    if (m_fecha == antes || sobre == TSobre::elDia)
+    // A line that was being typed into may have gone, and what comes in its place was not meant.
+    const bool sigue = puesto.Hora.isEmpty() || (m_porDecir.isEmpty() && m_modelo->Sigue(puesto));
+    if ((m_fecha == antes && sigue) || sobre == TSobre::elDia)
         return true;
     m_rejilla->setFocus();
     statusBar()->showMessage(
-        QStringLiteral("Ahora se ve el %1: elija en él y repita la orden.").arg(Date_Cad(m_fecha)),
+        m_fecha != antes
+            ? QStringLiteral("Ahora se ve el %1: elija en él y repita la orden.").arg(Date_Cad(m_fecha))
+            : QStringLiteral("Ya no está la línea de las %1: elija otra y repita la orden.").arg(puesto.Hora),
         MensajeLargo);
     return false;
 }
@@ -85,7 +91,7 @@ void TFAgendaConjunta::CuentaAvisos()
 
 void TFAgendaConjunta::CuentaAvisosPronto()
 {
-    QMetaObject::invokeMethod(this, &TFAgendaConjunta::CuentaAvisos, Qt::QueuedConnection);
+    dbcontrols::callLater(this, [this] { CuentaAvisos(); });
 }
 
 void TFAgendaConjunta::AvisaSiFallo(const TRespuesta &respuesta, const QString &que)
@@ -184,16 +190,13 @@ void TFAgendaConjunta::NuevoHueco()
         return;
     const QString hora = dialogo.Hora();
     RefrescaTablas();
-    m_modelo->Relee(m_fecha);
+    Muestra(PuestoActual());
     if (m_modelo->FilaDe(hora) >= 0 && !Pregunta(QStringLiteral("¿Desea añadir otro (S/N)?"),
                                                  QStringLiteral("Ya hay un hueco a las %1.").arg(hora)))
         return;
     m_motor.PonNotarioActual(Notario());
     const TRespuesta todas = m_motor.Anadir(m_fecha, hora);
-    const dataset::Bookmark nueva = m_motor.TablaActual().bookmark();
-    m_modelo->Relee(m_fecha);
-    if (const int fila = m_modelo->FilaDeLinea(nueva, Notario()); fila >= 0)
-        m_rejilla->VeA(m_modelo->index(fila, m_columna));
+    Muestra({hora, 0, m_columna, m_motor.TablaActual().bookmark()});
     if (!todas)
         AvisaSiFallo(
             todas,
@@ -344,9 +347,10 @@ void TFAgendaConjunta::Pega(const QString &hora)
         return;
     const TRespuesta hecho = m_motor.PegaPreparado(pegado);
     RefrescaTablas();
-    m_modelo->Relee(m_fecha);
-    if (const int fila = m_modelo->FilaDe(pegado.Destinos.value(0).Hora); hecho && fila >= 0)
-        m_rejilla->VeA(m_modelo->index(fila, m_columna));
+    const TPegado::TDestino primero = pegado.Destinos.value(0);
+    Muestra(hecho ? TPuestoConjunto{primero.Hora, 0, m_columna, primero.Linea.bookmark()} : PuestoActual());
+    if (hecho)
+        m_rejilla->VeA(m_rejilla->currentIndex());
     AvisaSiFallo(hecho, hecho ? QStringLiteral(
                                     "Está pegado, pero el hueco no se ha podido añadir en todas las agendas.")
                               : QStringLiteral("No se ha pegado nada."));

@@ -171,12 +171,13 @@ void TRejillaConjunta::resizeEvent(QResizeEvent *evento)
 
 void TRejillaConjunta::closeEditor(QWidget *editor, QAbstractItemDelegate::EndEditHint luego)
 {
+    if (!editor || editor != indexWidget(m_editada))
+        return; // closed already; another one may be open
     const auto *const delegado = qobject_cast<const TDelegadoConjunto *>(itemDelegate());
     if (luego != QAbstractItemDelegate::RevertModelCache && delegado && delegado->QuedaPendiente()) {
         // What was typed stays where it was typed, to be tried again or given up with Esc.
         VeA(m_editada);
-        if (editor)
-            dbcontrols::callLater(editor, [editor] { editor->setFocus(); });
+        dbcontrols::callLater(editor, [editor] { editor->setFocus(); });
         return;
     }
     QTableView::closeEditor(editor, QAbstractItemDelegate::NoHint);
@@ -277,5 +278,16 @@ bool TDelegadoConjunto::eventFilter(QObject *objeto, QEvent *evento)
     // The base class would write and close a cell that a list or a message box covers.
     if (evento->type() == QEvent::FocusOut && m_edicion.HayDialogo())
         return false;
+    // At once, so that nothing comes between the key and the text: what the base class puts off would also
+    // be done while a table is waited for.
+    if (auto *const editor = qobject_cast<QLineEdit *>(objeto);
+        editor && evento->type() == QEvent::KeyPress) {
+        const int tecla = static_cast<QKeyEvent *>(evento)->key();
+        if (tecla == Qt::Key_Enter || tecla == Qt::Key_Return) {
+            emit commitData(editor);
+            emit closeEditor(editor, SubmitModelCache);
+            return true;
+        }
+    }
     return QStyledItemDelegate::eventFilter(objeto, evento);
 }
