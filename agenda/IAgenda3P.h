@@ -160,10 +160,10 @@ public:
     [[nodiscard]] virtual TPegado PreparaPegado(QDate fecha, const QString &hora) = 0;
     /// Does it: all lines in one commit, or none where one of those to be written over has changed since,
     /// somebody has booked at an hour that was free, more has been copied, or a line of that table is being
-    /// edited. Slots that are missing are
-    /// added first, and stay: to the current table alone where another one has that hour, otherwise to all.
-    /// Every table stands afterwards where it stood before, and nothing of the paste is left pending. @return
-    /// whether it was pasted; true with a cause where a slot could not be added to another table.
+    /// edited. Slots that are missing are added once those lines have been looked at, and stay where one of
+    /// them changes in that moment: to the current table alone where another one has that hour, otherwise to
+    /// all. Every table stands afterwards where it stood before, and nothing of the paste is left pending.
+    /// @return whether it was pasted; true with a cause where a slot could not be added to another table.
     virtual TRespuesta PegaPreparado(const TPegado &pegado) = 0;
     /// Blanks the current line but for its date, hour, client code and notice flag.
     virtual TRespuesta Limpiar(bool preguntar) = 0;

@@ -138,8 +138,12 @@ TRespuesta TOrdenesDeLineas::CambiaTodas(const std::function<void(dataset::DataS
         fallidas.emplaceBack(TLineaAgenda::DeVista(m_tabla, una.Linea).Hora, una.Causa);
     const bool alguna = fallidas.size() < lineas.size();
     fallidas += AnadidasDesde(lineas);
-    if (!m_tabla.goToBookmark(donde))
-        m_tabla.first();
+    try {
+        if (!m_tabla.goToBookmark(donde))
+            m_tabla.first();
+    } catch (const std::exception &error) { // the work is done, and what is left of it is to be told
+        qCWarning(registroLineas, "The line that was current is not gone back to: %s", error.what());
+    }
     return {alguna, HorasYCausas(fallidas)};
 }
 

@@ -44,11 +44,12 @@ public:
     TLineasFallidas Mueve(const TLineasVistas &lineas, QDate destino);
     /// Puts a mark in front of each subject, and SALIDA "S".
     TLineasFallidas Marca(const TLineasVistas &lineas, const QString &marca);
-    /// Changes every line that the table shows, as it shows it, and goes back to the current line.
+    /// Changes every line that the table shows, as it shows it, and goes back to the current line, unless
+    /// that cannot be read by then.
     /// @param cambio  writes into the line that is being edited.
     /// @return whether a line has been changed; the cause names those that have not, by their hours, and
     /// those that others have added meanwhile.
-    /// @throws dataset::EDatabaseError when what is pending cannot be stored, or no line read afterwards.
+    /// @throws dataset::EDatabaseError when what is pending cannot be stored.
     TRespuesta CambiaTodas(const std::function<void(dataset::DataSet &)> &cambio);
 
 private:

@@ -256,6 +256,10 @@ TRespuesta TAgenda3P::PegaPreparado(const TPegado &pegado)
         if (copiadas != HorasCopiadas())
             return TRespuesta::Fallo(QStringLiteral("Lo copiado no es ya lo mismo."));
         const TSitio vuelve(*this);
+        for (const TPegado::TDestino &uno : std::as_const(destinos)) { // a refused paste leaves no new slots
+            if (uno.Linea.bookmark() != 0)
+                tabla.goToSeen(uno.Linea);
+        }
         QString causa;
         QHash<QString, int> ultima; // of several lines that go to one hour
         for (int i = 0; i < destinos.size(); ++i) {

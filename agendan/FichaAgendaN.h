@@ -142,6 +142,10 @@ private:
     /// The selected lines in the order of the selection when there are two or more, else the current one,
     /// as they are seen now.
     [[nodiscard]] TLineasVistas LineasDeLaOrden() const;
+    /// The lines of the day beside the current one, as they are shown.
+    [[nodiscard]] TLineasVistas LasDemas() const;
+    /// Whether they say the same by now.
+    [[nodiscard]] bool SiguenIguales(const TLineasVistas &lineas) const;
     void FichaCita(TOperacion operacion);
     void ABorrarExecute();
     void ASalidaExecute();
@@ -175,6 +179,7 @@ private:
     bool m_cerrada = true;
     int m_ordenesEnCurso = 0; ///< the timer keeps still meanwhile: a question may be about the current line
     int m_pestanaAnterior = 0;
+    bool m_diaVisto = true; ///< what was typed before the command in hand has brought nothing new with it
     bool m_fechaAtendida = true; ///< the day of the date field was shown when the field was left
     TBorrador m_borrador;        ///< of the first notary's line that is being edited in its grid
     QColor m_colorSalida;

@@ -121,6 +121,31 @@ TLineasVistas TFFichaAgendaN::LineasDeLaOrden() const
     return lineas;
 }
 
+TLineasVistas TFFichaAgendaN::LasDemas() const
+{
+    const DataSet &tabla = *GetDatosAgendaN();
+    TLineasVistas lineas;
+    for (const Bookmark linea : tabla.rows()) {
+        if (linea != tabla.bookmark())
+            lineas << tabla.seen(linea);
+    }
+    return lineas;
+}
+
+bool TFFichaAgendaN::SiguenIguales(const TLineasVistas &lineas) const
+{
+    const DataSet &tabla = *GetDatosAgendaN();
+    const TLineasVistas ahora = LasDemas();
+    const auto igual = [&tabla](const dataset::SeenRecord &una, const dataset::SeenRecord &otra) {
+        return una.bookmark() == otra.bookmark() &&
+               std::all_of(TodosLosCampos.begin(), TodosLosCampos.end(), [&](TCampoLinea campo) {
+                   const int cual = tabla.fieldIndex(NombreDe(campo));
+                   return tabla.textOf(una, cual) == tabla.textOf(otra, cual);
+               });
+    };
+    return std::equal(lineas.begin(), lineas.end(), ahora.begin(), ahora.end(), igual);
+}
+
 void TFFichaAgendaN::FichaCita(TOperacion operacion)
 {
     DataSet *const tabla = GetDatosAgendaN();
@@ -178,6 +203,11 @@ void TFFichaAgendaN::AAusenteExecute()
 {
     if (!GetDatosAgendaN())
         return;
+    if (!m_diaVisto) { // the whole day is marked as it is seen, and it has only just come
+        AvisaAlUsuario(QStringLiteral("Otro puesto ha cambiado el día mientras tanto. Mire lo que "
+                                      "dice ahora y repita la orden."));
+        return;
+    }
     AvisaSiFallo(m_motor->Ausente(),
                  QStringLiteral("No se ha podido marcar la ausencia en todas las líneas."));
 }

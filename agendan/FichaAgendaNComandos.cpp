@@ -21,8 +21,11 @@ using dataset::DataSet;
 
 bool TFFichaAgendaN::Ejecuta(TAlcance alcance, const TOrden &orden)
 {
+    const bool tecleando = GetDatosAgendaN() && GetDatosAgendaN()->isEditing();
+    const TLineasVistas antes = tecleando ? LasDemas() : TLineasVistas();
     if (!m_motor || (alcance == TAlcance::citas && !AceptaFecha()) || !AceptaPendiente(Pestana()))
         return false; // what was typed is still there, and the reason has been told
+    m_diaVisto = !tecleando || SiguenIguales(antes);
     const QPointer<QWidget> conFoco = focusWidget();
     ConGuarda(orden);
     LeeColorSalida();

@@ -189,11 +189,13 @@ void DbGrid::moveDataSet(int row)
     DataSet *const set = activeSet();
     try {
         // By bookmark: posting the line that is left may move others to another row.
-        if (set->goToBookmark(m_model->bookmarkAt(row))) {
+        // Of a row that is one no more the set may know already, where the grid has not been told yet.
+        const dataset::Bookmark bookmark = m_model->bookmarkAt(row);
+        if (set->rowOf(bookmark) >= 0 && set->goToBookmark(bookmark)) {
             syncCurrent();
             return;
         }
-        set->refresh(); // somebody has deleted it
+        set->refresh(); // somebody has deleted it, or moved it elsewhere
     } catch (const dataset::EDatabaseError &error) {
         report(dataset::plainText(error));
     }

@@ -205,10 +205,13 @@ void TFAgendaConjunta::Muestra(const TPuestoConjunto &puesto)
     const int alto = m_rejilla->verticalScrollBar()->value();
     const int ancho = m_rejilla->horizontalScrollBar()->value();
     const QModelIndex antes = m_rejilla->currentIndex();
+    const QList<TPuestoConjunto> elegidas = Elegidas();
     m_modelo->Relee(m_fecha, m_rejilla->EstaEditando()); // the rows wait until the cell is closed
     const QModelIndex celda = m_modelo->Celda(puesto);
     if (celda.isValid() && celda != m_rejilla->currentIndex())
-        m_rejilla->setCurrentIndex(celda);
+        m_rejilla->VeA(celda);
+    if (elegidas.size() > 1 && Elegidas() != elegidas)
+        Elige(elegidas);
     if (celda == antes) { // rows that came or went have moved nothing that the clerk looks at
         m_rejilla->verticalScrollBar()->setValue(alto);
         m_rejilla->horizontalScrollBar()->setValue(ancho);
@@ -228,10 +231,13 @@ QList<TPuestoConjunto> TFAgendaConjunta::Elegidas() const
 
 void TFAgendaConjunta::Elige(const QList<TPuestoConjunto> &puestos)
 {
+    QItemSelection celdas;
     for (const TPuestoConjunto &puesto : puestos) {
         if (m_modelo->Sigue(puesto))
-            m_rejilla->selectionModel()->select(m_modelo->Celda(puesto), QItemSelectionModel::Select);
+            celdas.select(m_modelo->Celda(puesto), m_modelo->Celda(puesto));
     }
+    if (!celdas.isEmpty())
+        m_rejilla->selectionModel()->select(celdas, QItemSelectionModel::ClearAndSelect);
 }
 
 QString TFAgendaConjunta::RefrescaTablas()
@@ -252,12 +258,8 @@ void TFAgendaConjunta::Refresca()
         m_modelo->Relee(m_fecha, true); // the rows wait until the cell is closed
         return;
     }
-    const QList<TPuestoConjunto> elegidas = Elegidas();
     const TPuestoConjunto actual = PuestoActual();
-    const int filas = m_modelo->rowCount();
     Muestra(actual);
-    if (elegidas.size() > 1 && m_modelo->rowCount() != filas)
-        Elige(elegidas);
     // A row may have been one that can be read no more.
     const bool seSabe = actual.Linea != 0 ? !m_modelo->EsIlegible(Notario()) : !m_modelo->HayIlegibles();
     if (!actual.Hora.isEmpty() && !m_modelo->Sigue(actual) && seSabe)

@@ -135,6 +135,7 @@ private:
     void PegaAUnaHora();
     /// @param hora  of the first copied line; null: each goes to its own hour.
     void Pega(const QString &hora);
+    bool SeVenLosDestinos(TPegado &pegado);
     void VaciaPortapapeles();
     void Completa();
     void MueveDia(bool adelante);
@@ -164,9 +165,9 @@ private:
     void EligeDeLista();
     bool CierraEditor();
     void Refresca();
-    /// Shows what the tables hold now, and goes to a place.
+    /// Shows what the tables hold now, and goes to a place; chosen lines stay chosen where they go.
     void Muestra(const TPuestoConjunto &puesto);
-    /// Chooses cells again that were chosen before rows came or went.
+    /// Chooses the cells of places that are still there, and no others.
     void Elige(const QList<TPuestoConjunto> &puestos);
     [[nodiscard]] QList<TPuestoConjunto> Elegidas() const;
     [[nodiscard]] TPuestoConjunto PuestoActual() const;

@@ -8,6 +8,7 @@
 #include "agenda/Ruttb.h"
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
+#include "dbcontrols/LaterCall.h"
 #include "host/DialogoHora.h"
 
 #include <QtCore/QScopedValueRollback>
@@ -38,13 +39,18 @@ bool TFAgendaConjunta::ConGuarda(const TOrden &orden)
 bool TFAgendaConjunta::Prepara(TSobre sobre)
 {
     const QDate antes = m_fecha;
+    const TPuestoConjunto puesto = m_modelo->Puesto(m_rejilla->currentIndex());
     if (m_ordenes > 0 || !CierraEditor() || !AceptaFecha())
         return false;
-    if (m_fecha == antes || sobre == TSobre::elDia)
+    // A line that was being typed into may have gone, and what comes in its place was not meant.
+    const bool sigue = puesto.Hora.isEmpty() || (m_porDecir.isEmpty() && m_modelo->Sigue(puesto));
+    if ((m_fecha == antes && sigue) || sobre == TSobre::elDia)
         return true;
     m_rejilla->setFocus();
     statusBar()->showMessage(
-        QStringLiteral("Ahora se ve el %1: elija en él y repita la orden.").arg(Date_Cad(m_fecha)),
+        m_fecha != antes
+            ? QStringLiteral("Ahora se ve el %1: elija en él y repita la orden.").arg(Date_Cad(m_fecha))
+            : QStringLiteral("Ya no está la línea de las %1: elija otra y repita la orden.").arg(puesto.Hora),
         MensajeLargo);
     return false;
 }
@@ -85,7 +91,7 @@ void TFAgendaConjunta::CuentaAvisos()
 
 void TFAgendaConjunta::CuentaAvisosPronto()
 {
-    QMetaObject::invokeMethod(this, &TFAgendaConjunta::CuentaAvisos, Qt::QueuedConnection);
+    dbcontrols::callLater(this, [this] { CuentaAvisos(); });
 }
 
 void TFAgendaConjunta::AvisaSiFallo(const TRespuesta &respuesta, const QString &que)
@@ -184,16 +190,13 @@ void TFAgendaConjunta::NuevoHueco()
         return;
     const QString hora = dialogo.Hora();
     RefrescaTablas();
-    m_modelo->Relee(m_fecha);
+    Muestra(PuestoActual());
     if (m_modelo->FilaDe(hora) >= 0 && !Pregunta(QStringLiteral("¿Desea añadir otro (S/N)?"),
                                                  QStringLiteral("Ya hay un hueco a las %1.").arg(hora)))
         return;
     m_motor.PonNotarioActual(Notario());
     const TRespuesta todas = m_motor.Anadir(m_fecha, hora);
-    const dataset::Bookmark nueva = m_motor.TablaActual().bookmark();
-    m_modelo->Relee(m_fecha);
-    if (const int fila = m_modelo->FilaDeLinea(nueva, Notario()); fila >= 0)
-        m_rejilla->setCurrentIndex(m_modelo->index(fila, m_columna));
+    Muestra({hora, 0, m_columna, m_motor.TablaActual().bookmark()});
     if (!todas)
         AvisaSiFallo(
             todas,
@@ -300,11 +303,29 @@ void TFAgendaConjunta::Copia()
             MensajeLargo);
 }
 
+/// Lines are written over as they are shown, which may be older than what the engine has read: the way back
+/// from its look may fail. @return false, after telling so, where one is not shown at all.
+bool TFAgendaConjunta::SeVenLosDestinos(TPegado &pegado)
+{
+    for (TPegado::TDestino &destino : pegado.Destinos) {
+        if (destino.Linea.bookmark() == 0)
+            continue;
+        const int fila = m_modelo->FilaDeLinea(destino.Linea.bookmark(), pegado.Notario);
+        if (fila < 0) {
+            AvisaError(QStringLiteral("No se ha pegado nada.\nNo se ve lo que hay a las %1 en %2.")
+                           .arg(destino.Hora, DeQuien(pegado.Notario)));
+            return false;
+        }
+        destino.Linea = m_modelo->Vista(fila, pegado.Notario);
+    }
+    return true;
+}
+
 void TFAgendaConjunta::Pega(const QString &hora)
 {
     if (!PonNotario(Notario()))
         return;
-    const TPegado pegado = m_motor.PreparaPegado(m_fecha, hora);
+    TPegado pegado = m_motor.PreparaPegado(m_fecha, hora);
     for (const TPegado::TDestino &destino : pegado.Destinos) {
         if (SeVeEnSuHoja(destino.Hora))
             continue;
@@ -312,6 +333,8 @@ void TFAgendaConjunta::Pega(const QString &hora)
         return;
     }
     Muestra(PuestoActual()); // what is asked about is seen
+    if (!SeVenLosDestinos(pegado))
+        return;
     if (pegado.SePisan &&
         !PreguntaGrave(
             QStringLiteral("¿Desea pegar (S/N)?"),
@@ -324,9 +347,10 @@ void TFAgendaConjunta::Pega(const QString &hora)
         return;
     const TRespuesta hecho = m_motor.PegaPreparado(pegado);
     RefrescaTablas();
-    m_modelo->Relee(m_fecha);
-    if (const int fila = m_modelo->FilaDe(pegado.Destinos.value(0).Hora); hecho && fila >= 0)
-        m_rejilla->setCurrentIndex(m_modelo->index(fila, m_columna));
+    const TPegado::TDestino primero = pegado.Destinos.value(0);
+    Muestra(hecho ? TPuestoConjunto{primero.Hora, 0, m_columna, primero.Linea.bookmark()} : PuestoActual());
+    if (hecho)
+        m_rejilla->VeA(m_rejilla->currentIndex());
     AvisaSiFallo(hecho, hecho ? QStringLiteral(
                                     "Está pegado, pero el hueco no se ha podido añadir en todas las agendas.")
                               : QStringLiteral("No se ha pegado nada."));

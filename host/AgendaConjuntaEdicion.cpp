@@ -7,6 +7,7 @@
 #include "agenda/host/Servicios.h"
 #include "dataset/DatabaseError.h"
 #include "dbcontrols/FieldLink.h"
+#include "dbcontrols/LaterCall.h"
 
 #include <QtCore/QScopedValueRollback>
 #include <QtWidgets/QLineEdit>
@@ -110,7 +111,7 @@ void TFAgendaConjunta::EligeDeLista()
 void TFAgendaConjunta::AvisaDespues(const QString &texto)
 {
     m_porDecir << texto;
-    QMetaObject::invokeMethod(this, &TFAgendaConjunta::DiLoPendiente, Qt::QueuedConnection);
+    dbcontrols::callLater(this, [this] { DiLoPendiente(); });
 }
 
 void TFAgendaConjunta::DiLoPendiente()
@@ -125,6 +126,9 @@ bool TFAgendaConjunta::GuardaEdicion(QLineEdit &editor, const QModelIndex &celda
         AvisaDespues(QStringLiteral("No se ha podido guardar la cita.\nHabía escrito:\n") + editor.text());
         return true;
     }
+    // One key or click may leave the cell twice: what he is still to be told is no reason to write over it.
+    if (!m_acaba && !m_porDecir.isEmpty())
+        return false;
     m_motor.PonNotarioActual(m_notarioEnEdicion);
     DataSet &tabla = *m_enEdicion;
     TRespuesta guardada = TomaCelda();
@@ -141,7 +145,7 @@ bool TFAgendaConjunta::GuardaEdicion(QLineEdit &editor, const QModelIndex &celda
                  (sigue ? QStringLiteral("Lo que ha escrito sigue en la celda: pulse Intro para volver a "
                                          "intentarlo o Esc para dejarlo.") +
                               m_borrador.LoDeOtros()
-                        : QStringLiteral("Había escrito:\n") + m_borrador.Tecleado().join(u'\n')));
+                        : QStringLiteral("Había escrito:\n") + editor.text()));
     return !sigue;
 }
 

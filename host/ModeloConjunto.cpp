@@ -102,7 +102,14 @@ void TModeloConjunto::Relee(QDate dia, bool conservaFilas)
         return una.Hora == otra.Hora && una.Orden == otra.Orden;
     };
     const bool mismas = std::equal(m_filas.begin(), m_filas.end(), nuevas.begin(), nuevas.end(), mismoHueco);
-    if (!mismas && conservaFilas)
+    const auto mismasLineas = [](const TFila &una, const TFila &otra) {
+        return std::equal(una.Celdas.begin(), una.Celdas.end(), otra.Celdas.begin(),
+                          [](const TCelda &esta, const TCelda &esa) {
+                              return esta.Vista.bookmark() == esa.Vista.bookmark();
+                          });
+    };
+    if (conservaFilas &&
+        (!mismas || !std::equal(m_filas.begin(), m_filas.end(), nuevas.begin(), mismasLineas)))
         return;
     std::swap(m_ilegibles, ilegibles);
     if (!mismas) {

@@ -27,6 +27,7 @@ struct TPuestoConjunto {
     int Orden = 0; ///< from 0, among the rows of the same hour
     int Columna = 0;
     dataset::Bookmark Linea = 0; ///< 0 where the notary had none
+    friend bool operator==(const TPuestoConjunto &, const TPuestoConjunto &) = default;
 };
 
 /// The day of every notary side by side: one row for each slot that any of them has, three columns for each
@@ -47,7 +48,8 @@ public:
     void PonMotor(IAgenda3P &motor, const QStringList &nombres);
     /// Shows what the tables hold of a day by now. Where the slots are the same only cells that differ are
     /// told; lines of another day are left out.
-    /// @param conservaFilas  does nothing when slots have come or gone: a cell is being edited.
+    /// @param conservaFilas  does nothing when slots or lines have come, gone or moved: a cell is being
+    /// edited.
     void Relee(QDate dia, bool conservaFilas = false);
 
     [[nodiscard]] int NumNotarios() const { return static_cast<int>(m_nombres.size()); }

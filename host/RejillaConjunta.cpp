@@ -106,6 +106,11 @@ TRejillaConjunta::TRejillaConjunta(TModeloConjunto &modelo, IEdicionConjunta &ed
     verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
 }
 
+void TRejillaConjunta::VeA(const QModelIndex &celda)
+{
+    selectionModel()->setCurrentIndex(celda, QItemSelectionModel::ClearAndSelect);
+}
+
 bool TRejillaConjunta::edit(const QModelIndex &celda, EditTrigger motivo, QEvent *evento)
 {
     const bool loPide = motivo == AllEditTriggers || (editTriggers() & motivo);
@@ -166,12 +171,13 @@ void TRejillaConjunta::resizeEvent(QResizeEvent *evento)
 
 void TRejillaConjunta::closeEditor(QWidget *editor, QAbstractItemDelegate::EndEditHint luego)
 {
+    if (!editor || editor != indexWidget(m_editada))
+        return; // closed already; another one may be open
     const auto *const delegado = qobject_cast<const TDelegadoConjunto *>(itemDelegate());
     if (luego != QAbstractItemDelegate::RevertModelCache && delegado && delegado->QuedaPendiente()) {
         // What was typed stays where it was typed, to be tried again or given up with Esc.
-        setCurrentIndex(m_editada);
-        if (editor)
-            dbcontrols::callLater(editor, [editor] { editor->setFocus(); });
+        VeA(m_editada);
+        dbcontrols::callLater(editor, [editor] { editor->setFocus(); });
         return;
     }
     QTableView::closeEditor(editor, QAbstractItemDelegate::NoHint);
@@ -181,7 +187,7 @@ void TRejillaConjunta::closeEditor(QWidget *editor, QAbstractItemDelegate::EndEd
     const bool siguiente = luego == QAbstractItemDelegate::EditNextItem;
     if (!siguiente && luego != QAbstractItemDelegate::EditPreviousItem)
         return;
-    setCurrentIndex(moveCursor(siguiente ? MoveNext : MovePrevious, Qt::NoModifier));
+    VeA(moveCursor(siguiente ? MoveNext : MovePrevious, Qt::NoModifier));
     // Who types on to the next cell has not asked for a slot where there is none.
     if (!currentIndex().data(TModeloConjunto::PapelHueco).toBool())
         edit(currentIndex(), AllEditTriggers, nullptr);
@@ -272,5 +278,16 @@ bool TDelegadoConjunto::eventFilter(QObject *objeto, QEvent *evento)
     // The base class would write and close a cell that a list or a message box covers.
     if (evento->type() == QEvent::FocusOut && m_edicion.HayDialogo())
         return false;
+    // At once, so that nothing comes between the key and the text: what the base class puts off would also
+    // be done while a table is waited for.
+    if (auto *const editor = qobject_cast<QLineEdit *>(objeto);
+        editor && evento->type() == QEvent::KeyPress) {
+        const int tecla = static_cast<QKeyEvent *>(evento)->key();
+        if (tecla == Qt::Key_Enter || tecla == Qt::Key_Return) {
+            emit commitData(editor);
+            emit closeEditor(editor, SubmitModelCache);
+            return true;
+        }
+    }
     return QStyledItemDelegate::eventFilter(objeto, evento);
 }

@@ -55,6 +55,9 @@ public:
     /// The cell whose editor is open; invalid for none.
     [[nodiscard]] QModelIndex CeldaEditada() const { return m_editada; }
     [[nodiscard]] TCabeceraConjunta &Cabecera() { return *m_cabecera; }
+    /// Makes a cell the current one, and the only one chosen, whatever keys are held down: those of a command
+    /// are not meant for the choice.
+    void VeA(const QModelIndex &celda);
 
 signals:
     /// There is more or less room for the columns.

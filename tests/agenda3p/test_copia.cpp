@@ -173,6 +173,22 @@ TEST_F(CopiaTest, YesIsForTheLineThatWasAskedAbout)
     EXPECT_EQ(oficina.dia(1, Hoy), QStringList{"09:00 Boda N"});
 }
 
+// The second hour is refused: no slot of the first one stays behind, in no table.
+TEST_F(CopiaTest, ARefusedPasteLeavesNoSlotsBehind)
+{
+    oficina.linea(1, Manana, "10:30");
+    copiaDos();
+    const TPegado pegado = motor().PreparaPegado(Manana, {});
+    const auto otro = oficina.agenda(1);
+    otro->setRange({{"FECHA", Manana}}, {{"FECHA", Manana}});
+    otro->edit();
+    otro->field(u"CONCEPTO").setText("Boda");
+    otro->post();
+    EXPECT_FALSE(motor().PegaPreparado(pegado));
+    EXPECT_EQ(oficina.dia(1, Manana), QStringList{"10:30 Boda N"});
+    EXPECT_EQ(oficina.dia(2, Manana), QStringList());
+}
+
 TEST_F(CopiaTest, SixFieldsOfALineArePasted)
 {
     oficina.linea(1, Hoy, "09:00", "Poder", "S");

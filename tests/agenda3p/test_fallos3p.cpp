@@ -104,6 +104,35 @@ TEST_F(Fallos3PTest, CompletingADayAddsNoLineWithoutAnHour)
     }
 }
 
+// Whatever read fails: every line of the day is marked, or its hour named.
+TEST_F(Fallos3PTest, AnAbsenceHalfWayNamesTheHoursItHasNotMarked)
+{
+    int aMedias = 0;
+    for (const bool dura : {false, true}) {
+        bool met = true;
+        for (int numero = 1; met; ++numero) {
+            SCOPED_TRACE(testing::Message() << "read " << numero << (dura ? " and all others" : ""));
+            ASSERT_LT(numero, 200);
+            const QDate dia = Manana.addDays(numero + (dura ? 1000 : 0));
+            enTodas(dia, {"09:00", "10:00", "11:00", "12:00"});
+            motor().RangoPorFecha(dia);
+            motor().PonNotarioActual(2);
+            TRespuesta hecho = true;
+            met = Fallos::durante(Call::read, numero, dura, [&] { hecho = motor().Ausente(); });
+            int marcadas = 0;
+            for (const QString &linea : oficina.dia(2, dia)) {
+                const bool marcada = linea.contains("[AUSENTE]");
+                marcadas += marcada ? 1 : 0;
+                EXPECT_TRUE(marcada || !hecho || hecho.Causa().contains(linea.left(5)))
+                    << hecho.Causa().toStdString();
+            }
+            EXPECT_EQ(marcadas > 0, bool(hecho)) << hecho.Causa().toStdString();
+            aMedias += marcadas > 0 && marcadas < 4 ? 1 : 0;
+        }
+    }
+    EXPECT_GT(aMedias, 0) << "nothing has been tried";
+}
+
 // Whatever call fails, once or from then on: it ends, and who has lost his line is named.
 TEST_F(Fallos3PTest, ASlotWhoseDeletionFailsIsNamedWhereItHasGone)
 {

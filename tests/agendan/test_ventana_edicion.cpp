@@ -373,6 +373,29 @@ TEST_F(EdicionTest, WhatWasTypedIntoADeletedLineIsTold)
     });
 }
 
+// What is typed is stored before the absence, and with it comes what a colleague has booked: nobody has seen
+// it.
+TEST_F(EdicionTest, AnAbsenceBehindATextMarksNothingThatCameWithIt)
+{
+    enVentana([&] {
+        pulsa(0);
+        teclea("Acta");
+        oficina.linea(1, Lunes, "12:00", "Boda");
+        oficina.Mensaje.espera(
+            {"Otro puesto ha cambiado el día mientras tanto. Mire lo que dice ahora y repita la orden.",
+             " ATENCIÓN:"});
+        comando("AAusente");
+        EXPECT_EQ(oficina.dia(1, Lunes),
+                  (QStringList{"09:00 Acta N", "10:00 Firma N", "11:00 Firma N", "12:00 Boda N"}));
+        EXPECT_EQ(celda(3, 1), "Boda");
+        pulsa(0);
+        teclea("Poder");
+        comando("AAusente");
+        EXPECT_EQ(oficina.dia(1, Lunes).first(), "09:00 [AUSENTE]Poder S");
+        EXPECT_EQ(oficina.dia(1, Lunes).last(), "12:00 [AUSENTE]Boda S");
+    });
+}
+
 // A command, or another tab, must not throw away a half-written line that cannot be written now.
 TEST_F(EdicionTest, NoCommandRunsOverALineThatCannotBeKept)
 {

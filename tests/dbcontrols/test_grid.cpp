@@ -81,6 +81,25 @@ protected:
     DbMemo *memo = nullptr;
 };
 
+// Rows that have gone while nobody was told are none to go to: the set would stand outside its range.
+TEST_F(GridTest, ARowThatIsOneNoMoreIsNotGoneTo)
+{
+    table.setRange({{"HORA", "09:00"}}, {{"HORA", "12:00"}});
+    {
+        const dataset::ControlsGuard quiet(table);
+        table.last();
+        table.edit();
+        table.field(u"HORA").setText("20:00");
+        table.post();
+        table.first();
+        click(3);
+        EXPECT_EQ(table.field(u"HORA").asText(), "09:00");
+    }
+    QCoreApplication::processEvents();
+    EXPECT_EQ(grid->model()->rowCount(), 3);
+    EXPECT_EQ(grid->currentIndex().row(), 0);
+}
+
 TEST_F(GridTest, CurrentRowIsTheCurrentRecordBothWays)
 {
     key(Qt::Key_Down);

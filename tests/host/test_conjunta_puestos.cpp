@@ -443,6 +443,47 @@ TEST_F(ConjuntaTest, ACellThatHasWaitedForItsLineWritesOverNothingUnseen)
     EXPECT_EQ(oficina.dia(1, Dia).first(), "09:00 Poder N");
 }
 
+// The way back from the look at what is written over fails, and the look has met what the clerk does not see.
+TEST_F(ConjuntaTest, APasteWritesOverNothingThatIsNotShown)
+{
+    using driver::filecalls::Call;
+    abreVigilada(2);
+    support::MensajesApuntados mensajes;
+    TServicios servicios = Servicios();
+    servicios.Mensaje = &mensajes;
+    const TServiciosInstalados apuntados(servicios);
+    teclea("Poder");
+    tecla(Qt::Key_Return);
+    tecla(Qt::Key_C, Qt::ControlModifier);
+    ve(0, CitaSegundo);
+    int negadas = 0;
+    for (const Call llamada : {Call::read, Call::map, Call::lock, Call::size, Call::look}) {
+        bool met = true;
+        for (int numero = 1; met; ++numero) {
+            SCOPED_TRACE(testing::Message() << "call " << static_cast<int>(llamada) << ", " << numero);
+            ASSERT_LT(numero, 200);
+            const QString nuevo = QStringLiteral("Boda %1.%2").arg(static_cast<int>(llamada)).arg(numero);
+            escribe(2, "CONCEPTO", nuevo);
+            bool visto = false;
+            mensajes.EnPregunta = [&] {
+                visto = visto || celda(0, CitaSegundo) == nuevo;
+                vuelve();
+            };
+            driver::filecalls::fail(driver::filecalls::Fault{llamada, numero, EIO, true, false});
+            tecla(Qt::Key_V, Qt::ControlModifier);
+            met = driver::filecalls::faultMet() || !mensajes.Textos.isEmpty(); // forgotten with the question
+            vuelve();
+            const bool sigue = oficina.dia(2, Dia).first().contains(nuevo);
+            EXPECT_TRUE(sigue || visto) << "lost unseen";
+            EXPECT_TRUE(!sigue || !mensajes.Textos.isEmpty()) << "not told";
+            negadas += sigue ? 1 : 0;
+            mensajes.Textos.clear();
+            refresca();
+        }
+    }
+    EXPECT_GT(negadas, 0) << "nothing has been tried";
+}
+
 TEST_F(ConjuntaTest, AColumnThatCannotBeReadAnyMoreSaysSo)
 {
     oficina.linea(2, Dia, "08:00", "Madruga");

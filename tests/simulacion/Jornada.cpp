@@ -246,7 +246,9 @@ void TJornada::Relata(const TRespuesta &respuesta, const TCambios &cambios) cons
         relato << QStringLiteral("    aviso: ") + QString(aviso).replace(u'\n', u' ');
     for (const TFila &fila : pantalla.Filas)
         relato << QStringLiteral("      %1 %2 %3")
-                      .arg(fila.Sitio == pantalla.Actual ? QLatin1String(">") : QLatin1String(" "))
+                      .arg(fila.Sitio == pantalla.Actual             ? QLatin1String(">")
+                           : pantalla.Seleccion.contains(fila.Sitio) ? QLatin1String("+")
+                                                                     : QLatin1String(" "))
                       .arg(fila.Sitio.Marca)
                       .arg(fila.Linea.EnTexto());
     for (const TCambio &cambio : cambios)

@@ -95,15 +95,16 @@ void TJuez::Ensena(TOrden &orden, const TPantalla &pantalla, bool ficha)
         anota(pantalla.EnFicha);
 }
 
-QList<TSitio> TJuez::LineasDe(const TPantalla &pantalla)
+QList<TSitio> TJuez::LineasDe(const TPantalla &pantalla) const
 {
-    if (pantalla.Seleccion.size() > 1 && !pantalla.Ficha) // the card knows one line alone
+    // The card knows one line alone, and of the joint day's cells the current one may not be chosen.
+    if (pantalla.Seleccion.size() > (m_cual == TCual::conjunta ? 0 : 1) && !pantalla.Ficha)
         return pantalla.Seleccion;
     return pantalla.Actual.Marca != 0 ? QList{pantalla.Actual} : QList<TSitio>();
 }
 
 /// A command is given on what a screen shows.
-void TJuez::Empieza(TOrden &orden, const TPantalla &pantalla)
+void TJuez::Empieza(TOrden &orden, const TPantalla &pantalla) const
 {
     orden.Pantalla = pantalla;
     orden.Lineas = LineasDe(pantalla);

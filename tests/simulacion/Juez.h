@@ -78,8 +78,8 @@ private:
     {
         return *m_tablas.at(static_cast<std::size_t>(notario - 1));
     }
-    [[nodiscard]] static QList<TSitio> LineasDe(const TPantalla &pantalla);
-    static void Empieza(TOrden &orden, const TPantalla &pantalla);
+    [[nodiscard]] QList<TSitio> LineasDe(const TPantalla &pantalla) const;
+    void Empieza(TOrden &orden, const TPantalla &pantalla) const;
     static void Ensena(TOrden &orden, const TPantalla &pantalla, bool ficha);
     /// How many lines a command has deleted, added, changed, and added without a text.
     struct TCuentas {

@@ -77,8 +77,9 @@ bool TJuez::PedidaEnConjunta(const TOrden &orden, const TCambio &cambio) const
     const auto nuevas = std::count_if(orden.Cambios.begin(), orden.Cambios.end(), [&](const TCambio &uno) {
         return !uno.Antes && uno.Sitio.Notario == notario && uno.Despues->Hora == nueva.Hora;
     });
-    return nuevas <= orden.PreguntasAnadir || // what is typed goes on, and so each letter may ask again
-           ((pega || Tiene(orden, nuevo)) && nuevas <= (orden.ConFecha ? 2 : 1));
+    // What is typed goes on, and so each letter may ask again; and it may stand there when the command comes.
+    const int porOrden = pega || Tiene(orden, nuevo) ? (orden.ConFecha ? 2 : 1) : 0;
+    return nuevas <= orden.PreguntasAnadir + porOrden;
 }
 
 /// Rule d, table by table: what is refused has done nothing, and what is not has done all of it.

@@ -46,6 +46,7 @@ QString EnPalabras(const TPaso &paso)
             "tabla|bloquea la línea|suelta")
             .split(u'|');
     static const QStringList percances{{}, "falla", "lenta", "mortal", "rota"};
+    static const QStringList llamadas{"al leer", "al proyectar", "al abrir", "al bloquear", "al reservar"};
     const bool otro = paso.Verbo >= TVerbo::otroCambia;
     QString texto =
         (otro ? QStringLiteral("otro programa: ") : QStringLiteral("puesto %1: ").arg(paso.Puesto + 1)) +
@@ -64,9 +65,9 @@ QString EnPalabras(const TPaso &paso)
     else
         texto += QStringLiteral(" %1 %2 %3").arg(paso.A).arg(paso.B).arg(paso.C);
     if (paso.Percance != TPercance::ninguno)
-        texto += QStringLiteral(" [llamada %1 %2]")
+        texto += QStringLiteral(" [llamada %1 %2 %3]")
                      .arg(paso.Llamada)
-                     .arg(percances.at(static_cast<int>(paso.Percance)));
+                     .arg(llamadas.value(paso.C), percances.at(static_cast<int>(paso.Percance)));
     return texto;
 }
 

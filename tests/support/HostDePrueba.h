@@ -121,12 +121,16 @@ public:
     }
     void Mensaje_Error(const QString &texto, const QString &) override { Apunta(texto); }
     QStringList Textos;
+    std::function<void()> EnPregunta; ///< what happens while a question stands open; none: nothing
 
 private:
     int Apunta(const QString &texto)
     {
-        if (texto.startsWith(u'¿'))
+        if (texto.startsWith(u'¿')) {
+            if (EnPregunta)
+                EnPregunta();
             return RespuestaSi;
+        }
         Textos << texto;
         return 0;
     }
