@@ -278,7 +278,9 @@ TRespuesta TAgenda3P::PegaPreparado(const TPegado &pegado)
             ultima[uno.Hora] = i;
         }
         dataset::CommitGroup juntas(tabla);
-        for (const int i : std::as_const(ultima)) {
+        for (int i = 0; i < destinos.size(); ++i) { // in the order copied, not in that of the hash
+            if (ultima.value(destinos.at(i).Hora) != i)
+                continue;
             tabla.edit(destinos.at(i).Linea);
             m_buffer->setCurrentRow(i);
             ParaCopiar(TLineaAgenda::Actual(*m_buffer)).Escribe(tabla, CamposDeCita);

@@ -125,41 +125,37 @@ TPaso TGuion::DelOtro(const QList<TRespuesta> &puestos, int numero, bool bloquea
 
 void TGuion::EnVentana(TPaso &paso, const TPantalla &pantalla, int numero)
 {
-    const int filas = qMax(1, static_cast<int>(pantalla.Filas.size()));
     paso.Verbo = Elige(TVerbo::tecla, 24, TVerbo::texto, 14, TVerbo::accion, 30, TVerbo::clic, 16,
                        TVerbo::pestana, 5, TVerbo::fecha, 6, TVerbo::memo, 3, TVerbo::tic, 10);
-    switch (paso.Verbo) {
-    case TVerbo::tecla:
+    paso.A = numero;
+    if (paso.Verbo == TVerbo::tecla) {
         paso.A = pantalla.Editando
                      ? Elige(intro, 8, arriba, 2, abajo, 2, escape, 1, tabulador, 1)
                      : Elige(arriba, 6, abajo, 8, intro, 3, escape, pantalla.Editor ? 2 : 0, tabulador, 2,
                              suprimir, 4, insertar, 3, espacio, 4, borraTexto, 1, cifra, 2);
-        break;
-    case TVerbo::accion:
+    } else if (paso.Verbo == TVerbo::accion) {
         paso.A = Elige(nuevo, 4, modificar, 5, detalles, 2, borrar, 7, salida, 4, ausente, 1, sincronizar, 3,
                        anterior, 3, siguiente, 3, buscarDia, 6, copiar, 4, mover, 8, imprimirDia, 2,
                        imprimirSemana, 1);
-        break;
-    case TVerbo::clic:
-        paso.A = m_azar.Hasta(filas);
-        paso.B = m_azar.Hasta(2);
-        break;
-    case TVerbo::pestana:
+    } else if (paso.Verbo == TVerbo::clic) {
+        EnFila(paso, pantalla.Filas.size());
+    } else if (paso.Verbo == TVerbo::pestana) {
         paso.A = m_azar.Hasta(Notarios);
-        break;
-    case TVerbo::fecha:
+    } else if (paso.Verbo == TVerbo::fecha) {
         paso.A = m_azar.Hasta(Dias);
         paso.B = Elige(entera, 8, aMedias, 1, trasBorrarTodo, 2, sinSalir, 2);
-        break;
-    default:
-        paso.A = numero;
-        break;
     }
+}
+
+/// A row, and with which key it is chosen.
+void TGuion::EnFila(TPaso &paso, qsizetype filas)
+{
+    paso.A = m_azar.Hasta(qMax(1, static_cast<int>(filas)));
+    paso.B = m_azar.Hasta(2);
 }
 
 void TGuion::EnConjunta(TPaso &paso, const TPantalla &pantalla, int numero)
 {
-    const int columnas = Notarios * 3;
     paso.A = numero;
     if (pantalla.Editor) {
         paso.Verbo =
@@ -178,9 +174,8 @@ void TGuion::EnConjunta(TPaso &paso, const TPantalla &pantalla, int numero)
                        imprimirDia, 1, imprimirSemana, 1, copiarAnotacion, 5, pegar, 5, limpiar, 3, completar,
                        4, pegarAHora, 3, vaciar, 2);
     } else if (paso.Verbo == TVerbo::clic) {
-        paso.A = m_azar.Hasta(qMax(1, static_cast<int>(pantalla.Filas.size()) / 2 + 1));
-        paso.B = m_azar.Hasta(2);
-        paso.C = m_azar.Hasta(columnas);
+        EnFila(paso, pantalla.Filas.size() / Notarios + 1);
+        paso.C = m_azar.Hasta(Notarios * 3);
     } else if (paso.Verbo == TVerbo::fecha) {
         paso.A = m_azar.Hasta(Dias);
         paso.B = Elige(entera, 3, sinSalir, 1);
@@ -198,17 +193,13 @@ void TGuion::EnFicha(TPaso &paso, const TPantalla &pantalla, int numero)
         return;
     }
     paso.Verbo = Elige(TVerbo::campo, 8, TVerbo::boton, 5, TVerbo::tecla, 2, TVerbo::tic, 1);
-    switch (paso.Verbo) {
-    case TVerbo::campo:
+    if (paso.Verbo == TVerbo::campo) {
         paso.A = Elige(enConcepto, 6, enHora, 2, enHoraFin, 4, enFecha, 2, enInteresado, 2);
         paso.B = paso.A == enConcepto ? numero : m_azar.Hasta(6);
-        break;
-    case TVerbo::boton:
-        paso.A = Elige(aceptar, 6, cancelar, 1);
-        break;
-    default:
-        paso.A = Elige(intro, 3, tabulador, 3, escape, 1, borraTexto, 1, cifra, 1);
-        break;
+    } else {
+        paso.A = paso.Verbo == TVerbo::boton
+                     ? static_cast<int>(Elige(aceptar, 6, cancelar, 1))
+                     : Elige(intro, 3, tabulador, 3, escape, 1, borraTexto, 1, cifra, 1);
     }
 }
 
@@ -237,8 +228,7 @@ void TGuion::EnUnica(TPaso &paso, const TPantalla &pantalla, int numero)
         paso.A = Elige(arriba, 6, abajo, 8, intro, doble ? 3 : 1, suprimir, 3, insertar, 2, mayInsertar, 4,
                        ctrlC, 2, ctrlV, 2, izquierda, 2, derecha, 2, escape, 1);
     } else if (paso.Verbo == TVerbo::clic) {
-        paso.A = m_azar.Hasta(qMax(1, static_cast<int>(pantalla.Filas.size())));
-        paso.B = m_azar.Hasta(2);
+        EnFila(paso, pantalla.Filas.size());
     }
 }
 

@@ -46,6 +46,7 @@ private:
     }
     TPaso DelOtro(const QList<TRespuesta> &puestos, int numero, bool bloqueado);
     void EnVentana(TPaso &paso, const TPantalla &pantalla, int numero);
+    void EnFila(TPaso &paso, qsizetype filas);
     void EnFicha(TPaso &paso, const TPantalla &pantalla, int numero);
     void EnConjunta(TPaso &paso, const TPantalla &pantalla, int numero);
     void EnUnica(TPaso &paso, const TPantalla &pantalla, int numero);

@@ -26,10 +26,10 @@ bool Hay(TFalta falta)
     return g_aqui == falta;
 }
 
-/// The library's own function behind one of this file, by its name for the linker.
-template <class TFuncion> TFuncion *Propia(const char *nombre)
+/// Calls the library's own function behind one of this file, by its name for the linker.
+template <class... TArgumentos> void LlamaALaPropia(const char *nombre, TArgumentos... argumentos)
 {
-    return reinterpret_cast<TFuncion *>(dlsym(RTLD_NEXT, nombre));
+    reinterpret_cast<void (*)(TArgumentos...)>(dlsym(RTLD_NEXT, nombre))(argumentos...);
 }
 
 } // namespace
@@ -49,36 +49,33 @@ namespace dataset
 
 void DataSet::remove(const SeenRecord &line)
 {
-    static auto *const propia =
-        Propia<void(DataSet *, const SeenRecord &)>("_ZN7dataset7DataSet6removeERKNS_10SeenRecordE");
     if (!Hay(TFalta::borraSinVer))
-        return propia(this, line);
+        return LlamaALaPropia<DataSet *, const SeenRecord &>("_ZN7dataset7DataSet6removeERKNS_10SeenRecordE",
+                                                             this, line);
     if (goToBookmark(line.bookmark()))
         remove();
 }
 
 void DataSet::edit(const SeenRecord &line)
 {
-    static auto *const propia =
-        Propia<void(DataSet *, const SeenRecord &)>("_ZN7dataset7DataSet4editERKNS_10SeenRecordE");
     if (!Hay(TFalta::borraSinVer))
-        return propia(this, line);
+        return LlamaALaPropia<DataSet *, const SeenRecord &>("_ZN7dataset7DataSet4editERKNS_10SeenRecordE",
+                                                             this, line);
     if (goToBookmark(line.bookmark()))
         edit(EditOf::fresh);
 }
 
 void DataSet::edit(EditOf what)
 {
-    static auto *const propia = Propia<void(DataSet *, EditOf)>("_ZN7dataset7DataSet4editENS_6EditOfE");
-    propia(this, Hay(TFalta::celdaSinVer) ? EditOf::fresh : what);
+    LlamaALaPropia<DataSet *, EditOf>("_ZN7dataset7DataSet4editENS_6EditOfE", this,
+                                      Hay(TFalta::celdaSinVer) ? EditOf::fresh : what);
 }
 
 void DataSet::goToSeen(const SeenRecord &line)
 {
-    static auto *const propia =
-        Propia<void(DataSet *, const SeenRecord &)>("_ZN7dataset7DataSet8goToSeenERKNS_10SeenRecordE");
     try {
-        propia(this, line);
+        LlamaALaPropia<DataSet *, const SeenRecord &>("_ZN7dataset7DataSet8goToSeenERKNS_10SeenRecordE", this,
+                                                      line);
     } catch (const EDatabaseError &) {
         if (!Hay(TFalta::rellenaSinVer))
             throw;
@@ -87,33 +84,29 @@ void DataSet::goToSeen(const SeenRecord &line)
 
 void DataSet::refresh()
 {
-    static auto *const propia = Propia<void(DataSet *)>("_ZN7dataset7DataSet7refreshEv");
     const Bookmark antes = bookmark();
-    propia(this);
+    LlamaALaPropia<DataSet *>("_ZN7dataset7DataSet7refreshEv", this);
     if (Hay(TFalta::sigueALaIda) && antes != bookmark() && !isEditing())
         goToBookmark(antes);
 }
 
 void DataSet::showAgain(const KeptView &view)
 {
-    static auto *const propia = Propia<void(DataSet *, const KeptView &)>(
-        "_ZN7dataset7DataSet9showAgainERKSt10shared_ptrIKNS_4ViewEE");
     if (!Hay(TFalta::rangoAMedias) || !std::current_exception())
-        propia(this, view);
+        LlamaALaPropia<DataSet *, const KeptView &>(
+            "_ZN7dataset7DataSet9showAgainERKSt10shared_ptrIKNS_4ViewEE", this, view);
 }
 
 void DataSet::beginGroup()
 {
-    static auto *const propia = Propia<void(DataSet *)>("_ZN7dataset7DataSet10beginGroupEv");
     if (!Hay(TFalta::sinGrupo))
-        propia(this);
+        LlamaALaPropia<DataSet *>("_ZN7dataset7DataSet10beginGroupEv", this);
 }
 
 void DataSet::commitGroup()
 {
-    static auto *const propia = Propia<void(DataSet *)>("_ZN7dataset7DataSet11commitGroupEv");
     if (!Hay(TFalta::sinGrupo))
-        propia(this);
+        LlamaALaPropia<DataSet *>("_ZN7dataset7DataSet11commitGroupEv", this);
 }
 
 } // namespace dataset
@@ -123,23 +116,21 @@ namespace dbcontrols
 
 void MaskEdit::setMaskedText(const QString &text)
 {
-    static auto *const propia =
-        Propia<void(MaskEdit *, const QString &)>("_ZN10dbcontrols8MaskEdit13setMaskedTextERK7QString");
     if (!Hay(TFalta::fechaVieja) || !std::current_exception())
-        propia(this, text);
+        LlamaALaPropia<MaskEdit *, const QString &>("_ZN10dbcontrols8MaskEdit13setMaskedTextERK7QString",
+                                                    this, text);
 }
 
 void MaskEdit::keyPressEvent(QKeyEvent *event)
 {
-    static auto *const propia =
-        Propia<void(MaskEdit *, QKeyEvent *)>("_ZN10dbcontrols8MaskEdit13keyPressEventEP9QKeyEvent");
     if (Hay(TFalta::mascaraCorta)) {
         static bool corta = false; // the field of today mends its length by itself
         if (corta && !event->text().isEmpty() && event->text().at(0).isDigit())
             std::abort();
         corta = event->key() == Qt::Key_U && event->modifiers() == Qt::ControlModifier;
     }
-    propia(this, event);
+    LlamaALaPropia<MaskEdit *, QKeyEvent *>("_ZN10dbcontrols8MaskEdit13keyPressEventEP9QKeyEvent", this,
+                                            event);
 }
 
 } // namespace dbcontrols

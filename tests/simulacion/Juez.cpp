@@ -39,6 +39,13 @@ TFallo Fallo(char regla, const QString &que)
     return {QLatin1Char(regla), que};
 }
 
+bool EnOrden(const QList<TFila> &filas)
+{
+    return std::is_sorted(filas.begin(), filas.end(), [](const TFila &a, const TFila &b) {
+        return std::tie(a.Sitio.Notario, a.Linea.Hora) < std::tie(b.Sitio.Notario, b.Linea.Hora);
+    });
+}
+
 QString Clave(const QString &fecha)
 {
     QDate dia = QDate::fromString(fecha, QStringLiteral("dd/MM/yyyy"));
@@ -327,24 +334,20 @@ TVeredicto TJuez::AlDia(const TPantalla &pantalla) const
     }
     if (pantalla.FueraDeHora)
         return {};
-    const auto textos = [](const QList<TFila> &filas) {
-        QStringList renglones;
-        for (const TFila &fila : filas)
-            renglones << QStringLiteral("%1 %2|").arg(fila.Sitio.Notario).arg(fila.Sitio.Marca) +
-                             fila.Linea.EnTexto();
-        return renglones;
+    const auto renglon = [](const TFila &fila) {
+        return QStringLiteral("%1 %2|").arg(fila.Sitio.Notario).arg(fila.Sitio.Marca) + fila.Linea.EnTexto();
     };
-    const auto horas = [](const TFila &a, const TFila &b) {
-        return std::tie(a.Sitio.Notario, a.Linea.Hora) < std::tie(b.Sitio.Notario, b.Linea.Hora);
-    };
-    QStringList enPantalla = textos(pantalla.Filas);
+    QStringList enPantalla;
     QStringList enTabla;
-    for (int notario = 1; notario <= TablasDe(m_cual); ++notario)
+    std::transform(pantalla.Filas.begin(), pantalla.Filas.end(), std::back_inserter(enPantalla), renglon);
+    for (int notario = 1; notario <= TablasDe(m_cual); ++notario) {
         if (m_cual == TCual::conjunta || notario == pantalla.Actual.Notario)
-            enTabla << textos(Tabla(notario).Dia(dia));
+            for (const TFila &fila : Tabla(notario).Dia(dia))
+                enTabla << renglon(fila);
+    }
     std::sort(enPantalla.begin(), enPantalla.end());
     std::sort(enTabla.begin(), enTabla.end());
-    if (enPantalla == enTabla && std::is_sorted(pantalla.Filas.begin(), pantalla.Filas.end(), horas))
+    if (enPantalla == enTabla && EnOrden(pantalla.Filas))
         return {};
     return Fallo('c', QStringLiteral("tras refrescar, la pantalla dice\n%1\ny la tabla\n%2")
                           .arg(enPantalla.join(u'\n'), enTabla.join(u'\n')));

@@ -25,6 +25,8 @@ struct TFallo {
 };
 using TVeredicto = std::optional<TFallo>;
 [[nodiscard]] TFallo Fallo(char regla, const QString &que);
+/// Whether rows stand in the order of the notaries and hours.
+[[nodiscard]] bool EnOrden(const QList<TFila> &filas);
 /// A date as FECHA has it. @param fecha  as it stands on the screen; a year of two digits is one of this
 /// century.
 [[nodiscard]] QString Clave(const QString &fecha);

@@ -203,8 +203,7 @@ TVeredicto TJuez::AlDiaDeDos(const TPantalla &pantalla, TMemoria &memoria) const
     const QList<TLinea> sobran = Quita(filas, faltan);
     QList<TLinea> borradas = memoria.Borradas;
     const QList<TLinea> perdidas = Quita(faltan, borradas);
-    const bool enOrden = std::is_sorted(filas.begin(), filas.end(),
-                                        [](const TLinea &a, const TLinea &b) { return a.Hora < b.Hora; });
+    const bool enOrden = EnOrden(pantalla.Filas);
     memoria.Borradas = faltan; // others may have taken the rest, or shown it again by a change
     if (sobran.isEmpty() && perdidas.isEmpty() && enOrden)
         return {};

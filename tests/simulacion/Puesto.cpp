@@ -31,7 +31,8 @@ namespace
 
 constexpr int NuncaPorSiSolo = 1 << 30; // ms; the scheduler fires it
 constexpr int RondasHastaElReposo = 3;  // a posted event may post another, and a timer of no time one more
-constexpr std::chrono::milliseconds Paciencia{2}; // nobody lets a lock go while another one waits
+constexpr std::chrono::milliseconds Paciencia{
+    0}; // nobody lets a lock go meanwhile, and tries are counted calls
 
 QString Clave(const QDate &fecha)
 {

@@ -3,8 +3,7 @@
 #include "agenda/InformesAgenda.h"
 #include "agenda/host/Servicios.h"
 #include "tests/agendan/Ficha.h"
-#include "tests/simulacion/Canal.h"
-#include "tests/simulacion/Vocabulario.h"
+#include "tests/simulacion/Proceso.h"
 
 #include <QtCore/QObject>
 #include <QtWidgets/QMainWindow>

@@ -63,7 +63,7 @@ TEST_F(Simulacion, DaysGoWell)
 
 TEST_F(Simulacion, APlantedFaultIsFound)
 {
-    constexpr int Jornadas = 25; // within so many
+    constexpr int Jornadas = 45; // within so many
     const struct {
         TCual cual;
         TFalta falta;
