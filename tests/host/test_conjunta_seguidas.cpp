@@ -446,4 +446,29 @@ TEST_F(ConjuntaTest, ACellIsNotWrittenAgainInTheMiddleOfBeingWritten)
     ventana.reset(); // in front of the list
 }
 
+// Letters of an input method that arrive while the cell is being written: they are neither lost nor unsaid.
+TEST_F(ConjuntaTest, LettersThatArriveWhileTheCellIsWrittenAreNotLost)
+{
+    Espera::Colega colega;
+    oficina.Aliases.setLockWait([&colega] { return std::make_unique<Espera>(colega); });
+    oficina.Aliases.setLockPatience(std::chrono::milliseconds(2000));
+    abre();
+    const auto otro = oficina.agenda(1);
+    teclea("Poder");
+    colega.Grupo = std::make_unique<dataset::CommitGroup>(*otro);
+    colega.Entretanto = [] {
+        auto *const compuesta = new QInputMethodEvent;
+        compuesta->setCommitString(" más");
+        QCoreApplication::postEvent(QApplication::focusWidget(), compuesta);
+    };
+    tecla(Qt::Key_Return);
+    QTest::qWait(50);
+    EXPECT_GT(colega.Esperas, 0);
+    const auto *const abierta = qobject_cast<QLineEdit *>(QApplication::focusWidget());
+    EXPECT_TRUE(oficina.dia(1, Dia).join(' ').contains("más") || (abierta && abierta->text().contains("más")))
+        << oficina.dia(1, Dia).join(" | ").toStdString();
+    oficina.Aliases.setLockWait({});
+    ventana.reset();
+}
+
 } // namespace
