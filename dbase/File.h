@@ -182,8 +182,8 @@ private:
     MappedRange *m_range = nullptr; ///< known to the system's signals
 };
 
-/// Gives a file, which need not be there, another content in one step: a cut leaves the old one or the new one.
-/// It stays theirs who had it.
+/// Gives a file, which need not be there, another content in one step: a cut leaves the old one or the new
+/// one. It stays theirs who had it.
 /// @return readOnly, also when the rights cannot be kept; full, inputOutput, unsupported (no plain file).
 [[nodiscard]] DBASE_EXPORT Status replaceContent(const std::filesystem::path &file,
                                                  std::span<const std::uint8_t> bytes);
