@@ -308,19 +308,24 @@ TRespuesta TAgenda3P::Borrar(bool preguntar)
     });
     if (!hay)
         return hay;
-    // Yes is for the lines as they are now, whatever comes while it is asked. A table that cannot be read
-    // says so when it is its turn.
+    // Yes is for the lines as they are now, whatever comes while it is asked. Of a table that cannot be read
+    // now nothing has been seen, and nothing is deleted.
+    QStringList causas;
     std::map<DataSet *, dataset::SeenRecord> vistas;
     for (int notario = 1; notario <= TAgenda3P::NumNotarios(); ++notario) {
-        if (DataSet *const tabla = Tabla(notario); tabla && tabla->isActive())
-            static_cast<void>(ConGuarda(*tabla, "Borrar", [&] {
-                vistas.emplace(tabla, VistaSiEsDe(*tabla, hora));
-                return true;
-            }));
+        DataSet *const tabla = Tabla(notario);
+        if (!tabla || !tabla->isActive())
+            continue;
+        dataset::SeenRecord &vista = vistas[tabla];
+        const TRespuesta leida = ConGuarda(*tabla, "Borrar", [&] {
+            vista = VistaSiEsDe(*tabla, hora);
+            return true;
+        });
+        if (!leida)
+            causas << ConNombre(notario, leida.Causa());
     }
     if (preguntar && !PreguntaBorrar(hora))
         return false;
-    QStringList causas;
     const auto borra = [&](DataSet &tabla) {
         const TRespuesta suya = ConGuarda(tabla, "Borrar", [&] {
             const auto nodo = vistas.extract(&tabla);

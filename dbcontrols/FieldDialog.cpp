@@ -1,7 +1,6 @@
 #include "dbcontrols/FieldDialog.h"
 
 #include "dbcontrols/Focus.h"
-#include "dbcontrols/LaterCall.h"
 
 #include <QtGui/QKeyEvent>
 #include <QtGui/QWindow>
@@ -66,10 +65,8 @@ bool FieldDialog::dialogKey(int key)
     switch (key) {
     case Qt::Key_Enter:
     case Qt::Key_Return:
-        callLater(this, [this] {
-            focusNextChild();
-            showFocus();
-        });
+        focusNextChild(); // at once: what has been typed behind it may be waiting already
+        showFocus();
         return true;
     case Qt::Key_Escape:
         if (m_escape)

@@ -291,6 +291,25 @@ TEST_F(ConfAgendaTest, AnOfficeWithOneAgendaIsNotAskedAboutSynchronising)
     }
 }
 
+// Keys that have waited in their queue come in one go, with Enter between them.
+TEST_F(ConfAgendaTest, WhatIsTypedBehindEnterGoesIntoTheNextField)
+{
+    enDialogo([this] {
+        pulsa(pieza<QLineEdit>("eIntervaloHoras"));
+        const auto deGolpe = [this](int cual, const QString &texto) {
+            for (const auto tipo : {QEvent::KeyPress, QEvent::KeyRelease}) {
+                QKeyEvent suceso(tipo, cual, {}, texto);
+                QCoreApplication::sendEvent(dialogo->windowHandle(), &suceso);
+            }
+        };
+        deGolpe(Qt::Key_Return, QStringLiteral("\r"));
+        deGolpe(Qt::Key_7, QStringLiteral("7"));
+        QCoreApplication::processEvents();
+        EXPECT_EQ(pieza<QLineEdit>("EIncrementoMin").text(), "7");
+        EXPECT_EQ(conFoco(), "EIncrementoMin");
+    });
+}
+
 } // namespace
 
 #include "test_conf_agenda.moc"
